@@ -1,0 +1,1 @@
+# Installation is set up here.

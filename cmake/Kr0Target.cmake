@@ -1,0 +1,27 @@
+# What all targets of the project share: language level, hidden symbols, warnings, sanitizers.
+function(kr0_target_defaults target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    POSITION_INDEPENDENT_CODE ON)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow
+    $<$<BOOL:${KR0_WARNINGS_AS_ERRORS}>:-Werror>)
+  if(KR0_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${KR0_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${KR0_SANITIZE})
+  endif()
+endfunction()
+
+# A shared library kr0_<name> with the alias kr0::<name>.
+function(kr0_add_library name)
+  add_library(kr0_${name} SHARED ${ARGN})
+  add_library(kr0::${name} ALIAS kr0_${name})
+  kr0_target_defaults(kr0_${name})
+  set_target_properties(kr0_${name} PROPERTIES
+    EXPORT_NAME ${name}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+endfunction()

@@ -1,0 +1,39 @@
+/// @file
+/// The reader of the direct binary format.
+#pragma once
+
+#include <memory>
+
+#include "kr/zero/io/Parser.h"
+#include "kr/zero/io/export.h"
+
+namespace kr::zero::io {
+
+/// Reads the direct binary format (docs/formats/direct.md) into a model.
+///
+///     kr::zero::io::BinaryParser parser;
+///     if (!parser.parseFile(u"books.krb")) report(parser.getProblems());
+///     kr::zero::Model model = parser.takeModel();
+///
+/// Inputs: file, stream and byte vector. A file that cannot be opened raises "FileNotFound"; strings
+/// raise "StringNotSupportedByParser" and "UstringNotSupportedByParser"; malformed input raises
+/// "CorruptInput", std::out_of_range (a property number that the type does not have) or
+/// std::runtime_error (a number cut short). The parser's span then holds "byte-offset", the position
+/// that reading had reached.
+///
+/// May be used for one document after another; not from two threads at once.
+class KR0_IO_API BinaryParser : public Parser {
+ public:
+  BinaryParser();
+  BinaryParser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder);
+  ~BinaryParser() override;
+  const char* getFullyQualifiedVornTypeName() const override;
+
+ private:
+  bool doParseFile(const ustring& path) override;
+  bool doParseString(const ustring& text) override;
+  bool doParseString(const std::string& text) override;
+  bool doParseByteSequence(const std::vector<std::uint8_t>& bytes) override;
+};
+
+}  // namespace kr::zero::io

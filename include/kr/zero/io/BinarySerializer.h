@@ -1,0 +1,33 @@
+/// @file
+/// The writer of the direct binary format.
+#pragma once
+
+#include "kr/zero/io/Serializer.h"
+#include "kr/zero/io/export.h"
+
+namespace kr::zero::io {
+
+/// Writes a model in the direct binary format (docs/formats/direct.md).
+///
+///     kr::zero::io::BinarySerializer serializer;
+///     std::vector<unsigned char> bytes;
+///     serializer.serialize(model, kr::zero::io::SerializationOutput::toByteSequence(bytes));
+///
+/// Outputs: file, stream and byte vector. A narrow string raises "StringNotSupported", a UTF-16 string
+/// "UstringNotSupported", an intermediate form "IntermediateFormatNotSupported"; a stream that has
+/// failed already or a file that cannot be created, and a text with a surrogate that stands alone,
+/// raise "CannotSerialize". Errors in the middle of a stream or file are not looked for: test the
+/// stream, or use saveModel.
+///
+/// May be used for one model after another; not from two threads at once.
+class KR0_IO_API BinarySerializer : public Serializer {
+ public:
+  BinarySerializer();
+  ~BinarySerializer() override;
+  const char* getFullyQualifiedVornTypeName() const override;
+
+  /// Whether associations are written; they are unless switched off.
+  void setShouldSerializeAssociations(bool should);
+};
+
+}  // namespace kr::zero::io

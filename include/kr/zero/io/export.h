@@ -1,0 +1,5 @@
+/// @file
+/// Marks what the binary IO library exports; everything else stays hidden.
+#pragma once
+
+#define KR0_IO_API __attribute__((visibility("default")))

@@ -1,0 +1,9 @@
+/// @file
+/// What kind of thing a log entry is.
+#pragma once
+
+namespace foundation::log {
+
+enum class logging_event_types { info, warning, error };
+
+}  // namespace foundation::log

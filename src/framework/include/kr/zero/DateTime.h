@@ -1,0 +1,35 @@
+/// @file
+/// Points in time as models hold them: exactly what the text said.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "kr/zero/export.h"
+
+namespace kr::zero {
+
+/// The parts of a date and time text, in the ISO 8601 extended form:
+///
+///     2010-02-01                       date alone
+///     2010-02-01T05:12                 to the minute
+///     2010-02-01T05:12:32.125+01:00    fraction of 1 to 9 digits; offset Z, +hh:mm, +hhmm or +hh
+///
+/// Models keep the text itself, so precision and offset come back unchanged.
+struct DateTime {
+  std::int32_t year = 0;  ///< proleptic Gregorian, may be negative
+  std::uint8_t month = 1, day = 1, hour = 0, minute = 0, second = 0;
+  std::uint32_t nanosecond = 0;
+  std::uint8_t fractionDigits = 0;
+  std::optional<std::int16_t> offsetMinutes;  ///< none: local time
+
+  /// The parts of a text, or nothing where the text is none of the forms above or names a day or time
+  /// that does not exist (the leap second 60 is accepted).
+  KR0_FRAMEWORK_API static std::optional<DateTime> parse(std::string_view text);
+
+  /// Seconds since 1970-01-01T00:00:00Z; a text without offset counts as UTC.
+  KR0_FRAMEWORK_API std::int64_t toUnixSeconds() const;
+};
+
+}  // namespace kr::zero

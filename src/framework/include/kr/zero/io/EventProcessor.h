@@ -1,0 +1,98 @@
+/// @file
+/// The events of a walk over a model: what a format's writer implements.
+#pragma once
+
+#include <boost/container/small_vector.hpp>
+#include <cstdint>
+#include <vector>
+
+#include "kr/zero/Value.h"
+#include "kr/zero/export.h"
+#include "kr/zero/io/SerializationOutput.h"
+#include "kr/zero/meta/MetaRegistry.h"
+#include "kr/zero/ustring.h"
+
+namespace kr::zero::io {
+
+/// Masks of property categories, one per pass that the walk makes over an object's properties.
+using CategoryMasks = boost::container::small_vector<std::uint32_t, 2>;
+
+/// Receives the events of Serializer's walk, in this order: startDocument; startRegisteredPackages,
+/// addRegisteredPackage per package, endRegisteredPackages; the object tree; endDocument; postprocess.
+///
+/// A property is named by its name in the type that is being written; an empty name stands for the
+/// top of the document. Strings passed in are only valid during the call, except that a property's
+/// or type's name is always the meta model's own string, whose address does not change.
+class KR0_FRAMEWORK_API EventProcessor {
+ public:
+  virtual ~EventProcessor();
+  /// Delivers the result.
+  virtual void postprocess(const SerializationOutput& output) = 0;
+  virtual void startDocument() = 0;
+  virtual void endDocument();
+  virtual void startRegisteredPackages();
+  virtual void addRegisteredPackage(const ustring& uri) = 0;
+  virtual void endRegisteredPackages() = 0;
+  /// @param id1,id2 the two parts of the element's identity, or two empty texts.
+  /// @return the masks by which the walk visits the object's properties, one pass per mask.
+  virtual CategoryMasks startObject(const ustring& property, const ustring& typeName, const ustring& id1,
+                                    const ustring& id2) = 0;
+  virtual void endObject() = 0;
+  virtual void textValue(const ustring& property, const ustring& text) = 0;
+  virtual void absentValue(const ustring& property) = 0;
+  /// Opens a collection of texts.
+  virtual void startStructuredProperty(const ustring& property) = 0;
+  virtual void textElement(const ustring& property, const ustring& text) = 0;
+  virtual void endStructuredProperty() = 0;
+  virtual void primitiveValue(const ustring& property, const Value& value) = 0;
+  /// Opens a collection of typed values; each is sent as textElement with an empty text and then
+  /// primitiveElement.
+  virtual void startStructuredElement(const ustring& property) = 0;
+  virtual void primitiveElement(const ustring& property, const Value& value) = 0;
+  virtual void endStructuredElement() = 0;
+  /// A datatype value without any set property.
+  virtual void emptyContainer(const ustring& property, const ustring& typeName) = 0;
+  /// Opens a datatype value.
+  virtual void startContainer(const ustring& property, const ustring& typeName) = 0;
+  virtual void endContainer() = 0;
+  virtual void referenceValue(const ustring& property, const ustring& targetType, const ustring& id1,
+                              const ustring& id2) = 0;
+  virtual void referenceValueLong(const ustring& property, const ustring& targetType,
+                                  const ustring& qualifier, const ustring& id1, const ustring& id2) = 0;
+  /// Opens a collection of references.
+  virtual void startStructuredEntry(const ustring& property) = 0;
+  virtual void referenceElement(const ustring& property, const ustring& targetType, const ustring& id1,
+                                const ustring& id2) = 0;
+  virtual void referenceElementLong(const ustring& property, const ustring& targetType,
+                                    const ustring& qualifier, const ustring& id1, const ustring& id2) = 0;
+  virtual void endStructuredEntry() = 0;
+
+  /// Where type names are looked up; the process's registry unless set. Must outlive the processor.
+  void setMetaRegistry(const meta::MetaRegistry& registry) noexcept { registry_ = &registry; }
+
+ protected:
+  /// Notes that the properties of the events that follow are those of the type named `typeName`,
+  /// until the matching pop. `property` is the one that holds it, empty at the top.
+  /// @throws std::invalid_argument for a type that the registry does not know or that has no
+  ///   properties.
+  void pushContainerElementInfo(const ustring& property, const ustring& typeName);
+  /// @throws std::logic_error with nothing pushed.
+  void popContainerElementInfo();
+  /// Forgets everything pushed (a walk that failed leaves some).
+  void clearContainerElementInfo() noexcept;
+  /// The property of that name in the type being written.
+  /// @throws std::invalid_argument where nothing is pushed or the type has none of that name.
+  meta::Property findProperty(const ustring& name);
+
+ private:
+  struct ContainerInfo {
+    meta::StructuredType type;
+    std::size_t lastSlot = 0;
+  };
+  const meta::MetaRegistry* registry_ = &meta::MetaRegistry::instance();
+  std::vector<ContainerInfo> containers_;
+  const ustring* lastTypeName_ = nullptr;
+  meta::StructuredType lastType_;
+};
+
+}  // namespace kr::zero::io

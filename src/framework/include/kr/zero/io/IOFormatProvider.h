@@ -1,0 +1,38 @@
+/// @file
+/// Formats by name: which serializer and parser belong to each.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include "kr/zero/export.h"
+#include "kr/zero/io/Parser.h"
+#include "kr/zero/io/Serializer.h"
+#include "kr/zero/meta/MetaRegistry.h"
+#include "kr/zero/ustring.h"
+
+namespace kr::zero::io {
+
+/// The table of the process. Threads: safe at any time.
+class KR0_FRAMEWORK_API IOFormatProvider {
+ public:
+  /// The compact binary format.
+  static const ustring FORMAT_BINARY;
+
+  struct Format {
+    std::function<std::unique_ptr<Serializer>()> makeSerializer;
+    std::function<std::unique_ptr<Parser>(const meta::MetaRegistry&)> makeParser;
+  };
+
+  /// Adds a format or replaces the one of that name.
+  static void registerFormat(const ustring& name, Format format);
+  static std::vector<ustring> getFormatNames();
+  /// @throws std::invalid_argument for a name that nobody registered.
+  static std::unique_ptr<Serializer> createSerializer(const ustring& name);
+  static std::unique_ptr<Parser> createParser(
+      const ustring& name, const meta::MetaRegistry& registry = meta::MetaRegistry::instance());
+};
+
+}  // namespace kr::zero::io

@@ -1,0 +1,40 @@
+/// @file
+/// Models in files, in one call each way.
+///
+///     kr::zero::io::saveModel(model, u"books.krb");
+///     kr::zero::Model again = kr::zero::io::loadModel(u"books.krb");
+#pragma once
+
+#include <stdexcept>
+
+#include "kr/zero/Model.h"
+#include "kr/zero/export.h"
+#include "kr/zero/io/IOFormatProvider.h"
+
+namespace kr::zero::io {
+
+/// A document that was refused. The text names the file and says why.
+class KR0_FRAMEWORK_API ParseRefused : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+  ~ParseRefused() override;
+};
+
+/// Writes a model to a file, all or nothing: to memory first, then to a temporary file beside the
+/// target, synchronised to the disk, then renamed. A save that fails leaves the old file as it was and
+/// no temporary file behind.
+/// @throws SerializeError and what the format raises; std::ios_base::failure with the path and the
+///   system's reason where the file cannot be written.
+KR0_FRAMEWORK_API void saveModel(const Model& model, const ustring& path,
+                                 const ustring& format = IOFormatProvider::FORMAT_BINARY);
+
+/// The same for bytes that are there already.
+KR0_FRAMEWORK_API void writeFileAtomically(const ustring& path, std::string_view bytes);
+
+/// Reads a model from a file.
+/// @throws ParseRefused where the document is refused; otherwise what Parser::parse throws.
+KR0_FRAMEWORK_API Model loadModel(const ustring& path,
+                                  const meta::MetaRegistry& registry = meta::MetaRegistry::instance(),
+                                  const ustring& format = IOFormatProvider::FORMAT_BINARY);
+
+}  // namespace kr::zero::io

@@ -1,0 +1,88 @@
+/// @file
+/// What a format's reader calls: one operation per thing found in a document.
+#pragma once
+
+#include <boost/optional.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kr/zero/Value.h"
+#include "kr/zero/export.h"
+#include "kr/zero/io/ParseCustomizer.h"
+#include "kr/zero/io/ParsingModelBuilder.h"
+#include "kr/zero/io/PropertyCategory.h"
+#include "kr/zero/log/Span.h"
+#include "kr/zero/ustring.h"
+
+namespace kr::zero::io {
+
+/// A value in a document that its property cannot hold. The text names element, property, expected and
+/// found.
+class KR0_FRAMEWORK_API ValueError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+  ~ValueError() override;
+};
+
+/// Checks what a reader finds against the meta model and builds the model. Every operation is virtual:
+/// a test or host can put its own recorder in place.
+///
+/// Readers call, for each property of the innermost element, getPropertyCategory first. That call
+/// announces the property: a collection of primitives or references is set from then on, be it empty;
+/// for a datatype or composition the next push makes an element in that property.
+class KR0_FRAMEWORK_API ParseProcessor {
+ public:
+  /// The collaborators are not owned and must outlive the processor.
+  ParseProcessor(ParseCustomizer& customizer, ParsingModelBuilder& builder);
+  virtual ~ParseProcessor();
+  ParseProcessor(const ParseProcessor&) = delete;
+  ParseProcessor& operator=(const ParseProcessor&) = delete;
+
+  /// Starts over: empty model, nothing open, no problems.
+  virtual void reset();
+
+  virtual void setVersion(const ustring& version);
+  virtual ParseCustomizer& getCustomizer();
+  /// Opens an element in the property announced last, or at the top when nothing is open.
+  /// @param id1,id2 identity; two empty texts for none.
+  /// @return false where the type is unknown, abstract, not a class, or does not fit the property, or
+  ///   the property is full; getProblems() says which.
+  virtual bool push(const ustring& typeName, const ustring& id1, const ustring& id2);
+  /// Closes the innermost element. `name` is the property that it is in, or its type name at the top.
+  virtual void pop(const ustring& name);
+  /// @throws ValueError for a name that the innermost element does not have, here and below.
+  virtual PropertyCategory getPropertyCategory(const ustring& name);
+  virtual meta::Type getPropertyType(const ustring& name);
+  virtual bool isPropertyOptional(const ustring& name);
+  /// Converts the text to the property's type.
+  /// @throws ValueError where that fails.
+  virtual void setValue(const ustring& name, const ustring& text);
+  /// @throws ValueError where the value is not of the property's type, or an enumeration has no
+  ///   literal of the number.
+  virtual void setVerbatimValue(const ustring& name, const Value& value);
+  virtual void setEmptyValue(const ustring& name);
+  virtual void addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,
+                                    const ustring& id2, const boost::optional<ustring>& qualifier);
+  /// Resolves all references; those to elements that are not here stay unresolved. A document with two
+  /// elements of one identity, or a reference to an element of the wrong class, gets a problem.
+  virtual void processDeferred();
+  virtual void parseCompleted();
+
+  /// Why the document was refused, a sentence each.
+  const std::vector<std::string>& getProblems() const noexcept;
+  /// Adds a reason; also written to the span that setSpan named.
+  void addProblem(std::string problem);
+  /// Number of elements that are open.
+  std::size_t getDepth() const noexcept;
+  /// Path of the innermost open element ("/library/books[3]"), "/" where none is open.
+  std::string getPath() const;
+  const ustring& getVersion() const noexcept;
+  void setSpan(const log::Span& span);
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace kr::zero::io

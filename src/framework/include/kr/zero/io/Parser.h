@@ -1,0 +1,75 @@
+/// @file
+/// Base of all parsers.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kr/zero/Model.h"
+#include "kr/zero/export.h"
+#include "kr/zero/io/ParseCustomizer.h"
+#include "kr/zero/io/ParseProcessor.h"
+#include "kr/zero/io/ParsingInput.h"
+#include "kr/zero/io/ParsingModelBuilder.h"
+#include "kr/zero/log/Span.h"
+
+namespace kr::zero::io {
+
+/// Owns customizer, model builder and processor. One parse at a time; may be used again after any
+/// outcome.
+class KR0_FRAMEWORK_API Parser {
+ public:
+  Parser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder);
+  virtual ~Parser();
+  Parser(const Parser&) = delete;
+  Parser& operator=(const Parser&) = delete;
+  virtual const char* getFullyQualifiedVornTypeName() const = 0;
+
+  /// Reads one document into the model builder's model.
+  /// @return true for a complete document. false where it was refused (unknown package, unknown or
+  ///   abstract class, two elements of one identity, an element left open at the end …): then
+  ///   getProblems() is not empty.
+  /// @throws what the format raises for malformed input; ValueError; std::ios_base::failure for a
+  ///   stream that fails while it is read.
+  bool parse(const ParsingInput& input);
+  bool parseFile(const ustring& path) { return parse(ParsingInput::fromFile(path)); }
+  bool parseByteSequence(const std::vector<std::uint8_t>& bytes) {
+    return parse(ParsingInput::fromByteSequence(bytes));
+  }
+
+  /// The model of the last parse, handed over.
+  Model takeModel() { return builder_->takeModel(); }
+  ParsingModelBuilder& getModelBuilder() noexcept { return *builder_; }
+  ParseProcessor* getParseProcessor() const noexcept { return processor_.get(); }
+  /// Puts another processor in place (a recorder, say). It must not be null.
+  void setParseProcessor(std::unique_ptr<ParseProcessor> processor);
+  const ustring& getFormatName() const noexcept { return formatName_; }
+  const std::vector<std::string>& getProblems() const noexcept { return processor_->getProblems(); }
+  /// The span of the last parse, with a child per step.
+  const log::Span& getSpan() const noexcept { return span_; }
+  /// What is known of a failure of the last parse beyond its exception's text, in one line: detail,
+  /// place in the input, place in the model. Empty where nothing is.
+  std::string describeFailure() const;
+
+ protected:
+  ustring formatName_;
+
+ private:
+  class Dispatch;
+  virtual bool doParseFile(const ustring& path) = 0;
+  virtual bool doParseString(const ustring& text) = 0;
+  virtual bool doParseString(const std::string& text) = 0;
+  virtual bool doParseByteSequence(const std::vector<std::uint8_t>& bytes) = 0;
+  /// Reads the stream to its end and hands the bytes to doParseByteSequence, unless overridden.
+  virtual bool doParseStream(std::istream& stream);
+
+  std::unique_ptr<ParseCustomizer> customizer_;
+  std::unique_ptr<ParsingModelBuilder> builder_;
+  std::unique_ptr<ParseProcessor> processor_;
+  log::Span span_;
+};
+
+}  // namespace kr::zero::io

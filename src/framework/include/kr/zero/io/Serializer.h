@@ -1,0 +1,51 @@
+/// @file
+/// Base of all serializers: walks a model and sends its events to a processor.
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+
+#include "kr/zero/Model.h"
+#include "kr/zero/export.h"
+#include "kr/zero/io/EventProcessor.h"
+#include "kr/zero/io/ModelTraverser.h"
+#include "kr/zero/io/SerializationOutput.h"
+#include "kr/zero/io/SerializeCustomizer.h"
+
+namespace kr::zero::io {
+
+/// A model that cannot be written: two elements with one identity, or a reference to an element that
+/// is not in the document. The text names the element by path.
+class KR0_FRAMEWORK_API SerializeError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+  ~SerializeError() override;
+};
+
+/// Owns its three collaborators. One walk at a time; may be used again after any outcome.
+class KR0_FRAMEWORK_API Serializer {
+ public:
+  Serializer(std::unique_ptr<ModelTraverser> traverser, std::unique_ptr<SerializeCustomizer> customizer,
+             std::unique_ptr<EventProcessor> processor);
+  virtual ~Serializer();
+  Serializer(const Serializer&) = delete;
+  Serializer& operator=(const Serializer&) = delete;
+  virtual const char* getFullyQualifiedVornTypeName() const = 0;
+
+  /// Walks the model and delivers the result to `output`. The walk keeps its own stack.
+  /// @throws SerializeError for a model that cannot be written; what the format and the output raise
+  ///   passes through. The output is touched only at the end of the walk by serializers that deliver
+  ///   in postprocess.
+  virtual void serialize(const Model& model, const SerializationOutput& output);
+
+  EventProcessor& getEventProcessor() const noexcept { return *processor_; }
+  ModelTraverser& getTraverser() const noexcept { return *traverser_; }
+  SerializeCustomizer& getCustomizer() const noexcept { return *customizer_; }
+
+ private:
+  std::unique_ptr<ModelTraverser> traverser_;
+  std::unique_ptr<SerializeCustomizer> customizer_;
+  std::unique_ptr<EventProcessor> processor_;
+};
+
+}  // namespace kr::zero::io

@@ -1,0 +1,65 @@
+/// @file
+/// Byte sinks.
+#pragma once
+
+#include <fstream>
+#include <iosfwd>
+#include <string>
+
+#include "kr/zero/export.h"
+#include "kr/zero/ustring.h"
+
+namespace kr::zero::io {
+
+/// Takes bytes. Failures to open or write raise std::ios_base::failure with a text that names the
+/// path, where there is one.
+class KR0_FRAMEWORK_API Sink {
+ public:
+  virtual ~Sink();
+  virtual Sink& write(const std::string& bytes) = 0;
+  virtual Sink& writeByte(const unsigned char& byte) = 0;
+  virtual void flush() = 0;
+};
+
+/// Creates or truncates a file. flush() and close() report write errors; the destructor cannot.
+class KR0_FRAMEWORK_API FileSink final : public Sink {
+ public:
+  explicit FileSink(const ustring& path);
+  ~FileSink() override;
+  Sink& write(const std::string& bytes) override;
+  Sink& writeByte(const unsigned char& byte) override;
+  void flush() override;
+  void close();
+
+ private:
+  std::string path_;
+  std::filebuf file_;
+};
+
+/// Writes to a stream of the caller's, kept by reference.
+class KR0_FRAMEWORK_API StreamSink final : public Sink {
+ public:
+  explicit StreamSink(std::ostream& stream);
+  ~StreamSink() override;
+  Sink& write(const std::string& bytes) override;
+  Sink& writeByte(const unsigned char& byte) override;
+  void flush() override;
+
+ private:
+  std::ostream& stream_;
+};
+
+/// Appends to a string of the caller's, kept by reference.
+class KR0_FRAMEWORK_API StringSink final : public Sink {
+ public:
+  explicit StringSink(std::string& string);
+  ~StringSink() override;
+  Sink& write(const std::string& bytes) override;
+  Sink& writeByte(const unsigned char& byte) override;
+  void flush() override;
+
+ private:
+  std::string& string_;
+};
+
+}  // namespace kr::zero::io

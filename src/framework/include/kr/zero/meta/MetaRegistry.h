@@ -1,0 +1,78 @@
+/// @file
+/// The place where meta models are known by name.
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kr/zero/export.h"
+#include "kr/zero/meta/Definitions.h"
+#include "kr/zero/meta/Type.h"
+
+namespace kr::zero::meta {
+
+/// A meta model that cannot be taken in. The text says what is wrong and where.
+class KR0_FRAMEWORK_API MetaError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+  ~MetaError() override;
+};
+
+/// A package as a registry holds it.
+struct PackageInfo {
+  std::string uri;
+  std::string name;           ///< name alone
+  std::string qualifiedName;  ///< names of the packages around it and its own, joined by dots
+  std::vector<Type> types;    ///< in declaration order
+};
+
+/// Packages and types by name.
+///
+/// Most programs use the one of the process, instance(). A registry of one's own keeps meta models
+/// apart that share names (two versions of one package, say). The standard types are the same objects
+/// in every registry.
+///
+/// Threads: reading is safe from many threads, also while another thread adds packages.
+/// Lifetime: types and properties live as long as their registry; the process's lives until exit.
+class KR0_FRAMEWORK_API MetaRegistry {
+ public:
+  MetaRegistry();
+  ~MetaRegistry();
+  MetaRegistry(const MetaRegistry&) = delete;
+  MetaRegistry& operator=(const MetaRegistry&) = delete;
+
+  /// The registry of the process.
+  static MetaRegistry& instance();
+
+  /// Takes in packages that may refer to each other and to what is known already. All or nothing.
+  /// @throws MetaError where something is inconsistent: a name or URI twice, an unknown type or
+  ///   supertype, supertypes in a circle, an identifier out of range or met twice in one class, two
+  ///   properties of one name meeting in one class, bounds that contradict, an opposite that does not
+  ///   fit. The registry is then as it was.
+  void add(const std::vector<PackageDefinition>& packages);
+  void add(const PackageDefinition& package);
+
+  /// The type of a qualified name, or an empty handle.
+  Type findType(std::string_view qualifiedName) const;
+  Type findType(std::u16string_view qualifiedName) const;
+  bool hasPackage(std::string_view uri) const;
+  /// All packages in the order of their arrival, nested ones after the one around them.
+  std::vector<PackageInfo> getPackages() const;
+
+ private:
+  friend class RegistryLoader;
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+namespace internal {
+
+/// A standard type by its name; an empty handle for any other name.
+KR0_FRAMEWORK_API PrimitiveType getPrimitiveTypeFromMetaRegistry(const ustring& name);
+
+}  // namespace internal
+
+}  // namespace kr::zero::meta

@@ -1,0 +1,332 @@
+/// @file
+/// The meta model as its users see it: types and properties.
+///
+/// `Type`, `PrimitiveType`, `Enum`, `StructuredType`, `Class` and `Property` are handles the size of a
+/// pointer. What they point to is made by a MetaRegistry, never changes afterwards and lives as long as
+/// that registry. Two handles are equal when they denote the same object; a default-made handle denotes
+/// none and converts to false. Everything here may be read from many threads at once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "kr/zero/export.h"
+#include "kr/zero/ustring.h"
+
+namespace kr::zero::meta {
+
+class MetaRegistry;
+class RegistryLoader;
+
+/// The class of a type: which kind of type it is.
+class KR0_FRAMEWORK_API MetaClass {
+ public:
+  constexpr MetaClass(const char* name, const MetaClass* base) : name_(name), base_(base) {}
+  const char* getName() const noexcept { return name_; }
+  /// Whether this is `other` or derived from it.
+  bool isKindOf(const MetaClass& other) const noexcept {
+    for (const MetaClass* m = this; m != nullptr; m = m->base_)
+      if (m == &other) return true;
+    return false;
+  }
+
+ private:
+  const char* name_;
+  const MetaClass* base_;
+};
+
+/// Any type.
+class KR0_FRAMEWORK_API Type {
+ public:
+  class Impl;
+  constexpr Type() noexcept = default;
+  constexpr explicit Type(const Impl* impl) noexcept : impl_(impl) {}
+  constexpr explicit operator bool() const noexcept { return impl_ != nullptr; }
+  constexpr const Impl* operator->() const noexcept { return impl_; }
+  constexpr const Impl* get() const noexcept { return impl_; }
+  static const MetaClass& metaClass();
+  friend constexpr bool operator==(Type a, Type b) noexcept { return a.impl_ == b.impl_; }
+
+ protected:
+  const Impl* impl_ = nullptr;
+};
+
+/// The seventeen types that every registry knows, in no order that matters on the wire.
+enum class StandardType : std::uint8_t {
+  none,  ///< not a standard type
+  boolean,
+  integer8,
+  uinteger8,
+  integer16,
+  uinteger16,
+  integer,
+  unlimitedNatural,
+  integer64,
+  uinteger64,
+  real,
+  string,
+  stdString,
+  uuid,
+  dateTime,
+  jsonValue,
+  stringToStringMap,
+  zoArray
+};
+
+class KR0_FRAMEWORK_API Type::Impl {
+ public:
+  virtual ~Impl();
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
+  virtual const MetaClass& getMetaClass() const noexcept = 0;
+  bool isKindOf(const MetaClass& metaClass) const noexcept { return getMetaClass().isKindOf(metaClass); }
+
+  /// The name alone ("Book").
+  const std::string& getName() const noexcept { return name_; }
+  /// Package names and the name, joined by dots ("library.Book"); a standard type's is its name.
+  /// The returned string has one address for the life of the registry.
+  const ustring& getQualifiedName() const noexcept { return qualifiedName_; }
+  /// The same as UTF-8.
+  const std::string& getQualifiedNameUtf8() const noexcept { return qualifiedNameUtf8_; }
+  /// URI of the package that the type stands in; empty for standard types.
+  const ustring& getPackageUri() const noexcept { return packageUri_; }
+  const std::string& getPackageUriUtf8() const noexcept { return packageUriUtf8_; }
+  /// Dense number of the type within its registry, for tables beside it.
+  std::uint32_t getIndex() const noexcept { return index_; }
+
+ protected:
+  friend class RegistryLoader;
+  Impl() = default;
+  std::string name_;
+  ustring qualifiedName_;
+  std::string qualifiedNameUtf8_;
+  ustring packageUri_;
+  std::string packageUriUtf8_;
+  std::uint32_t index_ = 0;
+};
+
+/// A primitive type: one of the standard ones, or a user-defined one whose values are texts.
+class KR0_FRAMEWORK_API PrimitiveType : public Type {
+ public:
+  class Impl;
+  constexpr PrimitiveType() noexcept = default;
+  explicit PrimitiveType(const Impl* impl) noexcept;
+  /// The handle of a type that is one, else an empty handle.
+  explicit PrimitiveType(Type type) noexcept;
+  const Impl* operator->() const noexcept;
+  static const MetaClass& metaClass();
+};
+
+class KR0_FRAMEWORK_API PrimitiveType::Impl final : public Type::Impl {
+ public:
+  const MetaClass& getMetaClass() const noexcept override { return PrimitiveType::metaClass(); }
+  /// Which standard type this is; none for a user-defined one.
+  StandardType getStandardType() const noexcept { return standard_; }
+
+ private:
+  friend class meta::RegistryLoader;
+  StandardType standard_ = StandardType::none;
+};
+
+/// A literal of an enumeration.
+struct EnumLiteral {
+  std::string name;         ///< name in the meta model
+  std::string text;         ///< text in documents; often the name
+  std::int32_t number = 0;  ///< what the binary formats carry
+};
+
+class KR0_FRAMEWORK_API Enum : public Type {
+ public:
+  class Impl;
+  constexpr Enum() noexcept = default;
+  explicit Enum(const Impl* impl) noexcept;
+  explicit Enum(Type type) noexcept;
+  const Impl* operator->() const noexcept;
+  static const MetaClass& metaClass();
+};
+
+class KR0_FRAMEWORK_API Enum::Impl final : public Type::Impl {
+ public:
+  const MetaClass& getMetaClass() const noexcept override { return Enum::metaClass(); }
+  /// In declaration order. Two may share a number; then the first one stands for it.
+  const std::vector<EnumLiteral>& getLiterals() const noexcept { return literals_; }
+  /// The first literal of that number, or null.
+  const EnumLiteral* findByNumber(std::int64_t number) const noexcept;
+  /// The literal of that name, else the first whose text it is, or null.
+  const EnumLiteral* findByName(std::string_view name) const noexcept;
+  /// The first literal whose text it is, else the one of that name, or null.
+  const EnumLiteral* findByText(std::string_view text) const noexcept;
+
+ private:
+  friend class meta::RegistryLoader;
+  std::vector<EnumLiteral> literals_;
+  std::unordered_map<std::int64_t, std::size_t> byNumber_;
+  std::unordered_map<std::string_view, std::size_t> byName_;
+  std::unordered_map<std::string_view, std::size_t> byText_;
+};
+
+/// A property of a structured type.
+class KR0_FRAMEWORK_API Property {
+ public:
+  class Impl;
+  constexpr Property() noexcept = default;
+  constexpr explicit Property(const Impl* impl) noexcept : impl_(impl) {}
+  constexpr explicit operator bool() const noexcept { return impl_ != nullptr; }
+  constexpr const Impl* operator->() const noexcept { return impl_; }
+  constexpr const Impl* get() const noexcept { return impl_; }
+  friend constexpr bool operator==(Property a, Property b) noexcept { return a.impl_ == b.impl_; }
+
+ private:
+  const Impl* impl_ = nullptr;
+};
+
+/// A type with properties: a class, or a datatype (a value made of parts).
+class KR0_FRAMEWORK_API StructuredType : public Type {
+ public:
+  class Impl;
+  constexpr StructuredType() noexcept = default;
+  explicit StructuredType(const Impl* impl) noexcept;
+  explicit StructuredType(Type type) noexcept;
+  const Impl* operator->() const noexcept;
+  static const MetaClass& metaClass();
+};
+
+class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
+ public:
+  const MetaClass& getMetaClass() const noexcept override { return StructuredType::metaClass(); }
+  /// Declared by this type itself, in declaration order.
+  const std::vector<Property>& getOwnedAttributes() const noexcept { return owned_; }
+  /// Everything an instance can hold: inherited first (supertypes in declaration order, each
+  /// property once), then its own. A datatype has only its own.
+  const std::vector<Property>& getAllProperties() const noexcept { return all_; }
+  /// The property of that name among getAllProperties(), or an empty handle.
+  Property findProperty(std::string_view name) const noexcept;
+  Property findProperty(std::u16string_view name) const noexcept;
+  /// Position of a property in getAllProperties(), or npos.
+  std::size_t slotOf(Property property) const noexcept;
+  /// Position of the property with that name string in getAllProperties(), or npos. A name that is
+  /// the property's own string (by address) at position `hint` or next to it is found at once.
+  std::size_t findSlot(const ustring& name, std::size_t hint) const noexcept;
+
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+ protected:
+  friend class meta::RegistryLoader;
+  std::vector<Property> owned_;
+  std::vector<Property> all_;
+  std::unordered_map<std::u16string_view, std::size_t> byName_;
+  std::unordered_map<std::string_view, std::size_t> byNameUtf8_;
+};
+
+class KR0_FRAMEWORK_API Class : public StructuredType {
+ public:
+  class Impl;
+  constexpr Class() noexcept = default;
+  explicit Class(const Impl* impl) noexcept;
+  explicit Class(Type type) noexcept;
+  const Impl* operator->() const noexcept;
+  static const MetaClass& metaClass();
+};
+
+class KR0_FRAMEWORK_API Class::Impl final : public StructuredType::Impl {
+ public:
+  const MetaClass& getMetaClass() const noexcept override { return Class::metaClass(); }
+  bool isAbstract() const noexcept { return abstract_; }
+  /// True for a class that every element conforms to, whatever its supertypes say.
+  bool isUniversal() const noexcept { return universal_; }
+  const std::vector<Class>& getSupertypes() const noexcept { return supertypes_; }
+  /// Whether this is `other`, inherits from it, or `other` is universal.
+  bool conformsTo(Class other) const noexcept;
+
+ private:
+  friend class meta::RegistryLoader;
+  bool abstract_ = false;
+  bool universal_ = false;
+  std::vector<Class> supertypes_;
+  std::vector<const Class::Impl*> ancestors_;  // sorted by address, this one included
+};
+
+class KR0_FRAMEWORK_API Property::Impl {
+ public:
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
+  /// The name; one address for the life of the registry.
+  const ustring& getName() const noexcept { return name_; }
+  const std::string& getNameUtf8() const noexcept { return nameUtf8_; }
+  /// The number that the binary formats carry: 1 to 16382, or 0 for a property that is not stored.
+  std::uint32_t getIdentifier() const noexcept { return identifier_; }
+  Type getType() const noexcept { return type_; }
+  StructuredType getOwner() const noexcept { return StructuredType(owner_); }
+  std::uint32_t getLower() const noexcept { return lower_; }
+  /// The upper bound, or -1 for none.
+  std::int32_t getUpper() const noexcept { return upper_; }
+  bool isMany() const noexcept { return upper_ != 1; }
+  /// Exactly 0..1.
+  bool isOptional() const noexcept { return lower_ == 0 && upper_ == 1; }
+  bool isComposite() const noexcept { return composite_; }
+  bool isOrdered() const noexcept { return ordered_; }
+  bool isUnique() const noexcept { return unique_; }
+  /// Derived and static properties have no stored value.
+  bool isDerived() const noexcept { return derived_; }
+  bool isStatic() const noexcept { return static_; }
+  /// Held in memory, never written.
+  bool isTransient() const noexcept { return transient_; }
+  /// Whether an instance can hold a value of it: neither derived nor static.
+  bool isStored() const noexcept { return !derived_ && !static_; }
+  /// The other end of a pair of associations, or an empty handle.
+  Property getOpposite() const noexcept { return opposite_; }
+  /// Text of the default value, if there is one.
+  const std::optional<std::string>& getDefaultText() const noexcept { return defaultText_; }
+  /// Dense number of the property within its registry, for tables beside it.
+  std::uint32_t getIndex() const noexcept { return index_; }
+
+ private:
+  friend class meta::RegistryLoader;
+  Impl() = default;
+  ustring name_;
+  std::string nameUtf8_;
+  std::uint32_t identifier_ = 0;
+  std::uint32_t lower_ = 0;
+  std::int32_t upper_ = 1;
+  bool composite_ = false;
+  bool ordered_ = true;
+  bool unique_ = true;
+  bool derived_ = false;
+  bool static_ = false;
+  bool transient_ = false;
+  Type type_;
+  const StructuredType::Impl* owner_ = nullptr;
+  Property opposite_;
+  std::optional<std::string> defaultText_;
+  std::uint32_t index_ = 0;
+};
+
+inline const PrimitiveType::Impl* PrimitiveType::operator->() const noexcept {
+  return static_cast<const Impl*>(impl_);
+}
+inline const Enum::Impl* Enum::operator->() const noexcept { return static_cast<const Impl*>(impl_); }
+inline const StructuredType::Impl* StructuredType::operator->() const noexcept {
+  return static_cast<const Impl*>(impl_);
+}
+inline const Class::Impl* Class::operator->() const noexcept { return static_cast<const Impl*>(impl_); }
+inline PrimitiveType::PrimitiveType(const Impl* impl) noexcept : Type(impl) {}
+inline Enum::Enum(const Impl* impl) noexcept : Type(impl) {}
+inline StructuredType::StructuredType(const Impl* impl) noexcept : Type(impl) {}
+inline Class::Class(const Impl* impl) noexcept : StructuredType(impl) {}
+
+}  // namespace kr::zero::meta
+
+namespace kr::zero::internal {
+
+/// Whether a type is an enumeration.
+KR0_FRAMEWORK_API bool isEnumType(const meta::Type& type) noexcept;
+
+}  // namespace kr::zero::internal
