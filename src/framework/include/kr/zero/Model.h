@@ -288,7 +288,8 @@ class KR0_FRAMEWORK_API Model {
   /// A deep copy of everything. References inside stay inside.
   Model clone() const;
   /// A deep copy of an element and all below it, as a new root of this model. References to elements
-  /// below it point into the copy, others to where they pointed. Identities are not copied.
+  /// below it point into the copy, others to where they pointed; from another model (of the same
+  /// registry) these others are left out. Identities are not copied.
   Element copy(Element element);
 
  private:

@@ -1,0 +1,90 @@
+/// @file
+/// Internal: memory of one model, given back all at once.
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace kr::zero::internal {
+
+/// Hands out memory aligned to 8 bytes. Blocks that are outgrown can be recycled: sizes are rounded up
+/// to a class, and each class keeps a list of what came back.
+class Arena {
+ public:
+  void* allocate(std::size_t bytes) {
+    bytes = (bytes + 7) & ~std::size_t{7};
+    if (bytes > static_cast<std::size_t>(end_ - next_)) return allocateSlow(bytes);
+    std::byte* result = next_;
+    next_ += bytes;
+    return result;
+  }
+
+  /// Memory for an array that will be recycled when it is outgrown.
+  /// @param[in,out] bytes is rounded up to what the block really holds.
+  void* allocateRecyclable(std::size_t& bytes) {
+    const std::size_t sizeClass = classOf(bytes);
+    bytes = sizeOfClass(sizeClass);
+    if (FreeBlock* block = free_[sizeClass]; block != nullptr) {
+      free_[sizeClass] = block->next;
+      return block;
+    }
+    return allocate(bytes);
+  }
+
+  /// Takes back a block of allocateRecyclable.
+  void recycle(void* memory, std::size_t bytes) noexcept {
+    auto* block = static_cast<FreeBlock*>(memory);
+    const std::size_t sizeClass = classOf(bytes);
+    block->next = free_[sizeClass];
+    free_[sizeClass] = block;
+  }
+
+  std::size_t getReserved() const noexcept { return reserved_; }
+
+ private:
+  struct FreeBlock {
+    FreeBlock* next;
+  };
+
+  // Four classes per power of two, so that rounding up wastes a fifth at most. Class 0 is 8 bytes;
+  // up to 64 bytes every multiple of 8 is a class.
+  static std::size_t classOf(std::size_t bytes) noexcept {
+    if (bytes <= 64) return bytes == 0 ? 0 : (bytes - 1) / 8;
+    const std::size_t last = bytes - 1;
+    const auto log = static_cast<std::size_t>(std::bit_width(last)) - 1;  // last in [2^log, 2^(log+1))
+    return 8 + (log - 6) * 4 + ((last >> (log - 2)) & 3);
+  }
+  static std::size_t sizeOfClass(std::size_t sizeClass) noexcept {
+    if (sizeClass < 8) return (sizeClass + 1) * 8;
+    const std::size_t log = 6 + (sizeClass - 8) / 4;
+    return (std::size_t{1} << log) + ((sizeClass - 8) % 4 + 1) * (std::size_t{1} << (log - 2));
+  }
+
+  void* allocateSlow(std::size_t bytes) {
+    if (bytes > kLargest / 4) return newChunk(bytes);  // leaves the current chunk in use
+    const std::size_t size = nextChunk_;
+    if (nextChunk_ < kLargest) nextChunk_ *= 2;
+    std::byte* chunk = newChunk(size < bytes ? bytes : size);
+    next_ = chunk + bytes;
+    end_ = chunk + (size < bytes ? bytes : size);
+    return chunk;
+  }
+  std::byte* newChunk(std::size_t bytes) {
+    chunks_.push_back(std::make_unique_for_overwrite<std::byte[]>(bytes));
+    reserved_ += bytes;
+    return chunks_.back().get();
+  }
+
+  static constexpr std::size_t kLargest = std::size_t{1} << 18;
+  std::byte* next_ = nullptr;
+  std::byte* end_ = nullptr;
+  std::size_t nextChunk_ = 1024;
+  std::size_t reserved_ = 0;
+  std::vector<std::unique_ptr<std::byte[]>> chunks_;
+  std::array<FreeBlock*, 8 + 58 * 4> free_{};
+};
+
+}  // namespace kr::zero::internal

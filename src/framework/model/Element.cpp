@@ -1,0 +1,588 @@
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "kr/zero/Model.h"
+#include "model/Numbers.h"
+#include "model/Store.h"
+#include "model/TextForm.h"
+
+namespace kr::zero {
+
+using internal::asElement;
+using internal::asPayload;
+using internal::asText;
+using internal::asUnresolved;
+using internal::ElementRecord;
+using internal::ModelStore;
+using internal::SlotPlan;
+using internal::UnresolvedRecord;
+using internal::ValueKind;
+using internal::Values;
+using meta::StandardType;
+
+namespace {
+
+/// A property of an element, found and named: what every operation below starts from.
+struct Target {
+  ModelStore& store;
+  ElementRecord* record;
+  std::size_t slot;
+
+  const SlotPlan& plan() const { return record->plan->slots[slot]; }
+  meta::Property property() const { return plan().property; }
+
+  [[noreturn]] void fail(const std::string& what) const {
+    throw ModelError(pathOf(store, record) + "." + property()->getNameUtf8() + ": " + what);
+  }
+  std::string typeName() const { return property()->getType()->getQualifiedNameUtf8(); }
+
+  void require(bool fitting, const char* what) const {
+    if (!fitting) fail(std::string(what) + " does not fit a property of type " + typeName());
+  }
+  void requireSingle() const {
+    if (plan().many) fail("is a collection; add to it instead");
+  }
+  void requireMany() const {
+    if (!plan().many) fail("holds one value; set it instead");
+  }
+  Values values() const { return ModelStore::values(record, slot); }
+
+  /// The payload at a position of a set property; null where a single value is not there.
+  const std::uint64_t* item(std::size_t position) const {
+    const Values all = values();
+    if (position < all.size) return all.items + position;
+    if (plan().many || position != 0)
+      fail("has no position " + std::to_string(position) + ", only " + std::to_string(all.size) + " values");
+    return nullptr;
+  }
+
+  void put(std::uint64_t payload) const {
+    store.payload(record, slot) = payload;
+    store.setState(record, slot, 0);
+  }
+  void put(std::uint64_t payload, bool append) const {
+    if (append)
+      store.append(record, slot, payload);
+    else
+      put(payload);
+  }
+};
+
+Target locate(ModelStore* store, ElementRecord* record, const PropertyKey& key) {
+  if (record == nullptr) throw ModelError("an empty element handle has no properties");
+  const internal::TypePlan& plan = *record->plan;
+  if (const meta::Property property = key.getProperty(); property) {
+    if (const auto it = plan.slotOf.find(property.get()); it != plan.slotOf.end())
+      return {*store, record, it->second};
+    throw ModelError(pathOf(*store, record) + ": type " + plan.type->getQualifiedNameUtf8() +
+                     " does not have that property \"" + property->getNameUtf8() + "\"");
+  }
+  if (const meta::Property found = plan.type->findProperty(key.getName()); found)
+    return {*store, record, plan.slotOf.find(found.get())->second};
+  throw ModelError(pathOf(*store, record) + ": type " + plan.type->getQualifiedNameUtf8() +
+                   " has no property \"" + std::string(key.getName()) + "\"");
+}
+
+bool holdsText(const SlotPlan& slot) {
+  return slot.kind == ValueKind::text || slot.kind == ValueKind::dateTime;
+}
+bool isPrimitive(const SlotPlan& slot) {
+  return slot.kind >= ValueKind::number && slot.kind <= ValueKind::dateTime;
+}
+bool isCountable(const SlotPlan& slot) {
+  return slot.kind == ValueKind::enumeration ||
+         (slot.kind == ValueKind::number && internal::isInteger(slot.standard));
+}
+
+/// The payload of a property's default text, or 0 where there is none or it does not parse. Only for
+/// numbers and enumerations: these need no memory of the model.
+std::uint64_t defaultNumber(const Target& target) {
+  const auto& text = target.property()->getDefaultText();
+  std::uint64_t payload = 0;
+  if (text) internal::fromTextForm(target.store, target.plan(), *text, payload);
+  return payload;
+}
+
+std::uint64_t numberAt(const Target& target, std::size_t position) {
+  const std::uint64_t* item = target.item(position);
+  return item != nullptr ? *item : defaultNumber(target);
+}
+
+std::uint64_t integerPayload(const Target& target, std::int64_t value) {
+  const SlotPlan& slot = target.plan();
+  if (slot.kind == ValueKind::number && slot.standard == StandardType::real) {
+    const auto real = static_cast<double>(value);
+    if (real >= 0x1p63 || static_cast<std::int64_t>(real) != value)
+      target.fail("the integer " + std::to_string(value) + " has no exact form as a Real");
+    return std::bit_cast<std::uint64_t>(real);
+  }
+  target.require(isCountable(slot), "an integer");
+  if (slot.kind == ValueKind::enumeration) {
+    if (!internal::isLiteral(slot, value))
+      target.fail("enumeration " + target.typeName() + " has no literal with the number " +
+                  std::to_string(value));
+  } else if (slot.standard == StandardType::uinteger64) {
+    if (value < 0) target.fail("the negative number " + std::to_string(value) + " does not fit UInteger64");
+  } else {
+    const internal::IntegerRange range = internal::rangeOf(slot.standard);
+    if (value < range.low || value > range.high)
+      target.fail("the number " + std::to_string(value) + " is out of the range of " + target.typeName());
+  }
+  return static_cast<std::uint64_t>(value);
+}
+
+std::uint64_t unsignedPayload(const Target& target, std::uint64_t value) {
+  const SlotPlan& slot = target.plan();
+  if (slot.kind == ValueKind::number && slot.standard == StandardType::uinteger64) return value;
+  if (value > static_cast<std::uint64_t>(INT64_MAX))
+    target.fail("the number " + std::to_string(value) + " is out of the range of " + target.typeName());
+  return integerPayload(target, static_cast<std::int64_t>(value));
+}
+
+std::uint64_t textPayload(const Target& target, std::string_view value) {
+  target.require(isPrimitive(target.plan()), "a text");
+  if (target.plan().kind == ValueKind::number || target.plan().kind == ValueKind::enumeration)
+    target.fail("a text does not fit a property of type " + target.typeName() + "; use the text form");
+  std::uint64_t payload = 0;
+  if (!internal::fromTextForm(target.store, target.plan(), value, payload))
+    target.fail(holdsText(target.plan()) && target.plan().kind == ValueKind::text
+                    ? "the text is not well-formed UTF-8"
+                    : "\"" + std::string(value) + "\" is not a " + target.typeName());
+  return payload;
+}
+
+std::uint64_t textFormPayload(const Target& target, std::string_view text) {
+  target.require(isPrimitive(target.plan()), "a text");
+  std::uint64_t payload = 0;
+  if (!internal::fromTextForm(target.store, target.plan(), text, payload))
+    target.fail("\"" + std::string(text) + "\" is not a " + target.typeName());
+  return payload;
+}
+
+std::uint64_t booleanPayload(const Target& target, bool value) {
+  target.require(target.plan().standard == StandardType::boolean, "a boolean");
+  return value ? 1 : 0;
+}
+
+std::uint64_t realPayload(const Target& target, double value) {
+  target.require(target.plan().standard == StandardType::real, "a real number");
+  return std::bit_cast<std::uint64_t>(value);
+}
+
+std::string quoted(const internal::TypePlan& plan) { return plan.type->getQualifiedNameUtf8(); }
+
+void requireFitting(const Target& target, const ElementRecord* other) {
+  if (!ModelStore::fits(target.plan(), other->plan->cls))
+    target.fail("an element of class " + quoted(*other->plan) + " does not fit a property of type " +
+                target.typeName());
+}
+
+/// The record of a reference item, or null where it is unresolved.
+ElementRecord* resolved(const Values& values, std::size_t i) {
+  if (values.unresolvedSingle || internal::isUnresolved(values.items[i])) return nullptr;
+  return asElement(values.items[i]);
+}
+
+void putReferenceRaw(const Target& target, ElementRecord* other) {
+  if (target.plan().many)
+    target.store.append(target.record, target.slot, asPayload(other));
+  else
+    target.put(asPayload(other));
+}
+
+/// Takes the reference to `other` out of a property, if it is there.
+void dropReference(ModelStore& store, ElementRecord* record, std::size_t slot, const ElementRecord* other) {
+  const Values values = ModelStore::values(record, slot);
+  for (std::size_t i = 0; i < values.size; ++i) {
+    if (resolved(values, i) != other) continue;
+    if (record->plan->slots[slot].many)
+      store.removeItem(record, slot, i);
+    else
+      store.erase(record, slot);
+    return;
+  }
+}
+
+bool hasReference(const ElementRecord* record, std::size_t slot, const ElementRecord* other) {
+  const Values values = ModelStore::values(record, slot);
+  for (std::size_t i = 0; i < values.size; ++i)
+    if (resolved(values, i) == other) return true;
+  return false;
+}
+
+/// Slot of the stored opposite in another element's type, or -1.
+int oppositeSlot(const SlotPlan& slot, const ElementRecord* other) {
+  const meta::Property opposite = slot.property->getOpposite();
+  if (!opposite) return -1;
+  const auto it = other->plan->slotOf.find(opposite.get());
+  if (it == other->plan->slotOf.end()) return -1;
+  return other->plan->slots[it->second].kind == ValueKind::association ? it->second : -1;
+}
+
+/// Before a single reference is replaced: its old target stops pointing back.
+void releaseOld(const Target& target) {
+  if (target.plan().many) return;
+  const Values values = target.values();
+  if (values.size == 0) return;
+  ElementRecord* old = resolved(values, 0);
+  if (old == nullptr) return;
+  if (const int back = oppositeSlot(target.plan(), old); back >= 0)
+    dropReference(target.store, old, static_cast<std::size_t>(back), target.record);
+}
+
+void linkBack(const Target& target, ElementRecord* other) {
+  const int back = oppositeSlot(target.plan(), other);
+  if (back < 0) return;
+  const Target there{target.store, other, static_cast<std::size_t>(back)};
+  if (hasReference(other, there.slot, target.record)) return;
+  releaseOld(there);
+  putReferenceRaw(there, target.record);
+}
+
+}  // namespace
+
+ModelError::~ModelError() = default;
+
+meta::StructuredType Element::getType() const { return record_->plan->type; }
+meta::Class Element::getClass() const { return record_->plan->cls; }
+Model& Element::getModel() const { return *store_->model(); }
+std::uint32_t Element::getIndex() const { return record_->index; }
+Element Element::getContainer() const { return store_->handle(record_->container); }
+std::string Element::getPath() const { return pathOf(*store_, record_); }
+
+meta::Property Element::getContainingProperty() const {
+  if (record_->container == nullptr) return {};
+  return record_->container->plan->slots[record_->containerSlot].property;
+}
+
+std::optional<Identity> Element::getIdentity() const {
+  if (record_->identity == nullptr) return std::nullopt;
+  return Identity{record_->identity->first->view(), record_->identity->second->view()};
+}
+
+void Element::setIdentity(std::string_view first, std::string_view second) {
+  const auto fail = [this](const char* what) { throw ModelError(getPath() + ": " + what); };
+  if (record_->isDatatype()) fail("a datatype value has no identity");
+  if (first.empty() || second.empty()) fail("both parts of an identity must hold text");
+  if (first == "#") fail("identities that begin with \"#\" are kept for documents");
+  if (!internal::isWellFormed(first) || !internal::isWellFormed(second))
+    fail("the identity is not well-formed UTF-8");
+  store_->setIdentity(record_, first, second);
+}
+
+void Element::clearIdentity() { record_->identity = nullptr; }
+
+PropertyState Element::getState(PropertyKey property) const {
+  const Target target = locate(store_, record_, property);
+  return ModelStore::state(record_, target.slot);
+}
+
+std::size_t Element::size(PropertyKey property) const {
+  return locate(store_, record_, property).values().size;
+}
+
+void Element::unset(PropertyKey property) {
+  const Target target = locate(store_, record_, property);
+  const ValueKind kind = target.plan().kind;
+  if (kind == ValueKind::composition || kind == ValueKind::datatype) {
+    const Values values = target.values();
+    std::vector<ElementRecord*> records;
+    for (std::size_t i = 0; i < values.size; ++i) records.push_back(asElement(values.items[i]));
+    store_->removeSubtrees(records);
+  }
+  store_->erase(record_, target.slot);
+}
+
+void Element::setEmpty(PropertyKey property) {
+  const Target target = locate(store_, record_, property);
+  const SlotPlan& slot = target.plan();
+  const bool possible = slot.many ? isPrimitive(slot) || slot.kind == ValueKind::association
+                                  : isPrimitive(slot) && slot.optional;
+  if (!possible) target.fail("cannot be explicitly empty");
+  store_->payload(record_, target.slot) = 0;
+  store_->setState(record_, target.slot, internal::kStateEmpty);
+}
+
+void Element::removeAt(PropertyKey property, std::size_t position) {
+  const Target target = locate(store_, record_, property);
+  target.requireMany();
+  const std::uint64_t* item = target.item(position);
+  const ValueKind kind = target.plan().kind;
+  if (kind == ValueKind::composition || kind == ValueKind::datatype)
+    store_->removeSubtrees({asElement(*item)});
+  else
+    store_->removeItem(record_, target.slot, position);
+}
+
+bool Element::getBoolean(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().standard == StandardType::boolean, "a boolean");
+  return numberAt(target, position) != 0;
+}
+
+std::int64_t Element::getInteger(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(isCountable(target.plan()), "an integer");
+  const std::uint64_t number = numberAt(target, position);
+  if (target.plan().standard == StandardType::uinteger64 && number > static_cast<std::uint64_t>(INT64_MAX))
+    target.fail("the number " + std::to_string(number) + " needs an unsigned reader");
+  return static_cast<std::int64_t>(number);
+}
+
+std::uint64_t Element::getUnsigned(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(isCountable(target.plan()), "an integer");
+  const std::uint64_t number = numberAt(target, position);
+  if (target.plan().standard != StandardType::uinteger64 && static_cast<std::int64_t>(number) < 0)
+    target.fail("the number " + std::to_string(static_cast<std::int64_t>(number)) + " is negative");
+  return number;
+}
+
+double Element::getReal(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().standard == StandardType::real, "a real number");
+  return std::bit_cast<double>(numberAt(target, position));
+}
+
+std::string_view Element::getText(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(holdsText(target.plan()), "a text");
+  if (const std::uint64_t* item = target.item(position); item != nullptr) return asText(*item)->view();
+  const auto& text = target.property()->getDefaultText();
+  return text ? std::string_view(*text) : std::string_view();
+}
+
+Uuid Element::getUuid(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().kind == ValueKind::uuid, "a UUID");
+  Uuid uuid{};
+  if (const std::uint64_t* item = target.item(position); item != nullptr) {
+    std::memcpy(uuid.data(), reinterpret_cast<const void*>(*item), uuid.size());
+  } else if (const auto& text = target.property()->getDefaultText(); text) {
+    uuid = internal::parseUuid(*text).value_or(Uuid{});
+  }
+  return uuid;
+}
+
+std::string Element::getTextForm(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(isPrimitive(target.plan()), "a text");
+  if (const std::uint64_t* item = target.item(position); item != nullptr)
+    return internal::toTextForm(target.plan(), *item);
+  const auto& text = target.property()->getDefaultText();
+  if (text || holdsText(target.plan())) return text.value_or("");
+  return target.plan().kind == ValueKind::uuid ? internal::formatUuid(Uuid{})
+                                               : internal::toTextForm(target.plan(), 0);
+}
+
+namespace {
+
+Target single(const Target& target) {
+  target.requireSingle();
+  return target;
+}
+Target many(const Target& target) {
+  target.requireMany();
+  return target;
+}
+
+}  // namespace
+
+void Element::setBoolean(PropertyKey property, bool value) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(booleanPayload(target, value));
+}
+void Element::setInteger(PropertyKey property, std::int64_t value) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(integerPayload(target, value));
+}
+void Element::setUnsigned(PropertyKey property, std::uint64_t value) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(unsignedPayload(target, value));
+}
+void Element::setReal(PropertyKey property, double value) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(realPayload(target, value));
+}
+void Element::setText(PropertyKey property, std::string_view value) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(textPayload(target, value));
+}
+void Element::setTextForm(PropertyKey property, std::string_view text) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(textFormPayload(target, text));
+}
+void Element::addBoolean(PropertyKey property, bool value) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, booleanPayload(target, value));
+}
+void Element::addInteger(PropertyKey property, std::int64_t value) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, integerPayload(target, value));
+}
+void Element::addUnsigned(PropertyKey property, std::uint64_t value) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, unsignedPayload(target, value));
+}
+void Element::addReal(PropertyKey property, double value) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, realPayload(target, value));
+}
+void Element::addText(PropertyKey property, std::string_view value) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, textPayload(target, value));
+}
+void Element::addTextForm(PropertyKey property, std::string_view text) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, textFormPayload(target, text));
+}
+
+Element Element::create(PropertyKey property, meta::StructuredType type) {
+  const Target target = locate(store_, record_, property);
+  const SlotPlan& slot = target.plan();
+  target.require(slot.kind == ValueKind::composition || slot.kind == ValueKind::datatype, "a child");
+  if (!type) type = meta::StructuredType(target.property()->getType());
+  if (!slot.many && target.values().size != 0) target.fail("holds an element already");
+  if (slot.kind == ValueKind::datatype) {
+    if (!(type == target.property()->getType()))
+      target.fail("a value of type " + type->getQualifiedNameUtf8() + " does not fit a property of type " +
+                  target.typeName());
+  } else {
+    const meta::Class cls{meta::Type(type)};
+    if (!ModelStore::fits(slot, cls))
+      target.fail("an element of type " + type->getQualifiedNameUtf8() + " does not fit a property of type " +
+                  target.typeName());
+    if (cls->isAbstract())
+      target.fail("class " + type->getQualifiedNameUtf8() + " is abstract and has no elements");
+  }
+  return store_->handle(store_->makeChild(store_->plan(type), record_, target.slot));
+}
+
+Element Element::create(PropertyKey property, std::string_view typeName) {
+  const meta::Type type = store_->registry().findType(typeName);
+  if (!type) locate(store_, record_, property).fail("there is no type \"" + std::string(typeName) + "\"");
+  const meta::StructuredType structured(type);
+  if (!structured)
+    locate(store_, record_, property).fail("type " + std::string(typeName) + " has no elements");
+  return create(property, structured);
+}
+
+void Element::adopt(PropertyKey property, Element child, std::size_t position) {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().kind == ValueKind::composition, "a child");
+  if (!child || child.store_ != store_) target.fail("only an element of the same model can be moved");
+  requireFitting(target, child.record_);
+  for (const ElementRecord* above = record_; above != nullptr; above = above->container)
+    if (above == child.record_) target.fail("an element cannot be moved into itself or below itself");
+  if (!target.plan().many && target.values().size != 0) target.fail("holds an element already");
+
+  // Make room first: from here on nothing can fail.
+  if (target.plan().many)
+    store_->append(record_, target.slot, 0);
+  else
+    target.put(0);
+  ElementRecord* moved = child.record_;
+  store_->detach(moved);
+  moved->container = record_;
+  moved->containerSlot = static_cast<std::uint16_t>(target.slot);
+  const int at = record_->find(target.slot);
+  if (target.plan().many) {
+    internal::List* list = internal::asList(record_->payloads[at]);
+    std::uint64_t* items = list->items();
+    const std::size_t last = list->size - 1;
+    const std::size_t place = position < last ? position : last;
+    std::memmove(items + place + 1, items + place, (last - place) * sizeof(std::uint64_t));
+    items[place] = asPayload(moved);
+  } else {
+    record_->payloads[at] = asPayload(moved);
+  }
+  store_->leaveDocumentOrder();
+}
+
+Element Element::getElement(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().kind == ValueKind::composition || target.plan().kind == ValueKind::datatype,
+                 "a child");
+  const std::uint64_t* item = target.item(position);
+  return item != nullptr ? store_->handle(asElement(*item)) : Element();
+}
+
+std::vector<Element> Element::getChildren() const {
+  std::vector<Element> children;
+  internal::forEachContained(record_, false,
+                             [&](ElementRecord* child) { children.push_back(store_->handle(child)); });
+  return children;
+}
+
+Element Element::getReference(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().kind == ValueKind::association, "a reference");
+  if (target.item(position) == nullptr) return {};
+  return store_->handle(resolved(target.values(), position));
+}
+
+std::optional<UnresolvedReference> Element::getUnresolved(PropertyKey property, std::size_t position) const {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().kind == ValueKind::association, "a reference");
+  const std::uint64_t* item = target.item(position);
+  if (item == nullptr || resolved(target.values(), position) != nullptr) return std::nullopt;
+  const UnresolvedRecord* record = asUnresolved(*item);
+  if (record == nullptr) return std::nullopt;
+  UnresolvedReference reference{std::string(record->targetType->view()), std::string(record->id1->view()),
+                                std::string(record->id2->view()), std::nullopt};
+  if (record->qualifier != nullptr) reference.qualifier = std::string(record->qualifier->view());
+  return reference;
+}
+
+namespace {
+
+Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyKey& key,
+                       const Element& other) {
+  const Target target = locate(store, record, key);
+  target.require(target.plan().kind == ValueKind::association, "a reference");
+  const ElementRecord* to = ModelStore::recordOf(other);
+  if (to == nullptr) target.fail("an empty element handle cannot be referred to");
+  if (&ModelStore::of(other.getModel()) != store) target.fail("the element belongs to another model");
+  requireFitting(target, to);
+  return target;
+}
+
+}  // namespace
+
+void Element::setReference(PropertyKey property, Element other) {
+  const Target target = single(referenceTarget(store_, record_, property, other));
+  releaseOld(target);
+  target.put(asPayload(other.record_));
+  linkBack(target, other.record_);
+}
+
+void Element::addReference(PropertyKey property, Element other) {
+  const Target target = many(referenceTarget(store_, record_, property, other));
+  store_->append(record_, target.slot, asPayload(other.record_));
+  linkBack(target, other.record_);
+}
+
+void Element::putReference(PropertyKey property, Element other) {
+  putReferenceRaw(referenceTarget(store_, record_, property, other), other.record_);
+}
+
+void Element::putUnresolved(PropertyKey property, const UnresolvedReference& reference) {
+  const Target target = locate(store_, record_, property);
+  target.require(target.plan().kind == ValueKind::association, "a reference");
+  for (const std::string* text : {&reference.targetType, &reference.id1, &reference.id2})
+    if (!internal::isWellFormed(*text)) target.fail("a text of the reference is not well-formed UTF-8");
+  std::string_view qualifier;
+  if (reference.qualifier) qualifier = *reference.qualifier;
+  if (!internal::isWellFormed(qualifier)) target.fail("a text of the reference is not well-formed UTF-8");
+  const UnresolvedRecord* record = store_->makeUnresolved(reference.targetType, reference.id1, reference.id2,
+                                                          reference.qualifier ? &qualifier : nullptr);
+  if (target.plan().many) {
+    store_->append(record_, target.slot, asPayload(record) | 1);
+  } else {
+    target.put(asPayload(record));
+    store_->setState(record_, target.slot, internal::kStateUnresolved);
+  }
+}
+
+}  // namespace kr::zero

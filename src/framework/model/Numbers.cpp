@@ -1,0 +1,180 @@
+#include "model/Numbers.h"
+
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace kr::zero::internal {
+
+using meta::StandardType;
+
+namespace {
+
+template <class T>
+constexpr IntegerRange rangeOfType() {
+  return {static_cast<std::int64_t>(std::numeric_limits<T>::min()),
+          static_cast<std::int64_t>(std::numeric_limits<T>::max())};
+}
+
+template <class T>
+std::optional<T> parseWhole(std::string_view text) {
+  T number{};
+  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+std::optional<double> parseReal(std::string_view text) {
+  if (text == "INF" || text == "Infinity") return std::numeric_limits<double>::infinity();
+  if (text == "-INF" || text == "-Infinity") return -std::numeric_limits<double>::infinity();
+  if (text == "NaN") return std::numeric_limits<double>::quiet_NaN();
+  const auto number = parseWhole<double>(text);
+  if (number && !std::isfinite(*number)) return std::nullopt;  // from_chars knows "inf" and "nan" too
+  return number;
+}
+
+std::string formatReal(double number) {
+  if (std::isnan(number)) return "NaN";
+  if (std::isinf(number)) return number > 0 ? "INF" : "-INF";
+  std::array<char, 32> buffer;
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
+  std::string text(buffer.data(), end);
+  if (text.find_first_of(".e") == std::string::npos) text += ".0";
+  return text;
+}
+
+int hexDigit(char c) noexcept {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+constexpr bool isDashPosition(std::size_t i) { return i == 8 || i == 13 || i == 18 || i == 23; }
+
+}  // namespace
+
+IntegerRange rangeOf(StandardType type) noexcept {
+  switch (type) {
+    case StandardType::integer8:
+      return rangeOfType<std::int8_t>();
+    case StandardType::uinteger8:
+      return rangeOfType<std::uint8_t>();
+    case StandardType::integer16:
+      return rangeOfType<std::int16_t>();
+    case StandardType::uinteger16:
+      return rangeOfType<std::uint16_t>();
+    case StandardType::integer:
+      return rangeOfType<std::int32_t>();
+    case StandardType::unlimitedNatural:
+      return rangeOfType<std::uint32_t>();
+    default:
+      return rangeOfType<std::int64_t>();
+  }
+}
+
+std::optional<std::uint64_t> parseNumber(StandardType type, std::string_view text) {
+  if (type == StandardType::boolean) {
+    if (text == "true" || text == "1") return 1;
+    if (text == "false" || text == "0") return 0;
+    return std::nullopt;
+  }
+  if (type == StandardType::real) {
+    const auto number = parseReal(text);
+    return number ? std::optional(std::bit_cast<std::uint64_t>(*number)) : std::nullopt;
+  }
+  if (type == StandardType::uinteger64) return parseWhole<std::uint64_t>(text);
+  const auto number = parseWhole<std::int64_t>(text);
+  const IntegerRange range = rangeOf(type);
+  if (!number || *number < range.low || *number > range.high) return std::nullopt;
+  return static_cast<std::uint64_t>(*number);
+}
+
+std::string formatNumber(StandardType type, std::uint64_t payload) {
+  if (type == StandardType::boolean) return payload != 0 ? "true" : "false";
+  if (type == StandardType::real) return formatReal(std::bit_cast<double>(payload));
+  if (type == StandardType::uinteger64) return std::to_string(payload);
+  return std::to_string(static_cast<std::int64_t>(payload));
+}
+
+std::optional<Uuid> parseUuid(std::string_view text) {
+  if (text.size() != 36) return std::nullopt;
+  Uuid uuid{};
+  std::size_t digits = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isDashPosition(i)) {
+      if (text[i] != '-') return std::nullopt;
+      continue;
+    }
+    const int digit = hexDigit(text[i]);
+    if (digit < 0) return std::nullopt;
+    auto& byte = uuid[digits++ / 2];
+    byte = static_cast<std::uint8_t>(byte << 4 | digit);
+  }
+  return uuid;
+}
+
+std::string formatUuid(const Uuid& uuid) {
+  constexpr const char* kDigits = "0123456789abcdef";
+  std::string text;
+  text.reserve(36);
+  for (const std::uint8_t byte : uuid) {
+    if (isDashPosition(text.size())) text += '-';
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
+  }
+  return text;
+}
+
+Value toValue(meta::Type type, StandardType standard, ValueFlags flags, std::uint64_t payload) {
+  const ValueMeta meta(type, flags);
+  switch (standard) {
+    case StandardType::boolean:
+      return Value(meta, payload != 0);
+    case StandardType::integer8:
+      return Value(meta, static_cast<std::int8_t>(payload));
+    case StandardType::uinteger8:
+      return Value(meta, static_cast<std::uint8_t>(payload));
+    case StandardType::integer16:
+      return Value(meta, static_cast<std::int16_t>(payload));
+    case StandardType::uinteger16:
+      return Value(meta, static_cast<std::uint16_t>(payload));
+    case StandardType::integer:
+      return Value(meta, static_cast<std::int32_t>(payload));
+    case StandardType::unlimitedNatural:
+      return Value(meta, static_cast<std::uint32_t>(payload));
+    case StandardType::uinteger64:
+      return Value(meta, payload);
+    case StandardType::real:
+      return Value(meta, std::bit_cast<double>(payload));
+    default:  // Integer64 and enumerations
+      return Value(meta, static_cast<std::int64_t>(payload));
+  }
+}
+
+std::uint64_t fromValue(StandardType standard, const Value& value) noexcept {
+  const auto widen = [](std::int64_t number) { return static_cast<std::uint64_t>(number); };
+  switch (standard) {
+    case StandardType::boolean:
+      return value.get<std::uint8_t>() != 0 ? 1 : 0;
+    case StandardType::integer8:
+      return widen(value.get<std::int8_t>());
+    case StandardType::uinteger8:
+      return value.get<std::uint8_t>();
+    case StandardType::integer16:
+      return widen(value.get<std::int16_t>());
+    case StandardType::uinteger16:
+      return value.get<std::uint16_t>();
+    case StandardType::integer:
+      return widen(value.get<std::int32_t>());
+    case StandardType::unlimitedNatural:
+      return value.get<std::uint32_t>();
+    default:
+      return value.get<std::uint64_t>();
+  }
+}
+
+}  // namespace kr::zero::internal

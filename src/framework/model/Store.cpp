@@ -1,0 +1,425 @@
+#include "model/Store.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace kr::zero::internal {
+
+using meta::Class;
+using meta::Enum;
+using meta::PrimitiveType;
+using meta::StandardType;
+using meta::StructuredType;
+
+int ElementRecord::findSorted(std::size_t slot) const noexcept {
+  const std::uint16_t* first = slots();
+  const std::uint16_t* last = first + count;
+  const std::uint16_t* it = std::lower_bound(first, last, slot, [](std::uint16_t entry, std::size_t wanted) {
+    return (entry & kSlotMask) < wanted;
+  });
+  return it != last && (*it & kSlotMask) == slot ? static_cast<int>(it - first) : -1;
+}
+
+namespace {
+
+// The number of literals where their numbers are 0, 1, 2 … in any order and with repetitions.
+std::uint32_t denseLiteralsOf(Enum type) {
+  const auto& literals = type->getLiterals();
+  std::vector<bool> seen(literals.size());
+  for (const auto& literal : literals) {
+    if (literal.number < 0 || static_cast<std::size_t>(literal.number) >= literals.size()) return 0;
+    seen[static_cast<std::size_t>(literal.number)] = true;
+  }
+  const auto gap = std::find(seen.begin(), seen.end(), false);
+  return static_cast<std::uint32_t>(gap - seen.begin());
+}
+
+ValueKind kindOfPrimitive(StandardType standard) {
+  switch (standard) {
+    case StandardType::boolean:
+    case StandardType::integer8:
+    case StandardType::uinteger8:
+    case StandardType::integer16:
+    case StandardType::uinteger16:
+    case StandardType::integer:
+    case StandardType::unlimitedNatural:
+    case StandardType::integer64:
+    case StandardType::uinteger64:
+    case StandardType::real:
+      return ValueKind::number;
+    case StandardType::uuid:
+      return ValueKind::uuid;
+    case StandardType::dateTime:
+      return ValueKind::dateTime;
+    default:
+      return ValueKind::text;
+  }
+}
+
+SlotPlan makeSlotPlan(meta::Property property) {
+  SlotPlan slot;
+  slot.property = property;
+  slot.many = property->isMany();
+  slot.optional = property->isOptional();
+  if (!property->isStored()) return slot;
+  const meta::Type type = property->getType();
+  std::uint32_t single = 0;
+  if (const Class cls(type); cls) {
+    slot.target = cls;
+    slot.kind = property->isComposite() ? ValueKind::composition : ValueKind::association;
+    single = property->isComposite() ? 0x008 : 0x004;
+  } else if (type->isKindOf(StructuredType::metaClass())) {
+    slot.kind = ValueKind::datatype;
+    single = 0x002;
+  } else if (const Enum enumeration(type); enumeration) {
+    slot.kind = ValueKind::enumeration;
+    slot.denseLiterals = denseLiteralsOf(enumeration);
+    single = 0x001;
+  } else {
+    slot.standard = PrimitiveType(type)->getStandardType();
+    slot.kind = kindOfPrimitive(slot.standard);
+    single = 0x001;
+  }
+  slot.category = slot.many ? single << 8 : single;
+  slot.visited = property->getIdentifier() != 0 && !property->isTransient();
+  return slot;
+}
+
+}  // namespace
+
+TypePlan& ModelStore::plan(StructuredType type) {
+  const std::size_t index = type->getIndex();
+  if (index < plans_.size() && plans_[index] != nullptr) return *plans_[index];
+
+  auto made = std::make_unique<TypePlan>();
+  made->type = type;
+  made->cls = Class(meta::Type(type));
+  const auto& properties = type->getAllProperties();
+  if (properties.size() > kSlotMask)
+    throw ModelError("type " + type->getQualifiedNameUtf8() + " has more than 16383 properties");
+  for (const meta::Property property : properties) {
+    made->slotOf.emplace(property.get(), static_cast<std::uint16_t>(made->slots.size()));
+    made->slots.push_back(makeSlotPlan(property));
+    const SlotPlan& slot = made->slots.back();
+    if (slot.kind == ValueKind::association) made->hasAssociations = true;
+    if (slot.kind == ValueKind::composition && !slot.visited) made->hasUnvisitedCompositions = true;
+  }
+  planOrder_.reserve(planOrder_.size() + 1);
+  if (index >= plans_.size()) plans_.resize(index + 1);
+  plans_[index] = std::move(made);
+  planOrder_.push_back(plans_[index].get());
+  return *plans_[index];
+}
+
+// Index order stays document order as long as each new element goes behind everything there is: into
+// the element made last or one above it, and there behind the branch that leads to the last one.
+void ModelStore::noteOrder(const ElementRecord* record) noexcept {
+  const ElementRecord* branch = last_;
+  if (branch == nullptr || branch == record->container || record->container == nullptr) return;
+  while (branch != nullptr && branch->container != record->container) branch = branch->container;
+  if (branch == nullptr || branch->containerSlot > record->containerSlot) inOrder_ = false;
+}
+
+ElementRecord* ModelStore::make(TypePlan& plan, ElementRecord* container, std::uint16_t slot) {
+  if (nextIndex_ == std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  if (nextIndex_ % kBlock == 0 && nextIndex_ / kBlock == blocks_.size()) {
+    blocks_.reserve(blocks_.size() + 1);
+    blocks_.push_back(static_cast<ElementRecord*>(arena_.allocate(kBlock * sizeof(ElementRecord))));
+  }
+  auto* result = new (record(nextIndex_)) ElementRecord{};
+  result->plan = &plan;
+  result->container = container;
+  result->containerSlot = slot;
+  result->index = nextIndex_;
+  if (inOrder_) noteOrder(result);
+  last_ = result;
+  ++nextIndex_;
+  ++plan.live;
+  if (plan.cls) ++elements_;
+  return result;
+}
+
+ElementRecord* ModelStore::makeRoot(TypePlan& plan) {
+  roots_.reserve(roots_.size() + 1);
+  ElementRecord* result = make(plan, nullptr, 0);
+  roots_.push_back(result);
+  return result;
+}
+
+ElementRecord* ModelStore::makeChild(TypePlan& plan, ElementRecord* container, std::size_t slot) {
+  ElementRecord* child = make(plan, container, static_cast<std::uint16_t>(slot));
+  try {
+    if (container->plan->slots[slot].many)
+      append(container, slot, asPayload(child));
+    else
+      payload(container, slot) = asPayload(child);
+  } catch (...) {
+    markRemoved(child);
+    throw;
+  }
+  return child;
+}
+
+void ModelStore::markRemoved(ElementRecord* record) noexcept {
+  record->removed = true;
+  --record->plan->live;
+  if (record->plan->cls) --elements_;
+  inOrder_ = false;
+  if (last_ == record) last_ = nullptr;
+}
+
+void ModelStore::grow(ElementRecord* record) {
+  constexpr std::size_t kEntry = sizeof(std::uint64_t) + sizeof(std::uint16_t);
+  std::size_t capacity = record->capacity == 0 ? record->plan->capacityHint : record->capacity * 3u / 2 + 2;
+  capacity = std::min(capacity, record->plan->slots.size());
+  std::size_t bytes = capacity * kEntry;
+  auto* memory = static_cast<std::uint64_t*>(arena_.allocateRecyclable(bytes));
+  capacity = std::min(bytes / kEntry, record->plan->slots.size());
+  auto* slots = reinterpret_cast<std::uint16_t*>(memory + capacity);
+  if (record->count != 0) {
+    std::memcpy(memory, record->payloads, record->count * sizeof(std::uint64_t));
+    std::memcpy(slots, record->slots(), record->count * sizeof(std::uint16_t));
+  }
+  if (record->capacity != 0) {
+    arena_.recycle(record->payloads, record->capacity * kEntry);
+    record->plan->capacityHint = static_cast<std::uint16_t>(capacity);
+  }
+  record->payloads = memory;
+  record->capacity = static_cast<std::uint16_t>(capacity);
+}
+
+std::uint64_t& ModelStore::payload(ElementRecord* record, std::size_t slot, std::uint16_t state) {
+  // Readers and importers set properties in their order: look at the end first.
+  std::size_t at = record->count;
+  if (at != 0) {
+    const std::size_t lastSlot = record->slots()[at - 1] & kSlotMask;
+    if (lastSlot == slot) return record->payloads[at - 1];
+    if (lastSlot > slot) {
+      if (const int found = record->find(slot); found >= 0) return record->payloads[found];
+      while (at > 0 && (record->slots()[at - 1] & kSlotMask) > slot) --at;
+    }
+  }
+  if (record->count == record->capacity) grow(record);
+  std::uint16_t* slots = record->slots();
+  const std::size_t behind = record->count - at;
+  std::memmove(slots + at + 1, slots + at, behind * sizeof(std::uint16_t));
+  std::memmove(record->payloads + at + 1, record->payloads + at, behind * sizeof(std::uint64_t));
+  slots[at] = static_cast<std::uint16_t>(slot | state);
+  record->payloads[at] = 0;
+  ++record->count;
+  return record->payloads[at];
+}
+
+void ModelStore::setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept {
+  record->slots()[record->find(slot)] = static_cast<std::uint16_t>(slot | state);
+}
+
+void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
+  const int found = record->find(slot);
+  if (found < 0) return;
+  const auto at = static_cast<std::size_t>(found);
+  const std::size_t behind = record->count - at - 1;
+  std::memmove(record->slots() + at, record->slots() + at + 1, behind * sizeof(std::uint16_t));
+  std::memmove(record->payloads + at, record->payloads + at + 1, behind * sizeof(std::uint64_t));
+  --record->count;
+}
+
+std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::uint64_t item) {
+  std::uint64_t& cell = payload(record, slot, kStateEmpty);
+  List* list = asList(cell);
+  if (list == nullptr || list->size == list->capacity) {
+    const std::size_t wanted = list == nullptr ? 2 : std::size_t{list->capacity} * 2;
+    if (wanted > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+    std::size_t bytes = sizeof(List) + wanted * sizeof(std::uint64_t);
+    auto* bigger = static_cast<List*>(arena_.allocateRecyclable(bytes));
+    const std::size_t capacity = (bytes - sizeof(List)) / sizeof(std::uint64_t);
+    bigger->capacity = static_cast<std::uint32_t>(capacity);
+    bigger->size = 0;
+    if (list != nullptr) {
+      bigger->size = list->size;
+      std::memcpy(bigger->items(), list->items(), list->size * sizeof(std::uint64_t));
+      arena_.recycle(list, sizeof(List) + list->capacity * sizeof(std::uint64_t));
+    }
+    list = bigger;
+    cell = asPayload(list);
+  }
+  if (list->size == 0) setState(record, slot, 0);
+  list->items()[list->size] = item;
+  return list->size++;
+}
+
+void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {
+  List* list = asList(record->payloads[record->find(slot)]);
+  std::memmove(list->items() + position, list->items() + position + 1,
+               (list->size - position - 1) * sizeof(std::uint64_t));
+  if (--list->size == 0) setState(record, slot, kStateEmpty);
+}
+
+void ModelStore::detach(ElementRecord* record) noexcept {
+  ElementRecord* container = record->container;
+  if (container == nullptr) {
+    std::erase(roots_, record);
+    return;
+  }
+  const std::size_t slot = record->containerSlot;
+  if (!container->plan->slots[slot].many) {
+    erase(container, slot);
+    return;
+  }
+  const Values items = values(container, slot);
+  const std::uint64_t* found = std::find(items.items, items.items + items.size, asPayload(record));
+  removeItem(container, slot, static_cast<std::size_t>(found - items.items));
+  // A collection of elements without entries is the same as an unset one.
+  if (state(container, slot) == PropertyState::empty) erase(container, slot);
+}
+
+void ModelStore::removeSubtrees(const std::vector<ElementRecord*>& records) {
+  std::vector<ElementRecord*> pending = records;
+  std::vector<ElementRecord*> all;
+  while (!pending.empty()) {
+    ElementRecord* next = pending.back();
+    pending.pop_back();
+    all.push_back(next);
+    forEachContained(next, true, [&](ElementRecord* child) { pending.push_back(child); });
+  }
+  for (ElementRecord* record : records) detach(record);
+  for (ElementRecord* record : all) markRemoved(record);
+  dropReferencesToRemoved();
+}
+
+void ModelStore::dropReferencesToRemoved() noexcept {
+  for (std::uint32_t index = 0; index < nextIndex_; ++index) {
+    ElementRecord* from = record(index);
+    if (from->removed || !from->plan->hasAssociations) continue;
+    for (std::uint16_t i = from->count; i-- > 0;) {
+      const std::uint16_t entry = from->slots()[i];
+      const std::size_t slot = entry & kSlotMask;
+      const SlotPlan& plan = from->plan->slots[slot];
+      if (plan.kind != ValueKind::association || (entry & (kStateEmpty | kStateUnresolved)) != 0) continue;
+      if (!plan.many) {
+        if (asElement(from->payloads[i])->removed) erase(from, slot);
+        continue;
+      }
+      List* list = asList(from->payloads[i]);
+      const auto gone = [](std::uint64_t item) { return !isUnresolved(item) && asElement(item)->removed; };
+      std::uint64_t* end = std::remove_if(list->items(), list->items() + list->size, gone);
+      list->size = static_cast<std::uint32_t>(end - list->items());
+      if (list->size == 0) setState(from, slot, kStateEmpty);
+    }
+  }
+}
+
+Values ModelStore::values(const ElementRecord* record, std::size_t slot) noexcept {
+  const int at = record->find(slot);
+  if (at < 0 || (record->slots()[at] & kStateEmpty) != 0) return {};
+  if (!record->plan->slots[slot].many)
+    return {record->payloads + at, 1, (record->slots()[at] & kStateUnresolved) != 0};
+  const List* list = asList(record->payloads[at]);
+  return {list->items(), list->size, false};
+}
+
+PropertyState ModelStore::state(const ElementRecord* record, std::size_t slot) noexcept {
+  const int at = record->find(slot);
+  if (at < 0) return PropertyState::unset;
+  return (record->slots()[at] & kStateEmpty) != 0 ? PropertyState::empty : PropertyState::value;
+}
+
+const Text* ModelStore::makeText(std::string_view text) {
+  if (text.size() > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  auto* result = static_cast<Text*>(arena_.allocate(offsetof(Text, bytes) + text.size()));
+  result->length = static_cast<std::uint32_t>(text.size());
+  if (!text.empty()) std::memcpy(result->bytes, text.data(), text.size());
+  return result;
+}
+
+const std::uint64_t* ModelStore::makeUuid(const Uuid& uuid) {
+  auto* result = static_cast<std::uint64_t*>(arena_.allocate(uuid.size()));
+  std::memcpy(result, uuid.data(), uuid.size());
+  return result;
+}
+
+// First parts of identities and type names of references repeat; each distinct one is kept once.
+const Text* ModelStore::intern(std::string_view text) {
+  if (lastInterned_ != nullptr && lastInterned_->view() == text) return lastInterned_;
+  if (const auto it = interned_.find(text); it != interned_.end()) return lastInterned_ = it->second;
+  const Text* made = makeText(text);
+  interned_.emplace(made->view(), made);
+  return lastInterned_ = made;
+}
+
+const UnresolvedRecord* ModelStore::makeUnresolved(std::string_view targetType, std::string_view id1,
+                                                   std::string_view id2, const std::string_view* qualifier) {
+  auto* result = new (arena_.allocate(sizeof(UnresolvedRecord))) UnresolvedRecord{};
+  result->targetType = intern(targetType);
+  result->id1 = intern(id1);
+  result->id2 = makeText(id2);
+  result->qualifier = qualifier == nullptr ? nullptr : intern(*qualifier);
+  return result;
+}
+
+void ModelStore::setIdentity(ElementRecord* record, std::string_view first, std::string_view second) {
+  auto* identity = new (arena_.allocate(sizeof(IdentityRecord))) IdentityRecord{};
+  identity->first = intern(first);
+  identity->second = makeText(second);
+  record->identity = identity;
+}
+
+bool ModelStore::fits(const SlotPlan& slot, Class cls) noexcept {
+  return cls && (cls == slot.target || cls->conformsTo(slot.target));
+}
+
+std::size_t ModelStore::memoryUsed() const noexcept {
+  return sizeof(ModelStore) + arena_.getReserved() + blocks_.capacity() * sizeof(ElementRecord*) +
+         roots_.capacity() * sizeof(ElementRecord*);
+}
+
+namespace {
+
+std::string lowerFirst(std::string name) {
+  if (!name.empty() && name[0] >= 'A' && name[0] <= 'Z') name[0] = static_cast<char>(name[0] - 'A' + 'a');
+  return name;
+}
+
+template <class Items>
+std::string positionIn(const Items& items, std::size_t size, const ElementRecord* record) {
+  for (std::size_t i = 0; i < size; ++i)
+    if (items(i) == record) return "[" + std::to_string(i) + "]";
+  return {};
+}
+
+std::string segmentOf(const ModelStore& store, const ElementRecord* record) {
+  if (record->container == nullptr) {
+    const auto& roots = store.roots();
+    const std::string name = lowerFirst(record->plan->type->getName());
+    return roots.size() < 2
+               ? name
+               : name + positionIn([&](std::size_t i) { return roots[i]; }, roots.size(), record);
+  }
+  const SlotPlan& slot = record->container->plan->slots[record->containerSlot];
+  const std::string& name = slot.property->getNameUtf8();
+  if (!slot.many) return name;
+  const Values values = ModelStore::values(record->container, record->containerSlot);
+  return name + positionIn([&](std::size_t i) { return asElement(values.items[i]); }, values.size, record);
+}
+
+}  // namespace
+
+std::string pathOf(const ModelStore& store, const ElementRecord* record) {
+  constexpr std::size_t kShown = 24;  // segments shown at each end of a long path
+  std::vector<const ElementRecord*> chain;
+  for (; record != nullptr; record = record->container) chain.push_back(record);
+  std::string path;
+  for (std::size_t i = chain.size(); i-- > 0;) {
+    if (chain.size() > 2 * kShown && i == chain.size() - kShown - 1) {
+      i = kShown;
+      path += "/...";
+      continue;
+    }
+    path += "/" + segmentOf(store, chain[i]);
+  }
+  return path.empty() ? "/" : path;
+}
+
+}  // namespace kr::zero::internal

@@ -1,0 +1,260 @@
+/// @file
+/// Internal: how a model lies in memory.
+///
+/// An element is a record of fixed size; records stand in blocks, in order of creation, so that an
+/// element's index leads to its record. What is set on an element stands in one array of its own:
+/// 8 bytes of payload per set property, and beside them the property's slot (its position among all
+/// properties of the type), in ascending order. What a payload means follows from the property:
+///
+///     number, enumeration     the number itself
+///     text, UUID              pointer to the bytes in the arena
+///     child, datatype value   pointer to its record
+///     reference               pointer to the target's record, or to an UnresolvedRecord (state bit)
+///     collection of these     pointer to a List of such payloads; an unresolved reference in a list is
+///                             marked by the lowest bit of its pointer
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "kr/zero/Model.h"
+#include "kr/zero/meta/Type.h"
+#include "model/Arena.h"
+
+namespace kr::zero::internal {
+
+/// What a property holds, as the store sees it.
+enum class ValueKind : std::uint8_t {
+  none,  // derived and static properties
+  number,
+  enumeration,
+  text,
+  uuid,
+  dateTime,
+  datatype,
+  composition,
+  association
+};
+
+/// Everything about a property of a type that is asked for often.
+struct SlotPlan {
+  meta::Property property;
+  ValueKind kind = ValueKind::none;
+  bool many = false;
+  bool optional = false;
+  bool visited = false;  // a walk may write it: identifier, not transient
+  meta::StandardType standard = meta::StandardType::none;
+  std::uint32_t category = 0;       // PropertyCategory mask on the reading side
+  std::uint32_t denseLiterals = 0;  // enumeration numbers are 0 .. n-1
+  meta::Class target;               // associations and compositions
+};
+
+/// A type as one model uses it.
+struct TypePlan {
+  meta::StructuredType type;
+  meta::Class cls;  // empty for a datatype
+  std::vector<SlotPlan> slots;
+  std::unordered_map<const meta::Property::Impl*, std::uint16_t> slotOf;
+  std::uint16_t capacityHint = 2;  // properties set on the last instance that grew
+  bool hasAssociations = false;
+  bool hasUnvisitedCompositions = false;
+  std::size_t live = 0;  // instances in the model
+};
+
+struct Text {
+  std::uint32_t length;
+  char bytes[1];  // `length` of them
+  std::string_view view() const noexcept { return {bytes, length}; }
+};
+
+struct IdentityRecord {
+  const Text* first;
+  const Text* second;
+};
+
+struct UnresolvedRecord {
+  const Text* targetType;
+  const Text* id1;
+  const Text* id2;
+  const Text* qualifier;  // null: none
+};
+
+struct List {
+  std::uint32_t size;
+  std::uint32_t capacity;
+  std::uint64_t* items() noexcept { return reinterpret_cast<std::uint64_t*>(this + 1); }
+  const std::uint64_t* items() const noexcept { return reinterpret_cast<const std::uint64_t*>(this + 1); }
+};
+
+/// Upper bits of a slot entry.
+enum : std::uint16_t {
+  kSlotMask = 0x3FFF,
+  kStateEmpty = 0x4000,
+  kStateUnresolved = 0x8000,
+};
+
+struct ElementRecord {
+  TypePlan* plan;
+  ElementRecord* container;  // null for a root
+  std::uint64_t* payloads;   // `capacity` payloads, then `capacity` slot entries
+  const IdentityRecord* identity;
+  std::uint32_t index;
+  std::uint16_t containerSlot;
+  std::uint16_t count;
+  std::uint16_t capacity;
+  bool removed;
+
+  std::uint16_t* slots() const noexcept { return reinterpret_cast<std::uint16_t*>(payloads + capacity); }
+  bool isDatatype() const noexcept { return !plan->cls; }
+
+  /// Position of a slot's entry, or -1.
+  int find(std::size_t slot) const noexcept {
+    const std::uint16_t* s = slots();
+    if (count <= 32) {
+      for (int i = 0; i < count; ++i)
+        if ((s[i] & kSlotMask) == slot) return i;
+      return -1;
+    }
+    return findSorted(slot);
+  }
+
+ private:
+  int findSorted(std::size_t slot) const noexcept;
+};
+
+inline bool isUnresolved(std::uint64_t item) noexcept { return (item & 1) != 0; }
+inline ElementRecord* asElement(std::uint64_t item) noexcept {
+  return reinterpret_cast<ElementRecord*>(item);  // NOLINT: payloads hold pointers
+}
+inline const UnresolvedRecord* asUnresolved(std::uint64_t item) noexcept {
+  return reinterpret_cast<const UnresolvedRecord*>(item & ~std::uint64_t{1});
+}
+inline const Text* asText(std::uint64_t item) noexcept { return reinterpret_cast<const Text*>(item); }
+inline List* asList(std::uint64_t item) noexcept { return reinterpret_cast<List*>(item); }
+inline std::uint64_t asPayload(const void* pointer) noexcept {
+  return reinterpret_cast<std::uint64_t>(pointer);
+}
+
+/// The values of one property of one element: a single one is a list of length 1.
+struct Values {
+  const std::uint64_t* items = nullptr;
+  std::size_t size = 0;
+  bool unresolvedSingle = false;  // the one item points to an UnresolvedRecord without the mark
+};
+
+class ModelStore {
+ public:
+  explicit ModelStore(const meta::MetaRegistry& registry) : registry_(&registry) {}
+  ModelStore(const ModelStore&) = delete;
+  ModelStore& operator=(const ModelStore&) = delete;
+
+  static ModelStore& of(const Model& model) noexcept { return *model.store_; }
+  static ElementRecord* recordOf(const Element& element) noexcept { return element.record_; }
+  Element handle(ElementRecord* record) noexcept { return record ? Element(this, record) : Element(); }
+
+  const meta::MetaRegistry& registry() const noexcept { return *registry_; }
+  Model* model() const noexcept { return model_; }
+  void setModel(Model* model) noexcept { model_ = model; }
+
+  /// The plan of a type of this model's registry.
+  TypePlan& plan(meta::StructuredType type);
+  /// Plans in order of first use; some may have no instance left.
+  const std::vector<TypePlan*>& plansInUse() const noexcept { return planOrder_; }
+
+  // Making and placing records. `slot` is the container's; the container is not yet changed by make.
+  ElementRecord* make(TypePlan& plan, ElementRecord* container, std::uint16_t slot);
+  ElementRecord* makeRoot(TypePlan& plan);
+  /// Makes a record and appends it to (or puts it into) the container's property.
+  ElementRecord* makeChild(TypePlan& plan, ElementRecord* container, std::size_t slot);
+  std::vector<ElementRecord*>& roots() noexcept { return roots_; }
+  const std::vector<ElementRecord*>& roots() const noexcept { return roots_; }
+  std::uint32_t recordCount() const noexcept { return nextIndex_; }
+  /// Records in order of creation, removed ones and datatype values included.
+  ElementRecord* record(std::uint32_t index) const noexcept {
+    return blocks_[index / kBlock] + index % kBlock;
+  }
+  std::size_t elementCount() const noexcept { return elements_; }
+  /// Whether index order is document order and nothing was removed: numbers can then be had without
+  /// a walk.
+  bool isInDocumentOrder() const noexcept { return inOrder_; }
+  void leaveDocumentOrder() noexcept { inOrder_ = false; }
+  /// Takes records out of their places, with all below them and every reference to them.
+  void removeSubtrees(const std::vector<ElementRecord*>& records);
+
+  // Values.
+  /// The payload of a property, made (as 0, state "value") where there is none.
+  std::uint64_t& payload(ElementRecord* record, std::size_t slot, std::uint16_t state = 0);
+  void setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept;
+  void erase(ElementRecord* record, std::size_t slot) noexcept;
+  /// Makes a collection property set, without entries, unless it is set already.
+  void touch(ElementRecord* record, std::size_t slot) {
+    if (record->find(slot) < 0) payload(record, slot, kStateEmpty);
+  }
+  /// Appends to a collection; returns the position.
+  std::uint32_t append(ElementRecord* record, std::size_t slot, std::uint64_t item);
+  /// Takes one item out of a collection; a collection that becomes empty stays set.
+  void removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept;
+  /// Takes a record out of its container, or out of the roots. It keeps what it contains.
+  void detach(ElementRecord* record) noexcept;
+  static Values values(const ElementRecord* record, std::size_t slot) noexcept;
+  static PropertyState state(const ElementRecord* record, std::size_t slot) noexcept;
+
+  const Text* makeText(std::string_view text);
+  const std::uint64_t* makeUuid(const Uuid& uuid);
+  const UnresolvedRecord* makeUnresolved(std::string_view targetType, std::string_view id1,
+                                         std::string_view id2, const std::string_view* qualifier);
+  void setIdentity(ElementRecord* record, std::string_view first, std::string_view second);
+
+  /// Whether an instance of `cls` may stand in a composition or be the target of an association.
+  static bool fits(const SlotPlan& slot, meta::Class cls) noexcept;
+  std::size_t memoryUsed() const noexcept;
+
+ private:
+  static constexpr std::uint32_t kBlock = 64;
+  void grow(ElementRecord* record);
+  void markRemoved(ElementRecord* record) noexcept;
+  void dropReferencesToRemoved() noexcept;
+  void noteOrder(const ElementRecord* record) noexcept;
+  const Text* intern(std::string_view text);
+
+  const meta::MetaRegistry* registry_;
+  Model* model_ = nullptr;
+  Arena arena_;
+  std::vector<ElementRecord*> blocks_;
+  std::uint32_t nextIndex_ = 0;
+  std::size_t elements_ = 0;
+  std::vector<ElementRecord*> roots_;
+  bool inOrder_ = true;
+  ElementRecord* last_ = nullptr;
+  std::vector<std::unique_ptr<TypePlan>> plans_;  // by type index
+  std::vector<TypePlan*> planOrder_;
+  const Text* lastInterned_ = nullptr;
+  std::unordered_map<std::string_view, const Text*> interned_;
+};
+
+/// Path of an element for messages; long paths are shortened in the middle.
+std::string pathOf(const ModelStore& store, const ElementRecord* record);
+
+/// Calls `visit(record)` for every child (or, with `datatypes`, every datatype value too) of a record
+/// in document order.
+template <class Visit>
+void forEachContained(const ElementRecord* record, bool datatypes, Visit&& visit) {
+  for (std::uint16_t i = 0; i < record->count; ++i) {
+    const std::uint16_t entry = record->slots()[i];
+    if ((entry & kStateEmpty) != 0) continue;
+    const SlotPlan& slot = record->plan->slots[entry & kSlotMask];
+    if (slot.kind != ValueKind::composition && !(datatypes && slot.kind == ValueKind::datatype)) continue;
+    if (!slot.many) {
+      visit(asElement(record->payloads[i]));
+    } else {
+      const List* list = asList(record->payloads[i]);
+      for (std::uint32_t k = 0; k < list->size; ++k) visit(asElement(list->items()[k]));
+    }
+  }
+}
+
+}  // namespace kr::zero::internal

@@ -1,0 +1,82 @@
+#include "model/TextForm.h"
+
+#include <cstring>
+
+#include "fl/i18n/converter.h"
+#include "kr/zero/DateTime.h"
+#include "model/Numbers.h"
+
+namespace kr::zero::internal {
+
+namespace {
+
+Uuid uuidOf(std::uint64_t payload) {
+  Uuid uuid;
+  std::memcpy(uuid.data(), reinterpret_cast<const void*>(payload), uuid.size());
+  return uuid;
+}
+
+}  // namespace
+
+bool isLiteral(const SlotPlan& slot, std::int64_t number) noexcept {
+  if (number >= 0 && number < static_cast<std::int64_t>(slot.denseLiterals)) return true;
+  return meta::Enum(slot.property->getType())->findByNumber(number) != nullptr;
+}
+
+bool isWellFormed(std::string_view utf8) {
+  bool ascii = true;
+  for (const char c : utf8) ascii &= static_cast<signed char>(c) >= 0;
+  if (ascii) return true;
+  static const fl::i18n::codecvt_string_to_ustring converter("UTF8", true);
+  std::u16string ignored;
+  return converter.convert(utf8, ignored);
+}
+
+std::string toTextForm(const SlotPlan& slot, std::uint64_t payload) {
+  switch (slot.kind) {
+    case ValueKind::number:
+      return formatNumber(slot.standard, payload);
+    case ValueKind::enumeration: {
+      const auto number = static_cast<std::int64_t>(payload);
+      const meta::EnumLiteral* literal = meta::Enum(slot.property->getType())->findByNumber(number);
+      return literal != nullptr ? literal->name : std::to_string(number);
+    }
+    case ValueKind::uuid:
+      return formatUuid(uuidOf(payload));
+    default:
+      return std::string(asText(payload)->view());
+  }
+}
+
+bool fromTextForm(ModelStore& store, const SlotPlan& slot, std::string_view text, std::uint64_t& payload) {
+  switch (slot.kind) {
+    case ValueKind::number: {
+      const auto number = parseNumber(slot.standard, text);
+      if (number) payload = *number;
+      return number.has_value();
+    }
+    case ValueKind::enumeration: {
+      const meta::Enum type(slot.property->getType());
+      const meta::EnumLiteral* literal = type->findByName(text);
+      if (literal == nullptr) literal = type->findByText(text);
+      if (literal == nullptr) return false;
+      payload = static_cast<std::uint64_t>(std::int64_t{literal->number});
+      return true;
+    }
+    case ValueKind::uuid: {
+      const auto uuid = parseUuid(text);
+      if (uuid) payload = asPayload(store.makeUuid(*uuid));
+      return uuid.has_value();
+    }
+    case ValueKind::dateTime:
+      if (!DateTime::parse(text)) return false;
+      payload = asPayload(store.makeText(text));
+      return true;
+    default:
+      if (!isWellFormed(text)) return false;
+      payload = asPayload(store.makeText(text));
+      return true;
+  }
+}
+
+}  // namespace kr::zero::internal

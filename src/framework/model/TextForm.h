@@ -1,0 +1,25 @@
+/// @file
+/// Internal: any primitive or enumeration value as text and back.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "model/Store.h"
+
+namespace kr::zero::internal {
+
+/// The text of one payload of a primitive or enumeration property.
+std::string toTextForm(const SlotPlan& slot, std::uint64_t payload);
+
+/// The payload of a text.
+/// @return false where the text is not one of the property's type.
+bool fromTextForm(ModelStore& store, const SlotPlan& slot, std::string_view text, std::uint64_t& payload);
+
+/// Whether a number is that of a literal of the property's enumeration.
+bool isLiteral(const SlotPlan& slot, std::int64_t number) noexcept;
+
+/// Whether bytes are well-formed UTF-8.
+bool isWellFormed(std::string_view utf8);
+
+}  // namespace kr::zero::internal
