@@ -170,22 +170,37 @@ void ModelStore::markRemoved(ElementRecord* record) noexcept {
   if (last_ == record) last_ = nullptr;
 }
 
+namespace {
+
+constexpr std::size_t kEntryBytes = sizeof(std::uint64_t) + sizeof(std::uint16_t);
+
+// Instances of a class tend to be alike, so the one before is the guess for this one. The guess is
+// bounded: one huge instance must not make all small ones large.
+std::size_t firstCapacity(const TypePlan& plan) {
+  constexpr std::size_t kUsual = 4;
+  constexpr std::size_t kMost = 24;
+  if (plan.previous == nullptr) return kUsual;
+  return std::clamp<std::size_t>(plan.previous->count, 1, kMost);
+}
+
+}  // namespace
+
 void ModelStore::grow(ElementRecord* record) {
-  constexpr std::size_t kEntry = sizeof(std::uint64_t) + sizeof(std::uint16_t);
-  std::size_t capacity = record->capacity == 0 ? record->plan->capacityHint : record->capacity * 3u / 2 + 2;
-  capacity = std::min(capacity, record->plan->slots.size());
-  std::size_t bytes = capacity * kEntry;
+  const std::size_t most = record->plan->slots.size();
+  std::size_t capacity =
+      record->capacity == 0 ? firstCapacity(*record->plan) : std::size_t{record->capacity} * 3 / 2 + 2;
+  std::size_t bytes = std::min(capacity, most) * kEntryBytes;
   auto* memory = static_cast<std::uint64_t*>(arena_.allocateRecyclable(bytes));
-  capacity = std::min(bytes / kEntry, record->plan->slots.size());
+  capacity = std::min(bytes / kEntryBytes, most);
   auto* slots = reinterpret_cast<std::uint16_t*>(memory + capacity);
   if (record->count != 0) {
     std::memcpy(memory, record->payloads, record->count * sizeof(std::uint64_t));
     std::memcpy(slots, record->slots(), record->count * sizeof(std::uint16_t));
   }
-  if (record->capacity != 0) {
-    arena_.recycle(record->payloads, record->capacity * kEntry);
-    record->plan->capacityHint = static_cast<std::uint16_t>(capacity);
-  }
+  if (record->capacity != 0)
+    arena_.recycle(record->payloads, record->capacity * kEntryBytes);
+  else
+    record->plan->previous = record;
   record->payloads = memory;
   record->capacity = static_cast<std::uint16_t>(capacity);
 }

@@ -59,7 +59,7 @@ struct TypePlan {
   meta::Class cls;  // empty for a datatype
   std::vector<SlotPlan> slots;
   std::unordered_map<const meta::Property::Impl*, std::uint16_t> slotOf;
-  std::uint16_t capacityHint = 2;  // properties set on the last instance that grew
+  const struct ElementRecord* previous = nullptr;  // the instance before: its size is a good guess
   bool hasAssociations = false;
   bool hasUnvisitedCompositions = false;
   std::size_t live = 0;  // instances in the model

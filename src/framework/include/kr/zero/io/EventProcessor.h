@@ -2,6 +2,7 @@
 /// The events of a walk over a model: what a format's writer implements.
 #pragma once
 
+#include <array>
 #include <boost/container/small_vector.hpp>
 #include <cstdint>
 #include <vector>
@@ -67,8 +68,9 @@ class KR0_FRAMEWORK_API EventProcessor {
                                     const ustring& qualifier, const ustring& id1, const ustring& id2) = 0;
   virtual void endStructuredEntry() = 0;
 
-  /// Where type names are looked up; the process's registry unless set. Must outlive the processor.
-  void setMetaRegistry(const meta::MetaRegistry& registry) noexcept { registry_ = &registry; }
+  /// Where type names are looked up; the process's registry unless set. Must outlive the processor's
+  /// use. Also forgets whatever a walk that failed left behind.
+  void setMetaRegistry(const meta::MetaRegistry& registry) noexcept;
 
  protected:
   /// Notes that the properties of the events that follow are those of the type named `typeName`,
@@ -78,8 +80,6 @@ class KR0_FRAMEWORK_API EventProcessor {
   void pushContainerElementInfo(const ustring& property, const ustring& typeName);
   /// @throws std::logic_error with nothing pushed.
   void popContainerElementInfo();
-  /// Forgets everything pushed (a walk that failed leaves some).
-  void clearContainerElementInfo() noexcept;
   /// The property of that name in the type being written.
   /// @throws std::invalid_argument where nothing is pushed or the type has none of that name.
   meta::Property findProperty(const ustring& name);
@@ -89,10 +89,15 @@ class KR0_FRAMEWORK_API EventProcessor {
     meta::StructuredType type;
     std::size_t lastSlot = 0;
   };
+  struct KnownType {
+    const ustring* name = nullptr;  // the type's own qualified name, by address
+    meta::StructuredType type;
+  };
+  meta::StructuredType findType(const ustring& typeName);
+
   const meta::MetaRegistry* registry_ = &meta::MetaRegistry::instance();
   std::vector<ContainerInfo> containers_;
-  const ustring* lastTypeName_ = nullptr;
-  meta::StructuredType lastType_;
+  std::array<KnownType, 64> known_{};
 };
 
 }  // namespace kr::zero::io

@@ -19,17 +19,22 @@ struct PropertyDefinition {
   /// one around it. Tried in this order.
   std::string type;
   /// The number in the binary formats, 1 to 16382. None: the registry takes the smallest that no
-  /// property has which meets this one in some class. 0 only for derived and static properties.
+  /// property has which meets this one in some class (two meet in a class that inherits from the
+  /// owners of both). Numbers given here count first; the others follow in the order of declaration: a
+  /// package's types, then its nested packages. 0 only for derived and static properties, which take it
+  /// when no number is given.
   std::optional<std::uint32_t> identifier;
   std::uint32_t lower = 0;
   std::int32_t upper = 1;  ///< -1: no bound
+  /// Classes only; says nothing for a datatype, whose values always lie in their owner.
   bool composite = false;
   bool ordered = true;
   bool unique = true;
   bool derived = false;
   bool isStatic = false;
   bool isTransient = false;
-  /// Name of the opposite property in the class that is this property's type; empty: none.
+  /// Name of the opposite property in the class that is this property's type; empty: none. The
+  /// opposite names this one in turn.
   std::string opposite;
   std::optional<std::string> defaultText;
 };

@@ -9,7 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +22,7 @@
 namespace kr::zero::meta {
 
 class MetaRegistry;
+class PropertyTable;
 class RegistryLoader;
 
 /// The class of a type: which kind of type it is.
@@ -203,9 +204,9 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   const MetaClass& getMetaClass() const noexcept override { return StructuredType::metaClass(); }
   /// Declared by this type itself, in declaration order.
   const std::vector<Property>& getOwnedAttributes() const noexcept { return owned_; }
-  /// Everything an instance can hold: inherited first (supertypes in declaration order, each
-  /// property once), then its own. A datatype has only its own.
-  const std::vector<Property>& getAllProperties() const noexcept { return all_; }
+  /// Inherited ones first (supertypes in declaration order, each property once), then its own, with
+  /// derived and static ones in their places. A datatype has only its own.
+  const std::vector<Property>& getAllProperties() const noexcept { return *all_; }
   /// The property of that name among getAllProperties(), or an empty handle.
   Property findProperty(std::string_view name) const noexcept;
   Property findProperty(std::u16string_view name) const noexcept;
@@ -214,15 +215,19 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   /// Position of the property with that name string in getAllProperties(), or npos. A name that is
   /// the property's own string (by address) at position `hint` or next to it is found at once.
   std::size_t findSlot(const ustring& name, std::size_t hint) const noexcept;
+  /// The same, by content alone.
+  std::size_t findSlot(std::u16string_view name) const noexcept;
 
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
  protected:
   friend class meta::RegistryLoader;
+  bool isNameAt(std::size_t slot, const ustring& name) const noexcept;
+
   std::vector<Property> owned_;
-  std::vector<Property> all_;
-  std::unordered_map<std::u16string_view, std::size_t> byName_;
-  std::unordered_map<std::string_view, std::size_t> byNameUtf8_;
+  // Types that hold the same properties share one table: a class that only inherits costs no list.
+  std::shared_ptr<const PropertyTable> table_;
+  const std::vector<Property>* all_ = nullptr;  // lies in table_
 };
 
 class KR0_FRAMEWORK_API Class : public StructuredType {
@@ -247,10 +252,20 @@ class KR0_FRAMEWORK_API Class::Impl final : public StructuredType::Impl {
 
  private:
   friend class meta::RegistryLoader;
+  // Classes stand on lines: the next class on a line inherits from the one before it. A class so
+  // inherits from exactly the classes up to a certain place on some lines: its own line and those
+  // noted here. A chain of any length takes one line, a tree of n classes a few lines per class.
+  struct Place {
+    const Impl* line = nullptr;  // the first class on it
+    std::uint32_t position = 0;
+  };
+  using Places = std::vector<Place>;  // sorted by line, each line once
+
   bool abstract_ = false;
   bool universal_ = false;
   std::vector<Class> supertypes_;
-  std::vector<const Class::Impl*> ancestors_;  // sorted by address, this one included
+  Place place_;
+  std::shared_ptr<const Places> above_;  // the furthest place inherited from on each other line
 };
 
 class KR0_FRAMEWORK_API Property::Impl {
@@ -290,9 +305,12 @@ class KR0_FRAMEWORK_API Property::Impl {
 
  private:
   friend class meta::RegistryLoader;
+  friend class meta::PropertyTable;
   Impl() = default;
   ustring name_;
   std::string nameUtf8_;
+  std::size_t nameHash_ = 0;
+  std::size_t nameHashUtf8_ = 0;
   std::uint32_t identifier_ = 0;
   std::uint32_t lower_ = 0;
   std::int32_t upper_ = 1;
@@ -321,6 +339,17 @@ inline PrimitiveType::PrimitiveType(const Impl* impl) noexcept : Type(impl) {}
 inline Enum::Enum(const Impl* impl) noexcept : Type(impl) {}
 inline StructuredType::StructuredType(const Impl* impl) noexcept : Type(impl) {}
 inline Class::Class(const Impl* impl) noexcept : StructuredType(impl) {}
+
+inline bool StructuredType::Impl::isNameAt(std::size_t slot, const ustring& name) const noexcept {
+  return slot < all_->size() && &(*all_)[slot]->getName() == &name;
+}
+
+inline std::size_t StructuredType::Impl::findSlot(const ustring& name, std::size_t hint) const noexcept {
+  if (isNameAt(hint, name)) return hint;
+  const std::size_t next = hint + 1 < all_->size() ? hint + 1 : 0;
+  if (isNameAt(next, name)) return next;
+  return findSlot(std::u16string_view(name));
+}
 
 }  // namespace kr::zero::meta
 

@@ -1,0 +1,34 @@
+#include "kr/zero/io/ModelTraverser.h"
+
+namespace kr::zero::io {
+
+ModelTraverser::ModelTraverser() = default;
+ModelTraverser::~ModelTraverser() = default;
+
+PropertyCategory ModelTraverser::getPropertyCategory(meta::Property property) const {
+  if (!property->isStored()) return PropertyCategory();
+  const meta::Type type = property->getType();
+  const bool many = property->isMany();
+  if (type->isKindOf(meta::Class::metaClass())) {
+    if (property->isComposite())
+      return many ? PropertyCategory::CompositionCollection() : PropertyCategory::Composition();
+    return many ? PropertyCategory::AssociationCollection() : PropertyCategory::Association();
+  }
+  if (type->isKindOf(meta::StructuredType::metaClass()))
+    return many ? PropertyCategory::DatatypeCollection() : PropertyCategory::Datatype();
+  return many ? PropertyCategory::PrimitiveCollection() : PropertyCategory::Primitive();
+}
+
+std::vector<meta::Property> ModelTraverser::getProperties(meta::StructuredType type,
+                                                          PropertyCategory mask) const {
+  std::vector<meta::Property> visited;
+  for (const meta::Property property : type->getAllProperties())
+    if (property->getIdentifier() != 0 && !isPropertyTransient(property) &&
+        getPropertyCategory(property).isA(mask))
+      visited.push_back(property);
+  return visited;
+}
+
+bool ModelTraverser::isPropertyTransient(meta::Property property) const { return property->isTransient(); }
+
+}  // namespace kr::zero::io

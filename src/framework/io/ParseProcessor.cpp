@@ -1,0 +1,497 @@
+#include "kr/zero/io/ParseProcessor.h"
+
+#include <array>
+#include <cstring>
+#include <unordered_map>
+#include <utility>
+
+#include "fl/i18n/converter.h"
+#include "model/DocumentOrder.h"
+#include "model/Numbers.h"
+#include "model/TextForm.h"
+
+namespace kr::zero::io {
+
+using internal::asPayload;
+using internal::ElementRecord;
+using internal::IdentityIndex;
+using internal::ModelStore;
+using internal::SlotPlan;
+using internal::TypePlan;
+using internal::ValueKind;
+using meta::StructuredType;
+
+ValueError::~ValueError() = default;
+
+namespace {
+
+constexpr std::size_t kNoSlot = StructuredType::Impl::npos;
+
+/// The value of a canonical decimal text of at most nine digits, or 0.
+std::uint32_t smallNumber(const ustring& text) {
+  if (text.empty() || text.size() > 9 || text[0] == u'0') return 0;
+  std::uint32_t number = 0;
+  for (const char16_t c : text) {
+    if (c < u'0' || c > u'9') return 0;
+    number = number * 10 + static_cast<std::uint32_t>(c - u'0');
+  }
+  return number;
+}
+
+/// Elements by the identities that a document makes for itself, ("#", number), as a table.
+class LocalIdentities {
+ public:
+  /// A number that the table can hold is about as large as the document has elements; anything else is
+  /// an identity like any other.
+  static bool isPlausible(std::uint32_t number, std::size_t elements) {
+    return number != 0 && number / 8 <= elements + 8;
+  }
+  /// @return the element that has the number already, or null where the record was added.
+  ElementRecord* add(std::uint32_t number, ElementRecord* record) {
+    if (number >= table_.size()) table_.resize(std::size_t{number} + number / 2 + 16);
+    if (table_[number] != nullptr) return table_[number];
+    table_[number] = record;
+    return nullptr;
+  }
+  ElementRecord* find(std::uint32_t number) const {
+    return number < table_.size() ? table_[number] : nullptr;
+  }
+  void clear() { table_.clear(); }
+
+ private:
+  std::vector<ElementRecord*> table_;
+};
+
+/// A reference that waits for the end of the document.
+struct Deferred {
+  ElementRecord* from;
+  const ustring* targetType;  // one of targetTypes
+  std::uint32_t position;     // in a collection
+  std::uint32_t number;       // ("#", number), or 0: the texts below
+  std::uint16_t slot;
+  bool hasQualifier;
+  std::size_t texts;  // where id1, id2 and the qualifier begin in `texts`, each with its length before it
+};
+
+}  // namespace
+
+struct ParseProcessor::Impl {
+  struct Open {
+    ElementRecord* record;
+    std::size_t hint = 0;           // slot found last
+    std::size_t pending = kNoSlot;  // slot of the datatype or composition announced last
+  };
+  struct KnownType {
+    const ustring* name = nullptr;
+    TypePlan* plan = nullptr;
+  };
+
+  ParseCustomizer& customizer;
+  ParsingModelBuilder& builder;
+  ModelStore* store = nullptr;
+  std::vector<Open> open;
+  std::vector<std::string> problems;
+  ustring version;
+  std::unique_ptr<log::Span> span;
+  IdentityIndex identities;
+  LocalIdentities locals;
+  bool oddLocals = false;                 // some local identity stands in `identities`
+  std::vector<ElementRecord*> forgetful;  // have a "#" identity that is not kept
+  std::vector<Deferred> deferred;
+  std::string texts;  // of deferred references, in UTF-8
+  std::vector<std::unique_ptr<ustring>> targetTypes;
+  std::unordered_map<std::u16string_view, const ustring*> targetTypeByName;
+  const ustring* lastTargetType = nullptr;
+  std::unordered_map<ustring, TypePlan*> planByName;
+  std::array<KnownType, 32> known{};
+  fl::i18n::codecvt_ustring_to_string toUtf8{"UTF8", true};
+  std::string scratch;
+  std::string scratch2;
+
+  Impl(ParseCustomizer& c, ParsingModelBuilder& b) : customizer(c), builder(b) {}
+
+  void reset() {
+    builder.reset(customizer.getRegistry());
+    store = &ModelStore::of(builder.getModel());
+    open.clear();
+    problems.clear();
+    version.clear();
+    forgetReferences();
+    planByName.clear();
+    known.fill({});
+  }
+
+  void forgetReferences() {
+    identities.clear();
+    locals.clear();
+    oddLocals = false;
+    forgetful = {};
+    deferred = {};
+    texts = {};
+    targetTypes.clear();
+    targetTypeByName.clear();
+    lastTargetType = nullptr;
+  }
+
+  // Readers may be used without a Parser around them.
+  ModelStore& model() {
+    if (store == nullptr) reset();
+    return *store;
+  }
+
+  std::string path() const { return open.empty() ? "/" : pathOf(*store, open.back().record); }
+
+  [[noreturn]] void fail(const ustring& name, const std::string& what) const {
+    throw ValueError(path() + "." + zero::toUtf8(name) + ": " + what);
+  }
+
+  /// Text as UTF-8 in a string of this object's.
+  const std::string& narrow(const ustring& text, std::string& into) const {
+    if (!toUtf8.convert(text, into)) throw ValueError(path() + ": a text is not well-formed UTF-16");
+    return into;
+  }
+
+  std::size_t locate(const ustring& name) {
+    if (open.empty()) throw ValueError("/: property \"" + zero::toUtf8(name) + "\" outside of any element");
+    Open& top = open.back();
+    const std::size_t slot = top.record->plan->type->findSlot(name, top.hint);
+    if (slot == kNoSlot)
+      throw ValueError(path() + ": type " + top.record->plan->type->getQualifiedNameUtf8() +
+                       " has no property \"" + zero::toUtf8(name) + "\"");
+    return top.hint = slot;
+  }
+
+  const SlotPlan& slotOf(const ustring& name) { return open.back().record->plan->slots[locate(name)]; }
+
+  /// The plan of a type name; null where the name is no structured type's.
+  TypePlan* planOf(const ustring& typeName) {
+    // An entry answers by address alone: it is only made for a type's own name string.
+    KnownType& entry = known[reinterpret_cast<std::uintptr_t>(&typeName) / sizeof(ustring) % known.size()];
+    if (entry.name == &typeName) return entry.plan;
+    if (const auto it = planByName.find(typeName); it != planByName.end()) return it->second;
+    const meta::Type type = customizer.getMetaClass(typeName);
+    const StructuredType structured = type ? StructuredType(type) : StructuredType();
+    TypePlan* plan = structured ? &model().plan(structured) : nullptr;
+    if (plan != nullptr && &structured->getQualifiedName() == &typeName)
+      entry = {&typeName, plan};
+    else if (plan != nullptr)
+      planByName.emplace(typeName, plan);
+    return plan;
+  }
+
+  /// A document may be wrong in as many places as it has bytes; these are enough to tell.
+  static constexpr std::size_t kMostProblems = 20;
+  bool hasEnoughProblems() const { return problems.size() >= kMostProblems; }
+
+  bool refuse(std::string problem) {
+    problems.push_back(std::move(problem));
+    if (span != nullptr)
+      (*span)->addContext<std::string>(foundation::log::logging_event_types::error, "problem",
+                                       problems.back());
+    return false;
+  }
+
+  bool push(const ustring& typeName, const ustring& id1, const ustring& id2) {
+    TypePlan* plan = planOf(typeName);
+    if (plan == nullptr)
+      return refuse(path() + ": there is no type \"" + zero::toUtf8(typeName) + "\" with properties");
+    ElementRecord* record = open.empty() ? makeRoot(*plan) : makeChild(*plan);
+    if (record == nullptr) return false;
+    if (!id1.empty() || !id2.empty()) {
+      if (!setIdentity(record, id1, id2)) return false;
+    }
+    open.push_back({record});
+    return true;
+  }
+
+  ElementRecord* makeRoot(TypePlan& plan) {
+    if (!requireConcrete(plan)) return nullptr;
+    return model().makeRoot(plan);
+  }
+
+  bool requireConcrete(const TypePlan& plan) {
+    if (!plan.cls) return refuse(path() + ": type " + plan.type->getQualifiedNameUtf8() + " is not a class");
+    if (plan.cls->isAbstract())
+      return refuse(path() + ": class " + plan.type->getQualifiedNameUtf8() +
+                    " is abstract and has no elements");
+    return true;
+  }
+
+  ElementRecord* makeChild(TypePlan& plan) {
+    Open& top = open.back();
+    const std::size_t at = std::exchange(top.pending, kNoSlot);
+    if (at == kNoSlot) {
+      refuse(path() + ": an element stands inside another without a property that holds it");
+      return nullptr;
+    }
+    const SlotPlan& slot = top.record->plan->slots[at];
+    const auto where = [&] { return path() + "." + slot.property->getNameUtf8() + ": "; };
+    if (slot.kind == ValueKind::composition && !requireConcrete(plan)) return nullptr;
+    const bool fits = slot.kind == ValueKind::composition ? ModelStore::fits(slot, plan.cls)
+                                                          : meta::Type(plan.type) == slot.property->getType();
+    if (!fits) {
+      refuse(where() + "an element of type " + plan.type->getQualifiedNameUtf8() +
+             " does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
+      return nullptr;
+    }
+    if (!slot.many && top.record->find(at) >= 0) {
+      refuse(where() + "holds one element and is given a second");
+      return nullptr;
+    }
+    return store->makeChild(plan, top.record, at);
+  }
+
+  bool setIdentity(ElementRecord* record, const ustring& id1, const ustring& id2) {
+    const auto where = [&] { return pathOf(*store, record) + ": "; };
+    if (id1.empty() || id2.empty()) return refuse(where() + "one part of the identity is empty");
+    if (record->isDatatype()) return refuse(where() + "a datatype value has no identity");
+    const bool local = id1 == u"#";
+    const std::uint32_t number = local ? smallNumber(id2) : 0;
+    const bool numbered = LocalIdentities::isPlausible(number, store->elementCount());
+    if (!numbered || builder.keepsLocalIdentities())
+      store->setIdentity(record, narrow(id1, scratch), narrow(id2, scratch2));
+    if (local && !numbered && !builder.keepsLocalIdentities()) forgetful.push_back(record);
+    oddLocals |= local && !numbered;
+    ElementRecord* other = numbered ? locals.add(number, record) : identities.add(record);
+    if (other == nullptr && local && oddLocals) other = findOtherLocal(record, id2);
+    if (other == nullptr) return true;
+    return refuse(where() + "has the same identity as " + pathOf(*store, other));
+  }
+
+  /// The element that has a local identity by the other of the two tables.
+  ElementRecord* findOtherLocal(const ElementRecord* record, const ustring& id2) {
+    ElementRecord* inTable = locals.find(smallNumber(id2));
+    if (inTable != nullptr && inTable != record) return inTable;
+    ElementRecord* inIndex = identities.find("#", narrow(id2, scratch));
+    return inIndex != record ? inIndex : nullptr;
+  }
+
+  /// The payload of a single-valued property that is not set yet.
+  std::uint64_t& single(std::size_t at, const ustring& name) {
+    ElementRecord* record = open.back().record;
+    const std::uint16_t before = record->count;
+    std::uint64_t& cell = store->payload(record, at);
+    if (record->count == before) fail(name, "holds one value and is given a second");
+    return cell;
+  }
+
+  void put(const SlotPlan& slot, std::size_t at, const ustring& name, std::uint64_t payload) {
+    if (slot.many)
+      store->append(open.back().record, at, payload);
+    else
+      single(at, name) = payload;
+  }
+
+  void setValue(const ustring& name, const ustring& text) {
+    const std::size_t at = locate(name);
+    const SlotPlan& slot = open.back().record->plan->slots[at];
+    const std::string& utf8 = narrow(text, scratch);
+    std::uint64_t payload = 0;
+    if (slot.kind == ValueKind::text) {
+      payload = asPayload(store->makeText(utf8));
+    } else if (slot.kind < ValueKind::number || slot.kind > ValueKind::dateTime) {
+      fail(name,
+           "a text does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
+    } else if (!internal::fromTextForm(*store, slot, utf8, payload)) {
+      fail(name, "\"" + utf8 + "\" is not a " + slot.property->getType()->getQualifiedNameUtf8());
+    }
+    put(slot, at, name, payload);
+  }
+
+  void setVerbatimValue(const ustring& name, const Value& value) {
+    const std::size_t at = locate(name);
+    const SlotPlan& slot = open.back().record->plan->slots[at];
+    if (!(value.getMeta().getType() == slot.property->getType()) || !value.hasCell() ||
+        (slot.kind != ValueKind::number && slot.kind != ValueKind::enumeration))
+      fail(name, "a value of type " + typeNameOf(value) + " does not fit a property of type " +
+                     slot.property->getType()->getQualifiedNameUtf8());
+    const std::uint64_t payload = internal::fromValue(slot.standard, value);
+    if (slot.kind == ValueKind::enumeration && !internal::isLiteral(slot, static_cast<std::int64_t>(payload)))
+      fail(name, "enumeration " + slot.property->getType()->getQualifiedNameUtf8() +
+                     " has no literal with the number " + std::to_string(static_cast<std::int64_t>(payload)));
+    put(slot, at, name, payload);
+  }
+
+  static std::string typeNameOf(const Value& value) {
+    const meta::Type type = value.getMeta().getType();
+    return type ? type->getQualifiedNameUtf8() : "none";
+  }
+
+  void setEmptyValue(const ustring& name) {
+    const std::size_t at = locate(name);
+    const SlotPlan& slot = open.back().record->plan->slots[at];
+    const bool possible = slot.optional && slot.kind >= ValueKind::number && slot.kind <= ValueKind::dateTime;
+    if (!possible) fail(name, "cannot be explicitly empty");
+    single(at, name);
+    store->setState(open.back().record, at, internal::kStateEmpty);
+  }
+
+  const ustring* internTargetType(const ustring& name) {
+    if (lastTargetType != nullptr && *lastTargetType == name) return lastTargetType;
+    if (const auto it = targetTypeByName.find(name); it != targetTypeByName.end())
+      return lastTargetType = it->second;
+    targetTypes.push_back(std::make_unique<ustring>(name));
+    lastTargetType = targetTypes.back().get();
+    targetTypeByName.emplace(*lastTargetType, lastTargetType);
+    return lastTargetType;
+  }
+
+  void keepText(const ustring& text) {
+    narrow(text, scratch);
+    const auto length = static_cast<std::uint32_t>(scratch.size());
+    texts.append(reinterpret_cast<const char*>(&length), sizeof length);
+    texts += scratch;
+  }
+
+  std::string_view keptText(std::size_t& at) const {
+    std::uint32_t length = 0;
+    std::memcpy(&length, texts.data() + at, sizeof length);
+    const std::string_view text(texts.data() + at + sizeof length, length);
+    at += sizeof length + length;
+    return text;
+  }
+
+  void addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,
+                            const ustring& id2, const boost::optional<ustring>& qualifier) {
+    const std::size_t at = locate(name);
+    ElementRecord* record = open.back().record;
+    const SlotPlan& slot = record->plan->slots[at];
+    if (slot.kind != ValueKind::association)
+      fail(name,
+           "a reference does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
+    Deferred reference{
+        record, internTargetType(targetType), 0, 0, static_cast<std::uint16_t>(at), qualifier.has_value(), 0};
+    if (!qualifier && id1 == u"#") reference.number = smallNumber(id2);
+    if (reference.number == 0) {
+      reference.texts = texts.size();
+      keepText(id1);
+      keepText(id2);
+      if (qualifier) keepText(*qualifier);
+    }
+    deferred.push_back(reference);  // before the placeholder: what is in the model can be resolved
+    if (slot.many) {
+      deferred.back().position = store->append(record, at, 1);
+    } else {
+      single(at, name);
+      store->setState(record, at, internal::kStateUnresolved);
+    }
+  }
+
+  ElementRecord* findTarget(const Deferred& reference) const {
+    if (reference.hasQualifier) return nullptr;  // in another document
+    if (reference.number != 0) {
+      if (ElementRecord* found = locals.find(reference.number); found != nullptr) return found;
+      return identities.find("#", std::to_string(reference.number));
+    }
+    std::size_t at = reference.texts;
+    const std::string_view id1 = keptText(at);
+    return identities.find(id1, keptText(at));
+  }
+
+  void processDeferred() {
+    for (const Deferred& reference : deferred) resolve(reference);
+    for (ElementRecord* record : forgetful) record->identity = nullptr;
+    forgetReferences();
+  }
+
+  void resolve(const Deferred& reference) {
+    ElementRecord* target = findTarget(reference);
+    const SlotPlan& slot = reference.from->plan->slots[reference.slot];
+    const int at = reference.from->find(reference.slot);
+    std::uint64_t& cell = slot.many
+                              ? internal::asList(reference.from->payloads[at])->items()[reference.position]
+                              : reference.from->payloads[at];
+    if (target == nullptr) {
+      cell = asPayload(makeUnresolved(reference)) | (slot.many ? 1u : 0u);
+      return;
+    }
+    if (!hasEnoughProblems()) checkTarget(reference, slot, target);
+    cell = asPayload(target);
+    if (!slot.many) reference.from->slots()[at] = reference.slot;
+  }
+
+  void checkTarget(const Deferred& reference, const SlotPlan& slot, const ElementRecord* target) {
+    const auto where = [&] {
+      return pathOf(*store, reference.from) + "." + slot.property->getNameUtf8() + ": ";
+    };
+    const StructuredType type = target->plan->type;
+    if (*reference.targetType != type->getQualifiedName())
+      refuse(where() + "says that it refers to a " + zero::toUtf8(*reference.targetType) + ", but " +
+             pathOf(*store, target) + " is a " + type->getQualifiedNameUtf8());
+    else if (!ModelStore::fits(slot, target->plan->cls))
+      refuse(where() + "an element of class " + type->getQualifiedNameUtf8() +
+             " does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
+  }
+
+  const internal::UnresolvedRecord* makeUnresolved(const Deferred& reference) {
+    narrow(*reference.targetType, scratch);
+    if (reference.number != 0)
+      return store->makeUnresolved(scratch, "#", std::to_string(reference.number), nullptr);
+    std::size_t at = reference.texts;
+    const std::string_view id1 = keptText(at);
+    const std::string_view id2 = keptText(at);
+    const std::string_view qualifier = reference.hasQualifier ? keptText(at) : std::string_view();
+    return store->makeUnresolved(scratch, id1, id2, reference.hasQualifier ? &qualifier : nullptr);
+  }
+};
+
+ParseProcessor::ParseProcessor(ParseCustomizer& customizer, ParsingModelBuilder& builder)
+    : impl_(std::make_unique<Impl>(customizer, builder)) {}
+ParseProcessor::~ParseProcessor() = default;
+
+void ParseProcessor::reset() { impl_->reset(); }
+void ParseProcessor::setVersion(const ustring& version) { impl_->version = version; }
+ParseCustomizer& ParseProcessor::getCustomizer() { return impl_->customizer; }
+
+bool ParseProcessor::push(const ustring& typeName, const ustring& id1, const ustring& id2) {
+  return impl_->push(typeName, id1, id2);
+}
+
+void ParseProcessor::pop(const ustring& name) {
+  static_cast<void>(name);
+  if (impl_->open.empty()) throw ValueError("/: an element is closed where none is open");
+  impl_->open.pop_back();
+}
+
+PropertyCategory ParseProcessor::getPropertyCategory(const ustring& name) {
+  const std::size_t at = impl_->locate(name);
+  Impl::Open& top = impl_->open.back();
+  const SlotPlan& slot = top.record->plan->slots[at];
+  top.pending = kNoSlot;
+  if (slot.kind == ValueKind::composition || slot.kind == ValueKind::datatype)
+    top.pending = at;
+  else if (slot.many && slot.kind != ValueKind::none)
+    impl_->store->touch(top.record, at);
+  return PropertyCategory(slot.category);
+}
+
+meta::Type ParseProcessor::getPropertyType(const ustring& name) {
+  return impl_->slotOf(name).property->getType();
+}
+
+bool ParseProcessor::isPropertyOptional(const ustring& name) { return impl_->slotOf(name).optional; }
+
+void ParseProcessor::setValue(const ustring& name, const ustring& text) { impl_->setValue(name, text); }
+
+void ParseProcessor::setVerbatimValue(const ustring& name, const Value& value) {
+  impl_->setVerbatimValue(name, value);
+}
+
+void ParseProcessor::setEmptyValue(const ustring& name) { impl_->setEmptyValue(name); }
+
+void ParseProcessor::addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,
+                                          const ustring& id2, const boost::optional<ustring>& qualifier) {
+  impl_->addDeferredReference(targetType, name, id1, id2, qualifier);
+}
+
+void ParseProcessor::processDeferred() { impl_->processDeferred(); }
+void ParseProcessor::parseCompleted() {}
+
+const std::vector<std::string>& ParseProcessor::getProblems() const noexcept { return impl_->problems; }
+void ParseProcessor::addProblem(std::string problem) { impl_->refuse(std::move(problem)); }
+std::size_t ParseProcessor::getDepth() const noexcept { return impl_->open.size(); }
+std::string ParseProcessor::getPath() const { return impl_->path(); }
+const ustring& ParseProcessor::getVersion() const noexcept { return impl_->version; }
+void ParseProcessor::setSpan(const log::Span& span) { impl_->span = std::make_unique<log::Span>(span); }
+
+}  // namespace kr::zero::io

@@ -1,0 +1,90 @@
+#include "kr/zero/io/Parser.h"
+
+#include <ios>
+#include <istream>
+#include <stdexcept>
+
+namespace kr::zero::io {
+
+/// Calls the parse hook of the kind of input.
+class Parser::Dispatch final : public ParsingInput::Visitor {
+ public:
+  explicit Dispatch(Parser& parser) : parser_(parser) {}
+  void visitFile(const ustring& path) override { result_ = parser_.doParseFile(path); }
+  void visitStream(std::istream& stream) override { result_ = parser_.doParseStream(stream); }
+  void visitString(const std::string& text) override { result_ = parser_.doParseString(text); }
+  void visitUString(const ustring& text) override { result_ = parser_.doParseString(text); }
+  void visitIntermediateFormat(const void*) override {
+    parser_.processor_->addProblem("this parser reads bytes, not an intermediate form");
+  }
+  void visitLittleEndianByteSequence(const std::vector<unsigned char>& bytes) override {
+    result_ = parser_.doParseByteSequence(bytes);
+  }
+  bool getResult() const noexcept { return result_; }
+
+ private:
+  Parser& parser_;
+  bool result_ = false;
+};
+
+Parser::Parser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder)
+    : customizer_(std::move(customizer)),
+      builder_(std::move(builder)),
+      processor_(std::make_unique<ParseProcessor>(*customizer_, *builder_)),
+      span_("parse") {}
+
+Parser::~Parser() = default;
+
+void Parser::setParseProcessor(std::unique_ptr<ParseProcessor> processor) {
+  if (processor == nullptr) throw std::invalid_argument("a parser needs a processor");
+  processor_ = std::move(processor);
+}
+
+bool Parser::parse(const ParsingInput& input) {
+  span_ = log::Span("parse");
+  processor_->setSpan(span_);
+  processor_->reset();
+  Dispatch dispatch(*this);
+  input.visitInput(dispatch);
+
+  if (!dispatch.getResult()) {
+    const std::string& refused = processor_->getCustomizer().getProblem();
+    if (!refused.empty()) processor_->addProblem(refused);
+    if (processor_->getProblems().empty()) processor_->addProblem("the reader refused the document");
+  } else if (processor_->getDepth() != 0) {
+    processor_->addProblem("the document ends inside the element " + processor_->getPath());
+  }
+  return dispatch.getResult() && processor_->getProblems().empty();
+}
+
+bool Parser::doParseStream(std::istream& stream) {
+  std::vector<std::uint8_t> bytes;
+  std::vector<char> piece(std::size_t{1} << 16);
+  while (stream.good()) {
+    stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+    const auto got = static_cast<std::size_t>(stream.gcount());
+    bytes.insert(bytes.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(got));
+  }
+  // A stream that ended shows eof; anything else has failed before or while it was read.
+  if (stream.bad() || !stream.eof())
+    throw std::ios_base::failure("the input stream failed while it was read");
+  return doParseByteSequence(bytes);
+}
+
+std::string Parser::describeFailure() const {
+  std::string text;
+  const auto add = [&](const char* before, const std::string* value) {
+    if (value == nullptr || value->empty()) return;
+    if (!text.empty()) text += ", ";
+    text += before + *value;
+  };
+  add("", span_->findContextBelow("error-message"));
+  add("at byte ", span_->findContextBelow("byte-offset"));
+  if (processor_->getDepth() != 0) {
+    const std::string path = processor_->getPath();
+    add("in element ", &path);
+  }
+  return text;
+}
+
+}  // namespace kr::zero::io
