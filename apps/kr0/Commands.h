@@ -1,0 +1,41 @@
+/// @file
+/// Internal: the verbs of the tool. Each writes its result to standard output or a file, and throws
+/// where it cannot.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Documents.h"
+
+namespace kr::zero::tool {
+
+struct ConvertOptions {
+  std::string input;
+  std::string output;
+  std::vector<std::string> metaModels;
+  std::string from;  ///< format of the input, empty: find out
+  std::string to;    ///< format of the output, empty: by the extension
+};
+void convert(const ConvertOptions& options);
+
+struct ShowOptions {
+  std::string input;
+  std::vector<std::string> metaModels;
+  std::string from;
+  bool json = false;
+};
+/// What a document is: format, version, packages, size, elements by class.
+void info(const ShowOptions& options);
+/// All that a document holds.
+void cat(const ShowOptions& options);
+
+struct SchemaOptions {
+  std::vector<std::string> metaModels;
+  bool json = false;
+};
+/// The types of meta models and their properties.
+void showSchema(const SchemaOptions& options);
+
+}  // namespace kr::zero::tool

@@ -1,0 +1,167 @@
+#include "Documents.h"
+
+#include <filesystem>
+#include <new>
+#include <stdexcept>
+
+#include "Errors.h"
+#include "Files.h"
+#include "kr/zero/io/BinaryParser.h"
+#include "kr/zero/io/BinarySerializer.h"
+
+namespace kr::zero::tool {
+
+namespace {
+
+// Notes what a document says before its first element, and then ends the reading.
+class HeaderOnly final : public io::ParseCustomizer {
+ public:
+  bool setPackageUris(const std::vector<ustring>& uris) override {
+    reached_ = true;
+    for (const ustring& uri : uris) packages_.push_back(toUtf8(uri));
+    setProblem("only the header is wanted");
+    return false;
+  }
+  bool reached() const { return reached_; }
+  const std::vector<std::string>& packages() const { return packages_; }
+
+ private:
+  bool reached_ = false;
+  std::vector<std::string> packages_;
+};
+
+std::unique_ptr<io::ParsingModelBuilder> makeBuilder() {
+  return std::make_unique<io::ParsingModelBuilder>(false);
+}
+
+std::string joined(const std::string& text, const std::string& more) {
+  return more.empty() || text.find(more) != std::string::npos ? text : text + ": " + more;
+}
+
+// An unknown property number surfaces as the standard's complaint about a look-up table, which tells
+// a user nothing.
+std::string reasonOf(const std::exception& error) {
+  if (dynamic_cast<const std::out_of_range*>(&error) != nullptr)
+    return "a property has a number that its class does not have in these meta models";
+  return error.what();
+}
+
+std::string firstOf(const std::vector<std::string>& problems) {
+  if (problems.empty()) return "the document was refused";
+  if (problems.size() == 1) return problems.front();
+  return problems.front() + " (and " + std::to_string(problems.size() - 1) + " more)";
+}
+
+// Runs the parser; every failure but a lack of memory becomes one sentence.
+bool parse(io::BinaryParser& parser, const Document& document) {
+  try {
+    return parser.parseByteSequence(document.bytes);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw BadInput(document.name + ": " + joined(reasonOf(error), parser.describeFailure()));
+  }
+}
+
+Model readBinary(const Document& document, const MetaModels& metaModels) {
+  io::BinaryParser parser(std::make_unique<io::ParseCustomizer>(metaModels.registry()), makeBuilder());
+  if (!parse(parser, document))
+    throw BadInput(document.name + ": " + joined(firstOf(parser.getProblems()), parser.describeFailure()));
+  return parser.takeModel();
+}
+
+std::string asXmi(const Model& model, const MetaModels& metaModels, ProgressBar& progress) {
+  return ecore::writeXmi(model, metaModels.mapping(), progress.reporter());
+}
+
+std::string asBinary(const Model& model, const MetaModels& metaModels) {
+  io::BinarySerializer serializer;
+  serializer.getEventProcessor().setMetaRegistry(metaModels.registry());
+  std::vector<unsigned char> bytes;
+  serializer.serialize(model, io::SerializationOutput::toByteSequence(bytes));
+  return {bytes.begin(), bytes.end()};
+}
+
+std::string encode(const Model& model, const std::string& path, Format format, const MetaModels& metaModels,
+                   ProgressBar& progress) {
+  try {
+    return format == Format::krb ? asBinary(model, metaModels) : asXmi(model, metaModels, progress);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw BadInput(path + ": cannot be written as " + std::string(nameOf(format)) + ", " + error.what());
+  }
+}
+
+std::optional<Format> formatOfExtension(const std::string& path) {
+  const std::string extension = std::filesystem::path(path).extension().string();
+  return formatNamed(extension.empty() ? std::string_view() : std::string_view(extension).substr(1));
+}
+
+std::string joinNames(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+}  // namespace
+
+std::optional<Format> formatNamed(std::string_view name) {
+  if (name == nameOf(Format::krb)) return Format::krb;
+  if (name == nameOf(Format::xmi)) return Format::xmi;
+  return std::nullopt;
+}
+
+std::string_view nameOf(Format format) { return format == Format::krb ? "krb" : "xmi"; }
+
+Format outputFormat(const std::string& path) {
+  if (path == "-")
+    throw WrongCall("standard output has no name that tells a format: give --to krb or --to xmi");
+  return formatOfExtension(path) == Format::krb ? Format::krb : Format::xmi;
+}
+
+MetaModels::MetaModels(const std::vector<std::string>& paths)
+    : registry_(std::make_unique<meta::MetaRegistry>()) {
+  try {
+    mapping_ = ecore::loadMetaModels(paths, *registry_);
+  } catch (const meta::MetaError& error) {
+    throw BadInput(joinNames(paths) + ": " + error.what());
+  }
+}
+
+std::string_view Document::text() const {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress) {
+  progress.startStep("reading " + inputName(path));
+  Document document{inputName(path), readInput(path)};
+  if (!format) format = formatOfExtension(path);
+  document.format = format ? *format : ecore::looksLikeXml(document.text()) ? Format::xmi : Format::krb;
+  return document;
+}
+
+BinaryHeader readBinaryHeader(const Document& document) {
+  auto customizer = std::make_unique<HeaderOnly>();
+  const HeaderOnly& header = *customizer;
+  io::BinaryParser parser(std::move(customizer), makeBuilder());
+  parse(parser, document);
+  if (!header.reached()) throw BadInput(document.name + ": " + firstOf(parser.getProblems()));
+  return {toUtf8(parser.getParseProcessor()->getVersion()), header.packages()};
+}
+
+Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress) {
+  progress.startStep("understanding " + document.name);
+  if (document.format == Format::krb) return readBinary(document, metaModels);
+  return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
+}
+
+std::size_t writeModel(const Model& model, const std::string& path, Format format,
+                       const MetaModels& metaModels, ProgressBar& progress) {
+  progress.startStep("writing " + (path == "-" ? "standard output" : path));
+  const std::string bytes = encode(model, path, format, metaModels, progress);
+  writeOutput(path, bytes);
+  return bytes.size();
+}
+
+}  // namespace kr::zero::tool

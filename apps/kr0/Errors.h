@@ -1,0 +1,30 @@
+/// @file
+/// Internal: the ways in which a call of the tool can end other than well.
+#pragma once
+
+#include <stdexcept>
+
+namespace kr::zero::tool {
+
+/// Exit codes of the program.
+enum ExitCode : int { exitDone = 0, exitBadInput = 1, exitWrongCall = 2 };
+
+/// What was read, or where the result should go, is at fault. One sentence: file, what, where.
+class BadInput : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The call itself is at fault.
+class WrongCall : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Whoever read the tool's output has seen enough; not an error.
+class ReaderGone : public std::exception {
+ public:
+  const char* what() const noexcept override { return "the output's reader is gone"; }
+};
+
+}  // namespace kr::zero::tool

@@ -1,0 +1,123 @@
+#include "Files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "Errors.h"
+#include "kr/zero/io/ModelFile.h"
+#include "kr/zero/ustring.h"
+
+namespace kr::zero::tool {
+
+namespace {
+
+constexpr std::size_t pieceBytes = std::size_t{64} * 1024;
+
+// A descriptor that is closed on every way out.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (number_ >= 0) ::close(number_);
+  }
+  int get() const { return number_; }
+  int close() { return ::close(std::exchange(number_, -1)); }
+
+ private:
+  int number_;
+};
+
+[[noreturn]] void fail(const std::string& name, const char* deed) {
+  throw BadInput(name + ": cannot be " + deed + ", " + std::generic_category().message(errno));
+}
+
+std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name) {
+  std::vector<std::uint8_t> bytes;
+  struct stat status {};
+  if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+    bytes.reserve(static_cast<std::size_t>(status.st_size));
+  std::uint8_t piece[pieceBytes];
+  for (;;) {
+    const ssize_t got = ::read(descriptor, piece, sizeof piece);
+    if (got == 0) return bytes;
+    if (got > 0)
+      bytes.insert(bytes.end(), piece, piece + got);
+    else if (errno != EINTR)
+      fail(name, "read");
+  }
+}
+
+void writeDescriptor(int descriptor, std::string_view bytes, const std::string& name) {
+  while (!bytes.empty()) {
+    const ssize_t put = ::write(descriptor, bytes.data(), bytes.size());
+    if (put >= 0)
+      bytes.remove_prefix(static_cast<std::size_t>(put));
+    else if (errno == EPIPE)
+      throw ReaderGone();
+    else if (errno != EINTR)
+      fail(name, "written");
+  }
+}
+
+void writeStandardOutput(std::string_view bytes) { writeDescriptor(STDOUT_FILENO, bytes, "standard output"); }
+
+// Devices and pipes must not be replaced by a file of their name.
+void writeInPlace(const std::string& path, std::string_view bytes) {
+  Descriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+  if (file.get() < 0) fail(path, "opened for writing");
+  writeDescriptor(file.get(), bytes, path);
+  if (file.close() != 0) fail(path, "written");
+}
+
+}  // namespace
+
+void holdStandardStreams() {
+  // Opened the wrong way round: using one of them still fails as a closed descriptor does.
+  const int modes[] = {O_WRONLY, O_RDONLY, O_RDONLY};
+  for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor)
+    if (::fcntl(descriptor, F_GETFD) == -1 && errno == EBADF)
+      static_cast<void>(::open("/dev/null", modes[descriptor]));
+}
+
+std::string inputName(const std::string& path) { return path == "-" ? "standard input" : path; }
+
+std::vector<std::uint8_t> readInput(const std::string& path) {
+  const std::string name = inputName(path);
+  Descriptor file(path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (file.get() < 0) fail(name, "opened");
+  std::vector<std::uint8_t> bytes = readDescriptor(file.get(), name);
+  if (bytes.empty()) throw BadInput(name + ": there is nothing in it, it has 0 bytes");
+  return bytes;
+}
+
+void writeOutput(const std::string& path, std::string_view bytes) {
+  if (path == "-") return writeStandardOutput(bytes);
+  std::error_code ignored;
+  const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+  if (std::filesystem::is_directory(status)) throw BadInput(path + ": cannot be written, it is a directory");
+  if (std::filesystem::is_other(status)) return writeInPlace(path, bytes);
+  io::writeFileAtomically(toUstring(path), bytes);
+}
+
+TextOut& TextOut::operator<<(std::string_view text) {
+  pending_.append(text);
+  if (pending_.size() >= pieceBytes) flush();
+  return *this;
+}
+
+TextOut& TextOut::operator<<(char character) { return *this << std::string_view(&character, 1); }
+
+void TextOut::flush() {
+  writeStandardOutput(pending_);
+  pending_.clear();
+}
+
+}  // namespace kr::zero::tool

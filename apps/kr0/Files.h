@@ -1,0 +1,39 @@
+/// @file
+/// Internal: files and standard streams as the tool reads and writes them. "-" names the standard
+/// stream.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kr::zero::tool {
+
+/// Keeps descriptors 0 to 2 taken, so that no file that is opened later passes for a standard stream.
+void holdStandardStreams();
+
+/// What messages call a path: the path itself, or the name of the standard stream.
+std::string inputName(const std::string& path);
+
+/// The whole content of a file.
+/// @throws BadInput where it cannot be read, or is empty.
+std::vector<std::uint8_t> readInput(const std::string& path);
+
+/// Puts a result in its place: a file is written all or nothing, a device or pipe directly.
+/// @throws BadInput where that fails; ReaderGone.
+void writeOutput(const std::string& path, std::string_view bytes);
+
+/// Text on its way to standard output, in large pieces.
+class TextOut {
+ public:
+  TextOut& operator<<(std::string_view text);
+  TextOut& operator<<(char character);
+  /// Writes what is left. A text that is never flushed is not written.
+  void flush();
+
+ private:
+  std::string pending_;
+};
+
+}  // namespace kr::zero::tool

@@ -1,0 +1,113 @@
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "Files.h"
+#include "Properties.h"
+
+namespace kr::zero::tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const char* kindOf(meta::Type type) {
+  if (meta::Class(type)) return "class";
+  if (meta::StructuredType(type)) return "datatype";
+  return meta::Enum(type) ? "enum" : "primitive";
+}
+
+const char* nameOf(Category category) {
+  switch (category) {
+    case Category::datatype:
+      return "datatype";
+    case Category::composition:
+      return "composition";
+    case Category::association:
+      return "association";
+    case Category::primitive:
+      break;
+  }
+  return "primitive";
+}
+
+bool isAbstract(meta::Type type) {
+  const meta::Class classType(type);
+  return classType && classType->isAbstract();
+}
+
+std::vector<meta::Property> propertiesOf(meta::Type type) {
+  const meta::StructuredType structured(type);
+  return structured ? structured->getAllProperties() : std::vector<meta::Property>();
+}
+
+Json asJson(meta::Property property) {
+  const meta::Type type = property->getType();
+  return {{"name", property->getNameUtf8()},
+          {"id", property->getIdentifier()},
+          {"type", type->getQualifiedNameUtf8()},
+          {"category", nameOf(categoryOf(property))},
+          {"many", property->isMany()},
+          {"optional", property->isOptional()},
+          {"enum", static_cast<bool>(meta::Enum(type))},
+          {"stored", isWritten(property)}};
+}
+
+Json asJson(meta::Type type) {
+  Json properties = Json::array();
+  for (const meta::Property property : propertiesOf(type)) properties.push_back(asJson(property));
+  return {{"name", type->getQualifiedNameUtf8()},
+          {"kind", kindOf(type)},
+          {"abstract", isAbstract(type)},
+          {"properties", std::move(properties)}};
+}
+
+void printJsonSchema(const std::vector<meta::PackageInfo>& packages, TextOut& out) {
+  Json types = Json::array();
+  for (const meta::PackageInfo& package : packages)
+    for (const meta::Type type : package.types) types.push_back(asJson(type));
+  out << types.dump(1) << '\n';
+}
+
+std::string bounds(meta::Property property) {
+  const std::string upper = property->getUpper() < 0 ? "*" : std::to_string(property->getUpper());
+  return std::to_string(property->getLower()) + ".." + upper;
+}
+
+void printProperty(meta::Property property, meta::Type holder, TextOut& out) {
+  out << "    " << (isWritten(property) ? std::to_string(property->getIdentifier()) : "-") << ' '
+      << property->getNameUtf8() << ": " << property->getType()->getQualifiedNameUtf8() << ' '
+      << bounds(property) << ' ' << nameOf(categoryOf(property));
+  const meta::StructuredType owner = property->getOwner();
+  if (!(owner == holder)) out << ", from " << owner->getQualifiedNameUtf8();
+  out << '\n';
+}
+
+void printLiterals(meta::Enum enumeration, TextOut& out) {
+  for (const meta::EnumLiteral& literal : enumeration->getLiterals())
+    out << "    " << std::to_string(literal.number) << ' ' << literal.name << '\n';
+}
+
+void printType(meta::Type type, TextOut& out) {
+  out << "  " << (isAbstract(type) ? "abstract " : "") << kindOf(type) << ' ' << type->getName() << '\n';
+  if (const meta::Enum enumeration(type); enumeration) printLiterals(enumeration, out);
+  for (const meta::Property property : propertiesOf(type)) printProperty(property, type, out);
+}
+
+void printTextSchema(const std::vector<meta::PackageInfo>& packages, TextOut& out) {
+  for (const meta::PackageInfo& package : packages) {
+    out << "package " << package.qualifiedName << ' ' << package.uri << '\n';
+    for (const meta::Type type : package.types) printType(type, out);
+  }
+}
+
+}  // namespace
+
+void showSchema(const SchemaOptions& options) {
+  const MetaModels metaModels(options.metaModels);
+  TextOut out;
+  const auto packages = metaModels.registry().getPackages();
+  options.json ? printJsonSchema(packages, out) : printTextSchema(packages, out);
+  out.flush();
+}
+
+}  // namespace kr::zero::tool

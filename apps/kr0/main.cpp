@@ -1,0 +1,146 @@
+// The command line of kr0.
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <new>
+#include <string>
+
+#include "Commands.h"
+#include "Errors.h"
+#include "Files.h"
+#include "kr/zero/log/Span.h"
+
+namespace kr::zero::tool {
+
+namespace {
+
+// What the command line asks for.
+struct Call {
+  ConvertOptions convert;
+  ShowOptions info;
+  ShowOptions cat;
+  SchemaOptions schema;
+};
+
+const CLI::IsMember formats({"krb", "xmi"});
+
+CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
+  return verb.add_option("-m,--meta", paths, "The .ecore files that say what the elements are")
+      ->type_name("META.ecore");
+}
+
+void addDocument(CLI::App& verb, ShowOptions& options) {
+  verb.add_option("FILE", options.input, "The document, - for standard input")->required();
+  verb.add_option("--from", options.from, "Format of the document, where its name and content do not tell")
+      ->check(formats);
+}
+
+CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& deed,
+                  const std::string& example) {
+  CLI::App* verb = app.add_subcommand(name, deed)->fallthrough();
+  return verb->footer("Example:\n  " + example);
+}
+
+void addConvert(CLI::App& app, ConvertOptions& options) {
+  CLI::App* verb = addVerb(app, "convert", "Write a document in another format",
+                           "kr0 convert books.xmi books.krb -m library.ecore");
+  verb->add_option("IN", options.input, "The document to read, - for standard input")->required();
+  verb->add_option("OUT", options.output, "The document to write, - for standard output")->required();
+  addMetaModels(*verb, options.metaModels)->required();
+  verb->add_option("--from", options.from, "Format of IN, where its name and content do not tell")
+      ->check(formats);
+  verb->add_option("--to", options.to, "Format of OUT, where it is not krb for .krb and xmi for all else")
+      ->check(formats);
+  verb->callback([&options] { convert(options); });
+}
+
+void addInfo(CLI::App& app, ShowOptions& options) {
+  CLI::App* verb = addVerb(app, "info", "Tell format, version, packages, size and elements of a document",
+                           "kr0 info books.krb -m library.ecore");
+  addDocument(*verb, options);
+  addMetaModels(*verb, options.metaModels);
+  verb->callback([&options] { info(options); });
+}
+
+void addCat(CLI::App& app, ShowOptions& options) {
+  CLI::App* verb = addVerb(app, "cat", "Print all that a document holds as a tree",
+                           "kr0 cat books.krb -m library.ecore --json");
+  addDocument(*verb, options);
+  addMetaModels(*verb, options.metaModels)->required();
+  verb->add_flag("--json", options.json, "Print JSON");
+  verb->callback([&options] { cat(options); });
+}
+
+void addSchema(CLI::App& app, SchemaOptions& options) {
+  CLI::App* verb = addVerb(app, "schema", "Look at meta models", "kr0 schema show library.ecore");
+  verb->require_subcommand(1);
+  CLI::App* show = addVerb(*verb, "show", "Print types and properties with their numbers",
+                           "kr0 schema show library.ecore --json");
+  show->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");
+  show->add_flag("--json", options.json, "Print JSON");
+  show->callback([&options] { showSchema(options); });
+}
+
+void describe(CLI::App& app, Call& call) {
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "kr0 " KR0_VERSION, "Print the version and end");
+  app.add_flag_callback(
+      "--verbose", [] { log::setSpanListener(log::makeStderrSpanListener()); },
+      "Tell every step on standard error");
+  app.footer("Exit code: 0 done, 1 the input is bad, 2 the call is wrong.");
+  addConvert(app, call.convert);
+  addInfo(app, call.info);
+  addCat(app, call.cat);
+  addSchema(app, call.schema);
+}
+
+// Texts from documents may hold anything; what a terminal would obey must not reach it.
+std::string asOneLine(std::string text) {
+  for (char& character : text)
+    if (static_cast<unsigned char>(character) < ' ' || character == '\x7f') character = ' ';
+  return text;
+}
+
+int complain(const std::string& what, ExitCode code) {
+  std::cerr << "kr0: " << asOneLine(what) << '\n';
+  return code;
+}
+
+// Help and version are results; everything else that the parser throws is a wrong call.
+int answer(const CLI::App& app, const CLI::ParseError& error) {
+  if (error.get_exit_code() != 0)
+    return complain(std::string(error.what()) + " (see kr0 --help)", exitWrongCall);
+  return app.exit(error);
+}
+
+int run(int count, char** arguments) {
+  Call call;
+  CLI::App app("Stores models compactly: converts them, and tells what is in them.", "kr0");
+  describe(app, call);
+  try {
+    app.parse(count, arguments);
+    return exitDone;
+  } catch (const CLI::ParseError& error) {
+    return answer(app, error);
+  } catch (const WrongCall& error) {
+    return complain(error.what(), exitWrongCall);
+  } catch (const ReaderGone&) {
+    return exitDone;
+  } catch (const std::bad_alloc&) {
+    return complain("there is not enough memory for this document", exitBadInput);
+  } catch (const std::exception& error) {
+    return complain(error.what(), exitBadInput);
+  }
+}
+
+}  // namespace
+
+}  // namespace kr::zero::tool
+
+int main(int count, char** arguments) {
+  std::signal(SIGPIPE, SIG_IGN);
+  kr::zero::tool::holdStandardStreams();
+  return kr::zero::tool::run(count, arguments);
+}
