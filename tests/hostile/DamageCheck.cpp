@@ -1,0 +1,85 @@
+#include "hostile/DamageCheck.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "support/AllocationMeter.h"
+
+namespace kr::zero::test {
+
+namespace {
+
+Model readIntact(io::BinaryParser& parser, const Bytes& intact) {
+  const Outcome outcome = parseBytes(parser, intact);
+  if (outcome.ending != Ending::success) throw std::logic_error("the intact document: " + outcome.text);
+  return parser.takeModel();
+}
+
+}  // namespace
+
+DamageCheck::DamageCheck(const meta::MetaRegistry& registry, Bytes intact)
+    : registry_(registry),
+      intact_(std::move(intact)),
+      parser_(makeParser(registry)),
+      second_(makeParser(registry)),
+      intactModel_(readIntact(*parser_, intact_)) {}
+
+void DamageCheck::examine(const Bytes& bytes) {
+  const Outcome outcome = readMeasured(bytes);
+  ++census_[static_cast<std::size_t>(outcome.ending)];
+  ++examined_;
+  EXPECT_TRUE(isDocumentedForBytes(outcome.ending)) << outcome;
+  const Model model = parser_->takeModel();
+  examineModel(model, outcome);
+  if (outcome.ending == Ending::success && getCount(Ending::success) % 8 == 1) examineRoundTrip(model);
+  if (examined_ % 64 == 0) examineParser();
+  if (testing::Test::HasFailure()) ADD_FAILURE() << "for the bytes " << toHex(bytes);
+}
+
+Outcome DamageCheck::readMeasured(const Bytes& bytes) {
+  const AllocationMeter meter;
+  Outcome outcome = parseBytes(*parser_, bytes);
+  EXPECT_LE(meter.getPeakBytes(), memoryFloor + memoryPerByte * bytes.size());
+  EXPECT_LE(meter.getLargestRequest(), std::max(memoryFloor, requestPerByte * bytes.size()));
+  return outcome;
+}
+
+void DamageCheck::examineModel(const Model& model, const Outcome& outcome) {
+  std::size_t elements = 0;
+  for (const Element element : model.elements())
+    if (element.getType()) ++elements;
+  EXPECT_EQ(elements, model.size());
+  const Model copy = model.clone();
+  EXPECT_EQ(copy.size(), model.size());
+  if (outcome.ending == Ending::success) {
+    EXPECT_EQ(findDifference(model, copy), std::nullopt);
+  }
+}
+
+void DamageCheck::examineRoundTrip(const Model& model) {
+  Bytes first;
+  serializer_.serialize(model, io::SerializationOutput::toByteSequence(first));
+  EXPECT_EQ(parseBytes(*second_, first), (Outcome{Ending::success, {}}));
+  const Model again = second_->takeModel();
+  EXPECT_EQ(findDifference(model, again), std::nullopt);
+  Bytes secondBytes;
+  serializer_.serialize(again, io::SerializationOutput::toByteSequence(secondBytes));
+  EXPECT_EQ(toHex(secondBytes), toHex(first));
+}
+
+void DamageCheck::examineParser() {
+  EXPECT_EQ(parseBytes(*parser_, intact_), (Outcome{Ending::success, {}}));
+  EXPECT_EQ(findDifference(intactModel_, parser_->takeModel()), std::nullopt);
+}
+
+std::string DamageCheck::describe() const {
+  std::string text = std::to_string(examined_) + " mutants:";
+  for (std::size_t i = 0; i < endingCount; ++i)
+    if (census_[i] != 0)
+      text += " " + std::to_string(census_[i]) + " " + nameOf(static_cast<Ending>(i)) + ";";
+  return text;
+}
+
+}  // namespace kr::zero::test
