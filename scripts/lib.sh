@@ -1,0 +1,39 @@
+# Shared by the scripts of this folder; to be sourced by bash with -euo pipefail.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc 2>/dev/null || echo 2)
+
+build_packages="g++ cmake ninja-build libboost-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev"
+test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format pkg-config python3 xz-utils"
+
+is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
+
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+
+# install_packages <name>...: installs what is missing, or says in one line what to install.
+install_packages() {
+  local name missing=()
+  if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+    echo "$0: no apt-get here; what Debian calls these is needed: $*" >&2
+    return 0 # it may be there under other names
+  fi
+  for name in "$@"; do is_installed "$name" || missing+=("$name"); done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  echo "== installing ${missing[*]}"
+  if as_root apt-get -qq update </dev/null >/dev/null 2>&1 &&
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends install "${missing[@]}" \
+      </dev/null >/dev/null 2>&1; then
+    return 0
+  fi
+  echo "$0: cannot install packages here; please run: apt-get install ${missing[*]}" >&2
+  return 1
+}
+
+# build_preset <preset> [cmake options...]: configures and builds into build/<preset>.
+build_preset() {
+  local preset=$1
+  shift
+  command -v ccache >/dev/null && set -- -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@"
+  echo "== building $preset"
+  (cd "$root" && cmake --preset "$preset" "$@" >/dev/null && cmake --build "build/$preset" -j "$jobs")
+}
