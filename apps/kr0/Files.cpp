@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
-#include <filesystem>
 #include <system_error>
 
 #include "Errors.h"
@@ -29,7 +27,6 @@ class Descriptor {
     if (number_ >= 0) ::close(number_);
   }
   int get() const { return number_; }
-  int close() { return ::close(std::exchange(number_, -1)); }
 
  private:
   int number_;
@@ -55,26 +52,16 @@ std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name
   }
 }
 
-void writeDescriptor(int descriptor, std::string_view bytes, const std::string& name) {
+void writeStandardOutput(std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t put = ::write(descriptor, bytes.data(), bytes.size());
+    const ssize_t put = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
     if (put >= 0)
       bytes.remove_prefix(static_cast<std::size_t>(put));
     else if (errno == EPIPE)
       throw ReaderGone();
     else if (errno != EINTR)
-      fail(name, "written");
+      fail("standard output", "written");
   }
-}
-
-void writeStandardOutput(std::string_view bytes) { writeDescriptor(STDOUT_FILENO, bytes, "standard output"); }
-
-// Devices and pipes must not be replaced by a file of their name.
-void writeInPlace(const std::string& path, std::string_view bytes) {
-  Descriptor file(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
-  if (file.get() < 0) fail(path, "opened for writing");
-  writeDescriptor(file.get(), bytes, path);
-  if (file.close() != 0) fail(path, "written");
 }
 
 }  // namespace
@@ -100,10 +87,6 @@ std::vector<std::uint8_t> readInput(const std::string& path) {
 
 void writeOutput(const std::string& path, std::string_view bytes) {
   if (path == "-") return writeStandardOutput(bytes);
-  std::error_code ignored;
-  const std::filesystem::file_status status = std::filesystem::status(path, ignored);
-  if (std::filesystem::is_directory(status)) throw BadInput(path + ": cannot be written, it is a directory");
-  if (std::filesystem::is_other(status)) return writeInPlace(path, bytes);
   io::writeFileAtomically(toUstring(path), bytes);
 }
 

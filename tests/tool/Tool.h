@@ -1,0 +1,42 @@
+/// @file
+/// Runs the real tool and looks at what it leaves behind.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kr::zero::test {
+
+/// How a run of a program ended.
+struct Ended {
+  int code = -1;  ///< exit code; 128 + n where signal n ended it
+  std::string out;
+  std::string err;
+};
+
+/// Runs kr0 with these arguments.
+/// @param input what standard input holds.
+Ended kr0(const std::vector<std::string>& arguments, const std::string& input = {});
+
+/// Runs a bash script in which $KR0 is the tool and $1, $2 ... are the arguments.
+Ended bash(const std::string& script, const std::vector<std::string>& arguments = {});
+
+/// The example of this project: a meta model and a model of it.
+std::string libraryEcore();
+std::string libraryXmi();
+/// The example model in the binary format, made by the tool at first use.
+std::string libraryKrb();
+
+/// A meta model of chains: class Node with a name and one child.
+std::string chainEcore();
+/// A chain of that many nodes, named n1, n2 ... from the top.
+std::string chainXmi(int depth);
+
+/// A new empty folder.
+std::string freshFolder();
+std::vector<std::string> filesIn(const std::string& folder);
+
+/// Whether a text is one line, and not an empty one.
+bool isOneLine(const std::string& text);
+
+}  // namespace kr::zero::test

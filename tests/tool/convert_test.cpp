@@ -1,0 +1,128 @@
+// What `kr0 convert` makes of a document.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/Paths.h"
+#include "tool/Tool.h"
+
+namespace kr::zero::test {
+
+namespace {
+
+const std::string binaryStart("\x01\x02kr", 4);
+
+void expectDone(const Ended& ended) {
+  EXPECT_EQ(ended.code, 0) << ended.err;
+  EXPECT_EQ(ended.err, "");
+}
+
+// Converts there and back and there again; the two binary documents must be the same.
+void expectRoundTrip(const std::string& input, const std::string& extension,
+                     const std::vector<std::string>& metaModels) {
+  const std::string folder = freshFolder();
+  const std::string first = folder + "/first.krb", back = folder + "/back" + extension,
+                    second = folder + "/second.krb";
+  const auto convert = [&](const std::string& from, const std::string& to) {
+    std::vector<std::string> arguments = {"convert", from, to, "-m"};
+    arguments.insert(arguments.end(), metaModels.begin(), metaModels.end());
+    expectDone(kr0(arguments));
+  };
+  convert(input, first);
+  convert(first, back);
+  convert(back, second);
+  EXPECT_EQ(readFile(first).substr(0, 4), binaryStart);
+  EXPECT_TRUE(readFile(back).starts_with("<?xml"));
+  EXPECT_EQ(readFile(first), readFile(second));
+}
+
+std::string model(const std::string& name) { return modelsDir() + "/" + name; }
+
+}  // namespace
+
+TEST(Convert, XmiToBinaryAndBackIsTheSameModel) { expectRoundTrip(libraryXmi(), ".xmi", {libraryEcore()}); }
+
+TEST(Convert, BinaryIsSmallerThanXmi) {
+  EXPECT_LT(std::filesystem::file_size(libraryKrb()), std::filesystem::file_size(libraryXmi()));
+}
+
+TEST(Convert, AnEcoreFileIsAModelLikeAnyOther) {
+  if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
+  expectRoundTrip(libraryEcore(), ".ecore", {model("ecore/Ecore.ecore")});
+}
+
+TEST(Convert, AnEcoreFileThatCameBackStillDescribesTheSameTypes) {
+  if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
+  const std::string folder = freshFolder(), ecore = model("ecore/Ecore.ecore");
+  expectDone(kr0({"convert", libraryEcore(), folder + "/library.krb", "-m", ecore}));
+  expectDone(kr0({"convert", folder + "/library.krb", folder + "/library.ecore", "-m", ecore}));
+  EXPECT_EQ(kr0({"schema", "show", folder + "/library.ecore", "--json"}).out,
+            kr0({"schema", "show", libraryEcore(), "--json"}).out);
+}
+
+TEST(Convert, AnExtensionThatIsNotKrbMeansXmi) {
+  if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
+  expectRoundTrip(model("archimate/Archisurance.archimate"), ".archimate",
+                  {model("archimate/archimate.ecore")});
+}
+
+TEST(Convert, TheFormatOfAnInputWithoutExtensionIsSeenFromItsContent) {
+  const std::string folder = freshFolder();
+  std::filesystem::copy_file(libraryKrb(), folder + "/binary");
+  std::filesystem::copy_file(libraryXmi(), folder + "/xml");
+  expectDone(kr0({"convert", folder + "/binary", folder + "/a.krb", "-m", libraryEcore()}));
+  expectDone(kr0({"convert", folder + "/xml", folder + "/b.krb", "-m", libraryEcore()}));
+  EXPECT_EQ(readFile(folder + "/a.krb"), readFile(libraryKrb()));
+  EXPECT_EQ(readFile(folder + "/b.krb"), readFile(libraryKrb()));
+}
+
+TEST(Convert, DashesAreStandardInputAndOutput) {
+  const Ended binary =
+      kr0({"convert", "-", "-", "--to", "krb", "-m", libraryEcore()}, readFile(libraryXmi()));
+  expectDone(binary);
+  EXPECT_EQ(binary.out, readFile(libraryKrb()));
+  const Ended xmi =
+      kr0({"convert", "-", "-", "--from", "krb", "--to", "xmi", "-m", libraryEcore()}, binary.out);
+  expectDone(xmi);
+  EXPECT_TRUE(xmi.out.starts_with("<?xml"));
+}
+
+TEST(Convert, FromAndToOutweighNames) {
+  const std::string folder = freshFolder();
+  std::filesystem::copy_file(libraryXmi(), folder + "/misnamed.krb");
+  expectDone(kr0({"convert", folder + "/misnamed.krb", folder + "/misnamed.xmi", "--from", "xmi", "--to",
+                  "krb", "-m", libraryEcore()}));
+  EXPECT_EQ(readFile(folder + "/misnamed.xmi"), readFile(libraryKrb()));
+}
+
+TEST(Convert, MetaModelsMayStandBeforeTheDocuments) {
+  const std::string output = freshFolder() + "/a.krb";
+  expectDone(kr0({"convert", "-m", libraryEcore(), libraryXmi(), output}));
+  EXPECT_EQ(readFile(output), readFile(libraryKrb()));
+}
+
+TEST(Convert, ADocumentMayBeReplacedByItself) {
+  const std::string file = freshFolder() + "/a.xmi";
+  std::filesystem::copy_file(libraryXmi(), file);
+  expectDone(kr0({"convert", file, file, "--to", "krb", "-m", libraryEcore()}));
+  EXPECT_EQ(readFile(file), readFile(libraryKrb()));
+}
+
+TEST(Convert, ADeviceIsWrittenAndNotReplaced) {
+  expectDone(kr0({"convert", libraryXmi(), "/dev/null", "-m", libraryEcore()}));
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
+TEST(Convert, DepthIsBoundedByNoStack) {
+  const std::string folder = freshFolder();
+  writeFile(folder + "/deep.xmi", chainXmi(100'000));
+  const Ended ended = bash(
+      "ulimit -s 256 && $KR0 convert $1/deep.xmi $1/deep.krb -m $2 && $KR0 convert $1/deep.krb $1/back.xmi "
+      "-m $2",
+      {folder, chainEcore()});
+  expectDone(ended);
+  const Ended again = kr0({"convert", folder + "/back.xmi", "-", "--to", "krb", "-m", chainEcore()});
+  EXPECT_EQ(again.out, readFile(folder + "/deep.krb"));
+}
+
+}  // namespace kr::zero::test
