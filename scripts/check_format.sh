@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Fails where the committed formatter configuration would change a source file.
+# Fails where the committed formatter configuration would change a source file. Other versions of the
+# formatter see some lines differently; with one of those the check is skipped (exit code 77).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,5 +15,10 @@ list_sources() {
 
 mapfile -t sources < <(list_sources)
 [ "${#sources[@]}" -gt 0 ] || { echo "no sources found" >&2; exit 1; }
-clang-format --dry-run -Werror "${sources[@]}"
+formatter=$(command -v clang-format-14 || command -v clang-format || true)
+if [ -z "$formatter" ] || ! "$formatter" --version | grep -q 'version 14\.'; then
+  echo "skipped: clang-format 14 is not here"
+  exit 77
+fi
+"$formatter" --dry-run -Werror "${sources[@]}"
 echo "${#sources[@]} files are formatted"

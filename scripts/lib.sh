@@ -5,6 +5,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 
 build_packages="g++ cmake ninja-build libboost-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev"
 test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format pkg-config python3 xz-utils"
+ci_packages="clang ccache default-jdk-headless libeclipse-emf-common-java libeclipse-emf-ecore-java libeclipse-emf-ecore-xmi-java"
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 
@@ -29,11 +30,13 @@ install_packages() {
   return 1
 }
 
-# build_preset <preset> [cmake options...]: configures and builds into build/<preset>.
+# build_preset <preset> [cmake options...]: configures and builds into build/<preset>. Options in
+# KR0_CONFIGURE_OPTIONS are added.
 build_preset() {
   local preset=$1
   shift
   command -v ccache >/dev/null && set -- -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@"
   echo "== building $preset"
-  (cd "$root" && cmake --preset "$preset" "$@" >/dev/null && cmake --build "build/$preset" -j "$jobs")
+  # shellcheck disable=SC2086 # the options are words
+  (cd "$root" && cmake --preset "$preset" "$@" ${KR0_CONFIGURE_OPTIONS:-} >/dev/null && cmake --build "build/$preset" -j "$jobs")
 }

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Takes the example model from XMI to the binary format and back, and looks at it on the way.
+#
+#   scripts/demo.sh         installs what is missing and builds the tool first
+#   scripts/demo.sh TOOL    uses a tool that is there
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+
+tool=${1:-$root/build/release/apps/kr0/kr0}
+if [ $# -eq 0 ]; then
+  # shellcheck disable=SC2086 # the lists are words
+  install_packages $build_packages
+  build_preset release -DKR0_BUILD_TESTS=OFF >&2
+fi
+tool=$(realpath "$tool")
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp "$root"/examples/library/library.{ecore,xmi} "$work"
+cd "$work"
+
+# Shows a command as a user would type it, then runs it.
+run() {
+  echo "\$ kr0 $*"
+  "$tool" "$@"
+}
+
+run convert library.xmi library.krb -m library.ecore
+run info library.krb -m library.ecore
+echo '$ kr0 cat library.krb -m library.ecore | head -n 12'
+"$tool" cat library.krb -m library.ecore | head -n 12
+run convert library.krb back.xmi -m library.ecore
+run convert back.xmi again.krb -m library.ecore
+cmp library.krb again.krb
+xmi=$(stat -c %s library.xmi) krb=$(stat -c %s library.krb)
+echo "The model came back unchanged: $xmi bytes as XMI, $krb bytes as binary ($((100 * krb / xmi)) %)."
