@@ -1,20 +1,25 @@
-// Real texts are mostly ASCII, and names always are: runs of ASCII are copied wide or narrow in blocks
-// that the compiler turns into vector instructions, and only the runs between them go through the
-// checked conversion. A run ends at an ASCII unit, which never is part of a longer sequence, so a
-// sequence that is cut by one is found malformed within its run.
+// Real texts are mostly ASCII, and names always are: runs of ASCII are copied wide or narrow in blocks by
+// vector instructions, and only the runs between them go through the checked conversion. A run ends at
+// an ASCII unit, which never is part of a longer sequence, so a sequence that is cut by one is found
+// malformed within its run.
 #include "text/Utf.h"
 
 #include <utf8/checked.h>
+#include <utf8/unchecked.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <iterator>
+#include <type_traits>
 
 namespace fl::i18n::internal {
 
 namespace {
 
-constexpr std::size_t kBlock = 16;
+constexpr std::size_t kBlock = 8;
 constexpr unsigned kFirstTwoByte = 0x80;
 constexpr unsigned kFirstThreeByte = 0x800;
 constexpr char16_t kReplacement = 0xFFFD;
@@ -24,20 +29,40 @@ bool isAscii(char16_t unit) { return unit < kFirstTwoByte; }
 bool isLeadSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 bool isTrailSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
-template <class In>
-bool isAsciiBlock(const In* in) {
-  In all = 0;
-  for (std::size_t i = 0; i < kBlock; ++i) all = static_cast<In>(all | in[i]);
-  return isAscii(all);
+// The bits that no ASCII unit has, in each unit of a word.
+template <class Unit>
+constexpr std::uint64_t kNotAscii = sizeof(Unit) == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
+
+template <class Unit>
+bool isAsciiBlock(const Unit* in) {
+  std::array<std::uint64_t, sizeof(Unit)> words;  // kBlock units
+  std::memcpy(words.data(), in, sizeof words);
+  std::uint64_t all = 0;
+  for (const std::uint64_t word : words) all |= word;
+  return (all & kNotAscii<Unit>) == 0;
+}
+
+template <class Unit>
+using Block __attribute__((vector_size(kBlock * sizeof(Unit)))) =
+    std::conditional_t<sizeof(Unit) == 1, std::uint8_t, std::uint16_t>;
+
+template <class In, class Out>
+void copyBlock(const In* in, Out* out) {
+  Block<In> block;
+  std::memcpy(&block, in, sizeof block);
+  const auto converted = __builtin_convertvector(block, Block<Out>);
+  std::memcpy(out, &converted, sizeof converted);
 }
 
 // Copies ASCII units up to the first other one or to `end`; returns where it stopped reading.
 template <class In, class Out>
 const In* copyAscii(const In* in, const In* end, Out*& out) {
-  for (; static_cast<std::size_t>(end - in) >= kBlock && isAsciiBlock(in); in += kBlock, out += kBlock) {
-    for (std::size_t i = 0; i < kBlock; ++i) out[i] = static_cast<Out>(in[i]);
+  Out* to = out;
+  for (; static_cast<std::size_t>(end - in) >= kBlock && isAsciiBlock(in); in += kBlock, to += kBlock) {
+    copyBlock(in, to);
   }
-  for (; in != end && isAscii(*in); ++in) *out++ = static_cast<Out>(*in);
+  for (; in != end && isAscii(*in); ++in) *to++ = static_cast<Out>(*in);
+  out = to;
   return in;
 }
 
@@ -46,39 +71,46 @@ const In* endOfOtherRun(const In* in, const In* end) {
   return std::find_if(in, end, [](In unit) { return isAscii(unit); });
 }
 
-// Upper bound of the UTF-8 bytes: what units would take, surrogates counted as if they stood alone.
-std::size_t maxUtf8Size(std::u16string_view in) {
-  std::size_t more = 0;
-  for (const char16_t unit : in) {
-    more +=
-        static_cast<std::size_t>(unit >= kFirstTwoByte) + static_cast<std::size_t>(unit >= kFirstThreeByte);
-  }
-  return in.size() + more;
+// Upper bounds of the units that the other form takes.
+std::size_t maxConverted(std::string_view in) { return in.size(); }
+std::size_t maxConverted(std::u16string_view in) {
+  std::size_t size = in.size();  // a pair of surrogates counts 6 and takes 4
+  for (const char16_t unit : in)
+    size += std::size_t{unit >= kFirstTwoByte} + std::size_t{unit >= kFirstThreeByte};
+  return size;
 }
 
+// The conversions of a run; they return where the result ends, or null for a malformed run.
 char16_t* convertRun(const char* begin, const char* end, char16_t* out) {
-  return utf8::utf8to16(begin, end, out);
+  return utf8::is_valid(begin, end) ? utf8::unchecked::utf8to16(begin, end, out) : nullptr;
 }
 char* convertRun(const char16_t* begin, const char16_t* end, char* out) {
-  return utf8::utf16to8(begin, end, out);
+  try {
+    return utf8::utf16to8(begin, end, out);
+  } catch (const utf8::exception&) {
+    return nullptr;
+  }
 }
 
-// `room` is at least what the result takes.
 template <class In, class Out>
-bool convert(std::basic_string_view<In> in, std::basic_string<Out>& out, std::size_t room) {
-  out.resize(room);
-  const In* position = in.data();
-  const In* const end = position + in.size();
+bool convert(std::basic_string_view<In> in, std::basic_string<Out>& out) {
+  out.resize(in.size());
+  const In* const end = in.data() + in.size();
   Out* written = out.data();
-  try {
-    while ((position = copyAscii(position, end, written)) != end) {
-      const In* const stop = endOfOtherRun(position, end);
-      written = convertRun(position, stop, written);
-      position = stop;
+  const In* position = copyAscii(in.data(), end, written);
+  if (position == end) return true;
+
+  const std::size_t ascii = static_cast<std::size_t>(position - in.data());
+  out.resize(ascii + maxConverted(in.substr(ascii)));
+  written = out.data() + ascii;
+  while (position != end) {
+    const In* const stop = endOfOtherRun(position, end);
+    written = convertRun(position, stop, written);
+    if (written == nullptr) {
+      out.clear();
+      return false;
     }
-  } catch (const utf8::exception&) {
-    out.clear();
-    return false;
+    position = copyAscii(stop, end, written);
   }
   out.resize(static_cast<std::size_t>(written - out.data()));
   return true;
@@ -98,9 +130,9 @@ std::u16string replaceLoneSurrogates(std::u16string_view in) {
 
 }  // namespace
 
-bool utf8ToUtf16(std::string_view in, std::u16string& out) { return convert(in, out, in.size()); }
+bool utf8ToUtf16(std::string_view in, std::u16string& out) { return convert(in, out); }
 
-bool utf16ToUtf8(std::u16string_view in, std::string& out) { return convert(in, out, maxUtf8Size(in)); }
+bool utf16ToUtf8(std::u16string_view in, std::string& out) { return convert(in, out); }
 
 std::string showAsUtf8(std::string_view in) {
   std::string out;
