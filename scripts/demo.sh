@@ -9,7 +9,7 @@ set -euo pipefail
 tool=${1:-$root/build/release/apps/kr0/kr0}
 if [ $# -eq 0 ]; then
   # shellcheck disable=SC2086 # the lists are words
-  install_packages $build_packages
+  install_packages $build_packages >&2
   build_preset release -DKR0_BUILD_TESTS=OFF >&2
 fi
 tool=$(realpath "$tool")

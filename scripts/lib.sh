@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034 # whoever sources this uses the lists
 # Shared by the scripts of this folder; to be sourced by bash with -euo pipefail.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -21,9 +22,9 @@ install_packages() {
   for name in "$@"; do is_installed "$name" || missing+=("$name"); done
   [ ${#missing[@]} -eq 0 ] && return 0
   echo "== installing ${missing[*]}"
-  if as_root apt-get -qq update </dev/null >/dev/null 2>&1 &&
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends install "${missing[@]}" \
-      </dev/null >/dev/null 2>&1; then
+  as_root apt-get -qq update </dev/null >/dev/null 2>&1 || true # old lists may do
+  if as_root env DEBIAN_FRONTEND=noninteractive apt-get -qq -y --no-install-recommends install "${missing[@]}" \
+    </dev/null >/dev/null 2>&1; then
     return 0
   fi
   echo "$0: cannot install packages here; please run: apt-get install ${missing[*]}" >&2
@@ -38,5 +39,6 @@ build_preset() {
   command -v ccache >/dev/null && set -- -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@"
   echo "== building $preset"
   # shellcheck disable=SC2086 # the options are words
-  (cd "$root" && cmake --preset "$preset" "$@" ${KR0_CONFIGURE_OPTIONS:-} >/dev/null && cmake --build "build/$preset" -j "$jobs")
+  (cd "$root" && cmake --preset "$preset" "$@" ${KR0_CONFIGURE_OPTIONS:-} >/dev/null &&
+    cmake --build "build/$preset" -j "$jobs")
 }

@@ -6,6 +6,6 @@ set -euo pipefail
 
 # shellcheck disable=SC2086 # the lists are words
 install_packages $build_packages $test_packages
-build_preset release
+build_preset release -DKR0_BUILD_TESTS=ON
 cd "$root/build/release"
-ctest --output-on-failure -j "$jobs" "$@"
+ctest --no-tests=error --output-on-failure -j "$jobs" "$@"

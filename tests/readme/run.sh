@@ -19,8 +19,11 @@ block() {
 check_program() {
   local build=$1 lines
   block cpp 1 > "$work/program.cpp"
-  lines=$(grep -c . "$work/program.cpp")
-  [ "$lines" -gt 0 ] && [ "$lines" -le 20 ] || { echo "the program has $lines lines" >&2; exit 1; }
+  lines=$(wc -l < "$work/program.cpp")
+  if [ "$lines" -eq 0 ] || [ "$lines" -gt 20 ]; then
+    echo "the program has $lines lines" >&2
+    exit 1
+  fi
   "${CXX:-g++}" -std=c++20 -Wall -Wextra -Werror -I"$root/include" -I"$root/src/framework/include" \
     "$work/program.cpp" -o "$work/program" \
     -L"$build/src" -L"$build/src/framework" -lkr0_binary_io -lkr0_framework \
