@@ -58,6 +58,7 @@ class KR0_FRAMEWORK_API TypeBuilder {
 
  private:
   friend class MetaModelBuilder;
+  TypeDefinition definition() const;
   TypeDefinition definition_;
   std::deque<PropertyBuilder> properties_;
 };
