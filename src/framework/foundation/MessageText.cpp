@@ -45,7 +45,8 @@ std::u16string identifierAndArguments(const BaseMsgID& id) {
   std::u16string text = fl::i18n::internal::showAsUtf16(id.getFullIdentifier());
   const char16_t* separator = u": ";
   for (const MsgArgument& argument : id.getArguments()) {
-    text += separator + internal::toText(argument);
+    text += separator;
+    text += internal::toText(argument);
     separator = u", ";
   }
   return text;
