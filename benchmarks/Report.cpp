@@ -1,6 +1,7 @@
 #include "Report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
@@ -10,7 +11,10 @@
 namespace kr::zero::bench {
 
 bool Collector::ReportContext(const Context& context) {
-  PrintBasicContext(&GetErrorStream(), context);
+  const benchmark::CPUInfo& cpu = context.cpu_info;
+  GetOutputStream() << cpu.num_cpus << " CPUs of " << std::lround(cpu.cycles_per_second / 1e6) << " MHz";
+  if (!cpu.load_avg.empty()) GetOutputStream() << ", load " << cpu.load_avg.front();
+  GetOutputStream() << '\n';
   return true;
 }
 
@@ -76,6 +80,7 @@ std::vector<Comparison> compare(const Collector& collector, const Documents& doc
                                 const HeldBytes& held) {
   std::vector<Comparison> comparisons;
   for (const Limit& row : timeLimits) {
+    if (!collector.has(row.ours) || !collector.has(row.theirs)) continue;  // left out by a filter
     const double ratio = medianOf(collector.timesOf(row.ours)) / medianOf(collector.timesOf(row.theirs));
     comparisons.push_back({row.what, row.ours, row.theirs, ratio, row.limit});
   }

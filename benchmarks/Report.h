@@ -20,6 +20,7 @@ class Collector : public benchmark::BenchmarkReporter {
   explicit Collector(std::size_t elements) : elements_(static_cast<double>(elements)) {}
   bool ReportContext(const Context& context) override;
   void ReportRuns(const std::vector<Run>& runs) override;
+  bool has(const std::string& name) const { return times_.contains(name); }
   /// Nanoseconds per element of each repetition, ascending.
   const std::vector<double>& timesOf(const std::string& name) const { return times_.at(name); }
   const std::map<std::string, std::vector<double>>& times() const { return times_; }

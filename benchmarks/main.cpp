@@ -7,9 +7,11 @@
 #include <benchmark/benchmark.h>
 #include <google/protobuf/arena.h>
 
+#include <charconv>
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -112,22 +114,32 @@ void registerAll(const Documents& documents) {
   add("copy the direct document's bytes", copyBytes);
 }
 
+std::size_t toCount(const std::string& digits) {
+  std::size_t count = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), count);
+  if (error != std::errc() || end != digits.data() + digits.size() || count == 0)
+    throw std::runtime_error("--elements wants a number of at least 1");
+  return count;
+}
+
 // Takes our own options out of the arguments.
 Options takeOptions(std::vector<std::string>& arguments) {
   Options options;
   std::erase_if(arguments, [&options](const std::string& argument) {
     if (argument == "--gate") return options.gate = true;
     if (argument.starts_with("--json=")) return options.json = argument.substr(7), true;
-    if (argument.starts_with("--elements=")) return options.elements = std::stoul(argument.substr(11)), true;
+    if (argument.starts_with("--elements=")) return options.elements = toCount(argument.substr(11)), true;
     return false;
   });
   return options;
 }
 
 void initialize(const std::vector<std::string>& arguments) {
-  // Repetitions of all benchmarks are mixed: what slows the machine for a while then slows them all.
-  std::vector<std::string> all = {"kr0_bench", "--benchmark_enable_random_interleaving=true",
-                                  "--benchmark_repetitions=9", "--benchmark_min_time=0.3"};
+  // Repetitions of all benchmarks are mixed: what slows the machine for a while then slows them all. The
+  // strings stay for good, because Google Benchmark keeps pointers to them.
+  static std::vector<std::string> all;
+  all = {"kr0_bench", "--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=9",
+         "--benchmark_min_time=0.3"};
   all.insert(all.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
   for (std::string& argument : all) pointers.push_back(argument.data());
