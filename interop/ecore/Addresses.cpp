@@ -1,0 +1,130 @@
+#include "Addresses.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "Errors.h"
+
+namespace kr::zero::ecore {
+
+namespace {
+
+/// Whether an id can stand in a list of references and is not taken for something else there.
+bool isUsableId(std::string_view id) {
+  return !id.empty() && id[0] != '/' && id.find_first_of(" \t\r\n#:") == std::string_view::npos;
+}
+
+/// Whether a name stands for itself in a path.
+bool isPlainName(std::string_view name) {
+  const auto isPlain = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-' || c == '.';
+  };
+  if (name.empty() || !std::all_of(name.begin(), name.end(), isPlain)) return false;
+  // "name.3" would be the fourth element of the name "name".
+  const std::size_t dot = name.rfind('.');
+  return dot == std::string_view::npos ||
+         name.find_first_not_of("0123456789", dot + 1) != std::string_view::npos || dot + 1 == name.size();
+}
+
+bool isXmiId(const std::optional<Identity>& identity) { return identity && identity->first == "xmi:id"; }
+
+}  // namespace
+
+Addresses::Addresses(const Model& model, ClassTables& tables) : tables_(tables) { visitRoots(model); }
+
+void Addresses::visitRoots(const Model& model) {
+  std::vector<Element> waiting = model.getRoots();
+  rootCount_ = waiting.size();
+  for (std::size_t i = 0; i < waiting.size(); ++i)
+    placeOf(waiting[i]).position = static_cast<std::uint32_t>(i);
+  std::reverse(waiting.begin(), waiting.end());
+  while (!waiting.empty()) {
+    const Element element = waiting.back();
+    waiting.pop_back();
+    noteIds(element);
+    visitChildren(element, waiting);
+  }
+}
+
+void Addresses::visitChildren(Element container, std::vector<Element>& waiting) {
+  const bool byName = tables_.of(container.getType()).isPathByName();
+  std::unordered_map<std::string_view, std::uint32_t> names;
+  const std::vector<Element> children = container.getChildren();
+  meta::Property property;
+  std::uint32_t position = 0;
+  for (const Element child : children) {
+    position = child.getContainingProperty() == property ? position + 1 : 0;
+    property = child.getContainingProperty();
+    Place& place = placeOf(child);
+    place.position = position;
+    const Feature* name = byName ? tables_.of(child.getType()).nameFeature() : nullptr;
+    if (name != nullptr) place.sameNames = names[child.getText(name->property)]++;
+  }
+  waiting.insert(waiting.end(), children.rbegin(), children.rend());
+}
+
+void Addresses::noteIds(Element element) {
+  if (const auto identity = element.getIdentity(); isXmiId(identity)) {
+    if (idUses_[std::string(identity->second)]++ != 0)
+      throw EcoreError(
+          join(element.getPath(), ": another element has the xmi:id ", inQuotes(identity->second)));
+  }
+  const Feature* identifier = tables_.of(element.getType()).identifier();
+  if (identifier == nullptr || element.getState(identifier->property) != PropertyState::value) return;
+  const std::string id = element.getTextForm(identifier->property);
+  if (const auto identity = element.getIdentity(); isXmiId(identity) && identity->second == id) return;
+  ++idUses_[id];
+}
+
+Addresses::Place& Addresses::placeOf(Element element) {
+  const std::size_t index = element.getIndex();
+  if (index >= places_.size()) places_.resize(index + 1);
+  return places_[index];
+}
+
+void Addresses::append(std::string& out, Element target) {
+  if (!appendId(out, target)) appendPath(out, target);
+}
+
+bool Addresses::appendId(std::string& out, Element target) {
+  std::string id;
+  if (const auto identity = target.getIdentity(); isXmiId(identity)) {
+    id = identity->second;
+  } else if (const Feature* identifier = tables_.of(target.getType()).identifier();
+             identifier != nullptr && target.getState(identifier->property) == PropertyState::value) {
+    id = target.getTextForm(identifier->property);
+  }
+  const auto uses = idUses_.find(id);
+  if (uses == idUses_.end() || uses->second != 1 || !isUsableId(id)) return false;
+  out.append(id);
+  return true;
+}
+
+void Addresses::appendPath(std::string& out, Element target) {
+  steps_.clear();
+  for (Element element = target; element; element = element.getContainer()) steps_.push_back(element);
+  out.push_back('/');
+  if (rootCount_ > 1) out.append(std::to_string(placeOf(steps_.back()).position));
+  for (std::size_t i = steps_.size() - 1; i-- > 0;) appendStep(out, steps_[i]);
+}
+
+void Addresses::appendStep(std::string& out, Element element) {
+  out.push_back('/');
+  if (appendName(out, element)) return;
+  const meta::Property property = element.getContainingProperty();
+  out.append("@").append(property->getNameUtf8());
+  if (property->isMany()) out.append(".").append(std::to_string(placeOf(element).position));
+}
+
+bool Addresses::appendName(std::string& out, Element element) {
+  if (!tables_.of(element.getContainer().getType()).isPathByName()) return false;
+  const Feature* name = tables_.of(element.getType()).nameFeature();
+  if (name == nullptr || !isPlainName(element.getText(name->property))) return false;
+  out.append(element.getText(name->property));
+  if (const std::uint32_t count = placeOf(element).sameNames; count > 0)
+    out.append(".").append(std::to_string(count));
+  return true;
+}
+
+}  // namespace kr::zero::ecore

@@ -1,0 +1,46 @@
+/// @file
+/// Internal: the texts by which a document refers to its own elements: xmi:id, else the value of the
+/// identifying attribute, else the path that Fragments reads.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ClassTable.h"
+#include "kr/zero/Model.h"
+
+namespace kr::zero::ecore {
+
+class Addresses {
+ public:
+  /// Walks the model once.
+  /// @throws EcoreError where two elements have one xmi:id.
+  Addresses(const Model& model, ClassTables& tables);
+
+  /// Appends the address of an element of the model.
+  void append(std::string& out, Element target);
+
+ private:
+  /// What the path to an element needs, found while walking.
+  struct Place {
+    std::uint32_t position = 0;   ///< among its siblings in one property, or among the roots
+    std::uint32_t sameNames = 0;  ///< siblings before it with its name, over all properties
+  };
+  void visitRoots(const Model& model);
+  void visitChildren(Element container, std::vector<Element>& waiting);
+  void noteIds(Element element);
+  Place& placeOf(Element element);
+  bool appendId(std::string& out, Element target);
+  void appendPath(std::string& out, Element target);
+  void appendStep(std::string& out, Element element);
+  bool appendName(std::string& out, Element element);
+
+  ClassTables& tables_;
+  std::vector<Place> places_;  // by the element's index
+  std::size_t rootCount_ = 0;
+  TextMap<std::uint32_t> idUses_;  // number of elements that an id could mean
+  std::vector<Element> steps_;
+};
+
+}  // namespace kr::zero::ecore

@@ -1,0 +1,184 @@
+#include "EcoreFiles.h"
+
+#include <algorithm>
+
+#include "EcoreSchema.h"
+#include "Errors.h"
+#include "Files.h"
+#include "Namespaces.h"
+
+namespace kr::zero::ecore {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Definitions of packages nest as deep as the packages do, and are taken apart by recursion.
+constexpr std::size_t deepestPackage = 100;
+
+fs::path placeOf(const fs::path& path) { return fs::absolute(path).lexically_normal(); }
+
+/// Number of last segments that two places share.
+std::size_t sharedSegments(const fs::path& a, const fs::path& b) {
+  std::size_t shared = 0;
+  auto itA = a.end();
+  auto itB = b.end();
+  while (itA != a.begin() && itB != b.begin() && *--itA == *--itB) ++shared;
+  return shared;
+}
+
+bool hasScheme(std::string_view uri) {
+  const std::size_t colon = uri.find(':');
+  return colon != std::string_view::npos && colon > 1 && uri.find('/') > colon;
+}
+
+std::string lastSegment(std::string_view text) { return percentDecoded(text.substr(text.rfind('/') + 1)); }
+
+}  // namespace
+
+EcoreFiles::EcoreFiles(const std::vector<std::string>& paths, const meta::MetaRegistry& registry)
+    : registry_(registry) {
+  for (const std::string& path : paths) read(path);
+  for (std::size_t file = 0; file < files_.size(); ++file) collectPackages(file);
+}
+
+void EcoreFiles::read(const std::string& path) {
+  File file;
+  file.place = placeOf(fs::path(std::u8string(path.begin(), path.end())));
+  for (const File& other : files_)
+    if (other.place == file.place) return;
+  file.text = decodeXml(readFile(path), path);
+  const XmlDocument document(file.text, path);
+  file.content = readContent(document, ecoreSchema(), {});
+  files_.push_back(std::move(file));
+}
+
+void EcoreFiles::fail(std::size_t file, Element element, std::string_view what) const {
+  failAt(content(file).name, content(file).lineOf(element), what);
+}
+
+void EcoreFiles::collectPackages(std::size_t file) {
+  struct Waiting {
+    Element element;
+    std::size_t parent;
+    std::size_t depth;
+  };
+  std::vector<Waiting> waiting;
+  const auto wait = [&waiting](const std::vector<Element>& elements, std::size_t parent, std::size_t depth) {
+    for (auto it = elements.rbegin(); it != elements.rend(); ++it)
+      if ((*it).getType()->getName() == "EPackage") waiting.push_back({*it, parent, depth});
+  };
+  wait(content(file).model.getRoots(), npos, 1);
+  if (waiting.empty()) failIn(content(file).name, "it holds no package of Ecore");
+  while (!waiting.empty()) {
+    const Waiting next = waiting.back();
+    waiting.pop_back();
+    if (next.depth > deepestPackage)
+      fail(file, next.element,
+           join("packages are nested more than ", std::to_string(deepestPackage), " deep"));
+    packages_.push_back(describe(file, next.element, next.parent));
+    if (!packages_.back().uri.empty()) packageByUri_.emplace(packages_.back().uri, packages_.size() - 1);
+    wait(next.element.getChildren(), packages_.size() - 1, next.depth + 1);
+  }
+}
+
+EcorePackage EcoreFiles::describe(std::size_t file, Element element, std::size_t parent) const {
+  const std::string name(element.getText("name"));
+  if (name.empty()) fail(file, element, "a package has no name");
+  const std::string around = parent == npos ? "" : packages_[parent].qualifiedName + ".";
+  return {file, element, parent, std::string(element.getText("nsURI")), around + name};
+}
+
+EcoreTarget EcoreFiles::follow(std::size_t file, Element source, const char* property,
+                               std::size_t position) const {
+  if (const Element target = source.getReference(property, position)) {
+    EcoreTarget found;
+    found.file = file;
+    found.element = target;
+    return found;
+  }
+  const auto reference = source.getUnresolved(property, position);
+  EcoreTarget found = followOut(file, *reference->qualifier, reference->id2);
+  if (found.file == npos && found.builtIn.empty() && !found.known)
+    fail(file, source,
+         join("the ", property, " ", inQuotes(*reference->qualifier + "#" + reference->id2),
+              " is in none of the given files"));
+  return found;
+}
+
+EcoreTarget EcoreFiles::followOut(std::size_t file, std::string_view uri, std::string_view fragment) const {
+  if (packageByUri_.contains(uri)) return findInPackage(uri, fragment);
+  if (const std::size_t other = findFile(file, uri); other != npos) return find(other, fragment);
+  if (EcoreTarget known = findInRegistry(uri, fragment); known.known) return known;
+  EcoreTarget target;
+  const bool isEcore = uri == ecoreNamespace || lastSegment(uri) == "Ecore.ecore";
+  if (!isEcore) return target;
+  // The registry may hold Ecore from an earlier load; standard types are in none of its packages.
+  target.builtIn = lastSegment(fragment);
+  const EcoreDataType* dataType = findEcoreDataType(target.builtIn);
+  if (dataType != nullptr && dataType->standardType != nullptr) return target;
+  EcoreTarget known = findInRegistry(ecoreNamespace, fragment);
+  return known.known ? known : target;
+}
+
+EcoreTarget EcoreFiles::findEcoreType(std::string_view name) const {
+  return followOut(0, ecoreNamespace, join("//", name));
+}
+
+EcoreTarget EcoreFiles::find(std::size_t file, std::string_view fragment) const {
+  // The look-up fills tables that only it sees.
+  const Fragments::Result result = files_[file].content->fragments.find(fragment);
+  EcoreTarget target;
+  if (result.outcome != Fragments::Outcome::found) return target;
+  target.file = file;
+  target.element = result.element;
+  return target;
+}
+
+EcoreTarget EcoreFiles::findInPackage(std::string_view uri, std::string_view fragment) const {
+  const EcorePackage& package = packages_[packageByUri_.find(uri)->second];
+  const Fragments::Result result =
+      files_[package.file].content->fragments.findFrom(package.element, fragment);
+  if (result.outcome != Fragments::Outcome::found) return find(package.file, fragment);
+  EcoreTarget target;
+  target.file = package.file;
+  target.element = result.element;
+  return target;
+}
+
+EcoreTarget EcoreFiles::findInRegistry(std::string_view uri, std::string_view fragment) const {
+  EcoreTarget target;
+  if (!registry_.hasPackage(uri)) return target;
+  const std::string name = lastSegment(fragment);
+  for (const meta::PackageInfo& package : registry_.getPackages()) {
+    if (package.uri != uri) continue;
+    for (const meta::Type type : package.types)
+      if (type->getName() == name) target.known = type;
+  }
+  return target;
+}
+
+std::size_t EcoreFiles::findFile(std::size_t from, std::string_view uri) const {
+  const std::string decoded = percentDecoded(uri.substr(0, uri.find('?')));
+  const std::u8string path(decoded.begin(), decoded.end());
+  if (!hasScheme(uri)) {
+    const fs::path place = placeOf(files_[from].place.parent_path() / fs::path(path));
+    for (std::size_t i = 0; i < files_.size(); ++i)
+      if (files_[i].place == place) return i;
+  }
+  // Files move more often than they are renamed: the one whose path ends most alike is meant.
+  std::size_t best = npos;
+  std::size_t shared = 0;
+  bool isUnique = true;
+  for (std::size_t i = 0; i < files_.size(); ++i) {
+    const std::size_t count = sharedSegments(files_[i].place, fs::path(path));
+    if (count == 0 || count < shared) continue;
+    isUnique = count > shared;
+    shared = count;
+    best = i;
+  }
+  if (!isUnique) failIn(content(from).name, join("several of the given files could be ", inQuotes(uri)));
+  return best;
+}
+
+}  // namespace kr::zero::ecore

@@ -1,0 +1,82 @@
+/// @file
+/// Internal: .ecore files that are loaded together, and where a reference of one of them leads.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "XmiReader.h"
+#include "kr/zero/meta/MetaRegistry.h"
+
+namespace kr::zero::ecore {
+
+inline constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+/// A package of one of the files.
+struct EcorePackage {
+  std::size_t file;
+  Element element;
+  std::size_t parent;  ///< index of the package around it, or npos; always smaller than its own
+  std::string uri;     ///< empty where the file gives none
+  std::string qualifiedName;
+};
+
+/// Where a reference leads: exactly one of the three is filled.
+struct EcoreTarget {
+  std::size_t file = npos;  ///< of `element`
+  Element element;
+  std::string builtIn;  ///< name of a type of Ecore itself, while Ecore.ecore is not among the files
+  meta::Type known;     ///< a type that the registry knew before
+};
+
+class EcoreFiles {
+ public:
+  /// Reads the files; one that is named twice counts once.
+  /// @throws EcoreError for a file that cannot be read or is not Ecore.
+  EcoreFiles(const std::vector<std::string>& paths, const meta::MetaRegistry& registry);
+
+  std::size_t size() const noexcept { return files_.size(); }
+  const XmiContent& content(std::size_t file) const { return *files_[file].content; }
+  /// The text of a file in UTF-8.
+  const std::string& text(std::size_t file) const { return files_[file].text; }
+  /// The packages of all files, those around others first.
+  const std::vector<EcorePackage>& packages() const noexcept { return packages_; }
+
+  /// Where a reference of an element leads.
+  /// @throws EcoreError where it leads to none of the files nor to what the registry knows.
+  EcoreTarget follow(std::size_t file, Element source, const char* property, std::size_t position = 0) const;
+
+  /// A type of Ecore itself.
+  EcoreTarget findEcoreType(std::string_view name) const;
+
+  /// @throws EcoreError with the line of an element.
+  [[noreturn]] void fail(std::size_t file, Element element, std::string_view what) const;
+
+ private:
+  struct File {
+    std::filesystem::path place;  // absolute and without detours
+    std::string text;
+    std::unique_ptr<XmiContent> content;
+  };
+
+  void read(const std::string& path);
+  void collectPackages(std::size_t file);
+  EcorePackage describe(std::size_t file, Element element, std::size_t parent) const;
+  EcoreTarget followOut(std::size_t file, std::string_view uri, std::string_view fragment) const;
+  EcoreTarget find(std::size_t file, std::string_view fragment) const;
+  EcoreTarget findInPackage(std::string_view uri, std::string_view fragment) const;
+  EcoreTarget findInRegistry(std::string_view uri, std::string_view fragment) const;
+  /// The file that a URI of the file `from` means, or npos.
+  std::size_t findFile(std::size_t from, std::string_view uri) const;
+
+  const meta::MetaRegistry& registry_;
+  std::vector<File> files_;
+  std::vector<EcorePackage> packages_;
+  TextMap<std::size_t> packageByUri_;
+};
+
+}  // namespace kr::zero::ecore

@@ -1,0 +1,408 @@
+#include "EcoreImport.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "EcoreSchema.h"
+#include "Errors.h"
+#include "Namespaces.h"
+#include "Values.h"
+
+namespace kr::zero::ecore {
+
+namespace {
+
+using Kind = meta::TypeDefinition::Kind;
+
+bool isOf(Element element, std::string_view className) { return element.getType()->getName() == className; }
+
+/// All values of a composition.
+std::vector<Element> childrenOf(Element element, const char* property) {
+  std::vector<Element> children;
+  for (std::size_t i = 0; i < element.size(property); ++i)
+    children.push_back(element.getElement(property, i));
+  return children;
+}
+
+/// The value that an annotation of an element gives to a key.
+std::optional<std::string> annotated(Element element, std::string_view source, std::string_view key) {
+  for (const Element annotation : childrenOf(element, "eAnnotations")) {
+    if (annotation.getText("source") != source) continue;
+    for (const Element detail : childrenOf(annotation, "details"))
+      if (detail.getText("key") == key) return std::string(detail.getText("value"));
+  }
+  return std::nullopt;
+}
+
+/// A name in XML; empty where it is no name, as ":0" for the character data.
+std::string annotatedName(Element element) {
+  const auto name = annotated(element, extendedMetaDataSource, "name");
+  const bool isName = name && !name->empty() && name->find_first_of(": \t\r\n") == std::string::npos;
+  return isName ? *name : std::string();
+}
+
+}  // namespace
+
+EcoreImport::EcoreImport(const std::vector<std::string>& paths, meta::MetaRegistry& registry)
+    : registry_(registry), files_(paths, registry) {}
+
+std::unique_ptr<const Mapping::Impl> EcoreImport::run() {
+  collectClassifiers();
+  for (Classifier& classifier : classifiers_) importSupertypes(classifier);
+  for (Classifier& classifier : classifiers_) importEnumeration(classifier);
+  for (Classifier& classifier : classifiers_) importClassifier(classifier);
+  registry_.add(definitions());
+  auto mapping = std::make_unique<Mapping::Impl>(registry_);
+  mapping->addKnownPackages();
+  mapPackages(*mapping);
+  for (const Classifier& classifier : classifiers_) mapClassifier(*mapping, classifier);
+  return mapping;
+}
+
+// --- What there is -----------------------------------------------------------------------------
+
+void EcoreImport::collectClassifiers() {
+  for (std::size_t file = 0; file < files_.size(); ++file)
+    classifierByElement_.emplace_back(files_.content(file).offsets.size(), npos);
+  for (std::size_t package = 0; package < files_.packages().size(); ++package)
+    for (const Element element : childrenOf(files_.packages()[package].element, "eClassifiers"))
+      collectClassifier(package, element);
+}
+
+void EcoreImport::collectClassifier(std::size_t package, Element element) {
+  const EcorePackage& around = files_.packages()[package];
+  Classifier made;
+  made.package = package;
+  made.element = element;
+  made.definition.name = element.getText("name");
+  if (made.definition.name.empty()) files_.fail(around.file, element, "a classifier has no name");
+  made.qualifiedName = around.qualifiedName + "." + made.definition.name;
+  made.xmlName = annotatedName(element);
+  const bool isEcore = around.uri == ecoreNamespace;
+  if (isOf(element, "EClass")) {
+    made.definition.kind = Kind::classType;
+    made.definition.isAbstract = element.getBoolean("abstract");
+    made.definition.isUniversal = isEcore && made.definition.name == "EObject";
+  } else {
+    made.definition.kind = isOf(element, "EEnum") ? Kind::enumeration : Kind::primitive;
+    made.isSerializable = element.getBoolean("serializable");
+    const EcoreDataType* dataType = isEcore ? findEcoreDataType(made.definition.name) : nullptr;
+    if (dataType != nullptr) made.standardType = dataType->standardType;
+  }
+  classifierByElement_[around.file][element.getIndex()] = classifiers_.size();
+  classifiers_.push_back(std::move(made));
+}
+
+std::size_t EcoreImport::classifierOf(std::size_t file, Element element) const {
+  return classifierByElement_[file][element.getIndex()];
+}
+
+std::string EcoreImport::describe(const Classifier& classifier, Element feature) const {
+  return join("feature ", classifier.qualifiedName, ".", feature.getText("name"));
+}
+
+// --- Uses of types -----------------------------------------------------------------------------
+
+TypeUse EcoreImport::use(std::size_t file, Element source, const EcoreTarget& target) {
+  if (target.known) return useKnown(target.known);
+  if (!target.element) return useBuiltIn(file, source, target.builtIn);
+  const std::size_t index = classifierOf(target.file, target.element);
+  if (index == npos) files_.fail(file, source, "what it names as a type is none");
+  return useClassifier(index);
+}
+
+TypeUse EcoreImport::useClassifier(std::size_t index) const {
+  const Classifier& classifier = classifiers_[index];
+  const bool isEcore = files_.packages()[classifier.package].uri == ecoreNamespace;
+  const std::string& name = classifier.definition.name;
+  TypeUse type;
+  type.name = classifier.standardType != nullptr ? classifier.standardType : classifier.qualifiedName;
+  type.isClass = classifier.definition.kind == Kind::classType;
+  type.isSerializable = classifier.isSerializable;
+  type.isFeatureMap = isEcore && (name == "EFeatureMapEntry" || name == "EFeatureMap");
+  type.isSinglePrecision = isEcore && (name == "EFloat" || name == "EFloatObject");
+  type.classifier = index;
+  return type;
+}
+
+TypeUse EcoreImport::useBuiltIn(std::size_t file, Element source, const std::string& name) {
+  TypeUse type;
+  const EcoreDataType* dataType = findEcoreDataType(name);
+  type.isClass = name == "EObject" || name == "EStringToStringMapEntry";
+  if (dataType == nullptr && !type.isClass)
+    files_.fail(file, source,
+                join("it needs ", name, " of Ecore itself: give Ecore.ecore as a meta model too"));
+  const bool isStandard = dataType != nullptr && dataType->standardType != nullptr;
+  needsEcore_ = needsEcore_ || !isStandard;
+  type.name = isStandard ? dataType->standardType : "ecore." + name;
+  type.isSerializable = dataType == nullptr || dataType->isSerializable;
+  type.isFeatureMap = name == "EFeatureMapEntry" || name == "EFeatureMap";
+  type.isSinglePrecision = name == "EFloat" || name == "EFloatObject";
+  return type;
+}
+
+TypeUse EcoreImport::useKnown(meta::Type known) const {
+  TypeUse type;
+  type.name = known->getQualifiedNameUtf8();
+  type.isClass = bool(meta::Class(known));
+  if (known->getPackageUriUtf8() != ecoreNamespace) return type;
+  if (const EcoreDataType* dataType = findEcoreDataType(known->getName()); dataType != nullptr)
+    type.isSerializable = dataType->isSerializable;
+  type.isFeatureMap = known->getName() == "EFeatureMapEntry" || known->getName() == "EFeatureMap";
+  return type;
+}
+
+/// What is left of a generic type when its arguments are taken away.
+TypeUse EcoreImport::erasure(std::size_t file, Element generic, bool ofReference) {
+  const Element source = generic;
+  constexpr int longest = 100;  // bounds may name each other
+  for (int i = 0; generic && i < longest; ++i) {
+    if (generic.isSet("eClassifier")) return use(file, generic, files_.follow(file, generic, "eClassifier"));
+    if (generic.isSet("eTypeParameter")) {
+      const EcoreTarget parameter = files_.follow(file, generic, "eTypeParameter");
+      if (!parameter.element) files_.fail(file, generic, "its type parameter is in none of the given files");
+      file = parameter.file;
+      const std::vector<Element> bounds = childrenOf(parameter.element, "eBounds");
+      generic = bounds.empty() ? Element() : bounds.front();
+    } else {
+      generic = generic.getElement("eUpperBound");
+    }
+  }
+  return use(file, source, files_.findEcoreType(ofReference ? "EObject" : "EJavaObject"));
+}
+
+TypeUse EcoreImport::typeOf(const Classifier& classifier, Element feature) {
+  const std::size_t file = fileOf(classifier);
+  if (feature.isSet("eType")) return use(file, feature, files_.follow(file, feature, "eType"));
+  if (const Element generic = feature.getElement("eGenericType"))
+    return erasure(file, generic, isOf(feature, "EReference"));
+  files_.fail(file, feature, describe(classifier, feature) + " has no type");
+}
+
+// --- Classifiers -------------------------------------------------------------------------------
+
+void EcoreImport::importEnumeration(Classifier& classifier) {
+  if (classifier.definition.kind != Kind::enumeration) return;
+  for (const Element literal : childrenOf(classifier.element, "eLiterals"))
+    classifier.definition.literals.push_back({std::string(literal.getText("name")),
+                                              std::string(literal.getText("literal")),
+                                              static_cast<std::int32_t>(literal.getInteger("value"))});
+}
+
+void EcoreImport::importSupertypes(Classifier& classifier) {
+  if (classifier.definition.kind != Kind::classType) return;
+  const std::size_t file = fileOf(classifier);
+  const Element element = classifier.element;
+  for (std::size_t i = 0; i < element.size("eSuperTypes"); ++i)
+    addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)), element);
+  for (const Element generic : childrenOf(element, "eGenericSuperTypes"))
+    addSupertype(classifier, erasure(file, generic, true), generic);
+}
+
+void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Element source) {
+  if (!type.isClass)
+    files_.fail(
+        fileOf(classifier), source,
+        join("class ", classifier.qualifiedName, " has the supertype ", type.name, ", which is no class"));
+  std::vector<std::string>& names = classifier.definition.supertypes;
+  if (std::find(names.begin(), names.end(), type.name) != names.end()) return;
+  names.push_back(type.name);
+  if (type.classifier != npos) classifier.supertypes.push_back(type.classifier);
+}
+
+void EcoreImport::importClassifier(Classifier& classifier) {
+  if (classifier.definition.kind != Kind::classType) return;
+  for (const Element feature : childrenOf(classifier.element, "eStructuralFeatures"))
+    importFeature(classifier, feature);
+}
+
+bool EcoreImport::inherits(std::size_t classifier, std::size_t ancestor) const {
+  std::vector<std::size_t> waiting{classifier};
+  std::unordered_set<std::size_t> seen{classifier};
+  while (!waiting.empty()) {
+    const std::size_t next = waiting.back();
+    waiting.pop_back();
+    if (next == ancestor) return true;
+    for (const std::size_t supertype : classifiers_[next].supertypes)
+      if (seen.insert(supertype).second) waiting.push_back(supertype);
+  }
+  return false;
+}
+
+// --- Features ----------------------------------------------------------------------------------
+
+void EcoreImport::importFeature(Classifier& classifier, Element feature) {
+  const std::size_t file = fileOf(classifier);
+  const bool isReference = isOf(feature, "EReference");
+  const TypeUse type = typeOf(classifier, feature);
+  if (isReference != type.isClass)
+    files_.fail(file, feature,
+                join(describe(classifier, feature), " is ", isReference ? "a reference" : "an attribute",
+                     ", but its type ", type.name, isReference ? " is no class" : " is a class"));
+  FeatureMapping mapping;
+  importXmlNames(classifier, feature, mapping);
+  mapping.isIdentifier = !isReference && feature.getBoolean("iD");
+  mapping.isSinglePrecision = type.isSinglePrecision;
+  mapping.storage = storageOf(classifier, feature, type, mapping);
+
+  meta::PropertyDefinition definition;
+  definition.name = feature.getText("name");
+  definition.type = type.name;
+  definition.composite = isReference && feature.getBoolean("containment");
+  definition.ordered = feature.getBoolean("ordered");
+  definition.unique = feature.getBoolean("unique");
+  definition.isTransient = feature.getBoolean("transient");
+  // The registry's "derived" is "has no stored value". Ecore's is not: it only says how a value comes about.
+  definition.derived = mapping.storage != Storage::stored;
+  importBounds(classifier, feature, definition);
+  if (!definition.derived) definition.identifier = pinnedIdentifier(classifier, feature);
+  if (isReference)
+    definition.opposite = oppositeName(classifier, feature, type);
+  else
+    importDefault(feature, type, definition);
+  classifier.definition.properties.push_back(std::move(definition));
+  classifier.features.push_back(std::move(mapping));
+}
+
+void EcoreImport::importBounds(const Classifier& classifier, Element feature,
+                               meta::PropertyDefinition& definition) const {
+  constexpr std::int64_t unspecified = -2;  // Ecore's number for "some other rule tells"
+  const std::int64_t lower = feature.getInteger("lowerBound");
+  const std::int64_t upper = feature.getInteger("upperBound");
+  if (lower < 0)
+    files_.fail(fileOf(classifier), feature, describe(classifier, feature) + " has a negative lower bound");
+  definition.lower = static_cast<std::uint32_t>(lower);
+  definition.upper = upper == unspecified ? -1 : static_cast<std::int32_t>(upper);
+}
+
+void EcoreImport::importDefault(Element feature, const TypeUse& type,
+                                meta::PropertyDefinition& definition) const {
+  const bool isGiven = feature.getState("defaultValueLiteral") == PropertyState::value;
+  if (isGiven) definition.defaultText = feature.getText("defaultValueLiteral");
+  const bool isEnumeration =
+      type.classifier != npos && classifiers_[type.classifier].definition.kind == Kind::enumeration;
+  if (!isEnumeration || definition.upper != 1) return;
+  const auto& literals = classifiers_[type.classifier].definition.literals;
+  // In Ecore an enumeration's own default is its first literal, whatever its number.
+  if (!isGiven && !literals.empty()) definition.defaultText = literals.front().name;
+  // Ecore gives the text of the literal, where the registry asks for the name first.
+  for (const meta::EnumLiteral& literal : literals)
+    if (isGiven && (literal.text.empty() ? literal.name : literal.text) == *definition.defaultText) {
+      definition.defaultText = literal.name;
+      return;
+    }
+}
+
+void EcoreImport::importXmlNames(const Classifier& classifier, Element feature,
+                                 FeatureMapping& mapping) const {
+  mapping.xmlName = annotatedName(feature);
+  const std::string kind = annotated(feature, extendedMetaDataSource, "kind").value_or("");
+  if (kind == "attribute") mapping.form = XmlForm::attribute;
+  if (kind == "element") mapping.form = XmlForm::element;
+  if (kind == "simple") mapping.form = XmlForm::content;
+  mapping.xmlNamespace = annotated(feature, extendedMetaDataSource, "namespace").value_or("");
+  if (mapping.xmlNamespace == "##targetNamespace") mapping.xmlNamespace = packageUri(classifier.package);
+  const std::string group = annotated(feature, extendedMetaDataSource, "group").value_or("");
+  mapping.group = group.substr(group.rfind('#') + 1);
+}
+
+Storage EcoreImport::storageOf(const Classifier& classifier, Element feature, const TypeUse& type,
+                               FeatureMapping& mapping) const {
+  if (type.isFeatureMap) return Storage::featureMap;
+  if (feature.getBoolean("transient"))
+    return mapping.group.empty() ? Storage::transient : Storage::featureMapMember;
+  if (!type.isSerializable) return Storage::notSerializable;
+  if (!type.isClass || !feature.isSet("eOpposite")) return Storage::stored;
+  const EcoreTarget opposite = files_.follow(fileOf(classifier), feature, "eOpposite");
+  const bool isContained = opposite.element && opposite.element.getBoolean("containment");
+  return isContained ? Storage::container : Storage::stored;
+}
+
+std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& classifier,
+                                                           Element feature) const {
+  const auto text = annotated(feature, binarySource, "id");
+  if (!text) return std::nullopt;
+  const auto number = parseInteger(*text);
+  if (!number || *number < 1 || *number > 16382)
+    files_.fail(fileOf(classifier), feature,
+                join(describe(classifier, feature), " is pinned to ", inQuotes(*text),
+                     ", not a number from 1 to 16382"));
+  return static_cast<std::uint32_t>(*number);
+}
+
+/// The name of the opposite where the two really face each other. A pair that does not is of no use to a
+/// registry, and of no meaning to what is stored.
+std::string EcoreImport::oppositeName(const Classifier& classifier, Element feature, const TypeUse& type) {
+  if (!feature.isSet("eOpposite") || type.classifier == npos) return {};
+  const EcoreTarget there = files_.follow(fileOf(classifier), feature, "eOpposite");
+  if (!there.element || !there.element.isSet("eOpposite")) return {};
+  const Element back = files_.follow(there.file, there.element, "eOpposite").element;
+  const std::size_t self = classifierOf(fileOf(classifier), classifier.element);
+  const std::size_t owner = classifierOf(there.file, there.element.getContainer());
+  if (!(back == feature) || owner == npos || !inherits(type.classifier, owner)) return {};
+  const TypeUse backType = typeOf(classifiers_[owner], there.element);
+  if (backType.classifier == npos || !inherits(backType.classifier, self)) return {};
+  if (feature.getBoolean("containment") && there.element.getBoolean("containment")) return {};
+  return std::string(there.element.getText("name"));
+}
+
+// --- Results -----------------------------------------------------------------------------------
+
+std::string EcoreImport::packageUri(std::size_t package) const {
+  const EcorePackage& info = files_.packages()[package];
+  return info.uri.empty() ? info.qualifiedName : info.uri;
+}
+
+std::vector<meta::PackageDefinition> EcoreImport::definitions() const {
+  std::vector<meta::PackageDefinition> flat(files_.packages().size());
+  for (std::size_t i = 0; i < flat.size(); ++i) {
+    flat[i].name = files_.packages()[i].element.getText("name");
+    flat[i].uri = packageUri(i);
+  }
+  for (const Classifier& classifier : classifiers_)
+    if (classifier.standardType == nullptr) flat[classifier.package].types.push_back(classifier.definition);
+
+  // From the last one back, so that a package is whole before it moves into the one around it.
+  std::vector<meta::PackageDefinition> roots;
+  for (std::size_t i = flat.size(); i-- > 0;) {
+    std::reverse(flat[i].packages.begin(), flat[i].packages.end());
+    const std::size_t parent = files_.packages()[i].parent;
+    (parent == npos ? roots : flat[parent].packages).push_back(std::move(flat[i]));
+  }
+  if (needsEcore_ && !registry_.hasPackage(ecoreNamespace)) roots.push_back(makeEcorePackage());
+  std::reverse(roots.begin(), roots.end());
+  return roots;
+}
+
+void EcoreImport::mapPackages(Mapping::Impl& mapping) const {
+  for (std::size_t file = 0; file < files_.size(); ++file)
+    mapping.sources.push_back({files_.content(file).name, files_.text(file), {}});
+  for (std::size_t i = 0; i < files_.packages().size(); ++i) {
+    const EcorePackage& info = files_.packages()[i];
+    PackageMapping& package = mapping.packages[mapping.packageByUri.find(packageUri(i))->second];
+    if (const std::string_view prefix = info.element.getText("nsPrefix"); !prefix.empty())
+      package.prefix = prefix;
+    mapping.sources[info.file].packageUris.push_back(package.uri);
+  }
+}
+
+void EcoreImport::mapClassifier(Mapping::Impl& mapping, const Classifier& classifier) const {
+  if (classifier.standardType != nullptr) return;
+  PackageMapping& package =
+      mapping.packages[mapping.packageByUri.find(packageUri(classifier.package))->second];
+  const meta::Type type = registry_.findType(classifier.qualifiedName);
+  if (!classifier.xmlName.empty() && classifier.xmlName != classifier.definition.name) {
+    package.hasXmlNames = true;
+    package.typesByXmlName.emplace(classifier.xmlName, type);
+    mapping.typeXmlNames.emplace(type->getIndex(), classifier.xmlName);
+  }
+  if (classifier.definition.kind != Kind::classType) return;
+  const std::vector<meta::Property>& properties = meta::Class(type)->getOwnedAttributes();
+  for (std::size_t i = 0; i < properties.size(); ++i) {
+    FeatureMapping& feature = mapping.make(properties[i]) = classifier.features[i];
+    if (!feature.xmlName.empty() && feature.xmlName != properties[i]->getNameUtf8())
+      package.hasXmlNames = true;
+  }
+}
+
+}  // namespace kr::zero::ecore

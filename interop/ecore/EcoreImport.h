@@ -1,0 +1,89 @@
+/// @file
+/// Internal: turns .ecore files into definitions for a registry and into a mapping.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "EcoreFiles.h"
+#include "MappingImpl.h"
+#include "kr/zero/meta/Definitions.h"
+
+namespace kr::zero::ecore {
+
+/// A class, data type or enumeration of one of the files.
+struct Classifier {
+  std::size_t package;
+  Element element;
+  std::string qualifiedName;
+  meta::TypeDefinition definition;
+  std::vector<std::size_t> supertypes;   ///< those that are in the files, as indices
+  std::vector<FeatureMapping> features;  ///< in the order of the definition's properties
+  std::string xmlName;
+  const char* standardType = nullptr;  ///< of a data type of Ecore itself: what stands for it
+  bool isSerializable = true;
+};
+
+/// The type of a feature, or a supertype.
+struct TypeUse {
+  std::string name;  ///< as a registry knows it
+  bool isClass = false;
+  bool isSerializable = true;
+  bool isFeatureMap = false;
+  bool isSinglePrecision = false;
+  std::size_t classifier = npos;  ///< where it is in the files
+};
+
+class EcoreImport {
+ public:
+  EcoreImport(const std::vector<std::string>& paths, meta::MetaRegistry& registry);
+
+  /// Fills the registry and says what goes beyond it.
+  std::unique_ptr<const Mapping::Impl> run();
+
+ private:
+  void collectClassifiers();
+  void collectClassifier(std::size_t package, Element element);
+  void importClassifier(Classifier& classifier);
+  void importEnumeration(Classifier& classifier);
+  void importSupertypes(Classifier& classifier);
+  void addSupertype(Classifier& classifier, const TypeUse& type, Element source);
+  void importFeature(Classifier& classifier, Element feature);
+  void importBounds(const Classifier& classifier, Element feature,
+                    meta::PropertyDefinition& definition) const;
+  void importDefault(Element feature, const TypeUse& type, meta::PropertyDefinition& definition) const;
+  void importXmlNames(const Classifier& classifier, Element feature, FeatureMapping& mapping) const;
+  Storage storageOf(const Classifier& classifier, Element feature, const TypeUse& type,
+                    FeatureMapping& mapping) const;
+  std::optional<std::uint32_t> pinnedIdentifier(const Classifier& classifier, Element feature) const;
+  std::string oppositeName(const Classifier& classifier, Element feature, const TypeUse& type);
+
+  std::size_t fileOf(const Classifier& classifier) const {
+    return files_.packages()[classifier.package].file;
+  }
+  std::string describe(const Classifier& classifier, Element feature) const;
+  TypeUse typeOf(const Classifier& classifier, Element feature);
+  TypeUse use(std::size_t file, Element source, const EcoreTarget& target);
+  TypeUse useClassifier(std::size_t index) const;
+  TypeUse useBuiltIn(std::size_t file, Element source, const std::string& name);
+  TypeUse useKnown(meta::Type type) const;
+  TypeUse erasure(std::size_t file, Element generic, bool ofReference);
+  std::size_t classifierOf(std::size_t file, Element element) const;
+  bool inherits(std::size_t classifier, std::size_t ancestor) const;
+
+  std::vector<meta::PackageDefinition> definitions() const;
+  void mapPackages(Mapping::Impl& mapping) const;
+  void mapClassifier(Mapping::Impl& mapping, const Classifier& classifier) const;
+  std::string packageUri(std::size_t package) const;
+
+  meta::MetaRegistry& registry_;
+  EcoreFiles files_;
+  std::vector<Classifier> classifiers_;
+  std::vector<std::vector<std::size_t>> classifierByElement_;  // by file, by the element's index
+  bool needsEcore_ = false;
+};
+
+}  // namespace kr::zero::ecore

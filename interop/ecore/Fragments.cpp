@@ -1,0 +1,199 @@
+#include "Fragments.h"
+
+#include <charconv>
+
+#include "Namespaces.h"
+
+namespace kr::zero::ecore {
+
+namespace {
+
+std::optional<std::size_t> numberOf(std::string_view digits) {
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+  return number;
+}
+
+/// "name.3" as "name" and 3; without a number as the whole text and nothing.
+struct Counted {
+  std::string_view text;
+  std::optional<std::size_t> count;
+};
+
+Counted splitCount(std::string_view text) {
+  const std::size_t dot = text.rfind('.');
+  if (dot == std::string_view::npos) return {text, std::nullopt};
+  const auto count = numberOf(text.substr(dot + 1));
+  return count ? Counted{text.substr(0, dot), count} : Counted{text, std::nullopt};
+}
+
+template <class Map>
+Element pick(const Map& elements, std::string_view text, std::size_t count) {
+  const auto it = elements.find(text);
+  return it != elements.end() && count < it->second.size() ? it->second[count] : Element();
+}
+
+int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+}  // namespace
+
+std::string percentDecoded(std::string_view text) {
+  std::string decoded;
+  decoded.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool encoded =
+        text[i] == '%' && text.size() - i > 2 && hexDigit(text[i + 1]) >= 0 && hexDigit(text[i + 2]) >= 0;
+    if (encoded) {
+      decoded.push_back(static_cast<char>(hexDigit(text[i + 1]) * 16 + hexDigit(text[i + 2])));
+      i += 2;
+    } else {
+      decoded.push_back(text[i]);
+    }
+  }
+  return decoded;
+}
+
+bool Fragments::addXmiId(std::string_view id, Element element) {
+  return xmiIds_.emplace(std::string(id), Id{element}).second;
+}
+
+void Fragments::addAttributeId(std::string_view id, Element element) {
+  const auto [it, isNew] = attributeIds_.emplace(std::string(id), Id{element});
+  if (!isNew) it->second.isAmbiguous = true;
+}
+
+Fragments::Result Fragments::find(std::string_view fragment) {
+  if (!fragment.empty() && fragment[0] == '/')
+    return findPath(findRoot(fragment.substr(1, fragment.find('/', 1) - 1)), fragment);
+  const auto byId = xmiIds_.find(fragment);
+  const auto byAttribute = attributeIds_.find(fragment);
+  if (byAttribute == attributeIds_.end())
+    return byId == xmiIds_.end() ? Result{} : Result{Outcome::found, byId->second.element};
+  const bool sameByBoth = byId == xmiIds_.end() || byId->second.element == byAttribute->second.element;
+  if (byAttribute->second.isAmbiguous || !sameByBoth) return {Outcome::ambiguous, {}};
+  return {Outcome::found, byAttribute->second.element};
+}
+
+Fragments::Result Fragments::findFrom(Element root, std::string_view fragment) {
+  if (!fragment.empty() && fragment[0] == '/') return findPath(root, fragment);
+  return find(fragment);
+}
+
+Fragments::Result Fragments::findPath(Element element, std::string_view path) {
+  std::size_t slash = path.find('/', 1);
+  while (element && slash != std::string_view::npos) {
+    path.remove_prefix(slash + 1);
+    slash = path.find('/');
+    element = step(element, path.substr(0, slash));
+  }
+  return element ? Result{Outcome::found, element} : Result{};
+}
+
+Element Fragments::findRoot(std::string_view number) {
+  if (roots_.empty()) roots_ = model_.getRoots();
+  const auto index = number.empty() ? std::size_t{0} : numberOf(number);
+  return index && *index < roots_.size() ? roots_[*index] : Element();
+}
+
+Element Fragments::step(Element from, std::string_view text) {
+  if (text.empty()) return {};
+  return text[0] == '@' ? stepByFeature(from, text.substr(1)) : stepByName(from, text);
+}
+
+Element Fragments::stepByFeature(Element from, std::string_view text) {
+  const ClassTable& table = tables_.of(from.getType());
+  const std::size_t bracket = text.find('[');
+  const bool hasKeys = bracket != std::string_view::npos && text.back() == ']';
+  const Counted counted = hasKeys ? Counted{text.substr(0, bracket), std::nullopt} : splitCount(text);
+  const Feature* feature = table.findByName(counted.text);
+  if (feature == nullptr) feature = table.findByElement(counted.text);
+  if (feature == nullptr || feature->kind != FeatureKind::child) return {};
+  if (hasKeys) return stepByKeys(from, *feature, text.substr(bracket + 1, text.size() - bracket - 2));
+  const std::size_t position = counted.count.value_or(0);
+  return position < from.size(feature->property) ? from.getElement(feature->property, position) : Element();
+}
+
+Element Fragments::stepByKeys(Element from, const Feature& feature, std::string_view keys) {
+  // The first key finds the candidates, the others choose among them.
+  std::vector<Element> candidates;
+  for (bool isFirst = true; !keys.empty(); isFirst = false) {
+    const std::size_t equals = keys.find('=');
+    if (equals == std::string_view::npos || keys.size() - equals < 3) return {};
+    const char quote = keys[equals + 1];
+    const std::size_t close = keys.find(quote, equals + 2);
+    if ((quote != '\'' && quote != '"') || close == std::string_view::npos) return {};
+    const std::string_view key = keys.substr(0, equals);
+    const std::string value = percentDecoded(keys.substr(equals + 2, close - equals - 2));
+    if (isFirst) {
+      const ElementsByText& values = valuesBelow(from, feature, key);
+      if (const auto it = values.find(value); it != values.end()) candidates = it->second;
+    } else {
+      std::erase_if(candidates, [&](Element child) { return valueOf(child, key) != value; });
+    }
+    keys.remove_prefix(close + 1);
+    if (!keys.empty() && keys[0] == ',') keys.remove_prefix(1);
+  }
+  return candidates.empty() ? Element() : candidates.front();
+}
+
+Element Fragments::stepByName(Element from, std::string_view text) {
+  const ElementsByText& names = namesBelow(from);
+  if (const std::size_t close = text.rfind('%'); text[0] == '%' && close != 0) {
+    const std::string_view rest = text.substr(close + 1);
+    const auto count = rest.empty() ? std::size_t{0} : numberOf(rest.substr(1));
+    if (count && (rest.empty() || rest[0] == '.'))
+      return pick(names, "%" + percentDecoded(text.substr(1, close - 1)), *count);
+  }
+  const Counted counted = splitCount(text);
+  if (counted.count)
+    if (const Element found = pick(names, percentDecoded(counted.text), *counted.count)) return found;
+  return pick(names, percentDecoded(text), 0);
+}
+
+const Fragments::ElementsByText& Fragments::namesBelow(Element element) {
+  const auto [it, isNew] = namesBelow_.try_emplace(element.getIndex());
+  if (isNew)
+    for (const Element child : element.getChildren())
+      if (const auto name = nameOf(child)) it->second[*name].push_back(child);
+  return it->second;
+}
+
+/// The text by which a path finds an element below its container.
+std::optional<std::string> Fragments::nameOf(Element element) {
+  const ClassTable& table = tables_.of(element.getType());
+  if (const Feature* feature = table.nameFeature(); feature != nullptr) {
+    if (element.getState(feature->property) == PropertyState::value)
+      return std::string(element.getText(feature->property));
+  } else if (const Feature* source = table.findByName("source");
+             source != nullptr && table.isPathByName() && source->kind == FeatureKind::text) {
+    return "%" + std::string(element.getText(source->property));
+  }
+  return std::nullopt;
+}
+
+const Fragments::ElementsByText& Fragments::valuesBelow(Element element, const Feature& feature,
+                                                        std::string_view key) {
+  std::string place = std::to_string(element.getIndex()) + "." + std::to_string(feature.property->getIndex());
+  place.append(".").append(key);
+  const auto [it, isNew] = valuesBelow_.try_emplace(std::move(place));
+  if (isNew)
+    for (std::size_t i = 0; i < element.size(feature.property); ++i) {
+      const Element child = element.getElement(feature.property, i);
+      if (const auto value = valueOf(child, key)) it->second[*value].push_back(child);
+    }
+  return it->second;
+}
+
+std::optional<std::string> Fragments::valueOf(Element element, std::string_view key) {
+  const Feature* feature = tables_.of(element.getType()).findByName(key);
+  if (feature == nullptr || !isPrimitive(feature->kind) || feature->isMany) return std::nullopt;
+  return element.getTextForm(feature->property);
+}
+
+}  // namespace kr::zero::ecore

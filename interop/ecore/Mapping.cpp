@@ -1,0 +1,50 @@
+#include "MappingImpl.h"
+#include "kr/zero/meta/MetaRegistry.h"
+
+namespace kr::zero::ecore {
+
+EcoreError::~EcoreError() = default;
+
+Mapping::Mapping(std::unique_ptr<const Impl> impl) : impl_(std::move(impl)) {}
+Mapping::~Mapping() = default;
+
+meta::Type PackageMapping::findType(std::string_view name) const {
+  if (const auto it = typesByXmlName.find(name); it != typesByXmlName.end()) return it->second;
+  if (const auto it = types.find(name); it != types.end()) return it->second;
+  return {};
+}
+
+const FeatureMapping& Mapping::Impl::of(meta::Property property) const {
+  static const FeatureMapping plain;
+  const std::size_t index = property->getIndex();
+  return index < features.size() ? features[index] : plain;
+}
+
+FeatureMapping& Mapping::Impl::make(meta::Property property) {
+  const std::size_t index = property->getIndex();
+  if (index >= features.size()) features.resize(index + 1);
+  return features[index];
+}
+
+const PackageMapping* Mapping::Impl::findPackage(std::string_view uri) const {
+  const auto it = packageByUri.find(uri);
+  return it == packageByUri.end() ? nullptr : &packages[it->second];
+}
+
+void Mapping::Impl::addKnownPackages() {
+  for (const meta::PackageInfo& info : registry->getPackages()) {
+    PackageMapping package;
+    package.uri = info.uri;
+    package.prefix = info.name;
+    for (const meta::Type type : info.types) package.types.emplace(type->getName(), type);
+    packageByUri.emplace(info.uri, packages.size());
+    packages.push_back(std::move(package));
+  }
+}
+
+const std::string& Mapping::Impl::xmlNameOf(meta::Type type) const {
+  const auto it = typeXmlNames.find(type->getIndex());
+  return it == typeXmlNames.end() ? type->getName() : it->second;
+}
+
+}  // namespace kr::zero::ecore

@@ -1,0 +1,201 @@
+#include "Values.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+#include "Errors.h"
+
+namespace kr::zero::ecore {
+
+namespace {
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(blanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+/// `std::from_chars` takes no plus sign; documents do.
+std::string_view withoutPlus(std::string_view text) {
+  if (text.size() > 1 && text[0] == '+' && text[1] != '-' && text[1] != '+') text.remove_prefix(1);
+  return text;
+}
+
+bool equalsIgnoringCase(std::string_view text, std::string_view lower) {
+  if (text.size() != lower.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if ((text[i] | 0x20) != lower[i]) return false;
+  return true;
+}
+
+template <class Number>
+std::optional<Number> parseNumber(std::string_view text) {
+  text = withoutPlus(trimmed(text));
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size() || text.empty()) return std::nullopt;
+  return number;
+}
+
+/// The significant digits of a number and the power of ten of the first one.
+struct Decimal {
+  std::string digits;
+  int exponent = 0;
+};
+
+template <class Real>
+Decimal shortestDecimal(Real magnitude) {
+  char buffer[64];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, magnitude, std::chars_format::scientific);
+  const std::string_view text(buffer, static_cast<std::size_t>(result.ptr - buffer));
+  const std::size_t e = text.find('e');
+  Decimal decimal;
+  for (const char c : text.substr(0, e))
+    if (c != '.') decimal.digits.push_back(c);
+  decimal.exponent = std::atoi(std::string(text.substr(e + 1)).c_str());
+  return decimal;
+}
+
+std::string layOut(const Decimal& decimal) {
+  std::string digits = decimal.digits;
+  const int exponent = decimal.exponent;
+  if (exponent < -3 || exponent > 6) {
+    if (digits.size() == 1) digits.push_back('0');
+    return digits.substr(0, 1) + "." + digits.substr(1) + "E" + std::to_string(exponent);
+  }
+  if (exponent < 0) return "0." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + digits;
+  const auto whole = static_cast<std::size_t>(exponent) + 1;
+  if (digits.size() <= whole) digits.append(whole + 1 - digits.size(), '0');
+  return digits.substr(0, whole) + "." + digits.substr(whole);
+}
+
+std::string describeType(const Feature& feature) {
+  return feature.property->getType()->getQualifiedNameUtf8();
+}
+
+template <class Value, class Set, class Add>
+void put(const Feature& feature, const Value& value, Set&& set, Add&& add) {
+  if (feature.isMany)
+    add(feature.property, value);
+  else
+    set(feature.property, value);
+}
+
+std::string putLiteral(Element element, const Feature& feature, std::string_view text) {
+  const meta::Enum type(feature.property->getType());
+  const meta::EnumLiteral* literal = type->findByText(text);
+  if (literal == nullptr)
+    return join("enumeration ", describeType(feature), " has no literal ", inQuotes(text));
+  const meta::EnumLiteral* first = type->findByNumber(literal->number);
+  if (first != literal)
+    return join("literal ", inQuotes(text), " of enumeration ", describeType(feature), " shares the number ",
+                std::to_string(literal->number), " with ", inQuotes(first->text),
+                " and could not be told from it");
+  put(
+      feature, literal->number, [&](auto p, auto v) { element.setInteger(p, v); },
+      [&](auto p, auto v) { element.addInteger(p, v); });
+  return {};
+}
+
+template <class Value, class Set, class Add>
+std::string putParsed(const Feature& feature, std::string_view text, const std::optional<Value>& value,
+                      Set&& set, Add&& add) {
+  if (!value) return join(inQuotes(text), " is not a ", describeType(feature));
+  put(feature, *value, set, add);
+  return {};
+}
+
+std::string_view literalText(Element element, const Feature& feature, std::size_t position) {
+  const meta::Enum type(feature.property->getType());
+  const std::int64_t number = element.getInteger(feature.property, position);
+  const meta::EnumLiteral* literal = type->findByNumber(number);
+  if (literal == nullptr || type->findByText(literal->text) != literal)
+    throw EcoreError(join(element.getPath(), ".", feature.name(), ": the number ", std::to_string(number),
+                          " of enumeration ", describeType(feature), " has no text of its own"));
+  return literal->text;
+}
+
+}  // namespace
+
+std::optional<bool> parseBoolean(std::string_view text) {
+  text = trimmed(text);
+  if (text == "1" || equalsIgnoringCase(text, "true")) return true;
+  if (text == "0" || equalsIgnoringCase(text, "false")) return false;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> parseInteger(std::string_view text) { return parseNumber<std::int64_t>(text); }
+
+std::optional<double> parseReal(std::string_view text, bool isSinglePrecision) {
+  if (isSinglePrecision) {
+    const auto number = parseNumber<float>(text);
+    return number ? std::optional<double>(*number) : std::nullopt;
+  }
+  return parseNumber<double>(text);
+}
+
+std::string formatReal(double value, bool isSinglePrecision) {
+  if (std::isnan(value)) return "NaN";
+  const std::string sign = std::signbit(value) ? "-" : "";
+  const double magnitude = std::fabs(value);
+  if (std::isinf(magnitude)) return sign + "Infinity";
+  if (magnitude == 0) return sign + "0.0";
+  if (isSinglePrecision && magnitude <= std::numeric_limits<float>::max()) {
+    const auto narrow = static_cast<float>(magnitude);
+    if (static_cast<double>(narrow) == magnitude) return sign + layOut(shortestDecimal(narrow));
+  }
+  return sign + layOut(shortestDecimal(magnitude));
+}
+
+std::string putValue(Element element, const Feature& feature, std::string_view text) {
+  switch (feature.kind) {
+    case FeatureKind::boolean:
+      return putParsed(
+          feature, text, parseBoolean(text), [&](auto p, auto v) { element.setBoolean(p, v); },
+          [&](auto p, auto v) { element.addBoolean(p, v); });
+    case FeatureKind::integer:
+      return putParsed(
+          feature, text, parseInteger(text), [&](auto p, auto v) { element.setInteger(p, v); },
+          [&](auto p, auto v) { element.addInteger(p, v); });
+    case FeatureKind::real:
+      return putParsed(
+          feature, text, parseReal(text, feature.mapping->isSinglePrecision),
+          [&](auto p, auto v) { element.setReal(p, v); }, [&](auto p, auto v) { element.addReal(p, v); });
+    case FeatureKind::enumeration:
+      return putLiteral(element, feature, text);
+    case FeatureKind::text:
+      put(
+          feature, text, [&](auto p, auto v) { element.setText(p, v); },
+          [&](auto p, auto v) { element.addText(p, v); });
+      return {};
+    default:
+      put(
+          feature, text, [&](auto p, auto v) { element.setTextForm(p, v); },
+          [&](auto p, auto v) { element.addTextForm(p, v); });
+      return {};
+  }
+}
+
+std::string_view valueText(Element element, const Feature& feature, std::size_t position,
+                           std::string& scratch) {
+  const meta::Property property = feature.property;
+  switch (feature.kind) {
+    case FeatureKind::boolean:
+      return element.getBoolean(property, position) ? "true" : "false";
+    case FeatureKind::integer:
+      return scratch = std::to_string(element.getInteger(property, position));
+    case FeatureKind::real:
+      return scratch = formatReal(element.getReal(property, position), feature.mapping->isSinglePrecision);
+    case FeatureKind::enumeration:
+      return literalText(element, feature, position);
+    case FeatureKind::text:
+      return element.getText(property, position);
+    default:
+      return scratch = element.getTextForm(property, position);
+  }
+}
+
+}  // namespace kr::zero::ecore
