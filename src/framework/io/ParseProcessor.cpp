@@ -100,7 +100,7 @@ struct ParseProcessor::Impl {
   std::vector<Deferred> deferred;
   std::string texts;  // of deferred references, in UTF-8
   std::vector<std::unique_ptr<ustring>> targetTypes;
-  std::unordered_map<std::u16string_view, const ustring*> targetTypeByName;
+  std::unordered_map<std::u16string_view, const ustring*, internal::TextHash> targetTypeByName;
   const ustring* lastTargetType = nullptr;
   std::unordered_map<ustring, TypePlan*> planByName;
   std::array<KnownType, 32> known{};

@@ -1,7 +1,6 @@
 #include "kr/zero/io/Serializer.h"
 
 #include <array>
-#include <charconv>
 #include <typeinfo>
 #include <unordered_map>
 #include <unordered_set>
@@ -93,7 +92,7 @@ class Identities {
         const std::size_t slot = record->slots()[i] & internal::kSlotMask;
         const SlotPlan& plan = record->plan->slots[slot];
         if (plan.kind != ValueKind::association || !plan.visited) continue;
-        const Values values = ModelStore::values(record, slot);
+        const Values values = ModelStore::valuesAt(record, i);
         for (std::size_t k = 0; k < values.size; ++k) {
           if (values.unresolvedSingle || internal::isUnresolved(values.items[k])) continue;
           ElementRecord* target = asElement(values.items[k]);
@@ -123,12 +122,12 @@ class Identities {
 
   void putNumber(const ElementRecord* record, IdentityTexts& texts) const {
     if (numbers_.empty() || numbers_[record->index] == 0) return;
-    std::array<char, 12> digits;
-    const char* end =
-        std::to_chars(digits.data(), digits.data() + digits.size(), numbers_[record->index]).ptr;
-    texts.id1 = u"#";
-    for (const char* digit = digits.data(); digit != end; ++digit)
-      texts.id2.push_back(static_cast<char16_t>(*digit));
+    std::array<char16_t, 10> digits;
+    std::size_t at = digits.size();
+    for (std::uint32_t rest = numbers_[record->index]; rest != 0; rest /= 10)
+      digits[--at] = static_cast<char16_t>(u'0' + rest % 10);
+    texts.id1.assign(1, u'#');
+    texts.id2.assign(digits.data() + at, digits.size() - at);
   }
 
   void refuseDuplicates() const {
@@ -141,7 +140,7 @@ class Identities {
       }
       return;
     }
-    std::unordered_map<ustring, const ElementRecord*> seen;
+    std::unordered_map<ustring, const ElementRecord*, internal::TextHash> seen;
     IdentityTexts texts;
     for (std::uint32_t i = 0; i < store_.recordCount(); ++i) {
       ElementRecord* record = store_.record(i);
@@ -287,22 +286,22 @@ class Walk {
     const bool empty = (record->slots()[at] & internal::kStateEmpty) != 0;
     const PropertyCategory category(item.category);
     if (category.isA(PropertyCategory::CompositionAny()) || category.isA(PropertyCategory::DatatypeAny()))
-      return visitContained(frame, item);
+      return visitContained(frame, item, at);
     if (category.isA(PropertyCategory::AssociationAny())) {
-      visitReferences(record, item);
+      visitReferences(record, item, at);
     } else if (!slot.many && empty) {
       processor_.absentValue(name);
     } else if (category.isA(PropertyCategory::VerbatimAny())) {
-      visitVerbatim(record, slot, item);
+      visitVerbatim(record, slot, item, at);
     } else if (category.isA(PropertyCategory::PrimitiveAny())) {
-      visitTexts(record, slot, item);
+      visitTexts(record, slot, item, at);
     }
     return false;
   }
 
-  bool visitContained(Frame& frame, const Pass::Item& item) {
+  bool visitContained(Frame& frame, const Pass::Item& item, std::size_t at) {
     while (true) {
-      const Values values = ModelStore::values(frame.record, item.slot);
+      const Values values = ModelStore::valuesAt(frame.record, at);
       if (frame.position == values.size) {
         frame.position = 0;
         return false;
@@ -317,9 +316,9 @@ class Walk {
     }
   }
 
-  void visitTexts(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item) {
+  void visitTexts(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item, std::size_t at) {
     const ustring& name = item.property->getName();
-    const Values values = ModelStore::values(record, item.slot);
+    const Values values = ModelStore::valuesAt(record, at);
     if (!slot.many) {
       processor_.textValue(name, textOf(slot, values.items[0]));
       return;
@@ -337,9 +336,10 @@ class Walk {
     return text_;
   }
 
-  void visitVerbatim(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item) {
+  void visitVerbatim(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item,
+                     std::size_t at) {
     const ustring& name = item.property->getName();
-    const Values values = ModelStore::values(record, item.slot);
+    const Values values = ModelStore::valuesAt(record, at);
     if (!slot.many) {
       processor_.primitiveValue(name, valueOf(slot, values.items[0]));
       return;
@@ -360,9 +360,9 @@ class Walk {
     return internal::toValue(slot.property->getType(), slot.standard, ValueFlags::single, payload);
   }
 
-  void visitReferences(const ElementRecord* record, const Pass::Item& item) {
+  void visitReferences(const ElementRecord* record, const Pass::Item& item, std::size_t at) {
     const ustring& name = item.property->getName();
-    const Values values = ModelStore::values(record, item.slot);
+    const Values values = ModelStore::valuesAt(record, at);
     if (!record->plan->slots[item.slot].many) {
       if (values.size != 0) visitReference(record, name, values, 0, false);
       return;

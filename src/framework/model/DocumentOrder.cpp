@@ -1,7 +1,5 @@
 #include "model/DocumentOrder.h"
 
-#include <functional>
-
 namespace kr::zero::internal {
 
 bool isIndexOrderWritten(const ModelStore& store) noexcept {
@@ -11,9 +9,8 @@ bool isIndexOrderWritten(const ModelStore& store) noexcept {
                       [](const TypePlan* plan) { return plan->hasUnvisitedCompositions; });
 }
 
-// Second parts are what differs; the first ones only decide where the second ones are equal.
 std::size_t IdentityIndex::hashOf(std::string_view first, std::string_view second) noexcept {
-  return std::hash<std::string_view>{}(second)*31 + first.size();
+  return TextHash{}(second)*31 + TextHash{}(first);
 }
 
 std::size_t IdentityIndex::place(std::size_t hash, std::string_view first,

@@ -52,7 +52,7 @@ void Model::adoptRoot(Element element) {
   if (!element || element.store_ != store_.get())
     throw ModelError("only an element of the same model can be moved");
   if (element.record_->isDatatype()) throw ModelError("a datatype value cannot stand at the top of a model");
-  store_->roots().reserve(store_->roots().size() + 1);
+  internal::makeRoom(store_->roots());
   store_->detach(element.record_);
   element.record_->container = nullptr;
   store_->roots().push_back(element.record_);

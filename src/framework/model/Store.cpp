@@ -106,7 +106,7 @@ TypePlan& ModelStore::plan(StructuredType type) {
     if (slot.kind == ValueKind::association) made->hasAssociations = true;
     if (slot.kind == ValueKind::composition && !slot.visited) made->hasUnvisitedCompositions = true;
   }
-  planOrder_.reserve(planOrder_.size() + 1);
+  makeRoom(planOrder_);
   if (index >= plans_.size()) plans_.resize(index + 1);
   plans_[index] = std::move(made);
   planOrder_.push_back(plans_[index].get());
@@ -125,7 +125,7 @@ void ModelStore::noteOrder(const ElementRecord* record) noexcept {
 ElementRecord* ModelStore::make(TypePlan& plan, ElementRecord* container, std::uint16_t slot) {
   if (nextIndex_ == std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   if (nextIndex_ % kBlock == 0 && nextIndex_ / kBlock == blocks_.size()) {
-    blocks_.reserve(blocks_.size() + 1);
+    makeRoom(blocks_);
     blocks_.push_back(static_cast<ElementRecord*>(arena_.allocate(kBlock * sizeof(ElementRecord))));
   }
   auto* result = new (record(nextIndex_)) ElementRecord{};
@@ -142,7 +142,7 @@ ElementRecord* ModelStore::make(TypePlan& plan, ElementRecord* container, std::u
 }
 
 ElementRecord* ModelStore::makeRoot(TypePlan& plan) {
-  roots_.reserve(roots_.size() + 1);
+  makeRoom(roots_);
   ElementRecord* result = make(plan, nullptr, 0);
   roots_.push_back(result);
   return result;
@@ -324,15 +324,6 @@ void ModelStore::dropReferencesToRemoved() noexcept {
       if (list->size == 0) setState(from, slot, kStateEmpty);
     }
   }
-}
-
-Values ModelStore::values(const ElementRecord* record, std::size_t slot) noexcept {
-  const int at = record->find(slot);
-  if (at < 0 || (record->slots()[at] & kStateEmpty) != 0) return {};
-  if (!record->plan->slots[slot].many)
-    return {record->payloads + at, 1, (record->slots()[at] & kStateUnresolved) != 0};
-  const List* list = asList(record->payloads[at]);
-  return {list->items(), list->size, false};
 }
 
 PropertyState ModelStore::state(const ElementRecord* record, std::size_t slot) noexcept {

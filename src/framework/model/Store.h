@@ -14,6 +14,7 @@
 ///                             marked by the lowest bit of its pointer
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -24,6 +25,7 @@
 #include "kr/zero/Model.h"
 #include "kr/zero/meta/Type.h"
 #include "model/Arena.h"
+#include "model/TextHash.h"
 
 namespace kr::zero::internal {
 
@@ -139,6 +141,13 @@ inline std::uint64_t asPayload(const void* pointer) noexcept {
   return reinterpret_cast<std::uint64_t>(pointer);
 }
 
+/// Room for one more item, so that adding it cannot fail. Grows by doubling: reserve() alone would copy
+/// everything at each call.
+template <class T>
+void makeRoom(std::vector<T>& items) {
+  if (items.size() == items.capacity()) items.reserve(std::max<std::size_t>(8, 2 * items.size()));
+}
+
 /// The values of one property of one element: a single one is a list of length 1.
 struct Values {
   const std::uint64_t* items = nullptr;
@@ -200,7 +209,19 @@ class ModelStore {
   void removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept;
   /// Takes a record out of its container, or out of the roots. It keeps what it contains.
   void detach(ElementRecord* record) noexcept;
-  static Values values(const ElementRecord* record, std::size_t slot) noexcept;
+  static Values values(const ElementRecord* record, std::size_t slot) noexcept {
+    const int at = record->find(slot);
+    return at < 0 ? Values{} : valuesAt(record, static_cast<std::size_t>(at));
+  }
+  /// The same for the entry at a position of the record's slots.
+  static Values valuesAt(const ElementRecord* record, std::size_t at) noexcept {
+    const std::uint16_t entry = record->slots()[at];
+    if ((entry & kStateEmpty) != 0) return {};
+    if (!record->plan->slots[entry & kSlotMask].many)
+      return {record->payloads + at, 1, (entry & kStateUnresolved) != 0};
+    const List* list = asList(record->payloads[at]);
+    return {list->items(), list->size, false};
+  }
   static PropertyState state(const ElementRecord* record, std::size_t slot) noexcept;
 
   const Text* makeText(std::string_view text);
@@ -233,7 +254,7 @@ class ModelStore {
   std::vector<std::unique_ptr<TypePlan>> plans_;  // by type index
   std::vector<TypePlan*> planOrder_;
   const Text* lastInterned_ = nullptr;
-  std::unordered_map<std::string_view, const Text*> interned_;
+  std::unordered_map<std::string_view, const Text*, TextHash> interned_;
 };
 
 /// Path of an element for messages; long paths are shortened in the middle.
