@@ -27,11 +27,17 @@ std::string Prefixes::wishFor(std::string_view uri) const {
 }
 
 bool Prefixes::appendDeclarations(std::string& out) const {
-  for (const auto& [prefix, uri] : uris_) {
+  const auto append = [&out](const std::string& prefix, const std::string& uri) {
     out.append(" xmlns:").append(prefix).append("=\"");
     if (!appendAttributeText(out, uri)) return false;
     out.push_back('"');
-  }
+    return true;
+  };
+  // XMI's own come first, as everywhere else.
+  for (const char* prefix : {"xmi", "xsi"})
+    if (const auto it = uris_.find(prefix); it != uris_.end() && !append(it->first, it->second)) return false;
+  for (const auto& [prefix, uri] : uris_)
+    if (prefix != "xmi" && prefix != "xsi" && !append(prefix, uri)) return false;
   return true;
 }
 

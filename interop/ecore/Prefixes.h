@@ -17,7 +17,7 @@ class Prefixes {
   /// The prefix of a namespace, made on first use: the one that the package asks for, with a number where
   /// another namespace has it.
   const std::string& of(std::string_view uri);
-  /// Appends the declarations of all that were used, sorted by prefix.
+  /// Appends the declarations of all that were used: XMI first, the others sorted by prefix.
   /// @returns false where a URI holds a character that XML does not have.
   [[nodiscard]] bool appendDeclarations(std::string& out) const;
 

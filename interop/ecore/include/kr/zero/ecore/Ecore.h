@@ -46,31 +46,47 @@ class KR0_ECORE_API Mapping {
 };
 
 /// Takes .ecore files, which may refer to each other, into a registry.
+///
+/// References between files are found by relative path, by package URI, and for any other URI
+/// (`platform:/plugin/...`) by file name. Ecore's own data types are known; other parts of Ecore are there
+/// when Ecore.ecore is among the files. What has no stored value in Ecore (transient features, the container
+/// side of a containment, values of data types without a text form, feature maps) is derived in the registry.
+/// Operations are left out. A feature's annotation with the source "urn:kr0:binary" and the key "id" pins
+/// its number.
+/// @param paths may be empty: the mapping then knows what the registry knows.
 /// @throws EcoreError for a file that cannot be read or is not Ecore, or a type that is in none of the
 ///   files; meta::MetaError where the registry refuses the result.
 KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::string>& paths,
                                                             meta::MetaRegistry& registry);
 
-/// Writes the packages that were loaded through a mapping as an .ecore document again: same packages,
-/// types, properties, bounds, markers, literals, defaults, opposites; property numbers are pinned by
-/// annotations where `pinIdentifiers` says so.
-/// @param packageUri the root package to write.
+/// Writes a package as an .ecore document in UTF-8. For a package that came from a file that is the whole
+/// document as it was, with all that a registry does not keep (operations, annotations, layout); any other
+/// package is written from the registry: same types, properties, bounds, markers, literals, defaults,
+/// opposites.
+/// @param packageUri URI of the package.
+/// @param pinIdentifiers pins the number of every stored feature by an annotation.
+/// @throws EcoreError where there is no such package, or Ecore has no counterpart for something in it.
 KR0_ECORE_API std::string writeEcore(const Mapping& mapping, std::string_view packageUri,
                                      bool pinIdentifiers = false);
 
 /// Hears how far a long reading or writing has come, 0 to 1. May be empty.
 using Progress = std::function<void(double)>;
 
-/// Reads an XMI document.
+/// Reads an XMI document: several roots or one, ids, paths and names as references, references into other
+/// documents (which stay unresolved). What is unset stays unset. `xmi:id` becomes the second part of an
+/// element's identity, after "xmi:id".
+/// @param document UTF-8, UTF-16 or the encoding that its XML declaration names.
 /// @param name what error texts call the document.
-/// @throws EcoreError.
+/// @throws EcoreError for anything that is not XML, does not fit the meta models, leads nowhere, or cannot
+///   be kept in a model; nothing is left out without a word.
 KR0_ECORE_API Model readXmi(std::string_view document, std::string_view name, const Mapping& mapping,
                             const Progress& progress = {});
 KR0_ECORE_API Model readXmiFile(const std::string& path, const Mapping& mapping,
                                 const Progress& progress = {});
 
-/// Writes a model as an XMI document in UTF-8.
-/// @throws EcoreError for a model that XMI cannot express.
+/// Writes a model as an XMI document in UTF-8 that reads back as an equal model.
+/// @throws EcoreError for a model that XMI cannot express: a text with a character that XML does not have,
+///   a reference to an element that is not there.
 KR0_ECORE_API std::string writeXmi(const Model& model, const Mapping& mapping, const Progress& progress = {});
 
 /// Whether a document looks like XML, from its first bytes (byte-order marks and blanks allowed).

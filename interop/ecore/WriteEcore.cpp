@@ -1,0 +1,38 @@
+#include <algorithm>
+
+#include "EcoreGenerator.h"
+#include "EcorePins.h"
+#include "MappingImpl.h"
+#include "XmlText.h"
+#include "kr/zero/ecore/Ecore.h"
+
+namespace kr::zero::ecore {
+
+namespace {
+
+const SourceDocument* findSource(const Mapping::Impl& mapping, std::string_view packageUri) {
+  for (const SourceDocument& source : mapping.sources)
+    if (std::find(source.packageUris.begin(), source.packageUris.end(), packageUri) !=
+        source.packageUris.end())
+      return &source;
+  return nullptr;
+}
+
+/// The text is UTF-8, whatever the document was in.
+std::string declareUtf8(std::string text) {
+  const std::string_view declared = declaredEncoding(text);
+  if (!declared.empty())
+    text.replace(static_cast<std::size_t>(declared.data() - text.data()), declared.size(), "UTF-8");
+  return text;
+}
+
+}  // namespace
+
+std::string writeEcore(const Mapping& mapping, std::string_view packageUri, bool withIdentifiers) {
+  const Mapping::Impl& impl = mapping.impl();
+  const SourceDocument* source = findSource(impl, packageUri);
+  if (source == nullptr) return generateEcore(*impl.registry, packageUri, withIdentifiers);
+  return declareUtf8(withIdentifiers ? pinIdentifiers(*source, *impl.registry) : source->text);
+}
+
+}  // namespace kr::zero::ecore
