@@ -75,10 +75,19 @@ void fillNumbers(Item& item, Random& random) {
     item.ratings.push_back(static_cast<std::int32_t>(random.below(100)) - 20);
 }
 
-void fillReferences(Item& item, Random& random, std::uint32_t size) {
-  if (random.chance(30)) item.original = random.below(size);
+// Half of the references stay near, the others go anywhere. In real models between 11 and 100 of 100
+// stay within a thousand elements.
+std::uint32_t anyTarget(Random& random, std::uint32_t position, std::uint32_t size) {
+  constexpr std::uint32_t reach = 100;
+  const std::uint32_t low = position < reach ? 0 : position - reach;
+  const std::uint32_t high = std::min(position + reach + 1, size);
+  return random.chance(50) ? low + random.below(high - low) : random.below(size);
+}
+
+void fillReferences(Item& item, Random& random, std::uint32_t position, std::uint32_t size) {
+  if (random.chance(30)) item.original = anyTarget(random, position, size);
   for (std::uint32_t left = random.below(4); left > 0; --left) {
-    const std::uint32_t target = random.below(size);
+    const std::uint32_t target = anyTarget(random, position, size);
     if (std::find(item.related.begin(), item.related.end(), target) == item.related.end())
       item.related.push_back(target);
   }
@@ -122,11 +131,12 @@ Content makeContent(std::size_t size, std::uint64_t seed) {
   Random random(seed);
   Content content(size);
   std::uint32_t depth = 0;
-  for (Item& item : content) {
+  for (std::uint32_t position = 0; position < size; ++position) {
+    Item& item = content[position];
     item.depth = depth;
     fillTexts(item, random);
     fillNumbers(item, random);
-    fillReferences(item, random, static_cast<std::uint32_t>(size));
+    fillReferences(item, random, position, static_cast<std::uint32_t>(size));
     depth = random.below(std::min(depth + 1, deepest) + 1);
   }
   return content;

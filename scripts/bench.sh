@@ -14,7 +14,12 @@ bench_packages="libbenchmark-dev protobuf-compiler libprotobuf-dev"
 install_packages $build_packages $bench_packages
 cd "$root"
 build=build/bench
+mkdir -p $build
 cmake -S . -B $build -G Ninja -DCMAKE_BUILD_TYPE=Release -DKR0_BUILD_BENCHMARKS=ON -DKR0_BUILD_TESTS=OFF \
   -DKR0_BUILD_TOOL=OFF -DCMAKE_CXX_COMPILER_LAUNCHER="$(command -v ccache || true)" > /dev/null
-cmake --build $build --target kr0_bench -j "$jobs" -- --quiet
+# The compiler's warnings would bury the table; they are the tests' business. Its errors are shown.
+if ! cmake --build $build --target kr0_bench -j "$jobs" > $build/build.log 2>&1; then
+  cat $build/build.log >&2
+  exit 1
+fi
 exec $build/benchmarks/kr0_bench --json=$build/results.json "$@"
