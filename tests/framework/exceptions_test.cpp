@@ -153,6 +153,11 @@ TEST(MessageTexts, ArgumentsOfAllKindsArePutInPlace) {
   EXPECT_EQ(text(-7LL), u"The file \"-7\" was not found or cannot be opened.");
 }
 
+TEST(MessageTexts, AMalformedArgumentIsShownWithReplacements) {
+  EXPECT_EQ(getMessageText(BaseMsgID("kr0:io", "FileNotFound", {std::string("a\xFF")})),
+            u"The file \"a\uFFFD\" was not found or cannot be opened.");
+}
+
 TEST(MessageTexts, AnArgumentThatIsMissingLeavesItsPlaceEmpty) {
   EXPECT_EQ(getMessageText(BaseMsgID("kr0:io", "FileNotFound")),
             u"The file \"\" was not found or cannot be opened.");

@@ -87,6 +87,20 @@ TEST(Spans, MalformedValuesAreFoundWithReplacements) {
   EXPECT_EQ(std::get<std::string>(span->getContexts()[1].value), "a\xFF");
 }
 
+TEST(Spans, OnlySurrogatesThatStandAloneAreReplaced) {
+  const std::string smile = "\xF0\x9F\x98\x80";
+  const std::string replaced = "\xEF\xBF\xBD";
+  const auto shown = [](std::u16string value) {
+    const Span span("parse");
+    span->addContext(logging_event_types::info, "wide", value);
+    return *span->findContext("wide");
+  };
+  EXPECT_EQ(shown({0xD83D, 0xDE00, 0xD83D}), smile + replaced);
+  EXPECT_EQ(shown({0xDE00, 0xD83D, 0xDE00}), replaced + smile);
+  EXPECT_EQ(shown({0xD83D, 0xD83D, 0xDE00}), replaced + smile);
+  EXPECT_EQ(shown({0xD83D, 0xDE00, 0xDE00, u'a'}), smile + replaced + "a");
+}
+
 TEST(Spans, TheOwnValueIsFoundBeforeThoseBelow) {
   const Span span("parse");
   span->openChild("step")->addContext(logging_event_types::info, "key", std::string("below"));
@@ -190,9 +204,9 @@ TEST_F(SpanListeners, TheOneForStandardErrorWritesALineForEachCall) {
 TEST_F(SpanListeners, TheOneForStandardErrorLetsNoControlCharactersThrough) {
   setSpanListener(makeStderrSpanListener());
   ::testing::internal::CaptureStderr();
-  Span("parse")->addContext(logging_event_types::warning, "name", std::string("a\nb\x1B[2J\x7F"));
+  Span("parse")->addContext(logging_event_types::warning, "name", std::string("a \nb\x1B[2J\x7F"));
   EXPECT_EQ(::testing::internal::GetCapturedStderr(),
-            "open parse\nwarning parse name = a\\x0ab\\x1b[2J\\x7f\n");
+            "open parse\nwarning parse name = a \\x0ab\\x1b[2J\\x7f\n");
 }
 
 }  // namespace

@@ -368,6 +368,17 @@ TEST(Utf16ToUtf8, EverySequenceConvertsAtEveryPlaceInAsciiText) {
   EXPECT_EQ(differences.accepted, 4u * 41 * 21);
 }
 
+TEST(Utf16ToUtf8, EveryUnitConvertsAmongAsciiUnits) {
+  Differences differences;
+  for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
+    std::u16string units(16, u'a');
+    units[unit % 8] = static_cast<char16_t>(unit);
+    differences.compare(bytesOf(units), toUtf8(units), slowToUtf8(units));
+  }
+  EXPECT_EQ(differences.count, 0u) << "first: " << differences.first;
+  EXPECT_EQ(differences.accepted, 0x10000u - 0x800u);
+}
+
 TEST(Converter, OnlyStrictUtf8Exists) {
   EXPECT_NO_THROW(codecvt_string_to_ustring("UTF8", true));
   EXPECT_NO_THROW(codecvt_ustring_to_string("UTF8", true));

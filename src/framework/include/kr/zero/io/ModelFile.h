@@ -22,7 +22,12 @@ class KR0_FRAMEWORK_API ParseRefused : public std::runtime_error {
 
 /// Writes a model to a file, all or nothing: to memory first, then to a temporary file beside the
 /// target, synchronised to the disk, then renamed. A save that fails leaves the old file as it was and
-/// no temporary file behind.
+/// no temporary file behind. An old file keeps its permissions and, where the system lets it, its owner;
+/// a read-only one is not replaced; a symbolic link stays and what it points at is replaced. A device or
+/// a pipe is written to as it stands.
+/// Where only the folder could not be synchronised after the renaming, the failure says so: the new file
+/// is then in place. A program that sets a limit to its file sizes should ignore SIGXFSZ, as the signal
+/// ends it before a failure can be reported.
 /// @throws SerializeError and what the format raises; std::ios_base::failure with the path and the
 ///   system's reason where the file cannot be written.
 KR0_FRAMEWORK_API void saveModel(const Model& model, const ustring& path,
