@@ -57,17 +57,40 @@ bool Parser::parse(const ParsingInput& input) {
   return dispatch.getResult() && processor_->getProblems().empty();
 }
 
+namespace {
+
+[[noreturn]] void failStream() { throw std::ios_base::failure("the input stream failed while it was read"); }
+
+/// What the buffer of a stream gives next; 0 at its end. A buffer that throws turns its stream bad, and
+/// what it threw goes on only where the stream's owner asked for that.
+std::size_t readPiece(std::istream& stream, std::vector<char>& piece) {
+  try {
+    return static_cast<std::size_t>(
+        stream.rdbuf()->sgetn(piece.data(), static_cast<std::streamsize>(piece.size())));
+  } catch (...) {
+    const bool asked = (stream.exceptions() & std::ios_base::badbit) != 0;
+    try {
+      stream.setstate(std::ios_base::badbit);
+    } catch (const std::ios_base::failure&) {
+      // What the buffer threw says more.
+    }
+    if (asked) throw;
+    failStream();
+  }
+}
+
+}  // namespace
+
+// Goes to the stream's buffer: an istream would raise its end as a failure where its owner asked for
+// exceptions, and every stream of bytes ends.
 bool Parser::doParseStream(std::istream& stream) {
+  if (stream.fail()) failStream();
   std::vector<std::uint8_t> bytes;
   std::vector<char> piece(std::size_t{1} << 16);
-  while (stream.good()) {
-    stream.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-    const auto got = static_cast<std::size_t>(stream.gcount());
+  while (const std::size_t got = readPiece(stream, piece))
     bytes.insert(bytes.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(got));
-  }
-  // A stream that ended shows eof; anything else has failed before or while it was read.
-  if (stream.bad() || !stream.eof())
-    throw std::ios_base::failure("the input stream failed while it was read");
+  if (stream.bad()) failStream();
+  if ((stream.exceptions() & std::ios_base::eofbit) == 0) stream.setstate(std::ios_base::eofbit);
   return doParseByteSequence(bytes);
 }
 
