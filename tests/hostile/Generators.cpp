@@ -162,6 +162,11 @@ Bytes collidingFirstParts(std::size_t count) {
   return bytes;
 }
 
+Bytes collidingTypes(std::size_t count) {
+  const std::vector<std::string> texts = collidingTexts(count);
+  return collection(21, count, [&](DirectBytes& b, std::size_t i) { b.reference(texts[i], "k", "9"); });
+}
+
 constexpr std::uint64_t multiplier = 0xC6A4A7935BD1E995u;
 
 // The number that undoes a multiplication by `multiplier`: Newton's iteration doubles the right bits.
@@ -240,6 +245,7 @@ const std::vector<Generator>& generators() {
       {"first parts of one second part", firstPartsOfOneSecondPart, Ending::success},
       {"identities with one hash", collidingIdentities, Ending::success},
       {"first parts with one hash", collidingFirstParts, Ending::success},
+      {"references of types with one hash", collidingTypes, Ending::success},
   };
   return all;
 }

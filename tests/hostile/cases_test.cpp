@@ -6,6 +6,7 @@
 #include "hostile/DamageCheck.h"
 #include "support/AllocationMeter.h"
 #include "support/GoldenDocuments.h"
+#include "support/Paths.h"
 
 namespace kr::zero::test {
 
@@ -32,7 +33,7 @@ void expectCorrupt(const Bytes& bytes) {
   const auto parser = makeParser(goldenRegistry());
   const AllocationMeter meter;
   EXPECT_EQ(parseBytes(*parser, bytes).ending, Ending::corruptInput);
-  EXPECT_LE(meter.getLargestRequest(), memoryFloor);
+  EXPECT_LE(meter.getLargestRequest(), memoryFloor + requestPerByte * bytes.size());
   EXPECT_LE(meter.getPeakBytes(), memoryFloor + memoryPerByte * bytes.size());
 }
 
@@ -395,6 +396,20 @@ TEST(Case, ReferencesAreResolvedBackwardForwardAndToTheElementItself) {
   EXPECT_EQ(first.getReference("ref"), first);
   EXPECT_EQ(first.getReference("refs", 0), model.getRoots().at(1));
   EXPECT_EQ(first.getReference("refs", 1), first.getElement("kids", 0));
+}
+
+TEST(Case, ADirectoryInPlaceOfAFileIsAnErrorOfTheFile) {
+  const auto parser = makeParser(goldenRegistry());
+  const Outcome outcome = outcomeOf(*parser, [&] { return parser->parseFile(u"/"); });
+  EXPECT_TRUE(outcome.ending == Ending::streamFailed || outcome.ending == Ending::fileNotFound) << outcome;
+}
+
+TEST(Case, AFileThatIsNotThereIsNamed) {
+  const auto parser = makeParser(goldenRegistry());
+  const std::string path = temporaryPath("missing.krb");
+  const Outcome outcome = outcomeOf(*parser, [&] { return parser->parseFile(toUstring(path)); });
+  EXPECT_EQ(outcome.ending, Ending::fileNotFound);
+  EXPECT_NE(outcome.text.find(path), std::string::npos) << outcome;
 }
 
 namespace {

@@ -90,7 +90,7 @@ class RandomDamage {
         insertRun(bytes, Bytes(random_.between(1, 4), static_cast<std::uint8_t>(random_.below(256))));
         break;
       case 3:
-        bytes.erase(somewhere(bytes), bytes.end() - static_cast<std::ptrdiff_t>(random_.below(bytes.size())));
+        bytes.resize(random_.below(bytes.size()));
         break;
       case 4:
         duplicateRun(bytes);

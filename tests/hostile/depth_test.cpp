@@ -127,8 +127,8 @@ TEST(Depth, ADifferenceIsFoundAtTheBottom) {
     last.set("number", -1);
     const auto difference = findDifference(model, copy);
     ASSERT_TRUE(difference);
-    EXPECT_NE(difference->find("number: " + std::to_string(deep - 1) + " != -1"), std::string::npos)
-        << *difference;
+    EXPECT_NE(difference->find(".number: "), std::string::npos) << *difference;
+    EXPECT_NE(difference->find(std::to_string(deep - 1)), std::string::npos) << *difference;
   });
 }
 

@@ -100,7 +100,7 @@ std::vector<GoldenDocument> makeDocuments() {
       {"children", document().root("g.N")
           .child(18, "g.Sub")
               .key(1).text("a")
-              .child(19, "g.N", "k", "1").end()
+              .child(19, "g.N", "c", "1").end()
               .end()
           .child(19, "g.N").end()
           .child(19, "g.Sub")
