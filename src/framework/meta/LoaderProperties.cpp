@@ -10,7 +10,7 @@ namespace {
 
 // Classes that hold the same properties share one table, so no real meta model comes near. What does is
 // a chain of classes so long that listing what each inherits would take gigabytes.
-constexpr std::size_t maxTableEntries = std::size_t{1} << 24;
+constexpr std::size_t maxTableEntries = std::size_t{1} << 23;
 
 std::string from(Property property) { return property->getOwner()->getQualifiedNameUtf8(); }
 
