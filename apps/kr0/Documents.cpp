@@ -34,15 +34,19 @@ std::unique_ptr<io::ParsingModelBuilder> makeBuilder() {
   return std::make_unique<io::ParsingModelBuilder>(false);
 }
 
-std::string joined(const std::string& text, const std::string& more) {
-  return more.empty() || text.find(more) != std::string::npos ? text : text + ": " + more;
+// What went wrong and where, as one sentence: `place` may begin with a detail of its own.
+std::string sentence(std::string what, const std::string& place) {
+  if (what.ends_with('.')) what.pop_back();
+  if (place.empty() || what.find(place) != what.npos) return what;
+  const bool hasDetail = !place.starts_with("at byte") && !place.starts_with("in element");
+  return what + (hasDetail ? ": " : ", ") + place;
 }
 
 // An unknown property number surfaces as the standard's complaint about a look-up table, which tells
 // a user nothing.
 std::string reasonOf(const std::exception& error) {
   if (dynamic_cast<const std::out_of_range*>(&error) != nullptr)
-    return "a property has a number that its class does not have in these meta models";
+    return "there is a property number that is not known at this place";
   return error.what();
 }
 
@@ -59,14 +63,16 @@ bool parse(io::BinaryParser& parser, const Document& document) {
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    throw BadInput(document.name + ": " + joined(reasonOf(error), parser.describeFailure()));
+    const bool isXml = ecore::looksLikeXml(document.text());
+    throw BadInput(document.name + ": " + sentence(reasonOf(error), parser.describeFailure()) +
+                   (isXml ? " (it looks like XML)" : ""));
   }
 }
 
 Model readBinary(const Document& document, const MetaModels& metaModels) {
   io::BinaryParser parser(std::make_unique<io::ParseCustomizer>(metaModels.registry()), makeBuilder());
   if (!parse(parser, document))
-    throw BadInput(document.name + ": " + joined(firstOf(parser.getProblems()), parser.describeFailure()));
+    throw BadInput(document.name + ": " + sentence(firstOf(parser.getProblems()), parser.describeFailure()));
   return parser.takeModel();
 }
 

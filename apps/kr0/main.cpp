@@ -43,6 +43,13 @@ CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& dee
   return verb->footer("Example:\n  " + example);
 }
 
+// The parser's own check would hide an unknown verb behind the complaint that there is none.
+void needVerb(CLI::App& app, const std::string& verbs) {
+  app.callback([&app, verbs] {
+    if (app.get_subcommands().empty()) throw WrongCall("say what to do: " + verbs + " (see kr0 --help)");
+  });
+}
+
 void addConvert(CLI::App& app, ConvertOptions& options) {
   CLI::App* verb = addVerb(app, "convert", "Write a document in another format",
                            "kr0 convert books.xmi books.krb -m library.ecore");
@@ -75,7 +82,7 @@ void addCat(CLI::App& app, ShowOptions& options) {
 
 void addSchema(CLI::App& app, SchemaOptions& options) {
   CLI::App* verb = addVerb(app, "schema", "Look at meta models", "kr0 schema show library.ecore");
-  verb->require_subcommand(1);
+  needVerb(*verb, "schema show");
   CLI::App* show = addVerb(*verb, "show", "Print types and properties with their numbers",
                            "kr0 schema show library.ecore --json");
   show->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");
@@ -84,7 +91,8 @@ void addSchema(CLI::App& app, SchemaOptions& options) {
 }
 
 void describe(CLI::App& app, Call& call) {
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
+  needVerb(app, "convert, info, cat or schema show");
   app.set_version_flag("--version", "kr0 " KR0_VERSION, "Print the version and end");
   app.add_flag_callback(
       "--verbose", [] { log::setSpanListener(log::makeStderrSpanListener()); },

@@ -79,6 +79,8 @@ Ended bash(const std::string& script, const std::vector<std::string>& arguments)
   return spawn(command, {});
 }
 
+bool isSanitized() { return KR0_SANITIZED; }
+
 std::string libraryEcore() { return sourceDir() + "/examples/library/library.ecore"; }
 std::string libraryXmi() { return sourceDir() + "/examples/library/library.xmi"; }
 

@@ -21,6 +21,9 @@ Ended kr0(const std::vector<std::string>& arguments, const std::string& input = 
 /// Runs a bash script in which $KR0 is the tool and $1, $2 ... are the arguments.
 Ended bash(const std::string& script, const std::vector<std::string>& arguments = {});
 
+/// Whether tests and tool are built with a sanitizer.
+bool isSanitized();
+
 /// The example of this project: a meta model and a model of it.
 std::string libraryEcore();
 std::string libraryXmi();

@@ -139,7 +139,7 @@ TEST(BadInput, AValueOfTheWrongKindNamesTheValueAndLine) {
 }
 
 TEST(BadInput, XmlUnderTheNameOfABinaryDocumentIsRefused) {
-  expectRefused("a.krb", readFile(libraryXmi()), HasSubstr("version"));
+  expectRefused("a.krb", readFile(libraryXmi()), HasSubstr("it looks like XML"));
 }
 
 TEST(BadInput, AnOutputInAMissingFolderIsNamed) {
@@ -169,6 +169,7 @@ TEST(BadInput, AFullDeviceIsReported) {
 }
 
 TEST(BadInput, TooLittleMemoryIsOneSentence) {
+  if (isSanitized()) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
   const std::string folder = freshFolder();
   writeFile(folder + "/deep.xmi", chainXmi(400'000));
   const Ended ended =

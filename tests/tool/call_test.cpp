@@ -24,12 +24,13 @@ void expectWrongCall(const std::vector<std::string>& arguments, const std::strin
 }  // namespace
 
 TEST(Call, WrongCallsEndWithTwoAndOneSentence) {
-  expectWrongCall({}, "subcommand");
+  expectWrongCall({}, "convert, info, cat or schema show");
   expectWrongCall({"polish"}, "polish");
   expectWrongCall({"convert", "a.xmi"}, "OUT");
   expectWrongCall({"convert", libraryXmi(), "a.krb"}, "--meta");
   expectWrongCall({"cat", libraryXmi()}, "--meta");
-  expectWrongCall({"schema"}, "subcommand");
+  expectWrongCall({"schema"}, "schema show");
+  expectWrongCall({"schema", "polish"}, "polish");
   expectWrongCall({"schema", "show"}, "META");
   expectWrongCall({"info", libraryXmi(), "--jsn"}, "--jsn");
   expectWrongCall({"convert", libraryXmi(), "a.krb", "-m", libraryEcore(), "--from", "yaml"}, "yaml");
