@@ -406,7 +406,7 @@ struct ParseProcessor::Impl {
       return;
     }
     if (!hasEnoughProblems()) checkTarget(reference, slot, target);
-    cell = asPayload(target);
+    cell = internal::asReference(target->index);
     if (!slot.many) reference.from->slots()[at] = reference.slot;
   }
 

@@ -62,15 +62,35 @@ class Identities {
     texts.id1.clear();
     texts.id2.clear();
     if (record->identity == nullptr && plain_) {
-      putNumber(record, texts);
+      putNumber(numberOf(record), texts);
     } else if (!customizer_.getIdentity(store_.handle(record), texts.id1, texts.id2)) {
-      putNumber(record, texts);
+      putNumber(numberOf(record), texts);
     }
   }
 
-  bool isWritten(const ElementRecord* record) const { return written_.empty() || written_[record->index]; }
+  /// The type name and identity of an element that is referred to. The element itself is read only where
+  /// it may have an identity of its own: reading each target is what following references costs.
+  const ustring& getTarget(std::uint64_t reference, IdentityTexts& texts) const {
+    texts.id1.clear();
+    texts.id2.clear();
+    if (!anyOwn_ && !targets_.empty()) {
+      const Target& known = targets_[internal::targetIndex(reference)];
+      putNumber(known.number, texts);
+      return store_.plansInUse()[known.plan]->type->getQualifiedName();
+    }
+    ElementRecord* target = store_.target(reference);
+    get(target, texts);
+    return target->plan->type->getQualifiedName();
+  }
+
+  bool isWritten(std::uint32_t index) const { return written_.empty() || written_[index]; }
 
  private:
+  struct Target {
+    std::uint32_t number = 0;  // 0: nothing refers to it, or it has an identity of its own
+    std::uint32_t plan = 0;    // ordinal of its type's plan
+  };
+
   void findWritten() {
     written_.resize(store_.recordCount());
     forEachWritten(store_, [&](const ElementRecord* record) { written_[record->index] = true; });
@@ -95,10 +115,9 @@ class Identities {
         const Values values = ModelStore::valuesAt(record, i);
         for (std::size_t k = 0; k < values.size; ++k) {
           if (values.unresolvedSingle || internal::isUnresolved(values.items[k])) continue;
-          ElementRecord* target = asElement(values.items[k]);
-          if (hasIdentity(target)) continue;
-          if (numbers_.empty()) numbers_.resize(store_.recordCount());
-          numbers_[target->index] = 1;
+          if (anyOwn_ && hasIdentity(store_.target(values.items[k]))) continue;
+          if (targets_.empty()) targets_.resize(store_.recordCount());
+          targets_[internal::targetIndex(values.items[k])].number = 1;
           any = true;
         }
       }
@@ -110,7 +129,8 @@ class Identities {
     std::uint32_t count = 0;
     const auto visit = [&](const ElementRecord* record) {
       ++count;
-      if (numbers_[record->index] != 0) numbers_[record->index] = count;
+      Target& target = targets_[record->index];
+      if (target.number != 0) target = {count, record->plan->ordinal};
     };
     if (!isIndexOrderWritten(store_)) {
       forEachWritten(store_, visit);
@@ -120,11 +140,15 @@ class Identities {
       if (!store_.record(index)->isDatatype()) visit(store_.record(index));
   }
 
-  void putNumber(const ElementRecord* record, IdentityTexts& texts) const {
-    if (numbers_.empty() || numbers_[record->index] == 0) return;
+  std::uint32_t numberOf(const ElementRecord* record) const {
+    return targets_.empty() ? 0 : targets_[record->index].number;
+  }
+
+  static void putNumber(std::uint32_t number, IdentityTexts& texts) {
+    if (number == 0) return;
     std::array<char16_t, 10> digits;
     std::size_t at = digits.size();
-    for (std::uint32_t rest = numbers_[record->index]; rest != 0; rest /= 10)
+    for (std::uint32_t rest = number; rest != 0; rest /= 10)
       digits[--at] = static_cast<char16_t>(u'0' + rest % 10);
     texts.id1.assign(1, u'#');
     texts.id2.assign(digits.data() + at, digits.size() - at);
@@ -132,6 +156,7 @@ class Identities {
 
   void refuseDuplicates() const {
     if (plain_) {
+      if (!anyOwn_) return;
       internal::IdentityIndex index;
       for (std::uint32_t i = 0; i < store_.recordCount(); ++i) {
         ElementRecord* record = store_.record(i);
@@ -157,8 +182,9 @@ class Identities {
 
   ModelStore& store_;
   const SerializeCustomizer& customizer_;
-  bool plain_;  // identities are what the elements say
-  std::vector<std::uint32_t> numbers_;
+  bool plain_;                   // identities are what the elements say
+  bool anyOwn_;                  // some element may have an identity of its own
+  std::vector<Target> targets_;  // by index
   std::vector<bool> written_;
 };
 
@@ -379,12 +405,10 @@ class Walk {
       visitUnresolved(record, name, asUnresolved(item), element);
       return;
     }
-    ElementRecord* target = asElement(item);
-    if (!identities_.isWritten(target))
-      throw SerializeError(pathOf(store_, record) + ": refers to " + pathOf(store_, target) +
+    if (!identities_.isWritten(internal::targetIndex(item)))
+      throw SerializeError(pathOf(store_, record) + ": refers to " + pathOf(store_, store_.target(item)) +
                            ", which is not written");
-    identities_.get(target, target_);
-    const ustring& type = target->plan->type->getQualifiedName();
+    const ustring& type = identities_.getTarget(item, target_);
     if (element)
       processor_.referenceElement(name, type, target_.id1, target_.id2);
     else

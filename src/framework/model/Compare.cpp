@@ -159,8 +159,8 @@ class Comparison {
     const auto& [a, b] = pair;
     const Values valuesA = ModelStore::values(a, slot);
     const Values valuesB = ModelStore::values(b, other);
-    const ElementRecord* targetA = targetOf(valuesA, k);
-    const ElementRecord* targetB = targetOf(valuesB, k);
+    const ElementRecord* targetA = targetOf(a_, valuesA, k);
+    const ElementRecord* targetB = targetOf(b_, valuesB, k);
     if (targetA != nullptr && targetB != nullptr) {
       if (partner_[targetA->index] == targetB) return std::nullopt;
     } else if (targetA == nullptr && targetB == nullptr) {
@@ -176,9 +176,9 @@ class Comparison {
            name(b_, targetB);
   }
 
-  static const ElementRecord* targetOf(const Values& values, std::size_t k) {
+  static const ElementRecord* targetOf(const ModelStore& store, const Values& values, std::size_t k) {
     if (values.unresolvedSingle || internal::isUnresolved(values.items[k])) return nullptr;
-    return asElement(values.items[k]);
+    return store.target(values.items[k]);
   }
 
   static std::string textsOf(const UnresolvedRecord* record) {

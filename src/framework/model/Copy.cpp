@@ -91,8 +91,8 @@ class Copier {
         return asPayload(to_.makeUuid(uuid));
       }
       case ValueKind::association: {
-        ElementRecord* copy = copies_[asElement(item)->index];
-        if (copy != nullptr) return asPayload(copy);
+        const ElementRecord* copy = copies_[targetIndex(item)];
+        if (copy != nullptr) return asReference(copy->index);
         return &from_ == &to_ ? item : 0;
       }
       default:

@@ -179,23 +179,23 @@ void requireFitting(const Target& target, const ElementRecord* other) {
 }
 
 /// The record of a reference item, or null where it is unresolved.
-ElementRecord* resolved(const Values& values, std::size_t i) {
+ElementRecord* resolved(const ModelStore& store, const Values& values, std::size_t i) {
   if (values.unresolvedSingle || internal::isUnresolved(values.items[i])) return nullptr;
-  return asElement(values.items[i]);
+  return store.target(values.items[i]);
 }
 
 void putReferenceRaw(const Target& target, ElementRecord* other) {
   if (target.plan().many)
-    target.store.append(target.record, target.slot, asPayload(other));
+    target.store.append(target.record, target.slot, internal::asReference(other->index));
   else
-    target.put(asPayload(other));
+    target.put(internal::asReference(other->index));
 }
 
 /// Takes the reference to `other` out of a property, if it is there.
 void dropReference(ModelStore& store, ElementRecord* record, std::size_t slot, const ElementRecord* other) {
   const Values values = ModelStore::values(record, slot);
   for (std::size_t i = 0; i < values.size; ++i) {
-    if (resolved(values, i) != other) continue;
+    if (resolved(store, values, i) != other) continue;
     if (record->plan->slots[slot].many)
       store.removeItem(record, slot, i);
     else
@@ -204,10 +204,11 @@ void dropReference(ModelStore& store, ElementRecord* record, std::size_t slot, c
   }
 }
 
-bool hasReference(const ElementRecord* record, std::size_t slot, const ElementRecord* other) {
+bool hasReference(const ModelStore& store, const ElementRecord* record, std::size_t slot,
+                  const ElementRecord* other) {
   const Values values = ModelStore::values(record, slot);
   for (std::size_t i = 0; i < values.size; ++i)
-    if (resolved(values, i) == other) return true;
+    if (resolved(store, values, i) == other) return true;
   return false;
 }
 
@@ -225,7 +226,7 @@ void releaseOld(const Target& target) {
   if (target.plan().many) return;
   const Values values = target.values();
   if (values.size == 0) return;
-  ElementRecord* old = resolved(values, 0);
+  ElementRecord* old = resolved(target.store, values, 0);
   if (old == nullptr) return;
   if (const int back = oppositeSlot(target.plan(), old); back >= 0)
     dropReference(target.store, old, static_cast<std::size_t>(back), target.record);
@@ -235,7 +236,7 @@ void linkBack(const Target& target, ElementRecord* other) {
   const int back = oppositeSlot(target.plan(), other);
   if (back < 0) return;
   const Target there{target.store, other, static_cast<std::size_t>(back)};
-  if (hasReference(other, there.slot, target.record)) return;
+  if (hasReference(target.store, other, there.slot, target.record)) return;
   releaseOld(there);
   putReferenceRaw(there, target.record);
 }
@@ -519,14 +520,14 @@ Element Element::getReference(PropertyKey property, std::size_t position) const 
   const Target target = locate(store_, record_, property);
   target.require(target.plan().kind == ValueKind::association, "a reference");
   if (target.item(position) == nullptr) return {};
-  return store_->handle(resolved(target.values(), position));
+  return store_->handle(resolved(*store_, target.values(), position));
 }
 
 std::optional<UnresolvedReference> Element::getUnresolved(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
   target.require(target.plan().kind == ValueKind::association, "a reference");
   const std::uint64_t* item = target.item(position);
-  if (item == nullptr || resolved(target.values(), position) != nullptr) return std::nullopt;
+  if (item == nullptr || resolved(*store_, target.values(), position) != nullptr) return std::nullopt;
   const UnresolvedRecord* record = asUnresolved(*item);
   if (record == nullptr) return std::nullopt;
   UnresolvedReference reference{std::string(record->targetType->view()), std::string(record->id1->view()),
@@ -553,13 +554,13 @@ Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyK
 void Element::setReference(PropertyKey property, Element other) {
   const Target target = single(referenceTarget(store_, record_, property, other));
   releaseOld(target);
-  target.put(asPayload(other.record_));
+  target.put(internal::asReference(other.record_->index));
   linkBack(target, other.record_);
 }
 
 void Element::addReference(PropertyKey property, Element other) {
   const Target target = many(referenceTarget(store_, record_, property, other));
-  store_->append(record_, target.slot, asPayload(other.record_));
+  store_->append(record_, target.slot, internal::asReference(other.record_->index));
   linkBack(target, other.record_);
 }
 

@@ -79,7 +79,8 @@ std::vector<Element> Model::getReferrers(Element target) const {
       if (record->plan->slots[slot].kind != ValueKind::association) continue;
       const Values values = ModelStore::values(record, slot);
       for (std::size_t k = 0; k < values.size; ++k)
-        if (!values.unresolvedSingle && values.items[k] == internal::asPayload(target.record_)) return true;
+        if (!values.unresolvedSingle && values.items[k] == internal::asReference(target.record_->index))
+          return true;
     }
     return false;
   };

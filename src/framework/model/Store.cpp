@@ -108,6 +108,7 @@ TypePlan& ModelStore::plan(StructuredType type) {
   }
   makeRoom(planOrder_);
   if (index >= plans_.size()) plans_.resize(index + 1);
+  made->ordinal = static_cast<std::uint32_t>(planOrder_.size());
   plans_[index] = std::move(made);
   planOrder_.push_back(plans_[index].get());
   return *plans_[index];
@@ -124,7 +125,7 @@ void ModelStore::noteOrder(const ElementRecord* record) noexcept {
 
 ElementRecord* ModelStore::make(TypePlan& plan, ElementRecord* container, std::uint16_t slot) {
   if (nextIndex_ == std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-  if (nextIndex_ % kBlock == 0 && nextIndex_ / kBlock == blocks_.size()) {
+  if (nextIndex_ == blocks_.size() * kBlock) {
     makeRoom(blocks_);
     blocks_.push_back(static_cast<ElementRecord*>(arena_.allocate(kBlock * sizeof(ElementRecord))));
   }
@@ -314,11 +315,11 @@ void ModelStore::dropReferencesToRemoved() noexcept {
       const SlotPlan& plan = from->plan->slots[slot];
       if (plan.kind != ValueKind::association || (entry & (kStateEmpty | kStateUnresolved)) != 0) continue;
       if (!plan.many) {
-        if (asElement(from->payloads[i])->removed) erase(from, slot);
+        if (target(from->payloads[i])->removed) erase(from, slot);
         continue;
       }
       List* list = asList(from->payloads[i]);
-      const auto gone = [](std::uint64_t item) { return !isUnresolved(item) && asElement(item)->removed; };
+      const auto gone = [&](std::uint64_t item) { return !isUnresolved(item) && target(item)->removed; };
       std::uint64_t* end = std::remove_if(list->items(), list->items() + list->size, gone);
       list->size = static_cast<std::uint32_t>(end - list->items());
       if (list->size == 0) setState(from, slot, kStateEmpty);
@@ -370,6 +371,7 @@ void ModelStore::setIdentity(ElementRecord* record, std::string_view first, std:
   identity->first = intern(first);
   identity->second = makeText(second);
   record->identity = identity;
+  hasIdentities_ = true;
 }
 
 bool ModelStore::fits(const SlotPlan& slot, Class cls) noexcept {

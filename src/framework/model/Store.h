@@ -9,7 +9,9 @@
 ///     number, enumeration     the number itself
 ///     text, UUID              pointer to the bytes in the arena
 ///     child, datatype value   pointer to its record
-///     reference               pointer to the target's record, or to an UnresolvedRecord (state bit)
+///     reference               number of the target's record, or pointer to an UnresolvedRecord (state
+///                             bit); a number, so that references can be followed into tables beside the
+///                             model without touching each target
 ///     collection of these     pointer to a List of such payloads; an unresolved reference in a list is
 ///                             marked by the lowest bit of its pointer
 #pragma once
@@ -62,6 +64,7 @@ struct TypePlan {
   std::vector<SlotPlan> slots;
   std::unordered_map<const meta::Property::Impl*, std::uint16_t> slotOf;
   const struct ElementRecord* previous = nullptr;  // the instance before: its size is a good guess
+  std::uint32_t ordinal = 0;                       // position in ModelStore::plansInUse
   bool hasAssociations = false;
   bool hasUnvisitedCompositions = false;
   std::size_t live = 0;  // instances in the model
@@ -129,6 +132,11 @@ struct ElementRecord {
 };
 
 inline bool isUnresolved(std::uint64_t item) noexcept { return (item & 1) != 0; }
+/// A reference to the record of an index, and back. Never 0, lowest bit clear.
+inline std::uint64_t asReference(std::uint32_t index) noexcept { return (std::uint64_t{index} + 1) << 1; }
+inline std::uint32_t targetIndex(std::uint64_t item) noexcept {
+  return static_cast<std::uint32_t>((item >> 1) - 1);
+}
 inline ElementRecord* asElement(std::uint64_t item) noexcept {
   return reinterpret_cast<ElementRecord*>(item);  // NOLINT: payloads hold pointers
 }
@@ -186,7 +194,11 @@ class ModelStore {
   ElementRecord* record(std::uint32_t index) const noexcept {
     return blocks_[index / kBlock] + index % kBlock;
   }
+  /// The target of a resolved reference.
+  ElementRecord* target(std::uint64_t item) const noexcept { return record(targetIndex(item)); }
   std::size_t elementCount() const noexcept { return elements_; }
+  /// Whether any element was ever given an identity.
+  bool hasIdentities() const noexcept { return hasIdentities_; }
   /// Whether index order is document order and nothing was removed: numbers can then be had without
   /// a walk.
   bool isInDocumentOrder() const noexcept { return inOrder_; }
@@ -235,7 +247,7 @@ class ModelStore {
   std::size_t memoryUsed() const noexcept;
 
  private:
-  static constexpr std::uint32_t kBlock = 64;
+  static constexpr std::uint32_t kBlock = 64;  // records of neighbouring indices that lie together
   void grow(ElementRecord* record);
   void markRemoved(ElementRecord* record) noexcept;
   void dropReferencesToRemoved() noexcept;
@@ -250,6 +262,7 @@ class ModelStore {
   std::size_t elements_ = 0;
   std::vector<ElementRecord*> roots_;
   bool inOrder_ = true;
+  bool hasIdentities_ = false;
   ElementRecord* last_ = nullptr;
   std::vector<std::unique_ptr<TypePlan>> plans_;  // by type index
   std::vector<TypePlan*> planOrder_;
