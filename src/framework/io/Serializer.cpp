@@ -47,7 +47,10 @@ struct IdentityTexts {
 class Identities {
  public:
   Identities(ModelStore& store, const SerializeCustomizer& customizer)
-      : store_(store), customizer_(customizer), plain_(typeid(customizer) == typeid(SerializeCustomizer)) {
+      : store_(store),
+        customizer_(customizer),
+        plain_(typeid(customizer) == typeid(SerializeCustomizer)),
+        anyOwn_(!plain_ || store.hasIdentities()) {
     const auto& plans = store.plansInUse();
     const auto any = [&](auto test) { return std::any_of(plans.begin(), plans.end(), test); };
     if (any([](const TypePlan* plan) { return plan->hasUnvisitedCompositions && plan->live != 0; }))
