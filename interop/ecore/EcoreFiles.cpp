@@ -99,7 +99,7 @@ EcoreTarget EcoreFiles::follow(std::size_t file, Element source, const char* pro
   }
   const auto reference = source.getUnresolved(property, position);
   EcoreTarget found = followOut(file, *reference->qualifier, reference->id2);
-  if (found.file == npos && found.builtIn.empty() && !found.known)
+  if (found.file == npos && found.package == nullptr && !found.known)
     fail(file, source,
          join("the ", property, " ", inQuotes(*reference->qualifier + "#" + reference->id2),
               " is in none of the given files"));
@@ -107,17 +107,23 @@ EcoreTarget EcoreFiles::follow(std::size_t file, Element source, const char* pro
 }
 
 EcoreTarget EcoreFiles::followOut(std::size_t file, std::string_view uri, std::string_view fragment) const {
-  if (packageByUri_.contains(uri)) return findInPackage(uri, fragment);
+  if (packageByUri_.contains(uri))
+    if (EcoreTarget target = findInPackage(uri, fragment); target.file != npos) return target;
   if (const std::size_t other = findFile(file, uri); other != npos) return find(other, fragment);
   if (EcoreTarget known = findInRegistry(uri, fragment); known.known) return known;
+  const BuiltInPackage* package = findBuiltInPackage(uri);
+  if (package == nullptr) package = findBuiltInFile(lastSegment(uri));
+  return package == nullptr ? EcoreTarget() : findBuiltIn(*package, fragment);
+}
+
+EcoreTarget EcoreFiles::findBuiltIn(const BuiltInPackage& package, std::string_view fragment) const {
   EcoreTarget target;
-  const bool isEcore = uri == ecoreNamespace || lastSegment(uri) == "Ecore.ecore";
-  if (!isEcore) return target;
-  // The registry may hold Ecore from an earlier load; standard types are in none of its packages.
+  target.package = &package;
   target.builtIn = lastSegment(fragment);
-  const EcoreDataType* dataType = findEcoreDataType(target.builtIn);
+  // The registry may hold the package from an earlier load; standard types are in none of its packages.
+  const BuiltInType* dataType = package.findDataType(target.builtIn);
   if (dataType != nullptr && dataType->standardType != nullptr) return target;
-  EcoreTarget known = findInRegistry(ecoreNamespace, fragment);
+  EcoreTarget known = findInRegistry(package.uri, fragment);
   return known.known ? known : target;
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "BuiltInPackages.h"
 #include "XmiReader.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
@@ -29,8 +30,9 @@ struct EcorePackage {
 struct EcoreTarget {
   std::size_t file = npos;  ///< of `element`
   Element element;
-  std::string builtIn;  ///< name of a type of Ecore itself, while Ecore.ecore is not among the files
-  meta::Type known;     ///< a type that the registry knew before
+  const BuiltInPackage* package = nullptr;  ///< holds the type `builtIn`, and is in none of the files
+  std::string builtIn;
+  meta::Type known;  ///< a type that the registry knew before
 };
 
 class EcoreFiles {
@@ -69,6 +71,7 @@ class EcoreFiles {
   EcoreTarget followOut(std::size_t file, std::string_view uri, std::string_view fragment) const;
   EcoreTarget find(std::size_t file, std::string_view fragment) const;
   EcoreTarget findInPackage(std::string_view uri, std::string_view fragment) const;
+  EcoreTarget findBuiltIn(const BuiltInPackage& package, std::string_view fragment) const;
   EcoreTarget findInRegistry(std::string_view uri, std::string_view fragment) const;
   /// The file that a URI of the file `from` means, or npos.
   std::size_t findFile(std::size_t from, std::string_view uri) const;

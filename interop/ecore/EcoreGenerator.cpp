@@ -130,7 +130,7 @@ class Generator {
   }
 
   void writeClass(meta::Class type) {
-    if (type->isUniversal())
+    if (type->isUniversal() && root_->uri != ecoreNamespace)
       throw EcoreError(
           join("Ecore has no counterpart for the universal class ", type->getQualifiedNameUtf8()));
     beginClassifier("EClass", type);

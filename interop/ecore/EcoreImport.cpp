@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "EcoreSchema.h"
 #include "Errors.h"
 #include "Namespaces.h"
 #include "Values.h"
@@ -39,6 +38,13 @@ std::string annotatedName(Element element) {
   const auto name = annotated(element, extendedMetaDataSource, "name");
   const bool isName = name && !name->empty() && name->find_first_of(": \t\r\n") == std::string::npos;
   return isName ? *name : std::string();
+}
+
+/// Some of Ecore's data types are more than their names.
+void noteEcoreType(TypeUse& type, std::string_view packageUri, std::string_view name) {
+  if (packageUri != ecoreNamespace) return;
+  type.isFeatureMap = name == "EFeatureMapEntry" || name == "EFeatureMap";
+  type.isSinglePrecision = name == "EFloat" || name == "EFloatObject";
 }
 
 }  // namespace
@@ -86,7 +92,8 @@ void EcoreImport::collectClassifier(std::size_t package, Element element) {
   } else {
     made.definition.kind = isOf(element, "EEnum") ? Kind::enumeration : Kind::primitive;
     made.isSerializable = element.getBoolean("serializable");
-    const EcoreDataType* dataType = isEcore ? findEcoreDataType(made.definition.name) : nullptr;
+    const BuiltInPackage* ecore = isEcore ? findBuiltInPackage(ecoreNamespace) : nullptr;
+    const BuiltInType* dataType = ecore == nullptr ? nullptr : ecore->findDataType(made.definition.name);
     if (dataType != nullptr) made.standardType = dataType->standardType;
   }
   classifierByElement_[around.file][element.getIndex()] = classifiers_.size();
@@ -105,7 +112,7 @@ std::string EcoreImport::describe(const Classifier& classifier, Element feature)
 
 TypeUse EcoreImport::use(std::size_t file, Element source, const EcoreTarget& target) {
   if (target.known) return useKnown(target.known);
-  if (!target.element) return useBuiltIn(file, source, target.builtIn);
+  if (!target.element) return useBuiltIn(file, source, target);
   const std::size_t index = classifierOf(target.file, target.element);
   if (index == npos) files_.fail(file, source, "what it names as a type is none");
   return useClassifier(index);
@@ -113,31 +120,32 @@ TypeUse EcoreImport::use(std::size_t file, Element source, const EcoreTarget& ta
 
 TypeUse EcoreImport::useClassifier(std::size_t index) const {
   const Classifier& classifier = classifiers_[index];
-  const bool isEcore = files_.packages()[classifier.package].uri == ecoreNamespace;
-  const std::string& name = classifier.definition.name;
   TypeUse type;
   type.name = classifier.standardType != nullptr ? classifier.standardType : classifier.qualifiedName;
   type.isClass = classifier.definition.kind == Kind::classType;
   type.isSerializable = classifier.isSerializable;
-  type.isFeatureMap = isEcore && (name == "EFeatureMapEntry" || name == "EFeatureMap");
-  type.isSinglePrecision = isEcore && (name == "EFloat" || name == "EFloatObject");
+  noteEcoreType(type, packageUri(classifier.package), classifier.definition.name);
   type.classifier = index;
   return type;
 }
 
-TypeUse EcoreImport::useBuiltIn(std::size_t file, Element source, const std::string& name) {
-  TypeUse type;
-  const EcoreDataType* dataType = findEcoreDataType(name);
-  type.isClass = name == "EObject" || name == "EStringToStringMapEntry";
-  if (dataType == nullptr && !type.isClass)
+TypeUse EcoreImport::useBuiltIn(std::size_t file, Element source, const EcoreTarget& target) {
+  const BuiltInPackage& package = *target.package;
+  const std::string& name = target.builtIn;
+  const BuiltInType* dataType = package.findDataType(name);
+  if (dataType == nullptr && !package.hasClass(name))
     files_.fail(file, source,
-                join("it needs ", name, " of Ecore itself: give Ecore.ecore as a meta model too"));
+                join("it needs ", name, " of the package ", package.name, ": give ", package.file,
+                     " as a meta model too"));
   const bool isStandard = dataType != nullptr && dataType->standardType != nullptr;
-  needsEcore_ = needsEcore_ || !isStandard;
-  type.name = isStandard ? dataType->standardType : "ecore." + name;
+  if (!isStandard &&
+      std::find(neededPackages_.begin(), neededPackages_.end(), &package) == neededPackages_.end())
+    neededPackages_.push_back(&package);
+  TypeUse type;
+  type.name = isStandard ? dataType->standardType : join(package.name, ".", name);
+  type.isClass = dataType == nullptr;
   type.isSerializable = dataType == nullptr || dataType->isSerializable;
-  type.isFeatureMap = name == "EFeatureMapEntry" || name == "EFeatureMap";
-  type.isSinglePrecision = name == "EFloat" || name == "EFloatObject";
+  noteEcoreType(type, package.uri, name);
   return type;
 }
 
@@ -145,10 +153,11 @@ TypeUse EcoreImport::useKnown(meta::Type known) const {
   TypeUse type;
   type.name = known->getQualifiedNameUtf8();
   type.isClass = bool(meta::Class(known));
-  if (known->getPackageUriUtf8() != ecoreNamespace) return type;
-  if (const EcoreDataType* dataType = findEcoreDataType(known->getName()); dataType != nullptr)
-    type.isSerializable = dataType->isSerializable;
-  type.isFeatureMap = known->getName() == "EFeatureMapEntry" || known->getName() == "EFeatureMap";
+  const std::string& uri = known->getPackageUriUtf8();
+  const BuiltInPackage* package = findBuiltInPackage(uri);
+  const BuiltInType* dataType = package == nullptr ? nullptr : package->findDataType(known->getName());
+  type.isSerializable = dataType == nullptr || dataType->isSerializable;
+  noteEcoreType(type, uri, known->getName());
   return type;
 }
 
@@ -369,7 +378,8 @@ std::vector<meta::PackageDefinition> EcoreImport::definitions() const {
     const std::size_t parent = files_.packages()[i].parent;
     (parent == npos ? roots : flat[parent].packages).push_back(std::move(flat[i]));
   }
-  if (needsEcore_ && !registry_.hasPackage(ecoreNamespace)) roots.push_back(makeEcorePackage());
+  for (const BuiltInPackage* package : neededPackages_)
+    if (!registry_.hasPackage(package->uri)) roots.push_back(package->definition());
   std::reverse(roots.begin(), roots.end());
   return roots;
 }

@@ -68,7 +68,7 @@ class EcoreImport {
   TypeUse typeOf(const Classifier& classifier, Element feature);
   TypeUse use(std::size_t file, Element source, const EcoreTarget& target);
   TypeUse useClassifier(std::size_t index) const;
-  TypeUse useBuiltIn(std::size_t file, Element source, const std::string& name);
+  TypeUse useBuiltIn(std::size_t file, Element source, const EcoreTarget& target);
   TypeUse useKnown(meta::Type type) const;
   TypeUse erasure(std::size_t file, Element generic, bool ofReference);
   std::size_t classifierOf(std::size_t file, Element element) const;
@@ -83,7 +83,7 @@ class EcoreImport {
   EcoreFiles files_;
   std::vector<Classifier> classifiers_;
   std::vector<std::vector<std::size_t>> classifierByElement_;  // by file, by the element's index
-  bool needsEcore_ = false;
+  std::vector<const BuiltInPackage*> neededPackages_;
 };
 
 }  // namespace kr::zero::ecore

@@ -1,8 +1,6 @@
 #include "EcoreSchema.h"
 
-#include <algorithm>
 #include <initializer_list>
-#include <iterator>
 
 #include "Namespaces.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
@@ -14,42 +12,6 @@ namespace {
 
 using meta::MetaModelBuilder;
 using meta::TypeBuilder;
-
-constexpr EcoreDataType dataTypes[] = {
-    {"EBigDecimal", nullptr, true},
-    {"EBigInteger", nullptr, true},
-    {"EBoolean", "Boolean", true},
-    {"EBooleanObject", "Boolean", true},
-    {"EByte", "Integer8", true},
-    {"EByteArray", nullptr, true},
-    {"EByteObject", "Integer8", true},
-    {"EChar", nullptr, true},
-    {"ECharacterObject", nullptr, true},
-    {"EDate", "DateTime", true},
-    {"EDiagnosticChain", nullptr, false},
-    {"EDouble", "Real", true},
-    {"EDoubleObject", "Real", true},
-    {"EEList", nullptr, false},
-    {"EEnumerator", nullptr, false},
-    {"EFeatureMap", nullptr, false},
-    {"EFeatureMapEntry", nullptr, false},
-    {"EFloat", "Real", true},
-    {"EFloatObject", "Real", true},
-    {"EInt", "Integer", true},
-    {"EIntegerObject", "Integer", true},
-    {"EInvocationTargetException", nullptr, false},
-    {"EJavaClass", nullptr, true},
-    {"EJavaObject", nullptr, true},
-    {"ELong", "Integer64", true},
-    {"ELongObject", "Integer64", true},
-    {"EMap", nullptr, false},
-    {"EResource", nullptr, false},
-    {"EResourceSet", nullptr, false},
-    {"EShort", "Integer16", true},
-    {"EShortObject", "Integer16", true},
-    {"EString", "String", true},
-    {"ETreeIterator", nullptr, false},
-};
 
 /// Several features of one type.
 void add(TypeBuilder& type, const char* propertyType, std::initializer_list<const char*> names) {
@@ -164,23 +126,6 @@ struct Schema {
 const Mapping::Impl& ecoreSchema() {
   static const Schema schema;
   return schema.mapping;
-}
-
-const EcoreDataType* findEcoreDataType(std::string_view name) {
-  const auto* found = std::find_if(std::begin(dataTypes), std::end(dataTypes),
-                                   [&](const EcoreDataType& type) { return type.name == name; });
-  return found == std::end(dataTypes) ? nullptr : found;
-}
-
-meta::PackageDefinition makeEcorePackage() {
-  MetaModelBuilder ecore(std::string(ecoreNamespace), "ecore");
-  for (const EcoreDataType& type : dataTypes)
-    if (type.standardType == nullptr) ecore.primitive(type.name);
-  ecore.classType("EObject");
-  add(ecore.classType("EStringToStringMapEntry"), "String", {"key", "value"});
-  meta::PackageDefinition package = ecore.definition();
-  for (meta::TypeDefinition& type : package.types) type.isUniversal = type.name == "EObject";
-  return package;
 }
 
 }  // namespace kr::zero::ecore

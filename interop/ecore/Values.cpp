@@ -103,9 +103,24 @@ std::string putLiteral(Element element, const Feature& feature, std::string_view
 template <class Value, class Set, class Add>
 std::string putParsed(const Feature& feature, std::string_view text, const std::optional<Value>& value,
                       Set&& set, Add&& add) {
-  if (!value) return join(inQuotes(text), " is not a ", describeType(feature));
+  if (!value) return join(inQuotes(text), " is not a value of type ", describeType(feature));
   put(feature, *value, set, add);
   return {};
+}
+
+/// Whether a feature of 32 bits can hold a number as it is.
+bool isSingle(double value) {
+  if (std::isnan(value) || std::isinf(value)) return true;
+  return std::fabs(value) <= std::numeric_limits<float>::max() &&
+         static_cast<double>(static_cast<float>(value)) == value;
+}
+
+std::string realText(Element element, const Feature& feature, std::size_t position) {
+  const double value = element.getReal(feature.property, position);
+  if (feature.mapping->isSinglePrecision && !isSingle(value))
+    throw EcoreError(join(element.getPath(), ".", feature.name(), ": the number ", formatReal(value, false),
+                          " does not fit into the 32 bits of an EFloat"));
+  return formatReal(value, feature.mapping->isSinglePrecision);
 }
 
 std::string_view literalText(Element element, const Feature& feature, std::size_t position) {
@@ -143,11 +158,8 @@ std::string formatReal(double value, bool isSinglePrecision) {
   const double magnitude = std::fabs(value);
   if (std::isinf(magnitude)) return sign + "Infinity";
   if (magnitude == 0) return sign + "0.0";
-  if (isSinglePrecision && magnitude <= std::numeric_limits<float>::max()) {
-    const auto narrow = static_cast<float>(magnitude);
-    if (static_cast<double>(narrow) == magnitude) return sign + layOut(shortestDecimal(narrow));
-  }
-  return sign + layOut(shortestDecimal(magnitude));
+  return sign + layOut(isSinglePrecision ? shortestDecimal(static_cast<float>(magnitude))
+                                         : shortestDecimal(magnitude));
 }
 
 std::string putValue(Element element, const Feature& feature, std::string_view text) {
@@ -188,7 +200,7 @@ std::string_view valueText(Element element, const Feature& feature, std::size_t 
     case FeatureKind::integer:
       return scratch = std::to_string(element.getInteger(property, position));
     case FeatureKind::real:
-      return scratch = formatReal(element.getReal(property, position), feature.mapping->isSinglePrecision);
+      return scratch = realText(element, feature, position);
     case FeatureKind::enumeration:
       return literalText(element, feature, position);
     case FeatureKind::text:

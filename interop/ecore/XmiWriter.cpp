@@ -283,7 +283,10 @@ class Writer {
         const UnresolvedReference reference = externalReference(element, feature, i);
         if (const meta::Type type = targetType(element, feature, reference))
           body_.append(qualifiedName(type)).append(" ");
-        appendUri(element, feature, reference);
+        const std::string uri = uriOf(reference);
+        if (uri.find_first_of(" \t\r\n") != std::string::npos)
+          fail(element, feature, join("the URI ", inQuotes(uri), " holds blanks"));
+        appendText(element, feature, uri);
       }
     }
     body_.push_back('"');
@@ -302,7 +305,7 @@ class Writer {
         body_.append(qualifiedName(type)).append("\"");
       }
       beginAttribute("href");
-      appendUri(element, feature, reference);
+      appendText(element, feature, uriOf(reference));
     }
     body_.append("\"/>\n");
   }
@@ -330,13 +333,6 @@ class Writer {
     scratch_.clear();
     addresses_.append(scratch_, target);
     appendText(element, feature, scratch_);
-  }
-
-  void appendUri(Element element, const Feature& feature, const UnresolvedReference& reference) {
-    const std::string uri = uriOf(reference);
-    if (uri.find_first_of(" \t\r\n") != std::string::npos)
-      fail(element, feature, join("the URI ", inQuotes(uri), " holds blanks"));
-    appendText(element, feature, uri);
   }
 
   const Model& model_;

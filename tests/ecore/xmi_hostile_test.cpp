@@ -1,0 +1,191 @@
+// Any document ends in success or in EcoreError, and costs what its size allows.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+
+#include "EcoreTesting.h"
+#include "support/SmallStack.h"
+
+namespace kr::zero::test {
+namespace {
+
+/// A document with every form that the reader knows.
+std::string richDocument() {
+  return "<?xml version='1.0' encoding='UTF-8'?><!-- c --><?pi x?>" +
+         nodeDocument(
+             "xmi:id='_1' name='a&#xA;&lt;b' key='k' count='7' real='1.5E3' when='2020-01-02T03:04:05Z' "
+             "color='Green!' numbers='1 2' next='//@nodes.0/@node' others='k2 p:Special x.xmi#//@a #_1'",
+             "<tags>t<![CDATA[<]]></tags><isbn xsi:nil='true'/><nodes name='n'><node key='k2'/></nodes>\n"
+             "<nodes xsi:type='p:Special' xmi:uuid='u#v' next=\"//@nodes[name='n']\"/>"
+             "<anything href='y.xmi#_2'/><others xmi:idref='_1'/>");
+}
+
+enum class Ending { success, refused };
+
+/// Everything but EcoreError comes out and fails the test.
+Ending endingOf(const std::string& document) {
+  try {
+    nodeModels().write(nodeModels().read(document));
+  } catch (const ecore::EcoreError& error) {
+    EXPECT_STRNE(error.what(), "");
+    return Ending::refused;
+  }
+  return Ending::success;
+}
+
+TEST(HostileXmi, TheRichDocumentItselfIsGood) { EXPECT_EQ(endingOf(richDocument()), Ending::success); }
+
+TEST(HostileXmi, EveryProperPrefixIsRefused) {
+  const std::string document = richDocument();
+  for (std::size_t length = 0; length < document.find("</p:Node>") + 9; ++length)
+    EXPECT_EQ(endingOf(document.substr(0, length)), Ending::refused) << length;
+}
+
+TEST(HostileXmi, EveryByteMayBeAnyOther) {
+  std::string document = richDocument();
+  std::size_t refused = 0;
+  for (std::size_t i = 0; i < document.size(); ++i) {
+    const char was = document[i];
+    for (const char c :
+         {'\0', '<', '>', '&', '"', '\'', '/', '#', '@', '.', ':', ' ', 'x', '9', '\x80', '\xFF'}) {
+      document[i] = c;
+      refused += endingOf(document) == Ending::refused ? 1u : 0u;
+    }
+    document[i] = was;
+  }
+  EXPECT_GT(refused, 5 * document.size());
+  EXPECT_LT(refused, 15 * document.size());
+}
+
+TEST(HostileXmi, PiecesMayBeCutOutDoubledAndSwapped) {
+  const unsigned seed = 20240607;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  const std::string document = richDocument();
+  for (int round = 0; round < 20000; ++round) {
+    std::string changed = document;
+    const std::size_t from = random() % changed.size();
+    const std::size_t length = random() % 20;
+    const std::string piece = changed.substr(from, length);
+    if (random() % 2 == 0) changed.erase(from, length);
+    if (random() % 2 == 0) changed.insert(random() % (changed.size() + 1), piece);
+    endingOf(changed);
+  }
+}
+
+TEST(HostileXmi, MetaModelsMayBeDamagedToo) {
+  const std::string text = packageText(
+      "p", "urn:p",
+      "<eClassifiers xsi:type='ecore:EEnum' name='E'><eLiterals name='a' value='1'/></eClassifiers>"
+      "<eClassifiers xsi:type='ecore:EClass' name='A' eSuperTypes='#//B'><eTypeParameters name='T'/>"
+      "<eStructuralFeatures xsi:type='ecore:EReference' name='x' upperBound='-1' eType='#//B' "
+      "eOpposite='#//B/y'/>"
+      "</eClassifiers><eClassifiers xsi:type='ecore:EClass' name='B'><eStructuralFeatures "
+      "xsi:type='ecore:EReference' name='y' eType='#//A' eOpposite='#//A/x'/></eClassifiers>");
+  const unsigned seed = 20240608;
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  std::size_t refused = 0;
+  for (int round = 0; round < 2000; ++round) {
+    std::string changed = text;
+    for (unsigned i = 0; i <= random() % 3; ++i)
+      changed[random() % changed.size()] = static_cast<char>("<>/#'\"=ABEaxyT0-1."[random() % 19]);
+    try {
+      loadTexts({{"m.ecore", changed}});
+    } catch (const ecore::EcoreError&) {
+      ++refused;
+    } catch (const meta::MetaError&) {
+      ++refused;
+    }
+  }
+  EXPECT_GT(refused, 500u);
+}
+
+std::string repeated(std::string_view text, std::size_t count) {
+  std::string all;
+  for (std::size_t i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+TEST(HostileXmi, AHundredThousandLevelsNeedNoStack) {
+  constexpr std::size_t depth = 100000;
+  onSmallStack([] {
+    const std::string path = "/" + repeated("/@node", depth);
+    const Model model = nodeModels().read(
+        nodeDocument("next='" + path + "'", repeated("<node>", depth) + repeated("</node>", depth)));
+    EXPECT_EQ(model.size(), depth + 1);
+    EXPECT_EQ(findDifference(model, nodeModels().read(nodeModels().write(model))), std::nullopt);
+  });
+}
+
+TEST(HostileXmi, AHundredThousandLevelsThatDeclareNamespacesNeedNoStack) {
+  constexpr std::size_t depth = 100000;
+  onSmallStack([] {
+    const Model model = nodeModels().read(nodeDocument(
+        "", repeated("<p:node xmlns:p='urn:p' xmlns:q='urn:q'>", depth) + repeated("</p:node>", depth)));
+    EXPECT_EQ(model.size(), depth + 1);
+  });
+}
+
+/// Seconds that reading and writing a document take.
+double secondsFor(const std::string& document) {
+  const auto start = std::chrono::steady_clock::now();
+  const Model model = nodeModels().read(document);
+  nodeModels().write(model);
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Whatever looks through all siblings for each of them needs hours for these; the limit is far above what
+// they need and far below that.
+constexpr double patience = 60;
+constexpr std::size_t crowd = 200000;
+
+std::string crowdDocument(const char* attribute, const char* prefix, const char* suffix) {
+  std::string children;
+  for (std::size_t i = 0; i < crowd; ++i) {
+    const std::string number = std::to_string(i);
+    const std::string target = std::to_string(crowd - 1 - i);
+    children += std::string("<nodes ") + attribute + "='n" + number + "' others=\"" + prefix + target +
+                suffix + "\"/>";
+  }
+  return nodeDocument("", children);
+}
+
+TEST(HostileXmi, PathsIntoACrowdAreFoundAtOnce) {
+  EXPECT_LT(secondsFor(crowdDocument("name", "//@nodes.", "")), patience);
+}
+
+TEST(HostileXmi, NamesInACrowdAreFoundAtOnce) {
+  EXPECT_LT(secondsFor(crowdDocument("name", "//n", "")), patience);
+}
+
+TEST(HostileXmi, KeysInACrowdAreFoundAtOnce) {
+  EXPECT_LT(secondsFor(crowdDocument("name", "//@nodes[name='n", "']")), patience);
+}
+
+TEST(HostileXmi, IdsInACrowdAreFoundAtOnce) {
+  EXPECT_LT(secondsFor(crowdDocument("key", "n", "")), patience);
+  EXPECT_LT(secondsFor(crowdDocument("xmi:id", "n", "")), patience);
+}
+
+TEST(HostileXmi, ManyReferencesInOnePropertyAreWrittenAtOnce) {
+  std::string others;
+  for (std::size_t i = 0; i < crowd; ++i) others += "/ ";
+  EXPECT_LT(secondsFor(nodeDocument("others='" + others + "'", "<others href='x.xmi#_1'/>")), patience);
+}
+
+TEST(HostileXmi, ManyPiecesOfTextAreJoinedAtOnce) {
+  EXPECT_LT(secondsFor(nodeDocument("", "<name>" + repeated("a<!---->", crowd) + "</name>")), patience);
+}
+
+TEST(HostileXmi, ManyAttributesAreLookedAtOnce) {
+  std::string attributes;
+  for (std::size_t i = 0; i < crowd; ++i) attributes += " xmlns:n" + std::to_string(i) + "='urn:n'";
+  EXPECT_LT(secondsFor(nodeDocument(attributes)), patience);
+}
+
+}  // namespace
+}  // namespace kr::zero::test
