@@ -1,84 +1,47 @@
 #include "direct/BinaryEventProcessor.h"
 
-#include <atomic>
+#include <algorithm>
+#include <stdexcept>
 
 #include "direct/DirectFormat.h"
+#include "direct/Numbers.h"
 #include "direct/OutputDelivery.h"
-#include "errors/MessageIds.h"
-#include "errors/Raise.h"
-#include "fl/i18n/converter.h"
-#include "values/ByteOrder.h"
+#include "kr/zero/io/PropertyCategory.h"
+#include "values/Endianness.h"
+#include "values/PrimitiveEncoding.h"
+#include "values/ValueBytes.h"
 
 namespace kr::zero::io {
 
 namespace {
 
 constexpr std::size_t kFirstReservation = 2048;
-constexpr std::size_t kMostNumberBytes = 10;  // 64 bits in groups of 7
-
-/// Writes a number in its shortest form; returns where it ends.
-std::uint8_t* putNumber(std::uint64_t number, std::uint8_t* out) {
-  for (; number >= direct::kMoreGroups; number >>= direct::kGroupBits)
-    *out++ = static_cast<std::uint8_t>(number | direct::kMoreGroups);
-  *out++ = static_cast<std::uint8_t>(number);
-  return out;
-}
-
-std::uint32_t associationMask() {
-  static const std::uint32_t mask = PropertyCategory::AssociationAny().getMask();
-  return mask;
-}
-
-PrimitiveCode codeOf(meta::Type type) {
-  if (kr::zero::internal::isEnumType(type)) return PrimitiveCode::enumeration;
-  if (!type->isKindOf(meta::PrimitiveType::metaClass())) return PrimitiveCode::notPrimitive;
-  const std::pair<const StandardTypeRow*, PrimitiveCode> fixed[] = {
-      {&rows::boolean, PrimitiveCode::boolean},
-      {&rows::integer8, PrimitiveCode::integer8},
-      {&rows::integer16, PrimitiveCode::integer16},
-      {&rows::integer, PrimitiveCode::integer},
-      {&rows::integer64, PrimitiveCode::integer64},
-      {&rows::uinteger8, PrimitiveCode::uinteger8},
-      {&rows::uinteger16, PrimitiveCode::uinteger16},
-      {&rows::unlimitedNatural, PrimitiveCode::unlimitedNatural},
-      {&rows::uinteger64, PrimitiveCode::uinteger64},
-      {&rows::real, PrimitiveCode::real}};
-  for (const auto& [row, code] : fixed)
-    if (isStandardType(type, *row)) return code;
-  for (const StandardTypeRow* row : {&rows::string, &rows::stdString, &rows::uuid, &rows::jsonValue,
-                                     &rows::dateTime, &rows::stringToStringMap, &rows::zoArray})
-    if (isStandardType(type, *row)) return PrimitiveCode::standardText;
-  return PrimitiveCode::otherText;
-}
-
-bool isText(PrimitiveCode code) {
-  return code == PrimitiveCode::standardText || code == PrimitiveCode::otherText;
-}
+constexpr std::uint32_t kAssociations = PropertyCategory::AssociationAny().getMask();
 
 }  // namespace
 
 BinaryEventProcessor::BinaryEventProcessor() = default;
 BinaryEventProcessor::~BinaryEventProcessor() = default;
 
-const ByteBuffer& BinaryEventProcessor::getBytes() const {
-  static const ByteBuffer nothing;
+const values::ByteBuffer& BinaryEventProcessor::getBytes() const {
+  static const values::ByteBuffer nothing;
   return frames_.empty() ? nothing : frames_.front().bytes;
 }
 
 void BinaryEventProcessor::postprocess(const SerializationOutput& output) { deliver(getBytes(), output); }
 
 void BinaryEventProcessor::startDocument() {
-  // A walk that failed may have left frames filled.
-  for (Frame& frame : frames_) emptyFrame(frame);
+  for (Frame& frame : frames_) emptyFrame(frame);  // a walk that failed leaves some filled
+  ++document_;
   depth_ = -1;
   packageNames_.clear();
   knownPackageNames_.clear();
   pushFrame({});
   emptyFrame(*current_);
   writeNumber(direct::kVersion);
-  const std::string_view marker = endiannessMarker(true);
+  const std::string_view marker = values::endiannessMarker(true);
   writeNumber(marker.size());
-  bytes().append(marker.data(), marker.size());
+  for (const char letter : marker) bytes().append(static_cast<std::uint8_t>(letter));
 }
 
 void BinaryEventProcessor::addRegisteredPackage(const ustring& uri) {
@@ -100,11 +63,11 @@ CategoryMasks BinaryEventProcessor::startObject(const ustring& property, const u
     writeKey(describe(property));
   writeNamed(typeName);
   if (!id1.empty() && !id2.empty()) {
-    bytes().push(direct::kWithIdentity);
+    bytes().append(direct::kWithIdentity);
     writeText(id1);
     writeText(id2);
   } else {
-    bytes().push(direct::kWithoutIdentity);
+    bytes().append(direct::kWithoutIdentity);
   }
   pushContainerElementInfo(property, typeName);
   return categoryMasks_;
@@ -118,19 +81,19 @@ void BinaryEventProcessor::endObject() {
 void BinaryEventProcessor::textValue(const ustring& property, const ustring& text) {
   const PropertyDescriptor& descriptor = describe(property);
   writeKey(descriptor);
-  if (descriptor.optional) bytes().push(kPresentMark);
-  if (isText(descriptor.kind)) writeText(text);
+  if (descriptor.optional) bytes().append(values::presentMark);
+  if (isCarriedAsText(descriptor.kind)) writeText(text);
 }
 
 void BinaryEventProcessor::absentValue(const ustring& property) {
   writeKey(describe(property));
-  bytes().push(kAbsentMark);
+  bytes().append(values::absentMark);
 }
 
 void BinaryEventProcessor::startStructuredProperty(const ustring& property) { pushFrame(property); }
 
 void BinaryEventProcessor::textElement(const ustring& property, const ustring& text) {
-  if (isText(describe(property).kind)) writeText(text);
+  if (isCarriedAsText(describe(property).kind)) writeText(text);
   ++current_->count;
 }
 
@@ -139,13 +102,13 @@ void BinaryEventProcessor::endStructuredProperty() { popFrame(); }
 void BinaryEventProcessor::primitiveValue(const ustring& property, const Value& value) {
   const PropertyDescriptor& descriptor = describe(property);
   writeKey(descriptor);
-  encodePrimitive(descriptor.kind, bytes(), value, descriptor.optional);
+  values::encodePrimitive(bytes(), descriptor.kind, value, descriptor.optional);
 }
 
 void BinaryEventProcessor::startStructuredElement(const ustring& property) { pushFrame(property); }
 
 void BinaryEventProcessor::primitiveElement(const ustring& property, const Value& value) {
-  encodePrimitive(describe(property).kind, bytes(), value, false);  // the text before it was counted
+  values::encodePrimitive(bytes(), describe(property).kind, value, false);  // the text before it was counted
 }
 
 void BinaryEventProcessor::endStructuredElement() { popFrame(); }
@@ -159,7 +122,7 @@ void BinaryEventProcessor::startContainer(const ustring& property, const ustring
   if (property.empty()) {
     writeNumber(direct::kStartToken);
     writeNamed(typeName);
-    bytes().push(direct::kWithoutIdentity);
+    bytes().append(direct::kWithoutIdentity);
   } else {
     writeKey(describe(property));
   }
@@ -203,9 +166,9 @@ void BinaryEventProcessor::endStructuredEntry() { popFrame(); }
 
 void BinaryEventProcessor::setShouldSerializeAssociations(bool should) {
   if (should)
-    categoryMasks_[0] |= associationMask();
+    categoryMasks_[0] |= kAssociations;
   else
-    categoryMasks_[0] &= ~associationMask();
+    categoryMasks_[0] &= ~kAssociations;
 }
 
 const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describe(const ustring& name) {
@@ -213,58 +176,56 @@ const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describe(c
   const std::size_t index = property->getIndex();
   if (index >= descriptors_.size()) descriptors_.resize(index + 1);
   PropertyDescriptor& descriptor = descriptors_[index];
-  if (descriptor.property == property.get()) return descriptor;
-  descriptor.kind = codeOf(property->getType());
-  descriptor.optional = property->isOptional();
-  const std::uint8_t* end = putNumber(property->getIdentifier(), descriptor.key.data());
-  descriptor.keySize = static_cast<std::uint8_t>(end - descriptor.key.data());
-  descriptor.property = property.get();
+  if (descriptor.property != property.get() || descriptor.document != document_) fill(descriptor, property);
   return descriptor;
+}
+
+void BinaryEventProcessor::fill(PropertyDescriptor& descriptor, meta::Property property) const {
+  std::array<std::uint8_t, direct::kMostNumberBytes> key{};
+  const std::uint8_t* const end = direct::encodeNumber(property->getIdentifier(), key.data());
+  descriptor.property = property.get();
+  descriptor.document = document_;
+  descriptor.kind = values::typeCodeOf(property->getType());
+  descriptor.optional = property->isOptional();
+  descriptor.keySize = static_cast<std::uint8_t>(end - key.data());
+  std::copy(key.begin(), key.begin() + descriptor.key.size(), descriptor.key.begin());
 }
 
 void BinaryEventProcessor::pushFrame(const ustring& property) {
   if (!property.empty()) writeKey(describe(property));
   const auto wanted = static_cast<std::size_t>(depth_ + 1);
-  if (frames_.size() <= wanted) {
-    frames_.emplace_back();
-    emptyFrame(frames_.back());
-  }
-  ++depth_;
+  if (frames_.size() <= wanted) emptyFrame(frames_.emplace_back());
   current_ = &frames_[wanted];
+  ++depth_;
 }
 
 void BinaryEventProcessor::popFrame() {
-  Frame& child = frames_[static_cast<std::size_t>(depth_)];
+  if (depth_ < 1) throw std::logic_error("no collection is open");
+  Frame& child = *current_;
   current_ = &frames_[static_cast<std::size_t>(depth_ - 1)];
-  writeNumber(child.count);
-  bytes().append(child.bytes.begin(), child.bytes.size());
-  emptyFrame(child);
   --depth_;
+  writeNumber(child.count);
+  bytes().append(child.bytes.data(), child.bytes.size());
+  emptyFrame(child);
 }
 
 void BinaryEventProcessor::emptyFrame(Frame& frame) {
-  static std::atomic_flag reserved;
   frame.count = 0;
   frame.bytes.clear();
-  if (!reserved.test_and_set()) frame.bytes.reserve(kFirstReservation);
+  // The first frame of the process only; most documents are small, and the rest grow anyway.
+  static const bool reserved = (frame.bytes.reserve(kFirstReservation), true);
+  static_cast<void>(reserved);
 }
 
 void BinaryEventProcessor::writeNumber(std::uint64_t number) {
-  std::uint8_t* out = bytes().prepare(kMostNumberBytes);
-  bytes().commit(static_cast<std::size_t>(putNumber(number, out) - out));
+  bytes().setEnd(direct::encodeNumber(number, bytes().makeRoom(direct::kMostNumberBytes)));
 }
 
+// Copies a fixed number of bytes, which is quicker than the few that count.
 void BinaryEventProcessor::writeKey(const PropertyDescriptor& descriptor) {
-  std::uint8_t* out = bytes().prepare(descriptor.key.size());
-  std::memcpy(out, descriptor.key.data(), descriptor.key.size());
-  bytes().commit(descriptor.keySize);
-}
-
-void BinaryEventProcessor::writeText(const ustring& text) {
-  static const fl::i18n::codecvt_ustring_to_string converter("UTF8", true);
-  if (!converter.convert(text, utf8_)) errors::raise<kr0::io::CannotSerialize>(errors::cannotSerialize());
-  writeNumber(utf8_.size());
-  bytes().append(utf8_.data(), utf8_.size());
+  std::uint8_t* const out = bytes().makeRoom(descriptor.key.size());
+  std::copy(descriptor.key.begin(), descriptor.key.end(), out);
+  bytes().setEnd(out + descriptor.keySize);
 }
 
 void BinaryEventProcessor::writeNamed(const ustring& typeName) {
@@ -276,7 +237,7 @@ void BinaryEventProcessor::writeEndMark() { writeNumber(direct::kEndToken); }
 
 void BinaryEventProcessor::writeReference(const ustring& targetType, const ustring& id1, const ustring& id2) {
   writeNamed(targetType);
-  bytes().push(direct::kWithoutQualifier);
+  bytes().append(direct::kWithoutQualifier);
   writeText(id1);
   writeText(id2);
 }
@@ -284,7 +245,7 @@ void BinaryEventProcessor::writeReference(const ustring& targetType, const ustri
 void BinaryEventProcessor::writeQualifiedReference(const ustring& targetType, const ustring& qualifier,
                                                    const ustring& id1, const ustring& id2) {
   writeNamed(targetType);
-  bytes().push(direct::kWithQualifier);
+  bytes().append(direct::kWithQualifier);
   writeText(qualifier);
   writeText(id1);
   writeText(id2);

@@ -4,13 +4,14 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
+#include <deque>
 #include <unordered_set>
 #include <vector>
 
+#include "direct/TextWriter.h"
 #include "kr/zero/io/EventProcessor.h"
 #include "values/ByteBuffer.h"
-#include "values/PrimitiveCodec.h"
+#include "values/TypeCode.h"
 
 namespace kr::zero::io {
 
@@ -54,32 +55,34 @@ class BinaryEventProcessor final : public EventProcessor {
   /// Sets or clears both association bits of the first mask.
   void setShouldSerializeAssociations(bool should);
   const CategoryMasks& getCategoryMasks() const noexcept { return categoryMasks_; }
-  /// The bytes of the document.
-  const ByteBuffer& getBytes() const;
+  /// The bytes of the document, until the next one starts.
+  const values::ByteBuffer& getBytes() const;
 
  private:
   struct Frame {
     std::uint64_t count = 0;
-    ByteBuffer bytes;
+    values::ByteBuffer bytes;
   };
   /// What writing a property needs to know of it.
   struct PropertyDescriptor {
     const meta::Property::Impl* property = nullptr;
-    PrimitiveCode kind = PrimitiveCode::notPrimitive;
+    std::uint64_t document = 0;  ///< the document in which this was made; holds in that one only
+    values::TypeCode kind = values::TypeCode::structured;
     bool optional = false;
     std::uint8_t keySize = 0;
     std::array<std::uint8_t, 5> key{};
   };
 
-  const PropertyDescriptor& describe(const ustring& property);
+  const PropertyDescriptor& describe(const ustring& name);
+  void fill(PropertyDescriptor& descriptor, meta::Property property) const;
   void pushFrame(const ustring& property);
   void popFrame();
-  void emptyFrame(Frame& frame);
-  ByteBuffer& bytes() noexcept { return current_->bytes; }
+  static void emptyFrame(Frame& frame);
+  values::ByteBuffer& bytes() noexcept { return current_->bytes; }
 
   void writeNumber(std::uint64_t number);
   void writeKey(const PropertyDescriptor& descriptor);
-  void writeText(const ustring& text);
+  void writeText(const ustring& text) { texts_.append(bytes(), text); }
   void writeNamed(const ustring& typeName);
   void writeEndMark();
   void writeReference(const ustring& targetType, const ustring& id1, const ustring& id2);
@@ -87,14 +90,17 @@ class BinaryEventProcessor final : public EventProcessor {
                                const ustring& id2);
 
   std::int32_t depth_ = 0;
-  std::vector<Frame> frames_;
+  std::deque<Frame> frames_;
   CategoryMasks categoryMasks_{0x7FFFFFFF};
   std::vector<ustring> packageNames_;  // in order of first insertion
   std::unordered_set<ustring> knownPackageNames_;
   Frame* current_ = nullptr;
 
-  std::vector<PropertyDescriptor> descriptors_;  // by the property's index in its registry
-  std::string utf8_;
+  // By the property's index in its registry. A registry may go between two documents and another
+  // come to stand at its address, so that each document starts over; `document_` counts them.
+  std::vector<PropertyDescriptor> descriptors_;
+  std::uint64_t document_ = 0;
+  TextWriter texts_;
 };
 
 }  // namespace kr::zero::io

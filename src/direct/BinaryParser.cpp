@@ -1,7 +1,8 @@
 #include "kr/zero/io/BinaryParser.h"
 
+#include <array>
 #include <fstream>
-#include <iterator>
+#include <string>
 
 #include "direct/ParseDriver.h"
 #include "errors/MessageIds.h"
@@ -36,12 +37,18 @@ class OffsetNote {
   bool done_ = false;
 };
 
+// The size is only believed once a byte could be read: a directory opens like a file, has an absurd size
+// and fails here.
 std::vector<std::uint8_t> readAll(std::ifstream& file) {
   std::vector<std::uint8_t> bytes;
   const std::streamoff size = file.tellg();
-  if (size > 0) bytes.reserve(static_cast<std::size_t>(size));
   file.seekg(0);
-  bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  std::streambuf& buffer = *file.rdbuf();
+  if (std::char_traits<char>::eq_int_type(buffer.sgetc(), std::char_traits<char>::eof())) return bytes;
+  if (size > 0) bytes.reserve(static_cast<std::size_t>(size));
+  std::array<char, 1 << 14> piece;
+  while (const std::streamsize got = buffer.sgetn(piece.data(), piece.size()))
+    bytes.insert(bytes.end(), piece.begin(), piece.begin() + got);
   return bytes;
 }
 
@@ -53,13 +60,10 @@ BinaryParser::BinaryParser(std::unique_ptr<ParseCustomizer> customizer,
   formatName_ = IOFormatProvider::FORMAT_BINARY;
 }
 
-namespace {
+BinaryParser::BinaryParser(std::unique_ptr<ParsingModelBuilder> builder)
+    : BinaryParser(std::make_unique<ParseCustomizer>(), std::move(builder)) {}
 
-std::unique_ptr<ParsingModelBuilder> defaultBuilder() { return std::make_unique<ParsingModelBuilder>(false); }
-
-}  // namespace
-
-BinaryParser::BinaryParser() : BinaryParser(std::make_unique<ParseCustomizer>(), defaultBuilder()) {}
+BinaryParser::BinaryParser() : BinaryParser(std::make_unique<ParsingModelBuilder>(false)) {}
 BinaryParser::~BinaryParser() = default;
 
 const char* BinaryParser::getFullyQualifiedVornTypeName() const { return "kr.zero.io.BinaryParser"; }
@@ -67,9 +71,9 @@ const char* BinaryParser::getFullyQualifiedVornTypeName() const { return "kr.zer
 bool BinaryParser::doParseByteSequence(const std::vector<std::uint8_t>& bytes) {
   ParseProcessor& processor = *getParseProcessor();
   const log::Span span = getSpan()->openChild("doParseByteSequence");
-  BinaryParseContext context(processor, span);
+  BinaryParseContext context(processor, bytes, span);
   OffsetNote note(context, span);
-  const bool accepted = context.parseBinary(bytes);
+  const bool accepted = context.parseBinary();
   processor.parseCompleted();
   if (accepted) note.succeed();
   return accepted;

@@ -5,10 +5,17 @@
 
 namespace kr::zero::io {
 
-BinarySerializer::BinarySerializer()
-    : Serializer(std::make_unique<BinaryModelTraverser>(), std::make_unique<SerializeCustomizer>(ustring()),
-                 std::make_unique<BinaryEventProcessor>()) {}
+/// What the base owns, made in this order.
+struct BinarySerializer::Collaborators {
+  std::unique_ptr<EventProcessor> processor = std::make_unique<BinaryEventProcessor>();
+  std::unique_ptr<SerializeCustomizer> customizer = std::make_unique<SerializeCustomizer>(ustring());
+  std::unique_ptr<ModelTraverser> traverser = std::make_unique<BinaryModelTraverser>();
+};
 
+BinarySerializer::BinarySerializer() : BinarySerializer(Collaborators()) {}
+BinarySerializer::BinarySerializer(Collaborators collaborators)
+    : Serializer(std::move(collaborators.traverser), std::move(collaborators.customizer),
+                 std::move(collaborators.processor)) {}
 BinarySerializer::~BinarySerializer() = default;
 
 const char* BinarySerializer::getFullyQualifiedVornTypeName() const { return "kr.zero.io.BinarySerializer"; }

@@ -13,7 +13,7 @@ namespace {
 
 class TheVisitor final : public SerializationOutput::Visitor {
  public:
-  explicit TheVisitor(const ByteBuffer& bytes) : bytes_(bytes) {}
+  explicit TheVisitor(const values::ByteBuffer& bytes) : bytes_(bytes) {}
 
   void visitFile(const ustring& path) override {
     std::ofstream file(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path),
@@ -22,7 +22,7 @@ class TheVisitor final : public SerializationOutput::Visitor {
   }
   void visitStream(std::ostream& stream) override {
     if (stream.fail()) errors::raise<kr0::io::CannotSerialize>(errors::cannotSerialize());
-    for (const std::uint8_t byte : bytes_) stream.put(static_cast<char>(byte));
+    for (std::size_t i = 0; i < bytes_.size(); ++i) stream.put(static_cast<char>(bytes_.data()[i]));
   }
   void visitString(std::string&) override {
     errors::raise<kr0::io::StringNotSupported>(errors::stringNotSupported());
@@ -34,16 +34,16 @@ class TheVisitor final : public SerializationOutput::Visitor {
     errors::raise<kr0::io::IntermediateFormatNotSupported>(errors::intermediateFormatNotSupported());
   }
   void visitLittleEndianByteSequence(std::vector<unsigned char>& bytes) override {
-    bytes.assign(bytes_.begin(), bytes_.end());
+    bytes.assign(bytes_.data(), bytes_.data() + bytes_.size());
   }
 
  private:
-  const ByteBuffer& bytes_;
+  const values::ByteBuffer& bytes_;
 };
 
 }  // namespace
 
-void deliver(const ByteBuffer& bytes, const SerializationOutput& output) {
+void deliver(const values::ByteBuffer& bytes, const SerializationOutput& output) {
   TheVisitor visitor(bytes);
   output.visitOutput(visitor);
 }

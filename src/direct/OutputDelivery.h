@@ -11,6 +11,6 @@ namespace kr::zero::io {
 /// "UstringNotSupported" and "IntermediateFormatNotSupported", a stream or file that cannot be written
 /// to "CannotSerialize". Errors in the middle of the writing are not looked for: the caller's stream
 /// shows them.
-void deliver(const ByteBuffer& bytes, const SerializationOutput& output);
+void deliver(const values::ByteBuffer& bytes, const SerializationOutput& output);
 
 }  // namespace kr::zero::io

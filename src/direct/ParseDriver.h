@@ -4,108 +4,76 @@
 
 #include <boost/optional.hpp>
 #include <cstdint>
-#include <deque>
-#include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
-#include "fl/i18n/converter.h"
+#include "direct/ByteReader.h"
+#include "direct/TypeTable.h"
 #include "kr/zero/io/ParseProcessor.h"
 #include "kr/zero/log/Span.h"
 #include "kr/zero/ustring.h"
 
 namespace kr::zero::io {
 
-/// How the values of a property are read.
-enum class ValueReader : std::uint8_t {
-  unknown,  // not asked yet
-  enumeration,
-  text,
-  boolean,
-  integer8,
-  integer16,
-  integer,
-  integer64,
-  uinteger8,
-  uinteger16,
-  unlimitedNatural,
-  uinteger64,
-  real
-};
-
-/// One parse of one document.
+/// One parse of one document. It knows bytes and nothing of models: what a name means is asked of the
+/// processor.
 class BinaryParseContext {
  public:
+  /// @param bytes and span must outlive the context.
   /// @param span where errors are recorded.
-  BinaryParseContext(ParseProcessor& processor, const log::Span& span);
+  BinaryParseContext(ParseProcessor& processor, const std::vector<std::uint8_t>& bytes, const log::Span& span)
+      : reader_(processor, bytes, span), processor_(processor) {}
 
   /// Reads the whole input.
   /// @return false where the framework refused the document.
-  /// @throws Error<kr0::io::CorruptInput>, std::out_of_range for a property number that the innermost
-  ///   type does not have, std::runtime_error for a number cut short; what the processor throws.
-  bool parseBinary(const std::vector<std::uint8_t>& bytes);
+  /// @throws Error<kr0::io::CorruptInput>; std::out_of_range for a property number that the innermost
+  ///   type does not have; std::runtime_error for a fixed-width number cut short; what the processor
+  ///   throws.
+  bool parseBinary();
 
   /// Bytes read so far.
-  std::size_t getOffset() const noexcept { return static_cast<std::size_t>(position_ - begin_); }
+  std::size_t getOffset() const noexcept { return reader_.getOffset(); }
 
  private:
-  enum class ElementKind { root = 0, datatype = 1, composition = 3 };
-
-  struct PropertyEntry {
-    const ustring* name = nullptr;           // null: no property has this number
-    const meta::Type::Impl* type = nullptr;  // the type that `reader` is for
-    ValueReader reader = ValueReader::unknown;
-  };
-  /// A type name of the document, and the names of its properties by number.
-  struct TypeEntry {
-    std::string utf8;
-    ustring name;
-    const ustring* stable = nullptr;  // the meta model's own string of the name, once known
-    bool isRegistered = false;
-    std::vector<PropertyEntry> properties;
-    const ustring& getName() const { return stable != nullptr ? *stable : name; }
+  /// The type of an element that is about to be opened.
+  struct ElementType {
+    std::string_view utf8;
+    const ustring* name;
+    TypeTable* table;  // null the first time
   };
 
   bool readHeader();
   bool readItem();
+  PropertyEntry& findProperty(std::uint64_t identifier);
   bool readProperty(PropertyEntry& property);
   void readPrimitiveProperty(PropertyEntry& property, PropertyCategory category);
   void readPrimitiveValue(PropertyEntry& property, meta::Type type);
-  bool pushElement(ElementKind kind, const ustring* propertyName);
+  void readReferences(PropertyEntry& property, PropertyCategory category);
+  const ustring& readTargetType(PropertyEntry& property);
+  bool pushRoot();
+  bool pushDatatype(PropertyEntry& property);
+  bool pushComposition(PropertyEntry& property);
+  ElementType readElementHeader(TypeTable*& last);
+  bool pushElement(const ElementType& type, const ustring* propertyName, TypeTable*& last);
   void popElement();
-  void readReferences(const ustring& name, PropertyCategory category);
-  PropertyEntry& findProperty(std::uint64_t identifier);
-  void registerPropertyNames(TypeEntry& type);
-  TypeEntry& findType(std::string_view utf8);
 
-  // Readers of the units; each moves the position.
-  std::uint64_t readNumber();
-  std::uint8_t readByte();
-  std::string_view readText();
-  void readUtf16(ustring& text);
-  std::uint64_t readCount();
-  [[noreturn]] void failCorrupt(const std::string& detail) const;
-
+  ByteReader reader_;
   ParseProcessor& processor_;
-  log::Span span_;
-  const std::uint8_t* begin_ = nullptr;
-  const std::uint8_t* position_ = nullptr;
-  const std::uint8_t* end_ = nullptr;
+  TypeTables types_;
+  TypeTable* lastRoot_ = nullptr;
 
-  std::deque<TypeEntry> types_;
-  std::unordered_map<std::string_view, TypeEntry*> typeByName_;
-  TypeEntry* lastType_ = nullptr;
   // Type and closing name of every open element, innermost last.
-  std::vector<TypeEntry*> typeNames_;
+  std::vector<TypeTable*> typeNames_;
   std::vector<const ustring*> elementNames_;
 
   // Texts on their way; used again and again.
+  ustring typeName_;
   ustring text_;
   ustring id1_;
   ustring id2_;
   boost::optional<ustring> qualifier_;
-  const ustring nothing_;
+  std::string_view lastTargetType_;  // what targetType_ was made from
+  ustring targetType_;
 };
 
 }  // namespace kr::zero::io

@@ -1,61 +1,59 @@
 /// @file
-/// Internal: a growing buffer of bytes that is cheap to append to.
+/// Internal. A growing buffer of bytes with room that writers fill through a raw pointer.
+///
+///     std::uint8_t* out = buffer.makeRoom(3);
+///     *out++ = 1;
+///     buffer.setEnd(out);
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <new>
 
-namespace kr::zero::io {
+namespace kr::zero::io::values {
 
-/// Unlike std::vector it does not clear what it is about to overwrite, and appending a few bytes is a
-/// comparison and a copy.
+/// Keeps its memory when it is cleared.
 class ByteBuffer {
  public:
+  ByteBuffer() = default;
+  ByteBuffer(const ByteBuffer&) = delete;
+  ByteBuffer& operator=(const ByteBuffer&) = delete;
+
+  const std::uint8_t* data() const noexcept { return bytes_.get(); }
   std::size_t size() const noexcept { return size_; }
-  bool empty() const noexcept { return size_ == 0; }
-  const std::uint8_t* begin() const noexcept { return bytes_.get(); }
-  const std::uint8_t* end() const noexcept { return bytes_.get() + size_; }
-  /// Forgets the content and keeps the memory.
+  std::size_t capacity() const noexcept { return capacity_; }
   void clear() noexcept { size_ = 0; }
 
+  /// Makes the capacity at least this. The bytes stay; after an exception everything does.
   void reserve(std::size_t capacity) {
-    if (capacity > capacity_) resizeTo(capacity);
+    if (capacity > capacity_) grow(capacity);
   }
-  void push(std::uint8_t byte) {
-    if (size_ == capacity_) makeRoom(1);
-    bytes_[size_++] = byte;
-  }
-  void append(const void* bytes, std::size_t size) {
-    if (size > capacity_ - size_) makeRoom(size);
-    if (size != 0) std::memcpy(bytes_.get() + size_, bytes, size);
-    size_ += size;
-  }
-  /// Room for `most` bytes behind the content; commit() says how many of them were written.
-  std::uint8_t* prepare(std::size_t most) {
-    if (most > capacity_ - size_) makeRoom(most);
+  /// The place behind the last byte, with room for `count` more.
+  std::uint8_t* makeRoom(std::size_t count) {
+    if (count > capacity_ - size_) growBy(count);
     return bytes_.get() + size_;
   }
-  void commit(std::size_t written) noexcept { size_ += written; }
+  /// Takes in what was written from makeRoom()'s place up to `end`, which lies within the room.
+  void setEnd(const std::uint8_t* end) noexcept { size_ = static_cast<std::size_t>(end - bytes_.get()); }
+
+  void append(std::uint8_t byte) {
+    *makeRoom(1) = byte;
+    ++size_;
+  }
+  void append(const std::uint8_t* bytes, std::size_t count) {
+    std::uint8_t* out = makeRoom(count);
+    if (count != 0) std::memcpy(out, bytes, count);
+    size_ += count;
+  }
 
  private:
-  void makeRoom(std::size_t more) {
-    if (more > SIZE_MAX / 4 - size_) throw std::bad_alloc();
-    resizeTo(std::max(size_ + more, capacity_ * 2));
-  }
-  void resizeTo(std::size_t capacity) {
-    auto bigger = std::make_unique_for_overwrite<std::uint8_t[]>(capacity);
-    if (size_ != 0) std::memcpy(bigger.get(), bytes_.get(), size_);
-    bytes_ = std::move(bigger);
-    capacity_ = capacity;
-  }
+  void growBy(std::size_t count);
+  void grow(std::size_t capacity);
 
   std::unique_ptr<std::uint8_t[]> bytes_;
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
 };
 
-}  // namespace kr::zero::io
+}  // namespace kr::zero::io::values

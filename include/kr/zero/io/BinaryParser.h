@@ -30,6 +30,7 @@ class KR0_IO_API BinaryParser : public Parser {
   const char* getFullyQualifiedVornTypeName() const override;
 
  private:
+  explicit BinaryParser(std::unique_ptr<ParsingModelBuilder> builder);
   bool doParseFile(const ustring& path) override;
   bool doParseString(const ustring& text) override;
   bool doParseString(const std::string& text) override;

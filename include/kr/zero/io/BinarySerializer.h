@@ -28,6 +28,10 @@ class KR0_IO_API BinarySerializer : public Serializer {
 
   /// Whether associations are written; they are unless switched off.
   void setShouldSerializeAssociations(bool should);
+
+ private:
+  struct Collaborators;
+  explicit BinarySerializer(Collaborators collaborators);
 };
 
 }  // namespace kr::zero::io

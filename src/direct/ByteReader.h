@@ -1,0 +1,55 @@
+/// @file
+/// Internal: reads the units of the direct format, each checked against the end of the input.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "direct/DirectFormat.h"
+#include "kr/zero/log/Span.h"
+#include "kr/zero/ustring.h"
+#include "values/PrimitiveDecoding.h"
+
+namespace kr::zero::io {
+
+/// Each operation reads one unit and moves the position behind it, or raises CorruptInput with a detail
+/// on the span and leaves the position where the unit began.
+class ByteReader : public values::ParseState {
+ public:
+  /// @param bytes and span must outlive the reader.
+  ByteReader(ParseProcessor& target, const std::vector<std::uint8_t>& bytes, const log::Span& span)
+      : ParseState{&target, bytes.data(), bytes.data() + bytes.size()}, begin_(bytes.data()), span_(span) {}
+
+  std::size_t getOffset() const noexcept { return static_cast<std::size_t>(position - begin_); }
+  std::size_t getRemaining() const noexcept { return static_cast<std::size_t>(end - position); }
+
+  std::uint64_t readNumber() {
+    if (position != end && *position < direct::kMoreGroups) return *position++;
+    return readLongNumber();
+  }
+  /// A number of items that follow. Every item takes a byte at least, so a count that is larger than
+  /// what remains is refused.
+  std::uint64_t readCount();
+  std::uint8_t readByte() {
+    if (position == end) failCorrupt("Byte cut short");
+    return *position++;
+  }
+  /// Length and bytes; the view points into the input.
+  std::string_view readText();
+  /// A text as UTF-16, into a string that keeps its memory.
+  void readUtf16(ustring& text) { toUtf16(readText(), text); }
+  /// @throws Error<kr0::io::CorruptInput> for bytes that are not well-formed UTF-8.
+  void toUtf16(std::string_view utf8, ustring& text) const;
+
+  [[noreturn]] void failCorrupt(const char* detail) const;
+
+ private:
+  std::uint64_t readLongNumber();
+
+  const std::uint8_t* begin_;
+  const log::Span& span_;
+};
+
+}  // namespace kr::zero::io
