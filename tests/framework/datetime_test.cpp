@@ -7,6 +7,7 @@
 #include <ctime>
 #include <random>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -133,10 +134,22 @@ TEST(DateTimes, WhatIsNoneOfTheFormsIsRefused) {
                            "2010-02-01 ",
                            "2010-02-01T05:12 ",
                            "+-2010-01-01",
+                           "--01-01",
+                           "2010-0:-01",
+                           "2010-01-01T0::00",
                            "\xD9\xA2"
                            "010-02-01"}) {
     EXPECT_FALSE(DateTime::parse(text)) << text;
   }
+}
+
+TEST(DateTimes, OnlyPrefixesThatAreFormsThemselvesAreRead) {
+  constexpr std::string_view text = "2010-02-01T05:12:32.125+01:00";
+  std::vector<std::size_t> read;
+  for (std::size_t length = 0; length <= text.size(); ++length) {
+    if (DateTime::parse(text.substr(0, length))) read.push_back(length);
+  }
+  EXPECT_EQ(read, (std::vector<std::size_t>{10, 16, 19, 21, 22, 23, 26, 29}));
 }
 
 TEST(DateTimes, WhatDoesNotExistIsRefused) {

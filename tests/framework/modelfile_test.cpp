@@ -30,6 +30,8 @@ const ustring formatNameAtStart = IOFormatProvider::FORMAT_BINARY;
 struct Script {
   std::string content = "the document";
   bool streamsOnly = false;
+  bool streamFails = false;
+  std::vector<std::string> outputs;  // the kinds that the serializer was given
   std::exception_ptr serializeError;
   bool accepted = true;
   std::exception_ptr parseError;
@@ -49,11 +51,16 @@ template <class Tag>
 class Deliver final : public SerializationOutput::Visitor {
  public:
   void visitFile(const ustring&) override { FAIL() << "the target was handed to the format"; }
-  void visitStream(std::ostream& stream) override { stream << script.content; }
+  void visitStream(std::ostream& stream) override {
+    script.outputs.push_back("stream");
+    stream << script.content;
+    if (script.streamFails) stream.setstate(std::ios::badbit);
+  }
   void visitString(std::string& string) override { string = script.content; }
   void visitUString(ustring&) override { FAIL(); }
   void visitIntermediateFormat(void*) override { FAIL(); }
   void visitLittleEndianByteSequence(std::vector<unsigned char>& bytes) override {
+    script.outputs.push_back("bytes");
     if (script.streamsOnly) raise<IntermediateFormatNotSupported>("IntermediateFormatNotSupported");
     bytes.assign(script.content.begin(), script.content.end());
   }
@@ -279,6 +286,7 @@ mode_t permissionsOf(const std::string& path) {
 TEST_F(ModelFiles, ANewFileHoldsTheDocument) {
   save(path);
   EXPECT_EQ(test::readFile(path), "the document");
+  EXPECT_EQ(script.outputs, Names{"bytes"});
   EXPECT_EQ(names(), Names{"model.krb"});
 }
 
@@ -294,6 +302,13 @@ TEST_F(ModelFiles, FormatsThatWriteToStreamsOnlyAreSavedToo) {
   script.content = std::string("bytes\0\xFF\n", 8);
   save(path);
   EXPECT_EQ(test::readFile(path), script.content);
+}
+
+TEST_F(ModelFiles, AStreamThatFailsOnTheWayIsReported) {
+  script.streamsOnly = true;
+  script.streamFails = true;
+  EXPECT_NE(failureOf([&] { save(path); }), "no failure");
+  EXPECT_TRUE(names().empty());
 }
 
 TEST_F(ModelFiles, ManyMegabytesArriveWhole) {
@@ -517,6 +532,7 @@ TEST_F(ModelFiles, ACataloguedErrorPassesUnchanged) {
   using Error = foundation::core::except::Exception<CannotSerialize, std::exception, void>;
   script.serializeError = std::make_exception_ptr(Error({"kr0:io", "CannotSerialize"}));
   EXPECT_THROW(save(path), Error);
+  EXPECT_EQ(script.outputs, Names{"bytes"}) << "what failed was tried again";
   EXPECT_TRUE(names().empty());
 }
 

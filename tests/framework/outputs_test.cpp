@@ -233,6 +233,16 @@ TEST(FileSinks, HaveWrittenAllWhenTheyGo) {
   EXPECT_EQ(test::readFile(path), std::string(100000, 'x'));
 }
 
+TEST(FileSinks, AreClosedOnce) {
+  const std::string path = test::temporaryPath("sink-closed.bin");
+  FileSink sink(wide(path));
+  sink.write("abc").flush();
+  sink.close();
+  EXPECT_NO_THROW(sink.close());
+  EXPECT_NE(failureOf([&] { sink.writeByte('d'); }), "no failure");
+  EXPECT_EQ(test::readFile(path), "abc");
+}
+
 TEST(FileSinks, NameThePathAndReasonWhereTheyCannotCreate) {
   const std::string path = test::temporaryPath("missing/sink.bin");
   const std::string failure = failureOf([&] { FileSink sink(wide(path)); });
