@@ -1,5 +1,6 @@
 #include "kr/zero/meta/MetaRegistry.h"
 
+#include <atomic>
 #include <mutex>
 #include <shared_mutex>
 #include <utility>
@@ -17,8 +18,31 @@ MetaError::~MetaError() = default;
 struct MetaRegistry::State {
   std::mutex adding;
   mutable std::shared_mutex guard;
+  // Readers that come while additions wait to move in wait too: without that, readers that follow each
+  // other closely would keep `guard` forever.
+  std::atomic<bool> moving{false};
   RegistryContents contents;
+
+  std::shared_lock<std::shared_mutex> lockForReading() const {
+    moving.wait(true, std::memory_order_relaxed);
+    return std::shared_lock(guard);
+  }
+  void moveIn(RegistryContents&& made);
 };
+
+void MetaRegistry::State::moveIn(RegistryContents&& made) {
+  struct Announcement {
+    std::atomic<bool>& moving;
+    explicit Announcement(std::atomic<bool>& flag) : moving(flag) { moving = true; }
+    ~Announcement() {
+      moving = false;
+      moving.notify_all();
+    }
+  };
+  const Announcement announcement(moving);
+  const std::unique_lock lock(guard);
+  contents.absorb(std::move(made));
+}
 
 MetaRegistry::MetaRegistry() : state_(std::make_unique<State>()) {
   for (const auto& type : getStandardTypes()) {
@@ -37,32 +61,30 @@ MetaRegistry& MetaRegistry::instance() {
 
 void MetaRegistry::add(const std::vector<PackageDefinition>& packages) {
   const std::lock_guard adding(state_->adding);
-  RegistryContents made = RegistryLoader(state_->contents).load(packages);
-  const std::unique_lock guard(state_->guard);
-  state_->contents.absorb(std::move(made));
+  state_->moveIn(RegistryLoader(state_->contents).load(packages));
 }
 
 void MetaRegistry::add(const PackageDefinition& package) { add(std::vector{package}); }
 
 Type MetaRegistry::findType(std::string_view qualifiedName) const {
-  const std::shared_lock guard(state_->guard);
+  const auto lock = state_->lockForReading();
   const auto it = state_->contents.typesByUtf8.find(qualifiedName);
   return it == state_->contents.typesByUtf8.end() ? Type() : it->second;
 }
 
 Type MetaRegistry::findType(std::u16string_view qualifiedName) const {
-  const std::shared_lock guard(state_->guard);
+  const auto lock = state_->lockForReading();
   const auto it = state_->contents.typesByName.find(qualifiedName);
   return it == state_->contents.typesByName.end() ? Type() : it->second;
 }
 
 bool MetaRegistry::hasPackage(std::string_view uri) const {
-  const std::shared_lock guard(state_->guard);
+  const auto lock = state_->lockForReading();
   return state_->contents.packageUris.contains(uri);
 }
 
 std::vector<PackageInfo> MetaRegistry::getPackages() const {
-  const std::shared_lock guard(state_->guard);
+  const auto lock = state_->lockForReading();
   return state_->contents.packages;
 }
 
