@@ -294,7 +294,7 @@ class Writer {
 
   void writeReferenceElement(Element element, const Feature& feature, std::size_t position) {
     if (const Element target = element.getReference(feature.property, position)) {
-      // An attribute of its own keeps what refers to this document apart from what refers to others.
+      // Where one target needs an href all get one: their order is that of the elements.
       beginAttribute("href");
       body_.push_back('#');
       appendAddress(element, feature, target);
