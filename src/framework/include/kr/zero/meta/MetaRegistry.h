@@ -47,11 +47,14 @@ class KR0_FRAMEWORK_API MetaRegistry {
   /// The registry of the process.
   static MetaRegistry& instance();
 
-  /// Takes in packages that may refer to each other and to what is known already. All or nothing.
-  /// @throws MetaError where something is inconsistent: a name or URI twice, an unknown type or
-  ///   supertype, supertypes in a circle, an identifier out of range or met twice in one class, two
-  ///   properties of one name meeting in one class, bounds that contradict, an opposite that does not
-  ///   fit. The registry is then as it was.
+  /// Takes in packages that may refer to each other and to what is known already. All or nothing: after
+  /// an exception, std::bad_alloc among them, the registry is as it was.
+  /// @throws MetaError where something is inconsistent: a name that is empty, malformed or there already, a
+  ///   package's URI there already, an unknown type or supertype, supertypes in a circle, an identifier out
+  ///   of range or met twice in one class, two properties of one name meeting in one class, bounds that
+  ///   contradict, a composite that is no class, a datatype that holds a class or itself, an opposite that
+  ///   does not fit. Also where the properties that all classes list come to more than 8 million (classes
+  ///   that list the same ones counted once): chains of thousands of classes that each add some.
   void add(const std::vector<PackageDefinition>& packages);
   void add(const PackageDefinition& package);
 
