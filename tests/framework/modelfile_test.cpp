@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -513,6 +517,77 @@ TEST_F(ModelFiles, APipeIsWrittenTo) {
   reader.join();
   EXPECT_EQ(read, "the document");
   EXPECT_TRUE(fs::is_fifo(at("pipe")));
+}
+
+// A signal that interrupts calls every millisecond, in this thread only.
+class Interruptions {
+ public:
+  Interruptions() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};  // without SA_RESTART
+    sigaction(SIGALRM, &action, &before_);
+    const itimerval often{{0, 1000}, {0, 1000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+  }
+  ~Interruptions() {
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &before_, nullptr);
+  }
+  Interruptions(const Interruptions&) = delete;
+  Interruptions& operator=(const Interruptions&) = delete;
+
+ private:
+  struct sigaction before_ {};
+};
+
+TEST_F(ModelFiles, SignalsDoNotDisturbASave) {
+  ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
+  script.content = std::string(300000, 'x') + "end";
+  std::string read;
+  sigset_t alarm;
+  sigset_t before;
+  sigemptyset(&alarm);
+  sigaddset(&alarm, SIGALRM);
+  pthread_sigmask(SIG_BLOCK, &alarm, &before);  // the reader inherits this
+  std::thread reader([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // opening waits for the reader ...
+    std::ifstream in(at("pipe"), std::ios::binary);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // ... and writing for room
+    read.assign(std::istreambuf_iterator<char>(in), {});
+  });
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  std::string failure;
+  {
+    const Interruptions interruptions;
+    failure = failureOf([&] { save(at("pipe")); });
+  }
+  if (failure != "no failure") test::writeFile(at("pipe"), "");  // the reader may still wait for a writer
+  reader.join();
+  EXPECT_EQ(failure, "no failure");
+  EXPECT_EQ(read, script.content);
+}
+
+std::ptrdiff_t countOpenDescriptors() {
+  const fs::directory_iterator all("/proc/self/fd");
+  return std::distance(begin(all), end(all));
+}
+
+TEST_F(ModelFiles, NoDescriptorStaysOpenWhateverHappens) {
+  if (!fs::exists("/proc/self/fd")) GTEST_SKIP() << "there is no /proc here";
+  fs::create_directory(at("folder"));
+  const std::ptrdiff_t before = countOpenDescriptors();
+  save(path);
+  EXPECT_NE(failureOf([&] { save(at("folder")); }), "no failure");
+  EXPECT_NE(failureOf([&] { save(at(std::string(256, 'n'))); }), "no failure");
+  {
+    const FileSizeLimit limit(5);
+    EXPECT_NE(failureOf([&] { save(path); }), "no failure");
+  }
+  if (fs::is_character_file("/dev/full")) {
+    EXPECT_NE(failureOf([&] { save("/dev/full"); }), "no failure");
+  }
+  EXPECT_EQ(countOpenDescriptors(), before);
 }
 
 TEST_F(ModelFiles, WhatTheFormatRaisesPassesAndTheOldFileStays) {
