@@ -1,0 +1,95 @@
+/// @file
+/// Leads events through the processors of a grammar's rules.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "kr/zero/export.h"
+#include "modeling/sylvan/SylvanEventCode.h"
+#include "modeling/sylvan/SylvanPrimitive.h"
+#include "modeling/sylvan/grammar/ProcessorPool.h"
+#include "modeling/sylvan/grammar/RepetitionProcessor.h"
+#include "modeling/sylvan/grammar/SequenceProcessor.h"
+#include "modeling/sylvan/grammar/SingleProcessors.h"
+
+namespace modeling::sylvan::grammar {
+
+/// All of ProcessorManager that does not depend on the blackboard.
+///
+/// Every open rule has an entry on the stack, the start rule at the bottom. An event goes to the topmost
+/// processor, which accepts it, or gives it up to a new processor on top of it, or ends and leaves it to the
+/// one below. The depth of the events only costs memory, never stack of the thread, and a processor is
+/// made only where the nesting is deeper than ever before.
+class KR0_FRAMEWORK_API ProcessorStack {
+ public:
+  ProcessorStack(const ProcessorStack&) = delete;
+  ProcessorStack& operator=(const ProcessorStack&) = delete;
+  virtual ~ProcessorStack();
+
+  /// Feeds an event that has no primitive.
+  /// @throws GrammarException if the grammar does not allow the event here; the text names the processors,
+  ///         outermost first, one per line, and then what was expected and what came. Of a deep stack only
+  ///         the outermost and the innermost are named. What the grammar's acts throw comes out like this as
+  ///         well, unless it is no std::exception. After any exception the events that follow are no longer
+  ///         checked in a useful way.
+  void process(SylvanEventCode code) { doProcess(code, noPrimitive_); }
+  /// Feeds an event with its primitive; for kinds that have none it means nothing.
+  void process(SylvanEventCode code, const SylvanPrimitive& primitive) { doProcess(code, primitive); }
+
+ protected:
+  /// How a processor got on the stack, and so where it goes when it leaves.
+  enum class Code : std::uint8_t {
+    empty = 0,
+    terminal = 1,
+    action = 2,
+    choice = 3,
+    optional = 4,
+    repetition = 5,
+    sequence = 6,
+  };
+
+  ProcessorStack();
+
+  virtual void doProcess(SylvanEventCode code, const SylvanPrimitive& primitive);
+
+  /// Puts a processor for the rule on top; for an alias, one for the rule that it stands for.
+  /// @throws GrammarException for a rule of a kind that does not exist: nothing serves it.
+  void select(const Rule& rule);
+
+  /// From the bottom up.
+  const std::vector<Processor*>& getProcessors() const noexcept { return processors_; }
+  /// Parallel to getProcessors().
+  const std::vector<Code>& getCodes() const noexcept { return codes_; }
+  /// Numbers of repetition and sequence processors that were made.
+  std::size_t getRepetitionCount() const noexcept { return repetitions_.getCount(); }
+  std::size_t getSequenceCount() const noexcept { return sequences_.getCount(); }
+
+ private:
+  /// The one processor for rules that act on the blackboard.
+  virtual Processor& getActionProcessor() noexcept = 0;
+
+  void route(SylvanEventCode code, const SylvanPrimitive& primitive);
+  void selectKind(const Rule& rule);
+  void push(Processor& processor, Code code, const Rule& rule);
+  void reserveEntry();
+  void release();
+  bool isTopExhausted() const noexcept;
+  std::string traceBelowTop() const;
+
+  std::vector<Processor*> processors_;
+  std::vector<Code> codes_;
+  /// The kinds that rules passed over at the event in hand would have begun with.
+  EventKinds passed_;
+  SylvanPrimitive noPrimitive_;
+
+  EmptyProcessor empty_;
+  TerminalProcessor terminal_;
+  ChoiceProcessor choice_;
+  OptionalProcessor optional_;
+  ProcessorPool<RepetitionProcessor> repetitions_;
+  ProcessorPool<SequenceProcessor> sequences_;
+};
+
+}  // namespace modeling::sylvan::grammar
