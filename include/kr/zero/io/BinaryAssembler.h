@@ -1,0 +1,140 @@
+/// @file
+/// The reader of the tagged binary format.
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <istream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "kr/zero/io/ParsingInput.h"
+#include "kr/zero/io/export.h"
+#include "kr/zero/ustring.h"
+#include "modeling/sylvan/SylvanEventProcessor.h"
+
+namespace kr::zero::io {
+
+namespace tagged {
+class StreamBytes;
+}
+
+/// Reads the tagged binary format (docs/formats/tagged.md) and sends what it finds as tree events.
+///
+///     modeling::sylvan::EventPrinter printer(std::cout);
+///     kr::zero::io::BinaryAssembler assembler(&printer);
+///     kr::zero::io::ParsingInput::fromFile(u"books.krs").visitInput(assembler);
+///
+/// Checks bytes, not structure: events come in the order of the bytes, whether they balance or not. The
+/// first byte, the version and the byte-order marker are not held against anything. A document may end
+/// after any item; then there is no endDocument. Nothing behind the tag that ends a document is read.
+///
+/// Malformed bytes, a file that cannot be opened and a stream that has failed raise "CorruptInput"; a
+/// string longer than any can be raises std::length_error, and one that there is no memory for
+/// std::bad_alloc. A UTF-16 string raises "UstringNotSupported", an intermediate form or a byte sequence
+/// "IntermediateFormatNotSupported", before anything is read. What the target throws passes unchanged. In
+/// each case the events sent so far stay sent, and the assembler can read another document.
+///
+/// A stream of the caller's is left as if every byte had been fetched by peek() and get(): positioned
+/// behind the last byte used, with the state and the exceptions that these lead to. A stream tied to it
+/// is flushed when more bytes have to be fetched, not for every byte.
+///
+/// May be used for one document after another; not from two threads at once, and not by its own target.
+class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
+ public:
+  /// Where bytes come from.
+  class KR0_IO_API Source {
+   public:
+    Source() = default;
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+    virtual ~Source();
+    /// Whether peeking at stream() finds no byte.
+    virtual bool isEmpty();
+    virtual std::istream& stream() = 0;
+  };
+
+  /// A file of its own. Raises "CorruptInput" where it cannot be opened.
+  class KR0_IO_API FileSource final : public Source {
+   public:
+    explicit FileSource(const ustring& path);
+    ~FileSource() override;
+    std::istream& stream() override;
+
+   private:
+    std::unique_ptr<char[]> buffer_;
+    std::ifstream stream_;
+  };
+
+  /// A stream of the caller's, kept by reference. Raises "CorruptInput" where it has failed already.
+  class KR0_IO_API StreamSource final : public Source {
+   public:
+    explicit StreamSource(std::istream& stream);
+    ~StreamSource() override;
+    std::istream& stream() override;
+
+   private:
+    std::istream& stream_;
+  };
+
+  /// A copy of a string of bytes.
+  class KR0_IO_API StringSource final : public Source {
+   public:
+    explicit StringSource(const std::string& bytes);
+    ~StringSource() override;
+    std::istream& stream() override;
+
+   private:
+    std::istringstream stream_;
+  };
+
+  /// @param processor receives the events; must outlive the assembler.
+  explicit BinaryAssembler(modeling::sylvan::SylvanEventProcessor<void>* processor);
+  BinaryAssembler(const BinaryAssembler&) = delete;
+  BinaryAssembler& operator=(const BinaryAssembler&) = delete;
+  ~BinaryAssembler() override;
+
+  // Each drops the source of the document before, then reads one document.
+  void visitFile(const ustring& path) override;
+  void visitStream(std::istream& stream) override;
+  void visitString(const std::string& string) override;
+  void visitUString(const ustring& string) override;
+
+  /// Bytes of the current or last document that were taken from its source.
+  std::uint64_t getByteOffset() const noexcept;
+  /// What exactly was wrong where the last document ended in "CorruptInput", else an empty text.
+  const char* getErrorDetail() const noexcept;
+
+ private:
+  void visitIntermediateFormat(const void* intermediate) override;
+  void visitLittleEndianByteSequence(const std::vector<unsigned char>& bytes) override;
+
+  template <class SourceType, class Input>
+  void readFrom(Input& input, const char* failure);
+
+  bool isStreamEmpty() const;
+  unsigned char getNextByte() const;
+  void assembleDocument();
+  void assembleVersion();
+  void assembleEndianess();
+  void assemble();
+  void assembleItem(unsigned char tag);
+  // What these return is valid until the next of them is called.
+  const modeling::sylvan::SylvanPrimitive& assembleNextPrimitive();
+  const modeling::sylvan::SylvanPrimitive& assemblePrimitive(const unsigned char& tag);
+  const modeling::sylvan::SylvanPrimitive& assembleInteger(unsigned char tag);
+  const modeling::sylvan::SylvanPrimitive& assembleString(std::uint64_t size);
+  std::uint64_t assembleNumber(unsigned width);
+
+  modeling::sylvan::SylvanEventProcessor<void>* processor_;
+  bool littleEndian_ = true;
+  std::unique_ptr<Source> source_;
+
+  std::unique_ptr<tagged::StreamBytes> bytes_;  // reads from the source
+  modeling::sylvan::SylvanPrimitive number_;    // the last primitive that was not a string
+  modeling::sylvan::SylvanPrimitive string_;    // always a string, the last one; keeps its memory
+};
+
+}  // namespace kr::zero::io
