@@ -46,6 +46,7 @@ bool Parser::parse(const ParsingInput& input) {
   processor_->reset();
   Dispatch dispatch(*this);
   input.visitInput(dispatch);
+  if (dispatch.getResult()) finishParse();
 
   if (!dispatch.getResult()) {
     const std::string& refused = processor_->getCustomizer().getProblem();
@@ -93,6 +94,8 @@ bool Parser::doParseStream(std::istream& stream) {
   if ((stream.exceptions() & std::ios_base::eofbit) == 0) stream.setstate(std::ios_base::eofbit);
   return doParseByteSequence(bytes);
 }
+
+void Parser::finishParse() {}
 
 std::string Parser::describeFailure() const {
   std::string text;

@@ -65,6 +65,9 @@ class KR0_FRAMEWORK_API Parser {
   virtual bool doParseByteSequence(const std::vector<std::uint8_t>& bytes) = 0;
   /// Reads the stream to its end and hands the bytes to doParseByteSequence, unless overridden.
   virtual bool doParseStream(std::istream& stream);
+  /// Called by parse after a hook that returned true: the place to look at the document as a whole. Does
+  /// nothing unless overridden.
+  virtual void finishParse();
 
   std::unique_ptr<ParseCustomizer> customizer_;
   std::unique_ptr<ParsingModelBuilder> builder_;

@@ -1,0 +1,27 @@
+/// @file
+/// Internal: the entry names of a model's tree event document, for its writer and its reader.
+#pragma once
+
+#include <cstdint>
+
+#include "modeling/sylvan/SylvanPrimitive.h"
+
+namespace kr::zero::io::internal {
+
+inline constexpr std::uint64_t kTreeDocumentVersion = 1;
+
+/// What the start of the document carries.
+inline constexpr const char* kTreeDocumentName = "KR0";
+
+// Metadata of the document.
+inline constexpr const char* kVersionEntry = "version";
+inline constexpr const char* kPackagesEntry = "packages";
+
+// Metadata of an object, and entries of a reference.
+inline constexpr const char* kTypeEntry = "type";
+inline constexpr const char* kIdEntry = "id";
+
+// Entry of a reference into another document.
+inline constexpr const char* kQualifierEntry = "qualifier";
+
+}  // namespace kr::zero::io::internal

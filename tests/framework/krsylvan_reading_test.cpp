@@ -1,0 +1,434 @@
+// Models out of tree events, and what is refused.
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "framework/TreeEventTesting.h"
+#include "modeling/sylvan/EventRecorder.h"
+
+namespace kr::zero::io {
+namespace {
+
+using test::EventScript;
+using test::Primitive;
+
+Primitive number(std::int64_t value) { return Primitive(value); }
+Primitive natural(std::uint64_t value) { return Primitive(value); }
+Primitive text(const char* value) { return Primitive(std::string(value)); }
+
+class TreeEventReading : public ::testing::Test, protected test::LibraryFixture {
+ protected:
+  test::EventParser parser{*registry};
+
+  /// Reads a document of one book whose content a function sends.
+  bool readBook(const std::function<void(EventScript&)>& send) {
+    return parser.parseEvents([&](test::TreeTarget& target) {
+      EventScript script(target);
+      script.header().object("library.Book");
+      send(script);
+      script.endObject().footer();
+    });
+  }
+  /// The one book of a document that is accepted.
+  Element bookOf(const std::function<void(EventScript&)>& send) {
+    EXPECT_TRUE(readBook(send)) << (parser.getProblems().empty() ? "" : parser.getProblems().front());
+    model = parser.takeModel();
+    return model.getRoots().at(0);
+  }
+  /// Why a book is refused by exception.
+  std::string errorOfBook(const std::function<void(EventScript&)>& send) {
+    return test::errorOf<ValueError>([&] { readBook(send); });
+  }
+  std::string errorOfEvents(const std::function<void(EventScript&)>& send) {
+    return test::errorOf<ValueError>([&] {
+      parser.parseEvents([&](test::TreeTarget& target) {
+        EventScript script(target);
+        send(script);
+      });
+    });
+  }
+};
+
+TEST_F(TreeEventReading, WhatIsWrittenIsReadBack) {
+  Element library = model.createRoot("library.Library");
+  Element book = library.create("books");
+  book.set("name", "Emma");
+  book.setEmpty("isbn");
+  book.setInteger("genre", 5);
+  book.addInteger("genres", 0);
+  book.set("pages", -3);
+  book.setUnsigned("copies", std::numeric_limits<std::uint64_t>::max());
+  book.set("weight", -0.0);
+  book.set("lent", false);
+  book.setTextForm("key", "00112233-4455-6677-8899-aabbccddeeff");
+  book.setText("printed", "2024-02-29T12:00:00.50+01:00");
+  book.add("tags", "x");
+  book.setEmpty("years");
+  book.create("chapters").set("first", 1);
+  book.create("chapters");
+  book.create("preface").setEmpty("last");
+  Element author = library.create("authors");
+  author.setIdentity("people", "jane");
+  book.addReference("authors", author);
+  book.putReference("sequel", book);
+  book.putUnresolved("bestOf", {"library.Author", "x", "y", "other"});
+  book.create("volumes").create("volumes");
+  library.create("treasure");
+  modeling::sylvan::EventRecorder events;
+  test::sendModel(model, events);
+  ASSERT_TRUE(parser.parseEvents([&](test::TreeTarget& target) { events.replay(target); }));
+  const Model again = parser.takeModel();
+  EXPECT_EQ(test::eventText(again), test::eventText(model));
+  modeling::sylvan::EventRecorder second;
+  test::sendModel(again, second);
+  EXPECT_TRUE(second == events);
+}
+
+TEST_F(TreeEventReading, AnIntegerPropertyTakesEitherKindOfInteger) {
+  EXPECT_EQ(bookOf([](EventScript& s) { s.set("pages", natural(7)); }).getInteger("pages"), 7);
+  EXPECT_EQ(bookOf([](EventScript& s) { s.set("copies", number(7)); }).getUnsigned("copies"), 7u);
+}
+
+TEST_F(TreeEventReading, ThePropertiesMayComeInAnyOrder) {
+  const Element book = bookOf([](EventScript& s) { s.set("pages", number(1)).set("name", text("n")); });
+  EXPECT_EQ(book.getInteger("pages"), 1);
+  EXPECT_EQ(book.getText("name"), "n");
+}
+
+TEST_F(TreeEventReading, ASetCollectionThatHoldsNothingIsEmptyNotUnset) {
+  const Element book = bookOf([](EventScript& s) {
+    s.entry("tags").to.startSequence();
+    s.to.endSequence();
+    s.end();
+  });
+  EXPECT_EQ(book.getState("tags"), PropertyState::empty);
+  EXPECT_EQ(book.getState("years"), PropertyState::unset);
+}
+
+TEST_F(TreeEventReading, OneParserReadsOneDocumentAfterAnother) {
+  EXPECT_NE(errorOfBook([](EventScript& s) { s.entry("name").entry("name"); }), "");
+  EXPECT_EQ(bookOf([](EventScript& s) { s.set("name", text("b")); }).getText("name"), "b");
+  EXPECT_EQ(model.size(), 1u);
+}
+
+TEST_F(TreeEventReading, BothEndsOfARangeFit) {
+  EXPECT_EQ(bookOf([](EventScript& s) { s.set("pages", number(-32768)); }).getInteger("pages"), -32768);
+  EXPECT_EQ(bookOf([](EventScript& s) { s.set("pages", natural(32767)); }).getInteger("pages"), 32767);
+}
+
+// --- Values that do not fit
+
+TEST_F(TreeEventReading, ANumberAboveTheRangeIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("pages", natural(32768)); }),
+            "/book.pages: the number 32768 is out of the range of its type Integer16, -32768 to 32767");
+}
+
+TEST_F(TreeEventReading, ANumberBelowTheRangeIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("pages", number(-32769)); }),
+            "/book.pages: the number -32769 is out of the range of its type Integer16, -32768 to 32767");
+}
+
+TEST_F(TreeEventReading, ANegativeNumberDoesNotFitAnUnsignedType) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("copies", number(-1)); }),
+            "/book.copies: the number -1 is out of the range of its type UInteger64, 0 to "
+            "18446744073709551615");
+}
+
+TEST_F(TreeEventReading, AnUnsignedNumberBeyondSignedTypesIsRefused) {
+  EXPECT_NE(errorOfBook([](EventScript& s) { s.set("pages", natural(1ull << 63)); }), "");
+}
+
+TEST_F(TreeEventReading, AWrongKindOfValueIsRefused) {
+  const auto of = [&](const char* property, Primitive value) {
+    return errorOfBook([&](EventScript& s) { s.set(property, value); });
+  };
+  EXPECT_EQ(of("pages", text("7")), "/book.pages: expected a value of type Integer16, found a text");
+  EXPECT_EQ(of("lent", number(1)), "/book.lent: expected a value of type Boolean, found the number 1");
+  EXPECT_EQ(of("weight", number(1)), "/book.weight: expected a value of type Real, found the number 1");
+  EXPECT_EQ(of("weight", true), "/book.weight: expected a value of type Real, found a boolean");
+  EXPECT_EQ(of("lent", 1.5), "/book.lent: expected a value of type Boolean, found a real");
+  EXPECT_EQ(of("name", number(1)), "/book.name: expected a value of type String, found the number 1");
+  EXPECT_EQ(of("genre", number(5)),
+            "/book.genre: expected a value of type library.Genre, found the number 5");
+  EXPECT_EQ(of("sequel", text("x")), "/book.sequel: expected a reference, found a text");
+  EXPECT_EQ(of("preface", text("x")), "/book.preface: expected a struct, found a text");
+  EXPECT_EQ(of("tags", text("x")), "/book.tags: expected a sequence, found a text");
+  EXPECT_EQ(of("volumes", text("x")), "/book.volumes: expected a sequence, found a text");
+}
+
+TEST_F(TreeEventReading, ATextThatIsNoValueOfItsTypeIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("genre", text("opera")); }),
+            "/book.genre: \"opera\" is not a library.Genre");
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("key", text("1")); }), "/book.key: \"1\" is not a UUID");
+}
+
+TEST_F(TreeEventReading, NullFitsOptionalPrimitivesOnly) {
+  const Primitive null(nullptr);
+  EXPECT_EQ(bookOf([&](EventScript& s) { s.set("pages", null); }).getState("pages"), PropertyState::empty);
+  for (const char* property : {"name", "tags", "sequel", "preface", "volumes"})
+    EXPECT_EQ(errorOfBook([&](EventScript& s) { s.set(property, null); }),
+              "/book." + std::string(property) + ": cannot be explicitly empty");
+}
+
+TEST_F(TreeEventReading, NullInACollectionIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) {
+              s.entry("tags").to.startSequence();
+              s.value(Primitive(nullptr));
+            }),
+            "/book.tags: expected a value of type String, found null");
+  EXPECT_EQ(errorOfBook([](EventScript& s) {
+              s.entry("years").to.startSequence();
+              s.value(Primitive(nullptr));
+            }),
+            "/book.years: expected a value of type Integer, found null");
+}
+
+TEST_F(TreeEventReading, ASequenceForASinglePropertyIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.entry("name").to.startSequence(); }),
+            "/book.name: expected a value of type String, found a sequence");
+}
+
+TEST_F(TreeEventReading, AStructForAPrimitiveIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.entry("name").to.startStruct(); }),
+            "/book.name: expected a value of type String, found a struct");
+}
+
+TEST_F(TreeEventReading, AnObjectForADatatypeOrReferenceIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.entry("preface").to.startMetadata(); }),
+            "/book.preface: expected a struct, found an object");
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.entry("sequel").to.startMetadata(); }),
+            "/book.sequel: expected a reference, found an object");
+}
+
+TEST_F(TreeEventReading, AStructForAChildIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) {
+              s.entry("volumes").to.startSequence();
+              s.to.startStruct();
+            }),
+            "/book.volumes: expected an object, found a struct");
+}
+
+TEST_F(TreeEventReading, ASecondValueOfASinglePropertyIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.entry("name").text("a").text("b"); }),
+            "/book: expected the end of the entry, found a text");
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("name", text("a")).set("name", text("b")); }),
+            "/book.name: holds one value and is given a second");
+}
+
+TEST_F(TreeEventReading, AnEntryWithoutValueIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.entry("name").end(); }),
+            "/book.name: expected a value of type String, found the end of the entry");
+}
+
+TEST_F(TreeEventReading, AnUnknownPropertyIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("colour", text("red")); }),
+            "/book: type library.Book has no property \"colour\"");
+}
+
+TEST_F(TreeEventReading, APropertyWithoutStoredValueIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("age", number(1)); }),
+            "/book.age: the property has no stored value");
+}
+
+TEST_F(TreeEventReading, AnEntryNameThatIsNoTextIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.to.startNamedEntry(number(1)); }),
+            "/book: the name of an entry is the number 1, not a text");
+}
+
+TEST_F(TreeEventReading, AMalformedTextIsACorruptDocument) {
+  EXPECT_EQ(test::errorOf<std::runtime_error>(
+                [&] { readBook([](EventScript& s) { s.set("name", text("\xFF")); }); }),
+            "a text is not well-formed UTF-8");
+}
+
+// --- Objects and references
+
+TEST_F(TreeEventReading, AnObjectWithoutTypeIsRefused) {
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.header().to.startMetadata();
+              s.to.endMetadata();
+            }),
+            "/: the metadata of an object has no entry \"type\"");
+}
+
+TEST_F(TreeEventReading, AnUnknownEntryOfMetadataIsRefused) {
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.header().to.startMetadata();
+              s.entry("colour");
+            }),
+            "/: the metadata of an object has an unknown entry \"colour\"");
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.to.startDocument(Primitive(nullptr));
+              s.to.startMetadata();
+              s.entry("colour");
+            }),
+            "/: the metadata of the document has an unknown entry \"colour\"");
+}
+
+TEST_F(TreeEventReading, AnUnknownEntryOfAReferenceIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) {
+              s.entry("sequel").to.startStruct();
+              s.entry("colour");
+            }),
+            "/book.sequel: a reference has an unknown entry \"colour\"");
+}
+
+TEST_F(TreeEventReading, AReferenceWithoutTypeOrIdentityIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) {
+              s.entry("sequel").to.startStruct();
+              s.to.endStruct();
+            }),
+            "/book.sequel: a reference has no entry \"type\"");
+  EXPECT_EQ(errorOfBook([](EventScript& s) {
+              s.entry("sequel").to.startStruct();
+              s.set("type", text("library.Book")).to.endStruct();
+            }),
+            "/book.sequel: a reference has no entry \"id\"");
+}
+
+TEST_F(TreeEventReading, AnEntryThatIsThereTwiceIsRefused) {
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.header().to.startMetadata();
+              s.set("type", text("library.Book")).entry("type");
+            }),
+            "/: the metadata of an object has two entries \"type\"");
+}
+
+TEST_F(TreeEventReading, AnIdentityHasTwoTexts) {
+  const auto withTexts = [&](int count) {
+    return errorOfEvents([&](EventScript& s) {
+      s.header().to.startMetadata();
+      s.entry("id").to.startSequence();
+      for (int i = 0; i < count; ++i) s.text("x");
+      s.to.endSequence();
+      s.end();
+    });
+  };
+  EXPECT_EQ(withTexts(1), "/: an identity does not have two texts");
+  EXPECT_EQ(withTexts(0), "/: an identity does not have two texts");
+  EXPECT_EQ(withTexts(3), "/: an identity has more than two texts");
+}
+
+TEST_F(TreeEventReading, AnElementThatTheProcessorRefusesMakesTheParseFalseWithAReason) {
+  EXPECT_FALSE(parser.parseEvents([](test::TreeTarget& target) {
+    EventScript(target).header().object("library.Car").endObject().footer();
+  }));
+  EXPECT_EQ(parser.getProblems(),
+            std::vector<std::string>{"/: there is no type \"library.Car\" with properties"});
+}
+
+TEST_F(TreeEventReading, AnAbstractClassIsRefusedWithAReason) {
+  EXPECT_FALSE(parser.parseEvents([](test::TreeTarget& target) {
+    EventScript(target).header().object("library.Named").endObject().footer();
+  }));
+  EXPECT_EQ(parser.getProblems(),
+            std::vector<std::string>{"/: class library.Named is abstract and has no elements"});
+}
+
+TEST_F(TreeEventReading, APackageThatNobodyKnowsIsRefusedWithTheCustomizersReason) {
+  EXPECT_FALSE(parser.parseEvents([](test::TreeTarget& target) {
+    EventScript s(target);
+    target.startDocument(Primitive(nullptr));
+    target.startMetadata();
+    s.set("version", natural(1)).entry("packages");
+    target.startSequence();
+    s.text("urn:nobody");
+    target.endSequence();
+    s.end();
+    target.endMetadata();
+    target.startSequence();
+    s.footer();
+  }));
+  ASSERT_EQ(parser.getProblems().size(), 1u);
+  EXPECT_NE(parser.getProblems()[0].find("urn:nobody"), std::string::npos);
+}
+
+// --- The document as a whole
+
+TEST_F(TreeEventReading, AnotherVersionIsRefused) {
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.to.startDocument(Primitive(nullptr));
+              s.to.startMetadata();
+              s.set("version", natural(2));
+            }),
+            "/: expected the number 1, found the number 2");
+}
+
+TEST_F(TreeEventReading, VersionAndPackagesMustBeThere) {
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.to.startDocument(Primitive(nullptr));
+              s.to.startMetadata();
+              s.to.endMetadata();
+            }),
+            "/: the metadata of the document has no entry \"version\"");
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.to.startDocument(Primitive(nullptr));
+              s.to.startMetadata();
+              s.set("version", number(1)).to.endMetadata();
+            }),
+            "/: the metadata of the document has no entry \"packages\"");
+}
+
+TEST_F(TreeEventReading, TheDocumentsEndInsideAnElementIsRefused) {
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.to.endDocument(); }),
+            "/book: expected a property, found the end of the document");
+}
+
+TEST_F(TreeEventReading, ADocumentThatDoesNotEndIsRefusedAfterItsEvents) {
+  EXPECT_EQ(test::errorOf<std::runtime_error>([&] {
+              parser.parseEvents([](test::TreeTarget& target) {
+                EventScript(target).header().object("library.Book").endObject();
+              });
+            }),
+            "the document ends without its end mark");
+  EXPECT_EQ(parser.getModelBuilder().getModel().size(), 1u);
+}
+
+TEST_F(TreeEventReading, EveryEventIsRefusedWhereItDoesNotBelong) {
+  using Event = modeling::sylvan::SylvanEventCode;
+  const auto send = [](test::TreeTarget& to, Event event) {
+    switch (event) {
+      case Event::startDocument:
+        return;  // begins anew
+      case Event::endDocument:
+        return to.endDocument();
+      case Event::startStruct:
+        return to.startStruct();
+      case Event::endStruct:
+        return to.endStruct();
+      case Event::startNamedEntry:
+        return to.startNamedEntry(Primitive(std::string("x")));
+      case Event::endNamedEntry:
+        return to.endNamedEntry();
+      case Event::startSequence:
+        return to.startSequence();
+      case Event::endSequence:
+        return to.endSequence();
+      case Event::startMetadata:
+        return to.startMetadata();
+      case Event::endMetadata:
+        return to.endMetadata();
+      case Event::writePrimitive:
+        return to.writePrimitive(Primitive(true));
+    }
+  };
+  // At the start of a document only metadata fits; after the end nothing does.
+  for (int code = 1; code <= 10; ++code) {
+    const auto event = static_cast<Event>(code);
+    const std::string atStart = errorOfEvents([&](EventScript& s) {
+      s.to.startDocument(Primitive(nullptr));
+      send(s.to, event);
+      throw ValueError("accepted");
+    });
+    EXPECT_EQ(atStart == "accepted", event == Event::startMetadata) << atStart;
+    const std::string atEnd = errorOfEvents([&](EventScript& s) {
+      s.header().footer();
+      send(s.to, event);
+      throw ValueError("accepted");
+    });
+    EXPECT_TRUE(atEnd.starts_with("/: expected no event outside of a document, found ")) << atEnd;
+  }
+}
+
+}  // namespace
+}  // namespace kr::zero::io
