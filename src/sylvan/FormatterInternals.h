@@ -1,0 +1,25 @@
+/// @file
+/// Internal: access to parts of a BinaryFormatter that its users do not see.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "kr/zero/io/BinaryFormatter.h"
+#include "sylvan/GrammarChecker.h"
+
+namespace kr::zero::io::tagged {
+
+struct FormatterInternals {
+  /// From now on every event is checked against a rule of the grammar, and it is the grammar's blackboard
+  /// that says what the formatter is in. The bytes of a document that fits the rule stay the same.
+  static void attachGrammarChecker(BinaryFormatter& formatter, std::string ruleName) {
+    formatter.grammarChecker_ = std::make_unique<GrammarChecker>(std::move(ruleName), formatter.blackboard_);
+  }
+  static grammar::KRGrammar::Blackboard& getBlackboard(BinaryFormatter& formatter) {
+    return formatter.blackboard_;
+  }
+};
+
+}  // namespace kr::zero::io::tagged
