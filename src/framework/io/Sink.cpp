@@ -18,6 +18,19 @@ using Traits = std::char_traits<char>;
   internal::throwIoFailure("cannot write \"" + path + "\"", error);
 }
 
+// Below this size a loop over bytes beats the preparations that sputn() makes.
+constexpr std::size_t fewBytes = 64;
+
+bool put(std::filebuf& file, const std::string& bytes) {
+  if (bytes.size() >= fewBytes) {
+    const auto size = static_cast<std::streamsize>(bytes.size());
+    return file.sputn(bytes.data(), size) == size;
+  }
+  for (const char byte : bytes)
+    if (Traits::eq_int_type(file.sputc(byte), Traits::eof())) return false;
+  return true;
+}
+
 void requireGood(const std::ostream& stream) {
   if (!stream) throw std::ios_base::failure("cannot write to the stream");
 }
@@ -38,8 +51,7 @@ FileSink::~FileSink() = default;
 
 Sink& FileSink::write(const std::string& bytes) {
   errno = 0;
-  const auto size = static_cast<std::streamsize>(bytes.size());
-  if (file_.sputn(bytes.data(), size) != size) fail(file_, path_);
+  if (!put(file_, bytes)) fail(file_, path_);
   return *this;
 }
 
