@@ -20,6 +20,7 @@ class EventKinds {
     bits_ |= other.bits_;
     return *this;
   }
+  friend constexpr EventKinds join(EventKinds left, EventKinds right) noexcept { return left |= right; }
   constexpr bool operator==(const EventKinds&) const noexcept = default;
 
  private:

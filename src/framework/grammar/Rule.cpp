@@ -1,0 +1,13 @@
+#include "modeling/sylvan/grammar/Rule.h"
+
+#include <utility>
+
+namespace modeling::sylvan::grammar {
+
+Rule::Rule(RuleKind kind, std::vector<const Rule*> subRules) : kind_(kind), subRules_(std::move(subRules)) {}
+
+Rule::Rule(SylvanEventCode code) : kind_(RuleKind::terminal), start_(code), startingKinds_{code} {}
+
+Rule::~Rule() = default;
+
+}  // namespace modeling::sylvan::grammar
