@@ -35,8 +35,9 @@ std::shared_ptr<const Format> findFormat(const ustring& name) {
 
 }  // namespace
 
-// The first static of this library to be set up: static initialisers here and in libraries above use it.
+// The first statics of this library to be set up: static initialisers here and in libraries above use it.
 [[gnu::init_priority(101)]] const ustring IOFormatProvider::FORMAT_BINARY = u"BINARY";
+[[gnu::init_priority(101)]] const ustring IOFormatProvider::FORMAT_BINARY_KRSYLVAN = u"BINARY_KRSYLVAN";
 
 void IOFormatProvider::registerFormat(const ustring& name, Format format) {
   if (!format.makeSerializer || !format.makeParser) {

@@ -6,8 +6,9 @@
 
 namespace kr::zero::io {
 
-/// Registers BinarySerializer and BinaryParser with IOFormatProvider under FORMAT_BINARY, so that
-/// saveModel and loadModel find them. Call it once at start-up; calling it again changes nothing.
+/// Registers with IOFormatProvider, so that saveModel and loadModel find them: BinarySerializer and
+/// BinaryParser under FORMAT_BINARY, BinaryKRSylvanSerializer and BinaryKRSylvanParser under
+/// FORMAT_BINARY_KRSYLVAN. Call it once at start-up; calling it again changes nothing.
 KR0_IO_API void registerBinaryFormats();
 
 }  // namespace kr::zero::io

@@ -20,6 +20,8 @@ class KR0_FRAMEWORK_API IOFormatProvider {
  public:
   /// The compact binary format.
   static const ustring FORMAT_BINARY;
+  /// The tagged binary format, which carries its own names.
+  static const ustring FORMAT_BINARY_KRSYLVAN;
 
   struct Format {
     std::function<std::unique_ptr<Serializer>()> makeSerializer;

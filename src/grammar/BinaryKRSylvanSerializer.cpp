@@ -1,0 +1,27 @@
+#include "kr/zero/io/BinaryKRSylvanSerializer.h"
+
+namespace kr::zero::io {
+
+BinaryKRSylvanSerializer::BinaryKRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser,
+                                                   std::unique_ptr<SerializeCustomizer> customizer)
+    : KRSylvanSerializer(std::move(traverser), std::move(customizer)) {}
+
+BinaryKRSylvanSerializer::BinaryKRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser)
+    : BinaryKRSylvanSerializer(std::move(traverser), std::make_unique<SerializeCustomizer>()) {}
+
+BinaryKRSylvanSerializer::BinaryKRSylvanSerializer()
+    : BinaryKRSylvanSerializer(std::make_unique<ModelTraverser>()) {}
+
+BinaryKRSylvanSerializer::~BinaryKRSylvanSerializer() = default;
+
+const char* BinaryKRSylvanSerializer::getFullyQualifiedVornTypeName() const {
+  return "kr.zero.io.BinaryKRSylvanSerializer";
+}
+
+modeling::sylvan::SylvanEventProcessor<void>* BinaryKRSylvanSerializer::getTarget(
+    const SerializationOutput& output) {
+  formatter_ = std::make_unique<BinaryFormatter>(output);
+  return formatter_.get();
+}
+
+}  // namespace kr::zero::io

@@ -1,0 +1,256 @@
+// The exported parser and serializer of the tagged format.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "kr/zero/io/BinaryFormats.h"
+#include "kr/zero/io/Errors.h"
+#include "kr/zero/io/ModelFile.h"
+#include "support/GoldenDocuments.h"
+#include "support/Paths.h"
+#include "support/SampleModel.h"
+#include "support/TaggedReading.h"
+
+namespace kr::zero::io {
+namespace {
+
+using foundation::core::except::IMsgIDException;
+using test::makeTaggedParser;
+using test::writeTagged;
+
+/// Counts how often it is told that the parse completed.
+class CountingProcessor final : public ParseProcessor {
+ public:
+  CountingProcessor(ParseCustomizer& customizer, ParsingModelBuilder& builder, int& completed)
+      : ParseProcessor(customizer, builder), completed_(completed) {}
+  void parseCompleted() override { ++completed_; }
+
+ private:
+  int& completed_;
+};
+
+class TaggedParser : public testing::Test {
+ protected:
+  TaggedParser() { countCompletions(); }
+
+  void countCompletions() {
+    ParseCustomizer& customizer = parser->getParseProcessor()->getCustomizer();
+    parser->setParseProcessor(
+        std::make_unique<CountingProcessor>(customizer, parser->getModelBuilder(), completed));
+  }
+  bool parseString(const std::string& bytes) { return parser->parse(ParsingInput::fromString(bytes)); }
+  /// The message identifier that a parse fails with; "" for none.
+  std::string idOf(const std::function<void()>& parse) {
+    try {
+      parse();
+    } catch (const IMsgIDException& error) {
+      return IMsgIDException::get_error_id(error.GetMsgID());
+    }
+    return "";
+  }
+
+  std::unique_ptr<BinaryKRSylvanParser> parser = makeTaggedParser(test::sampleRegistry());
+  int completed = 0;
+};
+
+constexpr const char* corrupt = "kr0:io:CorruptInput";
+
+TEST_F(TaggedParser, ReportsItsTypeName) {
+  EXPECT_STREQ(BinaryKRSylvanParser().getFullyQualifiedVornTypeName(), "kr.zero.io.BinaryKRSylvanParser");
+  EXPECT_STREQ(BinaryKRSylvanSerializer().getFullyQualifiedVornTypeName(),
+               "kr.zero.io.BinaryKRSylvanSerializer");
+}
+
+TEST_F(TaggedParser, CarriesItsFormatName) {
+  EXPECT_EQ(parser->getFormatName(), IOFormatProvider::FORMAT_BINARY_KRSYLVAN);
+}
+
+TEST_F(TaggedParser, DocumentsOpenWithVersionAndByteOrder) {
+  EXPECT_TRUE(writeTagged(test::makeSample()).starts_with(test::taggedHeader));
+}
+
+TEST_F(TaggedParser, ReadsAString) {
+  ASSERT_TRUE(parseString(writeTagged(test::makeSample())));
+  EXPECT_EQ(parser->getModelBuilder().getModel().size(), test::makeSample().size());
+  EXPECT_EQ(completed, 1);
+}
+
+TEST_F(TaggedParser, ReadsAByteVector) {
+  const std::string bytes = writeTagged(test::makeSample());
+  ASSERT_TRUE(parser->parseByteSequence({bytes.begin(), bytes.end()}));
+  EXPECT_EQ(writeTagged(parser->takeModel()), bytes);
+}
+
+TEST_F(TaggedParser, ReadsAStream) {
+  const std::string bytes = writeTagged(test::makeSample());
+  std::istringstream stream(bytes);
+  ASSERT_TRUE(parser->parse(ParsingInput::fromStream(stream)));
+  EXPECT_EQ(writeTagged(parser->takeModel()), bytes);
+}
+
+TEST_F(TaggedParser, ReadsAFile) {
+  const std::string path = test::temporaryPath("sample.krt");
+  const std::string bytes = writeTagged(test::makeSample());
+  test::writeFile(path, bytes);
+  ASSERT_TRUE(parser->parseFile(toUstring(path)));
+  EXPECT_EQ(writeTagged(parser->takeModel()), bytes);
+}
+
+TEST_F(TaggedParser, AUtf16StringIsNotSupportedAndTheProcessorHearsOfTheEnd) {
+  EXPECT_EQ(idOf([&] { parser->parse(ParsingInput::fromUString(u"kr")); }), "kr0:io:UstringNotSupported");
+  EXPECT_EQ(completed, 1);
+}
+
+TEST_F(TaggedParser, AMissingFileIsCorruptInputAndTheProcessorHearsOfTheEnd) {
+  EXPECT_EQ(idOf([&] { parser->parseFile(toUstring(test::temporaryPath("none.krt"))); }), corrupt);
+  EXPECT_EQ(completed, 1);
+}
+
+TEST_F(TaggedParser, AnEmptyInputIsCorruptInput) {
+  EXPECT_EQ(idOf([&] { parseString(""); }), corrupt);
+  EXPECT_EQ(completed, 1);
+}
+
+TEST_F(TaggedParser, ADocumentWithoutItsEndTagIsCorruptInputAfterItsEvents) {
+  std::string bytes = writeTagged(test::makeSample());
+  bytes.pop_back();
+  EXPECT_EQ(idOf([&] { parseString(bytes); }), corrupt);
+  EXPECT_EQ(completed, 1);
+  EXPECT_EQ(parser->getModelBuilder().getModel().size(), test::makeSample().size());
+  EXPECT_NE(parser->describeFailure().find("the document ends without its end mark, at byte " +
+                                           std::to_string(bytes.size())),
+            std::string::npos)
+      << parser->describeFailure();
+}
+
+TEST_F(TaggedParser, AHeaderAloneIsCorruptInput) {
+  EXPECT_EQ(idOf([&] { parseString(test::taggedHeader); }), corrupt);
+}
+
+TEST_F(TaggedParser, ADocumentOfAnotherShapeIsAGrammarError) {
+  EXPECT_THROW(parseString(test::taggedHeader + "\x05\x06\x02"), std::runtime_error);
+  EXPECT_EQ(completed, 1);
+}
+
+TEST_F(TaggedParser, BytesAfterTheEndTagAreNotRead) {
+  EXPECT_TRUE(parseString(writeTagged(test::makeSample()) + "\xFF\xFF"));
+}
+
+TEST_F(TaggedParser, AMalformedTextIsCorruptInput) {
+  std::string bytes = writeTagged(test::makeSample());
+  const std::size_t at = bytes.find("shelf");
+  ASSERT_NE(at, bytes.npos);
+  bytes[at] = '\xFF';
+  EXPECT_EQ(idOf([&] { parseString(bytes); }), corrupt);
+  EXPECT_NE(parser->describeFailure().find("a text is not well-formed UTF-8, at byte"), std::string::npos)
+      << parser->describeFailure();
+}
+
+TEST_F(TaggedParser, AFailureSaysHowFarReadingCame) {
+  std::string bytes = writeTagged(test::makeSample());
+  bytes.resize(bytes.size() / 2);
+  bytes += '\x0A';
+  try {
+    parseString(bytes);
+    FAIL() << "was accepted";
+  } catch (const std::exception&) {
+    EXPECT_NE(parser->describeFailure().find("at byte "), std::string::npos) << parser->describeFailure();
+  }
+}
+
+TEST_F(TaggedParser, AParserReadsOneDocumentAfterAnotherWhateverTheFirstWas) {
+  const std::string bytes = writeTagged(test::makeSample());
+  for (const std::size_t cut : {0u, 7u, 20u, 100u, 400u}) {
+    EXPECT_ANY_THROW(parseString(bytes.substr(0, cut)));
+    ASSERT_TRUE(parseString(bytes));
+    EXPECT_EQ(writeTagged(parser->takeModel()), bytes);
+  }
+}
+
+TEST_F(TaggedParser, AnUnknownPackageIsRefusedWithAReason) {
+  const auto other = makeTaggedParser(test::goldenRegistry());
+  EXPECT_FALSE(other->parse(ParsingInput::fromString(writeTagged(test::makeSample()))));
+  EXPECT_FALSE(other->getProblems().empty());
+}
+
+TEST_F(TaggedParser, TheDefaultParserUsesTheRegistryOfTheProcess) {
+  const Model empty;
+  BinaryKRSylvanParser plain;
+  EXPECT_TRUE(plain.parse(ParsingInput::fromString(writeTagged(empty))));
+  EXPECT_EQ(plain.takeModel().size(), 0u);
+}
+
+TEST(TaggedSerializer, EachSerializationGetsAFormatterOfItsOwn) {
+  BinaryKRSylvanSerializer serializer;
+  std::string one;
+  std::string two;
+  EXPECT_NE(serializer.getTarget(SerializationOutput::toString(one)), nullptr);
+  serializer.serialize(test::makeSample(), SerializationOutput::toString(one));
+  serializer.serialize(test::makeSample(), SerializationOutput::toString(two));
+  EXPECT_EQ(one, two);
+}
+
+TEST(TaggedSerializer, TheFirstFormatterGoesWhenTheSecondIsRequested) {
+  BinaryKRSylvanSerializer serializer;
+  const std::string path = test::temporaryPath("formatter.krt");
+  serializer.getTarget(SerializationOutput::toFile(toUstring(path)))->startDocument(nullptr);
+  std::string other;
+  serializer.getTarget(SerializationOutput::toString(other));
+  EXPECT_EQ(test::readFile(path), test::taggedHeader);  // what a formatter's end leaves in its file
+}
+
+TEST(TaggedSerializer, EveryWayOutGivesTheSameBytes) {
+  const Model model = test::makeSample();
+  const std::string bytes = writeTagged(model);
+  std::ostringstream stream;
+  BinaryKRSylvanSerializer serializer(std::make_unique<ModelTraverser>());
+  serializer.serialize(model, SerializationOutput::toStream(stream));
+  EXPECT_EQ(stream.str(), bytes);
+  const std::string path = test::temporaryPath("ways.krt");
+  serializer.serialize(model, SerializationOutput::toFile(toUstring(path)));
+  EXPECT_EQ(test::readFile(path), bytes);
+}
+
+TEST(TaggedSerializer, UnsupportedOutputsAreRefusedBeforeAnythingIsWritten) {
+  BinaryKRSylvanSerializer serializer;
+  ustring wide = u"kept";
+  std::vector<unsigned char> vector{1};
+  EXPECT_THROW(serializer.serialize(test::makeSample(), SerializationOutput::toUString(wide)),
+               Error<kr0::io::UstringNotSupported>);
+  EXPECT_THROW(serializer.serialize(test::makeSample(), SerializationOutput::toByteSequence(vector)),
+               Error<kr0::io::IntermediateFormatNotSupported>);
+  EXPECT_EQ(wide, u"kept");
+  EXPECT_EQ(vector, std::vector<unsigned char>{1});
+}
+
+TEST(TaggedSerializer, AnIdentityPrefixIsWritten) {
+  BinaryKRSylvanSerializer serializer(std::make_unique<ModelTraverser>(),
+                                      std::make_unique<SerializeCustomizer>(u"mine/"));
+  std::string bytes;
+  serializer.serialize(test::makeSample(), SerializationOutput::toString(bytes));
+  EXPECT_NE(bytes.find("mine/shelf"), bytes.npos);
+}
+
+TEST(TaggedFormat, IsRegisteredForSavingAndLoading) {
+  registerBinaryFormats();
+  const ustring path = toUstring(test::temporaryPath("saved.krt"));
+  saveModel(test::makeSample(), path, IOFormatProvider::FORMAT_BINARY_KRSYLVAN);
+  EXPECT_EQ(test::readFile(toUtf8(path)), writeTagged(test::makeSample()));
+  const Model again = loadModel(path, test::sampleRegistry(), IOFormatProvider::FORMAT_BINARY_KRSYLVAN);
+  EXPECT_EQ(again.size(), test::makeSample().size());
+}
+
+TEST(TaggedFormat, ASaveThatFailsLeavesTheOldFile) {
+  registerBinaryFormats();
+  Model model(test::sampleRegistry());
+  model.createRoot("sample.Item").setIdentity("a", "b");
+  model.createRoot("sample.Item").setIdentity("a", "b");
+  const std::string path = test::temporaryPath("kept.krt");
+  test::writeFile(path, "old");
+  EXPECT_THROW(saveModel(model, toUstring(path), IOFormatProvider::FORMAT_BINARY_KRSYLVAN), SerializeError);
+  EXPECT_EQ(test::readFile(path), "old");
+}
+
+}  // namespace
+}  // namespace kr::zero::io
