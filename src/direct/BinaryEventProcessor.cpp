@@ -32,7 +32,8 @@ void BinaryEventProcessor::postprocess(const SerializationOutput& output) { deli
 
 void BinaryEventProcessor::startDocument() {
   for (Frame& frame : frames_) emptyFrame(frame);  // a walk that failed leaves some filled
-  ++document_;
+  types_.clear();
+  open_.clear();
   depth_ = -1;
   packageNames_.clear();
   knownPackageNames_.clear();
@@ -69,12 +70,12 @@ CategoryMasks BinaryEventProcessor::startObject(const ustring& property, const u
   } else {
     bytes().append(direct::kWithoutIdentity);
   }
-  pushContainerElementInfo(property, typeName);
+  openType(property, typeName);
   return categoryMasks_;
 }
 
 void BinaryEventProcessor::endObject() {
-  popContainerElementInfo();
+  closeType();
   writeEndMark();
 }
 
@@ -126,11 +127,11 @@ void BinaryEventProcessor::startContainer(const ustring& property, const ustring
   } else {
     writeKey(describe(property));
   }
-  pushContainerElementInfo(property, typeName);
+  openType(property, typeName);
 }
 
 void BinaryEventProcessor::endContainer() {
-  popContainerElementInfo();
+  closeType();
   writeEndMark();
 }
 
@@ -171,24 +172,61 @@ void BinaryEventProcessor::setShouldSerializeAssociations(bool should) {
     categoryMasks_[0] &= ~kAssociations;
 }
 
+// A walk passes each property's own name string, in the order of the type's properties: the one wanted
+// is the last one again or stands a little behind it, and its name need not be read.
 const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describe(const ustring& name) {
-  const meta::Property property = findProperty(name);
-  const std::size_t index = property->getIndex();
-  if (index >= descriptors_.size()) descriptors_.resize(index + 1);
-  PropertyDescriptor& descriptor = descriptors_[index];
-  if (descriptor.property != property.get() || descriptor.document != document_) fill(descriptor, property);
-  return descriptor;
+  if (!open_.empty()) {
+    OpenType& open = open_.back();
+    const TypeDescriptor& properties = *open.type;
+    for (std::size_t at = open.last; at < properties.size(); ++at) {
+      if (properties[at].name != &name) continue;
+      open.last = at;
+      return properties[at];
+    }
+  }
+  return describeByText(name);
 }
 
-void BinaryEventProcessor::fill(PropertyDescriptor& descriptor, meta::Property property) const {
+const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describeByText(const ustring& name) {
+  const meta::Property property = findProperty(name);
+  if (open_.empty()) throw std::invalid_argument("no type is being written");
+  const auto& properties = getContainerType()->getAllProperties();
+  open_.back().last = static_cast<std::size_t>(std::find(properties.begin(), properties.end(), property) -
+                                               properties.begin());
+  return (*open_.back().type)[open_.back().last];
+}
+
+const BinaryEventProcessor::TypeDescriptor& BinaryEventProcessor::describeType(meta::StructuredType type) {
+  const std::size_t index = type->getIndex();
+  if (index >= types_.size()) types_.resize(index + 1);
+  if (types_[index] == nullptr) {
+    auto made = std::make_unique<TypeDescriptor>();
+    for (const meta::Property property : type->getAllProperties()) made->push_back(makeDescriptor(property));
+    types_[index] = std::move(made);
+  }
+  return *types_[index];
+}
+
+BinaryEventProcessor::PropertyDescriptor BinaryEventProcessor::makeDescriptor(meta::Property property) {
   std::array<std::uint8_t, direct::kMostNumberBytes> key{};
   const std::uint8_t* const end = direct::encodeNumber(property->getIdentifier(), key.data());
-  descriptor.property = property.get();
-  descriptor.document = document_;
+  PropertyDescriptor descriptor;
+  descriptor.name = &property->getName();
   descriptor.kind = values::typeCodeOf(property->getType());
   descriptor.optional = property->isOptional();
   descriptor.keySize = static_cast<std::uint8_t>(end - key.data());
   std::copy(key.begin(), key.begin() + descriptor.key.size(), descriptor.key.begin());
+  return descriptor;
+}
+
+void BinaryEventProcessor::openType(const ustring& property, const ustring& typeName) {
+  pushContainerElementInfo(property, typeName);
+  open_.push_back({&describeType(getContainerType())});
+}
+
+void BinaryEventProcessor::closeType() {
+  popContainerElementInfo();
+  open_.pop_back();
 }
 
 void BinaryEventProcessor::pushFrame(const ustring& property) {

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <unordered_set>
 #include <vector>
 
@@ -65,16 +66,25 @@ class BinaryEventProcessor final : public EventProcessor {
   };
   /// What writing a property needs to know of it.
   struct PropertyDescriptor {
-    const meta::Property::Impl* property = nullptr;
-    std::uint64_t document = 0;  ///< the document in which this was made; holds in that one only
+    const ustring* name = nullptr;  ///< the meta model's own string
     values::TypeCode kind = values::TypeCode::structured;
     bool optional = false;
     std::uint8_t keySize = 0;
     std::array<std::uint8_t, 5> key{};
   };
+  using TypeDescriptor = std::vector<PropertyDescriptor>;
+  /// A type being written.
+  struct OpenType {
+    const TypeDescriptor* type;
+    std::size_t last = 0;  ///< position of the property described last
+  };
 
   const PropertyDescriptor& describe(const ustring& name);
-  void fill(PropertyDescriptor& descriptor, meta::Property property) const;
+  const PropertyDescriptor& describeByText(const ustring& name);
+  const TypeDescriptor& describeType(meta::StructuredType type);
+  static PropertyDescriptor makeDescriptor(meta::Property property);
+  void openType(const ustring& property, const ustring& typeName);
+  void closeType();
   void pushFrame(const ustring& property);
   void popFrame();
   static void emptyFrame(Frame& frame);
@@ -96,10 +106,10 @@ class BinaryEventProcessor final : public EventProcessor {
   std::unordered_set<ustring> knownPackageNames_;
   Frame* current_ = nullptr;
 
-  // By the property's index in its registry. A registry may go between two documents and another
-  // come to stand at its address, so that each document starts over; `document_` counts them.
-  std::vector<PropertyDescriptor> descriptors_;
-  std::uint64_t document_ = 0;
+  // By the type's index in its registry. A registry may go between two documents and another come to
+  // stand at its address, so that each document starts over.
+  std::vector<std::unique_ptr<TypeDescriptor>> types_;
+  std::vector<OpenType> open_;
   TextWriter texts_;
 };
 

@@ -228,6 +228,50 @@ TEST_F(WalkTest, NumbersFollowTheDocumentAndNotTheOrderOfMaking) {
   EXPECT_NE(events().find("startObject 'books' 'library.Book' '#' '2'"), std::string::npos);
 }
 
+TEST_F(WalkTest, DatatypeValuesAreNotCounted) {
+  Element library = model.createRoot("library.Library");
+  Element first = library.create("books");
+  first.create("chapters").set("first", 1);
+  Element second = library.create("books");
+  first.setReference("sequel", second);
+  EXPECT_NE(events().find("startObject 'books' 'library.Book' '#' '3'"), std::string::npos);
+}
+
+// Every way in which a reference goes: what it led to then has no number any more.
+TEST_F(WalkTest, AnElementThatIsNoLongerReferredToHasNoNumber) {
+  using Change = void (*)(Element author, Element book, Element other);
+  const Change changes[] = {
+      [](Element, Element book, Element) { book.unset("sequel"); },
+      [](Element, Element book, Element) { book.unset("authors"); },
+      [](Element, Element book, Element) { book.setEmpty("authors"); },
+      [](Element, Element book, Element) { book.removeAt("authors", 0); },
+      [](Element author, Element book, Element other) {
+        book.unset("authors");
+        author.unset("books");
+        book.setReference("sequel", other);
+        book.setReference("sequel", book);
+      },
+      [](Element, Element book, Element) {
+        book.putUnresolved("sequel", {"library.Book", "a", "b", "q"});
+      },
+      [](Element author, Element, Element) { author.getModel().remove(author); },
+  };
+  for (const Change& change : changes) {
+    Model changed(*registry);
+    Element library = changed.createRoot("library.Library");
+    Element book = library.create("books");
+    Element other = library.create("books");
+    Element author = library.create("authors");
+    book.addReference("authors", author);
+    book.setReference("sequel", other);
+    change(author, book, other);
+    model = changed.clone();  // made anew, with what is left
+    const std::string expected = events();
+    model = std::move(changed);
+    EXPECT_EQ(events(), expected);
+  }
+}
+
 TEST_F(WalkTest, AnIdentityOfItsOwnIsUsedInReferences) {
   Element book = model.createRoot("library.Book");
   book.setIdentity("urn:x", "7");

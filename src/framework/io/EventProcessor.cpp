@@ -36,6 +36,11 @@ void EventProcessor::popContainerElementInfo() {
   containers_.pop_back();
 }
 
+meta::StructuredType EventProcessor::getContainerType() const {
+  if (containers_.empty()) throw std::invalid_argument("no type is being written");
+  return containers_.back().type;
+}
+
 meta::Property EventProcessor::findProperty(const ustring& name) {
   if (containers_.empty()) throw std::invalid_argument("no type is being written");
   ContainerInfo& container = containers_.back();

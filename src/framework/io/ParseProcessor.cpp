@@ -406,7 +406,7 @@ struct ParseProcessor::Impl {
       return;
     }
     if (!hasEnoughProblems()) checkTarget(reference, slot, target);
-    cell = internal::asReference(target->index);
+    cell = ModelStore::referTo(target, slot);
     if (!slot.many) reference.from->slots()[at] = reference.slot;
   }
 

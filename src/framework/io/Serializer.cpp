@@ -1,6 +1,7 @@
 #include "kr/zero/io/Serializer.h"
 
 #include <array>
+#include <limits>
 #include <typeinfo>
 #include <unordered_map>
 #include <unordered_set>
@@ -55,8 +56,12 @@ class Identities {
     const auto any = [&](auto test) { return std::any_of(plans.begin(), plans.end(), test); };
     if (any([](const TypePlan* plan) { return plan->hasUnvisitedCompositions && plan->live != 0; }))
       findWritten();
-    if (any([](const TypePlan* plan) { return plan->hasAssociations && plan->live != 0; }) && markTargets())
-      number();
+    if (any([](const TypePlan* plan) { return plan->hasAssociations && plan->live != 0; })) {
+      if (isNumberedByIndex())
+        numberByIndex();
+      else if (markTargets())
+        number();
+    }
     refuseDuplicates();
   }
 
@@ -76,10 +81,10 @@ class Identities {
   const ustring& getTarget(std::uint64_t reference, IdentityTexts& texts) const {
     texts.id1.clear();
     texts.id2.clear();
-    if (!anyOwn_ && !targets_.empty()) {
-      const Target& known = targets_[internal::targetIndex(reference)];
-      putNumber(known.number, texts);
-      return store_.plansInUse()[known.plan]->type->getQualifiedName();
+    const std::uint32_t index = internal::targetIndex(reference);
+    if (!plans_.empty()) {
+      putNumber(numbers_.empty() ? index + 1 : numbers_[index], texts);
+      return store_.plansInUse()[plans_[index]]->type->getQualifiedName();
     }
     ElementRecord* target = store_.target(reference);
     get(target, texts);
@@ -89,11 +94,6 @@ class Identities {
   bool isWritten(std::uint32_t index) const { return written_.empty() || written_[index]; }
 
  private:
-  struct Target {
-    std::uint32_t number = 0;  // 0: nothing refers to it, or it has an identity of its own
-    std::uint32_t plan = 0;    // ordinal of its type's plan
-  };
-
   void findWritten() {
     written_.resize(store_.recordCount());
     forEachWritten(store_, [&](const ElementRecord* record) { written_[record->index] = true; });
@@ -104,6 +104,25 @@ class Identities {
     ustring id1;
     ustring id2;
     return customizer_.getIdentity(store_.handle(record), id1, id2);
+  }
+
+  /// Whether the model itself knows what is referred to, and all of that gets numbers in index order.
+  bool isNumberedByIndex() const {
+    return store_.isReferredExact() && !anyOwn_ && isIndexOrderWritten(store_) &&
+           store_.plansInUse().size() <= std::numeric_limits<std::uint16_t>::max();
+  }
+
+  /// The same as markTargets() and number() for isNumberedByIndex().
+  void numberByIndex() {
+    plans_.resize(store_.recordCount());
+    const bool anyDatatype = store_.elementCount() != store_.recordCount();
+    if (anyDatatype) numbers_.resize(store_.recordCount());
+    std::uint32_t count = 0;
+    for (std::uint32_t index = 0; index < store_.recordCount(); ++index) {
+      const ElementRecord* record = store_.record(index);
+      plans_[index] = static_cast<std::uint16_t>(record->plan->ordinal);
+      if (anyDatatype && !record->isDatatype()) numbers_[index] = ++count;
+    }
   }
 
   bool markTargets() {
@@ -119,8 +138,8 @@ class Identities {
         for (std::size_t k = 0; k < values.size; ++k) {
           if (values.unresolvedSingle || internal::isUnresolved(values.items[k])) continue;
           if (anyOwn_ && hasIdentity(store_.target(values.items[k]))) continue;
-          if (targets_.empty()) targets_.resize(store_.recordCount());
-          targets_[internal::targetIndex(values.items[k])].number = 1;
+          if (numbers_.empty()) numbers_.resize(store_.recordCount());
+          numbers_[internal::targetIndex(values.items[k])] = 1;
           any = true;
         }
       }
@@ -132,8 +151,7 @@ class Identities {
     std::uint32_t count = 0;
     const auto visit = [&](const ElementRecord* record) {
       ++count;
-      Target& target = targets_[record->index];
-      if (target.number != 0) target = {count, record->plan->ordinal};
+      if (numbers_[record->index] != 0) numbers_[record->index] = count;
     };
     if (!isIndexOrderWritten(store_)) {
       forEachWritten(store_, visit);
@@ -144,7 +162,9 @@ class Identities {
   }
 
   std::uint32_t numberOf(const ElementRecord* record) const {
-    return targets_.empty() ? 0 : targets_[record->index].number;
+    if (!plans_.empty() && !record->referred) return 0;
+    if (!numbers_.empty()) return numbers_[record->index];
+    return plans_.empty() ? 0 : record->index + 1;
   }
 
   static void putNumber(std::uint32_t number, IdentityTexts& texts) {
@@ -185,17 +205,21 @@ class Identities {
 
   ModelStore& store_;
   const SerializeCustomizer& customizer_;
-  bool plain_;                   // identities are what the elements say
-  bool anyOwn_;                  // some element may have an identity of its own
-  std::vector<Target> targets_;  // by index
+  bool plain_;   // identities are what the elements say
+  bool anyOwn_;  // some element may have an identity of its own
+  // The number of each element that is referred to and has no identity of its own, 0 for others; by
+  // index. Where numbering goes by index: of every element, and not needed where it is the index + 1.
+  std::vector<std::uint32_t> numbers_;
+  std::vector<std::uint16_t> plans_;  // ordinals of plans by index, where numbering goes by index
   std::vector<bool> written_;
 };
 
 /// What one pass over an object visits.
 struct Pass {
+  enum class Form : std::uint8_t { none, texts, verbatim, references, contained };
   struct Item {
-    meta::Property property;
-    std::uint32_t category;
+    const ustring* name;
+    Form form;
     std::uint16_t slot;
   };
   std::vector<Item> items;
@@ -310,21 +334,18 @@ class Walk {
   /// @return whether a frame was opened; the frame then comes back here for what is left.
   bool visit(Frame& frame, const Pass::Item& item, std::size_t at) {
     const ElementRecord* record = frame.record;
-    const ustring& name = item.property->getName();
-    const SlotPlan& slot = record->plan->slots[item.slot];
-    const bool empty = (record->slots()[at] & internal::kStateEmpty) != 0;
-    const PropertyCategory category(item.category);
-    if (category.isA(PropertyCategory::CompositionAny()) || category.isA(PropertyCategory::DatatypeAny()))
-      return visitContained(frame, item, at);
-    if (category.isA(PropertyCategory::AssociationAny())) {
+    if (item.form == Pass::Form::contained) return visitContained(frame, item, at);
+    if (item.form == Pass::Form::references) {
       visitReferences(record, item, at);
-    } else if (!slot.many && empty) {
-      processor_.absentValue(name);
-    } else if (category.isA(PropertyCategory::VerbatimAny())) {
-      visitVerbatim(record, slot, item, at);
-    } else if (category.isA(PropertyCategory::PrimitiveAny())) {
-      visitTexts(record, slot, item, at);
+      return false;
     }
+    const SlotPlan& slot = record->plan->slots[item.slot];
+    if (!slot.many && (record->slots()[at] & internal::kStateEmpty) != 0)
+      processor_.absentValue(*item.name);
+    else if (item.form == Pass::Form::verbatim)
+      visitVerbatim(record, slot, item, at);
+    else if (item.form == Pass::Form::texts)
+      visitTexts(record, slot, item, at);
     return false;
   }
 
@@ -338,15 +359,15 @@ class Walk {
       ElementRecord* child = asElement(values.items[frame.position++]);
       const std::size_t depth = frames_.size();
       if (child->isDatatype())
-        startContainer(child, item.property->getName());  // may close at once
+        startContainer(child, *item.name);  // may close at once
       else
-        startObject(child, item.property->getName());
+        startObject(child, *item.name);
       if (frames_.size() != depth) return true;
     }
   }
 
   void visitTexts(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item, std::size_t at) {
-    const ustring& name = item.property->getName();
+    const ustring& name = *item.name;
     const Values values = ModelStore::valuesAt(record, at);
     if (!slot.many) {
       processor_.textValue(name, textOf(slot, values.items[0]));
@@ -367,7 +388,7 @@ class Walk {
 
   void visitVerbatim(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item,
                      std::size_t at) {
-    const ustring& name = item.property->getName();
+    const ustring& name = *item.name;
     const Values values = ModelStore::valuesAt(record, at);
     if (!slot.many) {
       processor_.primitiveValue(name, valueOf(slot, values.items[0]));
@@ -390,7 +411,7 @@ class Walk {
   }
 
   void visitReferences(const ElementRecord* record, const Pass::Item& item, std::size_t at) {
-    const ustring& name = item.property->getName();
+    const ustring& name = *item.name;
     const Values values = ModelStore::valuesAt(record, at);
     if (!record->plan->slots[item.slot].many) {
       if (values.size != 0) visitReference(record, name, values, 0, false);
@@ -457,6 +478,14 @@ class Walk {
     return pass;
   }
 
+  static Pass::Form formOf(PropertyCategory category) {
+    if (category.isA(PropertyCategory::CompositionAny()) || category.isA(PropertyCategory::DatatypeAny()))
+      return Pass::Form::contained;
+    if (category.isA(PropertyCategory::AssociationAny())) return Pass::Form::references;
+    if (category.isA(PropertyCategory::VerbatimAny())) return Pass::Form::verbatim;
+    return category.isA(PropertyCategory::PrimitiveAny()) ? Pass::Form::texts : Pass::Form::none;
+  }
+
   Pass makePass(TypePlan* plan, std::uint32_t mask) const {
     Pass pass;
     pass.itemOfSlot.assign(plan->slots.size(), -1);
@@ -466,7 +495,7 @@ class Walk {
       if (it == plan->slotOf.end() || plan->slots[it->second].kind == ValueKind::none) continue;
       if (!pass.items.empty() && pass.items.back().slot > it->second) pass.ascending = false;
       pass.itemOfSlot[it->second] = static_cast<std::int32_t>(pass.items.size());
-      pass.items.push_back({property, category.getMask(), it->second});
+      pass.items.push_back({&property->getName(), formOf(category), it->second});
     }
     return pass;
   }

@@ -91,9 +91,9 @@ class Copier {
         return asPayload(to_.makeUuid(uuid));
       }
       case ValueKind::association: {
-        const ElementRecord* copy = copies_[targetIndex(item)];
-        if (copy != nullptr) return asReference(copy->index);
-        return &from_ == &to_ ? item : 0;
+        ElementRecord* copy = copies_[targetIndex(item)];
+        if (copy != nullptr) return ModelStore::referTo(copy, plan);
+        return &from_ == &to_ ? ModelStore::referTo(to_.target(item), plan) : 0;
       }
       default:
         return item;

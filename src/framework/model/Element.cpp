@@ -58,6 +58,7 @@ struct Target {
   }
 
   void put(std::uint64_t payload) const {
+    if (plan().kind == ValueKind::association && record->find(slot) >= 0) store.leaveReferredExact();
     store.payload(record, slot) = payload;
     store.setState(record, slot, 0);
   }
@@ -186,9 +187,9 @@ ElementRecord* resolved(const ModelStore& store, const Values& values, std::size
 
 void putReferenceRaw(const Target& target, ElementRecord* other) {
   if (target.plan().many)
-    target.store.append(target.record, target.slot, internal::asReference(other->index));
+    target.store.append(target.record, target.slot, ModelStore::referTo(other, target.plan()));
   else
-    target.put(internal::asReference(other->index));
+    target.put(ModelStore::referTo(other, target.plan()));
 }
 
 /// Takes the reference to `other` out of a property, if it is there.
@@ -301,6 +302,7 @@ void Element::setEmpty(PropertyKey property) {
   const bool possible = slot.many ? isPrimitive(slot) || slot.kind == ValueKind::association
                                   : isPrimitive(slot) && slot.optional;
   if (!possible) target.fail("cannot be explicitly empty");
+  if (slot.kind == ValueKind::association) store_->leaveReferredExact();
   store_->payload(record_, target.slot) = 0;
   store_->setState(record_, target.slot, internal::kStateEmpty);
 }
@@ -554,13 +556,13 @@ Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyK
 void Element::setReference(PropertyKey property, Element other) {
   const Target target = single(referenceTarget(store_, record_, property, other));
   releaseOld(target);
-  target.put(internal::asReference(other.record_->index));
+  target.put(ModelStore::referTo(other.record_, target.plan()));
   linkBack(target, other.record_);
 }
 
 void Element::addReference(PropertyKey property, Element other) {
   const Target target = many(referenceTarget(store_, record_, property, other));
-  store_->append(record_, target.slot, internal::asReference(other.record_->index));
+  store_->append(record_, target.slot, ModelStore::referTo(other.record_, target.plan()));
   linkBack(target, other.record_);
 }
 

@@ -236,6 +236,7 @@ void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
   const int found = record->find(slot);
   if (found < 0) return;
   const auto at = static_cast<std::size_t>(found);
+  referredExact_ = false;
   const std::size_t behind = record->count - at - 1;
   std::memmove(record->slots() + at, record->slots() + at + 1, behind * sizeof(std::uint16_t));
   std::memmove(record->payloads + at, record->payloads + at + 1, behind * sizeof(std::uint64_t));
@@ -270,6 +271,7 @@ void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t
   List* list = asList(record->payloads[record->find(slot)]);
   std::memmove(list->items() + position, list->items() + position + 1,
                (list->size - position - 1) * sizeof(std::uint64_t));
+  referredExact_ = false;
   if (--list->size == 0) setState(record, slot, kStateEmpty);
 }
 
@@ -306,6 +308,7 @@ void ModelStore::removeSubtrees(const std::vector<ElementRecord*>& records) {
 }
 
 void ModelStore::dropReferencesToRemoved() noexcept {
+  referredExact_ = false;
   for (std::uint32_t index = 0; index < nextIndex_; ++index) {
     ElementRecord* from = record(index);
     if (from->removed || !from->plan->hasAssociations) continue;

@@ -112,6 +112,7 @@ struct ElementRecord {
   std::uint16_t count;
   std::uint16_t capacity;
   bool removed;
+  bool referred;  // a reference that a walk may write was made to it at some time
 
   std::uint16_t* slots() const noexcept { return reinterpret_cast<std::uint16_t*>(payloads + capacity); }
   bool isDatatype() const noexcept { return !plan->cls; }
@@ -197,6 +198,15 @@ class ModelStore {
   /// The target of a resolved reference.
   ElementRecord* target(std::uint64_t item) const noexcept { return record(targetIndex(item)); }
   std::size_t elementCount() const noexcept { return elements_; }
+  /// The payload of a reference to `target`, to be put into a property with this plan.
+  static std::uint64_t referTo(ElementRecord* target, const SlotPlan& from) noexcept {
+    target->referred |= from.visited;
+    return asReference(target->index);
+  }
+  /// Whether ElementRecord::referred says which elements are referred to now: true until a value is
+  /// taken out of the model or replaced.
+  bool isReferredExact() const noexcept { return referredExact_; }
+  void leaveReferredExact() noexcept { referredExact_ = false; }
   /// Whether any element was ever given an identity.
   bool hasIdentities() const noexcept { return hasIdentities_; }
   /// Whether index order is document order and nothing was removed: numbers can then be had without
@@ -263,6 +273,7 @@ class ModelStore {
   std::vector<ElementRecord*> roots_;
   bool inOrder_ = true;
   bool hasIdentities_ = false;
+  bool referredExact_ = true;
   ElementRecord* last_ = nullptr;
   std::vector<std::unique_ptr<TypePlan>> plans_;  // by type index
   std::vector<TypePlan*> planOrder_;

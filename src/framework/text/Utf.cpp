@@ -58,8 +58,15 @@ void copyBlock(const In* in, Out* out) {
 template <class In, class Out>
 const In* copyAscii(const In* in, const In* end, Out*& out) {
   Out* to = out;
+  const bool longEnough = static_cast<std::size_t>(end - in) >= kBlock;
   for (; static_cast<std::size_t>(end - in) >= kBlock && isAsciiBlock(in); in += kBlock, to += kBlock) {
     copyBlock(in, to);
+  }
+  const auto rest = static_cast<std::size_t>(end - in);
+  if (longEnough && rest < kBlock && isAsciiBlock(end - kBlock)) {
+    copyBlock(end - kBlock, to + rest - kBlock);  // once more what it shares with the block before
+    out = to + rest;
+    return end;
   }
   for (; in != end && isAscii(*in); ++in) *to++ = static_cast<Out>(*in);
   out = to;

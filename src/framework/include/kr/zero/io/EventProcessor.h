@@ -80,6 +80,9 @@ class KR0_FRAMEWORK_API EventProcessor {
   void pushContainerElementInfo(const ustring& property, const ustring& typeName);
   /// @throws std::logic_error with nothing pushed.
   void popContainerElementInfo();
+  /// The type named by the innermost push.
+  /// @throws std::invalid_argument where nothing is pushed.
+  meta::StructuredType getContainerType() const;
   /// The property of that name in the type being written.
   /// @throws std::invalid_argument where nothing is pushed or the type has none of that name.
   meta::Property findProperty(const ustring& name);
