@@ -1,0 +1,241 @@
+// The ready-made processors of tree events, and the primitives.
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <sstream>
+#include <utility>
+
+#include "Tagged.h"
+#include "modeling/sylvan/EventCounter.h"
+#include "modeling/sylvan/EventPrinter.h"
+#include "modeling/sylvan/NullEventProcessor.h"
+#include "support/SmallStack.h"
+
+namespace kr::zero::test {
+namespace {
+
+using modeling::sylvan::EventCounter;
+using modeling::sylvan::EventPrinter;
+using modeling::sylvan::EventRecorder;
+using modeling::sylvan::NullEventProcessor;
+using modeling::sylvan::SylvanEventCode;
+using modeling::sylvan::toText;
+
+const std::vector<Primitive> oneOfEachKind{true, nullptr, 0.5, u(5), s(-1), text("t")};
+
+TEST(Primitives, AreNumberedByTheirKind) {
+  for (std::size_t kind = 0; kind < oneOfEachKind.size(); ++kind)
+    EXPECT_EQ(oneOfEachKind[kind].index(), kind);
+}
+
+TEST(Primitives, VisitTheHandlerOfTheirKind) {
+  struct Kind {
+    int operator()(bool) const { return 0; }
+    int operator()(std::nullptr_t) const { return 1; }
+    int operator()(double) const { return 2; }
+    int operator()(std::uint64_t) const { return 3; }
+    int operator()(std::int64_t) const { return 4; }
+    int operator()(const std::string&) const { return 5; }
+  };
+  for (std::size_t kind = 0; kind < oneOfEachKind.size(); ++kind)
+    EXPECT_EQ(std::visit(Kind(), oneOfEachKind[kind]), static_cast<int>(kind));
+}
+
+TEST(Primitives, OfDifferentKindsDiffer) { EXPECT_NE(u(5), s(5)); }
+
+TEST(EventNames, StandInTheOrderOfTheOperations) {
+  EXPECT_EQ(getName(SylvanEventCode::startDocument), "StartDocument");
+  EXPECT_EQ(getName(SylvanEventCode::endMetadata), "EndMetadata");
+  EXPECT_EQ(getName(SylvanEventCode::writePrimitive), "WritePrimitive");
+}
+
+TEST(EventTexts, ShowTheKind) {
+  EXPECT_EQ(toText(true), "true");
+  EXPECT_EQ(toText(false), "false");
+  EXPECT_EQ(toText(nullptr), "null");
+  EXPECT_EQ(toText(u(std::numeric_limits<std::uint64_t>::max())), "u 18446744073709551615");
+  EXPECT_EQ(toText(s(std::numeric_limits<std::int64_t>::min())), "s -9223372036854775808");
+  EXPECT_EQ(toText(0.1), "r 0.1");
+  EXPECT_EQ(toText(-0.0), "r -0");
+  EXPECT_EQ(toText(std::numeric_limits<double>::infinity()), "r inf");
+  EXPECT_EQ(toText(-std::numeric_limits<double>::quiet_NaN()), "r nan");
+  EXPECT_EQ(toText(text("text")), "\"text\"");
+}
+
+TEST(EventTexts, OfTheLongestRealAreWhole) {
+  EXPECT_EQ(toText(-2.2250738585072014e-308), "r -2.2250738585072014e-308");
+}
+
+TEST(EventTexts, EscapeWhatJsonEscapes) {
+  EXPECT_EQ(toText(text("\"\\\b\f\n\r\t\x01\x7F/")), R"("\"\\\b\f\n\r\t\u0001\u007f/")");
+}
+
+TEST(EventTexts, KeepUtf8AsItIs) { EXPECT_EQ(toText(text("caf\xC3\xA9")), "\"caf\xC3\xA9\""); }
+
+TEST(EventTexts, ShowOtherBytesByTheirNumber) {
+  EXPECT_EQ(toText(text("a\xFF\xC3\xA9")), "\"a\\xff\\xc3\\xa9\"");
+}
+
+std::string printed(const Produce& produce) { return print(record(produce)); }
+
+TEST(EventPrinters, PrintEveryEventOnALine) {
+  const std::string lines = printed([](Events& to) {
+    to.startDocument(text("KR0"));
+    to.startMetadata();
+    to.startNamedEntry(text("n"));
+    to.writePrimitive(nullptr);
+    to.endNamedEntry();
+    to.endMetadata();
+    to.startSequence();
+    to.startStruct();
+    to.endStruct();
+    to.endSequence();
+    to.endDocument();
+  });
+  EXPECT_EQ(lines,
+            "StartDocument \"KR0\"\n"
+            "  StartMetadata\n"
+            "    StartNamedEntry \"n\"\n"
+            "      null\n"
+            "    EndNamedEntry\n"
+            "  EndMetadata\n"
+            "  StartSequence\n"
+            "    StartStruct\n"
+            "    EndStruct\n"
+            "  EndSequence\n"
+            "EndDocument\n");
+}
+
+TEST(EventPrinters, SayNothingOfANullAtTheStart) {
+  EXPECT_EQ(printed([](Events& to) { to.startDocument(nullptr); }), "StartDocument\n");
+}
+
+TEST(EventPrinters, PutAnEndWithNothingOpenAtTheMargin) {
+  EXPECT_EQ(printed([](Events& to) {
+              to.endStruct();
+              to.startStruct();
+            }),
+            "EndStruct\nStartStruct\n");
+}
+
+TEST(EventPrinters, SayTheDepthInsteadOfGoingFurtherIn) {
+  const std::string lines = printed([](Events& to) {
+    for (int i = 0; i < 42; ++i) to.startStruct();
+  });
+  const std::string deepest(80, ' ');
+  EXPECT_TRUE(lines.ends_with("\n" + deepest + "StartStruct\n" + deepest + "(41) StartStruct\n"));
+}
+
+TEST(EventRecorders, ReplayWhatTheyTook) {
+  for (const GoldenTagged& document : goldenTagged()) {
+    const EventRecorder first = record(document.produce);
+    EventRecorder second;
+    first.replay(second);
+    EXPECT_TRUE(first == second) << document.name;
+    EXPECT_EQ(second.getCount(), first.getCount());
+  }
+}
+
+TEST(EventRecorders, TellEventsAndPrimitivesApart) {
+  std::vector<EventRecorder> all;
+  for (const Primitive& value : std::vector<Primitive>{true, false, nullptr, 0.0, -0.0, u(0), s(0), u(1),
+                                                       text(""), text("a"), text(std::string(1, '\0'))}) {
+    all.push_back(record([&](Events& to) { to.writePrimitive(value); }));
+    all.push_back(record([&](Events& to) { to.startNamedEntry(value); }));
+    all.push_back(record([&](Events& to) { to.startDocument(value); }));
+  }
+  all.push_back(record([](Events& to) { to.startStruct(); }));
+  all.push_back(record([](Events& to) { to.endStruct(); }));
+  all.push_back(record([](Events&) {}));
+  for (std::size_t i = 0; i < all.size(); ++i)
+    for (std::size_t k = 0; k < all.size(); ++k) EXPECT_EQ(all[i] == all[k], i == k) << i << " " << k;
+}
+
+TEST(EventRecorders, CountANotANumberAsItself) {
+  const auto produce = [](Events& to) { to.writePrimitive(std::numeric_limits<double>::quiet_NaN()); };
+  EXPECT_TRUE(record(produce) == record(produce));
+}
+
+TEST(EventRecorders, StopWhereTheTargetThrows) {
+  const EventRecorder recorder = record(goldenTagged()[2].produce);
+  for (std::size_t index = 0; index < recorder.getCount(); ++index) {
+    EventRecorder seen;
+    ThrowingAt target(seen, index);
+    EXPECT_THROW(recorder.replay(target), Thrown);
+    EXPECT_EQ(seen.getCount(), index);
+  }
+}
+
+TEST(EventRecorders, AreEmptyAfterAResetAndAfterAMove) {
+  EventRecorder recorder = record(goldenTagged()[2].produce);
+  const EventRecorder copy = recorder;
+  const EventRecorder moved = std::move(recorder);
+  EXPECT_TRUE(moved == copy);
+  EXPECT_EQ(recorder.getCount(), 0u);  // NOLINT(bugprone-use-after-move): that is the point
+  EXPECT_TRUE(recorder == EventRecorder());
+  recorder = copy;
+  recorder.reset();
+  EXPECT_EQ(recorder.getCount(), 0u);
+  EXPECT_EQ(print(recorder), "");
+}
+
+TEST(EventCounters, CountByKind) {
+  EventCounter counter;
+  record([](Events& to) {
+    to.startStruct();
+    to.writePrimitive(true);
+    to.writePrimitive(false);
+    to.endStruct();
+  }).replay(counter);
+  EXPECT_EQ(counter.getCount(SylvanEventCode::writePrimitive), 2u);
+  EXPECT_EQ(counter.getCount(SylvanEventCode::startStruct), 1u);
+  EXPECT_EQ(counter.getCount(SylvanEventCode::startDocument), 0u);
+  EXPECT_EQ(counter.getTotal(), 4u);
+  counter.reset();
+  EXPECT_EQ(counter.getTotal(), 0u);
+}
+
+TEST(EventCounters, KnowEveryKind) {
+  EventCounter counter;
+  record([](Events& to) {
+    to.startDocument(nullptr);
+    to.endDocument();
+    to.startStruct();
+    to.endStruct();
+    to.startNamedEntry(nullptr);
+    to.endNamedEntry();
+    to.startSequence();
+    to.endSequence();
+    to.startMetadata();
+    to.endMetadata();
+    to.writePrimitive(nullptr);
+  }).replay(counter);
+  for (unsigned code = 0; code < 11; ++code)
+    EXPECT_EQ(counter.getCount(static_cast<SylvanEventCode>(code)), 1u) << code;
+}
+
+TEST(NullProcessors, TakeEverything) {
+  NullEventProcessor target;
+  for (const GoldenTagged& document : goldenTagged())
+    EXPECT_NO_THROW(document.produce(target)) << document.name;
+}
+
+TEST(DeepEvents, TakeNoStack) {
+  constexpr std::size_t levels = 100000;
+  const Produce produce = [](Events& to) {
+    to.startDocument(nullptr);
+    for (std::size_t i = 0; i < levels; ++i) to.startSequence();
+    for (std::size_t i = 0; i < levels; ++i) to.endSequence();
+    to.endDocument();
+  };
+  onSmallStack([&] {
+    EventRecorder back;
+    io::BinaryAssembler(&back).visitString(write(produce));
+    EXPECT_TRUE(back == record(produce));
+    EXPECT_LT(print(back).size(), levels * 2 * 110);
+  });
+}
+
+}  // namespace
+}  // namespace kr::zero::test

@@ -1,0 +1,437 @@
+// The rules of the writer of the tagged format.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <variant>
+
+#include "Tagged.h"
+#include "kr/zero/io/Errors.h"
+#include "modeling/sylvan/grammar/GrammarException.h"
+#include "support/Paths.h"
+#include "support/PieceBuf.h"
+#include "sylvan/FormatterInternals.h"
+
+namespace kr::zero::test {
+namespace {
+
+using io::BinaryFormatter;
+using io::SerializationOutput;
+using io::tagged::FormatterInternals;
+
+constexpr char emptyDocument[] = "01 20 01 30 02 6b 72 02";
+
+void produceEmpty(Events& to) {
+  to.startDocument(nullptr);
+  to.endDocument();
+}
+
+TEST(Formatting, ToAStringDropsWhatItHeld) {
+  std::string bytes = "what was there before";
+  BinaryFormatter formatter(SerializationOutput::toString(bytes));
+  EXPECT_EQ(bytes, "");
+  produceEmpty(formatter);
+  EXPECT_EQ(toHex(bytes), emptyDocument);
+}
+
+TEST(Formatting, IgnoresTheValueAtTheStart) {
+  for (const Primitive& value : {Primitive(nullptr), Primitive(true), u(7), text("other")}) {
+    const std::string bytes = write([&](Events& to) {
+      to.startDocument(value);
+      to.endDocument();
+    });
+    EXPECT_EQ(toHex(bytes), emptyDocument);
+  }
+}
+
+TEST(Formatting, DropsAPrimitiveDirectlyInAStruct) {
+  const std::string body = writeBody([](Events& to) {
+    to.startStruct();
+    to.writePrimitive(true);
+    to.endStruct();
+  });
+  EXPECT_EQ(toHex(body), "03 04");
+}
+
+TEST(Formatting, KeepsAPrimitiveInAnEntryOfAStruct) {
+  const std::string body = writeBody([](Events& to) {
+    to.startStruct();
+    to.startNamedEntry(text("a"));
+    to.writePrimitive(true);
+    to.endNamedEntry();
+    to.endStruct();
+  });
+  EXPECT_EQ(toHex(body), "03 09 30 01 61 12 10 04");
+}
+
+TEST(Formatting, DropsAPrimitiveBetweenEntriesOfAStruct) {
+  const std::string body = writeBody([](Events& to) {
+    to.startStruct();
+    to.startNamedEntry(text("a"));
+    to.endNamedEntry();
+    to.writePrimitive(true);
+    to.endStruct();
+    to.writePrimitive(false);
+  });
+  EXPECT_EQ(toHex(body), "03 09 30 01 61 10 04 11");
+}
+
+TEST(Formatting, KeepsAPrimitiveInASequenceInAStruct) {
+  const std::string body = writeBody([](Events& to) {
+    to.startStruct();
+    to.startSequence();
+    to.writePrimitive(true);
+    to.endSequence();
+    to.startMetadata();
+    to.writePrimitive(false);
+    to.endMetadata();
+    to.endStruct();
+  });
+  EXPECT_EQ(toHex(body), "03 05 12 06 07 11 08 04");
+}
+
+TEST(Formatting, KeepsANameDirectlyInAStruct) {
+  const std::string body = writeBody([](Events& to) {
+    to.startStruct();
+    to.startNamedEntry(u(5));
+  });
+  EXPECT_EQ(toHex(body), "03 09 20 05");
+}
+
+TEST(Formatting, WritesSequences) {
+  const std::string body = writeBody([](Events& to) {
+    to.startSequence();
+    to.writePrimitive(u(300));
+    to.endSequence();
+  });
+  EXPECT_EQ(toHex(body), "05 21 2c 01 06");
+}
+
+TEST(Formatting, WritesMetadata) {
+  const std::string body = writeBody([](Events& to) {
+    to.startMetadata();
+    to.startNamedEntry(text("x"));
+    to.writePrimitive(s(-1));
+    to.endNamedEntry();
+    to.endMetadata();
+  });
+  EXPECT_EQ(toHex(body), "07 09 30 01 78 28 01 10 08");
+}
+
+TEST(Formatting, WritesAPrimitiveBeforeAnyDocument) { EXPECT_EQ(writeOne(true), "12"); }
+
+TEST(Formatting, WritesAnEndWithNothingOpen) {
+  const std::string bytes = write([](Events& to) {
+    to.endStruct();
+    to.endSequence();
+    to.writePrimitive(true);
+  });
+  EXPECT_EQ(toHex(bytes), "04 06 12");
+}
+
+TEST(Formatting, AfterAResetAppendsAndForgetsWhatWasOpen) {
+  std::string bytes;
+  BinaryFormatter formatter(SerializationOutput::toString(bytes));
+  formatter.startStruct();
+  formatter.reset();
+  formatter.writePrimitive(true);
+  EXPECT_EQ(toHex(bytes), "03 12");
+}
+
+TEST(Formatting, OfAPrimitiveWithoutAlternativeFailsAndWritesNothing) {
+  struct Throws {
+    operator std::string() const { throw Thrown(); }
+  };
+  Primitive broken = true;
+  EXPECT_THROW(broken.emplace<std::string>(Throws()), Thrown);
+  if (!broken.valueless_by_exception())
+    GTEST_SKIP() << "this standard library never leaves a primitive without alternative";
+  std::string bytes;
+  BinaryFormatter formatter(SerializationOutput::toString(bytes));
+  EXPECT_EQ(endingOf([&] { formatter.writePrimitive(broken); }), "bad_variant_access");
+  EXPECT_EQ(bytes, "");
+  EXPECT_EQ(endingOf([&] { formatter.startNamedEntry(broken); }), "bad_variant_access");
+  EXPECT_EQ(toHex(bytes), "09");
+}
+
+TEST(Formatting, RefusesOtherOutputs) {
+  ustring wide = u"kept";
+  std::vector<unsigned char> sequence{1, 2};
+  int intermediate = 0;
+  const auto endingFor = [](const SerializationOutput& output) {
+    return endingOf([&] { BinaryFormatter formatter(output); });
+  };
+  EXPECT_EQ(endingFor(SerializationOutput::toUString(wide)), "UstringNotSupported");
+  EXPECT_EQ(endingFor(SerializationOutput::toByteSequence(sequence)), "IntermediateFormatNotSupported");
+  EXPECT_EQ(endingFor(SerializationOutput::toIntermediateFormat(&intermediate)),
+            "IntermediateFormatNotSupported");
+  EXPECT_EQ(wide, u"kept");
+  EXPECT_EQ(sequence, (std::vector<unsigned char>{1, 2}));
+}
+
+TEST(Formatting, RefusalsCarryTheirMessage) {
+  ustring wide;
+  try {
+    BinaryFormatter formatter(SerializationOutput::toUString(wide));
+    FAIL() << "no exception";
+  } catch (const foundation::core::except::IMsgIDException& e) {
+    EXPECT_EQ(e.get_error_id(e.GetMsgID()), "kr0:io:UstringNotSupported");
+  }
+}
+
+TEST(Formatting, GivesTheSameBytesThroughEveryOutput) {
+  for (const GoldenTagged& document : goldenTagged()) {
+    const std::string expected = write(document.produce);
+    std::ostringstream memory;
+    BinaryFormatter toMemory(SerializationOutput::toStream(memory));
+    document.produce(toMemory);
+    EXPECT_EQ(toHex(memory.str()), toHex(expected)) << document.name;
+
+    FailingOutputBuf unbuffered(0, FailingOutputBuf::Mode::failsAtSync);  // takes all bytes, one at a time
+    std::ostream plain(&unbuffered);
+    BinaryFormatter toPlain(SerializationOutput::toStream(plain));
+    endingOf([&] { document.produce(toPlain); });
+    EXPECT_EQ(unbuffered.getTaken(), toVector(expected)) << document.name;
+
+    const std::string path = temporaryPath("formatted.krs");
+    {
+      BinaryFormatter toFile(SerializationOutput::toFile(toUstring(path)));
+      document.produce(toFile);
+    }
+    EXPECT_EQ(toHex(readFile(path)), toHex(expected)) << document.name;
+  }
+}
+
+TEST(Formatting, OfALongStringGivesTheSameBytesThroughEveryOutput) {
+  std::string content;
+  for (unsigned i = 0; i < 100000; ++i) content += static_cast<char>(i * i % 251);
+  const auto produce = [&](Events& to) { to.writePrimitive(text(content)); };
+  const std::string expected = write(produce);
+  std::ostringstream memory;
+  BinaryFormatter toMemory(SerializationOutput::toStream(memory));
+  produce(toMemory);
+  EXPECT_TRUE(memory.str() == expected);
+  const std::string path = temporaryPath("formatted-long.krs");
+  {
+    BinaryFormatter toFile(SerializationOutput::toFile(toUstring(path)));
+    produce(toFile);
+  }
+  EXPECT_TRUE(readFile(path) == expected);
+}
+
+TEST(Formatting, HasWrittenAFileWhenTheDocumentEnds) {
+  const std::string path = temporaryPath("flushed.krs");
+  BinaryFormatter formatter(SerializationOutput::toFile(toUstring(path)));
+  formatter.startDocument(nullptr);
+  formatter.endDocument();
+  EXPECT_EQ(toHex(readFile(path)), emptyDocument);
+}
+
+// Counts what a stream is asked for.
+class CountingBuf : public std::stringbuf {
+ public:
+  int flushes = 0;
+
+ protected:
+  int sync() override {
+    ++flushes;
+    return std::stringbuf::sync();
+  }
+};
+
+TEST(Formatting, FlushesAtTheEndOfADocumentOnly) {
+  CountingBuf buffer;
+  std::ostream stream(&buffer);
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  formatter.startDocument(nullptr);
+  formatter.startSequence();
+  formatter.endSequence();
+  EXPECT_EQ(buffer.flushes, 0);
+  formatter.endDocument();
+  EXPECT_EQ(buffer.flushes, 1);
+}
+
+TEST(Formatting, ToAStreamThatFlushesAlwaysKeepsItFlushed) {
+  CountingBuf buffer;
+  std::ostream stream(&buffer);
+  stream << std::unitbuf;
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  formatter.startStruct();
+  EXPECT_GE(buffer.flushes, 1);
+  EXPECT_EQ(toHex(buffer.str()), "03");
+}
+
+TEST(Formatting, FlushesTheStreamThatItsOwnIsTiedTo) {
+  CountingBuf before;
+  std::ostream tied(&before);
+  std::ostringstream stream;
+  stream.tie(&tied);
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  formatter.writePrimitive(true);
+  EXPECT_GE(before.flushes, 1);
+  EXPECT_EQ(toHex(stream.str()), "12");
+}
+
+TEST(Formatting, AppendsToWhatAStreamHolds) {
+  std::ostringstream stream;
+  stream << "before";
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  formatter.writePrimitive(text("x"));
+  stream << "after";
+  EXPECT_EQ(stream.str(), "before\x30\x01xafter");
+}
+
+TEST(Formatting, ReportsAStreamThatHasFailed) {
+  std::ostringstream stream;
+  stream.setstate(std::ios::failbit);
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  EXPECT_EQ(endingOf([&] { formatter.startStruct(); }), "stream failure");
+  EXPECT_EQ(stream.str(), "");
+}
+
+TEST(Formatting, LeavesAllBytesBeforeTheOneThatAStreamRefuses) {
+  const GoldenTagged& document = goldenTagged()[2];
+  const std::string expected = write(document.produce);
+  for (std::size_t good = 0; good < expected.size(); ++good) {
+    FailingOutputBuf buffer(good, FailingOutputBuf::Mode::refuses);
+    std::ostream stream(&buffer);
+    BinaryFormatter formatter(SerializationOutput::toStream(stream));
+    EXPECT_EQ(endingOf([&] { document.produce(formatter); }), "stream failure") << good;
+    EXPECT_EQ(buffer.getTaken(), toVector(expected.substr(0, good)));
+  }
+}
+
+TEST(Formatting, ReportsAFailureToFlush) {
+  FailingOutputBuf buffer(0, FailingOutputBuf::Mode::failsAtSync);
+  std::ostream stream(&buffer);
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  formatter.startDocument(nullptr);
+  EXPECT_EQ(endingOf([&] { formatter.endDocument(); }), "stream failure");
+}
+
+TEST(Formatting, ReportsAFileThatCannotBeCreatedByItsPath) {
+  const std::string path = temporaryPath("missing/out.krs");
+  try {
+    BinaryFormatter formatter(SerializationOutput::toFile(toUstring(path)));
+    FAIL() << "no exception";
+  } catch (const std::ios_base::failure& e) {
+    EXPECT_NE(std::string(e.what()).find(path), std::string::npos) << e.what();
+  }
+}
+
+TEST(Formatting, ReportsAFullDeviceAtTheEndOfTheDocument) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full here";
+  BinaryFormatter formatter(SerializationOutput::toFile(u"/dev/full"));
+  formatter.startDocument(nullptr);
+  EXPECT_EQ(endingOf([&] { formatter.endDocument(); }), "stream failure");
+}
+
+TEST(Formatting, ReportsAFullDeviceAtTheSmallWriteThatDrainsTheBuffer) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full here";
+  BinaryFormatter formatter(SerializationOutput::toFile(u"/dev/full"));
+  EXPECT_EQ(endingOf([&] {
+              for (int i = 0; i < 1 << 20; ++i) formatter.writePrimitive(u(300));
+            }),
+            "stream failure");
+}
+
+// With a checker attached the grammar says what is open.
+
+class CheckedFormatting : public ::testing::Test {
+ protected:
+  void attach(const std::string& rule) { FormatterInternals::attachGrammarChecker(formatter, rule); }
+
+  std::string bytes;
+  BinaryFormatter formatter{SerializationOutput::toString(bytes)};
+};
+
+void produceGrammatical(Events& to) {
+  to.startDocument(text("KR0"));
+  to.startMetadata();
+  to.startNamedEntry(text("version"));
+  to.writePrimitive(u(1));
+  to.endNamedEntry();
+  to.startNamedEntry(text("packages"));
+  to.startSequence();
+  to.writePrimitive(text("urn:a"));
+  to.endSequence();
+  to.endNamedEntry();
+  to.endMetadata();
+  to.startSequence();
+  to.startMetadata();
+  to.startNamedEntry(text("type"));
+  to.writePrimitive(text("a.B"));
+  to.endNamedEntry();
+  to.endMetadata();
+  to.startStruct();
+  to.startNamedEntry(text("p"));
+  to.writePrimitive(s(-5));
+  to.endNamedEntry();
+  to.endStruct();
+  to.endSequence();
+  to.endDocument();
+}
+
+TEST_F(CheckedFormatting, GivesTheSameBytes) {
+  attach("document");
+  produceGrammatical(formatter);
+  EXPECT_EQ(toHex(bytes), toHex(write(produceGrammatical)));
+}
+
+TEST_F(CheckedFormatting, RefusesWhatTheGrammarDoesNotAllowBeforeItIsWritten) {
+  attach("document");
+  EXPECT_EQ(endingOf([&] { formatter.startStruct(); }), "GrammarException");
+  EXPECT_EQ(bytes, "");
+}
+
+TEST_F(CheckedFormatting, ChecksAnEndAfterItIsWritten) {
+  attach("document");
+  formatter.startDocument(nullptr);
+  const std::size_t before = bytes.size();
+  EXPECT_EQ(endingOf([&] { formatter.endStruct(); }), "GrammarException");
+  EXPECT_EQ(toHex(bytes.substr(before)), "04");
+}
+
+TEST_F(CheckedFormatting, RefusesAPrimitiveBeforeItIsWritten) {
+  attach("document");
+  formatter.startDocument(nullptr);
+  const std::size_t before = bytes.size();
+  EXPECT_EQ(endingOf([&] { formatter.writePrimitive(true); }), "GrammarException");
+  EXPECT_EQ(bytes.size(), before);
+}
+
+TEST_F(CheckedFormatting, DropsAPrimitiveWhereTheBlackboardIsInAStruct) {
+  attach("value");
+  FormatterInternals::getBlackboard(formatter).states.push(io::grammar::KRGrammar::structure);
+  formatter.writePrimitive(true);
+  EXPECT_EQ(bytes, "");
+}
+
+TEST_F(CheckedFormatting, KeepsAPrimitiveWhereTheBlackboardIsElsewhere) {
+  attach("value");
+  FormatterInternals::getBlackboard(formatter).states.push(io::grammar::KRGrammar::sequence);
+  formatter.writePrimitive(true);
+  EXPECT_EQ(toHex(bytes), "12");
+}
+
+TEST_F(CheckedFormatting, StartsAfreshAfterAReset) {
+  attach("document");
+  formatter.startDocument(nullptr);
+  formatter.reset();
+  EXPECT_TRUE(FormatterInternals::getBlackboard(formatter).states.empty());
+  bytes.clear();
+  produceGrammatical(formatter);
+  EXPECT_EQ(toHex(bytes), toHex(write(produceGrammatical)));
+}
+
+TEST_F(CheckedFormatting, LeavesItsOwnStatesAlone) {
+  formatter.startStruct();
+  attach("value");
+  formatter.writePrimitive(true);
+  EXPECT_EQ(toHex(bytes), "03 12");
+}
+
+}  // namespace
+}  // namespace kr::zero::test
