@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes the example model from XMI to the binary format and back, and looks at it on the way.
+# Takes the example model from XMI to both binary formats and back, and looks at it on the way.
 #
 #   scripts/demo.sh         installs what is missing and builds the tool first
 #   scripts/demo.sh TOOL    uses a tool that is there
@@ -29,7 +29,11 @@ run convert library.xmi library.krb -m library.ecore
 run info library.krb -m library.ecore
 echo '$ kr0 cat library.krb -m library.ecore | head -n 12'
 "$tool" cat library.krb -m library.ecore | head -n 12
-run convert library.krb back.xmi -m library.ecore
+run convert library.krb library.krt -m library.ecore
+echo '$ kr0 cat library.krt | head -n 6'
+"$tool" cat library.krt | head -n 6
+run convert library.krt back.xmi -m library.ecore
 cmp library.xmi back.xmi
-xmi=$(stat -c %s library.xmi) krb=$(stat -c %s library.krb)
-echo "The model came back byte for byte: $xmi bytes as XMI, $krb bytes as binary ($((100 * krb / xmi)) %)."
+xmi=$(stat -c %s library.xmi) krb=$(stat -c %s library.krb) krt=$(stat -c %s library.krt)
+echo "The model came back byte for byte: $xmi bytes as XMI, $krb bytes as krb ($((100 * krb / xmi)) %),"
+echo "$krt bytes as krt, which needs no meta model to be looked at ($((100 * krt / xmi)) %)."

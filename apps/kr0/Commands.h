@@ -25,6 +25,7 @@ struct ShowOptions {
   std::vector<std::string> metaModels;
   std::string from;
   bool json = false;
+  bool events = false;  ///< print the tree events
 };
 /// What a document is: format, version, packages, size, elements by class.
 void info(const ShowOptions& options);

@@ -6,6 +6,8 @@
 
 #include "Errors.h"
 #include "Files.h"
+#include "kr/zero/io/BinaryKRSylvanParser.h"
+#include "kr/zero/io/BinaryKRSylvanSerializer.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/BinarySerializer.h"
 
@@ -57,20 +59,20 @@ std::string firstOf(const std::vector<std::string>& problems) {
 }
 
 // Runs the parser; every failure but a lack of memory becomes one sentence.
-bool parse(io::BinaryParser& parser, const Document& document) {
+bool parse(io::Parser& parser, const Document& document) {
   try {
     return parser.parseByteSequence(document.bytes);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    const bool isXml = ecore::looksLikeXml(document.text());
     throw BadInput(document.name + ": " + sentence(reasonOf(error), parser.describeFailure()) +
-                   (isXml ? " (it looks like XML)" : ""));
+                   hintAt(document));
   }
 }
 
+template <class SomeParser>
 Model readBinary(const Document& document, const MetaModels& metaModels) {
-  io::BinaryParser parser(std::make_unique<io::ParseCustomizer>(metaModels.registry()), makeBuilder());
+  SomeParser parser(std::make_unique<io::ParseCustomizer>(metaModels.registry()), makeBuilder());
   if (!parse(parser, document))
     throw BadInput(document.name + ": " + sentence(firstOf(parser.getProblems()), parser.describeFailure()));
   return parser.takeModel();
@@ -88,10 +90,18 @@ std::string asBinary(const Model& model, const MetaModels& metaModels) {
   return {bytes.begin(), bytes.end()};
 }
 
+std::string asTagged(const Model& model) {
+  std::string bytes;
+  io::BinaryKRSylvanSerializer().serialize(model, io::SerializationOutput::toString(bytes));
+  return bytes;
+}
+
 std::string encode(const Model& model, const std::string& path, Format format, const MetaModels& metaModels,
                    ProgressBar& progress) {
   try {
-    return format == Format::krb ? asBinary(model, metaModels) : asXmi(model, metaModels, progress);
+    if (format == Format::krb) return asBinary(model, metaModels);
+    if (format == Format::krt) return asTagged(model);
+    return asXmi(model, metaModels, progress);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
@@ -104,6 +114,20 @@ std::optional<Format> formatOfExtension(const std::string& path) {
   return formatNamed(extension.empty() ? std::string_view() : std::string_view(extension).substr(1));
 }
 
+// How every tagged document begins that a writer has made.
+bool looksTagged(std::string_view text) { return text.starts_with("\x01\x20\x01\x30\x02kr"); }
+
+bool looksDirect(std::string_view text) { return text.starts_with("\x01\x02kr"); }
+
+// What a document is by its content; nothing where that looks like no format at all.
+std::optional<Format> formatOfContent(const Document& document) {
+  const std::string_view text = document.text();
+  if (looksTagged(text)) return Format::krt;
+  if (looksDirect(text)) return Format::krb;
+  if (ecore::looksLikeXml(text)) return Format::xmi;
+  return std::nullopt;
+}
+
 std::string joinNames(const std::vector<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
@@ -113,17 +137,19 @@ std::string joinNames(const std::vector<std::string>& names) {
 }  // namespace
 
 std::optional<Format> formatNamed(std::string_view name) {
-  if (name == nameOf(Format::krb)) return Format::krb;
-  if (name == nameOf(Format::xmi)) return Format::xmi;
+  for (const Format format : {Format::krb, Format::krt, Format::xmi})
+    if (name == nameOf(format)) return format;
   return std::nullopt;
 }
 
-std::string_view nameOf(Format format) { return format == Format::krb ? "krb" : "xmi"; }
+std::string_view nameOf(Format format) {
+  return format == Format::krb ? "krb" : format == Format::krt ? "krt" : "xmi";
+}
 
 Format outputFormat(const std::string& path) {
   if (path == "-")
-    throw WrongCall("standard output has no name that tells a format: give --to krb or --to xmi");
-  return formatOfExtension(path) == Format::krb ? Format::krb : Format::xmi;
+    throw WrongCall("standard output has no name that tells a format: give --to krb, --to krt or --to xmi");
+  return formatOfExtension(path).value_or(Format::xmi);
 }
 
 MetaModels::MetaModels(const std::vector<std::string>& paths)
@@ -143,8 +169,16 @@ Document readDocument(const std::string& path, std::optional<Format> format, Pro
   progress.startStep("reading " + inputName(path));
   Document document{inputName(path), readInput(path)};
   if (!format) format = formatOfExtension(path);
-  document.format = format ? *format : ecore::looksLikeXml(document.text()) ? Format::xmi : Format::krb;
+  if (!format) format = formatOfContent(document);
+  document.format = format.value_or(Format::krb);
   return document;
+}
+
+std::string hintAt(const Document& document) {
+  const std::optional<Format> looks = formatOfContent(document);
+  if (!looks || *looks == document.format) return {};
+  if (*looks == Format::xmi) return " (it looks like XML)";
+  return " (it looks like " + std::string(nameOf(*looks)) + ")";
 }
 
 BinaryHeader readBinaryHeader(const Document& document) {
@@ -158,7 +192,8 @@ BinaryHeader readBinaryHeader(const Document& document) {
 
 Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress) {
   progress.startStep("understanding " + document.name);
-  if (document.format == Format::krb) return readBinary(document, metaModels);
+  if (document.format == Format::krb) return readBinary<io::BinaryParser>(document, metaModels);
+  if (document.format == Format::krt) return readBinary<io::BinaryKRSylvanParser>(document, metaModels);
   return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// Internal: documents of either format, with the meta models that they need.
+/// Internal: documents of every format, with the meta models that they need.
 #pragma once
 
 #include <cstdint>
@@ -16,13 +16,14 @@
 
 namespace kr::zero::tool {
 
-enum class Format { krb, xmi };
+/// krb is the direct binary format, krt the tagged one.
+enum class Format { krb, krt, xmi };
 
-/// The format of a name that --from or --to gives ("krb", "xmi"); nothing for an empty name.
+/// The format of a name that --from or --to gives ("krb", "krt", "xmi"); nothing for an empty name.
 std::optional<Format> formatNamed(std::string_view name);
 std::string_view nameOf(Format format);
 
-/// The format in which a path is written: binary for the extension .krb, XMI for any other.
+/// The format in which a path is written: that of the extension .krb or .krt, XMI for any other.
 /// @throws WrongCall for standard output, whose name tells nothing.
 Format outputFormat(const std::string& path);
 
@@ -48,15 +49,19 @@ struct Document {
   std::string_view text() const;
 };
 
-/// What a binary document says of itself before its first element.
+/// What a direct binary document says of itself before its first element.
 struct BinaryHeader {
   std::string version;
   std::vector<std::string> packages;
 };
 
 /// Reads a file or standard input. Its format is the one given, else that of the extension (.krb,
-/// .xmi), else what the content looks like.
+/// .krt, .xmi), else what the content looks like.
 Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress);
+
+/// " (it looks like XML)": what to tell of a document that cannot be read as the format that it is taken
+/// for, but looks like another; else an empty text.
+std::string hintAt(const Document& document);
 
 /// @throws BadInput where the header is malformed.
 BinaryHeader readBinaryHeader(const Document& document);

@@ -4,6 +4,7 @@
 
 #include "Commands.h"
 #include "Files.h"
+#include "TaggedTree.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
 namespace kr::zero::tool {
@@ -45,7 +46,29 @@ Counts countByClass(const Model& model) {
   return counts;
 }
 
+// A tagged document says everything itself.
+class TaggedFacts final : public TaggedTreeVisitor {
+ public:
+  explicit TaggedFacts(Facts& facts) : facts_(facts) { facts_.elements.emplace(); }
+  void header(const std::string& version, const std::vector<std::string>& packages) override {
+    facts_.version = version;
+    facts_.packages = packages;
+  }
+  void beginObject(const TaggedHeader& header) override { ++(*facts_.elements)[header.type]; }
+
+ private:
+  Facts& facts_;
+};
+
+void addTagged(const Document& document, Facts& facts) {
+  checkTagged(document);
+  TaggedFacts visitor(facts);
+  TaggedTree tree(visitor);
+  sendTagged(document, tree);
+}
+
 void addHeader(const Document& document, Facts& facts) {
+  if (document.format == Format::krt) return addTagged(document, facts);
   if (document.format == Format::xmi) {
     facts.version = xmiVersion(document.text());
     return;

@@ -24,7 +24,7 @@ struct Call {
   SchemaOptions schema;
 };
 
-const CLI::IsMember formats({"krb", "xmi"});
+const CLI::IsMember formats({"krb", "krt", "xmi"});
 
 CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
   return verb.add_option("-m,--meta", paths, "The .ecore files that say what the elements are")
@@ -58,7 +58,8 @@ void addConvert(CLI::App& app, ConvertOptions& options) {
   addMetaModels(*verb, options.metaModels)->required();
   verb->add_option("--from", options.from, "Format of IN, where its name and content do not tell")
       ->check(formats);
-  verb->add_option("--to", options.to, "Format of OUT, where it is not krb for .krb and xmi for all else")
+  verb->add_option("--to", options.to,
+                   "Format of OUT, where it is not krb for .krb, krt for .krt and xmi for all else")
       ->check(formats);
   verb->callback([&options] { convert(options); });
 }
@@ -73,10 +74,12 @@ void addInfo(CLI::App& app, ShowOptions& options) {
 
 void addCat(CLI::App& app, ShowOptions& options) {
   CLI::App* verb = addVerb(app, "cat", "Print all that a document holds as a tree",
-                           "kr0 cat books.krb -m library.ecore --json");
+                           "kr0 cat books.krb -m library.ecore --json\n  kr0 cat books.krt");
   addDocument(*verb, options);
-  addMetaModels(*verb, options.metaModels)->required();
+  addMetaModels(*verb, options.metaModels)
+      ->description("The .ecore files that say what the elements are; a .krt document can do without");
   verb->add_flag("--json", options.json, "Print JSON");
+  verb->add_flag("--events", options.events, "Print the tree events of the document, one a line");
   verb->callback([&options] { cat(options); });
 }
 
