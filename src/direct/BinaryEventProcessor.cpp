@@ -33,6 +33,7 @@ void BinaryEventProcessor::postprocess(const SerializationOutput& output) { deli
 void BinaryEventProcessor::startDocument() {
   for (Frame& frame : frames_) emptyFrame(frame);  // a walk that failed leaves some filled
   types_.clear();
+  typesByName_.fill(nullptr);
   open_.clear();
   depth_ = -1;
   packageNames_.clear();
@@ -177,7 +178,7 @@ void BinaryEventProcessor::setShouldSerializeAssociations(bool should) {
 const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describe(const ustring& name) {
   if (!open_.empty()) {
     OpenType& open = open_.back();
-    const TypeDescriptor& properties = *open.type;
+    const std::vector<PropertyDescriptor>& properties = open.type->properties;
     for (std::size_t at = open.last; at < properties.size(); ++at) {
       if (properties[at].name != &name) continue;
       open.last = at;
@@ -193,7 +194,7 @@ const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describeBy
   const auto& properties = getContainerType()->getAllProperties();
   open_.back().last = static_cast<std::size_t>(std::find(properties.begin(), properties.end(), property) -
                                                properties.begin());
-  return (*open_.back().type)[open_.back().last];
+  return open_.back().type->properties[open_.back().last];
 }
 
 const BinaryEventProcessor::TypeDescriptor& BinaryEventProcessor::describeType(meta::StructuredType type) {
@@ -201,9 +202,15 @@ const BinaryEventProcessor::TypeDescriptor& BinaryEventProcessor::describeType(m
   if (index >= types_.size()) types_.resize(index + 1);
   if (types_[index] == nullptr) {
     auto made = std::make_unique<TypeDescriptor>();
-    for (const meta::Property property : type->getAllProperties()) made->push_back(makeDescriptor(property));
+    made->name = &type->getQualifiedName();
+    values::ByteBuffer named;
+    writeNamed(named, *made->name);
+    made->written.assign(named.data(), named.data() + named.size());
+    for (const meta::Property property : type->getAllProperties())
+      made->properties.push_back(makeDescriptor(property));
     types_[index] = std::move(made);
   }
+  typesByName_[placeOf(type->getQualifiedName())] = types_[index].get();
   return *types_[index];
 }
 
@@ -266,9 +273,23 @@ void BinaryEventProcessor::writeKey(const PropertyDescriptor& descriptor) {
   bytes().setEnd(out + descriptor.keySize);
 }
 
+std::size_t BinaryEventProcessor::placeOf(const ustring& typeName) noexcept {
+  return reinterpret_cast<std::uintptr_t>(&typeName) / sizeof(ustring) %
+         std::tuple_size_v<decltype(typesByName_)>;
+}
+
+// The name of a type that was written before is known by its address.
 void BinaryEventProcessor::writeNamed(const ustring& typeName) {
-  writeNumber(direct::kReserved);
-  writeText(typeName);
+  const TypeDescriptor* const known = typesByName_[placeOf(typeName)];
+  if (known != nullptr && known->name == &typeName)
+    bytes().append(known->written.data(), known->written.size());
+  else
+    writeNamed(bytes(), typeName);
+}
+
+void BinaryEventProcessor::writeNamed(values::ByteBuffer& out, const ustring& typeName) {
+  out.append(direct::kReserved);
+  texts_.append(out, typeName);
 }
 
 void BinaryEventProcessor::writeEndMark() { writeNumber(direct::kEndToken); }

@@ -72,7 +72,11 @@ class BinaryEventProcessor final : public EventProcessor {
     std::uint8_t keySize = 0;
     std::array<std::uint8_t, 5> key{};
   };
-  using TypeDescriptor = std::vector<PropertyDescriptor>;
+  struct TypeDescriptor {
+    const ustring* name = nullptr;      ///< the meta model's own string
+    std::vector<std::uint8_t> written;  ///< what writeNamed() writes for it
+    std::vector<PropertyDescriptor> properties;
+  };
   /// A type being written.
   struct OpenType {
     const TypeDescriptor* type;
@@ -83,6 +87,7 @@ class BinaryEventProcessor final : public EventProcessor {
   const PropertyDescriptor& describeByText(const ustring& name);
   const TypeDescriptor& describeType(meta::StructuredType type);
   static PropertyDescriptor makeDescriptor(meta::Property property);
+  static std::size_t placeOf(const ustring& typeName) noexcept;
   void openType(const ustring& property, const ustring& typeName);
   void closeType();
   void pushFrame(const ustring& property);
@@ -94,6 +99,7 @@ class BinaryEventProcessor final : public EventProcessor {
   void writeKey(const PropertyDescriptor& descriptor);
   void writeText(const ustring& text) { texts_.append(bytes(), text); }
   void writeNamed(const ustring& typeName);
+  void writeNamed(values::ByteBuffer& out, const ustring& typeName);
   void writeEndMark();
   void writeReference(const ustring& targetType, const ustring& id1, const ustring& id2);
   void writeQualifiedReference(const ustring& targetType, const ustring& qualifier, const ustring& id1,
@@ -110,6 +116,7 @@ class BinaryEventProcessor final : public EventProcessor {
   // stand at its address, so that each document starts over.
   std::vector<std::unique_ptr<TypeDescriptor>> types_;
   std::vector<OpenType> open_;
+  std::array<const TypeDescriptor*, 64> typesByName_{};  // by a hash of the name's address
   TextWriter texts_;
 };
 

@@ -16,6 +16,10 @@ inline constexpr std::size_t kMostNumberBytes = 10;
 /// @param out has room for kMostNumberBytes.
 /// @return where the number ends.
 inline std::uint8_t* encodeNumber(std::uint64_t number, std::uint8_t* out) noexcept {
+  if (number < kMoreGroups) {  // nearly all are
+    *out = static_cast<std::uint8_t>(number);
+    return out + 1;
+  }
   for (; number >= kMoreGroups; number >>= kGroupBits)
     *out++ = static_cast<std::uint8_t>(number | kMoreGroups);
   *out++ = static_cast<std::uint8_t>(number);

@@ -1,5 +1,6 @@
 #include "direct/TextWriter.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -12,32 +13,43 @@ namespace kr::zero::io {
 
 namespace {
 
-constexpr std::size_t kBlock = 4;  // units of 16 bits in a word
-constexpr std::uint64_t kNotAscii = 0xFF80FF80FF80FF80;
+constexpr std::size_t kBlock = 8;  // units that one vector holds
 
-/// The low bytes of the four units of a word, in their order, whatever the byte order of the host.
-std::uint32_t narrowBlock(std::uint64_t units) {
-  units = (units | units >> 8) & 0x0000FFFF0000FFFF;
-  return static_cast<std::uint32_t>(units | units >> 16);
+using Wide __attribute__((vector_size(kBlock * sizeof(char16_t)))) = std::uint16_t;
+using Narrow __attribute__((vector_size(kBlock))) = std::uint8_t;
+
+/// Writes the low bytes of a block of units.
+/// @return the units.
+Wide narrowBlock(const char16_t* in, std::uint8_t* out) {
+  Wide units;
+  std::memcpy(&units, in, sizeof units);
+  const Narrow bytes = __builtin_convertvector(units, Narrow);
+  std::memcpy(out, &bytes, sizeof bytes);
+  return units;
+}
+
+bool isAscii(Wide bits) {
+  std::array<std::uint64_t, 2> words;
+  std::memcpy(words.data(), &bits, sizeof words);
+  return ((words[0] | words[1]) & 0xFF80FF80FF80FF80) == 0;
 }
 
 /// Writes ASCII units as bytes.
 /// @return whether all were ASCII; otherwise what was written is of no use.
 bool narrowAscii(std::u16string_view text, std::uint8_t* out) {
-  const char16_t* in = text.data();
-  const char16_t* const end = in + text.size();
-  for (; static_cast<std::size_t>(end - in) >= kBlock; in += kBlock, out += kBlock) {
-    std::uint64_t units = 0;
-    std::memcpy(&units, in, sizeof units);
-    if ((units & kNotAscii) != 0) return false;
-    const std::uint32_t bytes = narrowBlock(units);
-    std::memcpy(out, &bytes, sizeof bytes);
+  const char16_t* const in = text.data();
+  if (text.size() < kBlock) {
+    unsigned bits = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      bits |= in[i];
+      out[i] = static_cast<std::uint8_t>(in[i]);
+    }
+    return bits < 0x80;
   }
-  for (; in != end; ++in, ++out) {
-    if (*in >= 0x80) return false;
-    *out = static_cast<std::uint8_t>(*in);
-  }
-  return true;
+  const std::size_t last = text.size() - kBlock;  // may share units with the block before
+  Wide bits = narrowBlock(in + last, out + last);
+  for (std::size_t at = 0; at < last; at += kBlock) bits |= narrowBlock(in + at, out + at);
+  return isAscii(bits);
 }
 
 const fl::i18n::codecvt_ustring_to_string& utf8Converter() {
