@@ -305,7 +305,7 @@ TEST(DocumentGrammar, AgreesWithTheTableOnAllSequencesOfFiveEvents) {
 }
 
 TEST(DocumentGrammar, AgreesWithTheTableOnAllContinuationsOfThreeEventsAnywhereInADocument) {
-  const std::string events = makeRichDocument();
+  const std::string events = document(richObject);
   for (std::size_t i = 0; i <= events.size(); ++i) {
     const std::string prefix = events.substr(0, i);
     const std::size_t taken = compareContinuations(prefix, 3);

@@ -1,6 +1,5 @@
 #include "modeling/sylvan/grammar/ProcessorStack.h"
 
-#include <algorithm>
 #include <cstddef>
 
 #include "grammar/Unexpected.h"
@@ -62,7 +61,7 @@ void ProcessorStack::doProcess(SylvanEventCode code, const SylvanPrimitive& prim
   try {
     route(code, primitive);
   } catch (const TracingException& failure) {
-    if (processors_.size() < 2) throw;
+    if (height_ < 2) throw;
     throw TracingException(traceBelowTop(), failure);
   }
 }
@@ -71,9 +70,9 @@ void ProcessorStack::doProcess(SylvanEventCode code, const SylvanPrimitive& prim
 // no rule begins with itself.
 void ProcessorStack::route(SylvanEventCode code, const SylvanPrimitive& primitive) {
   for (;;) {
-    while (isTopExhausted()) release();
-    if (processors_.empty()) refuse(code, passed_);
-    const ReturnType answer = send(*processors_.back(), code, primitive);
+    while (isTopDone()) release();
+    if (height_ == 0) refuse(code, passed_);
+    const ReturnType answer = send(*processors_[height_ - 1], code, primitive);
     switch (answer.kind) {
       case ReturnType::Kind::accepted:
         return;
@@ -88,7 +87,8 @@ void ProcessorStack::route(SylvanEventCode code, const SylvanPrimitive& primitiv
 }
 
 void ProcessorStack::select(const Rule& rule) {
-  reserveEntry();
+  // Of the two, the codes are the last to grow.
+  if (height_ == codes_.size()) makeRoom();
   selectKind(resolve(rule));
 }
 
@@ -117,23 +117,21 @@ void ProcessorStack::selectKind(const Rule& rule) {
 
 void ProcessorStack::push(Processor& processor, Code code, const Rule& rule) {
   processor.init(rule);
-  processors_.push_back(&processor);
-  codes_.push_back(code);
+  processors_[height_] = &processor;
+  codes_[height_] = code;
+  ++height_;
 }
 
-// Both stacks grow before anything is put on them, so they never differ in height.
-void ProcessorStack::reserveEntry() {
-  if (processors_.size() < std::min(processors_.capacity(), codes_.capacity())) return;
-  const std::size_t room = 2 * processors_.size() + 16;
-  processors_.reserve(room);
-  codes_.reserve(room);
+void ProcessorStack::makeRoom() {
+  const std::size_t room = 2 * height_ + 16;
+  processors_.resize(room);
+  codes_.resize(room);
 }
 
 void ProcessorStack::release() {
-  Processor& processor = *processors_.back();
-  const Code code = codes_.back();
-  processors_.pop_back();
-  codes_.pop_back();
+  --height_;
+  Processor& processor = *processors_[height_];
+  const Code code = codes_[height_];
   if (code == Code::repetition) {
     auto& repetition = static_cast<RepetitionProcessor&>(processor);
     passed_ |= repetition.getRule().getSubRules().front()->getStart();
@@ -143,16 +141,30 @@ void ProcessorStack::release() {
   }
 }
 
-// A sequence cannot tell by itself that its last sub rule has ended. Only the one at the bottom gets one more
-// event, and refuses it.
-bool ProcessorStack::isTopExhausted() const noexcept {
-  return codes_.size() > 1 && codes_.back() == Code::sequence &&
-         static_cast<const SequenceProcessor&>(*processors_.back()).isExhausted();
+// For most, this only saves asking: they would answer that they are finished. A sequence cannot tell by
+// itself that its last sub rule has ended; the one at the bottom gets one more event, and refuses it.
+bool ProcessorStack::isTopDone() const noexcept {
+  if (height_ == 0) return false;
+  switch (codes_[height_ - 1]) {
+    case Code::terminal:
+      return terminal_.hasBegun();
+    case Code::choice:
+      return choice_.hasBegun();
+    case Code::optional:
+      return optional_.hasBegun();
+    case Code::sequence:
+      return height_ > 1 && static_cast<const SequenceProcessor&>(*processors_[height_ - 1]).isExhausted();
+    case Code::empty:
+    case Code::action:
+    case Code::repetition:
+      break;
+  }
+  return false;
 }
 
 std::string ProcessorStack::traceBelowTop() const {
   constexpr std::size_t shownAtEachEnd = 16;
-  const std::size_t count = processors_.size() - 1;
+  const std::size_t count = height_ - 1;
   std::string text;
   if (count <= 2 * shownAtEachEnd) {
     appendNames(text, processors_, 0, count);

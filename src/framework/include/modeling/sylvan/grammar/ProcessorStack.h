@@ -2,7 +2,9 @@
 /// Leads events through the processors of a grammar's rules.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -59,9 +61,9 @@ class KR0_FRAMEWORK_API ProcessorStack {
   void select(const Rule& rule);
 
   /// From the bottom up.
-  const std::vector<Processor*>& getProcessors() const noexcept { return processors_; }
+  std::span<Processor* const> getProcessors() const noexcept { return {processors_.data(), height_}; }
   /// Parallel to getProcessors().
-  const std::vector<Code>& getCodes() const noexcept { return codes_; }
+  std::span<const Code> getCodes() const noexcept { return {codes_.data(), height_}; }
   /// Numbers of repetition and sequence processors that were made.
   std::size_t getRepetitionCount() const noexcept { return repetitions_.getCount(); }
   std::size_t getSequenceCount() const noexcept { return sequences_.getCount(); }
@@ -73,13 +75,15 @@ class KR0_FRAMEWORK_API ProcessorStack {
   void route(SylvanEventCode code, const SylvanPrimitive& primitive);
   void selectKind(const Rule& rule);
   void push(Processor& processor, Code code, const Rule& rule);
-  void reserveEntry();
+  void makeRoom();
   void release();
-  bool isTopExhausted() const noexcept;
+  bool isTopDone() const noexcept;
   std::string traceBelowTop() const;
 
+  /// Two stacks of the same height. Only the first `height_` entries mean anything, the rest is room.
   std::vector<Processor*> processors_;
   std::vector<Code> codes_;
+  std::size_t height_ = 0;
   /// The kinds that rules passed over at the event in hand would have begun with.
   EventKinds passed_;
   SylvanPrimitive noPrimitive_;

@@ -33,6 +33,8 @@ class KR0_FRAMEWORK_API TerminalProcessor final : public UniformProcessor<Termin
   ~TerminalProcessor() override;
   void init(const Rule& rule) override;
   std::string name() const override;
+  /// Whether the rule has had its first event, so that the next one ends it.
+  bool hasBegun() const noexcept { return begun_; }
 
  private:
   friend class UniformProcessor<TerminalProcessor>;
@@ -51,6 +53,8 @@ class KR0_FRAMEWORK_API ChoiceProcessor final : public UniformProcessor<ChoicePr
   ~ChoiceProcessor() override;
   void init(const Rule& rule) override;
   std::string name() const override;
+  /// As for TerminalProcessor.
+  bool hasBegun() const noexcept { return begun_; }
 
  private:
   friend class UniformProcessor<ChoiceProcessor>;
@@ -71,6 +75,8 @@ class KR0_FRAMEWORK_API OptionalProcessor final : public UniformProcessor<Option
   ~OptionalProcessor() override;
   void init(const Rule& rule) override;
   std::string name() const override;
+  /// As for TerminalProcessor.
+  bool hasBegun() const noexcept { return begun_; }
 
  private:
   friend class UniformProcessor<OptionalProcessor>;
