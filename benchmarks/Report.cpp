@@ -54,6 +54,10 @@ constexpr Limit timeLimits[] = {
     {"read", "read direct", "read protobuf heap", 1.5},
     {"read, references resolved", "read direct", "read protobuf heap, references resolved", std::nullopt},
     {"read, against an arena", "read direct", "read protobuf arena", std::nullopt},
+    {"format tagged events, against CBOR", "format tagged events", "write CBOR, nlohmann", 1.0},
+    {"format tagged events, against MessagePack", "format tagged events", "pack MessagePack", 2.0},
+    {"assemble tagged events, against CBOR", "assemble tagged events", "sax_parse CBOR, nlohmann", 1.0},
+    {"assemble tagged events, against MessagePack", "assemble tagged events", "visit MessagePack", 2.0},
     {"read, driver alone", "read direct, driver alone", "read protobuf heap", std::nullopt},
 };
 constexpr double memoryLimit = 1.5;
@@ -94,7 +98,7 @@ std::vector<Comparison> compare(const Collector& collector, const Documents& doc
 void printTable(std::ostream& out, const Collector& collector, const Documents& documents,
                 const HeldBytes& held, const std::vector<Comparison>& comparisons) {
   const auto name = [&out](const std::string& text) -> std::ostream& {
-    return out << "  " << std::left << std::setw(42) << text << std::right << std::fixed;
+    return out << "  " << std::left << std::setw(46) << text << std::right << std::fixed;
   };
   out << documents.size << " elements of 14 properties; content " << std::hex << documents.contentHash
       << std::dec << " in every form\n\n";

@@ -1,4 +1,5 @@
-// Writes and reads one content in the direct format and in Protocol Buffers, side by side.
+// Writes and reads one content in the direct format and in Protocol Buffers, and one tree in the tagged
+// format, CBOR and MessagePack, side by side.
 //
 //   kr0_bench [--json=FILE] [--gate] [--elements=N] [--benchmark_...]
 //
@@ -18,6 +19,7 @@
 #include "Documents.h"
 #include "QuietProcessor.h"
 #include "Report.h"
+#include "TreeBenchmarks.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/BinarySerializer.h"
 
@@ -152,7 +154,9 @@ int run(std::vector<std::string> arguments) {
   const Options options = takeOptions(arguments);
   initialize(arguments);
   const Documents documents(options.elements, seed);
+  const Trees trees(documents.model);
   registerAll(documents);
+  registerTreeBenchmarks(trees);
   Collector collector(documents.size);
   benchmark::RunSpecifiedBenchmarks(&collector);
   if (collector.failed()) return 1;

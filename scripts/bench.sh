@@ -8,7 +8,7 @@
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
-bench_packages="libbenchmark-dev protobuf-compiler libprotobuf-dev"
+bench_packages="libbenchmark-dev protobuf-compiler libprotobuf-dev libmsgpack-cxx-dev"
 
 # shellcheck disable=SC2086 # the lists are words
 install_packages $build_packages $bench_packages
