@@ -126,6 +126,15 @@ TEST_F(Rules, RulesInACircleKnowWhatTheyBeginWith) {
   EXPECT_EQ(list.getStartingKinds(), Kinds{SylvanEventCode::startSequence});
 }
 
+TEST_F(Rules, WhatARuleBeginsWithDoesNotDependOnTheOrderInWhichRulesAreMade) {
+  const Rule& first = g.alias("second");
+  g.define("second", g.sequence({g.optional(g.alias("third")), sequenceStart}));
+  g.define("third", g.choice({structStart, g.empty()}));
+  g.terminal(SylvanEventCode::endDocument);
+  g.finish();
+  EXPECT_EQ(first.getStartingKinds(), (Kinds{SylvanEventCode::startStruct, SylvanEventCode::startSequence}));
+}
+
 TEST_F(Rules, WordAndSetSayTheSame) {
   const Rule& rule = g.choice({primitive, structStart, sequenceStart});
   g.finish();
