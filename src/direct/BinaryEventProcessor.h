@@ -70,7 +70,7 @@ class BinaryEventProcessor final : public EventProcessor {
     values::TypeCode kind = values::TypeCode::structured;
     bool optional = false;
     std::uint8_t keySize = 0;
-    std::array<std::uint8_t, 5> key{};
+    std::array<std::uint8_t, 8> key{};  ///< of 1 to 5 bytes, in a word that is copied whole
   };
   struct TypeDescriptor {
     const ustring* name = nullptr;      ///< the meta model's own string
