@@ -150,7 +150,8 @@ TEST(TaggedStrings, UseTheLongFormFrom256Bytes) {
 }
 
 TEST(TaggedStrings, OfEveryLengthAroundTheFormsReadBack) {
-  for (const std::size_t size : {0u, 1u, 2u, 254u, 255u, 256u, 257u, 4095u, 4096u, 4097u, 70000u}) {
+  for (const std::size_t size :
+       {0u, 1u, 2u, 61u, 62u, 63u, 64u, 65u, 254u, 255u, 256u, 257u, 4095u, 4096u, 4097u, 70000u}) {
     std::string content;
     for (std::size_t i = 0; i < size; ++i) content += static_cast<char>(i * 7 % 256);
     const auto produce = [&](Events& to) {

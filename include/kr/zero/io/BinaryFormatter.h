@@ -92,6 +92,7 @@ class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor
   void writeReal(double value);
   void writeSigned(std::int64_t value);
   void writeString(std::string_view string);
+  void writeFewBytes(std::string_view string);
   std::uint8_t positiveType(std::uint64_t magnitude) const;
   std::uint8_t negativeType(std::uint64_t magnitude) const;
   void writeUint64(std::uint8_t tag, std::uint64_t magnitude);
