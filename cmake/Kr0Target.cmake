@@ -8,7 +8,9 @@ function(kr0_target_defaults target)
     POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow
-    $<$<BOOL:${KR0_WARNINGS_AS_ERRORS}>:-Werror>)
+    $<$<BOOL:${KR0_WARNINGS_AS_ERRORS}>:-Werror>
+    # Nobody puts a function of a library in the place of ours: the compiler may inline exported ones.
+    -fno-semantic-interposition)
   # These come from the optimiser and depend on what it inlined; g++ 12 sees them in its own headers.
   if(KR0_WARNINGS_AS_ERRORS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${target} PRIVATE

@@ -16,8 +16,27 @@ using modeling::sylvan::SylvanEventProcessor;
 using modeling::sylvan::SylvanPrimitive;
 namespace tags = tagged::tags;
 
+namespace {
+
+constinit const SylvanPrimitive kNull{nullptr};
+constinit const SylvanPrimitive kFalse{false};
+constinit const SylvanPrimitive kTrue{true};
+constinit const SylvanPrimitive kZero{std::int64_t{0}};
+constinit const SylvanPrimitive kRealZero{0.0};
+
+constexpr const char* kWrongTag = "Byte is no tag that may stand here";
+
+/// Puts a number into a primitive that is of its kind already.
+template <class Number>
+const SylvanPrimitive& assign(SylvanPrimitive& primitive, Number number) {
+  *std::get_if<Number>(&primitive) = number;
+  return primitive;
+}
+
+}  // namespace
+
 BinaryAssembler::BinaryAssembler(SylvanEventProcessor<void>* processor)
-    : processor_(processor), bytes_(std::make_unique<tagged::StreamBytes>()), string_(std::string()) {}
+    : processor_(processor), bytes_(std::make_unique<tagged::StreamBytes>()) {}
 
 BinaryAssembler::~BinaryAssembler() = default;
 
@@ -27,8 +46,13 @@ void BinaryAssembler::readFrom(Input& input, const char* failure) {
   source_.reset();
   bytes_->detach(failure);
   source_ = std::make_unique<SourceType>(input);
-  bytes_->attach(*source_);
-  assembleDocument();
+  bytes_->attach(*source_, std::is_same_v<SourceType, StreamSource>);
+  try {
+    assembleDocument();
+  } catch (...) {
+    bytes_->release();
+    throw;
+  }
 }
 
 void BinaryAssembler::visitFile(const ustring& path) { readFrom<FileSource>(path, "File cannot be opened"); }
@@ -56,9 +80,17 @@ const char* BinaryAssembler::getErrorDetail() const noexcept { return bytes_->ge
 bool BinaryAssembler::isStreamEmpty() const { return bytes_->isEmpty(); }
 unsigned char BinaryAssembler::getNextByte() const { return bytes_->take("Item cut short"); }
 
+// The target may look at the caller's stream, or read from it.
+template <class Event>
+void BinaryAssembler::send(const Event& event) {
+  bytes_->release();
+  event();
+  bytes_->resume();
+}
+
 void BinaryAssembler::assembleDocument() {
   bytes_->take("Document is empty");
-  processor_->startDocument(nullptr);
+  send([this] { processor_->startDocument(kNull); });
   assembleVersion();
   assembleEndianess();
   assemble();
@@ -74,52 +106,54 @@ void BinaryAssembler::assembleEndianess() {
 void BinaryAssembler::assemble() {
   while (!isStreamEmpty()) {
     const unsigned char tag = getNextByte();
-    if (tag == tags::kEndDocument) return processor_->endDocument();
+    if (tag == tags::kEndDocument) return send([this] { processor_->endDocument(); });
     assembleItem(tag);
   }
 }
 
+// Most items are entries and primitives: tested one by one, these are foreseen better than by a jump
+// through a table.
 void BinaryAssembler::assembleItem(unsigned char tag) {
+  if (tag == tags::kStartNamedEntry)
+    return send([this, &name = assembleNextPrimitive()] { processor_->startNamedEntry(name); });
+  if (tag == tags::kEndNamedEntry) return send([this] { processor_->endNamedEntry(); });
+  if (tag > tags::kEndNamedEntry)
+    return send([this, &value = assemblePrimitive(tag)] { processor_->writePrimitive(value); });
   switch (tag) {
     case tags::kStartStruct:
-      return processor_->startStruct();
+      return send([this] { processor_->startStruct(); });
     case tags::kEndStruct:
-      return processor_->endStruct();
+      return send([this] { processor_->endStruct(); });
     case tags::kStartSequence:
-      return processor_->startSequence();
+      return send([this] { processor_->startSequence(); });
     case tags::kEndSequence:
-      return processor_->endSequence();
+      return send([this] { processor_->endSequence(); });
     case tags::kStartMetadata:
-      return processor_->startMetadata();
+      return send([this] { processor_->startMetadata(); });
     case tags::kEndMetadata:
-      return processor_->endMetadata();
-    case tags::kStartNamedEntry:
-      return processor_->startNamedEntry(assembleNextPrimitive());
-    case tags::kEndNamedEntry:
-      return processor_->endNamedEntry();
+      return send([this] { processor_->endMetadata(); });
     default:
-      return processor_->writePrimitive(assemblePrimitive(tag));
+      bytes_->fail(kWrongTag);
   }
 }
 
 const SylvanPrimitive& BinaryAssembler::assembleNextPrimitive() { return assemblePrimitive(getNextByte()); }
 
 const SylvanPrimitive& BinaryAssembler::assemblePrimitive(const unsigned char& tag) {
+  if (tag == tags::kShortString) return assembleString(bytes_->take("Length of a string cut short"));
   switch (tag) {
     case tags::kFalse:
-      return number_ = false;
+      return kFalse;
     case tags::kTrue:
-      return number_ = true;
+      return kTrue;
     case tags::kZero:
-      return number_ = std::int64_t{0};
+      return kZero;
     case tags::kReal:
-      return number_ = std::bit_cast<double>(assembleNumber(tagged::kWidestNumber));
+      return assign(real_, std::bit_cast<double>(assembleNumber(tagged::kWidestNumber)));
     case tags::kRealZero:
-      return number_ = 0.0;
+      return kRealZero;
     case tags::kNull:
-      return number_ = nullptr;
-    case tags::kShortString:
-      return assembleString(bytes_->take("Length of a string cut short"));
+      return kNull;
     case tags::kLongString:
       return assembleString(assembleNumber(tagged::kWidestNumber));
     default:
@@ -129,11 +163,11 @@ const SylvanPrimitive& BinaryAssembler::assemblePrimitive(const unsigned char& t
 
 const SylvanPrimitive& BinaryAssembler::assembleInteger(unsigned char tag) {
   const bool isNegative = tagged::isNegativeTag(tag);
-  if (!isNegative && !tagged::isNonNegativeTag(tag)) bytes_->fail("Byte is no tag that may stand here");
+  if (!isNegative && !tagged::isNonNegativeTag(tag)) bytes_->fail(kWrongTag);
   const std::uint64_t magnitude = assembleNumber(tagged::getMagnitudeWidthOfTag(tag));
   // Negation wraps: a magnitude above 2^63 gives what is left of it in 64 bits.
-  if (isNegative) return number_ = static_cast<std::int64_t>(0 - magnitude);
-  return number_ = magnitude;
+  if (isNegative) return assign(signed_, static_cast<std::int64_t>(0 - magnitude));
+  return assign(unsigned_, magnitude);
 }
 
 // Reads `width` bytes of either order; the bytes of the number that are not there are zero.
@@ -147,7 +181,11 @@ std::uint64_t BinaryAssembler::assembleNumber(unsigned width) {
 // The length is a claim. Memory for it is reserved before a byte is read, so that an impossible one fails at
 // once, but touched only as bytes arrive; and it is given back where they do not.
 const SylvanPrimitive& BinaryAssembler::assembleString(std::uint64_t size) {
-  std::string& string = std::get<std::string>(string_);
+  std::string& string = *std::get_if<std::string>(&string_);
+  if (const char* const ready = bytes_->takeReady(size); ready != nullptr) {
+    string.assign(ready, size);
+    return string_;
+  }
   string.clear();
   string.reserve(size);
   try {

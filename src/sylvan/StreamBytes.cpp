@@ -5,26 +5,65 @@
 
 namespace kr::zero::io::tagged {
 
+void StreamBytes::attach(BinaryAssembler::Source& source, bool isShared) {
+  source_ = &source;
+  state_ = &source.stream();
+  isShared_ = isShared;
+  offset_ = 0;
+  detail_ = "";
+  load();
+}
+
+void StreamBytes::detach(const char* detail) noexcept {
+  source_ = nullptr;
+  state_ = nullptr;
+  begin_ = next_ = end_ = nullptr;
+  offset_ = 0;
+  detail_ = detail;
+}
+
+// A stream that is not good hands nothing out, whatever its buffer has.
+void StreamBytes::load() {
+  const std::streambuf& buffer = *state_->rdbuf();
+  const std::size_t ready = state_->good() ? std::min<std::size_t>(GetArea::getSize(buffer), INT_MAX) : 0;
+  begin_ = next_ = ready != 0 ? GetArea::getNext(buffer) : nullptr;
+  end_ = next_ + ready;
+}
+
+void StreamBytes::commit() {
+  if (next_ == begin_) return;
+  const auto taken = static_cast<std::size_t>(next_ - begin_);
+  GetArea::skip(*state_->rdbuf(), taken);
+  offset_ += taken;
+  begin_ = next_;
+}
+
+bool StreamBytes::isEmptySlowly() {
+  commit();
+  const bool isEmpty = source_->isEmpty();
+  load();
+  return isEmpty;
+}
+
 unsigned char StreamBytes::takeSlowly(const char* cut) {
-  if (source_->isEmpty()) fail(cut);
-  if (countReady() != 0) return take(cut);
+  if (isEmptySlowly()) fail(cut);
+  if (next_ != end_) return take(cut);
   // A buffer that keeps nothing in memory, or a stream that its own buffer made fail.
   const int byte = source_->stream().get();
   ++offset_;
+  load();
   return static_cast<unsigned char>(byte);
 }
 
 void StreamBytes::append(std::string& to, std::uint64_t count, const char* cut) {
   while (count != 0) {
-    std::size_t piece = countReady();
+    const std::uint64_t piece = std::min<std::uint64_t>(static_cast<std::uint64_t>(end_ - next_), count);
     if (piece == 0) {
       to += static_cast<char>(take(cut));
       --count;
       continue;
     }
-    piece = static_cast<std::size_t>(std::min<std::uint64_t>({piece, count, INT_MAX}));
-    to.append(GetArea::getNext(*state_->rdbuf()), piece);
-    skip(piece);
+    to.append(takeReady(piece), piece);
     count -= piece;
   }
 }

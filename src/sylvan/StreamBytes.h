@@ -32,45 +32,50 @@ class GetArea : private std::streambuf {
   }
 };
 
+/// Takes bytes out of a stretch of memory that the stream's buffer has ready, and moves the buffer's own
+/// position only when somebody may look at it.
 class StreamBytes {
  public:
   /// Begins to read from a source, which must stay where it is until the next call.
-  void attach(BinaryAssembler::Source& source) {
-    source_ = &source;
-    state_ = &source.stream();
-    offset_ = 0;
-    detail_ = "";
-  }
+  /// @param isShared others see the stream too: between release() and resume() it is as they expect.
+  void attach(BinaryAssembler::Source& source, bool isShared);
   /// There is no source; what is said of the document is that it could not be had.
-  void detach(const char* detail) {
-    source_ = nullptr;
-    state_ = nullptr;
-    offset_ = 0;
-    detail_ = detail;
+  void detach(const char* detail) noexcept;
+
+  /// Before and after others may look at the stream, or read from it; release() also when reading ends.
+  void release() {
+    if (isShared_) commit();
+  }
+  void resume() {
+    if (isShared_) load();
   }
 
   /// Bytes taken since attach().
-  std::uint64_t getOffset() const noexcept { return offset_; }
+  std::uint64_t getOffset() const noexcept { return offset_ + static_cast<std::uint64_t>(next_ - begin_); }
   const char* getDetail() const noexcept { return detail_; }
 
-  bool isEmpty() { return countReady() == 0 && source_->isEmpty(); }
+  bool isEmpty() { return next_ == end_ && isEmptySlowly(); }
 
   /// @param cut says what is cut short where there is no byte.
   unsigned char take(const char* cut) {
-    if (countReady() == 0) return takeSlowly(cut);
-    const char byte = *GetArea::getNext(*state_->rdbuf());
-    skip(1);
-    return static_cast<unsigned char>(byte);
+    return next_ != end_ ? static_cast<unsigned char>(*next_++) : takeSlowly(cut);
   }
 
   /// Takes `width` bytes. On failure some of them may have been taken.
   void take(std::uint8_t* to, std::size_t width, const char* cut) {
-    if (countReady() < width) {
+    if (const char* const ready = takeReady(width); ready != nullptr)
+      std::memcpy(to, ready, width);
+    else
       for (std::size_t i = 0; i < width; ++i) to[i] = take(cut);
-      return;
-    }
-    std::memcpy(to, GetArea::getNext(*state_->rdbuf()), width);
-    skip(width);
+  }
+
+  /// Takes `count` bytes where they lie in memory, which they do until the next byte is taken, or returns
+  /// null and takes nothing.
+  const char* takeReady(std::uint64_t count) noexcept {
+    if (count > static_cast<std::uint64_t>(end_ - next_)) return nullptr;
+    const char* const ready = next_;
+    next_ += count;
+    return ready;
   }
 
   /// Appends `count` bytes. On failure some of them may have been taken and appended.
@@ -80,20 +85,20 @@ class StreamBytes {
   [[noreturn]] void fail(const char* detail);
 
  private:
-  // Bytes that need neither a call of the buffer nor a look at the stream's state.
-  std::size_t countReady() const {
-    const std::streambuf* const buffer = state_->rdbuf();
-    return state_->good() ? GetArea::getSize(*buffer) : 0;
-  }
-  void skip(std::size_t count) {
-    GetArea::skip(*state_->rdbuf(), count);
-    offset_ += count;
-  }
+  void load();
+  void commit();
+  bool isEmptySlowly();
   unsigned char takeSlowly(const char* cut);
 
   BinaryAssembler::Source* source_ = nullptr;
   std::ios* state_ = nullptr;  // of the source's stream
-  std::uint64_t offset_ = 0;
+  bool isShared_ = false;
+  // Bytes that need neither a call of the buffer nor a look at the stream's state: the buffer's position
+  // is at begin_, ours at next_.
+  const char* begin_ = nullptr;
+  const char* next_ = nullptr;
+  const char* end_ = nullptr;
+  std::uint64_t offset_ = 0;  // of begin_
   const char* detail_ = "";
 };
 

@@ -25,7 +25,7 @@ class StreamBytes;
 ///
 ///     modeling::sylvan::EventPrinter printer(std::cout);
 ///     kr::zero::io::BinaryAssembler assembler(&printer);
-///     kr::zero::io::ParsingInput::fromFile(u"books.krs").visitInput(assembler);
+///     kr::zero::io::ParsingInput::fromFile(u"books.krt").visitInput(assembler);
 ///
 /// Checks bytes, not structure: events come in the order of the bytes, whether they balance or not. The
 /// first byte, the version and the byte-order marker are not held against anything. A document may end
@@ -121,6 +121,8 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   void assembleEndianess();
   void assemble();
   void assembleItem(unsigned char tag);
+  template <class Event>
+  void send(const Event& event);
   // What these return is valid until the next of them is called.
   const modeling::sylvan::SylvanPrimitive& assembleNextPrimitive();
   const modeling::sylvan::SylvanPrimitive& assemblePrimitive(const unsigned char& tag);
@@ -133,8 +135,11 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   std::unique_ptr<Source> source_;
 
   std::unique_ptr<tagged::StreamBytes> bytes_;  // reads from the source
-  modeling::sylvan::SylvanPrimitive number_;    // the last primitive that was not a string
-  modeling::sylvan::SylvanPrimitive string_;    // always a string, the last one; keeps its memory
+  // The last primitive of each kind. Each stays of its kind, and the string keeps its memory.
+  modeling::sylvan::SylvanPrimitive real_{0.0};
+  modeling::sylvan::SylvanPrimitive unsigned_{std::uint64_t{0}};
+  modeling::sylvan::SylvanPrimitive signed_{std::int64_t{0}};
+  modeling::sylvan::SylvanPrimitive string_{std::string()};
 };
 
 }  // namespace kr::zero::io
