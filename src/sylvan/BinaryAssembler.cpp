@@ -103,17 +103,9 @@ void BinaryAssembler::assembleEndianess() {
   littleEndian_ = marker != nullptr && values::isLittleEndianMarker(*marker);
 }
 
-void BinaryAssembler::assemble() {
-  while (!isStreamEmpty()) {
-    const unsigned char tag = getNextByte();
-    if (tag == tags::kEndDocument) return send([this] { processor_->endDocument(); });
-    assembleItem(tag);
-  }
-}
-
 // Most items are entries and primitives: tested one by one, these are foreseen better than by a jump
 // through a table.
-void BinaryAssembler::assembleItem(unsigned char tag) {
+inline void BinaryAssembler::assembleItem(unsigned char tag) {
   if (tag == tags::kStartNamedEntry)
     return send([this, &name = assembleNextPrimitive()] { processor_->startNamedEntry(name); });
   if (tag == tags::kEndNamedEntry) return send([this] { processor_->endNamedEntry(); });
@@ -134,6 +126,14 @@ void BinaryAssembler::assembleItem(unsigned char tag) {
       return send([this] { processor_->endMetadata(); });
     default:
       bytes_->fail(kWrongTag);
+  }
+}
+
+void BinaryAssembler::assemble() {
+  while (!isStreamEmpty()) {
+    const unsigned char tag = getNextByte();
+    if (tag == tags::kEndDocument) return send([this] { processor_->endDocument(); });
+    assembleItem(tag);
   }
 }
 
@@ -183,7 +183,8 @@ std::uint64_t BinaryAssembler::assembleNumber(unsigned width) {
 const SylvanPrimitive& BinaryAssembler::assembleString(std::uint64_t size) {
   std::string& string = *std::get_if<std::string>(&string_);
   if (const char* const ready = bytes_->takeReady(size); ready != nullptr) {
-    string.assign(ready, size);
+    string.clear();
+    string.append(ready, size);
     return string_;
   }
   string.clear();

@@ -120,7 +120,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   void assembleVersion();
   void assembleEndianess();
   void assemble();
-  void assembleItem(unsigned char tag);
+  inline void assembleItem(unsigned char tag);
   template <class Event>
   void send(const Event& event);
   // What these return is valid until the next of them is called.
