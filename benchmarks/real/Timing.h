@@ -16,10 +16,10 @@ inline double threadMilliseconds() {
   return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
 }
 
-/// Runs the work three times unmeasured, then at least seven times and for 150 ms; gives the median.
+/// Runs the work three times unmeasured, then at least seven times and for 100 ms; gives the median.
 template <class Work>
 double medianMilliseconds(Work&& work) {
-  constexpr double leastTotal = 150;
+  constexpr double leastTotal = 100;
   constexpr std::size_t leastRuns = 7;
   for (int i = 0; i < 3; ++i) work();
   std::vector<double> times;
