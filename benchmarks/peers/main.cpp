@@ -46,7 +46,7 @@ Peers makePeers(std::vector<std::string>& skipped) {
   addKr0(peers);
   addFloor(peers);
   addProtobuf(peers);
-  const auto missing = [&skipped](const char* name) {
+  [[maybe_unused]] const auto missing = [&skipped](const char* name) {
     skipped.push_back(std::string(name) + ": not installed");
   };
 #if KR0_BENCH_HAS_FLATBUFFERS
