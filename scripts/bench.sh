@@ -1,25 +1,56 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the benchmarks in release and runs them: a table on the terminal, all
-# figures in build/bench/results.json. benchmarks/README.md says what is measured.
+# Installs what is missing, builds the benchmarks in release and runs them: tables on the terminal, all
+# figures in build/bench/results.json. docs/benchmarks/README.md says what is measured and how.
 #
-#   scripts/bench.sh                      the table
-#   scripts/bench.sh --gate               exit code 1 where a ratio exceeds its limit
-#   scripts/bench.sh --elements=1000000   a larger model; --benchmark_... goes to Google Benchmark
+#   scripts/bench.sh                  everything, in less than ten minutes on two cores
+#   scripts/bench.sh --page           the same, and puts table and chart into docs/benchmarks/
+#   scripts/bench.sh --gate           only the ratios with a limit; exit code 1 where one is exceeded
+#   scripts/bench.sh --gate --elements=1000000   a larger model; --benchmark_... goes to Google Benchmark
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
-bench_packages="libbenchmark-dev protobuf-compiler libprotobuf-dev libmsgpack-cxx-dev"
+bench_packages="libbenchmark-dev protobuf-compiler libprotobuf-dev"
+peer_packages="libflatbuffers-dev flatbuffers-compiler libcapnp-dev capnproto libmsgpack-cxx-dev
+  libboost-serialization-dev libcereal-dev libcbor-dev"
+
+gate=no page=no
+for option in "$@"; do
+  case $option in
+    --gate) gate=yes ;;
+    --page) page=yes ;;
+    *) [ "${1:-}" = --gate ] || { echo "$0: unknown option $option" >&2; exit 2; } ;;
+  esac
+done
 
 # shellcheck disable=SC2086 # the lists are words
-install_packages $build_packages $bench_packages
+install_packages $build_packages $bench_packages python3
+# A peer that is not there is left out, and the report names it.
+# shellcheck disable=SC2086
+install_packages $peer_packages || true
 cd "$root"
 build=build/bench
 mkdir -p $build
 cmake -S . -B $build -G Ninja -DCMAKE_BUILD_TYPE=Release -DKR0_BUILD_BENCHMARKS=ON -DKR0_BUILD_TESTS=OFF \
   -DKR0_BUILD_TOOL=OFF -DCMAKE_CXX_COMPILER_LAUNCHER="$(command -v ccache || true)" > /dev/null
-# The compiler's warnings would bury the table; they are the tests' business. Its errors are shown.
-if ! cmake --build $build --target kr0_bench -j "$jobs" > $build/build.log 2>&1; then
+targets=kr0_bench
+[ $gate = yes ] || targets="$targets kr0_bench_peers"
+# The compiler's warnings would bury the tables; they are the tests' business. Its errors are shown.
+# shellcheck disable=SC2086
+if ! cmake --build $build --target $targets -j "$jobs" > $build/build.log 2>&1; then
   cat $build/build.log >&2
   exit 1
 fi
-exec $build/benchmarks/kr0_bench --json=$build/results.json "$@"
+[ $gate = no ] || exec $build/benchmarks/kr0_bench --json=$build/gate.json "$@"
+
+load=$(cut -d ' ' -f 1 /proc/loadavg)
+$build/benchmarks/kr0_bench --json=$build/gate.json
+echo "== the peers, workload by workload"
+$build/benchmarks/peers/kr0_bench_peers --json=$build/peers.json
+into_page=()
+[ $page = no ] || into_page=(--chart=docs/benchmarks/library.svg --page=docs/benchmarks/README.md)
+python3 benchmarks/report.py --peers=$build/peers.json --gate=$build/gate.json --load="$load" \
+  --out=$build/results.json ${into_page[@]+"${into_page[@]}"}
+if [ -x benchmarks/real/run.sh ]; then
+  echo "== real models"
+  benchmarks/real/run.sh $build $build/real.json
+fi

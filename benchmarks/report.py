@@ -1,0 +1,221 @@
+#!/usr/bin/env python3
+"""Makes one results file, one table and one chart of what the benchmark programs measured.
+
+    report.py --peers=FILE [--gate=FILE] [--out=FILE] [--chart=FILE] [--page=FILE]
+
+--peers: what kr0_bench_peers wrote. --gate: what kr0_bench wrote; its tree rows become a workload.
+--out: all figures with their ratios. --chart: an SVG of the 100,000 elements. --page: the tables in Markdown,
+put between the two marks of that page.
+"""
+import argparse
+import json
+import os
+import platform
+import time
+
+OURS = "kr0 direct"
+TREE = "tree events, {:,} elements"
+TREE_ROWS = {  # row of kr0_bench: system, operation
+    "format tagged events": ("kr0 tagged events", "write"),
+    "assemble tagged events": ("kr0 tagged events", "read"),
+    "write CBOR, nlohmann": ("CBOR, nlohmann", "write"),
+    "sax_parse CBOR, nlohmann": ("CBOR, nlohmann", "read"),
+    "pack MessagePack": ("MessagePack, packer and visitor", "write"),
+    "visit MessagePack": ("MessagePack, packer and visitor", "read"),
+}
+SMALL, LARGE = "library, 10,000", "library, 1,000,000"
+FLAT, DEEP = "library, 100,000", "deep, 100,000 levels"
+BEGIN, END = "<!-- figures: begin -->", "<!-- figures: end -->"
+
+
+def machine():
+    name = platform.processor() or platform.machine()
+    try:
+        with open("/proc/cpuinfo", encoding="utf-8") as info:
+            name = next(line.split(":", 1)[1].strip() for line in info if line.startswith("model name"))
+    except (OSError, StopIteration):
+        pass
+    return f"{name}, {os.cpu_count()} CPUs"
+
+
+def tree_results(gate):
+    results = []
+    for row, (system, operation) in TREE_ROWS.items():
+        figures = gate.get("nanosecondsPerElement", {}).get(row)
+        if figures:
+            times = figures["repetitions"]
+            results.append({"workload": TREE.format(gate["elements"]), "system": system, "operation": operation,
+                            "value": figures["median"], "least": min(times), "most": max(times),
+                            "unit": "ns/element", "references_resolved": False, "keeps_what_it_reads": False})
+    return results
+
+
+def quotients(results, name, above, below):
+    """Rows that divide a system's time for one workload by its time for another."""
+    found = {(r["workload"], r["system"], r["operation"]): r for r in results}
+    rows = []
+    for (workload, system, operation), large in found.items():
+        small = found.get((below, system, operation))
+        if workload == above and small and operation in ("write", "read") and small["value"] > 0:
+            rows.append({**large, "workload": name, "value": large["value"] / small["value"],
+                         "least": large["least"] / small["most"], "most": large["most"] / small["least"],
+                         "unit": "ratio"})
+    return rows
+
+
+def add_ratios(results):
+    ours = {(r["workload"], r["operation"]): r["value"] for r in results
+            if r["system"] in (OURS, "kr0 tagged events")}
+    for result in results:
+        own = ours.get((result["workload"], result["operation"]))
+        result["ratio_to_kr0"] = result["value"] / own if own else None
+
+
+def ordered(results, key):
+    return list(dict.fromkeys(r[key] for r in results))
+
+
+def cells(results, workload):
+    """System, mark and the figures of its operations, for one workload."""
+    of = [r for r in results if r["workload"] == workload]
+    for system in ordered(of, "system"):
+        yield system, {r["operation"]: r for r in of if r["system"] == system}
+
+
+def mark(figures):
+    any_of = next(iter(figures.values()))
+    if not any_of["keeps_what_it_reads"]:
+        return "-"
+    return "yes" if any_of["references_resolved"] else "no"
+
+
+def figure(result, with_spread):
+    if not result:
+        return ""
+    digits = 2 if result["unit"] in ("ratio", "ms") else 0
+    text = f"{result['value']:,.{digits}f}"
+    if with_spread and result["most"] > result["least"]:
+        text += f" ({result['least']:,.{digits}f}..{result['most']:,.{digits}f})"
+    if result["ratio_to_kr0"] is not None and result["unit"] != "ratio":
+        text += f"  {result['ratio_to_kr0']:.2f}"
+    return text
+
+
+def print_table(report):
+    results = report["results"]
+    print(f"{report['machine']}; load {report['load']}; {report['compiler']}; {report['date']}")
+    print("median (least..most)  ratio to kr0: above 1 the other one takes more")
+    for workload in ordered(results, "workload"):
+        of = [r for r in results if r["workload"] == workload]
+        units = " / ".join(ordered(of, "unit"))
+        operations = [o for o in ("write", "read", "memory", "bytes") if any(r["operation"] == o for r in of)]
+        print(f"\n{workload}  [{units}]")
+        print(f"  {'':34}{'refs':5}" + "".join(f"{o:>32}" for o in operations))
+        for system, figures in cells(results, workload):
+            print(f"  {system:34}{mark(figures):5}" + "".join(
+                f"{figure(figures.get(o), True):>32}" for o in operations))
+    print("\nrefs: whether a reference that was read leads to its target without a lookup; - where nothing is"
+          " kept of what is read")
+    for line in report["skipped"]:
+        print("left out: " + line)
+
+
+def markdown(report):
+    results = report["results"]
+    lines = [f"{report['date']}; {report['machine']}; load average {report['load']} when the run began and"
+             f" ended; g++ {report['compiler']}.", ""]
+    for workload in ordered(results, "workload"):
+        of = [r for r in results if r["workload"] == workload]
+        operations = [o for o in ("write", "read", "memory", "bytes") if any(r["operation"] == o for r in of)]
+        units = {o: next(r["unit"] for r in of if r["operation"] == o) for o in operations}
+        lines += [f"### {workload[0].upper() + workload[1:]}", "",
+                  "| | refs | " + " | ".join(f"{o}, {units[o]} | /kr0" for o in operations) + " |",
+                  "|---|---" + "|---:|---:" * len(operations) + "|"]
+        for system, figures in cells(results, workload):
+            row = [system, mark(figures)]
+            for operation in operations:
+                found = figures.get(operation)
+                row += [figure({**found, "ratio_to_kr0": None}, found["most"] > found["least"]) if found else "",
+                        f"{found['ratio_to_kr0']:.2f}" if found and found["ratio_to_kr0"] is not None else ""]
+            lines.append("| " + " | ".join(row) + " |")
+        lines.append("")
+    return "\n".join(lines + [f"- {line}" for line in report["skipped"]])
+
+
+def put_into_page(path, text):
+    with open(path, encoding="utf-8") as page:
+        before, rest = page.read().split(BEGIN)
+    with open(path, "w", encoding="utf-8") as page:
+        page.write(before + BEGIN + "\n" + text + "\n" + END + rest.split(END)[1])
+
+
+def chart(results):
+    """Bars for writing and reading the library of 100,000 elements."""
+    of = [r for r in results if r["workload"] == FLAT and not r["system"].startswith("floor")]
+    systems = ordered(of, "system")
+    times = {(r["system"], r["operation"]): r for r in of}
+    longest = max(r["value"] for r in of if r["operation"] in ("write", "read"))
+    left, width, row, top = 260, 520, 40, 64
+    scale = width / longest
+    height = top + row * len(systems) + 40
+    out = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 900 {height}" font-family="sans-serif"'
+           ' font-size="13">', f'<rect width="900" height="{height}" fill="#ffffff"/>',
+           '<text x="20" y="26" font-size="16">100,000 elements: CPU time per element, ns (median, spread)</text>']
+    for x, colour, word in ((20, "#2f6f9f", "write"), (100, "#d98a29", "read")):
+        out += [f'<rect x="{x}" y="38" width="12" height="12" fill="{colour}"/>',
+                f'<text x="{x + 18}" y="49">{word}</text>']
+    for index, system in enumerate(systems):
+        y = top + index * row
+        weight = ' font-weight="bold"' if system.startswith("kr0") else ""
+        star = "" if times.get((system, "memory")) else " *"
+        name = system.replace("&", "&amp;")
+        out.append(f'<text x="{left - 10}" y="{y + 20}" text-anchor="end"{weight}>{name}{star}</text>')
+        for line, (operation, colour) in enumerate((("write", "#2f6f9f"), ("read", "#d98a29"))):
+            found = times.get((system, operation))
+            if not found:
+                continue
+            bar, at = found["value"] * scale, y + 3 + line * 15
+            out += [f'<rect x="{left}" y="{at}" width="{bar:.1f}" height="13" fill="{colour}"/>',
+                    f'<line x1="{left + found["least"] * scale:.1f}" x2="{left + min(found["most"], longest) * scale:.1f}"'
+                    f' y1="{at + 6.5}" y2="{at + 6.5}" stroke="#222222"/>',
+                    f'<text x="{left + bar + 8:.1f}" y="{at + 11}" font-size="11">{found["value"]:,.0f}</text>']
+    out += [f'<text x="20" y="{height - 14}" font-size="12">* visits what it reads and keeps nothing of it</text>',
+            "</svg>"]
+    return "\n".join(out) + "\n"
+
+
+def load_json(path):
+    with open(path, encoding="utf-8") as file:
+        return json.load(file)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    for option in ("--peers", "--gate", "--out", "--chart", "--page", "--load"):
+        parser.add_argument(option, required=option == "--peers")
+    options = parser.parse_args()
+    peers = load_json(options.peers)
+    results = peers["results"]
+    if options.gate:
+        results += tree_results(load_json(options.gate))
+    results += quotients(results, "growth, 1,000,000 over 10,000 elements", LARGE, SMALL)
+    results += quotients(results, "depth, 100,000 levels over flat", DEEP, FLAT)
+    add_ratios(results)
+    load = f"{os.getloadavg()[0]:.1f}"
+    report = {"results": results, "skipped": peers["skipped"], "machine": machine(), "compiler": peers["compiler"],
+              "load": f"{options.load}, {load}" if options.load else load, "date": time.strftime("%Y-%m-%d")}
+    print_table(report)
+    if options.out:
+        about = {key: report[key] for key in ("machine", "compiler", "load", "date")}
+        with open(options.out, "w", encoding="utf-8") as out:
+            json.dump([{**result, **about} for result in results], out, indent=1)
+            out.write("\n")
+    if options.chart:
+        with open(options.chart, "w", encoding="utf-8") as out:
+            out.write(chart(results))
+    if options.page:
+        put_into_page(options.page, markdown(report))
+
+
+if __name__ == "__main__":
+    main()
