@@ -50,7 +50,7 @@ Nodes unpack(const msgpack::sbuffer& bytes) {
 
 class Objects : public Peer {
  public:
-  Objects() : Objects({.name = "MessagePack, objects"}) {}
+  Objects() : Objects({.name = "MessagePack, objects", .mostElements = notTheLargest}) {}
   void load(const Source& source) override { nodes_ = &source.nodes; }
   void write() override {
     bytes_.clear();
