@@ -78,7 +78,7 @@ def ordered(results, key):
 def cells(results, workload):
     """System, mark and the figures of its operations, for one workload."""
     of = [r for r in results if r["workload"] == workload]
-    for system in ordered(of, "system"):
+    for system in sorted(ordered(of, "system"), key=lambda name: name.startswith("floor")):
         yield system, {r["operation"]: r for r in of if r["system"] == system}
 
 
@@ -139,7 +139,7 @@ def markdown(report):
                         f"{found['ratio_to_kr0']:.2f}" if found and found["ratio_to_kr0"] is not None else ""]
             lines.append("| " + " | ".join(row) + " |")
         lines.append("")
-    return "\n".join(lines + [f"- {line}" for line in report["skipped"]])
+    return "\n".join(lines + ["Left out: " + "; ".join(report["skipped"]) + "."])
 
 
 def put_into_page(path, text):

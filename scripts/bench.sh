@@ -43,7 +43,7 @@ fi
 [ $gate = no ] || exec $build/benchmarks/kr0_bench --json=$build/gate.json "$@"
 
 load=$(cut -d ' ' -f 1 /proc/loadavg)
-$build/benchmarks/kr0_bench --json=$build/gate.json
+$build/benchmarks/kr0_bench --json=$build/gate.json --benchmark_repetitions=5
 echo "== the peers, workload by workload"
 $build/benchmarks/peers/kr0_bench_peers --json=$build/peers.json
 into_page=()

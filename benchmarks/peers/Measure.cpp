@@ -95,7 +95,7 @@ Results measure(const Workload& workload, const Peers& peers, std::vector<std::s
   for (const auto& peer : peers) {
     if (workload.elements > peer->traits().mostElements) {
       skipped.push_back(workload.name + ": " + peer->traits().name +
-                        " left out, to keep the run short and small");
+                        " (to keep the run short)");
       continue;
     }
     checkAndWeigh(workload, *peer, source, results);
