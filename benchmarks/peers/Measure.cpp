@@ -94,8 +94,7 @@ Results measure(const Workload& workload, const Peers& peers, std::vector<std::s
   std::vector<Peer*> taking;
   for (const auto& peer : peers) {
     if (workload.elements > peer->traits().mostElements) {
-      skipped.push_back(workload.name + ": " + peer->traits().name +
-                        " (to keep the run short)");
+      skipped.push_back(workload.name + ": " + peer->traits().name + " (to keep the run short)");
       continue;
     }
     checkAndWeigh(workload, *peer, source, results);
