@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstring>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 
@@ -46,21 +47,28 @@ class LocalIdentities {
   static bool isPlausible(std::uint32_t number, std::size_t elements) {
     return number != 0 && number / 8 <= elements + 8;
   }
-  /// @return the element that has the number already, or null where the record was added.
-  ElementRecord* add(std::uint32_t number, ElementRecord* record) {
+  /// What a reference needs to know of the element it leads to. Reading the element itself is what
+  /// following references costs.
+  struct Target {
+    std::uint32_t index = 0;
+    std::uint32_t plan = kNone;  // ordinal of its type's plan
+    bool isNone() const { return plan == kNone; }
+  };
+  /// @return the element that has the number already, or none where the record was added.
+  Target add(std::uint32_t number, const ElementRecord* record) {
     if (number >= table_.size()) table_.resize(std::size_t{number} + number / 2 + 16);
-    if (table_[number] != nullptr) return table_[number];
-    table_[number] = record;
-    return nullptr;
+    const Target before = table_[number];
+    if (before.isNone()) table_[number] = {record->index, record->plan->ordinal};
+    return before;
   }
-  ElementRecord* find(std::uint32_t number) const {
-    return number < table_.size() ? table_[number] : nullptr;
-  }
+  Target find(std::uint32_t number) const { return number < table_.size() ? table_[number] : Target(); }
   void clear() { table_.clear(); }
 
  private:
-  std::vector<ElementRecord*> table_;
+  static constexpr std::uint32_t kNone = ~std::uint32_t{0};
+  std::vector<Target> table_;
 };
+using Target = LocalIdentities::Target;
 
 /// A reference that waits for the end of the document.
 struct Deferred {
@@ -79,6 +87,7 @@ struct ParseProcessor::Impl {
   struct Open {
     ElementRecord* record;
     std::size_t hint = 0;           // slot found last
+    const ustring* name = nullptr;  // its property's own name string
     std::size_t pending = kNoSlot;  // slot of the datatype or composition announced last
   };
   struct KnownType {
@@ -102,6 +111,8 @@ struct ParseProcessor::Impl {
   std::vector<std::unique_ptr<ustring>> targetTypes;
   std::unordered_map<std::u16string_view, const ustring*, internal::TextHash> targetTypeByName;
   const ustring* lastTargetType = nullptr;
+  // Property, named type and plan of a reference that was found right: most others are alike.
+  std::tuple<const SlotPlan*, const ustring*, std::uint32_t> fitting;
   std::unordered_map<ustring, TypePlan*> planByName;
   std::array<KnownType, 32> known{};
   fl::i18n::codecvt_ustring_to_string toUtf8{"UTF8", true};
@@ -131,6 +142,7 @@ struct ParseProcessor::Impl {
     targetTypes.clear();
     targetTypeByName.clear();
     lastTargetType = nullptr;
+    fitting = {};
   }
 
   // Readers may be used without a Parser around them.
@@ -151,14 +163,30 @@ struct ParseProcessor::Impl {
     return into;
   }
 
+  // Readers name a property several times in a row, and by its own name string.
   std::size_t locate(const ustring& name) {
+    return !open.empty() && open.back().name == &name ? open.back().hint : locateAnew(name);
+  }
+
+  std::size_t locateAnew(const ustring& name) {
     if (open.empty()) throw ValueError("/: property \"" + zero::toUtf8(name) + "\" outside of any element");
     Open& top = open.back();
-    const std::size_t slot = top.record->plan->type->findSlot(name, top.hint);
+    top.hint = findSlot(*top.record->plan, name, top.hint);
+    top.name = top.record->plan->slots[top.hint].name;
+    return top.hint;
+  }
+
+  // Documents have properties in the meta model's order, with gaps where some are unset.
+  std::size_t findSlot(const TypePlan& plan, const ustring& name, std::size_t from) const {
+    constexpr std::size_t kNear = 8;
+    const std::size_t end = std::min(plan.slots.size(), from + kNear);
+    for (std::size_t slot = from; slot < end; ++slot)
+      if (plan.slots[slot].name == &name) return slot;
+    const std::size_t slot = plan.type->findSlot(name);
     if (slot == kNoSlot)
-      throw ValueError(path() + ": type " + top.record->plan->type->getQualifiedNameUtf8() +
-                       " has no property \"" + zero::toUtf8(name) + "\"");
-    return top.hint = slot;
+      throw ValueError(path() + ": type " + plan.type->getQualifiedNameUtf8() + " has no property \"" +
+                       zero::toUtf8(name) + "\"");
+    return slot;
   }
 
   const SlotPlan& slotOf(const ustring& name) { return open.back().record->plan->slots[locate(name)]; }
@@ -252,17 +280,21 @@ struct ParseProcessor::Impl {
       store->setIdentity(record, narrow(id1, scratch), narrow(id2, scratch2));
     if (local && !numbered && !builder.keepsLocalIdentities()) forgetful.push_back(record);
     oddLocals |= local && !numbered;
-    ElementRecord* other = numbered ? locals.add(number, record) : identities.add(record);
+    const ElementRecord* other = numbered ? recordOf(locals.add(number, record)) : identities.add(record);
     if (other == nullptr && local && oddLocals) other = findOtherLocal(record, id2);
     if (other == nullptr) return true;
     return refuse(where() + "has the same identity as " + pathOf(*store, other));
   }
 
+  const ElementRecord* recordOf(const Target& target) const {
+    return target.isNone() ? nullptr : store->record(target.index);
+  }
+
   /// The element that has a local identity by the other of the two tables.
-  ElementRecord* findOtherLocal(const ElementRecord* record, const ustring& id2) {
-    ElementRecord* inTable = locals.find(smallNumber(id2));
+  const ElementRecord* findOtherLocal(const ElementRecord* record, const ustring& id2) {
+    const ElementRecord* inTable = recordOf(locals.find(smallNumber(id2)));
     if (inTable != nullptr && inTable != record) return inTable;
-    ElementRecord* inIndex = identities.find("#", narrow(id2, scratch));
+    const ElementRecord* inIndex = identities.find("#", narrow(id2, scratch));
     return inIndex != record ? inIndex : nullptr;
   }
 
@@ -377,15 +409,19 @@ struct ParseProcessor::Impl {
     }
   }
 
-  ElementRecord* findTarget(const Deferred& reference) const {
-    if (reference.hasQualifier) return nullptr;  // in another document
+  Target findTarget(const Deferred& reference) const {
+    if (reference.hasQualifier) return {};  // in another document
     if (reference.number != 0) {
-      if (ElementRecord* found = locals.find(reference.number); found != nullptr) return found;
-      return identities.find("#", std::to_string(reference.number));
+      if (const Target found = locals.find(reference.number); !found.isNone()) return found;
+      return targetOf(identities.find("#", std::to_string(reference.number)));
     }
     std::size_t at = reference.texts;
     const std::string_view id1 = keptText(at);
-    return identities.find(id1, keptText(at));
+    return targetOf(identities.find(id1, keptText(at)));
+  }
+
+  static Target targetOf(const ElementRecord* record) {
+    return record == nullptr ? Target() : Target{record->index, record->plan->ordinal};
   }
 
   void processDeferred() {
@@ -395,32 +431,37 @@ struct ParseProcessor::Impl {
   }
 
   void resolve(const Deferred& reference) {
-    ElementRecord* target = findTarget(reference);
+    const Target target = findTarget(reference);
     const SlotPlan& slot = reference.from->plan->slots[reference.slot];
     const int at = reference.from->find(reference.slot);
     std::uint64_t& cell = slot.many
                               ? internal::asList(reference.from->payloads[at])->items()[reference.position]
                               : reference.from->payloads[at];
-    if (target == nullptr) {
+    if (target.isNone()) {
       cell = asPayload(makeUnresolved(reference)) | (slot.many ? 1u : 0u);
       return;
     }
     if (!hasEnoughProblems()) checkTarget(reference, slot, target);
-    cell = ModelStore::referTo(target, slot);
+    cell = store->referTo(target.index, slot);
     if (!slot.many) reference.from->slots()[at] = reference.slot;
   }
 
-  void checkTarget(const Deferred& reference, const SlotPlan& slot, const ElementRecord* target) {
+  void checkTarget(const Deferred& reference, const SlotPlan& slot, const Target& target) {
+    const std::tuple asked(&slot, reference.targetType, target.plan);
+    if (asked == fitting) return;
     const auto where = [&] {
       return pathOf(*store, reference.from) + "." + slot.property->getNameUtf8() + ": ";
     };
-    const StructuredType type = target->plan->type;
+    const TypePlan& plan = *store->plansInUse()[target.plan];
+    const StructuredType type = plan.type;
     if (*reference.targetType != type->getQualifiedName())
       refuse(where() + "says that it refers to a " + zero::toUtf8(*reference.targetType) + ", but " +
-             pathOf(*store, target) + " is a " + type->getQualifiedNameUtf8());
-    else if (!ModelStore::fits(slot, target->plan->cls))
+             pathOf(*store, recordOf(target)) + " is a " + type->getQualifiedNameUtf8());
+    else if (!ModelStore::fits(slot, plan.cls))
       refuse(where() + "an element of class " + type->getQualifiedNameUtf8() +
              " does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
+    else
+      fitting = asked;
   }
 
   const internal::UnresolvedRecord* makeUnresolved(const Deferred& reference) {

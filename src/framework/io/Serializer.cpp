@@ -162,7 +162,7 @@ class Identities {
   }
 
   std::uint32_t numberOf(const ElementRecord* record) const {
-    if (!plans_.empty() && !record->referred) return 0;
+    if (!plans_.empty() && !store_.isReferred(record->index)) return 0;
     if (!numbers_.empty()) return numbers_[record->index];
     return plans_.empty() ? 0 : record->index + 1;
   }

@@ -91,9 +91,9 @@ class Copier {
         return asPayload(to_.makeUuid(uuid));
       }
       case ValueKind::association: {
-        ElementRecord* copy = copies_[targetIndex(item)];
-        if (copy != nullptr) return ModelStore::referTo(copy, plan);
-        return &from_ == &to_ ? ModelStore::referTo(to_.target(item), plan) : 0;
+        const ElementRecord* copy = copies_[targetIndex(item)];
+        if (copy != nullptr) return to_.referTo(copy->index, plan);
+        return &from_ == &to_ ? to_.referTo(targetIndex(item), plan) : 0;
       }
       default:
         return item;

@@ -187,9 +187,9 @@ ElementRecord* resolved(const ModelStore& store, const Values& values, std::size
 
 void putReferenceRaw(const Target& target, ElementRecord* other) {
   if (target.plan().many)
-    target.store.append(target.record, target.slot, ModelStore::referTo(other, target.plan()));
+    target.store.append(target.record, target.slot, target.store.referTo(other->index, target.plan()));
   else
-    target.put(ModelStore::referTo(other, target.plan()));
+    target.put(target.store.referTo(other->index, target.plan()));
 }
 
 /// Takes the reference to `other` out of a property, if it is there.
@@ -556,13 +556,13 @@ Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyK
 void Element::setReference(PropertyKey property, Element other) {
   const Target target = single(referenceTarget(store_, record_, property, other));
   releaseOld(target);
-  target.put(ModelStore::referTo(other.record_, target.plan()));
+  target.put(store_->referTo(other.record_->index, target.plan()));
   linkBack(target, other.record_);
 }
 
 void Element::addReference(PropertyKey property, Element other) {
   const Target target = many(referenceTarget(store_, record_, property, other));
-  store_->append(record_, target.slot, ModelStore::referTo(other.record_, target.plan()));
+  store_->append(record_, target.slot, store_->referTo(other.record_->index, target.plan()));
   linkBack(target, other.record_);
 }
 

@@ -60,6 +60,7 @@ ValueKind kindOfPrimitive(StandardType standard) {
 
 SlotPlan makeSlotPlan(meta::Property property) {
   SlotPlan slot;
+  slot.name = &property->getName();
   slot.property = property;
   slot.many = property->isMany();
   slot.optional = property->isOptional();
@@ -127,7 +128,9 @@ ElementRecord* ModelStore::make(TypePlan& plan, ElementRecord* container, std::u
   if (nextIndex_ == std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   if (nextIndex_ == blocks_.size() * kBlock) {
     makeRoom(blocks_);
+    makeRoom(referred_);
     blocks_.push_back(static_cast<ElementRecord*>(arena_.allocate(kBlock * sizeof(ElementRecord))));
+    referred_.push_back(0);
   }
   auto* result = new (record(nextIndex_)) ElementRecord{};
   result->plan = &plan;
@@ -382,7 +385,8 @@ bool ModelStore::fits(const SlotPlan& slot, Class cls) noexcept {
 }
 
 std::size_t ModelStore::memoryUsed() const noexcept {
-  return sizeof(ModelStore) + arena_.getReserved() + blocks_.capacity() * sizeof(ElementRecord*) +
+  return sizeof(ModelStore) + arena_.getReserved() +
+         blocks_.capacity() * (sizeof(ElementRecord*) + sizeof(std::uint64_t)) +
          roots_.capacity() * sizeof(ElementRecord*);
 }
 

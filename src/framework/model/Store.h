@@ -46,6 +46,7 @@ enum class ValueKind : std::uint8_t {
 
 /// Everything about a property of a type that is asked for often.
 struct SlotPlan {
+  const ustring* name = nullptr;  // the property's own string
   meta::Property property;
   ValueKind kind = ValueKind::none;
   bool many = false;
@@ -112,7 +113,6 @@ struct ElementRecord {
   std::uint16_t count;
   std::uint16_t capacity;
   bool removed;
-  bool referred;  // a reference that a walk may write was made to it at some time
 
   std::uint16_t* slots() const noexcept { return reinterpret_cast<std::uint16_t*>(payloads + capacity); }
   bool isDatatype() const noexcept { return !plan->cls; }
@@ -198,13 +198,17 @@ class ModelStore {
   /// The target of a resolved reference.
   ElementRecord* target(std::uint64_t item) const noexcept { return record(targetIndex(item)); }
   std::size_t elementCount() const noexcept { return elements_; }
-  /// The payload of a reference to `target`, to be put into a property with this plan.
-  static std::uint64_t referTo(ElementRecord* target, const SlotPlan& from) noexcept {
-    target->referred |= from.visited;
-    return asReference(target->index);
+  /// The payload of a reference to the record of an index, to be put into a property with this plan.
+  std::uint64_t referTo(std::uint32_t index, const SlotPlan& from) noexcept {
+    referred_[index / kBlock] |= std::uint64_t{from.visited} << (index % kBlock);
+    return asReference(index);
   }
-  /// Whether ElementRecord::referred says which elements are referred to now: true until a value is
-  /// taken out of the model or replaced.
+  /// Whether a reference that a walk may write was made to the record at some time.
+  bool isReferred(std::uint32_t index) const noexcept {
+    return (referred_[index / kBlock] >> (index % kBlock) & 1) != 0;
+  }
+  /// Whether isReferred() says what is referred to now: true until a value is taken out of the model or
+  /// replaced.
   bool isReferredExact() const noexcept { return referredExact_; }
   void leaveReferredExact() noexcept { referredExact_ = false; }
   /// Whether any element was ever given an identity.
@@ -268,6 +272,7 @@ class ModelStore {
   Model* model_ = nullptr;
   Arena arena_;
   std::vector<ElementRecord*> blocks_;
+  std::vector<std::uint64_t> referred_;  // a bit per record, beside them: setting one touches no record
   std::uint32_t nextIndex_ = 0;
   std::size_t elements_ = 0;
   std::vector<ElementRecord*> roots_;
