@@ -272,6 +272,20 @@ TEST_F(WalkTest, AnElementThatIsNoLongerReferredToHasNoNumber) {
   }
 }
 
+TEST_F(WalkTest, AnUnresolvedNumberMustNotBecomeAnotherElements) {
+  Element library = model.createRoot("library.Library");
+  Element first = library.create("books");
+  Element second = library.create("books");
+  first.putUnresolved("sequel", {"library.Book", "#", "3", std::nullopt});
+  EXPECT_NE(events().find("referenceValue 'sequel' 'library.Book' '#' '3'"), std::string::npos);
+  second.setReference("sequel", second);  // gives it the number 3
+  EXPECT_EQ(test::errorOf<SerializeError>([&] { events(); }),
+            "/library/books[0].sequel: the unresolved reference to #3 would lead to /library/books[1], "
+            "which is written with that number");
+  first.putUnresolved("sequel", {"library.Book", "#", "3", "other"});
+  EXPECT_NE(events().find("referenceValueLong"), std::string::npos);
+}
+
 TEST_F(WalkTest, AnIdentityOfItsOwnIsUsedInReferences) {
   Element book = model.createRoot("library.Book");
   book.setIdentity("urn:x", "7");

@@ -60,7 +60,13 @@ void DamageCheck::examineModel(const Model& model, const Outcome& outcome) {
 
 void DamageCheck::examineRoundTrip(const Model& model) {
   Bytes first;
-  serializer_.serialize(model, io::SerializationOutput::toByteSequence(first));
+  try {
+    serializer_.serialize(model, io::SerializationOutput::toByteSequence(first));
+  } catch (const io::SerializeError& e) {
+    // A dangling number of the damaged document that is an element's in the one that is written.
+    EXPECT_NE(std::string(e.what()).find("which is written with that number"), std::string::npos) << e.what();
+    return;
+  }
   EXPECT_EQ(parseBytes(*second_, first), (Outcome{Ending::success, {}}));
   const Model again = second_->takeModel();
   EXPECT_EQ(findDifference(model, again), std::nullopt);

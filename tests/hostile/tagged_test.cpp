@@ -145,7 +145,15 @@ class TaggedDamage {
   }
 
   void examineRoundTrip(const Model& model) {
-    const std::string first = writeTagged(model);
+    std::string first;
+    try {
+      first = writeTagged(model);
+    } catch (const io::SerializeError& e) {
+      // A dangling number of the damaged document that is an element's in the one that is written.
+      EXPECT_NE(std::string(e.what()).find("which is written with that number"), std::string::npos)
+          << e.what();
+      return;
+    }
     EXPECT_EQ(readTagged(*second_, first), End::success);
     EXPECT_EQ(writeTagged(second_->takeModel()), first);
   }

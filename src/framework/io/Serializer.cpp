@@ -91,6 +91,22 @@ class Identities {
     return target->plan->type->getQualifiedName();
   }
 
+  /// The element that is written with the identity ("#", id2), or null. The first call makes a table:
+  /// only references that nobody resolved ask, and hardly ever have such an identity.
+  const ElementRecord* findNumbered(const ustring& id2) {
+    if (recordsByNumber_.empty()) {
+      recordsByNumber_.resize(std::size_t{store_.recordCount()} + 1);
+      for (std::uint32_t index = 0; index < store_.recordCount(); ++index) {
+        const ElementRecord* record = store_.record(index);
+        const bool numbered = !record->removed && !record->isDatatype() && record->identity == nullptr;
+        if (numbered) recordsByNumber_[numberOf(record)] = record;
+      }
+    }
+    const std::size_t number = smallNumber(id2);
+    if (number == 0 || number >= recordsByNumber_.size()) return nullptr;
+    return recordsByNumber_[number];
+  }
+
   bool isWritten(std::uint32_t index) const { return written_.empty() || written_[index]; }
 
  private:
@@ -167,6 +183,17 @@ class Identities {
     return plans_.empty() ? 0 : record->index + 1;
   }
 
+  /// The value of a number as putNumber() writes it, or 0 for any other text.
+  static std::size_t smallNumber(const ustring& text) {
+    if (text.empty() || text.size() > 10 || text[0] == u'0') return 0;
+    std::size_t number = 0;
+    for (const char16_t c : text) {
+      if (c < u'0' || c > u'9') return 0;
+      number = number * 10 + static_cast<std::size_t>(c - u'0');
+    }
+    return number;
+  }
+
   static void putNumber(std::uint32_t number, IdentityTexts& texts) {
     if (number == 0) return;
     std::array<char16_t, 10> digits;
@@ -212,6 +239,7 @@ class Identities {
   std::vector<std::uint32_t> numbers_;
   std::vector<std::uint16_t> plans_;  // ordinals of plans by index, where numbering goes by index
   std::vector<bool> written_;
+  std::vector<const ElementRecord*> recordsByNumber_;  // see findNumbered
 };
 
 /// What one pass over an object visits.
@@ -448,6 +476,7 @@ class Walk {
     convert(reference->id1->view(), target_.id1);
     convert(reference->id2->view(), target_.id2);
     if (reference->qualifier == nullptr) {
+      requireUnresolvable(record, name);
       if (element)
         processor_.referenceElement(name, text_, target_.id1, target_.id2);
       else
@@ -459,6 +488,16 @@ class Walk {
       processor_.referenceElementLong(name, text_, qualifier_, target_.id1, target_.id2);
     else
       processor_.referenceValueLong(name, text_, qualifier_, target_.id1, target_.id2);
+  }
+
+  /// An unresolved reference to a number of the document that it came from must not lead to whatever has
+  /// that number in this one.
+  void requireUnresolvable(const ElementRecord* record, const ustring& name) {
+    if (target_.id1 != u"#") return;
+    if (const ElementRecord* other = identities_.findNumbered(target_.id2); other != nullptr)
+      throw SerializeError(pathOf(store_, record) + "." + toUtf8(name) + ": the unresolved reference to #" +
+                           toUtf8(target_.id2) + " would lead to " + pathOf(store_, other) +
+                           ", which is written with that number");
   }
 
   /// The traverser is asked once per type and mask.
