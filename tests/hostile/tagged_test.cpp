@@ -22,11 +22,6 @@
 #include "support/SmallStack.h"
 #include "support/TaggedReading.h"
 
-// A forged length of a text is asked for before its bytes are there; that must end in std::bad_alloc.
-#if defined(__SANITIZE_ADDRESS__)
-extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
-#endif
-
 namespace kr::zero::test {
 
 namespace {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "fl/i18n/converter.h"
+#include "io/LocalNumber.h"
 #include "model/DocumentOrder.h"
 #include "model/Numbers.h"
 #include "model/TextForm.h"
@@ -27,17 +28,6 @@ ValueError::~ValueError() = default;
 namespace {
 
 constexpr std::size_t kNoSlot = StructuredType::Impl::npos;
-
-/// The value of a canonical decimal text of at most nine digits, or 0.
-std::uint32_t smallNumber(const ustring& text) {
-  if (text.empty() || text.size() > 9 || text[0] == u'0') return 0;
-  std::uint32_t number = 0;
-  for (const char16_t c : text) {
-    if (c < u'0' || c > u'9') return 0;
-    number = number * 10 + static_cast<std::uint32_t>(c - u'0');
-  }
-  return number;
-}
 
 /// Elements by the identities that a document makes for itself, ("#", number), as a table.
 class LocalIdentities {
@@ -274,7 +264,7 @@ struct ParseProcessor::Impl {
     if (id1.empty() || id2.empty()) return refuse(where() + "one part of the identity is empty");
     if (record->isDatatype()) return refuse(where() + "a datatype value has no identity");
     const bool local = id1 == u"#";
-    const std::uint32_t number = local ? smallNumber(id2) : 0;
+    const std::uint32_t number = local ? internal::localNumber(id2) : 0;
     const bool numbered = LocalIdentities::isPlausible(number, store->elementCount());
     if (!numbered || builder.keepsLocalIdentities())
       store->setIdentity(record, narrow(id1, scratch), narrow(id2, scratch2));
@@ -292,7 +282,7 @@ struct ParseProcessor::Impl {
 
   /// The element that has a local identity by the other of the two tables.
   const ElementRecord* findOtherLocal(const ElementRecord* record, const ustring& id2) {
-    const ElementRecord* inTable = recordOf(locals.find(smallNumber(id2)));
+    const ElementRecord* inTable = recordOf(locals.find(internal::localNumber(id2)));
     if (inTable != nullptr && inTable != record) return inTable;
     const ElementRecord* inIndex = identities.find("#", narrow(id2, scratch));
     return inIndex != record ? inIndex : nullptr;
@@ -393,7 +383,7 @@ struct ParseProcessor::Impl {
            "a reference does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
     Deferred reference{
         record, internTargetType(targetType), 0, 0, static_cast<std::uint16_t>(at), qualifier.has_value(), 0};
-    if (!qualifier && id1 == u"#") reference.number = smallNumber(id2);
+    if (!qualifier && id1 == u"#") reference.number = internal::localNumber(id2);
     if (reference.number == 0) {
       reference.texts = texts.size();
       keepText(id1);

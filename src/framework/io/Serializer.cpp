@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "fl/i18n/converter.h"
+#include "io/LocalNumber.h"
 #include "kr/zero/meta/StandardTypes.h"
 #include "model/DocumentOrder.h"
 #include "model/Numbers.h"
@@ -102,7 +103,7 @@ class Identities {
         if (numbered) recordsByNumber_[numberOf(record)] = record;
       }
     }
-    const std::size_t number = smallNumber(id2);
+    const std::uint32_t number = internal::localNumber(id2);
     if (number == 0 || number >= recordsByNumber_.size()) return nullptr;
     return recordsByNumber_[number];
   }
@@ -181,17 +182,6 @@ class Identities {
     if (!plans_.empty() && !store_.isReferred(record->index)) return 0;
     if (!numbers_.empty()) return numbers_[record->index];
     return plans_.empty() ? 0 : record->index + 1;
-  }
-
-  /// The value of a number as putNumber() writes it, or 0 for any other text.
-  static std::size_t smallNumber(const ustring& text) {
-    if (text.empty() || text.size() > 10 || text[0] == u'0') return 0;
-    std::size_t number = 0;
-    for (const char16_t c : text) {
-      if (c < u'0' || c > u'9') return 0;
-      number = number * 10 + static_cast<std::size_t>(c - u'0');
-    }
-    return number;
   }
 
   static void putNumber(std::uint32_t number, IdentityTexts& texts) {
