@@ -24,27 +24,25 @@ constexpr std::uint32_t kAssociations = PropertyCategory::AssociationAny().getMa
 BinaryEventProcessor::BinaryEventProcessor() = default;
 BinaryEventProcessor::~BinaryEventProcessor() = default;
 
-const values::ByteBuffer& BinaryEventProcessor::getBytes() const {
-  static const values::ByteBuffer nothing;
-  return frames_.empty() ? nothing : frames_.front().bytes;
-}
-
 void BinaryEventProcessor::postprocess(const SerializationOutput& output) { deliver(getBytes(), output); }
 
 void BinaryEventProcessor::startDocument() {
-  for (Frame& frame : frames_) emptyFrame(frame);  // a walk that failed leaves some filled
+  bytes_.clear();
+  // The first document of the process only; most are small, and the rest grow anyway.
+  static const bool reserved = (bytes_.reserve(kFirstReservation), true);
+  static_cast<void>(reserved);
   types_.clear();
   typesByName_.fill(nullptr);
-  open_.clear();
-  depth_ = -1;
+  innermost_ = {};  // a walk that failed leaves some open
+  around_.clear();
+  frames_.clear();
+  count_ = 0;
   packageNames_.clear();
   knownPackageNames_.clear();
-  pushFrame({});
-  emptyFrame(*current_);
   writeNumber(direct::kVersion);
   const std::string_view marker = values::endiannessMarker(true);
   writeNumber(marker.size());
-  for (const char letter : marker) bytes().append(static_cast<std::uint8_t>(letter));
+  for (const char letter : marker) bytes_.append(static_cast<std::uint8_t>(letter));
 }
 
 void BinaryEventProcessor::addRegisteredPackage(const ustring& uri) {
@@ -58,20 +56,23 @@ void BinaryEventProcessor::endRegisteredPackages() {
   knownPackageNames_.clear();
 }
 
+// A walk passes each property's own name string, in the order of the type's properties: the one wanted
+// is the last one again or stands a little behind it, and its name need not be read.
+inline const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describe(const ustring& name) {
+  for (const PropertyDescriptor* at = innermost_.last; at != innermost_.end; ++at)
+    if (at->name == &name) return *(innermost_.last = at);
+  return describeByText(name);
+}
+
 CategoryMasks BinaryEventProcessor::startObject(const ustring& property, const ustring& typeName,
                                                 const ustring& id1, const ustring& id2) {
   if (property.empty())
     writeNumber(direct::kStartToken);
   else
     writeKey(describe(property));
-  writeNamed(typeName);
-  if (!id1.empty() && !id2.empty()) {
-    bytes().append(direct::kWithIdentity);
-    writeText(id1);
-    writeText(id2);
-  } else {
-    bytes().append(direct::kWithoutIdentity);
-  }
+  const bool hasIdentity = !id1.empty() && !id2.empty();
+  writeNamed(typeName, hasIdentity ? direct::kWithIdentity : direct::kWithoutIdentity);
+  if (hasIdentity) writeIdentity(id1, id2);
   openType(property, typeName);
   return categoryMasks_;
 }
@@ -83,21 +84,24 @@ void BinaryEventProcessor::endObject() {
 
 void BinaryEventProcessor::textValue(const ustring& property, const ustring& text) {
   const PropertyDescriptor& descriptor = describe(property);
-  writeKey(descriptor);
-  if (descriptor.optional) bytes().append(values::presentMark);
-  if (isCarriedAsText(descriptor.kind)) writeText(text);
+  std::uint8_t* const out = bytes_.makeRoom(descriptor.head.size() + TextWriter::roomFor(text));
+  std::memcpy(out, descriptor.head.data(), descriptor.head.size());
+  if (isCarriedAsText(descriptor.kind))
+    texts_.put(bytes_, out + descriptor.presentSize, text);
+  else
+    bytes_.setEnd(out + descriptor.presentSize);
 }
 
 void BinaryEventProcessor::absentValue(const ustring& property) {
   writeKey(describe(property));
-  bytes().append(values::absentMark);
+  bytes_.append(values::absentMark);
 }
 
 void BinaryEventProcessor::startStructuredProperty(const ustring& property) { pushFrame(property); }
 
 void BinaryEventProcessor::textElement(const ustring& property, const ustring& text) {
   if (isCarriedAsText(describe(property).kind)) writeText(text);
-  ++current_->count;
+  ++count_;
 }
 
 void BinaryEventProcessor::endStructuredProperty() { popFrame(); }
@@ -105,13 +109,13 @@ void BinaryEventProcessor::endStructuredProperty() { popFrame(); }
 void BinaryEventProcessor::primitiveValue(const ustring& property, const Value& value) {
   const PropertyDescriptor& descriptor = describe(property);
   writeKey(descriptor);
-  values::encodePrimitive(bytes(), descriptor.kind, value, descriptor.optional);
+  values::encodePrimitive(bytes_, descriptor.kind, value, descriptor.optional());
 }
 
 void BinaryEventProcessor::startStructuredElement(const ustring& property) { pushFrame(property); }
 
 void BinaryEventProcessor::primitiveElement(const ustring& property, const Value& value) {
-  values::encodePrimitive(bytes(), describe(property).kind, value, false);  // the text before it was counted
+  values::encodePrimitive(bytes_, describe(property).kind, value, false);  // the text before it was counted
 }
 
 void BinaryEventProcessor::endStructuredElement() { popFrame(); }
@@ -124,8 +128,7 @@ void BinaryEventProcessor::emptyContainer(const ustring& property, const ustring
 void BinaryEventProcessor::startContainer(const ustring& property, const ustring& typeName) {
   if (property.empty()) {
     writeNumber(direct::kStartToken);
-    writeNamed(typeName);
-    bytes().append(direct::kWithoutIdentity);
+    writeNamed(typeName, direct::kWithoutIdentity);
   } else {
     writeKey(describe(property));
   }
@@ -155,14 +158,14 @@ void BinaryEventProcessor::startStructuredEntry(const ustring& property) { pushF
 void BinaryEventProcessor::referenceElement(const ustring&, const ustring& targetType, const ustring& id1,
                                             const ustring& id2) {
   writeReference(targetType, id1, id2);
-  ++current_->count;
+  ++count_;
 }
 
 void BinaryEventProcessor::referenceElementLong(const ustring&, const ustring& targetType,
                                                 const ustring& qualifier, const ustring& id1,
                                                 const ustring& id2) {
   writeQualifiedReference(targetType, qualifier, id1, id2);
-  ++current_->count;
+  ++count_;
 }
 
 void BinaryEventProcessor::endStructuredEntry() { popFrame(); }
@@ -174,28 +177,13 @@ void BinaryEventProcessor::setShouldSerializeAssociations(bool should) {
     categoryMasks_[0] &= ~kAssociations;
 }
 
-// A walk passes each property's own name string, in the order of the type's properties: the one wanted
-// is the last one again or stands a little behind it, and its name need not be read.
-const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describe(const ustring& name) {
-  if (!open_.empty()) {
-    OpenType& open = open_.back();
-    const std::vector<PropertyDescriptor>& properties = open.type->properties;
-    for (std::size_t at = open.last; at < properties.size(); ++at) {
-      if (properties[at].name != &name) continue;
-      open.last = at;
-      return properties[at];
-    }
-  }
-  return describeByText(name);
-}
-
 const BinaryEventProcessor::PropertyDescriptor& BinaryEventProcessor::describeByText(const ustring& name) {
   const meta::Property property = findProperty(name);
-  if (open_.empty()) throw std::invalid_argument("no type is being written");
+  if (innermost_.type == nullptr) throw std::invalid_argument("no type is being written");
   const auto& properties = getContainerType()->getAllProperties();
-  open_.back().last = static_cast<std::size_t>(std::find(properties.begin(), properties.end(), property) -
-                                               properties.begin());
-  return open_.back().type->properties[open_.back().last];
+  innermost_.last = innermost_.type->properties.data() +
+                    (std::find(properties.begin(), properties.end(), property) - properties.begin());
+  return *innermost_.last;
 }
 
 const BinaryEventProcessor::TypeDescriptor& BinaryEventProcessor::describeType(meta::StructuredType type) {
@@ -204,9 +192,12 @@ const BinaryEventProcessor::TypeDescriptor& BinaryEventProcessor::describeType(m
   if (types_[index] == nullptr) {
     auto made = std::make_unique<TypeDescriptor>();
     made->name = &type->getQualifiedName();
-    values::ByteBuffer named;
-    writeNamed(named, *made->name);
-    made->written.assign(named.data(), named.data() + named.size());
+    values::ByteBuffer written;
+    written.append(direct::kReserved);
+    texts_.append(written, *made->name);
+    made->written.size = written.size();
+    made->written.blocks.resize(written.size() / Blocks::kSize + 1);
+    std::memcpy(made->written.blocks.data(), written.data(), written.size());
     for (const meta::Property property : type->getAllProperties())
       made->properties.push_back(makeDescriptor(property));
     types_[index] = std::move(made);
@@ -216,61 +207,65 @@ const BinaryEventProcessor::TypeDescriptor& BinaryEventProcessor::describeType(m
 }
 
 BinaryEventProcessor::PropertyDescriptor BinaryEventProcessor::makeDescriptor(meta::Property property) {
-  std::array<std::uint8_t, direct::kMostNumberBytes> key{};
-  const std::uint8_t* const end = direct::encodeNumber(property->getIdentifier(), key.data());
   PropertyDescriptor descriptor;
   descriptor.name = &property->getName();
   descriptor.kind = values::typeCodeOf(property->getType());
-  descriptor.optional = property->isOptional();
-  descriptor.keySize = static_cast<std::uint8_t>(end - key.data());
-  std::copy(key.begin(), key.begin() + descriptor.key.size(), descriptor.key.begin());
+  std::uint8_t* const end = direct::encodeNumber(property->getIdentifier(), descriptor.head.data());
+  *end = values::presentMark;
+  descriptor.keySize = static_cast<std::uint8_t>(end - descriptor.head.data());
+  descriptor.presentSize = static_cast<std::uint8_t>(descriptor.keySize + (property->isOptional() ? 1 : 0));
   return descriptor;
 }
 
 void BinaryEventProcessor::openType(const ustring& property, const ustring& typeName) {
   pushContainerElementInfo(property, typeName);
-  open_.push_back({&describeType(getContainerType())});
+  const TypeDescriptor* const known = knownType(typeName);
+  const TypeDescriptor& type = known != nullptr ? *known : describeType(getContainerType());
+  around_.push_back(innermost_);
+  innermost_ = {&type, type.properties.data(), type.properties.data() + type.properties.size()};
 }
 
 void BinaryEventProcessor::closeType() {
   popContainerElementInfo();
-  open_.pop_back();
+  innermost_ = around_.back();
+  around_.pop_back();
 }
 
 void BinaryEventProcessor::pushFrame(const ustring& property) {
   if (!property.empty()) writeKey(describe(property));
-  const auto wanted = static_cast<std::size_t>(depth_ + 1);
-  if (frames_.size() <= wanted) emptyFrame(frames_.emplace_back());
-  current_ = &frames_[wanted];
-  ++depth_;
+  frames_.push_back({bytes_.size(), count_});
+  bytes_.append(std::uint8_t{0});
+  count_ = 0;
 }
 
 void BinaryEventProcessor::popFrame() {
-  if (depth_ < 1) throw std::logic_error("no collection is open");
-  Frame& child = *current_;
-  current_ = &frames_[static_cast<std::size_t>(depth_ - 1)];
-  --depth_;
-  writeNumber(child.count);
-  bytes().append(child.bytes.data(), child.bytes.size());
-  emptyFrame(child);
+  if (frames_.empty()) throw std::logic_error("no collection is open");
+  putCount(frames_.back().countAt, count_);
+  count_ = frames_.back().outerCount;
+  frames_.pop_back();
 }
 
-void BinaryEventProcessor::emptyFrame(Frame& frame) {
-  frame.count = 0;
-  frame.bytes.clear();
-  // The first frame of the process only; most documents are small, and the rest grow anyway.
-  static const bool reserved = (frame.bytes.reserve(kFirstReservation), true);
-  static_cast<void>(reserved);
+/// Puts a number in the place of one byte.
+void BinaryEventProcessor::putCount(std::size_t at, std::uint64_t count) {
+  std::array<std::uint8_t, direct::kMostNumberBytes> number;
+  const auto more = static_cast<std::size_t>(direct::encodeNumber(count, number.data()) - number.data()) - 1;
+  if (more != 0) {
+    std::uint8_t* const end = bytes_.makeRoom(more);
+    std::uint8_t* const behind = bytes_.data() + at + 1;
+    std::memmove(behind + more, behind, static_cast<std::size_t>(end - behind));
+    bytes_.setEnd(end + more);
+  }
+  std::memcpy(bytes_.data() + at, number.data(), more + 1);
 }
 
 void BinaryEventProcessor::writeNumber(std::uint64_t number) {
-  bytes().setEnd(direct::encodeNumber(number, bytes().makeRoom(direct::kMostNumberBytes)));
+  bytes_.setEnd(direct::encodeNumber(number, bytes_.makeRoom(direct::kMostNumberBytes)));
 }
 
 void BinaryEventProcessor::writeKey(const PropertyDescriptor& descriptor) {
-  std::uint8_t* const out = bytes().makeRoom(descriptor.key.size());
-  std::memcpy(out, descriptor.key.data(), descriptor.key.size());
-  bytes().setEnd(out + descriptor.keySize);
+  std::uint8_t* const out = bytes_.makeRoom(descriptor.head.size());
+  std::memcpy(out, descriptor.head.data(), descriptor.head.size());
+  bytes_.setEnd(out + descriptor.keySize);
 }
 
 std::size_t BinaryEventProcessor::placeOf(const ustring& typeName) noexcept {
@@ -278,36 +273,50 @@ std::size_t BinaryEventProcessor::placeOf(const ustring& typeName) noexcept {
          std::tuple_size_v<decltype(typesByName_)>;
 }
 
-// The name of a type that was written before is known by its address.
-void BinaryEventProcessor::writeNamed(const ustring& typeName) {
-  const TypeDescriptor* const known = typesByName_[placeOf(typeName)];
-  if (known != nullptr && known->name == &typeName)
-    bytes().append(known->written.data(), known->written.size());
-  else
-    writeNamed(bytes(), typeName);
+// A type that was described before is known by the address of its name.
+const BinaryEventProcessor::TypeDescriptor* BinaryEventProcessor::knownType(
+    const ustring& typeName) const noexcept {
+  const TypeDescriptor* const type = typesByName_[placeOf(typeName)];
+  return type != nullptr && type->name == &typeName ? type : nullptr;
 }
 
-void BinaryEventProcessor::writeNamed(values::ByteBuffer& out, const ustring& typeName) {
-  out.append(direct::kReserved);
-  texts_.append(out, typeName);
+/// A type's name and the flag behind it.
+void BinaryEventProcessor::writeNamed(const ustring& typeName, std::uint8_t flag) {
+  const TypeDescriptor* const known = knownType(typeName);
+  if (known == nullptr) {
+    bytes_.append(direct::kReserved);
+    writeText(typeName);
+    bytes_.append(flag);
+    return;
+  }
+  const Blocks& written = known->written;
+  std::uint8_t* const out = bytes_.makeRoom(written.blocks.size() * Blocks::kSize);
+  std::uint8_t* to = out;
+  for (const auto& block : written.blocks) {
+    std::memcpy(to, block.data(), Blocks::kSize);
+    to += Blocks::kSize;
+  }
+  out[written.size] = flag;  // there is room: the last block is not full
+  bytes_.setEnd(out + written.size + 1);
+}
+
+void BinaryEventProcessor::writeIdentity(const ustring& id1, const ustring& id2) {
+  writeText(id1);
+  writeText(id2);
 }
 
 void BinaryEventProcessor::writeEndMark() { writeNumber(direct::kEndToken); }
 
 void BinaryEventProcessor::writeReference(const ustring& targetType, const ustring& id1, const ustring& id2) {
-  writeNamed(targetType);
-  bytes().append(direct::kWithoutQualifier);
-  writeText(id1);
-  writeText(id2);
+  writeNamed(targetType, direct::kWithoutQualifier);
+  writeIdentity(id1, id2);
 }
 
 void BinaryEventProcessor::writeQualifiedReference(const ustring& targetType, const ustring& qualifier,
                                                    const ustring& id1, const ustring& id2) {
-  writeNamed(targetType);
-  bytes().append(direct::kWithQualifier);
+  writeNamed(targetType, direct::kWithQualifier);
   writeText(qualifier);
-  writeText(id1);
-  writeText(id2);
+  writeIdentity(id1, id2);
 }
 
 }  // namespace kr::zero::io

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <unordered_set>
 #include <vector>
@@ -16,8 +15,8 @@
 
 namespace kr::zero::io {
 
-/// A collection is written into a frame of its own, because its count stands before it and is known
-/// only at its end. Frames are kept and used again.
+/// The count of a collection stands before it and is known only at its end: a byte is kept free for it, which
+/// nearly always is enough, and what follows moves where it is not.
 class BinaryEventProcessor final : public EventProcessor {
  public:
   BinaryEventProcessor();
@@ -57,34 +56,45 @@ class BinaryEventProcessor final : public EventProcessor {
   void setShouldSerializeAssociations(bool should);
   const CategoryMasks& getCategoryMasks() const noexcept { return categoryMasks_; }
   /// The bytes of the document, until the next one starts.
-  const values::ByteBuffer& getBytes() const;
+  const values::ByteBuffer& getBytes() const noexcept { return bytes_; }
 
  private:
+  /// A collection being written.
   struct Frame {
-    std::uint64_t count = 0;
-    values::ByteBuffer bytes;
+    std::size_t countAt;       ///< offset of the byte for its count
+    std::uint64_t outerCount;  ///< items so far of the collection around it
   };
   /// What writing a property needs to know of it.
   struct PropertyDescriptor {
     const ustring* name = nullptr;  ///< the meta model's own string
+    /// The key, then the mark of a value that is there; in a word that is copied whole.
+    std::array<std::uint8_t, 8> head{};
+    std::uint8_t keySize = 0;      ///< 1 to 5
+    std::uint8_t presentSize = 0;  ///< of the key, and of the mark where the property is optional
     values::TypeCode kind = values::TypeCode::structured;
-    bool optional = false;
-    std::uint8_t keySize = 0;
-    std::array<std::uint8_t, 8> key{};  ///< of 1 to 5 bytes, in a word that is copied whole
+    bool optional() const noexcept { return presentSize != keySize; }
+  };
+  /// Bytes in blocks that are copied whole.
+  struct Blocks {
+    static constexpr std::size_t kSize = 16;
+    std::vector<std::array<std::uint8_t, kSize>> blocks;
+    std::size_t size = 0;
   };
   struct TypeDescriptor {
-    const ustring* name = nullptr;      ///< the meta model's own string
-    std::vector<std::uint8_t> written;  ///< what writeNamed() writes for it
+    const ustring* name = nullptr;  ///< the meta model's own string
+    Blocks written;                 ///< what writeNamed() writes for it
     std::vector<PropertyDescriptor> properties;
   };
   /// A type being written.
   struct OpenType {
-    const TypeDescriptor* type;
-    std::size_t last = 0;  ///< position of the property described last
+    const TypeDescriptor* type = nullptr;
+    const PropertyDescriptor* last = nullptr;  ///< the property described last
+    const PropertyDescriptor* end = nullptr;   ///< of all of them
   };
 
   const PropertyDescriptor& describe(const ustring& name);
   const PropertyDescriptor& describeByText(const ustring& name);
+  const TypeDescriptor* knownType(const ustring& typeName) const noexcept;
   const TypeDescriptor& describeType(meta::StructuredType type);
   static PropertyDescriptor makeDescriptor(meta::Property property);
   static std::size_t placeOf(const ustring& typeName) noexcept;
@@ -92,30 +102,30 @@ class BinaryEventProcessor final : public EventProcessor {
   void closeType();
   void pushFrame(const ustring& property);
   void popFrame();
-  static void emptyFrame(Frame& frame);
-  values::ByteBuffer& bytes() noexcept { return current_->bytes; }
+  void putCount(std::size_t at, std::uint64_t count);
 
   void writeNumber(std::uint64_t number);
   void writeKey(const PropertyDescriptor& descriptor);
-  void writeText(const ustring& text) { texts_.append(bytes(), text); }
-  void writeNamed(const ustring& typeName);
-  void writeNamed(values::ByteBuffer& out, const ustring& typeName);
+  void writeText(const ustring& text) { texts_.append(bytes_, text); }
+  void writeNamed(const ustring& typeName, std::uint8_t flag);
+  void writeIdentity(const ustring& id1, const ustring& id2);
   void writeEndMark();
   void writeReference(const ustring& targetType, const ustring& id1, const ustring& id2);
   void writeQualifiedReference(const ustring& targetType, const ustring& qualifier, const ustring& id1,
                                const ustring& id2);
 
-  std::int32_t depth_ = 0;
-  std::deque<Frame> frames_;
+  values::ByteBuffer bytes_;
+  std::vector<Frame> frames_;
+  std::uint64_t count_ = 0;  // items so far of the innermost collection
   CategoryMasks categoryMasks_{0x7FFFFFFF};
   std::vector<ustring> packageNames_;  // in order of first insertion
   std::unordered_set<ustring> knownPackageNames_;
-  Frame* current_ = nullptr;
 
   // By the type's index in its registry. A registry may go between two documents and another come to
   // stand at its address, so that each document starts over.
   std::vector<std::unique_ptr<TypeDescriptor>> types_;
-  std::vector<OpenType> open_;
+  OpenType innermost_;
+  std::vector<OpenType> around_;                         // types that are open around the innermost one
   std::array<const TypeDescriptor*, 64> typesByName_{};  // by a hash of the name's address
   TextWriter texts_;
 };

@@ -21,30 +21,31 @@ class ByteBuffer {
   ByteBuffer& operator=(const ByteBuffer&) = delete;
 
   const std::uint8_t* data() const noexcept { return bytes_.get(); }
-  std::size_t size() const noexcept { return size_; }
-  std::size_t capacity() const noexcept { return capacity_; }
-  void clear() noexcept { size_ = 0; }
+  std::uint8_t* data() noexcept { return bytes_.get(); }
+  std::size_t size() const noexcept { return static_cast<std::size_t>(end_ - bytes_.get()); }
+  std::size_t capacity() const noexcept { return static_cast<std::size_t>(limit_ - bytes_.get()); }
+  void clear() noexcept { end_ = bytes_.get(); }
 
   /// Makes the capacity at least this. The bytes stay; after an exception everything does.
   void reserve(std::size_t capacity) {
-    if (capacity > capacity_) grow(capacity);
+    if (capacity > this->capacity()) grow(capacity);
   }
   /// The place behind the last byte, with room for `count` more.
   std::uint8_t* makeRoom(std::size_t count) {
-    if (count > capacity_ - size_) growBy(count);
-    return bytes_.get() + size_;
+    if (count > static_cast<std::size_t>(limit_ - end_)) growBy(count);
+    return end_;
   }
   /// Takes in what was written from makeRoom()'s place up to `end`, which lies within the room.
-  void setEnd(const std::uint8_t* end) noexcept { size_ = static_cast<std::size_t>(end - bytes_.get()); }
+  void setEnd(std::uint8_t* end) noexcept { end_ = end; }
 
   void append(std::uint8_t byte) {
     *makeRoom(1) = byte;
-    ++size_;
+    ++end_;
   }
   void append(const std::uint8_t* bytes, std::size_t count) {
     std::uint8_t* out = makeRoom(count);
     if (count != 0) std::memcpy(out, bytes, count);
-    size_ += count;
+    end_ += count;
   }
 
  private:
@@ -52,8 +53,8 @@ class ByteBuffer {
   void grow(std::size_t capacity);
 
   std::unique_ptr<std::uint8_t[]> bytes_;
-  std::size_t size_ = 0;
-  std::size_t capacity_ = 0;
+  std::uint8_t* end_ = nullptr;    // behind the last byte
+  std::uint8_t* limit_ = nullptr;  // behind the memory
 };
 
 }  // namespace kr::zero::io::values

@@ -2,7 +2,8 @@
 
 namespace kr::zero::io::values {
 
-void encodePrimitive(ByteBuffer& out, TypeCode code, const Value& value, bool elementMode) {
+// In one piece: every typed value of a model goes through here.
+[[gnu::flatten]] void encodePrimitive(ByteBuffer& out, TypeCode code, const Value& value, bool elementMode) {
   switch (code) {
     case TypeCode::boolean:
       return encodePrimitive<Boolean>(out, value, elementMode);

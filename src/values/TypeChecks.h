@@ -8,10 +8,16 @@
 
 namespace kr::zero::io::values {
 
+/// Asks the registry for the row's type.
+template <class Row>
+[[gnu::noinline]] void fillHandle() {
+  Row::handle.fill(meta::internal::getPrimitiveTypeFromMetaRegistry(Row::name));
+}
+
 /// Whether a type is the standard type of a row. Asks the registry for the row's type on first use.
 template <class Row>
 bool isStandardType(meta::Type type) {
-  if (!Row::handle) Row::handle.fill(meta::internal::getPrimitiveTypeFromMetaRegistry(Row::name));
+  if (!Row::handle) fillHandle<Row>();
   return type == Row::handle;
 }
 

@@ -252,6 +252,61 @@ TEST_F(Writing, AnEmptyTextBeforeEachPrimitiveElementCountsItAndWritesNothing) {
             (Bytes{0x0A, 0x01, 5, 0}));
 }
 
+TEST_F(Writing, CountsOfAnyLengthStandBeforeTheirItems) {
+  const std::pair<int, Bytes> counts[] = {
+      {0, {0x00}}, {127, {0x7F}}, {128, {0x80, 0x01}}, {16383, {0xFF, 0x7F}}, {16384, {0x80, 0x80, 0x01}}};
+  for (const auto& [count, number] : counts) {
+    Bytes expected = Bytes{0x09} + number;
+    for (int i = 0; i < count; ++i)
+      expected.insert(expected.end(), {1, static_cast<unsigned char>('a' + i % 26)});
+    EXPECT_EQ(bytesOf([count = count](EventProcessor& e) {
+                e.startStructuredProperty(u"texts");
+                for (int i = 0; i < count; ++i)
+                  e.textElement(u"texts", ustring(1, static_cast<char16_t>(u'a' + i % 26)));
+                e.endStructuredProperty();
+              }),
+              expected)
+        << count;
+  }
+}
+
+TEST_F(Writing, ABlockWithinABlockHasItsOwnCount) {
+  Bytes inner{0x80, 0x01};
+  for (int i = 0; i < 128; ++i) inner = inner + Bytes{1, 'x'};
+  EXPECT_EQ(bytesOf([](EventProcessor& e) {
+              e.startStructuredProperty(u"texts");
+              e.textElement(u"texts", u"a");
+              e.startStructuredProperty(u"texts");
+              for (int i = 0; i < 128; ++i) e.textElement(u"texts", u"x");
+              e.endStructuredProperty();
+              e.textElement(u"texts", u"b");
+              e.endStructuredProperty();
+            }),
+            (Bytes{0x09, 0x02, 1, 'a', 0x09} + inner + Bytes{1, 'b'}));
+}
+
+TEST_F(Writing, ABlockThatWasNotStartedCannotEnd) {
+  start();
+  EXPECT_THROW(events().endStructuredProperty(), std::logic_error);
+}
+
+TEST_F(Writing, TypeNamesOfAnyLengthAreWritten) {
+  for (std::size_t size = 1; size <= 40; ++size) {
+    meta::MetaModelBuilder package("urn:names", "t");
+    package.classType(std::string(size, 'T'));
+    registry = std::make_unique<meta::MetaRegistry>();
+    package.registerIn(*registry);
+    const meta::Type type = registry->findType(std::string_view("t." + std::string(size, 'T')));
+    start();
+    for (int twice = 0; twice < 2; ++twice) {  // the second time it is known
+      events().startObject(u"", type->getQualifiedName(), u"", u"");
+      events().endObject();
+    }
+    const Bytes object = Bytes{0x00, 0x00} + text(type->getQualifiedNameUtf8()) + Bytes{0x02} + endMark;
+    EXPECT_EQ(bytes(), header + Bytes{0x00} + object + object) << size;
+  }
+}
+
 TEST_F(Writing, AnEmptyContainerIsKeyAndEnd) {
   EXPECT_EQ(bytesOf([](EventProcessor& e) { e.emptyContainer(u"pair", u"t.Pair"); }), Bytes{0x0C} + endMark);
 }

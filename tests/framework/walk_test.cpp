@@ -139,6 +139,30 @@ TEST_F(WalkTest, ATextThatHasAValueIsTextValue) {
             "by'\n");
 }
 
+TEST_F(WalkTest, TextsOfEveryLengthArriveWhole) {
+  Element book = model.createRoot("library.Book");
+  std::string text;
+  for (int size = 0; size <= 100; ++size) {
+    book.set("name", text);
+    EXPECT_NE(events().find("textValue 'name' '" + text + "'\n"), std::string::npos) << size;
+    text.push_back(static_cast<char>('0' + size % 64));
+  }
+}
+
+TEST_F(WalkTest, AnyOtherLetterArrivesWhereverItStands) {
+  Element book = model.createRoot("library.Book");
+  for (const std::string letter : {"\u00E9", "\u2116", "\U0001F4D6"}) {
+    for (std::size_t size = 0; size <= 60; ++size) {
+      for (std::size_t at = 0; at <= size; ++at) {
+        std::string text(size, 'x');
+        text.insert(at, letter);
+        book.set("name", text);
+        EXPECT_NE(events().find("textValue 'name' '" + text + "'\n"), std::string::npos) << text;
+      }
+    }
+  }
+}
+
 TEST_F(WalkTest, AnExplicitlyEmptyValueIsAbsentValueInBothCategories) {
   EXPECT_EQ(eventsOfBook([](Element book) {
               book.setEmpty("isbn");

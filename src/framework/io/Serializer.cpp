@@ -12,6 +12,7 @@
 #include "model/DocumentOrder.h"
 #include "model/Numbers.h"
 #include "model/TextForm.h"
+#include "text/Scratch.h"
 
 namespace kr::zero::io {
 
@@ -68,8 +69,6 @@ class Identities {
 
   /// The identity of an element; two empty texts where it has none.
   void get(ElementRecord* record, IdentityTexts& texts) const {
-    texts.id1.clear();
-    texts.id2.clear();
     if (record->identity == nullptr && plain_) {
       putNumber(numberOf(record), texts);
     } else if (!customizer_.getIdentity(store_.handle(record), texts.id1, texts.id2)) {
@@ -80,8 +79,6 @@ class Identities {
   /// The type name and identity of an element that is referred to. The element itself is read only where
   /// it may have an identity of its own: reading each target is what following references costs.
   const ustring& getTarget(std::uint64_t reference, IdentityTexts& texts) const {
-    texts.id1.clear();
-    texts.id2.clear();
     const std::uint32_t index = internal::targetIndex(reference);
     if (!plans_.empty()) {
       putNumber(numbers_.empty() ? index + 1 : numbers_[index], texts);
@@ -184,14 +181,20 @@ class Identities {
     return plans_.empty() ? 0 : record->index + 1;
   }
 
+  /// Makes the texts those of a number; empty for 0. They mostly hold the number before, of as many digits.
   static void putNumber(std::uint32_t number, IdentityTexts& texts) {
-    if (number == 0) return;
-    std::array<char16_t, 10> digits;
-    std::size_t at = digits.size();
-    for (std::uint32_t rest = number; rest != 0; rest /= 10)
-      digits[--at] = static_cast<char16_t>(u'0' + rest % 10);
-    texts.id1.assign(1, u'#');
-    texts.id2.assign(digits.data() + at, digits.size() - at);
+    if (number == 0) {
+      texts.id1.clear();
+      texts.id2.clear();
+      return;
+    }
+    if (texts.id1 != u"#") texts.id1.assign(1, u'#');
+    std::size_t size = 1;
+    for (std::uint64_t next = 10; next <= number; next *= 10) ++size;
+    if (texts.id2.size() != size) texts.id2.resize(size);
+    char16_t* const digits = texts.id2.data();
+    for (std::size_t at = size; at != 0; number /= 10)
+      digits[--at] = static_cast<char16_t>(u'0' + number % 10);
   }
 
   void refuseDuplicates() const {
@@ -232,17 +235,24 @@ class Identities {
   std::vector<const ElementRecord*> recordsByNumber_;  // see findNumbered
 };
 
+/// How the values of a property are sent.
+enum class Form : std::uint8_t { none, text, texts, verbatim, verbatims, reference, references, contained };
+
+/// Everything that sending the values of a property asks for.
+struct Step {
+  Form form = Form::none;
+  std::uint16_t slot = 0;
+  const ustring* name = nullptr;
+  const SlotPlan* plan = nullptr;
+  meta::Type type;  // of typed values
+  meta::StandardType standard = meta::StandardType::none;
+};
+
 /// What one pass over an object visits.
 struct Pass {
-  enum class Form : std::uint8_t { none, texts, verbatim, references, contained };
-  struct Item {
-    const ustring* name;
-    Form form;
-    std::uint16_t slot;
-  };
-  std::vector<Item> items;
-  std::vector<std::int32_t> itemOfSlot;  // -1: not visited
-  bool ascending = true;                 // items stand in the order of their slots
+  std::vector<Step> steps;           // by slot; no form: not visited
+  std::vector<std::uint16_t> order;  // slots that are visited
+  bool ascending = true;             // that order is the order of slots
 };
 
 class Walk {
@@ -263,36 +273,41 @@ class Walk {
   /// An object or datatype value that is open.
   struct Frame {
     ElementRecord* record;
-    CategoryMasks masks;
-    std::size_t nextPass;  // index into masks of the pass after the current one
-    const Pass* pass;      // null before the first pass
-    std::size_t next;      // entry (or item, where the pass is not ascending) to visit next
-    std::size_t position;  // value of that entry to visit next, for values that open a frame
+    const Pass* pass;       // null before the first pass
+    std::size_t next;       // entry (or place in the order, where the pass is not ascending) to visit next
+    std::size_t position;   // value of that entry to visit next, for values that open a frame
+    std::size_t firstMask;  // index into masks_; they end where those of the next frame begin
+    std::size_t nextPass;   // index into masks_ of the pass after the current one
   };
 
   void startObject(ElementRecord* record, const ustring& property) {
     identities_.get(record, own_);
-    CategoryMasks masks =
+    const CategoryMasks masks =
         processor_.startObject(property, record->plan->type->getQualifiedName(), own_.id1, own_.id2);
-    frames_.push_back({record, std::move(masks), 0, nullptr, 0, 0});
+    const std::size_t first = masks_.size();
+    masks_.insert(masks_.end(), masks.begin(), masks.end());
+    frames_.push_back({record, nullptr, 0, 0, first, first});
   }
 
   void startContainer(ElementRecord* record, const ustring& property) {
     const ustring& typeName = record->plan->type->getQualifiedName();
-    CategoryMasks masks = frames_.back().masks;  // a datatype value goes by its owner's masks
-    if (!hasAnything(record, masks)) {
+    // A datatype value goes by its owner's masks.
+    const std::size_t first = frames_.back().firstMask;
+    const std::size_t end = masks_.size();
+    if (!hasAnything(record, first, end)) {
       processor_.emptyContainer(property, typeName);
       return;
     }
     processor_.startContainer(property, typeName);
-    frames_.push_back({record, std::move(masks), 0, nullptr, 0, 0});
+    for (std::size_t i = first; i < end; ++i) masks_.push_back(masks_[i]);
+    frames_.push_back({record, nullptr, 0, 0, end, end});
   }
 
-  bool hasAnything(ElementRecord* record, const CategoryMasks& masks) {
-    for (const std::uint32_t mask : masks) {
-      const Pass& pass = passOf(record->plan, mask);
+  bool hasAnything(ElementRecord* record, std::size_t firstMask, std::size_t endOfMasks) {
+    for (std::size_t m = firstMask; m < endOfMasks; ++m) {
+      const Pass& pass = passOf(record->plan, masks_[m]);
       for (std::uint16_t i = 0; i < record->count; ++i)
-        if (pass.itemOfSlot[record->slots()[i] & internal::kSlotMask] >= 0) return true;
+        if (pass.steps[record->slots()[i] & internal::kSlotMask].form != Form::none) return true;
     }
     return false;
   }
@@ -302,6 +317,7 @@ class Walk {
       processor_.endContainer();
     else
       processor_.endObject();
+    masks_.resize(frames_.back().firstMask);
     frames_.pop_back();
   }
 
@@ -310,140 +326,138 @@ class Walk {
     while (true) {
       Frame& frame = frames_.back();
       if (frame.pass == nullptr && !startPass(frame)) return false;
-      const Outcome outcome = frame.pass->ascending ? visitEntries(frame) : visitItems(frame);
-      if (outcome == Outcome::opened) return true;
+      if (frame.pass->ascending ? visitEntries(frame) : visitInOrder(frame)) return true;
       frame.pass = nullptr;
     }
   }
 
   bool startPass(Frame& frame) {
-    if (frame.nextPass == frame.masks.size()) return false;
-    frame.pass = &passOf(frame.record->plan, frame.masks[frame.nextPass++]);
+    if (frame.nextPass == masks_.size()) return false;
+    frame.pass = &passOf(frame.record->plan, masks_[frame.nextPass++]);
     frame.next = 0;
     frame.position = 0;
     return true;
   }
 
-  enum class Outcome { opened, exhausted };
+  // These two return whether a frame was opened; `frame` then is no longer there, and its next entry is the
+  // one that did it, which comes to an end when its values do.
 
-  Outcome visitEntries(Frame& frame) {
-    ElementRecord* record = frame.record;
-    while (frame.next < record->count) {
-      const std::uint16_t entry = record->slots()[frame.next];
-      const std::int32_t item = frame.pass->itemOfSlot[entry & internal::kSlotMask];
-      if (item >= 0 && visit(frame, frame.pass->items[static_cast<std::size_t>(item)], frame.next))
-        return Outcome::opened;
-      ++frames_.back().next;
+  bool visitEntries(Frame& frame) {
+    const ElementRecord* const record = frame.record;
+    const std::uint16_t* const slots = record->slots();
+    const Step* const steps = frame.pass->steps.data();
+    for (std::size_t at = frame.next; at < record->count; ++at) {
+      const Step& step = steps[slots[at] & internal::kSlotMask];
+      if (step.form != Form::contained) {
+        visit(record, step, at);
+        continue;
+      }
+      frame.next = at;
+      if (visitContained(frame, step, at)) return true;
     }
-    return Outcome::exhausted;
-  }
-
-  Outcome visitItems(Frame& frame) {
-    while (frame.next < frame.pass->items.size()) {
-      const Pass::Item& item = frame.pass->items[frame.next];
-      const int at = frame.record->find(item.slot);
-      if (at >= 0 && visit(frame, item, static_cast<std::size_t>(at))) return Outcome::opened;
-      ++frame.next;
-    }
-    return Outcome::exhausted;
-  }
-
-  /// Sends the events of one set property.
-  /// @return whether a frame was opened; the frame then comes back here for what is left.
-  bool visit(Frame& frame, const Pass::Item& item, std::size_t at) {
-    const ElementRecord* record = frame.record;
-    if (item.form == Pass::Form::contained) return visitContained(frame, item, at);
-    if (item.form == Pass::Form::references) {
-      visitReferences(record, item, at);
-      return false;
-    }
-    const SlotPlan& slot = record->plan->slots[item.slot];
-    if (!slot.many && (record->slots()[at] & internal::kStateEmpty) != 0)
-      processor_.absentValue(*item.name);
-    else if (item.form == Pass::Form::verbatim)
-      visitVerbatim(record, slot, item, at);
-    else if (item.form == Pass::Form::texts)
-      visitTexts(record, slot, item, at);
     return false;
   }
 
-  bool visitContained(Frame& frame, const Pass::Item& item, std::size_t at) {
-    while (true) {
-      const Values values = ModelStore::valuesAt(frame.record, at);
-      if (frame.position == values.size) {
-        frame.position = 0;
-        return false;
+  bool visitInOrder(Frame& frame) {
+    for (; frame.next < frame.pass->order.size(); ++frame.next) {
+      const Step& step = frame.pass->steps[frame.pass->order[frame.next]];
+      const int found = frame.record->find(step.slot);
+      if (found < 0) continue;
+      const auto at = static_cast<std::size_t>(found);
+      if (step.form != Form::contained)
+        visit(frame.record, step, at);
+      else if (visitContained(frame, step, at))
+        return true;
+    }
+    return false;
+  }
+
+  bool visitContained(Frame& frame, const Step& step, std::size_t at) {
+    const Values values = ModelStore::valuesAt(frame.record, at);
+    while (frame.position < values.size) {
+      ElementRecord* const child = asElement(values.items[frame.position++]);
+      if (!child->isDatatype()) {
+        startObject(child, *step.name);
+        return true;
       }
-      ElementRecord* child = asElement(values.items[frame.position++]);
       const std::size_t depth = frames_.size();
-      if (child->isDatatype())
-        startContainer(child, *item.name);  // may close at once
-      else
-        startObject(child, *item.name);
+      startContainer(child, *step.name);  // may close at once
       if (frames_.size() != depth) return true;
+    }
+    frame.position = 0;
+    return false;
+  }
+
+  /// Sends the events of one set property, but of contained ones.
+  void visit(const ElementRecord* record, const Step& step, std::size_t at) {
+    const std::uint16_t entry = record->slots()[at];
+    const std::uint64_t payload = record->payloads[at];
+    switch (step.form) {
+      case Form::text:
+        if ((entry & internal::kStateEmpty) != 0) return processor_.absentValue(*step.name);
+        return processor_.textValue(*step.name, textOf(*step.plan, payload));
+      case Form::verbatim:
+        if ((entry & internal::kStateEmpty) != 0) return processor_.absentValue(*step.name);
+        return processor_.primitiveValue(*step.name, valueOf(step, payload));
+      case Form::reference:
+        if ((entry & internal::kStateEmpty) != 0) return;
+        return visitReference(record, *step.name, payload, (entry & internal::kStateUnresolved) != 0, false);
+      case Form::texts:
+        return visitTexts(step, ModelStore::valuesAt(record, at));
+      case Form::verbatims:
+        return visitVerbatims(step, ModelStore::valuesAt(record, at));
+      case Form::references:
+        return visitReferences(record, step, ModelStore::valuesAt(record, at));
+      case Form::none:
+      case Form::contained:
+        return;
     }
   }
 
-  void visitTexts(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item, std::size_t at) {
-    const ustring& name = *item.name;
-    const Values values = ModelStore::valuesAt(record, at);
-    if (!slot.many) {
-      processor_.textValue(name, textOf(slot, values.items[0]));
-      return;
-    }
-    processor_.startStructuredProperty(name);
-    for (std::size_t k = 0; k < values.size; ++k) processor_.textElement(name, textOf(slot, values.items[k]));
+  [[gnu::noinline]] void visitTexts(const Step& step, const Values& values) {
+    processor_.startStructuredProperty(*step.name);
+    for (std::size_t k = 0; k < values.size; ++k)
+      processor_.textElement(*step.name, textOf(*step.plan, values.items[k]));
     processor_.endStructuredProperty();
   }
 
   const ustring& textOf(const SlotPlan& slot, std::uint64_t payload) {
     if (slot.kind == ValueKind::text || slot.kind == ValueKind::dateTime)
-      convert(internal::asText(payload)->view(), text_);
-    else
-      convert(internal::toTextForm(slot, payload), text_);
-    return text_;
+      return textOf(internal::asText(payload)->view());
+    return textOf(internal::toTextForm(slot, payload));
   }
 
-  void visitVerbatim(const ElementRecord* record, const SlotPlan& slot, const Pass::Item& item,
-                     std::size_t at) {
-    const ustring& name = *item.name;
-    const Values values = ModelStore::valuesAt(record, at);
-    if (!slot.many) {
-      processor_.primitiveValue(name, valueOf(slot, values.items[0]));
-      return;
-    }
+  const ustring& textOf(std::string_view utf8) {
+    const ustring* const text = scratch_.widen(utf8);
+    if (text == nullptr) throw SerializeError("a text of the model is not well-formed UTF-8");
+    return *text;
+  }
+
+  [[gnu::noinline]] void visitVerbatims(const Step& step, const Values& values) {
     // The text counts the value and the value writes it; see EventProcessor.
-    processor_.startStructuredElement(name);
+    processor_.startStructuredElement(*step.name);
     for (std::size_t k = 0; k < values.size; ++k) {
-      processor_.textElement(name, nothing_);
-      processor_.primitiveElement(name, valueOf(slot, values.items[k]));
+      processor_.textElement(*step.name, nothing_);
+      processor_.primitiveElement(*step.name, valueOf(step, values.items[k]));
     }
     processor_.endStructuredElement();
   }
 
-  Value valueOf(const SlotPlan& slot, std::uint64_t payload) const {
-    // With an emptiness mark in front, the number of a literal travels as a plain Integer.
-    if (slot.kind == ValueKind::enumeration && slot.optional)
-      return Value(ValueMeta(integerType_, ValueFlags::single), static_cast<std::int32_t>(payload));
-    return internal::toValue(slot.property->getType(), slot.standard, ValueFlags::single, payload);
+  static Value valueOf(const Step& step, std::uint64_t payload) {
+    return internal::toValue(step.type, step.standard, ValueFlags::single, payload);
   }
 
-  void visitReferences(const ElementRecord* record, const Pass::Item& item, std::size_t at) {
-    const ustring& name = *item.name;
-    const Values values = ModelStore::valuesAt(record, at);
-    if (!record->plan->slots[item.slot].many) {
-      if (values.size != 0) visitReference(record, name, values, 0, false);
-      return;
-    }
-    processor_.startStructuredEntry(name);
-    for (std::size_t k = 0; k < values.size; ++k) visitReference(record, name, values, k, true);
+  [[gnu::noinline]] void visitReferences(const ElementRecord* record, const Step& step,
+                                         const Values& values) {
+    processor_.startStructuredEntry(*step.name);
+    for (std::size_t k = 0; k < values.size; ++k)
+      visitReference(record, *step.name, values.items[k], internal::isUnresolved(values.items[k]), true);
     processor_.endStructuredEntry();
   }
 
-  void visitReference(const ElementRecord* record, const ustring& name, const Values& values, std::size_t k,
+  void visitReference(const ElementRecord* record, const ustring& name, std::uint64_t item, bool unresolved,
                       bool element) {
-    const std::uint64_t item = values.items[k];
-    if (values.unresolvedSingle || internal::isUnresolved(item)) {
+    if (unresolved || internal::isUnresolved(item)) {
       visitUnresolved(record, name, asUnresolved(item), element);
       return;
     }
@@ -507,24 +521,37 @@ class Walk {
     return pass;
   }
 
-  static Pass::Form formOf(PropertyCategory category) {
+  static Form formOf(PropertyCategory category, bool many) {
     if (category.isA(PropertyCategory::CompositionAny()) || category.isA(PropertyCategory::DatatypeAny()))
-      return Pass::Form::contained;
-    if (category.isA(PropertyCategory::AssociationAny())) return Pass::Form::references;
-    if (category.isA(PropertyCategory::VerbatimAny())) return Pass::Form::verbatim;
-    return category.isA(PropertyCategory::PrimitiveAny()) ? Pass::Form::texts : Pass::Form::none;
+      return Form::contained;
+    if (category.isA(PropertyCategory::AssociationAny())) return many ? Form::references : Form::reference;
+    if (category.isA(PropertyCategory::VerbatimAny())) return many ? Form::verbatims : Form::verbatim;
+    if (category.isA(PropertyCategory::PrimitiveAny())) return many ? Form::texts : Form::text;
+    return Form::none;
+  }
+
+  Step makeStep(const SlotPlan& plan, std::uint16_t slot, PropertyCategory category) const {
+    // With an emptiness mark in front, the number of a literal travels as a plain Integer.
+    const bool asInteger = plan.kind == ValueKind::enumeration && plan.optional;
+    return {formOf(category, plan.many),
+            slot,
+            &plan.property->getName(),
+            &plan,
+            asInteger ? integerType_ : plan.property->getType(),
+            asInteger ? meta::StandardType::integer : plan.standard};
   }
 
   Pass makePass(TypePlan* plan, std::uint32_t mask) const {
     Pass pass;
-    pass.itemOfSlot.assign(plan->slots.size(), -1);
+    pass.steps.resize(plan->slots.size());
     for (const meta::Property property : traverser_.getProperties(plan->type, PropertyCategory(mask))) {
       const auto it = plan->slotOf.find(property.get());
       const PropertyCategory category = traverser_.getPropertyCategory(property);
       if (it == plan->slotOf.end() || plan->slots[it->second].kind == ValueKind::none) continue;
-      if (!pass.items.empty() && pass.items.back().slot > it->second) pass.ascending = false;
-      pass.itemOfSlot[it->second] = static_cast<std::int32_t>(pass.items.size());
-      pass.items.push_back({&property->getName(), formOf(category), it->second});
+      const std::uint16_t slot = it->second;
+      if (!pass.order.empty() && pass.order.back() > slot) pass.ascending = false;
+      pass.order.push_back(slot);
+      pass.steps[slot] = makeStep(plan->slots[slot], slot, category);
     }
     return pass;
   }
@@ -534,6 +561,7 @@ class Walk {
   EventProcessor& processor_;
   Identities identities_;
   std::vector<Frame> frames_;
+  std::vector<std::uint32_t> masks_;  // of all frames, one after the other
   std::unordered_map<std::uint32_t, std::vector<std::pair<std::uint32_t, std::unique_ptr<Pass>>>> passes_;
   TypePlan* lastPlan_ = nullptr;
   std::uint32_t lastMask_ = 0;
@@ -542,6 +570,7 @@ class Walk {
   const ustring nothing_;
   IdentityTexts own_;
   IdentityTexts target_;
+  fl::i18n::internal::Utf16Scratch scratch_;
   ustring text_;
   ustring qualifier_;
 };

@@ -129,32 +129,6 @@ std::string formatUuid(const Uuid& uuid) {
   return text;
 }
 
-Value toValue(meta::Type type, StandardType standard, ValueFlags flags, std::uint64_t payload) {
-  const ValueMeta meta(type, flags);
-  switch (standard) {
-    case StandardType::boolean:
-      return Value(meta, payload != 0);
-    case StandardType::integer8:
-      return Value(meta, static_cast<std::int8_t>(payload));
-    case StandardType::uinteger8:
-      return Value(meta, static_cast<std::uint8_t>(payload));
-    case StandardType::integer16:
-      return Value(meta, static_cast<std::int16_t>(payload));
-    case StandardType::uinteger16:
-      return Value(meta, static_cast<std::uint16_t>(payload));
-    case StandardType::integer:
-      return Value(meta, static_cast<std::int32_t>(payload));
-    case StandardType::unlimitedNatural:
-      return Value(meta, static_cast<std::uint32_t>(payload));
-    case StandardType::uinteger64:
-      return Value(meta, payload);
-    case StandardType::real:
-      return Value(meta, std::bit_cast<double>(payload));
-    default:  // Integer64 and enumerations
-      return Value(meta, static_cast<std::int64_t>(payload));
-  }
-}
-
 std::uint64_t fromValue(StandardType standard, const Value& value) noexcept {
   const auto widen = [](std::int64_t number) { return static_cast<std::uint64_t>(number); };
   switch (standard) {

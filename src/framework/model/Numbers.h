@@ -2,6 +2,7 @@
 /// Internal: numbers of the standard types, their ranges and their texts.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -35,7 +36,31 @@ std::optional<Uuid> parseUuid(std::string_view text);
 std::string formatUuid(const Uuid& uuid);
 
 /// A payload as a value of its type, and back.
-Value toValue(meta::Type type, meta::StandardType standard, ValueFlags flags, std::uint64_t payload);
+inline Value toValue(meta::Type type, meta::StandardType standard, ValueFlags flags, std::uint64_t payload) {
+  const ValueMeta meta(type, flags);
+  switch (standard) {
+    case meta::StandardType::boolean:
+      return Value(meta, payload != 0);
+    case meta::StandardType::integer8:
+      return Value(meta, static_cast<std::int8_t>(payload));
+    case meta::StandardType::uinteger8:
+      return Value(meta, static_cast<std::uint8_t>(payload));
+    case meta::StandardType::integer16:
+      return Value(meta, static_cast<std::int16_t>(payload));
+    case meta::StandardType::uinteger16:
+      return Value(meta, static_cast<std::uint16_t>(payload));
+    case meta::StandardType::integer:
+      return Value(meta, static_cast<std::int32_t>(payload));
+    case meta::StandardType::unlimitedNatural:
+      return Value(meta, static_cast<std::uint32_t>(payload));
+    case meta::StandardType::uinteger64:
+      return Value(meta, payload);
+    case meta::StandardType::real:
+      return Value(meta, std::bit_cast<double>(payload));
+    default:  // Integer64 and enumerations
+      return Value(meta, static_cast<std::int64_t>(payload));
+  }
+}
 std::uint64_t fromValue(meta::StandardType standard, const Value& value) noexcept;
 
 }  // namespace kr::zero::internal
