@@ -247,14 +247,16 @@ void BinaryEventProcessor::popFrame() {
 
 /// Puts a number in the place of one byte.
 void BinaryEventProcessor::putCount(std::size_t at, std::uint64_t count) {
+  if (count < direct::kMoreGroups) {
+    bytes_.data()[at] = static_cast<std::uint8_t>(count);
+    return;
+  }
   std::array<std::uint8_t, direct::kMostNumberBytes> number;
   const auto more = static_cast<std::size_t>(direct::encodeNumber(count, number.data()) - number.data()) - 1;
-  if (more != 0) {
-    std::uint8_t* const end = bytes_.makeRoom(more);
-    std::uint8_t* const behind = bytes_.data() + at + 1;
-    std::memmove(behind + more, behind, static_cast<std::size_t>(end - behind));
-    bytes_.setEnd(end + more);
-  }
+  std::uint8_t* const end = bytes_.makeRoom(more);
+  std::uint8_t* const behind = bytes_.data() + at + 1;
+  std::memmove(behind + more, behind, static_cast<std::size_t>(end - behind));
+  bytes_.setEnd(end + more);
   std::memcpy(bytes_.data() + at, number.data(), more + 1);
 }
 

@@ -13,11 +13,13 @@ void ByteBuffer::growBy(std::size_t count) {
   grow(std::max({size() + count, doubled, std::size_t{64}}));
 }
 
+// Large memory is moved by its pages: nothing is copied, and old and new are never there both.
 void ByteBuffer::grow(std::size_t capacity) {
-  std::unique_ptr<std::uint8_t[]> bytes(new std::uint8_t[capacity]);  // not filled with zeros
   const std::size_t size = this->size();
-  if (size != 0) std::memcpy(bytes.get(), bytes_.get(), size);
-  bytes_ = std::move(bytes);
+  void* const moved = std::realloc(bytes_.get(), capacity);
+  if (moved == nullptr) throw std::bad_alloc();
+  static_cast<void>(bytes_.release());
+  bytes_.reset(static_cast<std::uint8_t*>(moved));
   end_ = bytes_.get() + size;
   limit_ = bytes_.get() + capacity;
 }

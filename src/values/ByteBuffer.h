@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -52,7 +53,11 @@ class ByteBuffer {
   void growBy(std::size_t count);
   void grow(std::size_t capacity);
 
-  std::unique_ptr<std::uint8_t[]> bytes_;
+  struct Free {
+    void operator()(std::uint8_t* bytes) const noexcept { std::free(bytes); }
+  };
+
+  std::unique_ptr<std::uint8_t[], Free> bytes_;
   std::uint8_t* end_ = nullptr;    // behind the last byte
   std::uint8_t* limit_ = nullptr;  // behind the memory
 };

@@ -317,7 +317,7 @@ class Walk {
       processor_.endContainer();
     else
       processor_.endObject();
-    masks_.resize(frames_.back().firstMask);
+    masks_.erase(masks_.begin() + static_cast<std::ptrdiff_t>(frames_.back().firstMask), masks_.end());
     frames_.pop_back();
   }
 
