@@ -1,14 +1,12 @@
-// Real texts are mostly ASCII, and names always are: runs of ASCII are copied wide or narrow in blocks by
-// vector instructions, and only the runs between them go through the checked conversion. A run ends at
-// an ASCII unit, which never is part of a longer sequence, so a sequence that is cut by one is found
-// malformed within its run.
+// Real texts are mostly ASCII, and names always are: ASCII is copied wide or narrow in blocks by vector
+// instructions, also around the letters that are not, and only these go through a conversion one by one.
 #include "text/Utf.h"
 
 #include <utf8/checked.h>
-#include <utf8/unchecked.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -20,8 +18,9 @@ namespace fl::i18n::internal {
 namespace {
 
 constexpr std::size_t kBlock = 8;
-constexpr unsigned kFirstTwoByte = 0x80;
-constexpr unsigned kFirstThreeByte = 0x800;
+constexpr char32_t kFirstTwoByte = 0x80;
+constexpr char32_t kFirstThreeByte = 0x800;
+constexpr char32_t kFirstFourByte = 0x10000;
 constexpr char16_t kReplacement = 0xFFFD;
 
 bool isAscii(char unit) { return static_cast<unsigned char>(unit) < kFirstTwoByte; }
@@ -33,13 +32,24 @@ bool isTrailSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 template <class Unit>
 constexpr std::uint64_t kNotAscii = sizeof(Unit) == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
 
+// Number of ASCII units before the first other one of a block.
 template <class Unit>
-bool isAsciiBlock(const Unit* in) {
-  std::array<std::uint64_t, sizeof(Unit)> words;  // kBlock units
-  std::memcpy(words.data(), in, sizeof words);
-  std::uint64_t all = 0;
-  for (const std::uint64_t word : words) all |= word;
-  return (all & kNotAscii<Unit>) == 0;
+std::size_t countAscii(const Unit* block) {
+  constexpr std::size_t kUnitsPerWord = kBlock / sizeof(Unit);
+  constexpr int kBits = 8 * sizeof(Unit);
+  std::array<std::uint64_t, sizeof(Unit)> words;
+  std::memcpy(words.data(), block, sizeof words);
+  std::size_t units = 0;
+  for (const std::uint64_t word : words) {
+    const std::uint64_t others = word & kNotAscii<Unit>;
+    if (others != 0) {
+      const int bits =
+          std::endian::native == std::endian::little ? std::countr_zero(others) : std::countl_zero(others);
+      return units + static_cast<std::size_t>(bits / kBits);
+    }
+    units += kUnitsPerWord;
+  }
+  return units;
 }
 
 template <class Unit>
@@ -54,73 +64,114 @@ void copyBlock(const In* in, Out* out) {
   std::memcpy(out, &converted, sizeof converted);
 }
 
-// Copies ASCII units up to the first other one or to `end`; returns where it stopped reading.
+// Where a conversion stands. There is always room for as many units of output as of input are left.
 template <class In, class Out>
-const In* copyAscii(const In* in, const In* end, Out*& out) {
-  Out* to = out;
-  const bool longEnough = static_cast<std::size_t>(end - in) >= kBlock;
-  for (; static_cast<std::size_t>(end - in) >= kBlock && isAsciiBlock(in); in += kBlock, to += kBlock) {
-    copyBlock(in, to);
+struct Position {
+  const In* in;
+  Out* out;
+};
+
+// Copies ASCII units up to the first other one or to `end`.
+template <class In, class Out>
+[[gnu::always_inline]] inline Position<In, Out> copyAscii(Position<In, Out> at, const In* begin,
+                                                          const In* end) {
+  for (; static_cast<std::size_t>(end - at.in) >= kBlock; at.in += kBlock, at.out += kBlock) {
+    copyBlock(at.in, at.out);  // all of it; what stands behind the ASCII units is overwritten later
+    if (const std::size_t ascii = countAscii(at.in); ascii != kBlock) return {at.in + ascii, at.out + ascii};
   }
-  const auto rest = static_cast<std::size_t>(end - in);
-  if (longEnough && rest < kBlock && isAsciiBlock(end - kBlock)) {
-    copyBlock(end - kBlock, to + rest - kBlock);  // once more what it shares with the block before
-    out = to + rest;
-    return end;
+  const auto rest = static_cast<std::size_t>(end - at.in);
+  if (static_cast<std::size_t>(end - begin) >= kBlock && countAscii(end - kBlock) == kBlock) {
+    copyBlock(end - kBlock, at.out + rest - kBlock);  // once more what it shares with what is copied
+    return {end, at.out + rest};
   }
-  for (; in != end && isAscii(*in); ++in) *to++ = static_cast<Out>(*in);
-  out = to;
-  return in;
+  while (at.in != end && isAscii(*at.in)) *at.out++ = static_cast<Out>(*at.in++);
+  return at;
 }
 
-template <class In>
-const In* endOfOtherRun(const In* in, const In* end) {
-  return std::find_if(in, end, [](In unit) { return isAscii(unit); });
+bool isContinuation(char unit) { return (static_cast<unsigned char>(unit) & 0xC0) == 0x80; }
+char32_t payloadOf(char continuation) { return static_cast<unsigned char>(continuation) & 0x3Fu; }
+
+// Lead byte of a sequence of 2, 3 or 4 bytes, and the smallest character that needs so many.
+struct Lead {
+  std::size_t size;
+  char32_t bits;
+  char32_t least;
+};
+Lead leadOf(unsigned char unit) {
+  if (unit < 0xE0) return {2, unit & 0x1Fu, kFirstTwoByte};
+  if (unit < 0xF0) return {3, unit & 0x0Fu, kFirstThreeByte};
+  return {4, unit & 0x07u, kFirstFourByte};
 }
 
-// Upper bounds of the units that the other form takes.
-std::size_t maxConverted(std::string_view in) { return in.size(); }
+// The conversions of the first character, which is not ASCII; null in place of `out` where it is
+// malformed.
+Position<char, char16_t> convertCharacter(Position<char, char16_t> at, const char* end) {
+  const auto first = static_cast<unsigned char>(*at.in);
+  if (first < 0xC0 || first >= 0xF8) return {at.in, nullptr};
+  const Lead lead = leadOf(first);
+  if (static_cast<std::size_t>(end - at.in) < lead.size) return {at.in, nullptr};
+  char32_t character = lead.bits;
+  for (std::size_t i = 1; i < lead.size; ++i) {
+    if (!isContinuation(at.in[i])) return {at.in, nullptr};
+    character = character << 6 | payloadOf(at.in[i]);
+  }
+  const bool isSurrogate = character >= 0xD800 && character < 0xE000;
+  if (character < lead.least || isSurrogate || character > 0x10FFFF) return {at.in, nullptr};
+  if (character >= kFirstFourByte) {
+    *at.out++ = static_cast<char16_t>(0xD7C0 + (character >> 10));
+    character = 0xDC00 | (character & 0x3FF);
+  }
+  *at.out++ = static_cast<char16_t>(character);
+  return {at.in + lead.size, at.out};
+}
+
+char continuation(char32_t bits) { return static_cast<char>(0x80 | (bits & 0x3F)); }
+
+Position<char16_t, char> convertCharacter(Position<char16_t, char> at, const char16_t* end) {
+  char32_t character = *at.in++;
+  if (character < kFirstThreeByte) {
+    *at.out++ = static_cast<char>(0xC0 | character >> 6);
+    *at.out++ = continuation(character);
+    return at;
+  }
+  if (isTrailSurrogate(static_cast<char16_t>(character))) return {at.in, nullptr};
+  if (!isLeadSurrogate(static_cast<char16_t>(character))) {
+    *at.out++ = static_cast<char>(0xE0 | character >> 12);
+  } else {
+    if (at.in == end || !isTrailSurrogate(*at.in)) return {at.in, nullptr};
+    character = ((character & 0x3FF) << 10 | (*at.in++ & 0x3FFu)) + kFirstFourByte;
+    *at.out++ = static_cast<char>(0xF0 | character >> 18);
+    *at.out++ = continuation(character >> 12);
+  }
+  *at.out++ = continuation(character >> 6);
+  *at.out++ = continuation(character);
+  return at;
+}
+
+// Returns where the result ends, or null for a malformed text.
+template <class In, class Out>
+Out* convert(Position<In, Out> at, std::basic_string_view<In> in) {
+  const In* const end = in.data() + in.size();
+  for (;;) {
+    at = copyAscii(at, in.data(), end);
+    if (at.in == end) return at.out;
+    at = convertCharacter(at, end);
+    if (at.out == nullptr) return nullptr;
+  }
+}
+
+// Upper bound of the bytes that a text takes: a pair of surrogates counts 6 and takes 4.
 std::size_t maxConverted(std::u16string_view in) {
-  std::size_t size = in.size();  // a pair of surrogates counts 6 and takes 4
+  std::size_t size = in.size();
   for (const char16_t unit : in)
     size += std::size_t{unit >= kFirstTwoByte} + std::size_t{unit >= kFirstThreeByte};
   return size;
 }
 
-// The conversions of a run; they return where the result ends, or null for a malformed run.
-char16_t* convertRun(const char* begin, const char* end, char16_t* out) {
-  return utf8::is_valid(begin, end) ? utf8::unchecked::utf8to16(begin, end, out) : nullptr;
-}
-char* convertRun(const char16_t* begin, const char16_t* end, char* out) {
-  try {
-    return utf8::utf16to8(begin, end, out);
-  } catch (const utf8::exception&) {
-    return nullptr;
-  }
-}
-
-template <class In, class Out>
-bool convert(std::basic_string_view<In> in, std::basic_string<Out>& out) {
-  out.resize(in.size());
-  const In* const end = in.data() + in.size();
-  Out* written = out.data();
-  const In* position = copyAscii(in.data(), end, written);
-  if (position == end) return true;
-
-  const std::size_t ascii = static_cast<std::size_t>(position - in.data());
-  out.resize(ascii + maxConverted(in.substr(ascii)));
-  written = out.data() + ascii;
-  while (position != end) {
-    const In* const stop = endOfOtherRun(position, end);
-    written = convertRun(position, stop, written);
-    if (written == nullptr) {
-      out.clear();
-      return false;
-    }
-    position = copyAscii(stop, end, written);
-  }
-  out.resize(static_cast<std::size_t>(written - out.data()));
-  return true;
+template <class Unit>
+bool finish(std::basic_string<Unit>& out, const Unit* end) {
+  out.resize(end == nullptr ? 0 : static_cast<std::size_t>(end - out.data()));
+  return end != nullptr;
 }
 
 std::u16string replaceLoneSurrogates(std::u16string_view in) {
@@ -137,9 +188,22 @@ std::u16string replaceLoneSurrogates(std::u16string_view in) {
 
 }  // namespace
 
-bool utf8ToUtf16(std::string_view in, std::u16string& out) { return convert(in, out); }
+bool utf8ToUtf16(std::string_view in, std::u16string& out) {
+  out.resize(in.size());
+  return finish(out, convert<char, char16_t>({in.data(), out.data()}, in));
+}
 
-bool utf16ToUtf8(std::u16string_view in, std::string& out) { return convert(in, out); }
+bool utf16ToUtf8(std::u16string_view in, std::string& out) {
+  out.resize(in.size());
+  const char16_t* const end = in.data() + in.size();
+  const auto [position, written] = copyAscii<char16_t, char>({in.data(), out.data()}, in.data(), end);
+  if (position == end) return true;
+  const auto ascii = static_cast<std::size_t>(written - out.data());
+  out.resize(ascii + maxConverted(in.substr(ascii)));
+  return finish(out, convert<char16_t, char>({position, out.data() + ascii}, in));
+}
+
+char* utf16ToUtf8(std::u16string_view in, char* out) { return convert<char16_t, char>({in.data(), out}, in); }
 
 std::string showAsUtf8(std::string_view in) {
   std::string out;
