@@ -52,16 +52,39 @@ std::size_t countAscii(const Unit* block) {
   return units;
 }
 
-template <class Unit>
-using Block __attribute__((vector_size(kBlock * sizeof(Unit)))) =
+template <class Unit, std::size_t size>
+using Block __attribute__((vector_size(size * sizeof(Unit)))) =
     std::conditional_t<sizeof(Unit) == 1, std::uint8_t, std::uint16_t>;
 
-template <class In, class Out>
+template <std::size_t size = kBlock, class In, class Out>
 void copyBlock(const In* in, Out* out) {
-  Block<In> block;
+  Block<In, size> block;
   std::memcpy(&block, in, sizeof block);
-  const auto converted = __builtin_convertvector(block, Block<Out>);
+  const auto converted = __builtin_convertvector(block, Block<Out, size>);
   std::memcpy(out, &converted, sizeof converted);
+}
+
+// Copies a text shorter than a block where all of it is ASCII: by halves of a block. Half of all texts
+// are such names and numbers, and a loop over their units would be mispredicted at most ends.
+template <class In, class Out>
+bool copyShort(const In* in, std::size_t size, Out* out) {
+  using One = std::conditional_t<sizeof(In) == 1, std::uint8_t, std::uint16_t>;
+  using Two = std::conditional_t<sizeof(In) == 1, std::uint16_t, std::uint32_t>;
+  using Four = std::conditional_t<sizeof(In) == 1, std::uint32_t, std::uint64_t>;
+  std::uint64_t all = 0;
+  const auto copy = [&]<class Word>(Word word) {
+    constexpr std::size_t kUnits = sizeof(Word) / sizeof(In);
+    if ((size & kUnits) == 0) return;
+    std::memcpy(&word, in, sizeof word);
+    all |= word;
+    copyBlock<kUnits>(in, out);
+    in += kUnits;
+    out += kUnits;
+  };
+  copy(Four{});
+  copy(Two{});
+  copy(One{});
+  return (all & kNotAscii<In>) == 0;
 }
 
 // Where a conversion stands. There is always room for as many units of output as of input are left.
@@ -168,10 +191,27 @@ std::size_t maxConverted(std::u16string_view in) {
   return size;
 }
 
+// Replaces a text by one of another size, of which the caller overwrites all that was not there before.
+template <class Unit>
+[[gnu::noinline]] void grow(std::basic_string<Unit>& text, std::size_t size) {
+  text.resize(size);
+}
+template <class Unit>
+void setSize(std::basic_string<Unit>& text, std::size_t size) {
+  if (size > text.size())
+    grow(text, size);
+  else
+    text.erase(size);
+}
+
 template <class Unit>
 bool finish(std::basic_string<Unit>& out, const Unit* end) {
-  out.resize(end == nullptr ? 0 : static_cast<std::size_t>(end - out.data()));
+  setSize(out, end == nullptr ? 0 : static_cast<std::size_t>(end - out.data()));
   return end != nullptr;
+}
+
+[[gnu::noinline]] bool convertInto(std::string_view in, std::u16string& out) {
+  return finish(out, convert<char, char16_t>({in.data(), out.data()}, in));
 }
 
 std::u16string replaceLoneSurrogates(std::u16string_view in) {
@@ -189,8 +229,9 @@ std::u16string replaceLoneSurrogates(std::u16string_view in) {
 }  // namespace
 
 bool utf8ToUtf16(std::string_view in, std::u16string& out) {
-  out.resize(in.size());
-  return finish(out, convert<char, char16_t>({in.data(), out.data()}, in));
+  setSize(out, in.size());
+  if (in.size() < kBlock && copyShort(in.data(), in.size(), out.data())) return true;
+  return convertInto(in, out);
 }
 
 bool utf16ToUtf8(std::u16string_view in, std::string& out) {
@@ -203,7 +244,10 @@ bool utf16ToUtf8(std::u16string_view in, std::string& out) {
   return finish(out, convert<char16_t, char>({position, out.data() + ascii}, in));
 }
 
-char* utf16ToUtf8(std::u16string_view in, char* out) { return convert<char16_t, char>({in.data(), out}, in); }
+char* utf16ToUtf8(std::u16string_view in, char* out) {
+  if (in.size() < kBlock && copyShort(in.data(), in.size(), out)) return out + in.size();
+  return convert<char16_t, char>({in.data(), out}, in);
+}
 
 std::string showAsUtf8(std::string_view in) {
   std::string out;
