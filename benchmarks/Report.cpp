@@ -61,6 +61,7 @@ constexpr Limit timeLimits[] = {
     {"read, driver alone", "read direct, driver alone", "read protobuf heap", std::nullopt},
 };
 constexpr double memoryLimit = 1.5;
+constexpr std::size_t kMebibyte = std::size_t{1} << 20;
 
 double ratioOf(std::size_t ours, std::size_t theirs) {
   return static_cast<double>(ours) / static_cast<double>(theirs);
@@ -81,22 +82,30 @@ nlohmann::json toJson(const Comparison& comparison) {
 }  // namespace
 
 std::vector<Comparison> compare(const Collector& collector, const Documents& documents,
-                                const HeldBytes& held) {
+                                const Memory& memory) {
   std::vector<Comparison> comparisons;
   for (const Limit& row : timeLimits) {
     if (!collector.has(row.ours) || !collector.has(row.theirs)) continue;  // left out by a filter
     const double ratio = medianOf(collector.timesOf(row.ours)) / medianOf(collector.timesOf(row.theirs));
     comparisons.push_back({row.what, row.ours, row.theirs, ratio, row.limit});
   }
-  comparisons.push_back(
-      {"memory", "model", "messages on the heap", ratioOf(held.model, held.messages), memoryLimit});
+  comparisons.push_back({"memory", "model", "messages on the heap",
+                         ratioOf(memory.held.model, memory.held.messages), memoryLimit});
+  if (memory.peak) {
+    const std::size_t document = documents.direct.size();
+    comparisons.push_back({"peak while writing, beyond the output", "resident", "the output and 1 MiB",
+                           ratioOf(memory.peak->writing, document + kMebibyte), std::nullopt});
+    comparisons.push_back({"peak while reading a file", "resident", "file, model and 1 MiB",
+                           ratioOf(memory.peak->reading, document + memory.peak->model + kMebibyte),
+                           std::nullopt});
+  }
   comparisons.push_back({"document", "direct", "protobuf",
                          ratioOf(documents.direct.size(), documents.protobuf.size()), std::nullopt});
   return comparisons;
 }
 
 void printTable(std::ostream& out, const Collector& collector, const Documents& documents,
-                const HeldBytes& held, const std::vector<Comparison>& comparisons) {
+                const Memory& memory, const std::vector<Comparison>& comparisons) {
   const auto name = [&out](const std::string& text) -> std::ostream& {
     return out << "  " << std::left << std::setw(46) << text << std::right << std::fixed;
   };
@@ -115,9 +124,13 @@ void printTable(std::ostream& out, const Collector& collector, const Documents& 
   };
   bytes("document direct", documents.direct.size());
   bytes("document protobuf", documents.protobuf.size());
-  bytes("memory of the model", held.model);
-  bytes("memory of messages on the heap", held.messages);
-  bytes("the same with resolved references", held.messagesAndTargets);
+  bytes("memory of the model", memory.held.model);
+  bytes("memory of messages on the heap", memory.held.messages);
+  bytes("the same with resolved references", memory.held.messagesAndTargets);
+  if (memory.peak) {
+    bytes("peak while writing, beyond the output", memory.peak->writing);
+    bytes("peak while reading a file", memory.peak->reading);
+  }
   out << '\n';
   name("ratio, ours/theirs") << std::setw(10) << "ratio" << std::setw(10) << "limit" << '\n'
                              << std::setprecision(2);
@@ -130,7 +143,7 @@ void printTable(std::ostream& out, const Collector& collector, const Documents& 
 }
 
 void writeJson(const std::string& path, const Collector& collector, const Documents& documents,
-               const HeldBytes& held, const std::vector<Comparison>& comparisons) {
+               const Memory& memory, const std::vector<Comparison>& comparisons) {
   nlohmann::json json;
   json["elements"] = documents.size;
   json["contentHash"] = documents.contentHash;
@@ -138,8 +151,12 @@ void writeJson(const std::string& path, const Collector& collector, const Docume
   for (const auto& [benchmark, times] : collector.times())
     json["nanosecondsPerElement"][benchmark] = {{"median", medianOf(times)}, {"repetitions", times}};
   json["documentBytes"] = {{"direct", documents.direct.size()}, {"protobuf", documents.protobuf.size()}};
-  json["heldBytes"] = {
-      {"model", held.model}, {"messages", held.messages}, {"messagesAndTargets", held.messagesAndTargets}};
+  json["heldBytes"] = {{"model", memory.held.model},
+                       {"messages", memory.held.messages},
+                       {"messagesAndTargets", memory.held.messagesAndTargets}};
+  if (memory.peak)
+    json["peakBytes"] = {
+        {"writing", memory.peak->writing}, {"reading", memory.peak->reading}, {"model", memory.peak->model}};
   for (const Comparison& comparison : comparisons) json["comparisons"].push_back(toJson(comparison));
   const std::filesystem::path folder = std::filesystem::path(path).parent_path();
   if (!folder.empty()) std::filesystem::create_directories(folder);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Documents.h"
+#include "Peak.h"
 
 namespace kr::zero::bench {
 
@@ -32,6 +33,11 @@ class Collector : public benchmark::BenchmarkReporter {
   bool failed_ = false;
 };
 
+struct Memory {
+  HeldBytes held;
+  std::optional<PeakBytes> peak;  ///< none: could not be measured here
+};
+
 /// One figure of ours over one of theirs.
 struct Comparison {
   std::string what;
@@ -44,12 +50,11 @@ struct Comparison {
 
 double medianOf(const std::vector<double>& ascending);
 
-std::vector<Comparison> compare(const Collector& collector, const Documents& documents,
-                                const HeldBytes& held);
+std::vector<Comparison> compare(const Collector& collector, const Documents& documents, const Memory& memory);
 void printTable(std::ostream& out, const Collector& collector, const Documents& documents,
-                const HeldBytes& held, const std::vector<Comparison>& comparisons);
+                const Memory& memory, const std::vector<Comparison>& comparisons);
 /// @throws std::runtime_error where the file cannot be written.
 void writeJson(const std::string& path, const Collector& collector, const Documents& documents,
-               const HeldBytes& held, const std::vector<Comparison>& comparisons);
+               const Memory& memory, const std::vector<Comparison>& comparisons);
 
 }  // namespace kr::zero::bench

@@ -153,6 +153,7 @@ void initialize(const std::vector<std::string>& arguments) {
 int run(std::vector<std::string> arguments) {
   const Options options = takeOptions(arguments);
   initialize(arguments);
+  const std::optional<PeakBytes> peak = measurePeakBytes(options.elements, seed);
   const Documents documents(options.elements, seed);
   const Trees trees(documents.model);
   registerAll(documents);
@@ -160,10 +161,10 @@ int run(std::vector<std::string> arguments) {
   Collector collector(documents.size);
   benchmark::RunSpecifiedBenchmarks(&collector);
   if (collector.failed()) return 1;
-  const HeldBytes held = measureHeldBytes(documents);
-  const std::vector<Comparison> comparisons = compare(collector, documents, held);
-  printTable(std::cout, collector, documents, held, comparisons);
-  if (!options.json.empty()) writeJson(options.json, collector, documents, held, comparisons);
+  const Memory memory{measureHeldBytes(documents), peak};
+  const std::vector<Comparison> comparisons = compare(collector, documents, memory);
+  printTable(std::cout, collector, documents, memory, comparisons);
+  if (!options.json.empty()) writeJson(options.json, collector, documents, memory, comparisons);
   bool allHold = true;
   for (const Comparison& comparison : comparisons) allHold = allHold && comparison.holds();
   return options.gate && !allHold ? 1 : 0;
