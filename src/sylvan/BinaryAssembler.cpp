@@ -6,6 +6,7 @@
 
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
+#include "sylvan/SentPrimitives.h"
 #include "sylvan/StreamBytes.h"
 #include "sylvan/TaggedFormat.h"
 #include "values/Endianness.h"
@@ -26,17 +27,22 @@ constinit const SylvanPrimitive kRealZero{0.0};
 
 constexpr const char* kWrongTag = "Byte is no tag that may stand here";
 
-/// Puts a number into a primitive that is of its kind already.
-template <class Number>
-const SylvanPrimitive& assign(SylvanPrimitive& primitive, Number number) {
-  *std::get_if<Number>(&primitive) = number;
-  return primitive;
+// The longest item that is read without a look at how many bytes are left: two tags, a length, a string. A
+// number is shorter, even where more bytes are fetched than it has.
+constexpr std::ptrdiff_t kReadyItemBytes = 3 + tagged::SentPrimitives::kFewBytes;
+
+std::uint64_t loadLowestFirst(const char* bytes) {
+  std::array<std::uint8_t, tagged::kWidestNumber> number;
+  std::memcpy(number.data(), bytes, number.size());
+  return std::bit_cast<std::uint64_t>(values::swapUnlessLittleEndian(number));
 }
 
 }  // namespace
 
 BinaryAssembler::BinaryAssembler(SylvanEventProcessor<void>* processor)
-    : processor_(processor), bytes_(std::make_unique<tagged::StreamBytes>()) {}
+    : processor_(processor),
+      bytes_(std::make_unique<tagged::StreamBytes>()),
+      primitives_(std::make_unique<tagged::SentPrimitives>()) {}
 
 BinaryAssembler::~BinaryAssembler() = default;
 
@@ -103,15 +109,104 @@ void BinaryAssembler::assembleEndianess() {
   littleEndian_ = marker != nullptr && values::isLittleEndianMarker(*marker);
 }
 
-// Most items are entries and primitives: tested one by one, these are foreseen better than by a jump
-// through a table.
-inline void BinaryAssembler::assembleItem(unsigned char tag) {
-  if (tag == tags::kStartNamedEntry)
-    return send([this, &name = assembleNextPrimitive()] { processor_->startNamedEntry(name); });
-  if (tag == tags::kEndNamedEntry) return send([this] { processor_->endNamedEntry(); });
-  if (tag > tags::kEndNamedEntry)
-    return send([this, &value = assemblePrimitive(tag)] { processor_->writePrimitive(value); });
+void BinaryAssembler::assemble() {
+  for (;;) {
+    if (bytes_->isShared())
+      assembleReadyItems<true>();
+    else
+      assembleReadyItems<false>();
+    if (isStreamEmpty()) return;
+    const unsigned char tag = getNextByte();
+    if (tag == tags::kEndDocument) return send([this] { processor_->endDocument(); });
+    assembleItem(tag);
+  }
+}
+
+// Where an item lies in memory as a whole, nothing can be missing and no byte needs a look at how many are
+// left. Stops before an item that does not, and before a rare or a wrong one: those are assembleItem()'s.
+// The tags are tested one by one, the most frequent first: that is foreseen better than a jump through a
+// table, which compilers make of more tests than these. No function is called but the target's and what is
+// inlined: on some processors a call costs as much as all the rest of an item.
+template <bool isShared>
+void BinaryAssembler::assembleReadyItems() {
+  SylvanEventProcessor<void>& target = *processor_;
+  tagged::StreamBytes& bytes = *bytes_;
+  const char* next = bytes.getNext();
+  const char* end = bytes.getEnd();
+  // The target may ask for the offset, or throw: before each event it is said how far the items were taken.
+  const auto send = [&](const auto& event) {
+    bytes.moveTo(next);
+    if constexpr (isShared) bytes.release();
+    event();
+    if (!isShared || !bytes.resume()) return;
+    next = bytes.getNext();
+    end = bytes.getEnd();
+  };
+  while (end - next >= kReadyItemBytes) {
+    const auto tag = static_cast<unsigned char>(*next);
+    if (tag == tags::kStartNamedEntry) {
+      const SylvanPrimitive* const name = decodeReady(++next);
+      if (name == nullptr) return;
+      send([&] { target.startNamedEntry(*name); });
+    } else if (tag > tags::kEndNamedEntry) {
+      const SylvanPrimitive* const value = decodeReady(next);
+      if (value == nullptr) return;
+      send([&] { target.writePrimitive(*value); });
+    } else {
+      ++next;
+      if (tag == tags::kEndNamedEntry)
+        send([&] { target.endNamedEntry(); });
+      else if (tag == tags::kStartSequence)
+        send([&] { target.startSequence(); });
+      else if (tag == tags::kEndSequence)
+        send([&] { target.endSequence(); });
+      else if (tag == tags::kStartStruct)
+        send([&] { target.startStruct(); });
+      else if (tag == tags::kEndStruct)
+        send([&] { target.endStruct(); });
+      else
+        return;
+    }
+  }
+}
+
+// Returns null for a primitive that is rare or none at all.
+inline const SylvanPrimitive* BinaryAssembler::decodeReady(const char*& next) {
+  const auto tag = static_cast<unsigned char>(*next++);
+  if (tag == tags::kShortString) {
+    const auto size = static_cast<unsigned char>(*next++);
+    const SylvanPrimitive* const text = primitives_->overwrite(next, size);
+    if (text != nullptr) next += size;
+    return text;
+  }
+  if (tag == tags::kZero) return &kZero;
+  const bool isNegative = tagged::isNegativeTag(tag);
+  if (isNegative || tagged::isNonNegativeTag(tag)) {
+    if (!littleEndian_) return nullptr;
+    const unsigned width = tagged::getMagnitudeWidthOfTag(tag);
+    const std::uint64_t magnitude = loadLowestFirst(next) & (~std::uint64_t{0} >> (64 - 8 * width));
+    next += width;
+    return isNegative ? &primitives_->set(static_cast<std::int64_t>(0 - magnitude))
+                      : &primitives_->set(magnitude);
+  }
+  if (tag == tags::kTrue) return &kTrue;
+  if (tag == tags::kFalse) return &kFalse;
+  if (tag == tags::kReal && littleEndian_) {
+    const char* const number = next;
+    next += tagged::kWidestNumber;
+    return &primitives_->set(std::bit_cast<double>(loadLowestFirst(number)));
+  }
+  if (tag == tags::kRealZero) return &kRealZero;
+  if (tag == tags::kNull) return &kNull;
+  return nullptr;
+}
+
+void BinaryAssembler::assembleItem(unsigned char tag) {
   switch (tag) {
+    case tags::kStartNamedEntry:
+      return send([this, &name = assembleNextPrimitive()] { processor_->startNamedEntry(name); });
+    case tags::kEndNamedEntry:
+      return send([this] { processor_->endNamedEntry(); });
     case tags::kStartStruct:
       return send([this] { processor_->startStruct(); });
     case tags::kEndStruct:
@@ -125,15 +220,7 @@ inline void BinaryAssembler::assembleItem(unsigned char tag) {
     case tags::kEndMetadata:
       return send([this] { processor_->endMetadata(); });
     default:
-      bytes_->fail(kWrongTag);
-  }
-}
-
-void BinaryAssembler::assemble() {
-  while (!isStreamEmpty()) {
-    const unsigned char tag = getNextByte();
-    if (tag == tags::kEndDocument) return send([this] { processor_->endDocument(); });
-    assembleItem(tag);
+      return send([this, &value = assemblePrimitive(tag)] { processor_->writePrimitive(value); });
   }
 }
 
@@ -149,7 +236,7 @@ const SylvanPrimitive& BinaryAssembler::assemblePrimitive(const unsigned char& t
     case tags::kZero:
       return kZero;
     case tags::kReal:
-      return assign(real_, std::bit_cast<double>(assembleNumber(tagged::kWidestNumber)));
+      return primitives_->set(std::bit_cast<double>(assembleNumber(tagged::kWidestNumber)));
     case tags::kRealZero:
       return kRealZero;
     case tags::kNull:
@@ -166,8 +253,8 @@ const SylvanPrimitive& BinaryAssembler::assembleInteger(unsigned char tag) {
   if (!isNegative && !tagged::isNonNegativeTag(tag)) bytes_->fail(kWrongTag);
   const std::uint64_t magnitude = assembleNumber(tagged::getMagnitudeWidthOfTag(tag));
   // Negation wraps: a magnitude above 2^63 gives what is left of it in 64 bits.
-  if (isNegative) return assign(signed_, static_cast<std::int64_t>(0 - magnitude));
-  return assign(unsigned_, magnitude);
+  if (isNegative) return primitives_->set(static_cast<std::int64_t>(0 - magnitude));
+  return primitives_->set(magnitude);
 }
 
 // Reads `width` bytes of either order; the bytes of the number that are not there are zero.
@@ -181,12 +268,9 @@ std::uint64_t BinaryAssembler::assembleNumber(unsigned width) {
 // The length is a claim. Memory for it is reserved before a byte is read, so that an impossible one fails at
 // once, but touched only as bytes arrive; and it is given back where they do not.
 const SylvanPrimitive& BinaryAssembler::assembleString(std::uint64_t size) {
-  std::string& string = *std::get_if<std::string>(&string_);
-  if (const char* const ready = bytes_->takeReady(size); ready != nullptr) {
-    string.clear();
-    string.append(ready, size);
-    return string_;
-  }
+  if (const char* const ready = bytes_->takeReady(size); ready != nullptr)
+    return primitives_->set(ready, size);
+  std::string& string = primitives_->getString();
   string.clear();
   string.reserve(size);
   try {
@@ -195,7 +279,7 @@ const SylvanPrimitive& BinaryAssembler::assembleString(std::uint64_t size) {
     std::string().swap(string);
     throw;
   }
-  return string_;
+  return primitives_->getStringPrimitive();
 }
 
 }  // namespace kr::zero::io

@@ -30,14 +30,6 @@ void StreamBytes::load() {
   end_ = next_ + ready;
 }
 
-void StreamBytes::commit() {
-  if (next_ == begin_) return;
-  const auto taken = static_cast<std::size_t>(next_ - begin_);
-  GetArea::skip(*state_->rdbuf(), taken);
-  offset_ += taken;
-  begin_ = next_;
-}
-
 bool StreamBytes::isEmptySlowly() {
   commit();
   const bool isEmpty = source_->isEmpty();

@@ -1,4 +1,5 @@
-// A stream of the caller's is left as peek() and get() for every byte would leave it, however its bytes come.
+// A document reads as with peek() and get() for every byte, and a stream of the caller's is left as they
+// would leave it, however its bytes come.
 
 #include <gtest/gtest.h>
 
@@ -7,7 +8,9 @@
 
 #include "NaiveReader.h"
 #include "Tagged.h"
+#include "support/Environment.h"
 #include "support/PieceBuf.h"
+#include "support/Random.h"
 
 namespace kr::zero::test {
 namespace {
@@ -125,6 +128,66 @@ class BadWhileGivingBuf : public std::streambuf {
   std::size_t position_ = 0;
 };
 
+// Items of all kinds, so many that most lie in memory with others behind them; now and then a byte that is
+// no tag, a name that is none, a string of any size.
+std::string randomDocument(Random& random) {
+  static const std::vector<std::string> items{"03",
+                                              "04",
+                                              "05",
+                                              "06",
+                                              "07",
+                                              "08",
+                                              "10",
+                                              "11",
+                                              "12",
+                                              "13",
+                                              "15",
+                                              "16",
+                                              "09 30 01 61",
+                                              "09 30 00",
+                                              "09 13",
+                                              "09 20 07",
+                                              "09 30 02 61 62",
+                                              "20 ff",
+                                              "21 34 12",
+                                              "22 01 02 03",
+                                              "23 01 02 03 84",
+                                              "24 01 02 03 04 85",
+                                              "25 01 02 03 04 05 86",
+                                              "26 01 02 03 04 05 06 87",
+                                              "27 01 02 03 04 05 06 07 88",
+                                              "28 ff",
+                                              "29 34 12",
+                                              "2a 01 02 03",
+                                              "2b 01 02 03 84",
+                                              "2f 01 02 03 04 05 06 07 88",
+                                              "14 00 00 00 00 00 00 f0 3f",
+                                              "14 3f f0 00 00 00 00 00 00"};
+  const bool isLittle = random.percent(80);
+  std::string bytes = isLittle ? littleHeader : bigHeader;
+  for (std::size_t count = random.between(20, 120); count != 0; --count) {
+    if (random.percent(30)) {
+      const std::size_t size = random.percent(90) ? random.below(40) : random.below(256);
+      bytes += (random.percent(50) ? "\x09\x30" : "\x30") + std::string(1, static_cast<char>(size));
+      for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>(random.below(256));
+    } else if (random.percent(3)) {
+      bytes += fromHex(isLittle ? "31 02 00 00 00 00 00 00 00 61 62" : "31 00 00 00 00 00 00 00 02 61 62");
+    } else if (random.percent(99)) {
+      bytes += fromHex(random.pick(items));
+    } else {
+      bytes += fromHex(random.pick<std::string>({"00", "01", "0a", "17", "32", "ff", "09 03", "09 32"}));
+    }
+  }
+  return random.percent(70) ? bytes + "\x02" : bytes;
+}
+
+std::vector<std::string> randomDocuments(std::size_t count) {
+  Random random(seedFor("tagged documents of many items"));
+  std::vector<std::string> all;
+  for (std::size_t i = 0; i < count; ++i) all.push_back(randomDocument(random));
+  return all;
+}
+
 // Golden documents, whole and cut at every place, with bytes behind them.
 std::vector<std::string> documents() {
   std::vector<std::string> all;
@@ -145,6 +208,24 @@ TEST(CallersStreams, EndAsAfterPeekAndGetWhateverThePieces) {
     for (const std::size_t piece : {1u, 2u, 3u, 5u, 7u, 13u})
       expectSameAsNaive("pieces of " + std::to_string(piece) + " of " + toHex(bytes),
                         [&](std::istream&) { return std::make_unique<PieceBuf>(toVector(bytes), piece); });
+}
+
+TEST(CallersStreams, EndAsAfterPeekAndGetWithManyItems) {
+  for (const std::string& bytes : randomDocuments(200)) {
+    expectSameAsNaive("in memory " + toHex(bytes),
+                      [&](std::istream&) { return std::make_unique<std::stringbuf>(bytes); });
+    for (const std::size_t piece : {70u, 100u, 250u})
+      expectSameAsNaive("pieces of " + std::to_string(piece) + " of " + toHex(bytes),
+                        [&](std::istream&) { return std::make_unique<PieceBuf>(toVector(bytes), piece); });
+  }
+}
+
+TEST(CallersStreams, EndAsAfterPeekAndGetWhereverManyItemsAreCut) {
+  for (const std::string& bytes : randomDocuments(5))
+    for (std::size_t size = 0; size < bytes.size(); ++size)
+      expectSameAsNaive("cut at " + std::to_string(size) + " " + toHex(bytes), [&](std::istream&) {
+        return std::make_unique<std::stringbuf>(bytes.substr(0, size));
+      });
 }
 
 TEST(CallersStreams, EndAsAfterPeekAndGetWhenAllIsInMemory) {
@@ -206,46 +287,138 @@ class Watching : public modeling::sylvan::SylvanEventProcessor<void> {
   std::istream& stream_;
 };
 
+std::vector<std::streamoff> naivePositions(const std::string& bytes) {
+  std::istringstream stream(bytes);
+  Watching naive(stream);
+  inOurWords([&] { NaiveReader(stream, naive).readDocument(); });
+  return naive.positions;
+}
+
+std::vector<std::string> wholeAndRandomDocuments() {
+  std::vector<std::string> all = randomDocuments(200);
+  for (const GoldenTagged& document : goldenTagged()) all.push_back(document.bytes);
+  return all;
+}
+
 TEST(CallersStreams, StandBehindEachItemWhenItsEventComes) {
-  for (const GoldenTagged& document : goldenTagged()) {
-    std::istringstream naiveStream(document.bytes);
-    Watching naive(naiveStream);
-    NaiveReader(naiveStream, naive).readDocument();
-    std::istringstream stream(document.bytes);
+  for (const std::string& bytes : wholeAndRandomDocuments()) {
+    std::istringstream stream(bytes);
     Watching watching(stream);
-    io::BinaryAssembler(&watching).visitStream(stream);
-    EXPECT_EQ(watching.positions, naive.positions) << document.name;
+    inOurWords([&] { io::BinaryAssembler(&watching).visitStream(stream); });
+    EXPECT_EQ(watching.positions, naivePositions(bytes)) << toHex(bytes);
     EXPECT_FALSE(watching.positions.empty());
   }
 }
 
-// A target that makes the stream fail in the middle of the document.
-class Spoiling : public EventRecorder {
+// Asks an assembler for its offset at each event, and throws in place of the last of a number of them.
+class Asking : public EventRecorder {
  public:
-  Spoiling(std::istream& stream, std::size_t at) : stream_(stream), at_(at) {}
+  const io::BinaryAssembler* assembler = nullptr;
+  std::size_t last = ~std::size_t{0};
+  std::vector<std::streamoff> offsets;
+
+  void startDocument(const Primitive& value) override { note(), EventRecorder::startDocument(value); }
+  void endDocument() override { note(), EventRecorder::endDocument(); }
+  void startStruct() override { note(), EventRecorder::startStruct(); }
+  void endStruct() override { note(), EventRecorder::endStruct(); }
+  void startNamedEntry(const Primitive& name) override { note(), EventRecorder::startNamedEntry(name); }
+  void endNamedEntry() override { note(), EventRecorder::endNamedEntry(); }
+  void startSequence() override { note(), EventRecorder::startSequence(); }
+  void endSequence() override { note(), EventRecorder::endSequence(); }
+  void startMetadata() override { note(), EventRecorder::startMetadata(); }
+  void endMetadata() override { note(), EventRecorder::endMetadata(); }
+  void writePrimitive(const Primitive& value) override { note(), EventRecorder::writePrimitive(value); }
+
+ private:
+  void note() {
+    offsets.push_back(static_cast<std::streamoff>(assembler->getByteOffset()));
+    if (offsets.size() == last) throw Thrown();
+  }
+};
+
+TEST(Strings, ReadAsNaiveStreamsWithTheirPositionsAsOffsets) {
+  for (const std::string& bytes : wholeAndRandomDocuments()) {
+    std::istringstream stream(bytes);
+    EventRecorder naive;
+    const std::string expected = inOurWords([&] { NaiveReader(stream, naive).readDocument(); });
+    stream.clear();
+    Asking asking;
+    io::BinaryAssembler assembler(&asking);
+    asking.assembler = &assembler;
+    EXPECT_EQ(inOurWords([&] { assembler.visitString(bytes); }), expected) << toHex(bytes);
+    EXPECT_TRUE(asking == naive) << toHex(bytes);
+    EXPECT_EQ(asking.offsets, naivePositions(bytes)) << toHex(bytes);
+    EXPECT_EQ(static_cast<std::streamoff>(assembler.getByteOffset()), stream.tellg()) << toHex(bytes);
+  }
+}
+
+TEST(Strings, StandBehindTheItemWhoseEventThrew) {
+  for (const std::string& bytes : randomDocuments(20)) {
+    const std::vector<std::streamoff> expected = naivePositions(bytes);
+    for (std::size_t last = 1; last <= expected.size(); ++last) {
+      Asking asking;
+      io::BinaryAssembler assembler(&asking);
+      asking.assembler = &assembler;
+      asking.last = last;
+      EXPECT_THROW(assembler.visitString(bytes), Thrown);
+      EXPECT_EQ(static_cast<std::streamoff>(assembler.getByteOffset()), expected[last - 1]) << toHex(bytes);
+    }
+  }
+}
+
+// A target that does something to the stream in place of its own work, at one primitive of the document.
+class Meddling : public EventRecorder {
+ public:
+  Meddling(std::function<void()> act, std::size_t at) : act_(std::move(act)), at_(at) {}
   void writePrimitive(const Primitive& value) override {
     EventRecorder::writePrimitive(value);
-    if (getCount() == at_) stream_.setstate(std::ios::failbit);
+    if (getCount() == at_) act_();
   }
 
  private:
-  std::istream& stream_;
+  std::function<void()> act_;
   std::size_t at_;
 };
 
-TEST(CallersStreams, ThatTheTargetSpoilsEndAsAfterPeekAndGet) {
-  const std::string bytes = littleHeader + fromHex("11 12 13 20 05 16 02");
-  for (std::size_t at = 2; at < 7; ++at) {
-    std::istringstream naiveStream(bytes);
-    Spoiling naive(naiveStream, at);
-    const std::string expected = inOurWords([&] { NaiveReader(naiveStream, naive).readDocument(); });
-    std::istringstream stream(bytes);
-    Spoiling spoiling(stream, at);
-    io::BinaryAssembler assembler(&spoiling);
-    EXPECT_EQ(inOurWords([&] { assembler.visitStream(stream); }), expected) << at;
-    EXPECT_TRUE(spoiling == naive) << at;
-    EXPECT_EQ(stream.rdstate(), naiveStream.rdstate()) << at;
-  }
+// What a stream and its target come to where the target does that.
+Seen observeMeddling(const std::string& bytes, std::size_t at, const std::function<void(std::istream&)>& act,
+                     const std::function<void(std::istream&, Events&)>& readFrom) {
+  std::istringstream stream(bytes);
+  Meddling target([&] { act(stream); }, at);
+  Seen seen{};
+  seen.ending = inOurWords([&] { readFrom(stream, target); });
+  seen.events = target;
+  seen.state = stream.rdstate();
+  seen.rest = restOf(*static_cast<std::istream&>(stream).rdbuf());
+  return seen;
+}
+
+TEST(CallersStreams, ThatTheTargetMeddlesWithEndAsAfterPeekAndGet) {
+  std::stringbuf other(fromHex("12 20 09 05 10 02"));
+  const std::vector<std::function<void(std::istream&)>> acts{
+      [](std::istream& stream) { stream.setstate(std::ios::failbit); },
+      [](std::istream& stream) { stream.setstate(std::ios::eofbit); },
+      [](std::istream& stream) { stream.get(); },
+      [](std::istream& stream) { stream.unget(); },
+      [](std::istream& stream) { stream.seekg(0, std::ios::end); },
+      [&](std::istream& stream) {
+        other.pubseekpos(0);
+        stream.std::ios::rdbuf(&other);
+      }};
+  const std::string body = fromHex("11 12 13 20 05 16");
+  for (const std::string& behind : {std::string("\x02"), std::string(100, '\x11') + "\x02"})
+    for (const auto& act : acts)
+      for (std::size_t at = 2; at < 7; ++at) {
+        const std::string bytes = littleHeader + body + behind;
+        const Seen expected = observeMeddling(bytes, at, act, [](std::istream& stream, Events& target) {
+          NaiveReader(stream, target).readDocument();
+        });
+        const Seen seen = observeMeddling(bytes, at, act, [](std::istream& stream, Events& target) {
+          io::BinaryAssembler(&target).visitStream(stream);
+        });
+        EXPECT_TRUE(seen == expected)
+            << at << "\nlibrary: " << describe(seen) << "naive: " << describe(expected);
+      }
 }
 
 TEST(CallersStreams, FlushTheStreamThatTheyAreTiedToBeforeMoreIsFetched) {

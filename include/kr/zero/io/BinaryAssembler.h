@@ -18,8 +18,9 @@
 namespace kr::zero::io {
 
 namespace tagged {
+class SentPrimitives;
 class StreamBytes;
-}
+}  // namespace tagged
 
 /// Reads the tagged binary format (docs/formats/tagged.md) and sends what it finds as tree events.
 ///
@@ -120,7 +121,10 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   void assembleVersion();
   void assembleEndianess();
   void assemble();
-  inline void assembleItem(unsigned char tag);
+  template <bool isShared>
+  void assembleReadyItems();
+  inline const modeling::sylvan::SylvanPrimitive* decodeReady(const char*& next);
+  void assembleItem(unsigned char tag);
   template <class Event>
   void send(const Event& event);
   // What these return is valid until the next of them is called.
@@ -135,11 +139,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   std::unique_ptr<Source> source_;
 
   std::unique_ptr<tagged::StreamBytes> bytes_;  // reads from the source
-  // The last primitive of each kind. Each stays of its kind, and the string keeps its memory.
-  modeling::sylvan::SylvanPrimitive real_{0.0};
-  modeling::sylvan::SylvanPrimitive unsigned_{std::uint64_t{0}};
-  modeling::sylvan::SylvanPrimitive signed_{std::int64_t{0}};
-  modeling::sylvan::SylvanPrimitive string_{std::string()};
+  std::unique_ptr<tagged::SentPrimitives> primitives_;
 };
 
 }  // namespace kr::zero::io
