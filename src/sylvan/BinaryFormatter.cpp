@@ -7,6 +7,7 @@
 
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
+#include "sylvan/CopyFew.h"
 #include "sylvan/GrammarChecker.h"
 #include "sylvan/PutArea.h"
 #include "sylvan/TaggedFormat.h"
@@ -26,7 +27,34 @@ constexpr std::int32_t kInMetadata = 3;
 constexpr std::int32_t kInNamedEntry = 4;
 
 constexpr std::size_t kPieceBytes = 4096;
-constexpr std::size_t kFewBytes = 62;
+
+// As much as is put together at once.
+constexpr std::array<char, 64> kRoom{};
+
+// These return the number of bytes, and may use more of kRoom than that.
+std::size_t putNumber(char* to, std::uint8_t tag, std::uint64_t number, std::size_t width) {
+  using Number = std::array<std::uint8_t, tagged::kWidestNumber>;
+  const auto lowestFirst = values::swapUnlessLittleEndian(std::bit_cast<Number>(number));
+  to[0] = static_cast<char>(tag);
+  std::memcpy(to + 1, lowestFirst.data(), lowestFirst.size());
+  return 1 + width;
+}
+
+std::size_t putShortString(char* to, std::string_view string) {
+  to[0] = static_cast<char>(tags::kShortString);
+  to[1] = static_cast<char>(string.size());
+  tagged::copyFew(to + 2, string.data(), string.size());
+  return 2 + string.size();
+}
+
+// Appends what put() puts down. Room of a fixed size is appended and what is left of it is cut off again:
+// that takes no call, as appending an unknown number of bytes does. For a string that has room.
+template <class Put>
+inline void appendInPlace(std::string& string, const Put& put) {
+  const std::size_t before = string.size();
+  string.append(kRoom.data(), kRoom.size());
+  string.resize(before + put(string.data() + before));
+}
 
 }  // namespace
 
@@ -126,9 +154,7 @@ void BinaryFormatter::write(const SylvanPrimitive& value) {
     void operator()(bool content) const { to.writeByte(content ? tags::kTrue : tags::kFalse); }
     void operator()(std::nullptr_t) const { to.writeByte(tags::kNull); }
     void operator()(double content) const { to.writeReal(content); }
-    void operator()(std::uint64_t content) const {
-      to.writeUint64(content == 0 ? tags::kZero : to.positiveType(content), content);
-    }
+    void operator()(std::uint64_t content) const { to.writeUnsigned(content); }
     void operator()(std::int64_t content) const { to.writeSigned(content); }
     void operator()(const std::string& content) const { to.writeString(content); }
   };
@@ -140,29 +166,30 @@ void BinaryFormatter::writeReal(double value) {
   writeNumber(tags::kReal, std::bit_cast<std::uint64_t>(value), tagged::kWidestNumber);
 }
 
+void BinaryFormatter::writeUnsigned(std::uint64_t value) {
+  writeUint64(value == 0 ? tags::kZero : positiveType(value), value);
+}
+
 void BinaryFormatter::writeSigned(std::int64_t value) {
-  if (value >= 0) return write(static_cast<std::uint64_t>(value));
+  if (value >= 0) return writeUnsigned(static_cast<std::uint64_t>(value));
   // Negation of the unsigned value also works for the lowest one.
   const std::uint64_t magnitude = 0 - static_cast<std::uint64_t>(value);
   writeUint64(negativeType(magnitude), magnitude);
 }
 
+// Most strings are names and short texts: these are put together with their head.
 void BinaryFormatter::writeString(std::string_view string) {
-  if (string.size() <= kFewBytes) return writeFewBytes(string);
+  if (2 + string.size() <= kRoom.size()) {
+    const auto put = [string](char* to) { return putShortString(to, string); };
+    if (hasRoom()) return appendInPlace(*string_, put);
+    std::array<char, kRoom.size()> bytes;
+    return writeBytes(bytes.data(), put(bytes.data()));
+  }
   if (string.size() <= tagged::kLongestShortString)
     writeNumber(tags::kShortString, string.size(), 1);
   else
     writeNumber(tags::kLongString, string.size(), tagged::kWidestNumber);
   writeBytes(string.data(), string.size());
-}
-
-// Most strings are names and short texts: putting them together with their head saves half of the calls.
-void BinaryFormatter::writeFewBytes(std::string_view string) {
-  std::array<char, 2 + kFewBytes> bytes;
-  bytes[0] = static_cast<char>(tags::kShortString);
-  bytes[1] = static_cast<char>(string.size());
-  std::copy(string.begin(), string.end(), bytes.begin() + 2);
-  writeBytes(bytes.data(), 2 + string.size());
 }
 
 std::uint8_t BinaryFormatter::positiveType(std::uint64_t magnitude) const {
@@ -179,19 +206,23 @@ void BinaryFormatter::writeUint64(std::uint8_t tag, std::uint64_t magnitude) {
 }
 
 void BinaryFormatter::writeNumber(std::uint8_t tag, std::uint64_t number, std::size_t width) {
-  using Number = std::array<std::uint8_t, tagged::kWidestNumber>;
-  const auto lowestFirst = values::swapUnlessLittleEndian(std::bit_cast<Number>(number));
+  const auto put = [=](char* to) { return putNumber(to, tag, number, width); };
+  if (hasRoom()) return appendInPlace(*string_, put);
   std::array<char, 1 + tagged::kWidestNumber> bytes;
-  bytes[0] = static_cast<char>(tag);
-  std::memcpy(bytes.data() + 1, lowestFirst.data(), lowestFirst.size());
-  writeBytes(bytes.data(), 1 + width);
+  writeBytes(bytes.data(), put(bytes.data()));
 }
 
 void BinaryFormatter::writeByte(std::uint8_t byte) {
-  if (string_ != nullptr)
-    string_->push_back(static_cast<char>(byte));
+  const char content = static_cast<char>(byte);
+  if (hasRoom())
+    string_->push_back(content);
   else
-    writeBytes(reinterpret_cast<const char*>(&byte), 1);
+    writeBytes(&content, 1);
+}
+
+// Whether few bytes can be put together where they shall stand.
+bool BinaryFormatter::hasRoom() const {
+  return string_ != nullptr && string_->capacity() - string_->size() >= kRoom.size();
 }
 
 // The sinks are known, and so is what a byte written through them does. To a string it is appended.

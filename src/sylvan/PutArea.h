@@ -4,9 +4,10 @@
 
 #include <climits>
 #include <cstddef>
-#include <cstring>
 #include <ostream>
 #include <streambuf>
+
+#include "sylvan/CopyFew.h"
 
 namespace kr::zero::io::tagged {
 
@@ -30,7 +31,7 @@ class PutArea : private std::streambuf {
     return room < INT_MAX ? room : INT_MAX;
   }
   static void copy(std::streambuf& buffer, const char* bytes, std::size_t count) {
-    std::memcpy((buffer.*&PutArea::pptr)(), bytes, count);
+    copyFew((buffer.*&PutArea::pptr)(), bytes, count);
     (buffer.*&PutArea::pbump)(static_cast<int>(count));
   }
 };

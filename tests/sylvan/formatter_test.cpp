@@ -221,6 +221,29 @@ TEST(Formatting, OfALongStringGivesTheSameBytesThroughEveryOutput) {
   EXPECT_TRUE(readFile(path) == expected);
 }
 
+// An item of each size up to 70 bytes of text, numbers of each width, each at any distance from the end of
+// the string's memory.
+TEST(Formatting, GivesTheSameBytesWhateverRoomTheStringHas) {
+  for (std::size_t taken = 0; taken < 150; ++taken) {
+    for (std::size_t size = 0; size <= 70; ++size) {
+      const std::string content(size, static_cast<char>('a' + size % 26));
+      const std::uint64_t number = ~std::uint64_t{0} >> (8 * (size % 8));
+      std::string bytes;
+      bytes.reserve(150);
+      BinaryFormatter formatter(SerializationOutput::toString(bytes));
+      for (std::size_t i = 0; i < taken; ++i) formatter.writePrimitive(true);
+      formatter.writePrimitive(text(content));
+      const std::string head = std::string("\x30") + static_cast<char>(size);
+      EXPECT_EQ(bytes, std::string(taken, '\x12') + head + content);
+      formatter.writePrimitive(u(number));
+      const std::string tag(1, static_cast<char>(0x27 - size % 8));
+      EXPECT_EQ(bytes.substr(taken + 2 + size), tag + std::string(8 - size % 8, '\xff'));
+      formatter.startNamedEntry(text(content));
+      EXPECT_EQ(bytes.substr(taken + 2 + size + 9 - size % 8), "\x09" + head + content);
+    }
+  }
+}
+
 TEST(Formatting, HasWrittenAFileWhenTheDocumentEnds) {
   const std::string path = temporaryPath("flushed.krs");
   BinaryFormatter formatter(SerializationOutput::toFile(toUstring(path)));

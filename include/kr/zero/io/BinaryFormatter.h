@@ -82,23 +82,24 @@ class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor
   void visitIntermediateFormat(void* intermediate) override;
   void visitLittleEndianByteSequence(std::vector<unsigned char>& bytes) override;
 
-  void start(EventCode code, std::int32_t state, std::uint8_t tag);
-  void end(EventCode code, std::uint8_t tag);
-  void leave(EventCode code);
-  bool isDirectlyInStruct() const;
+  inline void start(EventCode code, std::int32_t state, std::uint8_t tag);
+  inline void end(EventCode code, std::uint8_t tag);
+  inline void leave(EventCode code);
+  inline bool isDirectlyInStruct() const;
 
   // Encoding of primitives, each with its tag.
-  void write(const SylvanPrimitive& value);
-  void writeReal(double value);
-  void writeSigned(std::int64_t value);
-  void writeString(std::string_view string);
-  void writeFewBytes(std::string_view string);
-  std::uint8_t positiveType(std::uint64_t magnitude) const;
-  std::uint8_t negativeType(std::uint64_t magnitude) const;
-  void writeUint64(std::uint8_t tag, std::uint64_t magnitude);
-  void writeNumber(std::uint8_t tag, std::uint64_t number, std::size_t width);
+  inline void write(const SylvanPrimitive& value);
+  inline void writeReal(double value);
+  inline void writeUnsigned(std::uint64_t value);
+  inline void writeSigned(std::int64_t value);
+  inline void writeString(std::string_view string);
+  inline std::uint8_t positiveType(std::uint64_t magnitude) const;
+  inline std::uint8_t negativeType(std::uint64_t magnitude) const;
+  inline void writeUint64(std::uint8_t tag, std::uint64_t magnitude);
+  inline void writeNumber(std::uint8_t tag, std::uint64_t number, std::size_t width);
 
-  void writeByte(std::uint8_t byte);
+  inline void writeByte(std::uint8_t byte);
+  inline bool hasRoom() const;
   void writeBytes(const char* bytes, std::size_t count);
   void writeThroughSink(const char* bytes, std::size_t count);
 
