@@ -27,8 +27,6 @@ ValueError::~ValueError() = default;
 
 namespace {
 
-constexpr std::size_t kNoSlot = StructuredType::Impl::npos;
-
 /// Elements by the identities that a document makes for itself, ("#", number), as a table.
 class LocalIdentities {
  public:
@@ -52,6 +50,7 @@ class LocalIdentities {
     return before;
   }
   Target find(std::uint32_t number) const { return number < table_.size() ? table_[number] : Target(); }
+  void prefetch(std::uint32_t number) const { __builtin_prefetch(table_.data() + number); }
   void clear() { table_.clear(); }
 
  private:
@@ -60,25 +59,30 @@ class LocalIdentities {
 };
 using Target = LocalIdentities::Target;
 
-/// A reference that waits for the end of the document.
+/// A reference that waits for the end of the document. There is one for each, so it is kept small.
 struct Deferred {
+  enum class Form : std::uint8_t { local, texts, textsAndQualifier };
+  static constexpr std::size_t kFarEntry = 255;
+
   ElementRecord* from;
-  const ustring* targetType;  // one of targetTypes
-  std::uint32_t position;     // in a collection
-  std::uint32_t number;       // ("#", number), or 0: the texts below
+  const ustring* targetType;   // see internTargetType
+  std::size_t id;              // the number of ("#", number), or where the texts begin in `texts`
+  std::uint32_t position = 0;  // in a collection
   std::uint16_t slot;
-  bool hasQualifier;
-  std::size_t texts;  // where id1, id2 and the qualifier begin in `texts`, each with its length before it
+  std::uint8_t entry = kFarEntry;  // where the slot's entry was, where that is a small number
+  Form form;
+
+  std::uint32_t number() const { return static_cast<std::uint32_t>(id); }
 };
 
 }  // namespace
 
 struct ParseProcessor::Impl {
   struct Open {
-    ElementRecord* record;
-    std::size_t hint = 0;           // slot found last
-    const ustring* name = nullptr;  // its property's own name string
-    std::size_t pending = kNoSlot;  // slot of the datatype or composition announced last
+    ElementRecord* record = nullptr;
+    const SlotPlan* slot = nullptr;     // property found last
+    const ustring* name = nullptr;      // its own name string; null before the first
+    const SlotPlan* pending = nullptr;  // datatype or composition announced last
   };
   struct KnownType {
     const ustring* name = nullptr;
@@ -89,6 +93,8 @@ struct ParseProcessor::Impl {
   ParsingModelBuilder& builder;
   ModelStore* store = nullptr;
   std::vector<Open> open;
+  Open nothing;
+  Open* top = &nothing;  // the innermost of `open`; `nothing` where there is none
   std::vector<std::string> problems;
   ustring version;
   std::unique_ptr<log::Span> span;
@@ -97,7 +103,7 @@ struct ParseProcessor::Impl {
   bool oddLocals = false;                 // some local identity stands in `identities`
   std::vector<ElementRecord*> forgetful;  // have a "#" identity that is not kept
   std::vector<Deferred> deferred;
-  std::string texts;  // of deferred references, in UTF-8
+  std::string texts;  // id1, id2 and qualifier of deferred references in UTF-8, each behind its length
   std::vector<std::unique_ptr<ustring>> targetTypes;
   std::unordered_map<std::u16string_view, const ustring*, internal::TextHash> targetTypeByName;
   const ustring* lastTargetType = nullptr;
@@ -115,6 +121,7 @@ struct ParseProcessor::Impl {
     builder.reset(customizer.getRegistry());
     store = &ModelStore::of(builder.getModel());
     open.clear();
+    top = &nothing;
     problems.clear();
     version.clear();
     forgetReferences();
@@ -149,42 +156,58 @@ struct ParseProcessor::Impl {
 
   /// Text as UTF-8 in a string of this object's.
   const std::string& narrow(const ustring& text, std::string& into) const {
-    if (!toUtf8.convert(text, into)) throw ValueError(path() + ": a text is not well-formed UTF-16");
+    if (!toUtf8.convert(text, into)) failMalformed();
     return into;
   }
+  [[noreturn]] void failMalformed() const { throw ValueError(path() + ": a text is not well-formed UTF-16"); }
 
   // Readers name a property several times in a row, and by its own name string.
-  std::size_t locate(const ustring& name) {
-    return !open.empty() && open.back().name == &name ? open.back().hint : locateAnew(name);
-  }
-
-  std::size_t locateAnew(const ustring& name) {
-    if (open.empty()) throw ValueError("/: property \"" + zero::toUtf8(name) + "\" outside of any element");
-    Open& top = open.back();
-    top.hint = findSlot(*top.record->plan, name, top.hint);
-    top.name = top.record->plan->slots[top.hint].name;
-    return top.hint;
-  }
+  const SlotPlan& locate(const ustring& name) { return top->name == &name ? *top->slot : locateAnew(name); }
 
   // Documents have properties in the meta model's order, with gaps where some are unset.
-  std::size_t findSlot(const TypePlan& plan, const ustring& name, std::size_t from) const {
-    constexpr std::size_t kNear = 8;
-    const std::size_t end = std::min(plan.slots.size(), from + kNear);
-    for (std::size_t slot = from; slot < end; ++slot)
-      if (plan.slots[slot].name == &name) return slot;
+  const SlotPlan& locateAnew(const ustring& name) {
+    constexpr std::ptrdiff_t kNear = 8;
+    if (open.empty()) failOutside(name);
+    const std::vector<SlotPlan>& slots = top->record->plan->slots;
+    const SlotPlan* found = top->slot;
+    const SlotPlan* const end = found + std::min(kNear, slots.data() + slots.size() - found);
+    while (found != end && found->name != &name) ++found;
+    if (found == end) found = &slots[findSlot(*top->record->plan, name)];
+    top->slot = found;
+    top->name = found->name;
+    return *found;
+  }
+
+  [[noreturn]] static void failOutside(const ustring& name) {
+    throw ValueError("/: property \"" + zero::toUtf8(name) + "\" outside of any element");
+  }
+
+  std::size_t findSlot(const TypePlan& plan, const ustring& name) const {
     const std::size_t slot = plan.type->findSlot(name);
-    if (slot == kNoSlot)
+    if (slot == StructuredType::Impl::npos)
       throw ValueError(path() + ": type " + plan.type->getQualifiedNameUtf8() + " has no property \"" +
                        zero::toUtf8(name) + "\"");
     return slot;
   }
 
-  const SlotPlan& slotOf(const ustring& name) { return open.back().record->plan->slots[locate(name)]; }
+  PropertyCategory announce(const ustring& name) {
+    const SlotPlan& slot = locate(name);
+    top->pending = nullptr;
+    if (slot.kind == ValueKind::composition || slot.kind == ValueKind::datatype)
+      top->pending = &slot;
+    else if (slot.many && slot.kind != ValueKind::none)
+      store->touch(top->record, slot.slot);
+    return PropertyCategory(slot.category);
+  }
+
+  // Only a type's own name string is known by its address.
+  KnownType& knownAt(const ustring& name) {
+    return known[reinterpret_cast<std::uintptr_t>(&name) / sizeof(ustring) % known.size()];
+  }
 
   /// The plan of a type name; null where the name is no structured type's.
   TypePlan* planOf(const ustring& typeName) {
-    // An entry answers by address alone: it is only made for a type's own name string.
-    KnownType& entry = known[reinterpret_cast<std::uintptr_t>(&typeName) / sizeof(ustring) % known.size()];
+    KnownType& entry = knownAt(typeName);
     if (entry.name == &typeName) return entry.plan;
     if (const auto it = planByName.find(typeName); it != planByName.end()) return it->second;
     const meta::Type type = customizer.getMetaClass(typeName);
@@ -218,8 +241,15 @@ struct ParseProcessor::Impl {
     if (!id1.empty() || !id2.empty()) {
       if (!setIdentity(record, id1, id2)) return false;
     }
-    open.push_back({record});
+    open.push_back({record, record->plan->slots.data()});
+    top = &open.back();
     return true;
+  }
+
+  void pop() {
+    if (open.empty()) throw ValueError("/: an element is closed where none is open");
+    open.pop_back();
+    top = open.empty() ? &nothing : &open.back();
   }
 
   ElementRecord* makeRoot(TypePlan& plan) {
@@ -236,34 +266,33 @@ struct ParseProcessor::Impl {
   }
 
   ElementRecord* makeChild(TypePlan& plan) {
-    Open& top = open.back();
-    const std::size_t at = std::exchange(top.pending, kNoSlot);
-    if (at == kNoSlot) {
+    const SlotPlan* const announced = std::exchange(top->pending, nullptr);
+    if (announced == nullptr) {
       refuse(path() + ": an element stands inside another without a property that holds it");
       return nullptr;
     }
-    const SlotPlan& slot = top.record->plan->slots[at];
+    const SlotPlan& slot = *announced;
     const auto where = [&] { return path() + "." + slot.property->getNameUtf8() + ": "; };
     if (slot.kind == ValueKind::composition && !requireConcrete(plan)) return nullptr;
     const bool fits = slot.kind == ValueKind::composition ? ModelStore::fits(slot, plan.cls)
-                                                          : meta::Type(plan.type) == slot.property->getType();
+                                                          : meta::Type(plan.type) == slot.type;
     if (!fits) {
       refuse(where() + "an element of type " + plan.type->getQualifiedNameUtf8() +
              " does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
       return nullptr;
     }
-    if (!slot.many && top.record->find(at) >= 0) {
+    if (!slot.many && top->record->find(slot.slot) >= 0) {
       refuse(where() + "holds one element and is given a second");
       return nullptr;
     }
-    return store->makeChild(plan, top.record, at);
+    return store->makeChild(plan, top->record, slot.slot);
   }
 
   bool setIdentity(ElementRecord* record, const ustring& id1, const ustring& id2) {
     const auto where = [&] { return pathOf(*store, record) + ": "; };
     if (id1.empty() || id2.empty()) return refuse(where() + "one part of the identity is empty");
     if (record->isDatatype()) return refuse(where() + "a datatype value has no identity");
-    const bool local = id1 == u"#";
+    const bool local = isLocal(id1);
     const std::uint32_t number = local ? internal::localNumber(id2) : 0;
     const bool numbered = LocalIdentities::isPlausible(number, store->elementCount());
     if (!numbered || builder.keepsLocalIdentities())
@@ -289,49 +318,60 @@ struct ParseProcessor::Impl {
   }
 
   /// The payload of a single-valued property that is not set yet.
-  std::uint64_t& single(std::size_t at, const ustring& name) {
-    ElementRecord* record = open.back().record;
+  std::uint64_t& single(const SlotPlan& slot, const ustring& name, std::uint16_t state = 0) {
+    ElementRecord* record = top->record;
     const std::uint16_t before = record->count;
-    std::uint64_t& cell = store->payload(record, at);
+    std::uint64_t& cell = store->payload(record, slot.slot, state);
     if (record->count == before) fail(name, "holds one value and is given a second");
     return cell;
   }
 
-  void put(const SlotPlan& slot, std::size_t at, const ustring& name, std::uint64_t payload) {
+  void put(const SlotPlan& slot, const ustring& name, std::uint64_t payload) {
     if (slot.many)
-      store->append(open.back().record, at, payload);
+      store->append(top->record, slot.slot, payload);
     else
-      single(at, name) = payload;
+      single(slot, name) = payload;
   }
 
   void setValue(const ustring& name, const ustring& text) {
-    const std::size_t at = locate(name);
-    const SlotPlan& slot = open.back().record->plan->slots[at];
+    const SlotPlan& slot = locate(name);
+    put(slot, name, slot.kind == ValueKind::text ? makeText(text) : parse(slot, name, text));
+  }
+
+  std::uint64_t makeText(const ustring& text) {
+    const internal::Text* const made = store->makeText(std::u16string_view(text));
+    if (made == nullptr) failMalformed();
+    return asPayload(made);
+  }
+
+  std::uint64_t parse(const SlotPlan& slot, const ustring& name, const ustring& text) {
     const std::string& utf8 = narrow(text, scratch);
     std::uint64_t payload = 0;
-    if (slot.kind == ValueKind::text) {
-      payload = asPayload(store->makeText(utf8));
-    } else if (slot.kind < ValueKind::number || slot.kind > ValueKind::dateTime) {
-      fail(name,
-           "a text does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
-    } else if (!internal::fromTextForm(*store, slot, utf8, payload)) {
-      fail(name, "\"" + utf8 + "\" is not a " + slot.property->getType()->getQualifiedNameUtf8());
-    }
-    put(slot, at, name, payload);
+    if (slot.kind < ValueKind::number || slot.kind > ValueKind::dateTime)
+      fail(name, "a text does not fit a property of type " + slot.type->getQualifiedNameUtf8());
+    if (!internal::fromTextForm(*store, slot, utf8, payload))
+      fail(name, "\"" + utf8 + "\" is not a " + slot.type->getQualifiedNameUtf8());
+    return payload;
   }
 
   void setVerbatimValue(const ustring& name, const Value& value) {
-    const std::size_t at = locate(name);
-    const SlotPlan& slot = open.back().record->plan->slots[at];
-    if (!(value.getMeta().getType() == slot.property->getType()) || !value.hasCell() ||
+    const SlotPlan& slot = locate(name);
+    if (!(value.getMeta().getType() == slot.type) || !value.hasCell() ||
         (slot.kind != ValueKind::number && slot.kind != ValueKind::enumeration))
-      fail(name, "a value of type " + typeNameOf(value) + " does not fit a property of type " +
-                     slot.property->getType()->getQualifiedNameUtf8());
+      failUnfitting(slot, name, value);
     const std::uint64_t payload = internal::fromValue(slot.standard, value);
     if (slot.kind == ValueKind::enumeration && !internal::isLiteral(slot, static_cast<std::int64_t>(payload)))
-      fail(name, "enumeration " + slot.property->getType()->getQualifiedNameUtf8() +
-                     " has no literal with the number " + std::to_string(static_cast<std::int64_t>(payload)));
-    put(slot, at, name, payload);
+      failNoLiteral(slot, name, static_cast<std::int64_t>(payload));
+    put(slot, name, payload);
+  }
+
+  [[noreturn]] void failUnfitting(const SlotPlan& slot, const ustring& name, const Value& value) const {
+    fail(name, "a value of type " + typeNameOf(value) + " does not fit a property of type " +
+                   slot.type->getQualifiedNameUtf8());
+  }
+  [[noreturn]] void failNoLiteral(const SlotPlan& slot, const ustring& name, std::int64_t number) const {
+    fail(name, "enumeration " + slot.type->getQualifiedNameUtf8() + " has no literal with the number " +
+                   std::to_string(number));
   }
 
   static std::string typeNameOf(const Value& value) {
@@ -340,15 +380,15 @@ struct ParseProcessor::Impl {
   }
 
   void setEmptyValue(const ustring& name) {
-    const std::size_t at = locate(name);
-    const SlotPlan& slot = open.back().record->plan->slots[at];
+    const SlotPlan& slot = locate(name);
     const bool possible = slot.optional && slot.kind >= ValueKind::number && slot.kind <= ValueKind::dateTime;
     if (!possible) fail(name, "cannot be explicitly empty");
-    single(at, name);
-    store->setState(open.back().record, at, internal::kStateEmpty);
+    single(slot, name, internal::kStateEmpty);
   }
 
-  const ustring* internTargetType(const ustring& name) {
+  /// A string with the name that lives until references are resolved: a type's own, or one that is kept.
+  const ustring* internTargetType(const SlotPlan& slot, const ustring& name) {
+    if (&name == &slot.target->getQualifiedName() || &name == knownAt(name).name) return &name;
     if (lastTargetType != nullptr && *lastTargetType == name) return lastTargetType;
     if (const auto it = targetTypeByName.find(name); it != targetTypeByName.end())
       return lastTargetType = it->second;
@@ -375,37 +415,46 @@ struct ParseProcessor::Impl {
 
   void addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,
                             const ustring& id2, const boost::optional<ustring>& qualifier) {
-    const std::size_t at = locate(name);
-    ElementRecord* record = open.back().record;
-    const SlotPlan& slot = record->plan->slots[at];
+    const SlotPlan& slot = locate(name);
     if (slot.kind != ValueKind::association)
-      fail(name,
-           "a reference does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
-    Deferred reference{
-        record, internTargetType(targetType), 0, 0, static_cast<std::uint16_t>(at), qualifier.has_value(), 0};
-    if (!qualifier && id1 == u"#") reference.number = internal::localNumber(id2);
-    if (reference.number == 0) {
-      reference.texts = texts.size();
-      keepText(id1);
-      keepText(id2);
-      if (qualifier) keepText(*qualifier);
-    }
-    deferred.push_back(reference);  // before the placeholder: what is in the model can be resolved
-    if (slot.many) {
-      deferred.back().position = store->append(record, at, 1);
-    } else {
-      single(at, name);
-      store->setState(record, at, internal::kStateUnresolved);
-    }
+      fail(name, "a reference does not fit a property of type " + slot.type->getQualifiedNameUtf8());
+    // Before the placeholder: what is in the model can be resolved.
+    Deferred& reference = deferred.emplace_back(defer(slot, targetType, id1, id2, qualifier));
+    ElementRecord* record = top->record;
+    if (slot.many)
+      reference.position = store->append(record, slot.slot, 1);
+    else
+      single(slot, name, internal::kStateUnresolved);
+    reference.entry =
+        static_cast<std::uint8_t>(std::min<std::size_t>(record->count - 1u, Deferred::kFarEntry));
   }
 
+  Deferred defer(const SlotPlan& slot, const ustring& targetType, const ustring& id1, const ustring& id2,
+                 const boost::optional<ustring>& qualifier) {
+    Deferred reference{.from = top->record,
+                       .targetType = internTargetType(slot, targetType),
+                       .id = 0,
+                       .slot = slot.slot,
+                       .form = Deferred::Form::local};
+    if (!qualifier && isLocal(id1)) reference.id = internal::localNumber(id2);
+    if (reference.id != 0) return reference;
+    reference.form = qualifier ? Deferred::Form::textsAndQualifier : Deferred::Form::texts;
+    reference.id = texts.size();
+    keepText(id1);
+    keepText(id2);
+    if (qualifier) keepText(*qualifier);
+    return reference;
+  }
+
+  static bool isLocal(const ustring& id1) { return id1.size() == 1 && id1[0] == u'#'; }
+
   Target findTarget(const Deferred& reference) const {
-    if (reference.hasQualifier) return {};  // in another document
-    if (reference.number != 0) {
-      if (const Target found = locals.find(reference.number); !found.isNone()) return found;
-      return targetOf(identities.find("#", std::to_string(reference.number)));
+    if (reference.form == Deferred::Form::textsAndQualifier) return {};  // in another document
+    if (reference.form == Deferred::Form::local) {
+      if (const Target found = locals.find(reference.number()); !found.isNone()) return found;
+      return targetOf(identities.find("#", std::to_string(reference.number())));
     }
-    std::size_t at = reference.texts;
+    std::size_t at = reference.id;
     const std::string_view id1 = keptText(at);
     return targetOf(identities.find(id1, keptText(at)));
   }
@@ -415,15 +464,39 @@ struct ParseProcessor::Impl {
   }
 
   void processDeferred() {
-    for (const Deferred& reference : deferred) resolve(reference);
+    for (std::size_t i = 0; i < deferred.size(); ++i) {
+      prefetchAhead(i);
+      resolve(deferred[i]);
+    }
     for (ElementRecord* record : forgetful) record->identity = nullptr;
     forgetReferences();
+  }
+
+  // What a reference reads and writes is in no cache any more, and one address leads to the next: each is
+  // asked for some references before it is needed.
+  void prefetchAhead(std::size_t i) const {
+    constexpr std::size_t kAhead = 8;
+    if (i + 2 * kAhead >= deferred.size()) return;
+    const Deferred& far = deferred[i + 2 * kAhead];
+    if (far.form == Deferred::Form::local) locals.prefetch(far.number());
+    __builtin_prefetch(far.from->payloads);
+    const Deferred& near = deferred[i + kAhead];
+    if (near.entry < near.from->count)
+      __builtin_prefetch(internal::asList(near.from->payloads[near.entry]) + 1);
+  }
+
+  static std::size_t entryOf(const Deferred& reference) {
+    const ElementRecord& from = *reference.from;
+    if (reference.entry < from.count &&
+        (from.slots()[reference.entry] & internal::kSlotMask) == reference.slot)
+      return reference.entry;
+    return static_cast<std::size_t>(from.find(reference.slot));
   }
 
   void resolve(const Deferred& reference) {
     const Target target = findTarget(reference);
     const SlotPlan& slot = reference.from->plan->slots[reference.slot];
-    const int at = reference.from->find(reference.slot);
+    const std::size_t at = entryOf(reference);
     std::uint64_t& cell = slot.many
                               ? internal::asList(reference.from->payloads[at])->items()[reference.position]
                               : reference.from->payloads[at];
@@ -456,13 +529,14 @@ struct ParseProcessor::Impl {
 
   const internal::UnresolvedRecord* makeUnresolved(const Deferred& reference) {
     narrow(*reference.targetType, scratch);
-    if (reference.number != 0)
-      return store->makeUnresolved(scratch, "#", std::to_string(reference.number), nullptr);
-    std::size_t at = reference.texts;
+    if (reference.form == Deferred::Form::local)
+      return store->makeUnresolved(scratch, "#", std::to_string(reference.number()), nullptr);
+    std::size_t at = reference.id;
     const std::string_view id1 = keptText(at);
     const std::string_view id2 = keptText(at);
-    const std::string_view qualifier = reference.hasQualifier ? keptText(at) : std::string_view();
-    return store->makeUnresolved(scratch, id1, id2, reference.hasQualifier ? &qualifier : nullptr);
+    if (reference.form == Deferred::Form::texts) return store->makeUnresolved(scratch, id1, id2, nullptr);
+    const std::string_view qualifier = keptText(at);
+    return store->makeUnresolved(scratch, id1, id2, &qualifier);
   }
 };
 
@@ -480,27 +554,14 @@ bool ParseProcessor::push(const ustring& typeName, const ustring& id1, const ust
 
 void ParseProcessor::pop(const ustring& name) {
   static_cast<void>(name);
-  if (impl_->open.empty()) throw ValueError("/: an element is closed where none is open");
-  impl_->open.pop_back();
+  impl_->pop();
 }
 
-PropertyCategory ParseProcessor::getPropertyCategory(const ustring& name) {
-  const std::size_t at = impl_->locate(name);
-  Impl::Open& top = impl_->open.back();
-  const SlotPlan& slot = top.record->plan->slots[at];
-  top.pending = kNoSlot;
-  if (slot.kind == ValueKind::composition || slot.kind == ValueKind::datatype)
-    top.pending = at;
-  else if (slot.many && slot.kind != ValueKind::none)
-    impl_->store->touch(top.record, at);
-  return PropertyCategory(slot.category);
-}
+PropertyCategory ParseProcessor::getPropertyCategory(const ustring& name) { return impl_->announce(name); }
 
-meta::Type ParseProcessor::getPropertyType(const ustring& name) {
-  return impl_->slotOf(name).property->getType();
-}
+meta::Type ParseProcessor::getPropertyType(const ustring& name) { return impl_->locate(name).type; }
 
-bool ParseProcessor::isPropertyOptional(const ustring& name) { return impl_->slotOf(name).optional; }
+bool ParseProcessor::isPropertyOptional(const ustring& name) { return impl_->locate(name).optional; }
 
 void ParseProcessor::setValue(const ustring& name, const ustring& text) { impl_->setValue(name, text); }
 

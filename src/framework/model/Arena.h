@@ -2,10 +2,12 @@
 /// Internal: memory of one model, given back all at once.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace kr::zero::internal {
@@ -15,12 +17,20 @@ namespace kr::zero::internal {
 class Arena {
  public:
   void* allocate(std::size_t bytes) {
-    bytes = (bytes + 7) & ~std::size_t{7};
+    bytes = roundUp(bytes);
     if (bytes > static_cast<std::size_t>(end_ - next_)) return allocateSlow(bytes);
     std::byte* result = next_;
     next_ += bytes;
     return result;
   }
+
+  /// Memory for something whose size is not known yet: room for `most` bytes, a few kilobytes at most, of
+  /// which keep() then says how many are wanted. Without keep() it goes to whoever asks next.
+  void* prepare(std::size_t most) {
+    if (roundUp(most) > static_cast<std::size_t>(end_ - next_)) startChunk(roundUp(most));
+    return next_;
+  }
+  void keep(std::size_t bytes) noexcept { next_ += roundUp(bytes); }
 
   /// Memory for an array that will be recycled when it is outgrown.
   /// @param[in,out] bytes is rounded up to what the block really holds.
@@ -49,6 +59,8 @@ class Arena {
     FreeBlock* next;
   };
 
+  static constexpr std::size_t roundUp(std::size_t bytes) { return (bytes + 7) & ~std::size_t{7}; }
+
   // Four classes per power of two, so that rounding up wastes a fifth at most. Class 0 is 8 bytes;
   // up to 64 bytes every multiple of 8 is a class.
   static std::size_t classOf(std::size_t bytes) noexcept {
@@ -65,12 +77,14 @@ class Arena {
 
   void* allocateSlow(std::size_t bytes) {
     if (bytes > kLargest / 4) return newChunk(bytes);  // leaves the current chunk in use
-    const std::size_t size = nextChunk_;
+    startChunk(bytes);
+    return std::exchange(next_, next_ + bytes);
+  }
+  void startChunk(std::size_t least) {
+    const std::size_t size = std::max(nextChunk_, least);
     if (nextChunk_ < kLargest) nextChunk_ *= 2;
-    std::byte* chunk = newChunk(size < bytes ? bytes : size);
-    next_ = chunk + bytes;
-    end_ = chunk + (size < bytes ? bytes : size);
-    return chunk;
+    next_ = newChunk(size);
+    end_ = next_ + size;
   }
   std::byte* newChunk(std::size_t bytes) {
     chunks_.push_back(std::make_unique_for_overwrite<std::byte[]>(bytes));

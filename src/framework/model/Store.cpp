@@ -5,6 +5,8 @@
 #include <limits>
 #include <new>
 
+#include "text/Utf.h"
+
 namespace kr::zero::internal {
 
 using meta::Class;
@@ -58,14 +60,16 @@ ValueKind kindOfPrimitive(StandardType standard) {
   }
 }
 
-SlotPlan makeSlotPlan(meta::Property property) {
+SlotPlan makeSlotPlan(meta::Property property, std::uint16_t position) {
   SlotPlan slot;
   slot.name = &property->getName();
   slot.property = property;
+  slot.type = property->getType();
+  slot.slot = position;
   slot.many = property->isMany();
   slot.optional = property->isOptional();
   if (!property->isStored()) return slot;
-  const meta::Type type = property->getType();
+  const meta::Type type = slot.type;
   std::uint32_t single = 0;
   if (const Class cls(type); cls) {
     slot.target = cls;
@@ -101,8 +105,9 @@ TypePlan& ModelStore::plan(StructuredType type) {
   if (properties.size() > kSlotMask)
     throw ModelError("type " + type->getQualifiedNameUtf8() + " has more than 16383 properties");
   for (const meta::Property property : properties) {
-    made->slotOf.emplace(property.get(), static_cast<std::uint16_t>(made->slots.size()));
-    made->slots.push_back(makeSlotPlan(property));
+    const auto position = static_cast<std::uint16_t>(made->slots.size());
+    made->slotOf.emplace(property.get(), position);
+    made->slots.push_back(makeSlotPlan(property, position));
     const SlotPlan& slot = made->slots.back();
     if (slot.kind == ValueKind::association) made->hasAssociations = true;
     if (slot.kind == ValueKind::composition && !slot.visited) made->hasUnvisitedCompositions = true;
@@ -209,26 +214,19 @@ void ModelStore::grow(ElementRecord* record) {
   record->capacity = static_cast<std::uint16_t>(capacity);
 }
 
-std::uint64_t& ModelStore::payload(ElementRecord* record, std::size_t slot, std::uint16_t state) {
-  // Readers and importers set properties in their order: look at the end first.
-  std::size_t at = record->count;
-  if (at != 0) {
-    const std::size_t lastSlot = record->slots()[at - 1] & kSlotMask;
-    if (lastSlot == slot) return record->payloads[at - 1];
-    if (lastSlot > slot) {
-      if (const int found = record->find(slot); found >= 0) return record->payloads[found];
-      while (at > 0 && (record->slots()[at - 1] & kSlotMask) > slot) --at;
-    }
-  }
+std::size_t ModelStore::placeBetween(ElementRecord* record, std::size_t slot, std::uint16_t state) {
+  if (const int found = record->find(slot); found >= 0) return static_cast<std::size_t>(found);
   if (record->count == record->capacity) grow(record);
   std::uint16_t* slots = record->slots();
+  std::size_t at = record->count;
+  while (at > 0 && (slots[at - 1] & kSlotMask) > slot) --at;
   const std::size_t behind = record->count - at;
   std::memmove(slots + at + 1, slots + at, behind * sizeof(std::uint16_t));
   std::memmove(record->payloads + at + 1, record->payloads + at, behind * sizeof(std::uint64_t));
   slots[at] = static_cast<std::uint16_t>(slot | state);
   record->payloads[at] = 0;
   ++record->count;
-  return record->payloads[at];
+  return at;
 }
 
 void ModelStore::setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept {
@@ -246,26 +244,29 @@ void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
   --record->count;
 }
 
-std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::uint64_t item) {
-  std::uint64_t& cell = payload(record, slot, kStateEmpty);
-  List* list = asList(cell);
-  if (list == nullptr || list->size == list->capacity) {
-    const std::size_t wanted = list == nullptr ? 2 : std::size_t{list->capacity} * 2;
-    if (wanted > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
-    std::size_t bytes = sizeof(List) + wanted * sizeof(std::uint64_t);
-    auto* bigger = static_cast<List*>(arena_.allocateRecyclable(bytes));
-    const std::size_t capacity = (bytes - sizeof(List)) / sizeof(std::uint64_t);
-    bigger->capacity = static_cast<std::uint32_t>(capacity);
-    bigger->size = 0;
-    if (list != nullptr) {
-      bigger->size = list->size;
-      std::memcpy(bigger->items(), list->items(), list->size * sizeof(std::uint64_t));
-      arena_.recycle(list, sizeof(List) + list->capacity * sizeof(std::uint64_t));
-    }
-    list = bigger;
-    cell = asPayload(list);
+/// A list with the items of the old one and room for more; null stands for a list without room.
+List* ModelStore::enlarge(List* list) {
+  const std::size_t wanted = list == nullptr ? 2 : std::size_t{list->capacity} * 2;
+  if (wanted > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
+  std::size_t bytes = sizeof(List) + wanted * sizeof(std::uint64_t);
+  auto* bigger = static_cast<List*>(arena_.allocateRecyclable(bytes));
+  const std::size_t capacity = (bytes - sizeof(List)) / sizeof(std::uint64_t);
+  bigger->capacity = static_cast<std::uint32_t>(capacity);
+  bigger->size = 0;
+  if (list != nullptr) {
+    bigger->size = list->size;
+    std::memcpy(bigger->items(), list->items(), list->size * sizeof(std::uint64_t));
+    arena_.recycle(list, sizeof(List) + list->capacity * sizeof(std::uint64_t));
   }
-  if (list->size == 0) setState(record, slot, 0);
+  return bigger;
+}
+
+std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::uint64_t item) {
+  const std::size_t at = place(record, slot, kStateEmpty);
+  std::uint64_t& cell = record->payloads[at];
+  List* list = asList(cell);
+  if (list == nullptr || list->size == list->capacity) cell = asPayload(list = enlarge(list));
+  if (list->size == 0) record->slots()[at] = static_cast<std::uint16_t>(slot);
   list->items()[list->size] = item;
   return list->size++;
 }
@@ -344,6 +345,23 @@ const Text* ModelStore::makeText(std::string_view text) {
   auto* result = static_cast<Text*>(arena_.allocate(offsetof(Text, bytes) + text.size()));
   result->length = static_cast<std::uint32_t>(text.size());
   if (!text.empty()) std::memcpy(result->bytes, text.data(), text.size());
+  return result;
+}
+
+const Text* ModelStore::makeText(std::u16string_view text) {
+  constexpr std::size_t kUsual = 256;  // units; room for the most that they may take costs nothing then
+  if (text.size() > kUsual) {
+    std::string utf8;
+    return fl::i18n::internal::utf16ToUtf8(text, utf8) ? makeText(utf8) : nullptr;
+  }
+  constexpr std::size_t kHead = offsetof(Text, bytes);
+  auto* result =
+      static_cast<Text*>(arena_.prepare(kHead + text.size() * fl::i18n::internal::kMostBytesPerUnit));
+  const char* const end = fl::i18n::internal::utf16ToUtf8(text, result->bytes);
+  if (end == nullptr) return nullptr;
+  const auto length = static_cast<std::size_t>(end - result->bytes);
+  result->length = static_cast<std::uint32_t>(length);
+  arena_.keep(kHead + length);
   return result;
 }
 

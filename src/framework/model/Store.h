@@ -48,6 +48,8 @@ enum class ValueKind : std::uint8_t {
 struct SlotPlan {
   const ustring* name = nullptr;  // the property's own string
   meta::Property property;
+  meta::Type type;         // the property's
+  std::uint16_t slot = 0;  // its position in TypePlan::slots
   ValueKind kind = ValueKind::none;
   bool many = false;
   bool optional = false;
@@ -222,13 +224,14 @@ class ModelStore {
 
   // Values.
   /// The payload of a property, made (as 0, state "value") where there is none.
-  std::uint64_t& payload(ElementRecord* record, std::size_t slot, std::uint16_t state = 0);
+  std::uint64_t& payload(ElementRecord* record, std::size_t slot, std::uint16_t state = 0) {
+    const std::size_t at = place(record, slot, state);  // may move the payloads
+    return record->payloads[at];
+  }
   void setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept;
   void erase(ElementRecord* record, std::size_t slot) noexcept;
   /// Makes a collection property set, without entries, unless it is set already.
-  void touch(ElementRecord* record, std::size_t slot) {
-    if (record->find(slot) < 0) payload(record, slot, kStateEmpty);
-  }
+  void touch(ElementRecord* record, std::size_t slot) { place(record, slot, kStateEmpty); }
   /// Appends to a collection; returns the position.
   std::uint32_t append(ElementRecord* record, std::size_t slot, std::uint64_t item);
   /// Takes one item out of a collection; a collection that becomes empty stays set.
@@ -251,6 +254,8 @@ class ModelStore {
   static PropertyState state(const ElementRecord* record, std::size_t slot) noexcept;
 
   const Text* makeText(std::string_view text);
+  /// The same from UTF-16; null where a surrogate stands alone.
+  const Text* makeText(std::u16string_view text);
   const std::uint64_t* makeUuid(const Uuid& uuid);
   const UnresolvedRecord* makeUnresolved(std::string_view targetType, std::string_view id1,
                                          std::string_view id2, const std::string_view* qualifier);
@@ -262,6 +267,9 @@ class ModelStore {
 
  private:
   static constexpr std::uint32_t kBlock = 64;  // records of neighbouring indices that lie together
+  std::size_t place(ElementRecord* record, std::size_t slot, std::uint16_t state);
+  std::size_t placeBetween(ElementRecord* record, std::size_t slot, std::uint16_t state);
+  List* enlarge(List* list);
   void grow(ElementRecord* record);
   void markRemoved(ElementRecord* record) noexcept;
   void dropReferencesToRemoved() noexcept;
@@ -285,6 +293,22 @@ class ModelStore {
   const Text* lastInterned_ = nullptr;
   std::unordered_map<std::string_view, const Text*, TextHash> interned_;
 };
+
+/// Position of a property's entry, made where there is none. Readers and importers set properties in their
+/// order: the end is looked at first.
+inline std::size_t ModelStore::place(ElementRecord* record, std::size_t slot, std::uint16_t state) {
+  const std::size_t count = record->count;
+  if (count != 0) {
+    const std::size_t lastSlot = record->slots()[count - 1] & kSlotMask;
+    if (lastSlot == slot) return count - 1;
+    if (lastSlot > slot) return placeBetween(record, slot, state);
+  }
+  if (count == record->capacity) grow(record);
+  record->slots()[count] = static_cast<std::uint16_t>(slot | state);
+  record->payloads[count] = 0;
+  ++record->count;
+  return count;
+}
 
 /// Path of an element for messages; long paths are shortened in the middle.
 std::string pathOf(const ModelStore& store, const ElementRecord* record);
