@@ -3,18 +3,8 @@
 #include "direct/Numbers.h"
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
-#include "fl/i18n/converter.h"
 
 namespace kr::zero::io {
-
-namespace {
-
-const fl::i18n::codecvt_string_to_ustring& utf8Converter() {
-  static const fl::i18n::codecvt_string_to_ustring converter("UTF8", true);
-  return converter;
-}
-
-}  // namespace
 
 std::uint64_t ByteReader::readLongNumber() {
   std::uint64_t number = 0;
@@ -32,20 +22,9 @@ std::uint64_t ByteReader::readCount() {
   failCorrupt("Count larger than the bytes that remain");
 }
 
-std::string_view ByteReader::readText() {
-  const std::uint8_t* const start = position;
-  const std::uint64_t size = readNumber();
-  if (size > getRemaining()) {
-    position = start;
-    failCorrupt("Text cut short");
-  }
-  const std::string_view text(reinterpret_cast<const char*>(position), static_cast<std::size_t>(size));
-  position += size;
-  return text;
-}
-
-void ByteReader::toUtf16(std::string_view utf8, ustring& text) const {
-  if (!utf8Converter().convert(utf8, text)) failCorrupt("Text is not well-formed UTF-8");
+void ByteReader::failTextCutShort(const std::uint8_t* start) {
+  position = start;
+  failCorrupt("Text cut short");
 }
 
 void ByteReader::failCorrupt(const char* detail) const {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "direct/DirectFormat.h"
+#include "fl/i18n/converter.h"
 #include "kr/zero/log/Span.h"
 #include "kr/zero/ustring.h"
 #include "values/PrimitiveDecoding.h"
@@ -37,19 +38,30 @@ class ByteReader : public values::ParseState {
     return *position++;
   }
   /// Length and bytes; the view points into the input.
-  std::string_view readText();
+  std::string_view readText() {
+    const std::uint8_t* const start = position;
+    const std::uint64_t size = readNumber();
+    if (size > getRemaining()) failTextCutShort(start);
+    const std::string_view text(reinterpret_cast<const char*>(position), static_cast<std::size_t>(size));
+    position += size;
+    return text;
+  }
   /// A text as UTF-16, into a string that keeps its memory.
   void readUtf16(ustring& text) { toUtf16(readText(), text); }
   /// @throws Error<kr0::io::CorruptInput> for bytes that are not well-formed UTF-8.
-  void toUtf16(std::string_view utf8, ustring& text) const;
+  void toUtf16(std::string_view utf8, ustring& text) const {
+    if (!converter_.convert(utf8, text)) failCorrupt("Text is not well-formed UTF-8");
+  }
 
   [[noreturn]] void failCorrupt(const char* detail) const;
 
  private:
   std::uint64_t readLongNumber();
+  [[noreturn]] void failTextCutShort(const std::uint8_t* start);
 
   const std::uint8_t* begin_;
   const log::Span& span_;
+  fl::i18n::codecvt_string_to_ustring converter_{"UTF8", true};
 };
 
 }  // namespace kr::zero::io

@@ -11,6 +11,12 @@ namespace kr::zero::io {
 using values::decodeAndSetPrimitive;
 using values::TypeCode;
 
+namespace {
+
+[[noreturn]] void failUnknownProperty() { throw std::out_of_range("invalid unordered_map<K, T> key"); }
+
+}  // namespace
+
 bool BinaryParseContext::parseBinary() {
   if (!readHeader()) return false;
   while (reader_.position != reader_.end)
@@ -38,7 +44,7 @@ bool BinaryParseContext::readItem() {
 
 PropertyEntry& BinaryParseContext::findProperty(std::uint64_t identifier) {
   PropertyEntry* const property = typeNames_.empty() ? nullptr : typeNames_.back()->findProperty(identifier);
-  if (property == nullptr) throw std::out_of_range("invalid unordered_map<K, T> key");
+  if (property == nullptr) failUnknownProperty();
   return *property;
 }
 
@@ -152,11 +158,12 @@ BinaryParseContext::ElementType BinaryParseContext::readElementHeader(TypeTable*
   const std::string_view utf8 = reader_.readText();
   TypeTable* const table = types_.find(utf8, last);
   if (table == nullptr) reader_.toUtf16(utf8, typeName_);
-  id1_.clear();
-  id2_.clear();
   if (reader_.readByte() == direct::kWithIdentity) {
     reader_.readUtf16(id1_);
     reader_.readUtf16(id2_);
+  } else {
+    id1_.clear();
+    id2_.clear();
   }
   return {utf8, table != nullptr ? &table->getName() : &typeName_, table};
 }

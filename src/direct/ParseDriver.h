@@ -42,20 +42,21 @@ class BinaryParseContext {
     TypeTable* table;  // null the first time
   };
 
+  // Inline: all of them are defined and called in one file, and a document calls them for each byte or two.
   bool readHeader();
-  bool readItem();
-  PropertyEntry& findProperty(std::uint64_t identifier);
-  bool readProperty(PropertyEntry& property);
-  void readPrimitiveProperty(PropertyEntry& property, PropertyCategory category);
-  void readPrimitiveValue(PropertyEntry& property, meta::Type type);
-  void readReferences(PropertyEntry& property, PropertyCategory category);
-  const ustring& readTargetType(PropertyEntry& property);
-  bool pushRoot();
-  bool pushDatatype(PropertyEntry& property);
-  bool pushComposition(PropertyEntry& property);
-  ElementType readElementHeader(TypeTable*& last);
-  bool pushElement(const ElementType& type, const ustring* propertyName, TypeTable*& last);
-  void popElement();
+  inline bool readItem();
+  inline PropertyEntry& findProperty(std::uint64_t identifier);
+  inline bool readProperty(PropertyEntry& property);
+  inline void readPrimitiveProperty(PropertyEntry& property, PropertyCategory category);
+  inline void readPrimitiveValue(PropertyEntry& property, meta::Type type);
+  inline void readReferences(PropertyEntry& property, PropertyCategory category);
+  inline const ustring& readTargetType(PropertyEntry& property);
+  inline bool pushRoot();
+  inline bool pushDatatype(PropertyEntry& property);
+  inline bool pushComposition(PropertyEntry& property);
+  inline ElementType readElementHeader(TypeTable*& last);
+  inline bool pushElement(const ElementType& type, const ustring* propertyName, TypeTable*& last);
+  inline void popElement();
 
   ByteReader reader_;
   ParseProcessor& processor_;

@@ -19,7 +19,7 @@ const std::vector<meta::Property>& propertiesOf(meta::Type type) {
 }  // namespace
 
 PropertyTable::PropertyTable(const std::vector<meta::Property>& properties)
-    : entries_(std::bit_ceil(2 * properties.size() + 1)) {
+    : entries_(std::bit_ceil(2 * properties.size() + 1)), mask_(entries_.size() - 1) {
   for (const meta::Property property : properties) {
     const std::uint32_t identifier = property->getIdentifier();
     if (identifier == 0) continue;

@@ -30,7 +30,6 @@ struct PropertyEntry {
 /// that it names; any others cost no more room.
 class PropertyTable {
  public:
-  PropertyTable() : entries_(1) {}
   /// A later property takes the place of an earlier one with its identifier; identifier 0 means none.
   explicit PropertyTable(const std::vector<meta::Property>& properties);
 
@@ -43,13 +42,13 @@ class PropertyTable {
  private:
   /// Where the identifier stands, or the free place where it would.
   std::size_t placeOf(std::uint64_t identifier) const noexcept {
-    const std::size_t mask = entries_.size() - 1;
-    std::size_t at = identifier & mask;
-    while (entries_[at].name != nullptr && entries_[at].identifier != identifier) at = (at + 1) & mask;
+    std::size_t at = identifier & mask_;
+    while (entries_[at].name != nullptr && entries_[at].identifier != identifier) at = (at + 1) & mask_;
     return at;
   }
 
   std::vector<PropertyEntry> entries_;  // a power of two of them, at least half of them free
+  std::size_t mask_;                    // one less than there are
 };
 
 /// A type name of a document.

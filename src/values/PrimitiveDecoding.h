@@ -42,18 +42,27 @@ T decodePrimitiveFromBinaryInLittleEndian(const std::uint8_t*& cursor, const std
   return std::bit_cast<T>(swapUnlessLittleEndian(bytes));
 }
 
-/// A value of the property's type: as wide as the number, or for an enumeration widened to 64 bits.
+/// A value of a type that is not known to be the row's; see makeValue.
 template <class Row>
-Value makeValue(meta::Type type, typename Row::Number number) {
-  const ValueMeta meta(type, ValueFlags::single);
+[[gnu::noinline]] Value makeCheckedValue(ValueMeta meta, typename Row::Number number) {
+  if (isStandardType<Row>(meta.getType())) return Value(meta, number);
   if constexpr (Row::acceptsEnumerations) {
-    // The second question is a call into the framework; most values do without it.
-    if (!isStandardType<Row>(type) && zero::internal::isEnumType(type)) {
+    if (zero::internal::isEnumType(meta.getType())) {
       using Wide = std::conditional_t<std::is_signed_v<typename Row::Number>, std::int64_t, std::uint64_t>;
       return Value(meta, static_cast<Wide>(number));
     }
   }
-  return Value(meta, number);
+  raiseIncompatibleTypes(meta);
+}
+
+/// A value of the property's type: as wide as the number, or for an enumeration widened to 64 bits.
+/// @throws Error<kr0::messages::CannotCastIncompatibleTypes> for a type that does not fit.
+template <class Row>
+Value makeValue(meta::Type type, typename Row::Number number) {
+  const ValueMeta meta(type, ValueFlags::single);
+  // Nearly all values end here, without a call.
+  if (type && type == Row::handle) return Value(meta, number);
+  return makeCheckedValue<Row>(meta, number);
 }
 
 /// Reads a value of the row's type and hands it to the processor.
@@ -66,9 +75,7 @@ void decodeAndSetPrimitive(ParseState& state, const ustring& property, meta::Typ
   using Number = typename Row::Number;
   const auto number =
       decodePrimitiveFromBinaryInLittleEndian<Number>(state.position, state.end, sizeof(Number));
-  const Value value = makeValue<Row>(type, number);
-  requireStandardType<Row>(value.getMeta());
-  state.processor->setVerbatimValue(property, value);
+  state.processor->setVerbatimValue(property, makeValue<Row>(type, number));
 }
 
 }  // namespace kr::zero::io::values
