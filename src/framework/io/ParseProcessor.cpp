@@ -81,6 +81,7 @@ struct ParseProcessor::Impl {
   struct Open {
     ElementRecord* record = nullptr;
     const SlotPlan* slot = nullptr;     // property found last
+    const SlotPlan* end = nullptr;      // behind the last property of the type
     const ustring* name = nullptr;      // its own name string; null before the first
     const SlotPlan* pending = nullptr;  // datatype or composition announced last
   };
@@ -107,8 +108,10 @@ struct ParseProcessor::Impl {
   std::vector<std::unique_ptr<ustring>> targetTypes;
   std::unordered_map<std::u16string_view, const ustring*, internal::TextHash> targetTypeByName;
   const ustring* lastTargetType = nullptr;
-  // Property, named type and plan of a reference that was found right: most others are alike.
-  std::tuple<const SlotPlan*, const ustring*, std::uint32_t> fitting;
+  // Property, named type and plan of references that were found right: most others are alike. A property
+  // has its place by its slot.
+  using Fitting = std::tuple<const SlotPlan*, const ustring*, std::uint32_t>;
+  std::array<Fitting, 16> fitting{};
   std::unordered_map<ustring, TypePlan*> planByName;
   std::array<KnownType, 32> known{};
   fl::i18n::codecvt_ustring_to_string toUtf8{"UTF8", true};
@@ -139,7 +142,7 @@ struct ParseProcessor::Impl {
     targetTypes.clear();
     targetTypeByName.clear();
     lastTargetType = nullptr;
-    fitting = {};
+    fitting.fill({});
   }
 
   // Readers may be used without a Parser around them.
@@ -150,7 +153,9 @@ struct ParseProcessor::Impl {
 
   std::string path() const { return open.empty() ? "/" : pathOf(*store, open.back().record); }
 
-  [[noreturn]] void fail(const ustring& name, const std::string& what) const {
+  // What is rare stands apart: in the middle of what is called for every value, it would make each call
+  // save the registers and the stack that only it needs.
+  [[noreturn]] [[gnu::noinline]] void fail(const ustring& name, const std::string& what) const {
     throw ValueError(path() + "." + zero::toUtf8(name) + ": " + what);
   }
 
@@ -159,26 +164,35 @@ struct ParseProcessor::Impl {
     if (!toUtf8.convert(text, into)) failMalformed();
     return into;
   }
-  [[noreturn]] void failMalformed() const { throw ValueError(path() + ": a text is not well-formed UTF-16"); }
+  [[noreturn]] [[gnu::noinline]] void failMalformed() const {
+    throw ValueError(path() + ": a text is not well-formed UTF-16");
+  }
 
   // Readers name a property several times in a row, and by its own name string.
   const SlotPlan& locate(const ustring& name) { return top->name == &name ? *top->slot : locateAnew(name); }
 
-  // Documents have properties in the meta model's order, with gaps where some are unset.
-  const SlotPlan& locateAnew(const ustring& name) {
-    constexpr std::ptrdiff_t kNear = 8;
+  [[gnu::noinline]] const SlotPlan& locateAnew(const ustring& name) {
     if (open.empty()) failOutside(name);
-    const std::vector<SlotPlan>& slots = top->record->plan->slots;
-    const SlotPlan* found = top->slot;
-    const SlotPlan* const end = found + std::min(kNear, slots.data() + slots.size() - found);
-    while (found != end && found->name != &name) ++found;
-    if (found == end) found = &slots[findSlot(*top->record->plan, name)];
-    top->slot = found;
-    top->name = found->name;
-    return *found;
+    const TypePlan& plan = *top->record->plan;
+    top->slot = &plan.slots[findSlot(plan, name)];
+    top->name = top->slot->name;
+    return *top->slot;
   }
 
-  [[noreturn]] static void failOutside(const ustring& name) {
+  // Documents have properties in the meta model's order, with gaps where some are unset.
+  const SlotPlan& locateNext(const ustring& name) {
+    constexpr std::ptrdiff_t kNear = 8;
+    const SlotPlan* const end = top->slot + std::min(kNear, top->end - top->slot);
+    for (const SlotPlan* found = top->slot; found != end; ++found) {
+      if (found->name != &name) continue;
+      top->slot = found;
+      top->name = &name;
+      return *found;
+    }
+    return locateAnew(name);
+  }
+
+  [[noreturn]] [[gnu::noinline]] static void failOutside(const ustring& name) {
     throw ValueError("/: property \"" + zero::toUtf8(name) + "\" outside of any element");
   }
 
@@ -191,7 +205,7 @@ struct ParseProcessor::Impl {
   }
 
   PropertyCategory announce(const ustring& name) {
-    const SlotPlan& slot = locate(name);
+    const SlotPlan& slot = locateNext(name);
     top->pending = nullptr;
     if (slot.kind == ValueKind::composition || slot.kind == ValueKind::datatype)
       top->pending = &slot;
@@ -241,7 +255,8 @@ struct ParseProcessor::Impl {
     if (!id1.empty() || !id2.empty()) {
       if (!setIdentity(record, id1, id2)) return false;
     }
-    open.push_back({record, record->plan->slots.data()});
+    const std::vector<SlotPlan>& slots = plan->slots;
+    open.push_back({record, slots.data(), slots.data() + slots.size()});
     top = &open.back();
     return true;
   }
@@ -322,8 +337,12 @@ struct ParseProcessor::Impl {
     ElementRecord* record = top->record;
     const std::uint16_t before = record->count;
     std::uint64_t& cell = store->payload(record, slot.slot, state);
-    if (record->count == before) fail(name, "holds one value and is given a second");
+    if (record->count == before) failSecond(name);
     return cell;
+  }
+
+  [[noreturn]] [[gnu::noinline]] void failSecond(const ustring& name) const {
+    fail(name, "holds one value and is given a second");
   }
 
   void put(const SlotPlan& slot, const ustring& name, std::uint64_t payload) {
@@ -344,7 +363,7 @@ struct ParseProcessor::Impl {
     return asPayload(made);
   }
 
-  std::uint64_t parse(const SlotPlan& slot, const ustring& name, const ustring& text) {
+  [[gnu::noinline]] std::uint64_t parse(const SlotPlan& slot, const ustring& name, const ustring& text) {
     const std::string& utf8 = narrow(text, scratch);
     std::uint64_t payload = 0;
     if (slot.kind < ValueKind::number || slot.kind > ValueKind::dateTime)
@@ -365,11 +384,13 @@ struct ParseProcessor::Impl {
     put(slot, name, payload);
   }
 
-  [[noreturn]] void failUnfitting(const SlotPlan& slot, const ustring& name, const Value& value) const {
+  [[noreturn]] [[gnu::noinline]] void failUnfitting(const SlotPlan& slot, const ustring& name,
+                                                    const Value& value) const {
     fail(name, "a value of type " + typeNameOf(value) + " does not fit a property of type " +
                    slot.type->getQualifiedNameUtf8());
   }
-  [[noreturn]] void failNoLiteral(const SlotPlan& slot, const ustring& name, std::int64_t number) const {
+  [[noreturn]] [[gnu::noinline]] void failNoLiteral(const SlotPlan& slot, const ustring& name,
+                                                    std::int64_t number) const {
     fail(name, "enumeration " + slot.type->getQualifiedNameUtf8() + " has no literal with the number " +
                    std::to_string(number));
   }
@@ -389,6 +410,10 @@ struct ParseProcessor::Impl {
   /// A string with the name that lives until references are resolved: a type's own, or one that is kept.
   const ustring* internTargetType(const SlotPlan& slot, const ustring& name) {
     if (&name == &slot.target->getQualifiedName() || &name == knownAt(name).name) return &name;
+    return keepTargetType(name);
+  }
+
+  [[gnu::noinline]] const ustring* keepTargetType(const ustring& name) {
     if (lastTargetType != nullptr && *lastTargetType == name) return lastTargetType;
     if (const auto it = targetTypeByName.find(name); it != targetTypeByName.end())
       return lastTargetType = it->second;
@@ -416,8 +441,7 @@ struct ParseProcessor::Impl {
   void addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,
                             const ustring& id2, const boost::optional<ustring>& qualifier) {
     const SlotPlan& slot = locate(name);
-    if (slot.kind != ValueKind::association)
-      fail(name, "a reference does not fit a property of type " + slot.type->getQualifiedNameUtf8());
+    if (slot.kind != ValueKind::association) failNoReference(slot, name);
     // Before the placeholder: what is in the model can be resolved.
     Deferred& reference = deferred.emplace_back(defer(slot, targetType, id1, id2, qualifier));
     ElementRecord* record = top->record;
@@ -429,6 +453,10 @@ struct ParseProcessor::Impl {
         static_cast<std::uint8_t>(std::min<std::size_t>(record->count - 1u, Deferred::kFarEntry));
   }
 
+  [[noreturn]] [[gnu::noinline]] void failNoReference(const SlotPlan& slot, const ustring& name) const {
+    fail(name, "a reference does not fit a property of type " + slot.type->getQualifiedNameUtf8());
+  }
+
   Deferred defer(const SlotPlan& slot, const ustring& targetType, const ustring& id1, const ustring& id2,
                  const boost::optional<ustring>& qualifier) {
     Deferred reference{.from = top->record,
@@ -437,13 +465,17 @@ struct ParseProcessor::Impl {
                        .slot = slot.slot,
                        .form = Deferred::Form::local};
     if (!qualifier && isLocal(id1)) reference.id = internal::localNumber(id2);
-    if (reference.id != 0) return reference;
+    if (reference.id == 0) keepTexts(reference, id1, id2, qualifier);
+    return reference;
+  }
+
+  [[gnu::noinline]] void keepTexts(Deferred& reference, const ustring& id1, const ustring& id2,
+                                   const boost::optional<ustring>& qualifier) {
     reference.form = qualifier ? Deferred::Form::textsAndQualifier : Deferred::Form::texts;
     reference.id = texts.size();
     keepText(id1);
     keepText(id2);
     if (qualifier) keepText(*qualifier);
-    return reference;
   }
 
   static bool isLocal(const ustring& id1) { return id1.size() == 1 && id1[0] == u'#'; }
@@ -479,7 +511,8 @@ struct ParseProcessor::Impl {
     if (i + 2 * kAhead >= deferred.size()) return;
     const Deferred& far = deferred[i + 2 * kAhead];
     if (far.form == Deferred::Form::local) locals.prefetch(far.number());
-    __builtin_prefetch(far.from->payloads);
+    __builtin_prefetch(far.from->payloads + far.entry);
+    __builtin_prefetch(far.from->slots() + far.entry);
     const Deferred& near = deferred[i + kAhead];
     if (near.entry < near.from->count)
       __builtin_prefetch(internal::asList(near.from->payloads[near.entry]) + 1);
@@ -504,27 +537,26 @@ struct ParseProcessor::Impl {
       cell = asPayload(makeUnresolved(reference)) | (slot.many ? 1u : 0u);
       return;
     }
-    if (!hasEnoughProblems()) checkTarget(reference, slot, target);
+    const Fitting asked(&slot, reference.targetType, target.plan);
+    Fitting& right = fitting[slot.slot % fitting.size()];
+    if (right != asked && !hasEnoughProblems() && checkTarget(reference, slot, target)) right = asked;
     cell = store->referTo(target.index, slot);
     if (!slot.many) reference.from->slots()[at] = reference.slot;
   }
 
-  void checkTarget(const Deferred& reference, const SlotPlan& slot, const Target& target) {
-    const std::tuple asked(&slot, reference.targetType, target.plan);
-    if (asked == fitting) return;
+  [[gnu::noinline]] bool checkTarget(const Deferred& reference, const SlotPlan& slot, const Target& target) {
     const auto where = [&] {
       return pathOf(*store, reference.from) + "." + slot.property->getNameUtf8() + ": ";
     };
     const TypePlan& plan = *store->plansInUse()[target.plan];
     const StructuredType type = plan.type;
     if (*reference.targetType != type->getQualifiedName())
-      refuse(where() + "says that it refers to a " + zero::toUtf8(*reference.targetType) + ", but " +
-             pathOf(*store, recordOf(target)) + " is a " + type->getQualifiedNameUtf8());
-    else if (!ModelStore::fits(slot, plan.cls))
-      refuse(where() + "an element of class " + type->getQualifiedNameUtf8() +
-             " does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
-    else
-      fitting = asked;
+      return refuse(where() + "says that it refers to a " + zero::toUtf8(*reference.targetType) + ", but " +
+                    pathOf(*store, recordOf(target)) + " is a " + type->getQualifiedNameUtf8());
+    if (!ModelStore::fits(slot, plan.cls))
+      return refuse(where() + "an element of class " + type->getQualifiedNameUtf8() +
+                    " does not fit a property of type " + slot.property->getType()->getQualifiedNameUtf8());
+    return true;
   }
 
   const internal::UnresolvedRecord* makeUnresolved(const Deferred& reference) {
