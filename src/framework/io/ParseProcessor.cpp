@@ -8,6 +8,7 @@
 
 #include "fl/i18n/converter.h"
 #include "io/LocalNumber.h"
+#include "kr/zero/DateTime.h"
 #include "model/DocumentOrder.h"
 #include "model/Numbers.h"
 #include "model/TextForm.h"
@@ -332,29 +333,29 @@ struct ParseProcessor::Impl {
     return inIndex != record ? inIndex : nullptr;
   }
 
-  /// The payload of a single-valued property that is not set yet.
-  std::uint64_t& single(const SlotPlan& slot, const ustring& name, std::uint16_t state = 0) {
-    ElementRecord* record = top->record;
-    const std::uint16_t before = record->count;
-    std::uint64_t& cell = store->payload(record, slot.slot, state);
-    if (record->count == before) failSecond(name);
-    return cell;
+  void put(const SlotPlan& slot, const ustring& name, std::uint64_t payload) {
+    if (slot.many)
+      store->append(top->record, slot.slot, payload);
+    else
+      putSingle(slot, name, payload, 0);
+  }
+
+  void putSingle(const SlotPlan& slot, const ustring& name, std::uint64_t payload, std::uint16_t state) {
+    if (!store->add(top->record, slot.slot, payload, state)) failSecond(name);
   }
 
   [[noreturn]] [[gnu::noinline]] void failSecond(const ustring& name) const {
     fail(name, "holds one value and is given a second");
   }
 
-  void put(const SlotPlan& slot, const ustring& name, std::uint64_t payload) {
-    if (slot.many)
-      store->append(top->record, slot.slot, payload);
-    else
-      single(slot, name) = payload;
-  }
-
   void setValue(const ustring& name, const ustring& text) {
     const SlotPlan& slot = locate(name);
-    put(slot, name, slot.kind == ValueKind::text ? makeText(text) : parse(slot, name, text));
+    if (slot.kind == ValueKind::text)
+      put(slot, name, makeText(text));
+    else if (slot.kind == ValueKind::dateTime)
+      put(slot, name, makeDateTime(slot, name, text));
+    else
+      put(slot, name, parse(slot, name, text));
   }
 
   std::uint64_t makeText(const ustring& text) {
@@ -363,14 +364,24 @@ struct ParseProcessor::Impl {
     return asPayload(made);
   }
 
+  std::uint64_t makeDateTime(const SlotPlan& slot, const ustring& name, const ustring& text) {
+    const std::uint64_t made = makeText(text);
+    if (!DateTime::parse(internal::asText(made)->view())) failUnparsed(slot, name, text);
+    return made;
+  }
+
   [[gnu::noinline]] std::uint64_t parse(const SlotPlan& slot, const ustring& name, const ustring& text) {
     const std::string& utf8 = narrow(text, scratch);
     std::uint64_t payload = 0;
     if (slot.kind < ValueKind::number || slot.kind > ValueKind::dateTime)
       fail(name, "a text does not fit a property of type " + slot.type->getQualifiedNameUtf8());
-    if (!internal::fromTextForm(*store, slot, utf8, payload))
-      fail(name, "\"" + utf8 + "\" is not a " + slot.type->getQualifiedNameUtf8());
+    if (!internal::fromTextForm(*store, slot, utf8, payload)) failUnparsed(slot, name, text);
     return payload;
+  }
+
+  [[noreturn]] [[gnu::noinline]] void failUnparsed(const SlotPlan& slot, const ustring& name,
+                                                   const ustring& text) const {
+    fail(name, "\"" + zero::toUtf8(text) + "\" is not a " + slot.type->getQualifiedNameUtf8());
   }
 
   void setVerbatimValue(const ustring& name, const Value& value) {
@@ -404,7 +415,7 @@ struct ParseProcessor::Impl {
     const SlotPlan& slot = locate(name);
     const bool possible = slot.optional && slot.kind >= ValueKind::number && slot.kind <= ValueKind::dateTime;
     if (!possible) fail(name, "cannot be explicitly empty");
-    single(slot, name, internal::kStateEmpty);
+    putSingle(slot, name, 0, internal::kStateEmpty);
   }
 
   /// A string with the name that lives until references are resolved: a type's own, or one that is kept.
@@ -448,7 +459,7 @@ struct ParseProcessor::Impl {
     if (slot.many)
       reference.position = store->append(record, slot.slot, 1);
     else
-      single(slot, name, internal::kStateUnresolved);
+      putSingle(slot, name, 0, internal::kStateUnresolved);
     reference.entry =
         static_cast<std::uint8_t>(std::min<std::size_t>(record->count - 1u, Deferred::kFarEntry));
   }

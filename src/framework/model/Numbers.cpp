@@ -129,26 +129,4 @@ std::string formatUuid(const Uuid& uuid) {
   return text;
 }
 
-std::uint64_t fromValue(StandardType standard, const Value& value) noexcept {
-  const auto widen = [](std::int64_t number) { return static_cast<std::uint64_t>(number); };
-  switch (standard) {
-    case StandardType::boolean:
-      return value.get<std::uint8_t>() != 0 ? 1 : 0;
-    case StandardType::integer8:
-      return widen(value.get<std::int8_t>());
-    case StandardType::uinteger8:
-      return value.get<std::uint8_t>();
-    case StandardType::integer16:
-      return widen(value.get<std::int16_t>());
-    case StandardType::uinteger16:
-      return value.get<std::uint16_t>();
-    case StandardType::integer:
-      return widen(value.get<std::int32_t>());
-    case StandardType::unlimitedNatural:
-      return value.get<std::uint32_t>();
-    default:
-      return value.get<std::uint64_t>();
-  }
-}
-
 }  // namespace kr::zero::internal

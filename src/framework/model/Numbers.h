@@ -61,6 +61,26 @@ inline Value toValue(meta::Type type, meta::StandardType standard, ValueFlags fl
       return Value(meta, static_cast<std::int64_t>(payload));
   }
 }
-std::uint64_t fromValue(meta::StandardType standard, const Value& value) noexcept;
+inline std::uint64_t fromValue(meta::StandardType standard, const Value& value) noexcept {
+  const auto widen = [](std::int64_t number) { return static_cast<std::uint64_t>(number); };
+  switch (standard) {
+    case meta::StandardType::boolean:
+      return value.get<std::uint8_t>() != 0 ? 1 : 0;
+    case meta::StandardType::integer8:
+      return widen(value.get<std::int8_t>());
+    case meta::StandardType::uinteger8:
+      return value.get<std::uint8_t>();
+    case meta::StandardType::integer16:
+      return widen(value.get<std::int16_t>());
+    case meta::StandardType::uinteger16:
+      return value.get<std::uint16_t>();
+    case meta::StandardType::integer:
+      return widen(value.get<std::int32_t>());
+    case meta::StandardType::unlimitedNatural:
+      return value.get<std::uint32_t>();
+    default:
+      return value.get<std::uint64_t>();
+  }
+}
 
 }  // namespace kr::zero::internal

@@ -214,6 +214,11 @@ void ModelStore::grow(ElementRecord* record) {
   record->capacity = static_cast<std::uint16_t>(capacity);
 }
 
+std::size_t ModelStore::growAndPlaceLast(ElementRecord* record, std::size_t slot, std::uint16_t state) {
+  grow(record);
+  return placeLast(record, slot, state);
+}
+
 std::size_t ModelStore::placeBetween(ElementRecord* record, std::size_t slot, std::uint16_t state) {
   if (const int found = record->find(slot); found >= 0) return static_cast<std::size_t>(found);
   if (record->count == record->capacity) grow(record);

@@ -228,6 +228,8 @@ class ModelStore {
     const std::size_t at = place(record, slot, state);  // may move the payloads
     return record->payloads[at];
   }
+  /// Sets a single-valued property, or returns false where it is set already.
+  bool add(ElementRecord* record, std::size_t slot, std::uint64_t payload, std::uint16_t state = 0);
   void setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept;
   void erase(ElementRecord* record, std::size_t slot) noexcept;
   /// Makes a collection property set, without entries, unless it is set already.
@@ -268,6 +270,14 @@ class ModelStore {
  private:
   static constexpr std::uint32_t kBlock = 64;  // records of neighbouring indices that lie together
   std::size_t place(ElementRecord* record, std::size_t slot, std::uint16_t state);
+  std::size_t placeLast(ElementRecord* record, std::size_t slot, std::uint16_t state) {
+    const std::size_t count = record->count;
+    record->slots()[count] = static_cast<std::uint16_t>(slot | state);
+    record->payloads[count] = 0;
+    record->count = static_cast<std::uint16_t>(count + 1);
+    return count;
+  }
+  std::size_t growAndPlaceLast(ElementRecord* record, std::size_t slot, std::uint16_t state);
   std::size_t placeBetween(ElementRecord* record, std::size_t slot, std::uint16_t state);
   List* enlarge(List* list);
   void grow(ElementRecord* record);
@@ -303,11 +313,17 @@ inline std::size_t ModelStore::place(ElementRecord* record, std::size_t slot, st
     if (lastSlot == slot) return count - 1;
     if (lastSlot > slot) return placeBetween(record, slot, state);
   }
-  if (count == record->capacity) grow(record);
-  record->slots()[count] = static_cast<std::uint16_t>(slot | state);
-  record->payloads[count] = 0;
-  ++record->count;
-  return count;
+  if (count == record->capacity) return growAndPlaceLast(record, slot, state);
+  return placeLast(record, slot, state);
+}
+
+inline bool ModelStore::add(ElementRecord* record, std::size_t slot, std::uint64_t payload,
+                            std::uint16_t state) {
+  const std::size_t before = record->count;
+  const std::size_t at = place(record, slot, state);
+  if (record->count == before) return false;
+  record->payloads[at] = payload;
+  return true;
 }
 
 /// Path of an element for messages; long paths are shortened in the middle.
