@@ -8,7 +8,6 @@
 
 #include "fl/i18n/converter.h"
 #include "io/LocalNumber.h"
-#include "kr/zero/DateTime.h"
 #include "model/DocumentOrder.h"
 #include "model/Numbers.h"
 #include "model/TextForm.h"
@@ -62,20 +61,29 @@ class LocalIdentities {
 };
 using Target = LocalIdentities::Target;
 
+/// How a reference names its target.
+struct TargetName {
+  enum class Form : std::uint8_t { local, texts, textsAndQualifier };
+  Form form;
+  std::size_t id;  // the number of ("#", number), or where the texts begin in `texts`
+};
+
 /// A reference that waits for the end of the document. There is one for each, so it is kept small.
 struct Deferred {
-  enum class Form : std::uint8_t { local, texts, textsAndQualifier };
+  using Form = TargetName::Form;
   static constexpr std::size_t kFarEntry = 255;
 
+  Deferred(ElementRecord* record, std::uint16_t ofSlot, const ustring* type, TargetName target)
+      : from(record), targetType(type), id(target.id), slot(ofSlot), form(target.form) {}
+  std::uint32_t number() const { return static_cast<std::uint32_t>(id); }
+
   ElementRecord* from;
-  const ustring* targetType;   // see internTargetType
-  std::size_t id;              // the number of ("#", number), or where the texts begin in `texts`
+  const ustring* targetType;  // see internTargetType
+  std::size_t id;
   std::uint32_t position = 0;  // in a collection
   std::uint16_t slot;
   std::uint8_t entry = kFarEntry;  // where the slot's entry was, where that is a small number
   Form form;
-
-  std::uint32_t number() const { return static_cast<std::uint32_t>(id); }
 };
 
 }  // namespace
@@ -224,17 +232,26 @@ struct ParseProcessor::Impl {
 
   /// The plan of a type name; null where the name is no structured type's.
   TypePlan* planOf(const ustring& typeName) {
-    KnownType& entry = knownAt(typeName);
-    if (entry.name == &typeName) return entry.plan;
-    if (const auto it = planByName.find(typeName); it != planByName.end()) return it->second;
-    const meta::Type type = customizer.getMetaClass(typeName);
-    const StructuredType structured = type ? StructuredType(type) : StructuredType();
-    TypePlan* plan = structured ? &model().plan(structured) : nullptr;
-    if (plan != nullptr && &structured->getQualifiedName() == &typeName)
-      entry = {&typeName, plan};
-    else if (plan != nullptr)
+    const KnownType& entry = knownAt(typeName);
+    return entry.name == &typeName ? entry.plan : findPlan(typeName);
+  }
+
+  [[gnu::noinline]] TypePlan* findPlan(const ustring& typeName) {
+    const auto byName = planByName.find(typeName);
+    TypePlan* const plan = byName != planByName.end() ? byName->second : makePlan(typeName);
+    if (plan == nullptr) return nullptr;
+    // Readers name a type by a text of theirs first and by its own name string then.
+    if (&plan->type->getQualifiedName() == &typeName)
+      knownAt(typeName) = {&typeName, plan};
+    else if (byName == planByName.end())
       planByName.emplace(typeName, plan);
     return plan;
+  }
+
+  TypePlan* makePlan(const ustring& typeName) {
+    const meta::Type type = customizer.getMetaClass(typeName);
+    const StructuredType structured = type ? StructuredType(type) : StructuredType();
+    return structured ? &model().plan(structured) : nullptr;
   }
 
   /// A document may be wrong in as many places as it has bytes; these are enough to tell.
@@ -368,7 +385,7 @@ struct ParseProcessor::Impl {
 
   std::uint64_t makeDateTime(const SlotPlan& slot, const ustring& name, const ustring& text) {
     const std::uint64_t made = makeText(text);
-    if (!DateTime::parse(internal::asText(made)->view())) failUnparsed(slot, name, text);
+    if (!internal::isDateTime(internal::asText(made)->view())) failUnparsed(slot, name, text);
     return made;
   }
 
@@ -455,8 +472,10 @@ struct ParseProcessor::Impl {
                             const ustring& id2, const boost::optional<ustring>& qualifier) {
     const SlotPlan& slot = locate(name);
     if (slot.kind != ValueKind::association) failNoReference(slot, name);
+    const ustring* const type = internTargetType(slot, targetType);
+    const TargetName target = nameTarget(id1, id2, qualifier);
     // Before the placeholder: what is in the model can be resolved.
-    Deferred& reference = deferred.emplace_back(defer(slot, targetType, id1, id2, qualifier));
+    Deferred& reference = deferred.emplace_back(top->record, slot.slot, type, target);
     ElementRecord* record = top->record;
     if (slot.many)
       reference.position = store->append(record, slot.slot, 1);
@@ -470,25 +489,19 @@ struct ParseProcessor::Impl {
     fail(name, "a reference does not fit a property of type " + slot.type->getQualifiedNameUtf8());
   }
 
-  Deferred defer(const SlotPlan& slot, const ustring& targetType, const ustring& id1, const ustring& id2,
-                 const boost::optional<ustring>& qualifier) {
-    Deferred reference{.from = top->record,
-                       .targetType = internTargetType(slot, targetType),
-                       .id = 0,
-                       .slot = slot.slot,
-                       .form = Deferred::Form::local};
-    if (!qualifier && isLocal(id1)) reference.id = internal::localNumber(id2);
-    if (reference.id == 0) keepTexts(reference, id1, id2, qualifier);
-    return reference;
+  TargetName nameTarget(const ustring& id1, const ustring& id2, const boost::optional<ustring>& qualifier) {
+    const std::uint32_t number = !qualifier && isLocal(id1) ? internal::localNumber(id2) : 0;
+    return number != 0 ? TargetName{Deferred::Form::local, number} : keepTexts(id1, id2, qualifier);
   }
 
-  [[gnu::noinline]] void keepTexts(Deferred& reference, const ustring& id1, const ustring& id2,
-                                   const boost::optional<ustring>& qualifier) {
-    reference.form = qualifier ? Deferred::Form::textsAndQualifier : Deferred::Form::texts;
-    reference.id = texts.size();
+  [[gnu::noinline]] TargetName keepTexts(const ustring& id1, const ustring& id2,
+                                         const boost::optional<ustring>& qualifier) {
+    const std::size_t begin = texts.size();
     keepText(id1);
     keepText(id2);
-    if (qualifier) keepText(*qualifier);
+    if (!qualifier) return {Deferred::Form::texts, begin};
+    keepText(*qualifier);
+    return {Deferred::Form::textsAndQualifier, begin};
   }
 
   static bool isLocal(const ustring& id1) { return id1.size() == 1 && id1[0] == u'#'; }

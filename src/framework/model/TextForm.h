@@ -19,6 +19,9 @@ bool fromTextForm(ModelStore& store, const SlotPlan& slot, std::string_view text
 /// Whether a number is that of a literal of the property's enumeration.
 bool isLiteral(const SlotPlan& slot, std::int64_t number) noexcept;
 
+/// Whether a text is a date or a date with a time.
+bool isDateTime(std::string_view text);
+
 /// Whether bytes are well-formed UTF-8.
 bool isWellFormed(std::string_view utf8);
 
