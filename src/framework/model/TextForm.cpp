@@ -25,8 +25,10 @@ bool isUsualDateTime(std::string_view text) {
   // Sixteen places at a time, so that compilers compare them at once.
   const auto isOutside = [&](std::size_t first) {
     unsigned char outside = 0;
-    for (std::size_t i = first; i < first + 16; ++i)
-      outside |= static_cast<unsigned char>((text[i] < kLeast[i]) | (text[i] > kMost[i]));
+    for (std::size_t i = first; i < first + 16; ++i) {
+      outside |= static_cast<unsigned char>(text[i] < kLeast[i]);
+      outside |= static_cast<unsigned char>(text[i] > kMost[i]);
+    }
     return outside != 0;
   };
   if (isOutside(0) || isOutside(kLeast.size() - 16)) return false;
