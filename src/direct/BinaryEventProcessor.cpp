@@ -1,6 +1,7 @@
 #include "direct/BinaryEventProcessor.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <stdexcept>
 
@@ -19,6 +20,33 @@ namespace {
 constexpr std::size_t kFirstReservation = 2048;
 constexpr std::uint32_t kAssociations = PropertyCategory::AssociationAny().getMask();
 
+constexpr std::size_t kCellSize = sizeof(std::uint64_t);
+
+/// Bytes of a value of a type where they can be had from a cell without knowing the type; otherwise 0.
+std::uint8_t plainSizeOf(values::TypeCode kind) {
+  using values::TypeCode;
+  if (std::endian::native != std::endian::little) return 0;
+  switch (kind) {
+    case TypeCode::boolean:
+    case TypeCode::uinteger8:
+    case TypeCode::integer8:
+      return 1;
+    case TypeCode::uinteger16:
+    case TypeCode::integer16:
+      return 2;
+    case TypeCode::integer:
+    case TypeCode::enumeration:
+    case TypeCode::unlimitedNatural:
+      return 4;
+    case TypeCode::integer64:
+    case TypeCode::uinteger64:
+    case TypeCode::real:
+      return 8;
+    default:
+      return 0;
+  }
+}
+
 }  // namespace
 
 BinaryEventProcessor::BinaryEventProcessor() = default;
@@ -35,7 +63,7 @@ void BinaryEventProcessor::startDocument() {
   typesByName_.fill(nullptr);
   innermost_ = {};  // a walk that failed leaves some open
   around_.clear();
-  frames_.clear();
+  depth_ = 0;
   count_ = 0;
   packageNames_.clear();
   knownPackageNames_.clear();
@@ -108,14 +136,23 @@ void BinaryEventProcessor::endStructuredProperty() { popFrame(); }
 
 void BinaryEventProcessor::primitiveValue(const ustring& property, const Value& value) {
   const PropertyDescriptor& descriptor = describe(property);
-  writeKey(descriptor);
-  values::encodePrimitive(bytes_, descriptor.kind, value, descriptor.optional());
+  if (!descriptor.isPlain(value)) {
+    writeKey(descriptor);
+    return values::encodePrimitive(bytes_, descriptor.kind, value, descriptor.optional());
+  }
+  std::uint8_t* const out = bytes_.makeRoom(descriptor.head.size() + kCellSize);
+  std::memcpy(out, descriptor.head.data(), descriptor.head.size());
+  putPlain(descriptor, value, out + descriptor.presentSize);
 }
 
 void BinaryEventProcessor::startStructuredElement(const ustring& property) { pushFrame(property); }
 
 void BinaryEventProcessor::primitiveElement(const ustring& property, const Value& value) {
-  values::encodePrimitive(bytes_, describe(property).kind, value, false);  // the text before it was counted
+  // The text before it was counted.
+  const PropertyDescriptor& descriptor = describe(property);
+  if (!descriptor.isPlain(value)) return values::encodePrimitive(bytes_, descriptor.kind, value, false);
+  std::uint8_t* const out = bytes_.makeRoom(kCellSize);
+  putPlain(descriptor, value, out);
 }
 
 void BinaryEventProcessor::endStructuredElement() { popFrame(); }
@@ -214,6 +251,11 @@ BinaryEventProcessor::PropertyDescriptor BinaryEventProcessor::makeDescriptor(me
   *end = values::presentMark;
   descriptor.keySize = static_cast<std::uint8_t>(end - descriptor.head.data());
   descriptor.presentSize = static_cast<std::uint8_t>(descriptor.keySize + (property->isOptional() ? 1 : 0));
+  descriptor.plainSize = plainSizeOf(descriptor.kind);
+  // With a mark in front, the number of a literal comes as a plain Integer.
+  const bool asInteger = descriptor.kind == values::TypeCode::enumeration && descriptor.optional();
+  descriptor.plainType = asInteger ? meta::internal::getPrimitiveTypeFromMetaRegistry(values::Integer::name)
+                                   : property->getType();
   return descriptor;
 }
 
@@ -233,16 +275,19 @@ void BinaryEventProcessor::closeType() {
 
 void BinaryEventProcessor::pushFrame(const ustring& property) {
   if (!property.empty()) writeKey(describe(property));
-  frames_.push_back({bytes_.size(), count_});
+  if (depth_ == frames_.size()) growFrames();
+  frames_[depth_++] = {bytes_.size(), count_};
   bytes_.append(std::uint8_t{0});
   count_ = 0;
 }
 
+void BinaryEventProcessor::growFrames() { frames_.resize(2 * frames_.size() + 8); }
+
 void BinaryEventProcessor::popFrame() {
-  if (frames_.empty()) throw std::logic_error("no collection is open");
-  putCount(frames_.back().countAt, count_);
-  count_ = frames_.back().outerCount;
-  frames_.pop_back();
+  if (depth_ == 0) throw std::logic_error("no collection is open");
+  const Frame& frame = frames_[--depth_];
+  putCount(frame.countAt, count_);
+  count_ = frame.outerCount;
 }
 
 /// Puts a number in the place of one byte.
@@ -262,6 +307,17 @@ void BinaryEventProcessor::putCount(std::size_t at, std::uint64_t count) {
 
 void BinaryEventProcessor::writeNumber(std::uint64_t number) {
   bytes_.setEnd(direct::encodeNumber(number, bytes_.makeRoom(direct::kMostNumberBytes)));
+}
+
+/// Puts a value that is plain for the property.
+/// @param out has room for a cell, which is copied whole.
+void BinaryEventProcessor::putPlain(const PropertyDescriptor& descriptor, const Value& value,
+                                    std::uint8_t* out) {
+  const auto cell = value.get<std::uint64_t>();
+  std::memcpy(out, &cell, sizeof cell);
+  if (descriptor.kind == values::TypeCode::boolean)
+    *out = (cell & 0xFF) != 0 ? values::trueByte : values::falseByte;
+  bytes_.setEnd(out + descriptor.plainSize);
 }
 
 void BinaryEventProcessor::writeKey(const PropertyDescriptor& descriptor) {

@@ -72,7 +72,14 @@ class BinaryEventProcessor final : public EventProcessor {
     std::uint8_t keySize = 0;      ///< 1 to 5
     std::uint8_t presentSize = 0;  ///< of the key, and of the mark where the property is optional
     values::TypeCode kind = values::TypeCode::structured;
+    /// Bytes of a value of plainType; 0 where writing one needs a closer look.
+    std::uint8_t plainSize = 0;
+    meta::Type plainType;
     bool optional() const noexcept { return presentSize != keySize; }
+    bool isPlain(const Value& value) const noexcept {
+      return plainSize != 0 && value.getMeta().getType() == plainType &&
+             value.getMeta().getFlags() == ValueFlags::single && value.hasCell();
+    }
   };
   /// Bytes in blocks that are copied whole.
   struct Blocks {
@@ -101,11 +108,13 @@ class BinaryEventProcessor final : public EventProcessor {
   void openType(const ustring& property, const ustring& typeName);
   void closeType();
   void pushFrame(const ustring& property);
+  [[gnu::noinline]] void growFrames();
   void popFrame();
   void putCount(std::size_t at, std::uint64_t count);
 
   void writeNumber(std::uint64_t number);
   void writeKey(const PropertyDescriptor& descriptor);
+  void putPlain(const PropertyDescriptor& descriptor, const Value& value, std::uint8_t* out);
   void writeText(const ustring& text) { texts_.append(bytes_, text); }
   void writeNamed(const ustring& typeName, std::uint8_t flag);
   void writeIdentity(const ustring& id1, const ustring& id2);
@@ -115,7 +124,8 @@ class BinaryEventProcessor final : public EventProcessor {
                                const ustring& id2);
 
   values::ByteBuffer bytes_;
-  std::vector<Frame> frames_;
+  std::vector<Frame> frames_;  // the first depth_ are open
+  std::size_t depth_ = 0;
   std::uint64_t count_ = 0;  // items so far of the innermost collection
   CategoryMasks categoryMasks_{0x7FFFFFFF};
   std::vector<ustring> packageNames_;  // in order of first insertion

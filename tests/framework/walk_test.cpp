@@ -252,6 +252,20 @@ TEST_F(WalkTest, NumbersFollowTheDocumentAndNotTheOrderOfMaking) {
   EXPECT_NE(events().find("startObject 'books' 'library.Book' '#' '2'"), std::string::npos);
 }
 
+TEST_F(WalkTest, NumbersAreDecimalWithoutLeadingZerosAtEveryLength) {
+  Element library = model.createRoot("library.Library");
+  Element before = library.create("books");
+  std::string expected = "startObject '' 'library.Library' '' ''\nstartObject 'books' 'library.Book' '' ''\n";
+  for (int number = 3; number < 100013; ++number) {
+    Element book = library.create("books");
+    before.setReference("sequel", book);
+    const std::string identity = "'library.Book' '#' '" + std::to_string(number) + "'\n";
+    expected += "referenceValue 'sequel' " + identity + "endObject\nstartObject 'books' " + identity;
+    before = book;
+  }
+  EXPECT_TRUE(events() == expected + "endObject\nendObject\n");  // too long to be printed
+}
+
 TEST_F(WalkTest, DatatypeValuesAreNotCounted) {
   Element library = model.createRoot("library.Library");
   Element first = library.create("books");

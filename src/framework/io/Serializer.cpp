@@ -181,20 +181,15 @@ class Identities {
     return plans_.empty() ? 0 : record->index + 1;
   }
 
-  /// Makes the texts those of a number; empty for 0. They mostly hold the number before, of as many digits.
+  /// Makes the texts those of a number; empty for 0.
   static void putNumber(std::uint32_t number, IdentityTexts& texts) {
     if (number == 0) {
       texts.id1.clear();
       texts.id2.clear();
       return;
     }
-    if (texts.id1 != u"#") texts.id1.assign(1, u'#');
-    std::size_t size = 1;
-    for (std::uint64_t next = 10; next <= number; next *= 10) ++size;
-    if (texts.id2.size() != size) texts.id2.resize(size);
-    char16_t* const digits = texts.id2.data();
-    for (std::size_t at = size; at != 0; number /= 10)
-      digits[--at] = static_cast<char16_t>(u'0' + number % 10);
+    if (texts.id1.size() != 1 || texts.id1[0] != u'#') texts.id1.assign(1, u'#');
+    internal::putDigits(number, texts.id2);
   }
 
   void refuseDuplicates() const {
@@ -285,7 +280,7 @@ class Walk {
     const CategoryMasks masks =
         processor_.startObject(property, record->plan->type->getQualifiedName(), own_.id1, own_.id2);
     const std::size_t first = masks_.size();
-    masks_.insert(masks_.end(), masks.begin(), masks.end());
+    for (const std::uint32_t mask : masks) masks_.push_back(mask);
     frames_.push_back({record, nullptr, 0, 0, first, first});
   }
 
@@ -342,7 +337,8 @@ class Walk {
   // These two return whether a frame was opened; `frame` then is no longer there, and its next entry is the
   // one that did it, which comes to an end when its values do.
 
-  bool visitEntries(Frame& frame) {
+  // In a function of its own, the loop over the values of an object has the registers for itself.
+  [[gnu::noinline]] bool visitEntries(Frame& frame) {
     const ElementRecord* const record = frame.record;
     const std::uint16_t* const slots = record->slots();
     const Step* const steps = frame.pass->steps.data();
@@ -403,15 +399,22 @@ class Walk {
         if ((entry & internal::kStateEmpty) != 0) return;
         return visitReference(record, *step.name, payload, (entry & internal::kStateUnresolved) != 0, false);
       case Form::texts:
-        return visitTexts(step, ModelStore::valuesAt(record, at));
+        return visitTexts(step, valuesOf(entry, payload));
       case Form::verbatims:
-        return visitVerbatims(step, ModelStore::valuesAt(record, at));
+        return visitVerbatims(step, valuesOf(entry, payload));
       case Form::references:
-        return visitReferences(record, step, ModelStore::valuesAt(record, at));
+        return visitReferences(record, step, valuesOf(entry, payload));
       case Form::none:
       case Form::contained:
         return;
     }
+  }
+
+  /// The values of a collection.
+  static Values valuesOf(std::uint16_t entry, std::uint64_t payload) {
+    if ((entry & internal::kStateEmpty) != 0) return {};
+    const internal::List* const list = internal::asList(payload);
+    return {list->items(), list->size, false};
   }
 
   [[gnu::noinline]] void visitTexts(const Step& step, const Values& values) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -35,9 +36,20 @@ class Utf16Scratch {
   static Narrow widenBlock(const char* in, char16_t* out) {
     Narrow bytes;
     std::memcpy(&bytes, in, sizeof bytes);
-    const Wide units = __builtin_convertvector(bytes, Wide);
+    const Wide units = widenUnits(bytes);
     std::memcpy(out, &units, sizeof units);
     return bytes;
+  }
+  static Wide4 widenUnits(Narrow4 bytes) { return __builtin_convertvector(bytes, Wide4); }
+  /// One instruction, where the conversion would take three.
+  static Wide8 widenUnits(Narrow8 bytes) {
+    if (std::endian::native != std::endian::little) return __builtin_convertvector(bytes, Wide8);
+    using Bytes __attribute__((vector_size(16))) = std::uint8_t;
+    const std::uint64_t word = std::bit_cast<std::uint64_t>(bytes);
+    using Words __attribute__((vector_size(16))) = std::uint64_t;
+    const Words words{word, 0};
+    return std::bit_cast<Wide8>(__builtin_shufflevector(std::bit_cast<Bytes>(words), Bytes{}, 0, 16, 1, 17, 2,
+                                                        18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
   }
 
   template <class Narrow>
