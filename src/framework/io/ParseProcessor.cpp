@@ -1,13 +1,16 @@
 #include "kr/zero/io/ParseProcessor.h"
 
 #include <array>
+#include <bit>
 #include <cstring>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
 
 #include "fl/i18n/converter.h"
+#include "io/LocalIdentities.h"
 #include "io/LocalNumber.h"
+#include "io/WaitingReference.h"
 #include "model/DocumentOrder.h"
 #include "model/Numbers.h"
 #include "model/TextForm.h"
@@ -17,74 +20,22 @@ namespace kr::zero::io {
 using internal::asPayload;
 using internal::ElementRecord;
 using internal::IdentityIndex;
+using internal::LocalIdentities;
 using internal::ModelStore;
 using internal::SlotPlan;
 using internal::TypePlan;
 using internal::ValueKind;
+using internal::WaitingReference;
 using meta::StructuredType;
 
 ValueError::~ValueError() = default;
 
 namespace {
 
-/// Elements by the identities that a document makes for itself, ("#", number), as a table.
-class LocalIdentities {
- public:
-  /// A number that the table can hold is about as large as the document has elements; anything else is
-  /// an identity like any other.
-  static bool isPlausible(std::uint32_t number, std::size_t elements) {
-    return number != 0 && number / 8 <= elements + 8;
-  }
-  /// What a reference needs to know of the element it leads to. Reading the element itself is what
-  /// following references costs.
-  struct Target {
-    std::uint32_t index = 0;
-    std::uint32_t plan = kNone;  // ordinal of its type's plan
-    bool isNone() const { return plan == kNone; }
-  };
-  /// @return the element that has the number already, or none where the record was added.
-  Target add(std::uint32_t number, const ElementRecord* record) {
-    if (number >= table_.size()) table_.resize(std::size_t{number} + number / 2 + 16);
-    const Target before = table_[number];
-    if (before.isNone()) table_[number] = {record->index, record->plan->ordinal};
-    return before;
-  }
-  Target find(std::uint32_t number) const { return number < table_.size() ? table_[number] : Target(); }
-  [[gnu::always_inline]] void prefetch(std::uint32_t number) const {
-    __builtin_prefetch(table_.data() + number);
-  }
-  void clear() { table_.clear(); }
-
- private:
-  static constexpr std::uint32_t kNone = ~std::uint32_t{0};
-  std::vector<Target> table_;
-};
 using Target = LocalIdentities::Target;
+using Form = WaitingReference::Form;
 
-/// How a reference names its target.
-struct TargetName {
-  enum class Form : std::uint8_t { local, texts, textsAndQualifier };
-  Form form;
-  std::size_t id;  // the number of ("#", number), or where the texts begin in `texts`
-};
-
-/// A reference that waits for the end of the document. There is one for each, so it is kept small.
-struct Deferred {
-  using Form = TargetName::Form;
-  static constexpr std::size_t kFarEntry = 255;
-
-  Deferred(ElementRecord* record, std::uint16_t ofSlot, const ustring* type, TargetName target)
-      : from(record), targetType(type), id(target.id), slot(ofSlot), form(target.form) {}
-  std::uint32_t number() const { return static_cast<std::uint32_t>(id); }
-
-  ElementRecord* from;
-  const ustring* targetType;  // see internTargetType
-  std::size_t id;
-  std::uint32_t position = 0;  // in a collection
-  std::uint16_t slot;
-  std::uint8_t entry = kFarEntry;  // where the slot's entry was, where that is a small number
-  Form form;
-};
+constexpr std::uint32_t kNoTargetType = ~std::uint32_t{0};
 
 }  // namespace
 
@@ -99,6 +50,7 @@ struct ParseProcessor::Impl {
   struct KnownType {
     const ustring* name = nullptr;
     TypePlan* plan = nullptr;
+    std::uint32_t targetType = kNoTargetType;  // number of the name in targetTypes
   };
 
   ParseCustomizer& customizer;
@@ -114,14 +66,14 @@ struct ParseProcessor::Impl {
   LocalIdentities locals;
   bool oddLocals = false;                 // some local identity stands in `identities`
   std::vector<ElementRecord*> forgetful;  // have a "#" identity that is not kept
-  std::vector<Deferred> deferred;
-  std::string texts;  // id1, id2 and qualifier of deferred references in UTF-8, each behind its length
-  std::vector<std::unique_ptr<ustring>> targetTypes;
-  std::unordered_map<std::u16string_view, const ustring*, internal::TextHash> targetTypeByName;
-  const ustring* lastTargetType = nullptr;
-  // Property, named type and plan of references that were found right: most others are alike. A property
-  // has its place by its slot.
-  using Fitting = std::tuple<const SlotPlan*, const ustring*, std::uint32_t>;
+  std::vector<std::uint64_t> waiting;     // a bit per record: it has references that wait
+  std::string texts;  // id1, id2 and qualifier of references that wait in UTF-8, each behind its length
+  std::unordered_map<ustring, std::uint32_t, internal::TextHash> targetTypeByName;
+  std::vector<const ustring*> targetTypes;
+  std::uint32_t lastTargetType = kNoTargetType;
+  // Property, number of the named type and plan of references that were found right: most others are alike.
+  // A property has its place by its slot.
+  using Fitting = std::tuple<const SlotPlan*, std::uint32_t, std::uint32_t>;
   std::array<Fitting, 16> fitting{};
   std::unordered_map<ustring, TypePlan*> planByName;
   std::array<KnownType, 32> known{};
@@ -148,11 +100,12 @@ struct ParseProcessor::Impl {
     locals.clear();
     oddLocals = false;
     forgetful = {};
-    deferred = {};
+    waiting = {};
     texts = {};
-    targetTypes.clear();
     targetTypeByName.clear();
-    lastTargetType = nullptr;
+    targetTypes.clear();
+    lastTargetType = kNoTargetType;
+    for (KnownType& type : known) type.targetType = kNoTargetType;
     fitting.fill({});
   }
 
@@ -437,20 +390,23 @@ struct ParseProcessor::Impl {
     putSingle(slot, name, 0, internal::kStateEmpty);
   }
 
-  /// A string with the name that lives until references are resolved: a type's own, or one that is kept.
-  const ustring* internTargetType(const SlotPlan& slot, const ustring& name) {
-    if (&name == &slot.target->getQualifiedName() || &name == knownAt(name).name) return &name;
-    return keepTargetType(name);
+  /// The number of a name in targetTypes.
+  std::uint32_t numberTargetType(const ustring& name) {
+    KnownType& entry = knownAt(name);
+    if (entry.name != &name) return keepTargetType(name);
+    if (entry.targetType == kNoTargetType) entry.targetType = keepTargetType(name);
+    return entry.targetType;
   }
 
-  [[gnu::noinline]] const ustring* keepTargetType(const ustring& name) {
-    if (lastTargetType != nullptr && *lastTargetType == name) return lastTargetType;
-    if (const auto it = targetTypeByName.find(name); it != targetTypeByName.end())
-      return lastTargetType = it->second;
-    targetTypes.push_back(std::make_unique<ustring>(name));
-    lastTargetType = targetTypes.back().get();
-    targetTypeByName.emplace(*lastTargetType, lastTargetType);
-    return lastTargetType;
+  [[gnu::noinline]] std::uint32_t keepTargetType(const ustring& name) {
+    if (lastTargetType != kNoTargetType && *targetTypes[lastTargetType] == name) return lastTargetType;
+    if (targetTypes.size() > WaitingReference::kMostType)
+      throw ValueError(path() + ": the references name more types than can be told apart");
+    internal::makeRoom(targetTypes);
+    const auto number = static_cast<std::uint32_t>(targetTypes.size());
+    const auto [kept, isNew] = targetTypeByName.emplace(name, number);
+    if (isNew) targetTypes.push_back(&kept->first);
+    return lastTargetType = kept->second;
   }
 
   void keepText(const ustring& text) {
@@ -472,47 +428,48 @@ struct ParseProcessor::Impl {
                             const ustring& id2, const boost::optional<ustring>& qualifier) {
     const SlotPlan& slot = locate(name);
     if (slot.kind != ValueKind::association) failNoReference(slot, name);
-    const ustring* const type = internTargetType(slot, targetType);
-    const TargetName target = nameTarget(id1, id2, qualifier);
-    // Before the placeholder: what is in the model can be resolved.
-    Deferred& reference = deferred.emplace_back(top->record, slot.slot, type, target);
-    ElementRecord* record = top->record;
-    if (slot.many)
-      reference.position = store->append(record, slot.slot, 1);
-    else
-      putSingle(slot, name, 0, internal::kStateUnresolved);
-    reference.entry =
-        static_cast<std::uint8_t>(std::min<std::size_t>(record->count - 1u, Deferred::kFarEntry));
+    const std::uint32_t type = numberTargetType(targetType);
+    const WaitingReference reference = makeWaiting(type, id1, id2, qualifier);
+    noteWaiting(top->record->index);  // before it is in the model: what is there can be resolved
+    if (!store->addWaiting(top->record, slot, reference.asItem())) failSecond(name);
+  }
+
+  void noteWaiting(std::uint32_t index) {
+    if (index / 64 >= waiting.size()) waiting.resize(index / 64 + 1);
+    waiting[index / 64] |= std::uint64_t{1} << (index % 64);
   }
 
   [[noreturn]] [[gnu::noinline]] void failNoReference(const SlotPlan& slot, const ustring& name) const {
     fail(name, "a reference does not fit a property of type " + slot.type->getQualifiedNameUtf8());
   }
 
-  TargetName nameTarget(const ustring& id1, const ustring& id2, const boost::optional<ustring>& qualifier) {
+  WaitingReference makeWaiting(std::uint32_t type, const ustring& id1, const ustring& id2,
+                               const boost::optional<ustring>& qualifier) {
     const std::uint32_t number = !qualifier && isLocal(id1) ? internal::localNumber(id2) : 0;
-    return number != 0 ? TargetName{Deferred::Form::local, number} : keepTexts(id1, id2, qualifier);
+    return number != 0 ? WaitingReference(Form::local, number, type) : keepTexts(type, id1, id2, qualifier);
   }
 
-  [[gnu::noinline]] TargetName keepTexts(const ustring& id1, const ustring& id2,
-                                         const boost::optional<ustring>& qualifier) {
+  [[gnu::noinline]] WaitingReference keepTexts(std::uint32_t type, const ustring& id1, const ustring& id2,
+                                               const boost::optional<ustring>& qualifier) {
     const std::size_t begin = texts.size();
+    if (begin > WaitingReference::kMostId)
+      throw ValueError(path() + ": the texts of the references are too long to be kept");
     keepText(id1);
     keepText(id2);
-    if (!qualifier) return {Deferred::Form::texts, begin};
+    if (!qualifier) return {Form::texts, begin, type};
     keepText(*qualifier);
-    return {Deferred::Form::textsAndQualifier, begin};
+    return {Form::textsAndQualifier, begin, type};
   }
 
   static bool isLocal(const ustring& id1) { return id1.size() == 1 && id1[0] == u'#'; }
 
-  Target findTarget(const Deferred& reference) const {
-    if (reference.form == Deferred::Form::textsAndQualifier) return {};  // in another document
-    if (reference.form == Deferred::Form::local) {
+  Target findTarget(WaitingReference reference) const {
+    if (reference.form() == Form::textsAndQualifier) return {};  // in another document
+    if (reference.form() == Form::local) {
       if (const Target found = locals.find(reference.number()); !found.isNone()) return found;
       return targetOf(identities.find("#", std::to_string(reference.number())));
     }
-    std::size_t at = reference.id;
+    std::size_t at = reference.id();
     const std::string_view id1 = keptText(at);
     return targetOf(identities.find(id1, keptText(at)));
   }
@@ -522,63 +479,42 @@ struct ParseProcessor::Impl {
   }
 
   void processDeferred() {
-    for (std::size_t i = 0; i < deferred.size(); ++i) {
-      prefetchAhead(i);
-      resolve(deferred[i]);
-    }
+    for (std::size_t word = 0; word < waiting.size(); ++word)
+      for (std::uint64_t bits = waiting[word]; bits != 0; bits &= bits - 1)
+        resolveAll(store->record(static_cast<std::uint32_t>(word * 64) +
+                                 static_cast<std::uint32_t>(std::countr_zero(bits))));
     for (ElementRecord* record : forgetful) record->identity = nullptr;
     forgetReferences();
   }
 
-  // What a reference reads and writes is in no cache any more, and one address leads to the next: each is
-  // asked for some references before it is needed. (A call would be dropped: it has no result and no effect
-  // that the compiler knows of.)
-  [[gnu::always_inline]] void prefetchAhead(std::size_t i) const {
-    constexpr std::size_t kAhead = 8;
-    if (i + 2 * kAhead >= deferred.size()) return;
-    const Deferred& far = deferred[i + 2 * kAhead];
-    if (far.form == Deferred::Form::local) locals.prefetch(far.number());
-    __builtin_prefetch(far.from->payloads + far.entry);
-    __builtin_prefetch(far.from->slots() + far.entry);
-    const Deferred& near = deferred[i + kAhead];
-    if (near.entry < near.from->count)
-      __builtin_prefetch(internal::asList(near.from->payloads[near.entry]) + 1);
+  void resolveAll(ElementRecord* record) {
+    internal::forEachWaiting(record, [&](std::uint16_t& entry, std::uint64_t& item) {
+      resolve(record, record->plan->slots[entry & internal::kSlotMask], entry, item);
+    });
   }
 
-  static std::size_t entryOf(const Deferred& reference) {
-    const ElementRecord& from = *reference.from;
-    if (reference.entry < from.count &&
-        (from.slots()[reference.entry] & internal::kSlotMask) == reference.slot)
-      return reference.entry;
-    return static_cast<std::size_t>(from.find(reference.slot));
-  }
-
-  void resolve(const Deferred& reference) {
+  void resolve(const ElementRecord* from, const SlotPlan& slot, std::uint16_t& entry, std::uint64_t& item) {
+    const WaitingReference reference(item);
     const Target target = findTarget(reference);
-    const SlotPlan& slot = reference.from->plan->slots[reference.slot];
-    const std::size_t at = entryOf(reference);
-    std::uint64_t& cell = slot.many
-                              ? internal::asList(reference.from->payloads[at])->items()[reference.position]
-                              : reference.from->payloads[at];
     if (target.isNone()) {
-      cell = asPayload(makeUnresolved(reference)) | (slot.many ? 1u : 0u);
+      item = asPayload(makeUnresolved(reference)) | (slot.many ? 1u : 0u);
       return;
     }
-    const Fitting asked(&slot, reference.targetType, target.plan);
+    const Fitting asked(&slot, reference.type(), target.plan);
     Fitting& right = fitting[slot.slot % fitting.size()];
-    if (right != asked && !hasEnoughProblems() && checkTarget(reference, slot, target)) right = asked;
-    cell = store->referTo(target.index, slot);
-    if (!slot.many) reference.from->slots()[at] = reference.slot;
+    if (right != asked && !hasEnoughProblems() && checkTarget(reference, from, slot, target)) right = asked;
+    item = store->referTo(target.index, slot);
+    if (!slot.many) entry = slot.slot;
   }
 
-  [[gnu::noinline]] bool checkTarget(const Deferred& reference, const SlotPlan& slot, const Target& target) {
-    const auto where = [&] {
-      return pathOf(*store, reference.from) + "." + slot.property->getNameUtf8() + ": ";
-    };
+  [[gnu::noinline]] bool checkTarget(WaitingReference reference, const ElementRecord* from,
+                                     const SlotPlan& slot, const Target& target) {
+    const auto where = [&] { return pathOf(*store, from) + "." + slot.property->getNameUtf8() + ": "; };
     const TypePlan& plan = *store->plansInUse()[target.plan];
     const StructuredType type = plan.type;
-    if (*reference.targetType != type->getQualifiedName())
-      return refuse(where() + "says that it refers to a " + zero::toUtf8(*reference.targetType) + ", but " +
+    const ustring& named = *targetTypes[reference.type()];
+    if (named != type->getQualifiedName())
+      return refuse(where() + "says that it refers to a " + zero::toUtf8(named) + ", but " +
                     pathOf(*store, recordOf(target)) + " is a " + type->getQualifiedNameUtf8());
     if (!ModelStore::fits(slot, plan.cls))
       return refuse(where() + "an element of class " + type->getQualifiedNameUtf8() +
@@ -586,14 +522,14 @@ struct ParseProcessor::Impl {
     return true;
   }
 
-  const internal::UnresolvedRecord* makeUnresolved(const Deferred& reference) {
-    narrow(*reference.targetType, scratch);
-    if (reference.form == Deferred::Form::local)
+  const internal::UnresolvedRecord* makeUnresolved(WaitingReference reference) {
+    narrow(*targetTypes[reference.type()], scratch);
+    if (reference.form() == Form::local)
       return store->makeUnresolved(scratch, "#", std::to_string(reference.number()), nullptr);
-    std::size_t at = reference.id;
+    std::size_t at = reference.id();
     const std::string_view id1 = keptText(at);
     const std::string_view id2 = keptText(at);
-    if (reference.form == Deferred::Form::texts) return store->makeUnresolved(scratch, id1, id2, nullptr);
+    if (reference.form() == Form::texts) return store->makeUnresolved(scratch, id1, id2, nullptr);
     const std::string_view qualifier = keptText(at);
     return store->makeUnresolved(scratch, id1, id2, &qualifier);
   }

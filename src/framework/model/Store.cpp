@@ -276,6 +276,13 @@ std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::u
   return list->size++;
 }
 
+bool ModelStore::addWaiting(ElementRecord* record, const SlotPlan& slot, std::uint64_t item) {
+  if (!slot.many) return add(record, slot.slot, item, kStateUnresolved);
+  append(record, slot.slot, item);
+  record->slots()[place(record, slot.slot, 0)] |= kStateUnresolved;
+  return true;
+}
+
 void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {
   List* list = asList(record->payloads[record->find(slot)]);
   std::memmove(list->items() + position, list->items() + position + 1,

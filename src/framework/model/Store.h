@@ -11,7 +11,8 @@
 ///     child, datatype value   pointer to its record
 ///     reference               number of the target's record, or pointer to an UnresolvedRecord (state
 ///                             bit); a number, so that references can be followed into tables beside the
-///                             model without touching each target
+///                             model without touching each target; while a document is read, what its
+///                             reader remembers of the target instead (isWaiting)
 ///     collection of these     pointer to a List of such payloads; an unresolved reference in a list is
 ///                             marked by the lowest bit of its pointer
 #pragma once
@@ -102,7 +103,7 @@ struct List {
 enum : std::uint16_t {
   kSlotMask = 0x3FFF,
   kStateEmpty = 0x4000,
-  kStateUnresolved = 0x8000,
+  kStateUnresolved = 0x8000,  // of a collection: some of its references may be waiting
 };
 
 struct ElementRecord {
@@ -135,6 +136,10 @@ struct ElementRecord {
 };
 
 inline bool isUnresolved(std::uint64_t item) noexcept { return (item & 1) != 0; }
+/// Marks of an unresolved reference whose target is still to be looked for. Where reading fails it stays,
+/// unresolved and without texts.
+inline constexpr std::uint64_t kWaiting = 3;
+inline bool isWaiting(std::uint64_t item) noexcept { return (item & kWaiting) == kWaiting; }
 /// A reference to the record of an index, and back. Never 0, lowest bit clear.
 inline std::uint64_t asReference(std::uint32_t index) noexcept { return (std::uint64_t{index} + 1) << 1; }
 inline std::uint32_t targetIndex(std::uint64_t item) noexcept {
@@ -143,8 +148,9 @@ inline std::uint32_t targetIndex(std::uint64_t item) noexcept {
 inline ElementRecord* asElement(std::uint64_t item) noexcept {
   return reinterpret_cast<ElementRecord*>(item);  // NOLINT: payloads hold pointers
 }
+/// The record of an unresolved reference; null where it is waiting.
 inline const UnresolvedRecord* asUnresolved(std::uint64_t item) noexcept {
-  return reinterpret_cast<const UnresolvedRecord*>(item & ~std::uint64_t{1});
+  return isWaiting(item) ? nullptr : reinterpret_cast<const UnresolvedRecord*>(item & ~std::uint64_t{1});
 }
 inline const Text* asText(std::uint64_t item) noexcept { return reinterpret_cast<const Text*>(item); }
 inline List* asList(std::uint64_t item) noexcept { return reinterpret_cast<List*>(item); }
@@ -230,6 +236,8 @@ class ModelStore {
   }
   /// Sets a single-valued property, or returns false where it is set already.
   bool add(ElementRecord* record, std::size_t slot, std::uint64_t payload, std::uint16_t state = 0);
+  /// Puts in, or appends, a reference that is waiting, or returns false where a single one is set already.
+  bool addWaiting(ElementRecord* record, const SlotPlan& slot, std::uint64_t item);
   void setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept;
   void erase(ElementRecord* record, std::size_t slot) noexcept;
   /// Makes a collection property set, without entries, unless it is set already.
@@ -324,6 +332,23 @@ inline bool ModelStore::add(ElementRecord* record, std::size_t slot, std::uint64
   if (record->count == before) return false;
   record->payloads[at] = payload;
   return true;
+}
+
+/// Calls `visit(entry, item)` for each waiting reference of a record, with its property's slot entry.
+template <class Visit>
+void forEachWaiting(ElementRecord* record, Visit&& visit) {
+  for (std::uint16_t i = 0; i < record->count; ++i) {
+    std::uint16_t& entry = record->slots()[i];
+    if ((entry & kStateUnresolved) == 0) continue;
+    if (!record->plan->slots[entry & kSlotMask].many) {
+      if (isWaiting(record->payloads[i])) visit(entry, record->payloads[i]);
+      continue;
+    }
+    List* list = asList(record->payloads[i]);
+    for (std::uint32_t k = 0; k < list->size; ++k)
+      if (isWaiting(list->items()[k])) visit(entry, list->items()[k]);
+    entry &= static_cast<std::uint16_t>(~kStateUnresolved);
+  }
 }
 
 /// Path of an element for messages; long paths are shortened in the middle.
