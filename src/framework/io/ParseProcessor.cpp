@@ -36,6 +36,28 @@ using Target = LocalIdentities::Target;
 using Form = WaitingReference::Form;
 
 constexpr std::uint32_t kNoTargetType = ~std::uint32_t{0};
+constexpr std::ptrdiff_t kCacheLine = 64;
+
+/// Where references wait: a record's slot entry.
+struct Place {
+  ElementRecord* record;
+  std::size_t at;
+};
+
+/// Some things to be done together.
+template <class T>
+class Batch {
+ public:
+  void add(const T& item) noexcept { items_[size_++] = item; }
+  bool isFull() const noexcept { return size_ == items_.size(); }
+  void clear() noexcept { size_ = 0; }
+  const T* begin() const noexcept { return items_.data(); }
+  const T* end() const noexcept { return items_.data() + size_; }
+
+ private:
+  std::array<T, 16> items_;
+  std::size_t size_ = 0;
+};
 
 }  // namespace
 
@@ -479,22 +501,47 @@ struct ParseProcessor::Impl {
   }
 
   void processDeferred() {
-    for (std::size_t word = 0; word < waiting.size(); ++word)
-      for (std::uint64_t bits = waiting[word]; bits != 0; bits &= bits - 1)
-        resolveAll(store->record(static_cast<std::uint32_t>(word * 64) +
-                                 static_cast<std::uint32_t>(std::countr_zero(bits))));
+    Batch<ElementRecord*> records;
+    for (std::size_t word = 0; word < waiting.size(); ++word) {
+      for (std::uint64_t bits = waiting[word]; bits != 0; bits &= bits - 1) {
+        const auto bit = static_cast<std::uint32_t>(std::countr_zero(bits));
+        records.add(store->record(static_cast<std::uint32_t>(word * 64) + bit));
+        if (records.isFull()) resolveAll(records);
+      }
+    }
+    resolveAll(records);
     for (ElementRecord* record : forgetful) record->identity = nullptr;
     forgetReferences();
   }
 
-  void resolveAll(ElementRecord* record) {
-    internal::forEachWaiting(record, [&](std::uint16_t& entry, std::uint64_t& item) {
-      resolve(record, record->plan->slots[entry & internal::kSlotMask], entry, item);
-    });
+  // What waits is in no cache any more, and one address leads to the next: each is asked for, for some
+  // records, before it is needed for any of them.
+  void resolveAll(Batch<ElementRecord*>& records) {
+    for (const ElementRecord* record : records) {
+      __builtin_prefetch(record->slots());
+      __builtin_prefetch(record->slots() - kCacheLine / std::ptrdiff_t{sizeof(std::uint16_t)});  // payloads
+    }
+    Batch<Place> places;
+    for (ElementRecord* record : records)
+      internal::forEachUnresolvedEntry(record, [&](std::size_t at) {
+        __builtin_prefetch(internal::asList(record->payloads[at]));  // of a single one no address: harmless
+        places.add({record, at});
+        if (places.isFull()) resolveAll(places);
+      });
+    resolveAll(places);
+    records.clear();
   }
 
-  void resolve(const ElementRecord* from, const SlotPlan& slot, std::uint16_t& entry, std::uint64_t& item) {
+  void resolveAll(Batch<Place>& places) {
+    for (const Place& place : places)
+      internal::forEachWaiting(place.record, place.at, [&](std::uint64_t& item) { resolve(place, item); });
+    places.clear();
+  }
+
+  void resolve(const Place& place, std::uint64_t& item) {
     const WaitingReference reference(item);
+    std::uint16_t& entry = place.record->slots()[place.at];
+    const SlotPlan& slot = place.record->plan->slots[entry & internal::kSlotMask];
     const Target target = findTarget(reference);
     if (target.isNone()) {
       item = asPayload(makeUnresolved(reference)) | (slot.many ? 1u : 0u);
@@ -502,7 +549,8 @@ struct ParseProcessor::Impl {
     }
     const Fitting asked(&slot, reference.type(), target.plan);
     Fitting& right = fitting[slot.slot % fitting.size()];
-    if (right != asked && !hasEnoughProblems() && checkTarget(reference, from, slot, target)) right = asked;
+    if (right != asked && !hasEnoughProblems() && checkTarget(reference, place.record, slot, target))
+      right = asked;
     item = store->referTo(target.index, slot);
     if (!slot.many) entry = slot.slot;
   }

@@ -266,21 +266,15 @@ List* ModelStore::enlarge(List* list) {
   return bigger;
 }
 
-std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::uint64_t item) {
+std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::uint64_t item,
+                                 std::uint16_t state) {
   const std::size_t at = place(record, slot, kStateEmpty);
   std::uint64_t& cell = record->payloads[at];
   List* list = asList(cell);
   if (list == nullptr || list->size == list->capacity) cell = asPayload(list = enlarge(list));
-  if (list->size == 0) record->slots()[at] = static_cast<std::uint16_t>(slot);
+  if (list->size == 0 || state != 0) record->slots()[at] = static_cast<std::uint16_t>(slot | state);
   list->items()[list->size] = item;
   return list->size++;
-}
-
-bool ModelStore::addWaiting(ElementRecord* record, const SlotPlan& slot, std::uint64_t item) {
-  if (!slot.many) return add(record, slot.slot, item, kStateUnresolved);
-  append(record, slot.slot, item);
-  record->slots()[place(record, slot.slot, 0)] |= kStateUnresolved;
-  return true;
 }
 
 void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {

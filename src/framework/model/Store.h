@@ -18,6 +18,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -237,13 +238,17 @@ class ModelStore {
   /// Sets a single-valued property, or returns false where it is set already.
   bool add(ElementRecord* record, std::size_t slot, std::uint64_t payload, std::uint16_t state = 0);
   /// Puts in, or appends, a reference that is waiting, or returns false where a single one is set already.
-  bool addWaiting(ElementRecord* record, const SlotPlan& slot, std::uint64_t item);
+  bool addWaiting(ElementRecord* record, const SlotPlan& slot, std::uint64_t item) {
+    if (!slot.many) return add(record, slot.slot, item, kStateUnresolved);
+    append(record, slot.slot, item, kStateUnresolved);
+    return true;
+  }
   void setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept;
   void erase(ElementRecord* record, std::size_t slot) noexcept;
   /// Makes a collection property set, without entries, unless it is set already.
   void touch(ElementRecord* record, std::size_t slot) { place(record, slot, kStateEmpty); }
-  /// Appends to a collection; returns the position.
-  std::uint32_t append(ElementRecord* record, std::size_t slot, std::uint64_t item);
+  /// Appends to a collection, and adds to its state; returns the position.
+  std::uint32_t append(ElementRecord* record, std::size_t slot, std::uint64_t item, std::uint16_t state = 0);
   /// Takes one item out of a collection; a collection that becomes empty stays set.
   void removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept;
   /// Takes a record out of its container, or out of the roots. It keeps what it contains.
@@ -334,21 +339,33 @@ inline bool ModelStore::add(ElementRecord* record, std::size_t slot, std::uint64
   return true;
 }
 
-/// Calls `visit(entry, item)` for each waiting reference of a record, with its property's slot entry.
+/// Calls `visit(at)` for each of a record's slot entries with the state "unresolved". There are few among
+/// many, and which is not to be foreseen: they are picked out without a branch for each.
 template <class Visit>
-void forEachWaiting(ElementRecord* record, Visit&& visit) {
-  for (std::uint16_t i = 0; i < record->count; ++i) {
-    std::uint16_t& entry = record->slots()[i];
-    if ((entry & kStateUnresolved) == 0) continue;
-    if (!record->plan->slots[entry & kSlotMask].many) {
-      if (isWaiting(record->payloads[i])) visit(entry, record->payloads[i]);
-      continue;
-    }
-    List* list = asList(record->payloads[i]);
-    for (std::uint32_t k = 0; k < list->size; ++k)
-      if (isWaiting(list->items()[k])) visit(entry, list->items()[k]);
-    entry &= static_cast<std::uint16_t>(~kStateUnresolved);
+void forEachUnresolvedEntry(const ElementRecord* record, Visit&& visit) {
+  constexpr std::size_t kAtOnce = 64;
+  const std::uint16_t* const slots = record->slots();
+  for (std::size_t first = 0; first < record->count; first += kAtOnce) {
+    const std::size_t size = std::min<std::size_t>(record->count - first, kAtOnce);
+    std::uint64_t found = 0;
+    for (std::size_t i = 0; i < size; ++i)
+      found |= std::uint64_t{(slots[first + i] & kStateUnresolved) != 0} << i;
+    for (; found != 0; found &= found - 1) visit(first + static_cast<std::size_t>(std::countr_zero(found)));
   }
+}
+
+/// Calls `visit(item)` for each waiting reference of such an entry. A collection has none then.
+template <class Visit>
+void forEachWaiting(ElementRecord* record, std::size_t at, Visit&& visit) {
+  std::uint16_t& entry = record->slots()[at];
+  if (!record->plan->slots[entry & kSlotMask].many) {
+    if (isWaiting(record->payloads[at])) visit(record->payloads[at]);
+    return;
+  }
+  List* list = asList(record->payloads[at]);
+  for (std::uint32_t k = 0; k < list->size; ++k)
+    if (isWaiting(list->items()[k])) visit(list->items()[k]);
+  entry &= kSlotMask;
 }
 
 /// Path of an element for messages; long paths are shortened in the middle.
