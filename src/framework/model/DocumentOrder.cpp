@@ -15,16 +15,19 @@ std::size_t IdentityIndex::hashOf(std::string_view first, std::string_view secon
 
 std::size_t IdentityIndex::place(std::size_t hash, std::string_view first,
                                  std::string_view second) const noexcept {
-  const std::size_t mask = table_.size() - 1;
-  std::size_t at = (hash ^ (hash >> 29)) & mask;
-  while (table_[at].record != nullptr) {
-    const IdentityRecord* identity = table_[at].record->identity;
-    if (table_[at].hash == hash && identity->second->view() == second && identity->first->view() == first)
-      return at;
-    at = (at + 1) & mask;
-  }
+  const auto isIt = [&](const IdentityRecord& identity) {
+    return identity.second->view() == second && identity.first->view() == first;
+  };
+  std::size_t at = begin(hash);
+  while (table_[at].record != nullptr && !(table_[at].hash == hash && isIt(*table_[at].record->identity)))
+    at = next(at);
   return at;
 }
+
+std::size_t IdentityIndex::begin(std::size_t hash) const noexcept {
+  return (hash ^ (hash >> 29)) & (table_.size() - 1);
+}
+std::size_t IdentityIndex::next(std::size_t at) const noexcept { return (at + 1) & (table_.size() - 1); }
 
 ElementRecord* IdentityIndex::add(ElementRecord* record) {
   if ((size_ + 1) * 2 > table_.size()) grow();
@@ -53,8 +56,10 @@ void IdentityIndex::grow() {
   old.swap(table_);
   for (const Entry& entry : old) {
     if (entry.record == nullptr) continue;
-    const IdentityRecord* identity = entry.record->identity;
-    table_[place(entry.hash, identity->first->view(), identity->second->view())] = entry;
+    // No two are the same: the records, which are in no cache any more, need not be looked at.
+    std::size_t at = begin(entry.hash);
+    while (table_[at].record != nullptr) at = next(at);
+    table_[at] = entry;
   }
 }
 

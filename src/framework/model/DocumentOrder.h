@@ -46,6 +46,8 @@ class IdentityIndex {
   };
   static std::size_t hashOf(std::string_view first, std::string_view second) noexcept;
   std::size_t place(std::size_t hash, std::string_view first, std::string_view second) const noexcept;
+  std::size_t begin(std::size_t hash) const noexcept;  // where to look first
+  std::size_t next(std::size_t at) const noexcept;
   void grow();
 
   std::vector<Entry> table_;  // a power of two of places, at most half of them taken
