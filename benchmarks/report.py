@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Makes one results file, one table and one chart of what the benchmark programs measured.
 
-    report.py --peers=FILE [--gate=FILE] [--out=FILE] [--chart=FILE] [--page=FILE]
+    report.py --peers=FILE [--gate=FILE] [--real=FILE] [--out=FILE] [--chart=FILE] [--page=FILE]
+              [--real-page=FILE]
 
---peers: what kr0_bench_peers wrote. --gate: what kr0_bench wrote; its tree rows become a workload.
---out: all figures with their ratios. --chart: an SVG of the 100,000 elements. --page: the tables in Markdown,
-put between the two marks of that page.
+--peers: what kr0_bench_peers wrote. --gate: what kr0_bench wrote; its tree rows become a workload. --real: what
+kr0_bench_real wrote. --out: all figures with their ratios. --chart: an SVG of the 100,000 elements. --page and
+--real-page: the tables in Markdown, put between the two marks of that page.
 """
 import argparse
 import json
@@ -142,6 +143,37 @@ def markdown(report):
     return "\n".join(lines + ["Left out: " + "; ".join(report["skipped"]) + "."])
 
 
+LARGE_DOCUMENT = 1000000  # bytes of the XMI document
+
+
+def real_rows(figures, workload):
+    """Cells of a table for one real model: name, elements, system, figures, and ours over theirs."""
+    operations = ("bytes", "read", "write")
+    for system in ordered(figures, "system"):
+        of = {f["operation"]: f for f in figures if f["system"] == system and f["workload"] == workload}
+        if not of:
+            continue
+        ours = system == OURS
+        name = [workload, f"{int(next(iter(of.values()))['elements']):,}"] if ours else ["", ""]
+        values = [f"{of[o]['value']:,.{0 if o == 'bytes' else 2}f}" if o in of else "" for o in operations]
+        ratios = ["" if ours or o not in of else f"{1 / of[o]['ratio_to_kr0']:.2f}" for o in operations]
+        yield name + [f"**{system}**" if ours else system] + values + ratios
+
+
+def real_markdown(figures, about):
+    large = {f["workload"] for f in figures
+             if f["system"] == "kr0 XMI" and f["operation"] == "bytes" and f["value"] >= LARGE_DOCUMENT}
+    lines = [about, ""]
+    for title, is_large in (("The models of 1 MB and more", True), ("The others", False)):
+        lines += [f"### {title}", "", "| model | elements | system | bytes | read, ms | write, ms | bytes, o/t |"
+                  " read, o/t | write, o/t |", "|---|---:|---|---:|---:|---:|---:|---:|---:|"]
+        for workload in ordered(figures, "workload"):
+            if (workload in large) == is_large:
+                lines += ["| " + " | ".join(row) + " |" for row in real_rows(figures, workload)]
+        lines.append("")
+    return "\n".join(lines[:-1])
+
+
 def put_into_page(path, text):
     with open(path, encoding="utf-8") as page:
         before, rest = page.read().split(BEGIN)
@@ -191,7 +223,7 @@ def load_json(path):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    for option in ("--peers", "--gate", "--out", "--chart", "--page", "--load"):
+    for option in ("--peers", "--gate", "--real", "--out", "--chart", "--page", "--real-page", "--load"):
         parser.add_argument(option, required=option == "--peers")
     options = parser.parse_args()
     peers = load_json(options.peers)
@@ -205,16 +237,20 @@ def main():
     report = {"results": results, "skipped": peers["skipped"], "machine": machine(), "compiler": peers["compiler"],
               "load": f"{options.load}, {load}" if options.load else load, "date": time.strftime("%Y-%m-%d")}
     print_table(report)
+    real = load_json(options.real) if options.real else []
     if options.out:
         about = {key: report[key] for key in ("machine", "compiler", "load", "date")}
         with open(options.out, "w", encoding="utf-8") as out:
-            json.dump([{**result, **about} for result in results], out, indent=1)
+            json.dump([{**result, **about} for result in results + real], out, indent=1)
             out.write("\n")
     if options.chart:
         with open(options.chart, "w", encoding="utf-8") as out:
             out.write(chart(results))
     if options.page:
         put_into_page(options.page, markdown(report))
+    if options.real_page and real:
+        put_into_page(options.real_page, real_markdown(
+            real, f"{report['date']}; {report['machine']}; load average {report['load']}; g++ {report['compiler']}."))
 
 
 if __name__ == "__main__":

@@ -46,11 +46,10 @@ load=$(cut -d ' ' -f 1 /proc/loadavg)
 $build/benchmarks/kr0_bench --json=$build/gate.json --benchmark_repetitions=5
 echo "== the peers, workload by workload"
 $build/benchmarks/peers/kr0_bench_peers --json=$build/peers.json
+echo "== real models"
+benchmarks/real/run.sh $build $build/real.json
 into_page=()
-[ $page = no ] || into_page=(--chart=docs/benchmarks/library.svg --page=docs/benchmarks/README.md)
-python3 benchmarks/report.py --peers=$build/peers.json --gate=$build/gate.json --load="$load" \
-  --out=$build/results.json ${into_page[@]+"${into_page[@]}"}
-if [ -x benchmarks/real/run.sh ]; then
-  echo "== real models"
-  benchmarks/real/run.sh $build $build/real.json
-fi
+[ $page = no ] || into_page=(--chart=docs/benchmarks/library.svg --page=docs/benchmarks/README.md
+  --real-page=docs/benchmarks/real-models.md)
+python3 benchmarks/report.py --peers=$build/peers.json --gate=$build/gate.json --real=$build/real.json \
+  --load="$load" --out=$build/results.json ${into_page[@]+"${into_page[@]}"}

@@ -47,7 +47,8 @@ nlohmann::json entryOf(const Figures& figures, const RealModel& model, const std
                           {"system", system},
                           {"operation", operation},
                           {"value", value},
-                          {"unit", unitOf(operation)}};
+                          {"unit", unitOf(operation)},
+                          {"elements", figures.find(model.name, referenceSystem, "elements").value_or(0)}};
   const std::optional<double> ratio = ratioToReference(figures, model.name, system, operation);
   entry["ratio_to_kr0"] = ratio ? nlohmann::json(*ratio) : nlohmann::json();
   return entry;
