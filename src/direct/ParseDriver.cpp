@@ -108,9 +108,15 @@ void BinaryParseContext::readPrimitiveValue(PropertyEntry& property, meta::Type 
     case TypeCode::structured:
     case TypeCode::standardText:
     case TypeCode::userDefined:
-      reader_.readUtf16(text_);
-      return processor_.setValue(name, text_);
+      return processor_.setValue(name, readTextValue());
   }
+}
+
+const ustring& BinaryParseContext::readTextValue() {
+  const std::string_view utf8 = reader_.readText();
+  ustring& text = utf8.size() < shortTexts_.size() ? shortTexts_[utf8.size()] : longText_;
+  reader_.toUtf16(utf8, text);
+  return text;
 }
 
 void BinaryParseContext::readReferences(PropertyEntry& property, PropertyCategory category) {

@@ -2,6 +2,7 @@
 /// Internal: the loop that reads a document of the direct format into a ParseProcessor.
 #pragma once
 
+#include <array>
 #include <boost/optional.hpp>
 #include <cstdint>
 #include <string_view>
@@ -51,6 +52,7 @@ class BinaryParseContext {
   inline void readPrimitiveValue(PropertyEntry& property, meta::Type type);
   inline void readReferences(PropertyEntry& property, PropertyCategory category);
   inline const ustring& readTargetType(PropertyEntry& property);
+  inline const ustring& readTextValue();
   inline bool pushRoot();
   inline bool pushDatatype(PropertyEntry& property);
   inline bool pushComposition(PropertyEntry& property);
@@ -69,7 +71,10 @@ class BinaryParseContext {
 
   // Texts on their way; used again and again.
   ustring typeName_;
-  ustring text_;
+  // Values: the short ones in a string for each length, because to change a string's length costs more than
+  // to convert a text of that length.
+  std::array<ustring, 48> shortTexts_;
+  ustring longText_;
   ustring id1_;
   ustring id2_;
   boost::optional<ustring> qualifier_;

@@ -400,6 +400,29 @@ TEST(Converter, TheOutputKeepsItsCapacity) {
   EXPECT_EQ(out.capacity(), capacity);
 }
 
+TEST(Converter, WhatTheOutputHeldBeforeDoesNotMatter) {
+  const fl::i18n::codecvt_string_to_ustring converter("UTF8", true);
+  for (std::size_t size = 1; size <= 40; ++size) {
+    const std::u16string before(size, u'x');
+    std::u16string out = before;
+    ASSERT_TRUE(converter.convert(std::string(size, 'a'), out));
+    EXPECT_EQ(out, std::u16string(size, u'a'));
+    for (std::size_t at = 0; at < size; ++at) {
+      std::string text(size, 'a');
+      text[at] = '\x80';
+      out = before;
+      EXPECT_FALSE(converter.convert(text, out)) << size << " at " << at;
+      EXPECT_EQ(out, u"");
+      if (at + 1 == size) continue;
+      text[at] = '\xC3';
+      text[at + 1] = '\xA9';
+      out = before;
+      EXPECT_TRUE(converter.convert(text, out)) << size << " at " << at;
+      EXPECT_EQ(out, std::u16string(at, u'a') + u'\u00E9' + std::u16string(size - at - 2, u'a'));
+    }
+  }
+}
+
 TEST(Ustring, ConvertsThereAndBack) {
   EXPECT_EQ(kr::zero::toUstring("na\xC3\xAFve \xF0\x9F\x98\x80"), u"na\u00EFve \U0001F600");
   EXPECT_EQ(kr::zero::toUtf8(u"na\u00EFve \U0001F600"), "na\xC3\xAFve \xF0\x9F\x98\x80");

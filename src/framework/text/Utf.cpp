@@ -11,7 +11,8 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
-#include <type_traits>
+
+#include "fl/i18n/ascii.h"
 
 namespace fl::i18n::internal {
 
@@ -27,10 +28,6 @@ bool isAscii(char unit) { return static_cast<unsigned char>(unit) < kFirstTwoByt
 bool isAscii(char16_t unit) { return unit < kFirstTwoByte; }
 bool isLeadSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 bool isTrailSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
-
-// The bits that no ASCII unit has, in each unit of a word.
-template <class Unit>
-constexpr std::uint64_t kNotAscii = sizeof(Unit) == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
 
 // Number of ASCII units before the first other one of a block.
 template <class Unit>
@@ -52,41 +49,6 @@ std::size_t countAscii(const Unit* block) {
   return units;
 }
 
-template <class Unit, std::size_t size>
-using Block __attribute__((vector_size(size * sizeof(Unit)))) =
-    std::conditional_t<sizeof(Unit) == 1, std::uint8_t, std::uint16_t>;
-
-template <std::size_t size = kBlock, class In, class Out>
-void copyBlock(const In* in, Out* out) {
-  Block<In, size> block;
-  std::memcpy(&block, in, sizeof block);
-  const auto converted = __builtin_convertvector(block, Block<Out, size>);
-  std::memcpy(out, &converted, sizeof converted);
-}
-
-// Copies a text shorter than a block where all of it is ASCII: by halves of a block. Half of all texts
-// are such names and numbers, and a loop over their units would be mispredicted at most ends.
-template <class In, class Out>
-bool copyShort(const In* in, std::size_t size, Out* out) {
-  using One = std::conditional_t<sizeof(In) == 1, std::uint8_t, std::uint16_t>;
-  using Two = std::conditional_t<sizeof(In) == 1, std::uint16_t, std::uint32_t>;
-  using Four = std::conditional_t<sizeof(In) == 1, std::uint32_t, std::uint64_t>;
-  std::uint64_t all = 0;
-  const auto copy = [&]<class Word>(Word word) {
-    constexpr std::size_t kUnits = sizeof(Word) / sizeof(In);
-    if ((size & kUnits) == 0) return;
-    std::memcpy(&word, in, sizeof word);
-    all |= word;
-    copyBlock<kUnits>(in, out);
-    in += kUnits;
-    out += kUnits;
-  };
-  copy(Four{});
-  copy(Two{});
-  copy(One{});
-  return (all & kNotAscii<In>) == 0;
-}
-
 // Where a conversion stands. There is always room for as many units of output as of input are left.
 template <class In, class Out>
 struct Position {
@@ -96,15 +58,15 @@ struct Position {
 
 // Copies ASCII units up to the first other one or to `end`.
 template <class In, class Out>
-[[gnu::always_inline]] inline Position<In, Out> copyAscii(Position<In, Out> at, const In* begin,
-                                                          const In* end) {
+[[gnu::always_inline]] inline Position<In, Out> copyAsciiRun(Position<In, Out> at, const In* begin,
+                                                             const In* end) {
   for (; static_cast<std::size_t>(end - at.in) >= kBlock; at.in += kBlock, at.out += kBlock) {
-    copyBlock(at.in, at.out);  // all of it; what stands behind the ASCII units is overwritten later
+    copyBlock<kBlock>(at.in, at.out);  // all of it; what stands behind the ASCII units is overwritten later
     if (const std::size_t ascii = countAscii(at.in); ascii != kBlock) return {at.in + ascii, at.out + ascii};
   }
   const auto rest = static_cast<std::size_t>(end - at.in);
   if (static_cast<std::size_t>(end - begin) >= kBlock && countAscii(end - kBlock) == kBlock) {
-    copyBlock(end - kBlock, at.out + rest - kBlock);  // once more what it shares with what is copied
+    copyBlock<kBlock>(end - kBlock, at.out + rest - kBlock);  // once more what it shares with what is copied
     return {end, at.out + rest};
   }
   while (at.in != end && isAscii(*at.in)) *at.out++ = static_cast<Out>(*at.in++);
@@ -176,7 +138,7 @@ template <class In, class Out>
 Out* convert(Position<In, Out> at, std::basic_string_view<In> in) {
   const In* const end = in.data() + in.size();
   for (;;) {
-    at = copyAscii(at, in.data(), end);
+    at = copyAsciiRun(at, in.data(), end);
     if (at.in == end) return at.out;
     at = convertCharacter(at, end);
     if (at.out == nullptr) return nullptr;
@@ -230,14 +192,14 @@ std::u16string replaceLoneSurrogates(std::u16string_view in) {
 
 bool utf8ToUtf16(std::string_view in, std::u16string& out) {
   setSize(out, in.size());
-  if (in.size() < kBlock && copyShort(in.data(), in.size(), out.data())) return true;
+  if (copyAscii(in.data(), in.size(), out.data())) return true;
   return convertInto(in, out);
 }
 
 bool utf16ToUtf8(std::u16string_view in, std::string& out) {
   out.resize(in.size());
   const char16_t* const end = in.data() + in.size();
-  const auto [position, written] = copyAscii<char16_t, char>({in.data(), out.data()}, in.data(), end);
+  const auto [position, written] = copyAsciiRun<char16_t, char>({in.data(), out.data()}, in.data(), end);
   if (position == end) return true;
   const auto ascii = static_cast<std::size_t>(written - out.data());
   out.resize(ascii + maxConverted(in.substr(ascii)));
@@ -245,7 +207,7 @@ bool utf16ToUtf8(std::u16string_view in, std::string& out) {
 }
 
 char* utf16ToUtf8(std::u16string_view in, char* out) {
-  if (in.size() < kBlock && copyShort(in.data(), in.size(), out)) return out + in.size();
+  if (copyAscii(in.data(), in.size(), out)) return out + in.size();
   return convert<char16_t, char>({in.data(), out}, in);
 }
 
