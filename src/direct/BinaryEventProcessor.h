@@ -54,7 +54,6 @@ class BinaryEventProcessor final : public EventProcessor {
 
   /// Sets or clears both association bits of the first mask.
   void setShouldSerializeAssociations(bool should);
-  const CategoryMasks& getCategoryMasks() const noexcept { return categoryMasks_; }
   /// The bytes of the document, until the next one starts.
   const values::ByteBuffer& getBytes() const noexcept { return bytes_; }
 

@@ -402,7 +402,7 @@ TEST(Converter, TheOutputKeepsItsCapacity) {
 
 TEST(Converter, WhatTheOutputHeldBeforeDoesNotMatter) {
   const fl::i18n::codecvt_string_to_ustring converter("UTF8", true);
-  for (std::size_t size = 1; size <= 40; ++size) {
+  for (std::size_t size = 1; size <= 80; ++size) {
     const std::u16string before(size, u'x');
     std::u16string out = before;
     ASSERT_TRUE(converter.convert(std::string(size, 'a'), out));

@@ -410,11 +410,9 @@ class Walk {
     }
   }
 
-  /// The values of a collection.
+  /// The values of a collection, of which the step knows that it is one.
   static Values valuesOf(std::uint16_t entry, std::uint64_t payload) {
-    if ((entry & internal::kStateEmpty) != 0) return {};
-    const internal::List* const list = internal::asList(payload);
-    return {list->items(), list->size, false};
+    return (entry & internal::kStateEmpty) != 0 ? Values() : ModelStore::valuesOfList(payload);
   }
 
   [[gnu::noinline]] void visitTexts(const Step& step, const Values& values) {

@@ -263,7 +263,11 @@ class ModelStore {
     if ((entry & kStateEmpty) != 0) return {};
     if (!record->plan->slots[entry & kSlotMask].many)
       return {record->payloads + at, 1, (entry & kStateUnresolved) != 0};
-    const List* list = asList(record->payloads[at]);
+    return valuesOfList(record->payloads[at]);
+  }
+  /// The same for the payload of a collection that is not empty.
+  static Values valuesOfList(std::uint64_t payload) noexcept {
+    const List* list = asList(payload);
     return {list->items(), list->size, false};
   }
   static PropertyState state(const ElementRecord* record, std::size_t slot) noexcept;

@@ -192,7 +192,7 @@ std::u16string replaceLoneSurrogates(std::u16string_view in) {
 
 bool utf8ToUtf16(std::string_view in, std::u16string& out) {
   setSize(out, in.size());
-  if (copyAscii(in.data(), in.size(), out.data())) return true;
+  if (copyShortAscii(in.data(), in.size(), out.data())) return true;
   return convertInto(in, out);
 }
 
@@ -207,7 +207,7 @@ bool utf16ToUtf8(std::u16string_view in, std::string& out) {
 }
 
 char* utf16ToUtf8(std::u16string_view in, char* out) {
-  if (copyAscii(in.data(), in.size(), out)) return out + in.size();
+  if (copyShortAscii(in.data(), in.size(), out)) return out + in.size();
   return convert<char16_t, char>({in.data(), out}, in);
 }
 

@@ -80,4 +80,12 @@ bool copyAscii(const In* in, std::size_t size, Out* out) {
   return (first | middle | last) < 0x80;
 }
 
+/// The same for a short text, and false for any other: a long one is likelier to hold some other letter, and
+/// would then be gone through twice.
+template <class In, class Out>
+bool copyShortAscii(const In* in, std::size_t size, Out* out) {
+  constexpr std::size_t kMost = 64;
+  return size <= kMost && copyAscii(in, size, out);
+}
+
 }  // namespace fl::i18n::internal

@@ -27,7 +27,7 @@ class KR0_FRAMEWORK_API codecvt_string_to_ustring {
   /// Threads: may be called from many at once.
   [[nodiscard]] bool convert(std::string_view in, std::u16string& out) const {
     // A string that has held a text of this length need not change its own.
-    if (in.size() == out.size() && internal::copyAscii(in.data(), in.size(), out.data())) return true;
+    if (in.size() == out.size() && internal::copyShortAscii(in.data(), in.size(), out.data())) return true;
     return convertOther(in, out);
   }
 
