@@ -9,34 +9,6 @@ namespace modeling::sylvan::grammar {
 
 namespace {
 
-ReturnType send(Processor& processor, SylvanEventCode code, const SylvanPrimitive& primitive) {
-  switch (code) {
-    case SylvanEventCode::startDocument:
-      return processor.startDocument(primitive);
-    case SylvanEventCode::endDocument:
-      return processor.endDocument();
-    case SylvanEventCode::startStruct:
-      return processor.startStruct();
-    case SylvanEventCode::endStruct:
-      return processor.endStruct();
-    case SylvanEventCode::startNamedEntry:
-      return processor.startNamedEntry(primitive);
-    case SylvanEventCode::endNamedEntry:
-      return processor.endNamedEntry();
-    case SylvanEventCode::startSequence:
-      return processor.startSequence();
-    case SylvanEventCode::endSequence:
-      return processor.endSequence();
-    case SylvanEventCode::startMetadata:
-      return processor.startMetadata();
-    case SylvanEventCode::endMetadata:
-      return processor.endMetadata();
-    case SylvanEventCode::writePrimitive:
-      return processor.writePrimitive(primitive);
-  }
-  throw GrammarException("no event has the kind " + std::to_string(static_cast<unsigned>(code)));
-}
-
 const Rule& resolve(const Rule& rule) {
   const Rule* target = &rule;
   while (target->kind() == RuleKind::alias) target = target->getSubRules().front();
@@ -56,10 +28,12 @@ ProcessorStack::ProcessorStack()
 
 ProcessorStack::~ProcessorStack() = default;
 
-void ProcessorStack::doProcess(SylvanEventCode code, const SylvanPrimitive& primitive) {
+void ProcessorStack::doProcess(SylvanEventCode code, const SylvanPrimitive&) {
+  if (code > SylvanEventCode::writePrimitive)
+    throw GrammarException("no event has the kind " + std::to_string(static_cast<unsigned>(code)));
   passed_ = {};
   try {
-    route(code, primitive);
+    route(code);
   } catch (const TracingException& failure) {
     if (height_ < 2) throw;
     throw TracingException(traceBelowTop(), failure);
@@ -68,46 +42,98 @@ void ProcessorStack::doProcess(SylvanEventCode code, const SylvanPrimitive& prim
 
 // Ends because every rule that is delegated to is either done with the event or one step further inside, and
 // no rule begins with itself.
-void ProcessorStack::route(SylvanEventCode code, const SylvanPrimitive& primitive) {
-  for (;;) {
-    while (isTopDone()) release();
-    if (height_ == 0) refuse(code, passed_);
-    const ReturnType answer = send(*processors_[height_ - 1], code, primitive);
-    switch (answer.kind) {
-      case ReturnType::Kind::accepted:
-        return;
-      case ReturnType::Kind::finished:
-        release();
-        break;
-      case ReturnType::Kind::delegated:
-        select(*answer.rule);
-        break;
-    }
+void ProcessorStack::route(SylvanEventCode code) {
+  for (dropEnded();;) {
+    ReturnType answer = askTop(code);
+    while (answer.kind == ReturnType::Kind::delegated)
+      answer = open(*answer.rule, [&](auto& processor) { return ask(processor, code); });
+    if (answer.kind == ReturnType::Kind::accepted) return;
+    --height_;
+    dropEnded();
   }
 }
 
-void ProcessorStack::select(const Rule& rule) {
-  // Of the two, the codes are the last to grow.
-  if (height_ == codes_.size()) makeRoom();
-  selectKind(resolve(rule));
+// Saves asking those who would say that they are finished: most of what an event finds on top.
+inline void ProcessorStack::dropEnded() noexcept {
+  while (height_ > 0 && hasEnded(codes_[height_ - 1])) --height_;
 }
 
-void ProcessorStack::selectKind(const Rule& rule) {
+inline bool ProcessorStack::hasEnded(Code top) const noexcept {
+  return (top == Code::terminal && terminal_.hasBegun()) || (top == Code::choice && choice_.hasBegun()) ||
+         (top == Code::optional && optional_.hasBegun());
+}
+
+// An event passes several processors, so they are called as what they are known to be, without virtual calls.
+inline ReturnType ProcessorStack::askTop(SylvanEventCode code) {
+  if (height_ == 0) refuse(code, passed_);
+  Processor& top = *processors_[height_ - 1];
+  switch (codes_[height_ - 1]) {
+    case Code::empty:
+      return ask(empty_, code);
+    case Code::terminal:
+      return ask(terminal_, code);
+    case Code::action:
+      return ask(top, code);
+    case Code::choice:
+      return ask(choice_, code);
+    case Code::optional:
+      return ask(optional_, code);
+    case Code::repetition:
+      return ask(static_cast<RepetitionProcessor&>(top), code);
+    case Code::sequence:
+      break;
+  }
+  return ask(static_cast<SequenceProcessor&>(top), code);
+}
+
+template <class ProcessorClass>
+ReturnType ProcessorStack::ask(ProcessorClass& processor, SylvanEventCode code) {
+  return processor.process(code);
+}
+
+inline ReturnType ProcessorStack::ask(Processor&, SylvanEventCode code) { return askAction(code); }
+
+inline ReturnType ProcessorStack::ask(RepetitionProcessor& repetition, SylvanEventCode code) {
+  const ReturnType answer = repetition.process(code);
+  if (answer.kind == ReturnType::Kind::finished) {
+    passed_ |= repetition.getRule().getSubRules().front()->getStart();
+    repetitions_.release(repetition);
+  }
+  return answer;
+}
+
+// A sequence cannot tell by itself that its last sub rule has ended. The one at the bottom gets one more
+// event, and refuses it.
+inline ReturnType ProcessorStack::ask(SequenceProcessor& sequence, SylvanEventCode code) {
+  if (!sequence.isExhausted() || height_ == 1) return sequence.process(code);
+  sequences_.release(sequence);
+  return ReturnType::finish();
+}
+
+void ProcessorStack::select(const Rule& rule) {
+  open(rule, [](const Processor&) { return ReturnType::accept(); });
+}
+
+template <class Visit>
+ReturnType ProcessorStack::open(const Rule& outer, Visit visit) {
+  // Of the two, the codes are the last to grow.
+  if (height_ == codes_.size()) makeRoom();
+  const Rule& rule = resolve(outer);
   switch (rule.kind()) {
     case RuleKind::empty:
-      return push(empty_, Code::empty, rule);
+      return visit(push(empty_, Code::empty, rule));
     case RuleKind::terminal:
-      return push(terminal_, Code::terminal, rule);
+      return visit(push(terminal_, Code::terminal, rule));
     case RuleKind::choice:
-      return push(choice_, Code::choice, rule);
+      return visit(push(choice_, Code::choice, rule));
     case RuleKind::optional:
-      return push(optional_, Code::optional, rule);
+      return visit(push(optional_, Code::optional, rule));
     case RuleKind::repetition:
-      return push(repetitions_.take(), Code::repetition, rule);
+      return visit(push(repetitions_.take(), Code::repetition, rule));
     case RuleKind::sequence:
-      return push(sequences_.take(), Code::sequence, rule);
+      return visit(push(sequences_.take(), Code::sequence, rule));
     case RuleKind::action:
-      return push(getActionProcessor(), Code::action, rule);
+      return visit(push(getActionProcessor(), Code::action, rule));
     case RuleKind::alias:
       break;
   }
@@ -115,51 +141,19 @@ void ProcessorStack::selectKind(const Rule& rule) {
                          std::to_string(static_cast<unsigned>(rule.kind())));
 }
 
-void ProcessorStack::push(Processor& processor, Code code, const Rule& rule) {
+template <class ProcessorClass>
+ProcessorClass& ProcessorStack::push(ProcessorClass& processor, Code code, const Rule& rule) {
   processor.init(rule);
   processors_[height_] = &processor;
   codes_[height_] = code;
   ++height_;
+  return processor;
 }
 
 void ProcessorStack::makeRoom() {
   const std::size_t room = 2 * height_ + 16;
   processors_.resize(room);
   codes_.resize(room);
-}
-
-void ProcessorStack::release() {
-  --height_;
-  Processor& processor = *processors_[height_];
-  const Code code = codes_[height_];
-  if (code == Code::repetition) {
-    auto& repetition = static_cast<RepetitionProcessor&>(processor);
-    passed_ |= repetition.getRule().getSubRules().front()->getStart();
-    repetitions_.release(repetition);
-  } else if (code == Code::sequence) {
-    sequences_.release(static_cast<SequenceProcessor&>(processor));
-  }
-}
-
-// For most, this only saves asking: they would answer that they are finished. A sequence cannot tell by
-// itself that its last sub rule has ended; the one at the bottom gets one more event, and refuses it.
-bool ProcessorStack::isTopDone() const noexcept {
-  if (height_ == 0) return false;
-  switch (codes_[height_ - 1]) {
-    case Code::terminal:
-      return terminal_.hasBegun();
-    case Code::choice:
-      return choice_.hasBegun();
-    case Code::optional:
-      return optional_.hasBegun();
-    case Code::sequence:
-      return height_ > 1 && static_cast<const SequenceProcessor&>(*processors_[height_ - 1]).isExhausted();
-    case Code::empty:
-    case Code::action:
-    case Code::repetition:
-      break;
-  }
-  return false;
 }
 
 std::string ProcessorStack::traceBelowTop() const {

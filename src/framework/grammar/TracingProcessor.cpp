@@ -1,7 +1,5 @@
 #include "modeling/sylvan/grammar/TracingProcessor.h"
 
-#include <exception>
-
 #include "modeling/sylvan/grammar/GrammarException.h"
 
 namespace modeling::sylvan::grammar {
@@ -11,13 +9,8 @@ TracingProcessor::TracingProcessor(const TracingProcessor&) = default;
 TracingProcessor& TracingProcessor::operator=(const TracingProcessor&) = default;
 TracingProcessor::~TracingProcessor() = default;
 
-template <class Hook>
-ReturnType TracingProcessor::guard(Hook hook) {
-  try {
-    return hook();
-  } catch (const std::exception& failure) {
-    throw TracingException(name(), failure);
-  }
+void TracingProcessor::throwTraced(const std::exception& failure) const {
+  throw TracingException(name(), failure);
 }
 
 ReturnType TracingProcessor::startDocument(const SylvanPrimitive& value) {

@@ -22,6 +22,7 @@ class ProcessorManager : public ProcessorStack {
 
  private:
   Processor& getActionProcessor() noexcept override { return action_; }
+  ReturnType askAction(SylvanEventCode code) override { return action_.process(code); }
 
   ActionProcessor<Blackboard> action_;
 };

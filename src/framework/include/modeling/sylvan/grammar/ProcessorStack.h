@@ -71,13 +71,24 @@ class KR0_FRAMEWORK_API ProcessorStack {
  private:
   /// The one processor for rules that act on the blackboard.
   virtual Processor& getActionProcessor() noexcept = 0;
+  /// What it says to the event.
+  virtual ReturnType askAction(SylvanEventCode code) = 0;
 
-  void route(SylvanEventCode code, const SylvanPrimitive& primitive);
-  void selectKind(const Rule& rule);
-  void push(Processor& processor, Code code, const Rule& rule);
+  void route(SylvanEventCode code);
+  void dropEnded() noexcept;
+  bool hasEnded(Code top) const noexcept;
+  ReturnType askTop(SylvanEventCode code);
+  template <class ProcessorClass>
+  ReturnType ask(ProcessorClass& processor, SylvanEventCode code);
+  ReturnType ask(Processor& action, SylvanEventCode code);
+  ReturnType ask(RepetitionProcessor& repetition, SylvanEventCode code);
+  ReturnType ask(SequenceProcessor& sequence, SylvanEventCode code);
+  /// Puts a processor for the rule on top and gives what `visit` says of it.
+  template <class Visit>
+  ReturnType open(const Rule& outer, Visit visit);
+  template <class ProcessorClass>
+  ProcessorClass& push(ProcessorClass& processor, Code code, const Rule& rule);
   void makeRoom();
-  void release();
-  bool isTopDone() const noexcept;
   std::string traceBelowTop() const;
 
   /// Two stacks of the same height. Only the first `height_` entries mean anything, the rest is room.

@@ -15,7 +15,11 @@ class KR0_FRAMEWORK_API RepetitionProcessor final : public UniformProcessor<Repe
   RepetitionProcessor& operator=(const RepetitionProcessor&);
   ~RepetitionProcessor() override;
 
-  void init(const Rule& rule) override;
+  void init(const Rule& rule) override {
+    rule_ = &rule;
+    current_ = nullptr;
+    finished_ = false;
+  }
   std::string name() const override;
 
   /// The rule served.
@@ -26,7 +30,20 @@ class KR0_FRAMEWORK_API RepetitionProcessor final : public UniformProcessor<Repe
 
  private:
   friend class UniformProcessor<RepetitionProcessor>;
-  ReturnType step(SylvanEventCode code);
+
+  ReturnType step(SylvanEventCode code) {
+    if (finished_) failFinished();
+    const Rule& subRule = *rule_->getSubRules().front();
+    if (subRule.startsWith(code)) {
+      current_ = &subRule;
+      return ReturnType::delegate(subRule);
+    }
+    finished_ = true;
+    current_ = nullptr;
+    return ReturnType::finish();
+  }
+
+  [[noreturn]] static void failFinished();
 
   const Rule* rule_ = nullptr;
   const Rule* current_ = nullptr;

@@ -16,7 +16,11 @@ class KR0_FRAMEWORK_API SequenceProcessor final : public UniformProcessor<Sequen
   SequenceProcessor& operator=(const SequenceProcessor&);
   ~SequenceProcessor() override;
 
-  void init(const Rule& rule) override;
+  void init(const Rule& rule) override {
+    rule_ = &rule;
+    next_ = 0;
+    count_ = rule.getSubRules().size();
+  }
   std::string name() const override;
 
   /// Whether all sub rules have been handed out.
@@ -26,7 +30,13 @@ class KR0_FRAMEWORK_API SequenceProcessor final : public UniformProcessor<Sequen
 
  private:
   friend class UniformProcessor<SequenceProcessor>;
-  ReturnType step(SylvanEventCode code);
+
+  ReturnType step(SylvanEventCode) {
+    if (next_ >= count_) failExhausted();
+    return ReturnType::delegate(*rule_->getSubRules()[next_++]);
+  }
+
+  [[noreturn]] static void failExhausted();
 
   const Rule* rule_ = nullptr;
   std::size_t next_ = 0;

@@ -7,6 +7,8 @@
 /// "begun" is all that an outer rule needs to know.
 #pragma once
 
+#include <utility>
+
 #include "modeling/sylvan/grammar/UniformProcessor.h"
 
 namespace modeling::sylvan::grammar {
@@ -16,12 +18,12 @@ class KR0_FRAMEWORK_API EmptyProcessor final : public UniformProcessor<EmptyProc
  public:
   EmptyProcessor();
   ~EmptyProcessor() override;
-  void init(const Rule& rule) override;
+  void init(const Rule&) override {}
   std::string name() const override;
 
  private:
   friend class UniformProcessor<EmptyProcessor>;
-  ReturnType step(SylvanEventCode code);
+  ReturnType step(SylvanEventCode) { return ReturnType::finish(); }
 };
 
 /// Accepts one event of its kind and ends at the next event.
@@ -31,14 +33,25 @@ class KR0_FRAMEWORK_API TerminalProcessor final : public UniformProcessor<Termin
   ///        Must outlive the processor.
   explicit TerminalProcessor(const EventKinds& passed);
   ~TerminalProcessor() override;
-  void init(const Rule& rule) override;
+  void init(const Rule& rule) override {
+    rule_ = &rule;
+    begun_ = false;
+  }
   std::string name() const override;
   /// Whether the rule has had its first event, so that the next one ends it.
   bool hasBegun() const noexcept { return begun_; }
 
  private:
   friend class UniformProcessor<TerminalProcessor>;
-  ReturnType step(SylvanEventCode code);
+
+  ReturnType step(SylvanEventCode code) {
+    if (begun_) return ReturnType::finish();
+    if (!rule_->startsWith(code)) fail(code);
+    begun_ = true;
+    return ReturnType::accept();
+  }
+
+  [[noreturn]] void fail(SylvanEventCode code) const;
 
   const EventKinds& passed_;
   const Rule* rule_ = nullptr;
@@ -51,15 +64,31 @@ class KR0_FRAMEWORK_API ChoiceProcessor final : public UniformProcessor<ChoicePr
   /// @param passed as for TerminalProcessor.
   explicit ChoiceProcessor(const EventKinds& passed);
   ~ChoiceProcessor() override;
-  void init(const Rule& rule) override;
+  void init(const Rule& rule) override {
+    rule_ = &rule;
+    begun_ = false;
+  }
   std::string name() const override;
   /// As for TerminalProcessor.
   bool hasBegun() const noexcept { return begun_; }
 
  private:
   friend class UniformProcessor<ChoiceProcessor>;
-  ReturnType step(SylvanEventCode code);
-  const Rule& choose(SylvanEventCode code) const;
+
+  ReturnType step(SylvanEventCode code) {
+    if (begun_) return ReturnType::finish();
+    const Rule& alternative = choose(code);
+    begun_ = true;
+    return ReturnType::delegate(alternative);
+  }
+
+  const Rule& choose(SylvanEventCode code) const {
+    for (const Rule* alternative : rule_->getSubRules())
+      if (alternative->startsWith(code)) return *alternative;
+    return chooseEmpty(code);
+  }
+
+  const Rule& chooseEmpty(SylvanEventCode code) const;
 
   const EventKinds& passed_;
   const Rule* rule_ = nullptr;
@@ -73,14 +102,24 @@ class KR0_FRAMEWORK_API OptionalProcessor final : public UniformProcessor<Option
   ///        processor.
   explicit OptionalProcessor(EventKinds& passed);
   ~OptionalProcessor() override;
-  void init(const Rule& rule) override;
+  void init(const Rule& rule) override {
+    rule_ = &rule;
+    begun_ = false;
+  }
   std::string name() const override;
   /// As for TerminalProcessor.
   bool hasBegun() const noexcept { return begun_; }
 
  private:
   friend class UniformProcessor<OptionalProcessor>;
-  ReturnType step(SylvanEventCode code);
+
+  ReturnType step(SylvanEventCode code) {
+    if (std::exchange(begun_, true)) return ReturnType::finish();
+    const Rule& subRule = *rule_->getSubRules().front();
+    if (subRule.startsWith(code)) return ReturnType::delegate(subRule);
+    passed_ |= subRule.getStart();
+    return ReturnType::finish();
+  }
 
   EventKinds& passed_;
   const Rule* rule_ = nullptr;

@@ -2,6 +2,8 @@
 /// A processor that puts its name on the failures that come out of it.
 #pragma once
 
+#include <exception>
+
 #include "modeling/sylvan/grammar/Processor.h"
 
 namespace modeling::sylvan::grammar {
@@ -27,9 +29,19 @@ class KR0_FRAMEWORK_API TracingProcessor : public Processor {
   ReturnType endMetadata() override;
   ReturnType writePrimitive(const SylvanPrimitive& value) override;
 
- private:
+ protected:
+  /// What the event operations do with their hooks.
   template <class Hook>
-  ReturnType guard(Hook hook);
+  ReturnType guard(Hook hook) {
+    try {
+      return hook();
+    } catch (const std::exception& failure) {
+      throwTraced(failure);
+    }
+  }
+
+ private:
+  [[noreturn]] void throwTraced(const std::exception& failure) const;
 };
 
 }  // namespace modeling::sylvan::grammar

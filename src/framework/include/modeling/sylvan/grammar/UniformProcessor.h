@@ -9,6 +9,12 @@ namespace modeling::sylvan::grammar {
 /// All hooks call `ReturnType Self::step(SylvanEventCode)`, without a further virtual call.
 template <class Self>
 class UniformProcessor : public TracingProcessor {
+ public:
+  /// The event operation of that kind, for callers who know the class: without a virtual call at all.
+  ReturnType process(SylvanEventCode code) {
+    return guard([&] { return step(code); });
+  }
+
  protected:
   ReturnType onStartDocument(const SylvanPrimitive&) final { return step(SylvanEventCode::startDocument); }
   ReturnType onEndDocument() final { return step(SylvanEventCode::endDocument); }
