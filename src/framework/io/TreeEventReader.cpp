@@ -297,10 +297,12 @@ void TreeEventReader::finishMetadata() {
 void TreeEventReader::startHeaderEntry(const std::string& name, bool isReference) {
   const bool isType = name == kTypeEntry;
   const bool isQualifier = isReference && name == kQualifierEntry;
-  const std::string owner = isReference ? "a reference" : "the metadata of an object";
-  if (!isType && !isQualifier && name != kIdEntry) fail(owner + " has an unknown entry \"" + name + "\"");
+  const auto failEntry = [&](const std::string& fault) {
+    fail((isReference ? "a reference has " : "the metadata of an object has ") + fault + " \"" + name + "\"");
+  };
+  if (!isType && !isQualifier && name != kIdEntry) failEntry("an unknown entry");
   bool& seen = isType ? header_.hasType : isQualifier ? header_.hasQualifier : header_.hasId;
-  if (seen) fail(owner + " has two entries \"" + name + "\"");
+  if (seen) failEntry("two entries");
   seen = true;
   text_ = isType ? &header_.type : &header_.qualifier;
   places_.push_back(isType || isQualifier ? Place::text : Place::identity);
