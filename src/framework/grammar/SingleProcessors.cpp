@@ -12,16 +12,18 @@ TerminalProcessor::TerminalProcessor(const EventKinds& passed) : passed_(passed)
 TerminalProcessor::~TerminalProcessor() = default;
 std::string TerminalProcessor::name() const { return "Terminal"; }
 
-void TerminalProcessor::fail(SylvanEventCode code) const { refuse(code, join(passed_, rule_->getStart())); }
+void TerminalProcessor::fail(SylvanEventCode code) const {
+  refuse(code, join(passed_, getRule().getStart()));
+}
 
 ChoiceProcessor::ChoiceProcessor(const EventKinds& passed) : passed_(passed) {}
 ChoiceProcessor::~ChoiceProcessor() = default;
 std::string ChoiceProcessor::name() const { return "Choice"; }
 
-const Rule& ChoiceProcessor::chooseEmpty(SylvanEventCode code) const {
-  for (const Rule* alternative : rule_->getSubRules())
+const Rule& ChoiceProcessor::getEmptyAlternative(SylvanEventCode code) const {
+  for (const Rule* alternative : getRule().getSubRules())
     if (alternative->canBeEmpty()) return *alternative;
-  refuse(code, join(passed_, rule_->getStart()));
+  refuse(code, join(passed_, getRule().getStart()));
 }
 
 OptionalProcessor::OptionalProcessor(EventKinds& passed) : passed_(passed) {}

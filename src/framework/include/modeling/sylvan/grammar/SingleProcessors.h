@@ -7,8 +7,6 @@
 /// "begun" is all that an outer rule needs to know.
 #pragma once
 
-#include <utility>
-
 #include "modeling/sylvan/grammar/UniformProcessor.h"
 
 namespace modeling::sylvan::grammar {
@@ -26,104 +24,96 @@ class KR0_FRAMEWORK_API EmptyProcessor final : public UniformProcessor<EmptyProc
   ReturnType step(SylvanEventCode) { return ReturnType::finish(); }
 };
 
+/// Serves rules that have said all at their first event: at the next one they are finished.
+template <class Self>
+class FirstEventProcessor : public UniformProcessor<FirstEventProcessor<Self>> {
+ public:
+  void init(const Rule& rule) override {
+    rule_ = &rule;
+    begun_ = false;
+  }
+  /// Whether the rule has had its first event, so that the next one ends it.
+  bool hasBegun() const noexcept { return begun_; }
+
+ protected:
+  const Rule& getRule() const noexcept { return *rule_; }
+
+ private:
+  friend class UniformProcessor<FirstEventProcessor>;
+
+  ReturnType step(SylvanEventCode code) {
+    if (begun_) return ReturnType::finish();
+    const ReturnType answer = static_cast<Self*>(this)->begin(code);
+    begun_ = true;
+    return answer;
+  }
+
+  const Rule* rule_ = nullptr;
+  bool begun_ = false;
+};
+
 /// Accepts one event of its kind and ends at the next event.
-class KR0_FRAMEWORK_API TerminalProcessor final : public UniformProcessor<TerminalProcessor> {
+class KR0_FRAMEWORK_API TerminalProcessor final : public FirstEventProcessor<TerminalProcessor> {
  public:
   /// @param passed the kinds that would have fitted before this rule at the event in hand; for messages.
   ///        Must outlive the processor.
   explicit TerminalProcessor(const EventKinds& passed);
   ~TerminalProcessor() override;
-  void init(const Rule& rule) override {
-    rule_ = &rule;
-    begun_ = false;
-  }
   std::string name() const override;
-  /// Whether the rule has had its first event, so that the next one ends it.
-  bool hasBegun() const noexcept { return begun_; }
 
  private:
-  friend class UniformProcessor<TerminalProcessor>;
+  friend class FirstEventProcessor<TerminalProcessor>;
 
-  ReturnType step(SylvanEventCode code) {
-    if (begun_) return ReturnType::finish();
-    if (!rule_->startsWith(code)) fail(code);
-    begun_ = true;
+  ReturnType begin(SylvanEventCode code) const {
+    if (!getRule().startsWith(code)) fail(code);
     return ReturnType::accept();
   }
-
   [[noreturn]] void fail(SylvanEventCode code) const;
 
   const EventKinds& passed_;
-  const Rule* rule_ = nullptr;
-  bool begun_ = false;
 };
 
 /// Delegates to the first alternative that can begin with the event, else to the first that can be empty.
-class KR0_FRAMEWORK_API ChoiceProcessor final : public UniformProcessor<ChoiceProcessor> {
+class KR0_FRAMEWORK_API ChoiceProcessor final : public FirstEventProcessor<ChoiceProcessor> {
  public:
   /// @param passed as for TerminalProcessor.
   explicit ChoiceProcessor(const EventKinds& passed);
   ~ChoiceProcessor() override;
-  void init(const Rule& rule) override {
-    rule_ = &rule;
-    begun_ = false;
-  }
   std::string name() const override;
-  /// As for TerminalProcessor.
-  bool hasBegun() const noexcept { return begun_; }
 
  private:
-  friend class UniformProcessor<ChoiceProcessor>;
+  friend class FirstEventProcessor<ChoiceProcessor>;
 
-  ReturnType step(SylvanEventCode code) {
-    if (begun_) return ReturnType::finish();
-    const Rule& alternative = choose(code);
-    begun_ = true;
-    return ReturnType::delegate(alternative);
+  ReturnType begin(SylvanEventCode code) const {
+    for (const Rule* alternative : getRule().getSubRules())
+      if (alternative->startsWith(code)) return ReturnType::delegate(*alternative);
+    return ReturnType::delegate(getEmptyAlternative(code));
   }
-
-  const Rule& choose(SylvanEventCode code) const {
-    for (const Rule* alternative : rule_->getSubRules())
-      if (alternative->startsWith(code)) return *alternative;
-    return chooseEmpty(code);
-  }
-
-  const Rule& chooseEmpty(SylvanEventCode code) const;
+  const Rule& getEmptyAlternative(SylvanEventCode code) const;
 
   const EventKinds& passed_;
-  const Rule* rule_ = nullptr;
-  bool begun_ = false;
 };
 
 /// Delegates to the sub rule if that can begin with the event; ends otherwise.
-class KR0_FRAMEWORK_API OptionalProcessor final : public UniformProcessor<OptionalProcessor> {
+class KR0_FRAMEWORK_API OptionalProcessor final : public FirstEventProcessor<OptionalProcessor> {
  public:
   /// @param passed gets the kinds that the sub rule begins with when it is passed over. Must outlive the
   ///        processor.
   explicit OptionalProcessor(EventKinds& passed);
   ~OptionalProcessor() override;
-  void init(const Rule& rule) override {
-    rule_ = &rule;
-    begun_ = false;
-  }
   std::string name() const override;
-  /// As for TerminalProcessor.
-  bool hasBegun() const noexcept { return begun_; }
 
  private:
-  friend class UniformProcessor<OptionalProcessor>;
+  friend class FirstEventProcessor<OptionalProcessor>;
 
-  ReturnType step(SylvanEventCode code) {
-    if (std::exchange(begun_, true)) return ReturnType::finish();
-    const Rule& subRule = *rule_->getSubRules().front();
+  ReturnType begin(SylvanEventCode code) {
+    const Rule& subRule = *getRule().getSubRules().front();
     if (subRule.startsWith(code)) return ReturnType::delegate(subRule);
     passed_ |= subRule.getStart();
     return ReturnType::finish();
   }
 
   EventKinds& passed_;
-  const Rule* rule_ = nullptr;
-  bool begun_ = false;
 };
 
 }  // namespace modeling::sylvan::grammar
