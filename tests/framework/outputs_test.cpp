@@ -166,6 +166,17 @@ TEST(StreamSinks, ReportAStreamThatFailedBefore) {
   EXPECT_THROW(sink.flush(), std::ios_base::failure);
 }
 
+// Such a stream takes nothing and does not count as failed: its bytes must not be lost without a word.
+TEST(StreamSinks, ReportAStreamThatIsAtItsEnd) {
+  std::stringstream stream;
+  stream.setstate(std::ios::eofbit);
+  StreamSink sink(stream);
+  EXPECT_THROW(sink.writeByte('a'), std::ios_base::failure);
+  EXPECT_THROW(sink.write("a"), std::ios_base::failure);
+  EXPECT_THROW(sink.flush(), std::ios_base::failure);
+  EXPECT_EQ(stream.str(), "");
+}
+
 TEST(StreamSinks, ReportTheByteThatIsNotTaken) {
   for (const auto mode : {FailingOutputBuf::Mode::refuses, FailingOutputBuf::Mode::throws}) {
     for (std::size_t good = 0; good < 5; ++good) {

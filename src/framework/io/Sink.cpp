@@ -31,8 +31,9 @@ bool put(std::filebuf& file, const std::string& bytes) {
   return true;
 }
 
+// A stream at its end (one that was read from, too) takes no bytes either, without counting as failed.
 void requireGood(const std::ostream& stream) {
-  if (!stream) throw std::ios_base::failure("cannot write to the stream");
+  if (!stream.good()) throw std::ios_base::failure("cannot write to the stream");
 }
 
 }  // namespace
