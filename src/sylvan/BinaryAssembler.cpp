@@ -27,9 +27,9 @@ constinit const SylvanPrimitive kRealZero{0.0};
 
 constexpr const char* kWrongTag = "Byte is no tag that may stand here";
 
-// The longest item that is read without a look at how many bytes are left: two tags, a length, a string. A
-// number is shorter, even where more bytes are fetched than it has.
-constexpr std::ptrdiff_t kReadyItemBytes = 3 + tagged::SentPrimitives::kFewBytes;
+// The longest item that is read without a look at how many bytes are left: two tags, a length, a string of
+// few bytes. A number is shorter, even where more bytes are fetched than it has.
+constexpr std::ptrdiff_t kReadyItemBytes = 3 + (tagged::SentPrimitives::kFewBytes - 1);
 
 std::uint64_t loadLowestFirst(const char* bytes) {
   std::array<std::uint8_t, tagged::kWidestNumber> number;
@@ -50,8 +50,13 @@ BinaryAssembler::~BinaryAssembler() = default;
 template <class SourceType, class Input>
 void BinaryAssembler::readFrom(Input& input, const char* failure) {
   source_.reset();
-  bytes_->detach(failure);
-  source_ = std::make_unique<SourceType>(input);
+  bytes_->detach();
+  try {
+    source_ = std::make_unique<SourceType>(input);
+  } catch (const Error<kr0::io::CorruptInput>&) {
+    bytes_->detach(failure);
+    throw;
+  }
   bytes_->attach(*source_, std::is_same_v<SourceType, StreamSource>);
   try {
     assembleDocument();

@@ -22,12 +22,13 @@ void StreamBytes::detach(const char* detail) noexcept {
   detail_ = detail;
 }
 
-// A stream that is not good hands nothing out, whatever its buffer has.
+// A stream that is not good hands nothing out, whatever its buffer has, if it has one.
 void StreamBytes::load() {
+  begin_ = next_ = end_ = nullptr;
+  if (!state_->good()) return;
   const std::streambuf& buffer = *state_->rdbuf();
-  const std::size_t ready = state_->good() ? std::min<std::size_t>(GetArea::getSize(buffer), INT_MAX) : 0;
-  begin_ = next_ = ready != 0 ? GetArea::getNext(buffer) : nullptr;
-  end_ = next_ + ready;
+  begin_ = next_ = GetArea::getNext(buffer);
+  end_ = next_ + std::min<std::size_t>(GetArea::getSize(buffer), INT_MAX);
 }
 
 bool StreamBytes::isEmptySlowly() {

@@ -40,8 +40,9 @@ class StreamBytes {
   /// Begins to read from a source, which must stay where it is until the next call.
   /// @param isShared others see the stream too: between release() and resume() it is as they expect.
   void attach(BinaryAssembler::Source& source, bool isShared);
-  /// There is no source; what is said of the document is that it could not be had.
-  void detach(const char* detail) noexcept;
+  /// There is no source.
+  /// @param detail why the document could not be had, where that is known.
+  void detach(const char* detail = "") noexcept;
 
   /// Before and after others may look at the stream, or read from it; release() also when reading ends.
   void release() {
@@ -100,8 +101,9 @@ class StreamBytes {
   // Nearly always so: asking lets a reader keep its place in a register instead of waiting for what the
   // buffer has in memory, which made reading three times as slow.
   bool isAsReleased() const {
+    if (!state_->good()) return false;  // there may be no buffer at all
     const std::streambuf& buffer = *state_->rdbuf();
-    return state_->good() && GetArea::getNext(buffer) == next_ && GetArea::getEnd(buffer) == end_;
+    return GetArea::getNext(buffer) == next_ && GetArea::getEnd(buffer) == end_;
   }
   void load();
   void commit() {

@@ -169,6 +169,25 @@ std::vector<GoldenTagged> makeWritten() {
               "07 09 30 07 76 65 72 73 69 6f 6e 20 01 10 08 "  // version
               "05 03 09 30 01 61 12 10 04 06",                 // a sequence of one struct
               inDocument(produceModelLike)),
+      written("sequence", "05 21 2c 01 06", inDocument([](Events& to) {
+                to.startSequence();
+                to.writePrimitive(u(300));
+                to.endSequence();
+              })),
+      written("metadata", "07 09 30 01 78 28 01 10 08", inDocument([](Events& to) {
+                to.startMetadata();
+                to.startNamedEntry(text("x"));
+                to.writePrimitive(s(-1));
+                to.endNamedEntry();
+                to.endMetadata();
+              })),
+      written("struct", "03 09 30 01 61 12 10 04", inDocument([](Events& to) {
+                to.startStruct();
+                to.startNamedEntry(text("a"));
+                to.writePrimitive(true);
+                to.endNamedEntry();
+                to.endStruct();
+              })),
       written("plain", "11 12 13 15 16", each({false, true, s(0), 0.0, nullptr})),
       written("reals",
               "14 00 00 00 00 00 00 f0 3f "  // 1.0

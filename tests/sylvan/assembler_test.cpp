@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 #include "Tagged.h"
 #include "kr/zero/io/Errors.h"
@@ -159,6 +160,16 @@ TEST(Assembling, InputThatEndsInAnItemFails) {
     EXPECT_EQ(readBody(fromHex(body)).ending, "CorruptInput") << body;
 }
 
+// The reader knows strings of these sizes from the items before, and has those to come in memory.
+TEST(Assembling, ANameThatIsCutByItsLastByteFailsWhateverItsSize) {
+  for (std::size_t size = 1; size < 256; ++size) {
+    const std::string name = "\x30" + std::string(1, static_cast<char>(size)) + std::string(size, 'n');
+    const std::string whole = name + std::string(100, '\x12') + "\x09" + name;
+    EXPECT_EQ(readBody(whole).ending, "success") << size;
+    EXPECT_EQ(readBody(whole.substr(0, whole.size() - 1)).ending, "CorruptInput") << size;
+  }
+}
+
 TEST(Assembling, AnImpossibleLengthFailsBeforeAByteOfTheStringIsRead) {
   std::istringstream stream(littleHeader + fromHex("31 ff ff ff ff ff ff ff ff 61 62"));
   modeling::sylvan::NullEventProcessor target;
@@ -256,6 +267,13 @@ TEST(AssemblingSources, AMissingFileIsCorruptInput) {
   EXPECT_STREQ(assembler.getErrorDetail(), "File cannot be opened");
   EXPECT_EQ(recorder.getCount(), 0u);
   EXPECT_EQ(endingOf([] { BinaryAssembler::FileSource source(u"/does/not/exist.krs"); }), "CorruptInput");
+}
+
+TEST(AssemblingSources, APathThatIsNoTextIsRefused) {
+  modeling::sylvan::NullEventProcessor target;
+  BinaryAssembler assembler(&target);
+  EXPECT_THROW(assembler.visitFile(ustring(1, 0xD800)), std::invalid_argument);
+  EXPECT_STREQ(assembler.getErrorDetail(), "");
 }
 
 TEST(AssemblingSources, AFolderIsCorruptInput) {

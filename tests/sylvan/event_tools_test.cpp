@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <limits>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "Tagged.h"
@@ -44,10 +46,33 @@ TEST(Primitives, VisitTheHandlerOfTheirKind) {
 
 TEST(Primitives, OfDifferentKindsDiffer) { EXPECT_NE(u(5), s(5)); }
 
-TEST(EventNames, StandInTheOrderOfTheOperations) {
-  EXPECT_EQ(getName(SylvanEventCode::startDocument), "StartDocument");
-  EXPECT_EQ(getName(SylvanEventCode::endMetadata), "EndMetadata");
-  EXPECT_EQ(getName(SylvanEventCode::writePrimitive), "WritePrimitive");
+TEST(Primitives, AreValues) {
+  Primitive original = text("t");
+  const Primitive copy = original;
+  const Primitive moved = std::move(original);
+  EXPECT_EQ(copy, moved);
+  original = moved;
+  EXPECT_EQ(original, copy);
+}
+
+TEST(EventNames, AreThoseOfTheirCodes) {
+  const std::pair<unsigned, std::string_view> names[] = {
+      {0, "StartDocument"},   {1, "EndDocument"},   {2, "StartStruct"},    {3, "EndStruct"},
+      {4, "StartNamedEntry"}, {5, "EndNamedEntry"}, {6, "StartSequence"},  {7, "EndSequence"},
+      {8, "StartMetadata"},   {9, "EndMetadata"},   {10, "WritePrimitive"}};
+  EXPECT_EQ(modeling::sylvan::sylvanEventNames.size(), std::size(names));
+  for (const auto& [code, name] : names) EXPECT_EQ(getName(static_cast<SylvanEventCode>(code)), name);
+}
+
+TEST(EventCodes, StandInTheOrderOfTheOperations) {
+  const std::pair<SylvanEventCode, unsigned> codes[] = {
+      {SylvanEventCode::startDocument, 0},   {SylvanEventCode::endDocument, 1},
+      {SylvanEventCode::startStruct, 2},     {SylvanEventCode::endStruct, 3},
+      {SylvanEventCode::startNamedEntry, 4}, {SylvanEventCode::endNamedEntry, 5},
+      {SylvanEventCode::startSequence, 6},   {SylvanEventCode::endSequence, 7},
+      {SylvanEventCode::startMetadata, 8},   {SylvanEventCode::endMetadata, 9},
+      {SylvanEventCode::writePrimitive, 10}};
+  for (const auto& [code, number] : codes) EXPECT_EQ(static_cast<unsigned>(code), number);
 }
 
 TEST(EventTexts, ShowTheKind) {

@@ -5,6 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
+#include <streambuf>
+#include <utility>
 #include <variant>
 
 #include "Tagged.h"
@@ -314,24 +317,116 @@ TEST(Formatting, ReportsAStreamThatHasFailed) {
   EXPECT_EQ(stream.str(), "");
 }
 
-TEST(Formatting, LeavesAllBytesBeforeTheOneThatAStreamRefuses) {
-  const GoldenTagged& document = goldenTagged()[2];
-  const std::string expected = write(document.produce);
-  for (std::size_t good = 0; good < expected.size(); ++good) {
-    FailingOutputBuf buffer(good, FailingOutputBuf::Mode::refuses);
+// A stream that has met the end of what it was read for takes no byte, and does not count as failed.
+TEST(Formatting, ReportsAStreamThatIsAtItsEnd) {
+  std::stringstream stream;
+  stream.setstate(std::ios::eofbit);
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  EXPECT_EQ(endingOf([&] { formatter.startStruct(); }), "stream failure");
+  EXPECT_EQ(endingOf([&] { formatter.endDocument(); }), "stream failure");
+  EXPECT_EQ(stream.str(), "");
+}
+
+TEST(Formatting, LeavesTheStreamsExceptionsToItsOwner) {
+  for (const auto exceptions : {std::ios::goodbit, std::ios::badbit | std::ios::failbit}) {
+    FailingOutputBuf buffer(1, FailingOutputBuf::Mode::throws);
     std::ostream stream(&buffer);
+    stream.exceptions(exceptions);
     BinaryFormatter formatter(SerializationOutput::toStream(stream));
-    EXPECT_EQ(endingOf([&] { document.produce(formatter); }), "stream failure") << good;
-    EXPECT_EQ(buffer.getTaken(), toVector(expected.substr(0, good)));
+    formatter.startStruct();
+    EXPECT_EQ(endingOf([&] { formatter.endStruct(); }),
+              exceptions == std::ios::goodbit ? "stream failure" : "BufferFailure");
+    EXPECT_EQ(stream.exceptions(), exceptions);
+    EXPECT_TRUE(stream.bad());
   }
 }
 
-TEST(Formatting, ReportsAFailureToFlush) {
-  FailingOutputBuf buffer(0, FailingOutputBuf::Mode::failsAtSync);
-  std::ostream stream(&buffer);
-  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+// Fails once where it is told to, and takes everything before and after.
+class FailingOnceBuf : public std::streambuf {
+ public:
+  bool refusesByte = false;
+  bool failsSync = false;
+  std::string taken;
+
+ protected:
+  int_type overflow(int_type c) override {
+    if (std::exchange(refusesByte, false)) return traits_type::eof();
+    taken += traits_type::to_char_type(c);
+    return c;
+  }
+  int sync() override { return std::exchange(failsSync, false) ? -1 : 0; }
+};
+
+// What is open shows in what becomes of a primitive: directly in a struct it is dropped.
+class FormattingToAStreamThatFailsOnce : public ::testing::Test {
+ protected:
+  template <class Event>
+  void expectFailure(bool FailingOnceBuf::*failure, const Event& event) {
+    buffer.*failure = true;
+    EXPECT_EQ(endingOf(event), "stream failure");
+    stream.clear();
+  }
+
+  FailingOnceBuf buffer;
+  std::ostream stream{&buffer};
+  BinaryFormatter formatter{SerializationOutput::toStream(stream)};
+};
+
+TEST_F(FormattingToAStreamThatFailsOnce, AConstructIsOpenBeforeItsStartIsWritten) {
+  expectFailure(&FailingOnceBuf::refusesByte, [&] { formatter.startStruct(); });
+  formatter.writePrimitive(true);
+  EXPECT_EQ(toHex(buffer.taken), "");
+}
+
+TEST_F(FormattingToAStreamThatFailsOnce, AnEntryIsOpenBeforeItsNameIsWritten) {
+  formatter.startStruct();
+  expectFailure(&FailingOnceBuf::refusesByte, [&] { formatter.startNamedEntry(true); });
+  formatter.writePrimitive(false);
+  EXPECT_EQ(toHex(buffer.taken), "03 11");
+}
+
+TEST_F(FormattingToAStreamThatFailsOnce, AConstructIsOpenUntilItsEndIsWritten) {
+  formatter.startStruct();
+  expectFailure(&FailingOnceBuf::refusesByte, [&] { formatter.endStruct(); });
+  formatter.writePrimitive(true);
+  formatter.endStruct();
+  formatter.writePrimitive(false);
+  EXPECT_EQ(toHex(buffer.taken), "03 04 11");
+}
+
+TEST_F(FormattingToAStreamThatFailsOnce, ADocumentIsOpenUntilItsEndIsWrittenAndFlushed) {
+  formatter.startStruct();
   formatter.startDocument(nullptr);
-  EXPECT_EQ(endingOf([&] { formatter.endDocument(); }), "stream failure");
+  expectFailure(&FailingOnceBuf::refusesByte, [&] { formatter.endDocument(); });
+  formatter.writePrimitive(true);
+  expectFailure(&FailingOnceBuf::failsSync, [&] { formatter.endDocument(); });
+  formatter.writePrimitive(true);
+  formatter.endDocument();
+  formatter.writePrimitive(true);
+  EXPECT_EQ(toHex(buffer.taken), "03 01 20 01 30 02 6b 72 12 02 12 02");
+}
+
+TEST(Formatting, LeavesAllBytesBeforeTheOneThatAStreamRefuses) {
+  const GoldenTagged& document = goldenTagged()[2];
+  const std::string expected = write(document.produce);
+  for (const auto mode : {FailingOutputBuf::Mode::refuses, FailingOutputBuf::Mode::throws})
+    for (std::size_t good = 0; good < expected.size(); ++good) {
+      FailingOutputBuf buffer(good, mode);
+      std::ostream stream(&buffer);
+      BinaryFormatter formatter(SerializationOutput::toStream(stream));
+      EXPECT_EQ(endingOf([&] { document.produce(formatter); }), "stream failure") << good;
+      EXPECT_EQ(buffer.getTaken(), toVector(expected.substr(0, good)));
+    }
+}
+
+TEST(Formatting, ReportsAFailureToFlush) {
+  for (const auto mode : {FailingOutputBuf::Mode::failsAtSync, FailingOutputBuf::Mode::throwsAtSync}) {
+    FailingOutputBuf buffer(0, mode);
+    std::ostream stream(&buffer);
+    BinaryFormatter formatter(SerializationOutput::toStream(stream));
+    formatter.startDocument(nullptr);
+    EXPECT_EQ(endingOf([&] { formatter.endDocument(); }), "stream failure");
+  }
 }
 
 TEST(Formatting, ReportsAFileThatCannotBeCreatedByItsPath) {
@@ -342,6 +437,10 @@ TEST(Formatting, ReportsAFileThatCannotBeCreatedByItsPath) {
   } catch (const std::ios_base::failure& e) {
     EXPECT_NE(std::string(e.what()).find(path), std::string::npos) << e.what();
   }
+}
+
+TEST(Formatting, RefusesAPathThatIsNoText) {
+  EXPECT_THROW(BinaryFormatter(SerializationOutput::toFile(ustring(1, 0xD800))), std::invalid_argument);
 }
 
 TEST(Formatting, ReportsAFullDeviceAtTheEndOfTheDocument) {
@@ -415,6 +514,16 @@ TEST_F(CheckedFormatting, ChecksAnEndAfterItIsWritten) {
   const std::size_t before = bytes.size();
   EXPECT_EQ(endingOf([&] { formatter.endStruct(); }), "GrammarException");
   EXPECT_EQ(toHex(bytes.substr(before)), "04");
+}
+
+TEST_F(CheckedFormatting, ChecksTheEndOfADocumentAfterItIsWrittenAndFlushed) {
+  CountingBuf buffer;
+  std::ostream stream(&buffer);
+  BinaryFormatter checked(SerializationOutput::toStream(stream));
+  FormatterInternals::attachGrammarChecker(checked, "document");
+  EXPECT_EQ(endingOf([&] { checked.endDocument(); }), "GrammarException");
+  EXPECT_EQ(toHex(buffer.str()), "02");
+  EXPECT_EQ(buffer.flushes, 1);
 }
 
 TEST_F(CheckedFormatting, RefusesAPrimitiveBeforeItIsWritten) {

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <map>
 #include <sstream>
@@ -211,31 +212,67 @@ TEST(ForgedLengths, TouchNoMemoryBeyondTheBytesThatCome) {
   EXPECT_GT(residentPeakBytes() - beforeArriving, std::size_t{32} << 20) << "the measure is blind";
 }
 
+// Lets one request after the other fail while an assembler reads; returns how many did.
+std::uint64_t failEachRequestOf(const std::function<void(BinaryAssembler&)>& read, const std::string& what) {
+  NullEventProcessor target;
+  for (std::uint64_t first = 0;; ++first) {
+    BinaryAssembler assembler(&target);
+    std::uint64_t failed = 0;
+    const std::string ending = endingOf([&] {
+      const FailingAllocations failing(first, 1);
+      try {
+        read(assembler);
+      } catch (...) {
+        failed = failing.getFailures();
+        throw;
+      }
+      failed = failing.getFailures();
+    });
+    if (failed == 0) return first;
+    EXPECT_EQ(ending, "bad_alloc") << what << " " << first;
+    EXPECT_STREQ(assembler.getErrorDetail(), "") << what << " " << first;
+    EXPECT_EQ(endingOf([&] { read(assembler); }), "success") << what << " " << first;
+  }
+}
+
 TEST(MemoryFaults, LeaveTheReaderUsable) {
   if (!AllocationMeter::isWatching()) GTEST_SKIP() << "something else replaces the allocator";
-  std::uint64_t failures = 0;
+  const ustring path = toUstring(temporaryPath("memory-faults.krs"));
+  std::uint64_t fromStrings = 0;
+  std::uint64_t fromStreams = 0;
+  std::uint64_t fromFiles = 0;
   for (const GoldenTagged& document : goldenTagged()) {
-    NullEventProcessor target;
-    for (std::uint64_t first = 0;; ++first) {
-      BinaryAssembler assembler(&target);
-      std::uint64_t failed = 0;
-      const std::string ending = endingOf([&] {
-        const FailingAllocations failing(first, 1);
-        try {
-          assembler.visitString(document.bytes);
-        } catch (...) {
-          failed = failing.getFailures();
-          throw;
-        }
-        failed = failing.getFailures();
-      });
-      failures += failed;
-      if (failed == 0) break;
-      EXPECT_EQ(ending, "bad_alloc") << document.name << " " << first;
-      EXPECT_EQ(endingOf([&] { assembler.visitString(document.bytes); }), "success") << document.name;
-    }
+    writeFile(toUtf8(path), document.bytes);
+    std::istringstream stream(document.bytes);
+    fromStrings +=
+        failEachRequestOf([&](BinaryAssembler& a) { a.visitString(document.bytes); }, document.name);
+    fromFiles += failEachRequestOf([&](BinaryAssembler& a) { a.visitFile(path); }, document.name);
+    fromStreams += failEachRequestOf(
+        [&](BinaryAssembler& a) {
+          stream.clear();
+          stream.seekg(0);
+          a.visitStream(stream);
+        },
+        document.name);
   }
-  EXPECT_GT(failures, 20u);
+  EXPECT_GT(fromStrings, 20u);
+  EXPECT_GT(fromStreams, 20u);
+  EXPECT_GT(fromFiles, 40u);
+}
+
+TEST(MemoryFaults, OfASourceLeaveNothingOfTheDocumentBefore) {
+  if (!AllocationMeter::isWatching()) GTEST_SKIP() << "something else replaces the allocator";
+  NullEventProcessor target;
+  BinaryAssembler assembler(&target);
+  EXPECT_EQ(endingOf([&] { assembler.visitString(littleHeader + "\x09"); }), "CorruptInput");
+  const std::string next = littleHeader;
+  const std::string ending = endingOf([&] {
+    const FailingAllocations failing(0, 1);
+    assembler.visitString(next);
+  });
+  EXPECT_EQ(ending, "bad_alloc");
+  EXPECT_STREQ(assembler.getErrorDetail(), "");
+  EXPECT_EQ(assembler.getByteOffset(), 0u);
 }
 
 TEST(MemoryFaults, LeaveTheWriterAtTheBytesOfWholeEventsOrLess) {
@@ -278,6 +315,30 @@ TEST(MemoryFaults, LeaveARecorderAsItWas) {
   }
   EXPECT_TRUE(recorder == before);
   EXPECT_EQ(recorder.getCount(), before.getCount());
+}
+
+// Each of the two would take a megabyte, and there is never more than one.
+TEST(Sources, OfTheDocumentBeforeGoBeforeTheNextIsMade) {
+  if (!AllocationMeter::isWatching()) GTEST_SKIP() << "something else replaces the allocator";
+  const std::string bytes = littleHeader + std::string(std::size_t{1} << 20, '\x12');
+  NullEventProcessor target;
+  BinaryAssembler assembler(&target);
+  assembler.visitString(bytes);
+  const AllocationMeter meter;
+  assembler.visitString(bytes);
+  EXPECT_LE(meter.getPeakBytes(), 4096u);
+}
+
+TEST(Sources, OfTheDocumentBeforeAreGoneWhereTheNextCannotBeMade) {
+  if (!AllocationMeter::isWatching()) GTEST_SKIP() << "something else replaces the allocator";
+  const std::string bytes = littleHeader + std::string(std::size_t{1} << 20, '\x12');
+  NullEventProcessor target;
+  BinaryAssembler assembler(&target);
+  assembler.visitString(bytes);
+  const AllocationMeter meter;
+  EXPECT_EQ(endingOf([&] { assembler.visitFile(u"/does/not/exist.krs"); }), "CorruptInput");
+  EXPECT_LE(meter.getLiveBytes(), -(std::ptrdiff_t{1} << 20));
+  EXPECT_EQ(assembler.getByteOffset(), 0u);
 }
 
 TEST(ReadingStrings, TakesMemoryOncePerDocumentAtMost) {

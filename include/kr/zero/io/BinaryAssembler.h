@@ -34,9 +34,10 @@ class StreamBytes;
 ///
 /// Malformed bytes, a file that cannot be opened and a stream that has failed raise "CorruptInput"; a
 /// string longer than any can be raises std::length_error, and one that there is no memory for
-/// std::bad_alloc. A UTF-16 string raises "UstringNotSupported", an intermediate form or a byte sequence
-/// "IntermediateFormatNotSupported", before anything is read. What the target throws passes unchanged. In
-/// each case the events sent so far stay sent, and the assembler can read another document.
+/// std::bad_alloc. A path that is no text raises std::invalid_argument. A UTF-16 string raises
+/// "UstringNotSupported", an intermediate form or a byte sequence "IntermediateFormatNotSupported", before
+/// anything is read. What the target throws passes unchanged. In each case the events sent so far stay sent,
+/// and the assembler can read another document.
 ///
 /// A stream of the caller's is left as if every byte had been fetched by peek() and get(): positioned
 /// behind the last byte used, with the state and the exceptions that these lead to. A stream tied to it

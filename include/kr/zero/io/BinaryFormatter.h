@@ -40,8 +40,8 @@ struct FormatterInternals;
 ///
 /// Outputs: file, stream and narrow string, which is emptied first. A UTF-16 string raises
 /// "UstringNotSupported", an intermediate form or a byte sequence "IntermediateFormatNotSupported". What a
-/// sink raises (std::ios_base::failure) passes unchanged, and so does std::bad_variant_access for a primitive
-/// without alternative, of which nothing is written.
+/// sink raises (std::ios_base::failure; std::invalid_argument for a path that is no text) passes unchanged,
+/// and so does std::bad_variant_access for a primitive without alternative, of which nothing is written.
 ///
 /// Not to be used from two threads at once.
 class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor<void>,
