@@ -68,6 +68,14 @@ std::string eventsOnPage() {
   return events;
 }
 
+// The events of a document, as on the page.
+std::string printed(const std::string& document) {
+  std::ostringstream events;
+  modeling::sylvan::EventPrinter printer(events);
+  io::BinaryAssembler(&printer).visitString(document);
+  return events.str();
+}
+
 class TaggedPage : public testing::Test {
  protected:
   TaggedPage() {
@@ -131,27 +139,53 @@ TEST_F(TaggedPage, DumpReadsAsTheExample) {
   EXPECT_EQ(findDifference(parser.takeModel(), makeExample()), std::nullopt);
 }
 
-TEST_F(TaggedPage, DumpReadsAsTheEventsOnThePage) {
-  std::ostringstream events;
-  modeling::sylvan::EventPrinter printer(events);
-  io::BinaryAssembler(&printer).visitString(bytesOnPage());
-  EXPECT_EQ(events.str(), eventsOnPage());
-}
+TEST_F(TaggedPage, DumpReadsAsTheEventsOnThePage) { EXPECT_EQ(printed(bytesOnPage()), eventsOnPage()); }
+
+std::string headerAnd(const std::string& pairs) { return bytesOf("01 20 01 30 02 6b 72 " + pairs); }
 
 // Rows such as "| `u 300` | `21 2c 01` |".
-TEST_F(TaggedPage, PrimitivesInTheTableReadAsTheySay) {
+TEST_F(TaggedPage, PrimitivesInTheTableReadAsTheySayAndAreWrittenSo) {
   const std::regex form(R"(\| `([^`]+)` \| `([0-9a-f ]+)` \|)");
   std::size_t rows = 0;
   for (const std::string& line : linesOfPage()) {
     std::smatch match;
     if (!std::regex_match(line, match, form)) continue;
-    std::ostringstream events;
-    modeling::sylvan::EventPrinter printer(events);
-    io::BinaryAssembler(&printer).visitString(bytesOf("01 20 01 30 02 6b 72 " + match[2].str() + " 02"));
-    EXPECT_EQ(events.str(), "StartDocument\n  " + match[1].str() + "\nEndDocument\n") << line;
+    const std::string document = headerAnd(match[2].str() + " 02");
+    EXPECT_EQ(printed(document), "StartDocument\n  " + match[1].str() + "\nEndDocument\n") << line;
+    std::string written;
+    io::BinaryFormatter formatter(io::SerializationOutput::toString(written));
+    io::BinaryAssembler(&formatter).visitString(document);
+    EXPECT_TRUE(written == document) << line;
     ++rows;
   }
-  EXPECT_EQ(rows, 14u);
+  EXPECT_EQ(rows, 15u);
+}
+
+// Rows such as "| `03` | StartStruct |".
+TEST_F(TaggedPage, TagsInTheTableReadAsTheirEvents) {
+  const std::regex form(R"(\| `([0-9a-f]{2})` \| ([A-Z][A-Za-z]+)(, .*)? \|)");
+  std::size_t rows = 0;
+  for (const std::string& line : linesOfPage()) {
+    std::smatch match;
+    if (!std::regex_match(line, match, form)) continue;
+    const std::string tag = match[1].str();
+    const std::string item = tag == "01" ? "" : tag == "09" ? "09 16" : tag;  // 01 stands in the header
+    std::istringstream events(printed(headerAnd(item)));
+    std::string last;
+    for (std::string event; events >> event;)
+      if (event != "null") last = event;
+    EXPECT_EQ(last, match[2].str()) << line;
+    ++rows;
+  }
+  EXPECT_EQ(rows, 10u);
+}
+
+// Pairs such as "`20 00` is an unsigned 0" in the table of what readers accept.
+TEST_F(TaggedPage, LaxFormsReadAsThePageSays) {
+  EXPECT_EQ(printed(headerAnd("23 05 00 00 00")), "StartDocument\n  u 5\n");
+  EXPECT_EQ(printed(headerAnd("20 00")), "StartDocument\n  u 0\n");
+  EXPECT_EQ(printed(headerAnd("2f ff ff ff ff ff ff ff ff")), "StartDocument\n  s 1\n");
+  EXPECT_EQ(printed(headerAnd("14 00 00 00 00 00 00 00 80")), "StartDocument\n  r -0\n");
 }
 
 }  // namespace
