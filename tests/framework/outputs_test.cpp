@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -252,6 +254,23 @@ TEST(FileSinks, AreClosedOnce) {
   EXPECT_NO_THROW(sink.close());
   EXPECT_NE(failureOf([&] { sink.writeByte('d'); }), "no failure");
   EXPECT_EQ(test::readFile(path), "abc");
+}
+
+// The system was not asked, so what it said last is not the reason.
+TEST(FileSinks, GiveNoReasonOfAnotherCallWhereTheyAreClosed) {
+  const std::string path = test::temporaryPath("sink-no-reason.bin");
+  FileSink sink(wide(path));
+  sink.close();
+  const std::function<void()> uses[] = {
+      [&] { sink.writeByte('d'); },
+      [&] { sink.write("few"); },
+      [&] { sink.write(std::string(1000, 'x')); },
+      [&] { sink.flush(); },
+  };
+  for (const auto& use : uses) {
+    errno = ENOENT;
+    EXPECT_EQ(failureOf(use), "cannot write \"" + path + "\": Input/output error");
+  }
 }
 
 TEST(FileSinks, NameThePathAndReasonWhereTheyCannotCreate) {

@@ -42,7 +42,6 @@ Sink::~Sink() = default;
 
 FileSink::FileSink(const ustring& path)
     : path_(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path)) {
-  errno = 0;
   if (file_.open(path_, std::ios::out | std::ios::binary | std::ios::trunc) == nullptr) {
     internal::throwIoFailure("cannot create \"" + path_ + "\"", errno);
   }
@@ -69,7 +68,6 @@ void FileSink::flush() {
 
 void FileSink::close() {
   if (!file_.is_open()) return;
-  errno = 0;
   if (file_.close() == nullptr) fail(file_, path_);
 }
 
