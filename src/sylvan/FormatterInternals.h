@@ -14,8 +14,15 @@ namespace kr::zero::io::tagged {
 struct FormatterInternals {
   /// From now on every event is checked against a rule of the grammar, and it is the grammar's blackboard
   /// that says what the formatter is in. The bytes of a document that fits the rule stay the same.
+  /// @param ruleName a rule of KRGrammar; one that does not exist raises std::out_of_range at the first
+  /// event.
   static void attachGrammarChecker(BinaryFormatter& formatter, std::string ruleName) {
-    formatter.grammarChecker_ = std::make_unique<GrammarChecker>(std::move(ruleName), formatter.blackboard_);
+    attachGrammarChecker(formatter, [name = std::move(ruleName), &blackboard = formatter.blackboard_] {
+      return grammar::KRGrammar::getInstance().getProcessor(name, blackboard);
+    });
+  }
+  static void attachGrammarChecker(BinaryFormatter& formatter, GrammarChecker::Begin begin) {
+    formatter.grammarChecker_ = std::make_unique<GrammarChecker>(std::move(begin));
   }
   static grammar::KRGrammar::Blackboard& getBlackboard(BinaryFormatter& formatter) {
     return formatter.blackboard_;

@@ -2,8 +2,8 @@
 /// Internal: holds the events that a formatter gets against a rule of the grammar.
 #pragma once
 
+#include <functional>
 #include <memory>
-#include <string>
 #include <utility>
 
 #include "kr/zero/io/grammar/KRGrammar.h"
@@ -13,11 +13,11 @@ namespace kr::zero::io::tagged {
 /// Begins with the first event, and again with the first one after restart().
 class GrammarChecker {
  public:
-  /// @param ruleName a rule of KRGrammar; one that does not exist raises std::out_of_range at the first
-  /// event.
-  /// @param blackboard must outlive the checker.
-  GrammarChecker(std::string ruleName, grammar::KRGrammar::Blackboard& blackboard)
-      : ruleName_(std::move(ruleName)), blackboard_(blackboard) {}
+  using Manager = grammar::KRGrammar::Manager;
+  using Begin = std::function<std::unique_ptr<Manager>()>;
+
+  /// @param begin gives what checks from the beginning of a rule on.
+  explicit GrammarChecker(Begin begin) : begin_(std::move(begin)) {}
 
   /// @throws modeling::sylvan::grammar::GrammarException for an event that the rule does not allow.
   void process(modeling::sylvan::SylvanEventCode code) { getManager().process(code); }
@@ -29,14 +29,13 @@ class GrammarChecker {
   void restart() { manager_.reset(); }
 
  private:
-  grammar::KRGrammar::Manager& getManager() {
-    if (!manager_) manager_ = grammar::KRGrammar::getInstance().getProcessor(ruleName_, blackboard_);
+  Manager& getManager() {
+    if (!manager_) manager_ = begin_();
     return *manager_;
   }
 
-  std::string ruleName_;
-  grammar::KRGrammar::Blackboard& blackboard_;
-  std::unique_ptr<grammar::KRGrammar::Manager> manager_;
+  Begin begin_;
+  std::unique_ptr<Manager> manager_;
 };
 
 }  // namespace kr::zero::io::tagged

@@ -125,8 +125,10 @@ namespace {
 // The keys and values of a span, in the order in which they were added.
 std::vector<std::string> contextsOf(const log::Span& span) {
   std::vector<std::string> contexts;
-  for (const auto& context : span->getContexts())
+  for (const auto& context : span->getContexts()) {
+    EXPECT_EQ(context.type, foundation::log::logging_event_types::error);
     contexts.push_back(context.key + " = " + std::get<std::string>(context.value));
+  }
   return contexts;
 }
 

@@ -2,17 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <streambuf>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "Tagged.h"
 #include "kr/zero/io/Errors.h"
 #include "modeling/sylvan/grammar/GrammarException.h"
+#include "modeling/sylvan/grammar/RuleSet.h"
 #include "support/Paths.h"
 #include "support/PieceBuf.h"
 #include "sylvan/FormatterInternals.h"
@@ -556,6 +560,83 @@ TEST_F(CheckedFormatting, StartsAfreshAfterAReset) {
   bytes.clear();
   produceGrammatical(formatter);
   EXPECT_EQ(toHex(bytes), toHex(write(produceGrammatical)));
+}
+
+using modeling::sylvan::SylvanEventCode;
+using Blackboard = io::grammar::KRGrammar::Blackboard;
+
+// Notes what it is given to check, and takes all.
+class NotingManager : public io::grammar::KRGrammar::Manager {
+ public:
+  struct Note {
+    SylvanEventCode code;
+    Primitive primitive;
+    bool isOwn;  ///< whether the primitive lies in the manager
+  };
+  NotingManager(const modeling::sylvan::grammar::Rule& rule, Blackboard& blackboard, std::vector<Note>& notes)
+      : ProcessorManager(rule, blackboard), notes_(notes) {}
+
+ private:
+  void doProcess(SylvanEventCode code, const Primitive& primitive) override {
+    const auto begin = reinterpret_cast<std::uintptr_t>(this);
+    const auto place = reinterpret_cast<std::uintptr_t>(&primitive);
+    notes_.push_back({code, primitive, begin <= place && place < begin + sizeof(*this)});
+  }
+  std::vector<Note>& notes_;
+};
+
+class NotedFormatting : public ::testing::Test {
+ protected:
+  NotedFormatting() {
+    FormatterInternals::attachGrammarChecker(formatter, [this] {
+      return std::make_unique<NotingManager>(rules.empty(), FormatterInternals::getBlackboard(formatter),
+                                             notes);
+    });
+  }
+
+  modeling::sylvan::grammar::RuleSet rules;
+  std::vector<NotingManager::Note> notes;
+  std::string bytes;
+  BinaryFormatter formatter{SerializationOutput::toString(bytes)};
+};
+
+TEST_F(NotedFormatting, EveryEventIsCheckedAsWhatItIs) {
+  formatter.startDocument(text("KR0"));
+  formatter.startMetadata();
+  formatter.startNamedEntry(text("n"));
+  formatter.writePrimitive(true);
+  formatter.endNamedEntry();
+  formatter.endMetadata();
+  formatter.startSequence();
+  formatter.startStruct();
+  formatter.endStruct();
+  formatter.endSequence();
+  formatter.endDocument();
+  std::vector<unsigned> codes;
+  for (const auto& note : notes) codes.push_back(static_cast<unsigned>(note.code));
+  EXPECT_EQ(codes, (std::vector<unsigned>{0, 8, 4, 10, 5, 9, 6, 2, 3, 7, 1}));
+}
+
+TEST_F(NotedFormatting, AStartIsCheckedWithANullAndNotWithWhatItBrings) {
+  formatter.startDocument(text("KR0"));
+  formatter.startNamedEntry(text("n"));
+  formatter.startStruct();
+  ASSERT_EQ(notes.size(), 3u);
+  for (const auto& note : notes) EXPECT_EQ(note.primitive, Primitive(nullptr));
+}
+
+TEST_F(NotedFormatting, AnEndIsCheckedWithThePrimitiveOfTheChecker) {
+  formatter.endStruct();
+  formatter.endSequence();
+  formatter.endDocument();
+  ASSERT_EQ(notes.size(), 3u);
+  for (const auto& note : notes) EXPECT_TRUE(note.isOwn);
+}
+
+TEST_F(NotedFormatting, APrimitiveIsCheckedWithItself) {
+  formatter.writePrimitive(text("t"));
+  ASSERT_EQ(notes.size(), 1u);
+  EXPECT_EQ(notes[0].primitive, text("t"));
 }
 
 TEST_F(CheckedFormatting, LeavesItsOwnStatesAlone) {
