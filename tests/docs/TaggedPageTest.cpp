@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -14,6 +15,7 @@
 #include "kr/zero/io/BinaryKRSylvanSerializer.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
 #include "modeling/sylvan/EventPrinter.h"
+#include "modeling/sylvan/grammar/GrammarException.h"
 #include "support/Paths.h"
 
 namespace kr::zero {
@@ -68,6 +70,12 @@ std::string eventsOnPage() {
   return events;
 }
 
+// The bytes with those from `second` to `end` in front of those from `first` to `second`.
+std::string swapped(const std::string& bytes, std::size_t first, std::size_t second, std::size_t end) {
+  return bytes.substr(0, first) + bytes.substr(second, end - second) + bytes.substr(first, second - first) +
+         bytes.substr(end);
+}
+
 // The events of a document, as on the page.
 std::string printed(const std::string& document) {
   std::ostringstream events;
@@ -112,6 +120,23 @@ class TaggedPage : public testing::Test {
     return model;
   }
 
+  std::unique_ptr<io::BinaryKRSylvanParser> makeParser() const {
+    return std::make_unique<io::BinaryKRSylvanParser>(std::make_unique<io::ParseCustomizer>(registry),
+                                                      std::make_unique<io::ParsingModelBuilder>(false));
+  }
+
+  void expectExample(const std::string& bytes) const {
+    const auto parser = makeParser();
+    ASSERT_TRUE(parser->parse(io::ParsingInput::fromString(bytes)))
+        << testing::PrintToString(parser->getProblems());
+    EXPECT_EQ(findDifference(parser->takeModel(), makeExample()), std::nullopt);
+  }
+
+  void expectWrongShape(const std::string& bytes) const {
+    EXPECT_THROW(static_cast<void>(makeParser()->parse(io::ParsingInput::fromString(bytes))),
+                 modeling::sylvan::grammar::GrammarException);
+  }
+
   meta::MetaRegistry registry;
 };
 
@@ -130,13 +155,16 @@ TEST_F(TaggedPage, DumpIsWhatTheLibraryWrites) {
   EXPECT_TRUE(bytes == bytesOnPage());
 }
 
-TEST_F(TaggedPage, DumpReadsAsTheExample) {
-  io::BinaryKRSylvanParser parser(std::make_unique<io::ParseCustomizer>(registry),
-                                  std::make_unique<io::ParsingModelBuilder>(false));
-  const std::string bytes = bytesOnPage();
-  ASSERT_TRUE(parser.parse(io::ParsingInput::fromString(bytes)))
-      << testing::PrintToString(parser.getProblems());
-  EXPECT_EQ(findDifference(parser.takeModel(), makeExample()), std::nullopt);
+TEST_F(TaggedPage, DumpReadsAsTheExample) { expectExample(bytesOnPage()); }
+
+TEST_F(TaggedPage, EntriesOfStructsReadInAnyOrder) {
+  expectExample(swapped(bytesOnPage(), 0x6e, 0x7e, 0x8f));    // title and genre
+  expectExample(swapped(bytesOnPage(), 0xec, 0x102, 0x116));  // type and identity of the reference
+}
+
+TEST_F(TaggedPage, EntriesOfMetadataReadInTheOrderOfThePageOnly) {
+  expectWrongShape(swapped(bytesOnPage(), 0x08, 0x15, 0x3f));  // version and packages
+  expectWrongShape(swapped(bytesOnPage(), 0x42, 0x58, 0x6c));  // type and identity of the book
 }
 
 TEST_F(TaggedPage, DumpReadsAsTheEventsOnThePage) { EXPECT_EQ(printed(bytesOnPage()), eventsOnPage()); }
