@@ -9,8 +9,6 @@ void StreamBytes::attach(BinaryAssembler::Source& source, bool isShared) {
   source_ = &source;
   state_ = &source.stream();
   isShared_ = isShared;
-  offset_ = 0;
-  detail_ = "";
   load();
 }
 
@@ -40,8 +38,7 @@ bool StreamBytes::isEmptySlowly() {
 
 unsigned char StreamBytes::takeSlowly(const char* cut) {
   if (isEmptySlowly()) fail(cut);
-  if (next_ != end_) return take(cut);
-  // A buffer that keeps nothing in memory, or a stream that its own buffer made fail.
+  // The buffer may keep nothing in memory, and may have made its own stream fail: get() knows what to do.
   const int byte = source_->stream().get();
   ++offset_;
   load();

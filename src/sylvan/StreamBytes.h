@@ -37,10 +37,10 @@ class GetArea : private std::streambuf {
 /// position only when somebody may look at it.
 class StreamBytes {
  public:
-  /// Begins to read from a source, which must stay where it is until the next call.
+  /// Begins to read from a source, which must stay where it is until detach().
   /// @param isShared others see the stream too: between release() and resume() it is as they expect.
   void attach(BinaryAssembler::Source& source, bool isShared);
-  /// There is no source.
+  /// There is no source, and nothing was taken.
   /// @param detail why the document could not be had, where that is known.
   void detach(const char* detail = "") noexcept;
 
@@ -63,7 +63,7 @@ class StreamBytes {
   const char* getEnd() const noexcept { return end_; }
   void moveTo(const char* next) noexcept { next_ = next; }
 
-  /// Bytes taken since attach().
+  /// Bytes taken since detach().
   std::uint64_t getOffset() const noexcept { return offset_ + static_cast<std::uint64_t>(next_ - begin_); }
   const char* getDetail() const noexcept { return detail_; }
 
