@@ -31,9 +31,7 @@ void StreamBytes::load() {
 
 bool StreamBytes::isEmptySlowly() {
   commit();
-  const bool isEmpty = source_->isEmpty();
-  load();
-  return isEmpty;
+  return source_->isEmpty();
 }
 
 unsigned char StreamBytes::takeSlowly(const char* cut) {

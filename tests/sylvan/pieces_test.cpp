@@ -365,6 +365,26 @@ TEST(Strings, ReadAsNaiveStreamsWithTheirPositionsAsOffsets) {
   }
 }
 
+TEST(CallersStreams, HaveOffsetsHoweverTheirBytesCome) {
+  for (const std::string& bytes : wholeAndRandomDocuments()) {
+    const std::vector<std::streamoff> expected = naivePositions(bytes);
+    std::vector<std::unique_ptr<std::streambuf>> buffers;
+    buffers.push_back(std::make_unique<std::stringbuf>(bytes));
+    buffers.push_back(std::make_unique<UnbufferedBuf>(bytes));
+    for (const std::size_t piece : {1u, 7u, 100u})
+      buffers.push_back(std::make_unique<PieceBuf>(toVector(bytes), piece));
+    for (const auto& buffer : buffers) {
+      std::istream stream(buffer.get());
+      Asking asking;
+      io::BinaryAssembler assembler(&asking);
+      asking.assembler = &assembler;
+      inOurWords([&] { assembler.visitStream(stream); });
+      EXPECT_EQ(asking.offsets, expected) << toHex(bytes);
+      EXPECT_EQ(assembler.getByteOffset() + restOf(buffer.get()).size(), bytes.size()) << toHex(bytes);
+    }
+  }
+}
+
 TEST(Strings, StandBehindTheItemWhoseEventThrew) {
   for (const std::string& bytes : randomDocuments(20)) {
     const std::vector<std::streamoff> expected = naivePositions(bytes);
@@ -433,6 +453,37 @@ TEST(CallersStreams, ThatTheTargetMeddlesWithEndAsAfterPeekAndGet) {
         EXPECT_TRUE(seen == expected)
             << at << "\nlibrary: " << describe(seen) << "naive: " << describe(expected);
       }
+}
+
+// Has all in memory until it is told to forget all but a few bytes.
+class ForgetfulBuf : public std::streambuf {
+ public:
+  explicit ForgetfulBuf(std::string bytes) : bytes_(std::move(bytes)) {
+    setg(bytes_.data(), bytes_.data(), bytes_.data() + bytes_.size());
+  }
+  void forget() { setg(eback(), gptr(), gptr() + 3); }
+
+ private:
+  std::string bytes_;
+};
+
+TEST(CallersStreams, ThatForgetBytesWhileAnEventIsSentEndAsAfterPeekAndGet) {
+  const std::string bytes = littleHeader + std::string(100, '\x12') + "\x02";
+  const auto seenBy = [&](std::size_t at, const std::function<void(std::istream&, Events&)>& readFrom) {
+    ForgetfulBuf buffer(bytes);
+    std::istream stream(&buffer);
+    Meddling target([&] { buffer.forget(); }, at);
+    const std::string ending = inOurWords([&] { readFrom(stream, target); });
+    return Seen{ending, target, stream.rdstate(), restOf(&buffer)};
+  };
+  for (std::size_t at = 2; at < 60; ++at) {
+    const Seen expected =
+        seenBy(at, [](std::istream& stream, Events& target) { NaiveReader(stream, target).readDocument(); });
+    const Seen seen = seenBy(
+        at, [](std::istream& stream, Events& target) { io::BinaryAssembler(&target).visitStream(stream); });
+    EXPECT_TRUE(seen == expected) << at << "\nlibrary: " << describe(seen) << "naive: " << describe(expected);
+    EXPECT_EQ(seen.events.getCount(), at + 3);
+  }
 }
 
 TEST(CallersStreams, FlushTheStreamThatTheyAreTiedToBeforeMoreIsFetched) {
