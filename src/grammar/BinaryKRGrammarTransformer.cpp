@@ -107,9 +107,7 @@ void BinaryKRGrammarTransformer::writePrimitive(const SylvanPrimitive& value) {
   manager_->process(SylvanEventCode::writePrimitive, value);
 }
 
-// Without the old manager first: it must not meet a blackboard that has forgotten where it was.
 void BinaryKRGrammarTransformer::reset() {
-  manager_.reset();
   blackboard_.reset();
   manager_ = KRGrammar::getInstance().getProcessor("document", blackboard_);
 }

@@ -71,7 +71,12 @@ class RecordingManager : public Internals::Manager {
  public:
   RecordingManager(Log& log, Blackboard& blackboard, std::unique_ptr<Internals::Manager> next)
       : Internals::Manager(getRule(), blackboard), log_(log), next_(std::move(next)) {}
-  ~RecordingManager() override { log_.push_back("grammar gone"); }
+  ~RecordingManager() override {
+    whenGone();
+    log_.push_back("grammar gone");
+  }
+
+  std::function<void()> whenGone = [] {};
 
   std::function<void()> before = [] {};
 
@@ -221,6 +226,16 @@ TEST_F(Transformer, StartDocumentMakesANewGrammarThenFeedsItThenTellsTheTarget) 
   };
   send(transformer, 'D');
   EXPECT_EQ(log, (Log{"grammar gone", "target StartDocument \"KR0\""}));
+}
+
+TEST_F(Transformer, BlackboardIsResetBeforeTheOldGrammarGoes) {
+  Blackboard& blackboard = Internals::getBlackboard(transformer);
+  std::vector<std::size_t> heights;
+  replaceGrammar().whenGone = [&] { heights = {blackboard.states.size(), blackboard.metadataStates.size()}; };
+  blackboard.states.push(3);
+  blackboard.metadataStates.push(0);
+  send(transformer, 'D');
+  EXPECT_EQ(heights, (std::vector<std::size_t>{0, 1}));
 }
 
 // ---- metadata
