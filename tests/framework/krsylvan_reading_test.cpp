@@ -1,7 +1,9 @@
 // Models out of tree events, and what is refused.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <limits>
+#include <utility>
 
 #include "framework/TreeEventTesting.h"
 #include "modeling/sylvan/EventRecorder.h"
@@ -116,6 +118,116 @@ TEST_F(TreeEventReading, BothEndsOfARangeFit) {
   EXPECT_EQ(bookOf([](EventScript& s) { s.set("pages", natural(32767)); }).getInteger("pages"), 32767);
 }
 
+/// The integer types with their ends.
+struct Range {
+  const char* type;
+  std::int64_t low;
+  std::uint64_t high;
+};
+constexpr Range ranges[] = {
+    {"Integer8", -128, 127},
+    {"UInteger8", 0, 255},
+    {"Integer16", -32768, 32767},
+    {"UInteger16", 0, 65535},
+    {"Integer", -2147483648LL, 2147483647},
+    {"UnlimitedNatural", 0, 4294967295},
+    {"Integer64", std::numeric_limits<std::int64_t>::min(), 9223372036854775807u},
+    {"UInteger64", 0, 18446744073709551615u},
+};
+
+class IntegerReading : public ::testing::TestWithParam<Range> {
+ protected:
+  IntegerReading() {
+    meta::MetaModelBuilder package("urn:test:library", "numbers");
+    auto& holder = package.classType("Holder");
+    holder.property("one", GetParam().type);
+    holder.property("many", GetParam().type).many();
+    package.registerIn(registry);
+  }
+
+  void read(const char* property, const Primitive& value) {
+    EXPECT_TRUE(parser.parseEvents([&](test::TreeTarget& target) {
+      EventScript script(target);
+      script.header().object("numbers.Holder").entry(property);
+      const bool inList = property == std::string("many");
+      if (inList) target.startSequence();
+      script.value(value);
+      if (inList) target.endSequence();
+      script.end().endObject().footer();
+    }));
+  }
+  void expectTaken(const Primitive& value, const std::string& digits) {
+    for (const char* property : {"one", "many"}) {
+      read(property, value);
+      EXPECT_EQ(parser.takeModel().getRoots().at(0).getTextForm(property), digits) << property;
+    }
+  }
+  void expectRefused(const Primitive& value, const std::string& digits) {
+    const Range& range = GetParam();
+    for (const char* property : {"one", "many"})
+      EXPECT_EQ(test::errorOf<ValueError>([&] { read(property, value); }),
+                std::string("/holder.") + property + ": the number " + digits +
+                    " is out of the range of its type " + range.type + ", " + std::to_string(range.low) +
+                    " to " + std::to_string(range.high));
+  }
+
+  meta::MetaRegistry registry;
+  test::EventParser parser{registry};
+};
+
+constexpr std::uint64_t mostSigned = std::numeric_limits<std::int64_t>::max();
+
+TEST_P(IntegerReading, TakesBothEndsOfItsRangeInEitherKind) {
+  const Range& range = GetParam();
+  expectTaken(number(range.low), std::to_string(range.low));
+  expectTaken(natural(range.high), std::to_string(range.high));
+  if (range.high <= mostSigned)
+    expectTaken(number(static_cast<std::int64_t>(range.high)), std::to_string(range.high));
+  else
+    expectTaken(number(static_cast<std::int64_t>(mostSigned)), std::to_string(mostSigned));
+  expectTaken(number(0), "0");
+  expectTaken(natural(0), "0");
+}
+
+TEST_P(IntegerReading, RefusesWhatLiesNextToItsRangeInEitherKind) {
+  const Range& range = GetParam();
+  if (range.low > std::numeric_limits<std::int64_t>::min())
+    expectRefused(number(range.low - 1), std::to_string(range.low - 1));
+  if (range.high < mostSigned)
+    expectRefused(number(static_cast<std::int64_t>(range.high) + 1), std::to_string(range.high + 1));
+  if (range.high < std::numeric_limits<std::uint64_t>::max())
+    expectRefused(natural(range.high + 1), std::to_string(range.high + 1));
+}
+
+TEST_P(IntegerReading, RefusesTheFarthestNumbersThatItCannotHold) {
+  const Range& range = GetParam();
+  constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
+  constexpr std::uint64_t highest = std::numeric_limits<std::uint64_t>::max();
+  if (range.low > lowest) expectRefused(number(lowest), std::to_string(lowest));
+  if (range.high < highest) expectRefused(natural(highest), std::to_string(highest));
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, IntegerReading, ::testing::ValuesIn(ranges),
+                         [](const auto& tested) { return std::string(tested.param.type); });
+
+TEST_F(TreeEventReading, ARealComesBackToItsLastBit) {
+  for (const double value :
+       {0.1, -0.0, 5e-324, 1.7976931348623157e308, std::numeric_limits<double>::infinity(),
+        -std::numeric_limits<double>::infinity()})
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(
+                  bookOf([&](EventScript& s) { s.set("weight", value); }).getReal("weight")),
+              std::bit_cast<std::uint64_t>(value));
+}
+
+TEST_F(TreeEventReading, ADateAndAUuidTravelAsTexts) {
+  const Element book = bookOf([](EventScript& s) {
+    s.set("printed", text("2024-02-29T23:59:59.000-00:30"))
+        .set("key", text("00112233-4455-6677-8899-AABBCCDDEEFF"));
+  });
+  EXPECT_EQ(book.getTextForm("printed"), "2024-02-29T23:59:59.000-00:30");
+  EXPECT_EQ(book.getTextForm("key"), "00112233-4455-6677-8899-aabbccddeeff");
+}
+
 // --- Values that do not fit
 
 TEST_F(TreeEventReading, ANumberAboveTheRangeIsRefused) {
@@ -160,6 +272,24 @@ TEST_F(TreeEventReading, ATextThatIsNoValueOfItsTypeIsRefused) {
   EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("genre", text("opera")); }),
             "/book.genre: \"opera\" is not a library.Genre");
   EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("key", text("1")); }), "/book.key: \"1\" is not a UUID");
+  EXPECT_EQ(errorOfBook([](EventScript& s) { s.set("printed", text("2023-02-29")); }),
+            "/book.printed: \"2023-02-29\" is not a DateTime");
+}
+
+TEST_F(TreeEventReading, AValueInACollectionIsCheckedLikeASingleOne) {
+  const auto of = [&](const char* property, Primitive value) {
+    return errorOfBook([&](EventScript& s) {
+      s.entry(property).to.startSequence();
+      s.value(value);
+    });
+  };
+  EXPECT_EQ(of("genres", text("opera")), "/book.genres: \"opera\" is not a library.Genre");
+  EXPECT_EQ(of("years", 1.5), "/book.years: expected a value of type Integer, found a real");
+  EXPECT_EQ(of("tags", true), "/book.tags: expected a value of type String, found a boolean");
+  EXPECT_EQ(of("volumes", text("x")), "/book.volumes: expected an object, found a text");
+  EXPECT_EQ(of("chapters", text("x")), "/book.chapters: expected a struct, found a text");
+  EXPECT_EQ(of("authors", text("x")), "/book.authors: expected a reference, found a text");
+  EXPECT_EQ(of("authors", Primitive(nullptr)), "/book.authors: expected a reference, found null");
 }
 
 TEST_F(TreeEventReading, NullFitsOptionalPrimitivesOnly) {
@@ -341,6 +471,139 @@ TEST_F(TreeEventReading, APackageThatNobodyKnowsIsRefusedWithTheCustomizersReaso
   }));
   ASSERT_EQ(parser.getProblems().size(), 1u);
   EXPECT_NE(parser.getProblems()[0].find("urn:nobody"), std::string::npos);
+}
+
+TEST_F(TreeEventReading, TheRestOfARefusedDocumentIsPassedOverWhateverItIs) {
+  EXPECT_FALSE(parser.parseEvents([](test::TreeTarget& target) {
+    EventScript(target).header().object("library.Car");
+    target.startNamedEntry(number(1));
+    target.writePrimitive(nullptr);
+    target.startSequence();
+    target.startMetadata();
+    target.endStruct();
+    target.endMetadata();
+    target.endSequence();
+    target.endNamedEntry();
+    target.endDocument();
+  }));
+  EXPECT_EQ(parser.getProblems().size(), 1u);
+  EXPECT_EQ(bookOf([](EventScript& s) { s.set("name", text("b")); }).getText("name"), "b");
+}
+
+TEST_F(TreeEventReading, AChildThatDoesNotFitIsRefusedWithAReason) {
+  EXPECT_FALSE(readBook([](EventScript& s) {
+    s.entry("volumes").to.startSequence();
+    s.object("library.Author").endObject();
+    s.to.endSequence();
+    s.end();
+  }));
+  EXPECT_EQ(
+      parser.getProblems(),
+      std::vector<std::string>{"/book.volumes: an element of type library.Author does not fit a property "
+                               "of type library.Book"});
+}
+
+TEST_F(TreeEventReading, AnIdentityThatTwoElementsHaveIsRefusedWithAReason) {
+  const auto withId = [](EventScript& s) {
+    s.to.startMetadata();
+    s.set("type", text("library.Book")).entry("id").to.startSequence();
+    s.text("a").text("b").to.endSequence();
+    s.end().to.endMetadata();
+    s.to.startStruct();
+    s.to.endStruct();
+  };
+  EXPECT_FALSE(parser.parseEvents([&](test::TreeTarget& target) {
+    EventScript s(target);
+    s.header();
+    withId(s);
+    withId(s);
+    s.footer();
+  }));
+  EXPECT_EQ(parser.getProblems(), std::vector<std::string>{"/book[1]: has the same identity as /book[0]"});
+}
+
+TEST_F(TreeEventReading, AnIdentityWithAnEmptyPartIsRefusedWithAReason) {
+  EXPECT_FALSE(parser.parseEvents([](test::TreeTarget& target) {
+    EventScript s(target);
+    s.header().to.startMetadata();
+    s.set("type", text("library.Book")).entry("id").to.startSequence();
+    s.text("a").text("").to.endSequence();
+    s.end().to.endMetadata();
+    s.to.startStruct();
+    s.endObject().footer();
+  }));
+  EXPECT_EQ(parser.getProblems(), std::vector<std::string>{"/book: one part of the identity is empty"});
+}
+
+/// The sequel of a book: a reference of that type, and the qualifier if there is one.
+void writeSequel(EventScript& s, const char* type, const char* qualifier = nullptr) {
+  s.entry("sequel").to.startStruct();
+  s.set("type", text(type)).entry("id").to.startSequence();
+  s.text("x").text("y").to.endSequence();
+  s.end();
+  if (qualifier != nullptr) s.set("qualifier", text(qualifier));
+  s.to.endStruct();
+  s.end();
+}
+
+TEST_F(TreeEventReading, AReferenceWhoseTargetIsNotHereStaysWithAllItsTexts) {
+  for (const char* qualifier : {"other", "", static_cast<const char*>(nullptr)}) {
+    const Element book = bookOf([&](EventScript& s) { writeSequel(s, "library.Book", qualifier); });
+    const auto kept = book.getUnresolved("sequel");
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->targetType, "library.Book");
+    EXPECT_EQ(kept->id1, "x");
+    EXPECT_EQ(kept->id2, "y");
+    EXPECT_EQ(kept->qualifier.has_value(), qualifier != nullptr);
+    if (qualifier != nullptr) {
+      EXPECT_EQ(*kept->qualifier, qualifier);
+    }
+  }
+}
+
+TEST_F(TreeEventReading, AReferenceToAnElementOfAnotherClassIsRefusedWithAReason) {
+  EXPECT_FALSE(parser.parseEvents([](test::TreeTarget& target) {
+    EventScript s(target);
+    s.header().object("library.Book");
+    writeSequel(s, "library.Author");
+    s.endObject().to.startMetadata();
+    s.set("type", text("library.Author")).entry("id").to.startSequence();
+    s.text("x").text("y").to.endSequence();
+    s.end().to.endMetadata();
+    s.to.startStruct();
+    s.endObject().footer();
+  }));
+  EXPECT_EQ(
+      parser.getProblems(),
+      std::vector<std::string>{"/book[0].sequel: an element of class library.Author does not fit a property "
+                               "of type library.Book"});
+}
+
+TEST_F(TreeEventReading, AStructForASingleChildIsRefused) {
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.header().object("library.Library").entry("treasure").to.startStruct();
+            }),
+            "/library.treasure: expected an object, found a struct");
+}
+
+TEST_F(TreeEventReading, AnObjectInACollectionOfOthersIsRefused) {
+  for (const auto& [property, wanted] :
+       {std::pair("tags", "a value of type String"), std::pair("chapters", "a struct"),
+        std::pair("authors", "a reference")})
+    EXPECT_EQ(errorOfBook([&, name = property](EventScript& s) {
+                s.entry(name).to.startSequence();
+                s.to.startMetadata();
+              }),
+              std::string("/book.") + property + ": expected " + wanted + ", found an object");
+}
+
+TEST_F(TreeEventReading, ChildrenAndStructsOfACollectionNeedItsSequence) {
+  for (const char* property : {"volumes", "chapters", "authors"}) {
+    EXPECT_EQ(errorOfBook([&](EventScript& s) { s.entry(property).to.startStruct(); }),
+              std::string("/book.") + property + ": expected a sequence, found a struct");
+    EXPECT_EQ(errorOfBook([&](EventScript& s) { s.entry(property).to.startMetadata(); }),
+              std::string("/book.") + property + ": expected a sequence, found an object");
+  }
 }
 
 // --- The document as a whole

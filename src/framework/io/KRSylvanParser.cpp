@@ -23,6 +23,7 @@ bool KRSylvanParser::doParseByteSequence(const std::vector<std::uint8_t>& bytes)
   return doParseString(std::string(bytes.begin(), bytes.end()));
 }
 
+// The end mark tells whether a document is whole: a refused one leaves elements open that it does close.
 void KRSylvanParser::finishParse() {
   getParseProcessor()->parseCompleted();
   if (!reader_->isComplete()) failCorrupt("the document ends without its end mark");

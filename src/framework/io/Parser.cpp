@@ -52,8 +52,6 @@ bool Parser::parse(const ParsingInput& input) {
     const std::string& refused = processor_->getCustomizer().getProblem();
     if (!refused.empty()) processor_->addProblem(refused);
     if (processor_->getProblems().empty()) processor_->addProblem("the reader refused the document");
-  } else if (processor_->getDepth() != 0) {
-    processor_->addProblem("the document ends inside the element " + processor_->getPath());
   }
   return dispatch.getResult() && processor_->getProblems().empty();
 }
@@ -95,7 +93,10 @@ bool Parser::doParseStream(std::istream& stream) {
   return doParseByteSequence(bytes);
 }
 
-void Parser::finishParse() {}
+void Parser::finishParse() {
+  if (processor_->getDepth() != 0)
+    processor_->addProblem("the document ends inside the element " + processor_->getPath());
+}
 
 std::string Parser::describeFailure() const {
   std::string text;

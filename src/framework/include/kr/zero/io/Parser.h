@@ -65,8 +65,8 @@ class KR0_FRAMEWORK_API Parser {
   virtual bool doParseByteSequence(const std::vector<std::uint8_t>& bytes) = 0;
   /// Reads the stream to its end and hands the bytes to doParseByteSequence, unless overridden.
   virtual bool doParseStream(std::istream& stream);
-  /// Called by parse after a hook that returned true: the place to look at the document as a whole. Does
-  /// nothing unless overridden.
+  /// Called by parse after a hook that returned true: the place to look at the document as a whole. Unless
+  /// overridden, an element that is still open is a problem: the document was cut.
   virtual void finishParse();
 
   std::unique_ptr<ParseCustomizer> customizer_;
