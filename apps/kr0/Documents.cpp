@@ -10,8 +10,11 @@
 #include "kr/zero/io/BinaryKRSylvanSerializer.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/BinarySerializer.h"
+#include "modeling/sylvan/grammar/GrammarException.h"
 
 namespace kr::zero::tool {
+
+using modeling::sylvan::grammar::GrammarException;
 
 namespace {
 
@@ -42,14 +45,6 @@ std::string sentence(std::string what, const std::string& place) {
   if (place.empty() || what.find(place) != what.npos) return what;
   const bool hasDetail = !place.starts_with("at byte") && !place.starts_with("in element");
   return what + (hasDetail ? ": " : ", ") + place;
-}
-
-// An unknown property number surfaces as the standard's complaint about a look-up table, which tells
-// a user nothing.
-std::string reasonOf(const std::exception& error) {
-  if (dynamic_cast<const std::out_of_range*>(&error) != nullptr)
-    return "there is a property number that is not known at this place";
-  return error.what();
 }
 
 std::string firstOf(const std::vector<std::string>& problems) {
@@ -172,6 +167,16 @@ Document readDocument(const std::string& path, std::optional<Format> format, Pro
   if (!format) format = formatOfContent(document);
   document.format = format.value_or(Format::krb);
   return document;
+}
+
+// An unknown property number surfaces as the standard's complaint about a look-up table, which tells
+// a user nothing; neither do the grammar's processors that a failure came through.
+std::string reasonOf(const std::exception& error) {
+  if (dynamic_cast<const std::out_of_range*>(&error) != nullptr)
+    return "there is a property number that is not known at this place";
+  const std::string text = error.what();
+  if (dynamic_cast<const GrammarException*>(&error) != nullptr) return text.substr(text.rfind('\n') + 1);
+  return text;
 }
 
 std::string hintAt(const Document& document) {

@@ -59,6 +59,9 @@ struct BinaryHeader {
 /// .krt, .xmi), else what the content looks like.
 Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress);
 
+/// What to tell of a failure to read a document.
+std::string reasonOf(const std::exception& error);
+
 /// " (it looks like XML)": what to tell of a document that cannot be read as the format that it is taken
 /// for, but looks like another; else an empty text.
 std::string hintAt(const Document& document);

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "Errors.h"
+#include "Visible.h"
 #include "kr/zero/io/ModelFile.h"
 #include "kr/zero/ustring.h"
 
@@ -91,7 +92,7 @@ void writeOutput(const std::string& path, std::string_view bytes) {
 }
 
 TextOut& TextOut::operator<<(std::string_view text) {
-  pending_.append(text);
+  appendVisible(pending_, text);
   if (pending_.size() >= pieceBytes) flush();
   return *this;
 }

@@ -24,7 +24,7 @@ std::vector<std::uint8_t> readInput(const std::string& path);
 /// @throws BadInput where that fails; ReaderGone.
 void writeOutput(const std::string& path, std::string_view bytes);
 
-/// Text on its way to standard output, in large pieces.
+/// Text on its way to standard output, in large pieces, and without what a terminal would obey.
 class TextOut {
  public:
   TextOut& operator<<(std::string_view text);

@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "Files.h"
 #include "TaggedTree.h"
+#include "Visible.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
 namespace kr::zero::tool {
@@ -110,17 +111,18 @@ void printElements(const Counts& counts, TextOut& out) {
   out << "elements: " << std::to_string(total) << '\n';
   for (const auto& [name, count] : mostFirst(counts)) {
     const std::string number = std::to_string(count);
-    out << std::string(number.size() < 8 ? 8 - number.size() : 0, ' ') << number << "  " << name << '\n';
+    out << std::string(number.size() < 8 ? 8 - number.size() : 0, ' ') << number << "  " << asName(name)
+        << '\n';
   }
 }
 
 void print(const Facts& facts, TextOut& out) {
   out << "format: " << nameOf(facts.format) << '\n';
-  if (!facts.version.empty()) out << "version: " << facts.version << '\n';
+  if (!facts.version.empty()) out << "version: " << asName(facts.version) << '\n';
   out << "bytes: " << std::to_string(facts.bytes) << '\n';
   if (facts.packages) {
     out << "packages: " << std::to_string(facts.packages->size()) << '\n';
-    for (const std::string& uri : *facts.packages) out << "  " << uri << '\n';
+    for (const std::string& uri : *facts.packages) out << "  " << asName(uri) << '\n';
   }
   if (facts.elements)
     printElements(*facts.elements, out);

@@ -1,10 +1,12 @@
 #include "TaggedEvents.h"
 
+#include <array>
 #include <istream>
 #include <new>
 #include <streambuf>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "Errors.h"
 #include "fl/i18n/converter.h"
@@ -29,23 +31,70 @@ class BytesBuffer final : public std::streambuf {
   }
 };
 
-// Looks at what neither bytes nor shape tell: the texts, and whether the document ends.
+// Entries of metadata, in the order that the grammar has made sure of.
+constexpr std::array<const char*, 2> documentEntries{"version", "packages"};
+constexpr std::array<const char*, 2> objectEntries{"type", "id"};
+
+// Looks at what neither bytes nor the kinds of events tell: names, texts, what metadata holds, and whether
+// the document ends. Ends and values come here before the grammar has seen that they fit.
 class ContentCheck final : public modeling::sylvan::NullEventProcessor {
  public:
-  void startNamedEntry(const SylvanPrimitive& name) override { check(name); }
-  void writePrimitive(const SylvanPrimitive& value) override { check(value); }
+  void startStruct() override { inSequence_.push_back(false); }
+  void endStruct() override { leave(); }
+  void startNamedEntry(const SylvanPrimitive& name) override {
+    const auto* const text = std::get_if<std::string>(&name);
+    if (text == nullptr) throw std::runtime_error("the name of an entry is not a text");
+    check(*text);
+    if (inMetadata_) startEntry(*text);
+    inSequence_.push_back(false);
+  }
+  void endNamedEntry() override { leave(); }
+  void startSequence() override {
+    if (!inSequence_.empty() && inSequence_.back())
+      throw std::runtime_error("a sequence stands in a sequence, and no property holds such values");
+    inSequence_.push_back(true);
+  }
+  void endSequence() override { leave(); }
+  void startMetadata() override {
+    inMetadata_ = true;
+    entries_ = 0;
+  }
+  void endMetadata() override {
+    inMetadata_ = false;
+    headSeen_ = true;
+  }
+  void writePrimitive(const SylvanPrimitive& value) override {
+    if (inMetadata_ && !headSeen_ && entries_ == 1) return checkVersion(value);
+    const auto* const text = std::get_if<std::string>(&value);
+    if (inMetadata_ && text == nullptr) throw std::runtime_error("metadata holds a value that is not a text");
+    if (text != nullptr) check(*text);
+  }
   void endDocument() override { ended_ = true; }
   bool ended() const { return ended_; }
 
  private:
-  void check(const SylvanPrimitive& value) {
-    const auto* const text = std::get_if<std::string>(&value);
-    if (text != nullptr && !toUtf16_.convert(*text, scratch_))
-      throw std::runtime_error("a text is not well-formed UTF-8");
+  void leave() {
+    if (!inSequence_.empty()) inSequence_.pop_back();
+  }
+  void startEntry(const std::string& name) {
+    const std::string expected = (headSeen_ ? objectEntries : documentEntries).at(entries_++);
+    if (name != expected)
+      throw std::runtime_error("expected the entry \"" + expected + "\" of metadata, found \"" + name + '"');
+  }
+  static void checkVersion(const SylvanPrimitive& value) {
+    if (value != SylvanPrimitive(std::uint64_t{1}) && value != SylvanPrimitive(std::int64_t{1}))
+      throw std::runtime_error("the version is not 1");
+  }
+  void check(const std::string& text) {
+    if (!toUtf16_.convert(text, scratch_)) throw std::runtime_error("a text is not well-formed UTF-8");
   }
 
   fl::i18n::codecvt_string_to_ustring toUtf16_{"UTF8", true};
   ustring scratch_;
+  std::vector<bool> inSequence_;  // of everything that is open but metadata: whether it is a sequence
+  bool inMetadata_ = false;
+  bool headSeen_ = false;    // the metadata of the document has ended
+  std::size_t entries_ = 0;  // of metadata, begun
   bool ended_ = false;
 };
 
@@ -87,7 +136,7 @@ void checkTagged(const Document& document) {
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {
-    refuse(document, error.what(), assembler);
+    refuse(document, reasonOf(error), assembler);
   }
   if (!check.ended()) refuse(document, "the document ends without its end mark", assembler);
 }

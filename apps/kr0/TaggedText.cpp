@@ -1,19 +1,17 @@
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "TaggedPrinters.h"
 #include "TaggedTree.h"
 #include "TaggedValues.h"
+#include "Visible.h"
 
 namespace kr::zero::tool {
 
 namespace {
 
 constexpr std::size_t deepestIndentation = 40;
-
-std::string inQuotes(std::string_view text) { return nlohmann::json(text).dump(); }
 
 class TaggedTextPrinter final : public TaggedTreeVisitor {
  public:
@@ -22,7 +20,7 @@ class TaggedTextPrinter final : public TaggedTreeVisitor {
   void beginObject(const TaggedHeader& header) override {
     beginBody();
     if (!properties_.empty()) out_ << ' ';
-    out_ << header.type << " #" << std::to_string(++objects_);
+    out_ << asName(header.type) << " #" << std::to_string(++objects_);
     identity(header);
     out_ << '\n';
     ++depth_;
@@ -36,7 +34,7 @@ class TaggedTextPrinter final : public TaggedTreeVisitor {
   }
   void endStruct() override { --depth_; }
 
-  void beginProperty(const std::string& name) override { properties_.push_back({name}); }
+  void beginProperty(const std::string& name) override { properties_.push_back({asName(name)}); }
   void endProperty() override {
     if (properties_.back().inLine) out_ << '\n';
     properties_.pop_back();
@@ -63,7 +61,7 @@ class TaggedTextPrinter final : public TaggedTreeVisitor {
 
   void reference(const TaggedHeader& target) override {
     beginLine(" -> ");
-    out_ << target.type;
+    out_ << asName(target.type);
     identity(target);
     if (target.document) out_ << " in " << inQuotes(*target.document);
   }

@@ -1,17 +1,15 @@
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "TreePrinters.h"
 #include "TreeWalk.h"
+#include "Visible.h"
 
 namespace kr::zero::tool {
 
 namespace {
 
 constexpr std::size_t deepestIndentation = 40;
-
-std::string inQuotes(std::string_view text) { return nlohmann::json(text).dump(); }
 
 // Whether values stand without quotes: their text form cannot be taken for anything else.
 bool isBare(meta::Type type) {

@@ -10,6 +10,7 @@
 #include "Commands.h"
 #include "Errors.h"
 #include "Files.h"
+#include "Visible.h"
 #include "kr/zero/log/Span.h"
 
 namespace kr::zero::tool {
@@ -107,13 +108,6 @@ void describe(CLI::App& app, Call& call) {
   addSchema(app, call.schema);
 }
 
-// Texts from documents may hold anything; what a terminal would obey must not reach it.
-std::string asOneLine(std::string text) {
-  for (char& character : text)
-    if (static_cast<unsigned char>(character) < ' ' || character == '\x7f') character = ' ';
-  return text;
-}
-
 int complain(const std::string& what, ExitCode code) {
   std::cerr << "kr0: " << asOneLine(what) << '\n';
   return code;
@@ -151,7 +145,9 @@ int run(int count, char** arguments) {
 }  // namespace kr::zero::tool
 
 int main(int count, char** arguments) {
+  // A reader that is gone and a limit on file sizes are errors of the write that meets them.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   kr::zero::tool::holdStandardStreams();
   return kr::zero::tool::run(count, arguments);
 }

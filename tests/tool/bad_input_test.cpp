@@ -168,6 +168,15 @@ TEST(BadInput, AFullDeviceIsReported) {
                 HasSubstr("No space left on device"));
 }
 
+TEST(BadInput, ALimitOnFileSizesIsReportedAndLeavesTheOldOutput) {
+  const std::string folder = freshFolder(), output = folder + "/out.krb";
+  writeFile(output, "old");
+  const Ended ended = bash("ulimit -f 1 && $KR0 convert $1 $2 -m $3", {libraryXmi(), output, libraryEcore()});
+  expectRefused(ended, AllOf(HasSubstr("out.krb"), HasSubstr("File too large")));
+  EXPECT_EQ(readFile(output), "old");
+  EXPECT_EQ(filesIn(folder), std::vector<std::string>{"out.krb"});
+}
+
 TEST(BadInput, TooLittleMemoryIsOneSentence) {
   if (isSanitized()) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
   const std::string folder = freshFolder();

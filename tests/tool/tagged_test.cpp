@@ -47,7 +47,53 @@ void expectRefused(const Ended& ended, const testing::Matcher<const std::string&
   EXPECT_THAT(ended.err, sentence);
 }
 
+// --- Documents written by hand
+
 const std::string header = "\x01\x20\x01\x30\x02kr";
+const std::string versionOne = "\x20\x01";
+
+std::string text(const std::string& t) { return "\x30" + std::string(1, static_cast<char>(t.size())) + t; }
+std::string namedEntry(const std::string& name, const std::string& content) {
+  return "\x09" + name + content + "\x10";
+}
+std::string entry(const std::string& name, const std::string& content) {
+  return namedEntry(text(name), content);
+}
+std::string sequence(const std::string& items) { return "\x05" + items + "\x06"; }
+
+std::string object(const std::string& metadata, const std::string& properties) {
+  return "\x07" + metadata + "\x08\x03" + properties + "\x04";
+}
+std::string document(const std::string& objects, const std::string& package = text("urn:p"),
+                     const std::string& version = versionOne) {
+  return header + "\x07" + entry("version", version) + entry("packages", sequence(package)) + "\x08" +
+         sequence(objects) + "\x02";
+}
+// A document of one object of class "p.C".
+std::string documentOf(const std::string& properties) {
+  return document(object(entry("type", text("p.C")), properties));
+}
+
+// No control character but line feeds, neither ASCII's nor those that UTF-8 writes in two bytes.
+bool isFitForATerminal(const std::string& out) {
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(out[i]);
+    if ((byte < 0x20 && byte != '\n') || byte == 0x7F) return false;
+    if (byte == 0xC2 && static_cast<unsigned char>(out.at(i + 1)) < 0xA0) return false;
+  }
+  return true;
+}
+
+void expectRefusedByEveryVerb(const std::string& bytes, const testing::Matcher<const std::string&>& what) {
+  for (const char* flag : {"--json", "--events", "--verbose"}) {
+    const Ended ended = kr0({"cat", "-", flag}, bytes);
+    EXPECT_EQ(ended.code, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_THAT(ended.err, what);
+  }
+  expectRefused(kr0({"cat", "-"}, bytes), testing::AllOf(what, HasSubstr(", at byte ")));
+  expectRefused(kr0({"info", "-"}, bytes), what);
+}
 
 }  // namespace
 
@@ -124,20 +170,11 @@ TEST(Tagged, AReferenceIntoAnotherDocumentIsPrintedWithItsTexts) {
 }
 
 TEST(Tagged, AStructThatOnlyBeginsLikeAReferenceIsPrintedAsOne) {
-  // A document written by hand: a datatype value with a text "type" and a number "id".
-  const auto text = [](const std::string& t) {
-    return "\x30" + std::string(1, static_cast<char>(t.size())) + t;
-  };
-  const auto entry = [&](const std::string& name, const std::string& value) {
-    return "\x09" + text(name) + value + "\x10";
-  };
+  // A datatype value with a text "type" and a number "id".
   const std::string value = "\x03" + entry("type", text("x")) + entry("id", "\x20\x07") + "\x04";
-  const std::string document = header + "\x07" + entry("version", "\x20\x01") +
-                               entry("packages", "\x05" + text("urn:p") + "\x06") + "\x08\x05\x07" +
-                               entry("type", text("p.C")) + "\x08\x03" + entry("one", value) +
-                               entry("many", "\x05" + value + "\x03\x04\x06") + entry("none", "\x05\x06") +
-                               entry("null", "\x16") + "\x04\x06\x02";
-  EXPECT_EQ(outOf({"cat", "-"}, document),
+  const std::string bytes = documentOf(entry("one", value) + entry("many", sequence(value + "\x03\x04")) +
+                                       entry("none", sequence("")) + entry("null", "\x16"));
+  EXPECT_EQ(outOf({"cat", "-"}, bytes),
             "p.C #1\n"
             "  one:\n"
             "    type = \"x\"\n"
@@ -148,7 +185,7 @@ TEST(Tagged, AStructThatOnlyBeginsLikeAReferenceIsPrintedAsOne) {
             "  many[1]:\n"
             "  none is empty\n"
             "  null is empty\n");
-  const json properties = json::parse(outOf({"cat", "-", "--json"}, document))["elements"][0]["properties"];
+  const json properties = json::parse(outOf({"cat", "-", "--json"}, bytes))["elements"][0]["properties"];
   const json expected = {{"properties", {{"type", "x"}, {"id", 7}}}};
   EXPECT_EQ(properties.at("one"), expected);
   EXPECT_EQ(properties.at("many").at(0), expected);
@@ -224,6 +261,79 @@ TEST(Tagged, AValueOutOfRangeNamesElementAndProperty) {
   expectRefused(kr0({"convert", "-", "-", "--to", "xmi", "-m", libraryEcore()}, bytes),
                 testing::AllOf(HasSubstr("/library/books[0].pages: "),
                                HasSubstr("out of the range of its type "), HasSubstr("at byte ")));
+}
+
+TEST(Tagged, NothingThatATerminalWouldObeyIsPrinted) {
+  const std::string evil = "a\x1b[2J\x07\x7f\xC2\x9b\xC2\x80z\n";
+  const std::string id = entry("id", sequence(text(evil) + text(evil)));
+  const std::string reference =
+      "\x03" + entry("type", text(evil)) + id + entry("qualifier", text(evil)) + "\x04";
+  const std::string bytes = document(
+      object(entry("type", text(evil)) + id, entry(evil, text(evil)) + entry("ref", reference)), text(evil));
+  for (const char* flag : {"--json", "--events", "--verbose"})
+    EXPECT_TRUE(isFitForATerminal(outOf({"cat", "-", flag}, bytes))) << flag;
+  EXPECT_TRUE(isFitForATerminal(outOf({"info", "-"}, bytes)));
+  // A name cannot end its line.
+  const std::string quoted = R"("a\u001b[2J\u0007\u007f\u009b\u0080z\n")";
+  EXPECT_EQ(outOf({"cat", "-"}, bytes), quoted + " #1 id " + quoted + " " + quoted + "\n  " + quoted + " = " +
+                                            quoted + "\n  ref -> " + quoted + " id " + quoted + " " + quoted +
+                                            " in " + quoted + "\n");
+  const json element = json::parse(outOf({"cat", "-", "--json"}, bytes)).at("elements").at(0);
+  EXPECT_EQ(element.at("class"), evil);
+  EXPECT_EQ(element.at("properties").at(evil), evil);
+}
+
+TEST(Tagged, TextsOfAllScriptsArePrintedAsTheyAre) {
+  const std::string word = "\u00A0\u00C2\u00FF \u1F19 \U0001F9CC";
+  EXPECT_THAT(outOf({"cat", "-"}, documentOf(entry(word, text(word)))),
+              HasSubstr("  " + word + " = \"" + word + "\"\n"));
+}
+
+TEST(Tagged, NumbersAreWholeUpToTheirEnds) {
+  const std::string most(8, '\xFF');
+  const std::string values = "\x27" + most + "\x2F" + std::string(7, '\0') + "\x80";
+  const std::string bytes = documentOf(entry("n", sequence(values)));
+  EXPECT_THAT(outOf({"cat", "-"}, bytes), HasSubstr("  n = 18446744073709551615, -9223372036854775808\n"));
+  EXPECT_THAT(outOf({"cat", "-", "--json"}, bytes), HasSubstr("[18446744073709551615,-9223372036854775808]"));
+}
+
+TEST(Tagged, WhatFailsInTheGrammarIsToldWithoutItsProcessors) {
+  expectRefusedByEveryVerb(
+      header + "\x03\x04\x02",
+      HasSubstr("standard input: expected StartMetadata, found StartStruct, at byte 8\n"));
+  expectRefused(kr0({"convert", "-", "-", "--to", "xmi", "-m", libraryEcore()}, header + "\x03\x04\x02"),
+                HasSubstr("standard input: expected StartMetadata, found StartStruct, at byte 8\n"));
+}
+
+TEST(Tagged, ANameThatIsNoTextIsRefused) {
+  expectRefusedByEveryVerb(documentOf(namedEntry("\x20\x07", text("x"))),
+                           HasSubstr("the name of an entry is not a text"));
+}
+
+TEST(Tagged, MetadataOfOtherContentIsRefused) {
+  const auto ofType = [](const std::string& type) { return document(object(entry("type", type), "")); };
+  expectRefusedByEveryVerb(ofType("\x20\x07"), HasSubstr("metadata holds a value that is not a text"));
+  expectRefusedByEveryVerb(document("", "\x20\x07"), HasSubstr("metadata holds a value that is not a text"));
+  expectRefusedByEveryVerb(
+      document(object(entry("type", text("p.C")) + entry("id", sequence("\x20\x01\x20\x02")), "")),
+      HasSubstr("metadata holds a value that is not a text"));
+  expectRefusedByEveryVerb(document(object(entry("kind", text("p.C")), "")),
+                           HasSubstr("expected the entry \"type\" of metadata, found \"kind\""));
+  expectRefusedByEveryVerb(
+      document(object(entry("type", text("p.C")) + entry("key", sequence(text("a") + text("b"))), "")),
+      HasSubstr("expected the entry \"id\" of metadata, found \"key\""));
+  expectRefusedByEveryVerb(header + "\x07" + entry("packages", versionOne) + "\x08\x05\x06\x02",
+                           HasSubstr("expected the entry \"version\" of metadata, found \"packages\""));
+}
+
+TEST(Tagged, AnotherVersionIsRefused) {
+  for (const char* version : {"\x20\x02", "\x12", "\x30\x01z"})
+    expectRefusedByEveryVerb(document("", text("urn:p"), version), HasSubstr("the version is not 1"));
+}
+
+TEST(Tagged, ASequenceInASequenceIsRefused) {
+  expectRefusedByEveryVerb(documentOf(entry("k", sequence("\x12" + sequence("\x12")))),
+                           HasSubstr("a sequence stands in a sequence"));
 }
 
 TEST(Tagged, ADeepDocumentIsPrintedOnASmallStack) {

@@ -1,0 +1,23 @@
+/// @file
+/// Internal: texts from documents, fit for a terminal.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kr::zero::tool {
+
+/// Appends UTF-8 with "\u001b" and the like in place of what a terminal would obey: the control characters
+/// of ASCII but the line feed, and those of U+0080 to U+009F. Inside JSON's strings this means the same.
+void appendVisible(std::string& out, std::string_view text);
+
+/// A text as JSON writes it.
+std::string inQuotes(std::string_view text);
+
+/// A name as it is, or in quotes if it could be taken for something else than a part of its line.
+std::string asName(const std::string& name);
+
+/// A text in a single line, with blanks in place of control characters.
+std::string asOneLine(std::string_view text);
+
+}  // namespace kr::zero::tool
