@@ -3,10 +3,12 @@
 
 #include <filesystem>
 #include <sstream>
+#include <stdexcept>
 
 #include "kr/zero/io/BinaryFormats.h"
 #include "kr/zero/io/Errors.h"
 #include "kr/zero/io/ModelFile.h"
+#include "modeling/sylvan/grammar/GrammarException.h"
 #include "support/GoldenDocuments.h"
 #include "support/Paths.h"
 #include "support/SampleModel.h"
@@ -25,6 +27,12 @@ class CountingProcessor final : public ParseProcessor {
   CountingProcessor(ParseCustomizer& customizer, ParsingModelBuilder& builder, int& completed)
       : ParseProcessor(customizer, builder), completed_(completed) {}
   void parseCompleted() override { ++completed_; }
+  bool push(const ustring& typeName, const ustring& id1, const ustring& id2) override {
+    beforePush();
+    return ParseProcessor::push(typeName, id1, id2);
+  }
+
+  std::function<void()> beforePush = [] {};
 
  private:
   int& completed_;
@@ -36,8 +44,20 @@ class TaggedParser : public testing::Test {
 
   void countCompletions() {
     ParseCustomizer& customizer = parser->getParseProcessor()->getCustomizer();
-    parser->setParseProcessor(
-        std::make_unique<CountingProcessor>(customizer, parser->getModelBuilder(), completed));
+    auto counting = std::make_unique<CountingProcessor>(customizer, parser->getModelBuilder(), completed);
+    processor = counting.get();
+    parser->setParseProcessor(std::move(counting));
+  }
+  /// Parses the sample by each operation that takes one.
+  void forEachOperation(const std::function<void(const ParsingInput&)>& parse) {
+    const std::string bytes = writeTagged(test::makeSample());
+    const std::string path = test::temporaryPath("operation.krt");
+    test::writeFile(path, bytes);
+    for (const ParsingInput& input :
+         {ParsingInput::fromFile(toUstring(path)), ParsingInput::fromString(bytes)}) {
+      completed = 0;
+      parse(input);
+    }
   }
   bool parseString(const std::string& bytes) { return parser->parse(ParsingInput::fromString(bytes)); }
   /// The message identifier that a parse fails with; "" for none.
@@ -52,6 +72,14 @@ class TaggedParser : public testing::Test {
 
   std::unique_ptr<BinaryKRSylvanParser> parser = makeTaggedParser(test::sampleRegistry());
   int completed = 0;
+  CountingProcessor* processor = nullptr;
+};
+
+/// Derived from nothing; copies of it would be told apart.
+struct NoStandardException {
+  NoStandardException() = default;
+  NoStandardException(const NoStandardException& other) : copies(other.copies + 1) {}
+  int copies = 0;
 };
 
 constexpr const char* corrupt = "kr0:io:CorruptInput";
@@ -100,6 +128,64 @@ TEST_F(TaggedParser, ReadsAFile) {
 TEST_F(TaggedParser, AUtf16StringIsNotSupportedAndTheProcessorHearsOfTheEnd) {
   EXPECT_EQ(idOf([&] { parser->parse(ParsingInput::fromUString(u"kr")); }), "kr0:io:UstringNotSupported");
   EXPECT_EQ(completed, 1);
+}
+
+TEST_F(TaggedParser, AFailureReachesTheCallerUnchangedOnceTheProcessorHasHeardOfTheEnd) {
+  forEachOperation([this](const ParsingInput& input) {
+    processor->beforePush = [] { throw std::range_error("in the model"); };
+    try {
+      parser->parse(input);
+      ADD_FAILURE() << "nothing thrown";
+    } catch (const std::range_error& error) {
+      EXPECT_STREQ(error.what(), "in the model");
+      EXPECT_EQ(completed, 1);
+    }
+    processor->beforePush = [] {};
+    EXPECT_TRUE(parser->parse(input));
+    EXPECT_EQ(completed, 2);
+  });
+}
+
+TEST_F(TaggedParser, WhatIsNoStandardExceptionReachesTheCallerUnchangedToo) {
+  forEachOperation([this](const ParsingInput& input) {
+    processor->beforePush = [] { throw NoStandardException(); };
+    try {
+      parser->parse(input);
+      ADD_FAILURE() << "nothing thrown";
+    } catch (const NoStandardException& error) {
+      EXPECT_EQ(error.copies, 0);
+      EXPECT_EQ(completed, 1);
+    }
+    processor->beforePush = [] {};
+    EXPECT_TRUE(parser->parse(input));
+    EXPECT_EQ(completed, 2);
+  });
+}
+
+TEST_F(TaggedParser, TheProcessorHearsOfTheEndOnceWhenTheDocumentIsRefused) {
+  forEachOperation([this](const ParsingInput& input) {
+    processor->beforePush = [this] { processor->addProblem("not this one"); };
+    EXPECT_FALSE(parser->parse(input));
+    EXPECT_EQ(completed, 1);
+  });
+}
+
+TEST_F(TaggedParser, AGrammarErrorKeepsItsTypeAndTellsTheProcessorOnce) {
+  // A struct where the metadata of the document belongs: the grammar sees starts first.
+  try {
+    parseString(test::taggedHeader + "\x03");
+    FAIL() << "was accepted";
+  } catch (const modeling::sylvan::grammar::TracingException& error) {
+    EXPECT_TRUE(std::string(error.what()).ends_with("\nexpected StartMetadata, found StartStruct"))
+        << error.what();
+  }
+  EXPECT_EQ(completed, 1);
+}
+
+TEST_F(TaggedParser, TheDefaultParserAsksItsHostAndForgetsLocalIdentities) {
+  BinaryKRSylvanParser plain;
+  EXPECT_FALSE(plain.getModelBuilder().keepsLocalIdentities());
+  EXPECT_NE(dynamic_cast<HydratorParseCustomizer*>(&plain.getParseProcessor()->getCustomizer()), nullptr);
 }
 
 TEST_F(TaggedParser, AMissingFileIsCorruptInputAndTheProcessorHearsOfTheEnd) {

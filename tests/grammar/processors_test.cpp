@@ -95,6 +95,31 @@ TEST_F(Processors, RepetitionIsUsableAgainAfterInit) {
   EXPECT_EQ(processor.startStruct(), ReturnType::delegate(structStart));
 }
 
+TEST_F(Processors, RepetitionHasNoCurrentSubRuleAfterInit) {
+  const Rule& rule = g.repetition(structStart);
+  g.finish();
+  RepetitionProcessor processor;
+  processor.init(rule);
+  processor.startStruct();
+  processor.init(rule);
+  EXPECT_EQ(processor.getCurrentSubRule(), nullptr);
+  EXPECT_EQ(&processor.getRule(), &rule);
+}
+
+TEST_F(Processors, OneProcessorServesRulesOfDifferentLengthInTurn) {
+  const Rule& longer = g.sequence({primitive, structStart});
+  const Rule& shorter = g.sequence({structStart});
+  g.finish();
+  SequenceProcessor processor;
+  processor.init(longer);
+  processor.endStruct();
+  processor.init(shorter);
+  EXPECT_EQ(processor.endStruct(), ReturnType::delegate(structStart));
+  EXPECT_TRUE(processor.isExhausted());
+  EXPECT_EQ(failureText([&] { processor.endStruct(); }),
+            "Sequence\nSequenceProcessor sub rule index out range");
+}
+
 TEST_F(Processors, RepetitionOfWhatAcceptsNothingFinishesAtItsFirstEvent) {
   const Rule& rule = g.repetition(g.empty());
   g.finish();

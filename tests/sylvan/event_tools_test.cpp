@@ -202,7 +202,34 @@ TEST(EventRecorders, AreEmptyAfterAResetAndAfterAMove) {
   recorder = copy;
   recorder.reset();
   EXPECT_EQ(recorder.getCount(), 0u);
+  EXPECT_EQ(recorder.getBytes(), 0u);
   EXPECT_EQ(print(recorder), "");
+}
+
+TEST(EventRecorders, ThatAreAssignedFromAreEmptyAndCanBeUsedAgain) {
+  EventRecorder from = record(goldenTagged()[2].produce);
+  const EventRecorder copy = from;
+  EventRecorder to = record([](Events& events) { events.startStruct(); });
+  to = std::move(from);
+  EXPECT_TRUE(to == copy);
+  EXPECT_EQ(to.getCount(), copy.getCount());
+  EXPECT_EQ(from.getCount(), 0u);  // NOLINT(bugprone-use-after-move): that is the point
+  EXPECT_EQ(from.getBytes(), 0u);
+  from.endStruct();
+  EXPECT_EQ(print(from), "EndStruct\n");
+}
+
+TEST(EventRecorders, TakeAsManyBytesAsTheySay) {
+  const auto bytesOf = [](const Primitive& value) {
+    return record([&](Events& to) { to.writePrimitive(value); }).getBytes();
+  };
+  EXPECT_EQ(record([](Events& to) { to.endStruct(); }).getBytes(), 1u);
+  EXPECT_EQ(bytesOf(nullptr), 1u);
+  EXPECT_EQ(bytesOf(true), 2u);
+  EXPECT_EQ(bytesOf(0.5), 9u);
+  EXPECT_EQ(bytesOf(u(1)), 9u);
+  EXPECT_EQ(bytesOf(s(1)), 9u);
+  EXPECT_EQ(bytesOf(text("abc")), 12u);
 }
 
 TEST(EventCounters, CountByKind) {
@@ -246,8 +273,17 @@ TEST(NullProcessors, TakeEverything) {
     EXPECT_NO_THROW(document.produce(target)) << document.name;
 }
 
+/// Takes any number of bytes and no memory.
+struct CountingBuffer final : std::streambuf {
+  std::size_t count = 0;
+  std::streamsize xsputn(const char*, std::streamsize size) override {
+    count += static_cast<std::size_t>(size);
+    return size;
+  }
+};
+
 TEST(DeepEvents, TakeNoStack) {
-  constexpr std::size_t levels = 100000;
+  constexpr std::size_t levels = 1000000;
   const Produce produce = [](Events& to) {
     to.startDocument(nullptr);
     for (std::size_t i = 0; i < levels; ++i) to.startSequence();
@@ -258,7 +294,16 @@ TEST(DeepEvents, TakeNoStack) {
     EventRecorder back;
     io::BinaryAssembler(&back).visitString(write(produce));
     EXPECT_TRUE(back == record(produce));
-    EXPECT_LT(print(back).size(), levels * 2 * 110);
+    EventCounter counter;
+    back.replay(counter);
+    EXPECT_EQ(counter.getCount(SylvanEventCode::endSequence), levels);
+    // Two lines a level, each with 80 spaces, the depth and a name.
+    CountingBuffer bytes;
+    std::ostream out(&bytes);
+    EventPrinter printer(out);
+    back.replay(printer);
+    EXPECT_GT(bytes.count, levels * 2 * 90);
+    EXPECT_LT(bytes.count, levels * 2 * 110);
   });
 }
 
