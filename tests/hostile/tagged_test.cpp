@@ -7,8 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "foundation/core/except.h"
 #include "hostile/DamageCheck.h"
+#include "kr/zero/io/Errors.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
 #include "modeling/sylvan/grammar/GrammarException.h"
 #include "support/AllocationMeter.h"
@@ -215,8 +215,9 @@ TEST(TaggedDamageTest, EveryByteOfEverySmallDocumentMayHoldAnyValue) {
   ASSERT_TRUE(AllocationMeter::isWatching());
   TaggedDamage check(goldenRegistry(), documents().back().bytes);
   const unsigned step = underAddressSanitizer() ? 7 : 1;
+  const std::size_t longest = underAddressSanitizer() ? 256 : 1024;
   for (const Document& document : documents()) {
-    if (document.bytes.size() > 256) continue;
+    if (document.bytes.size() > longest) continue;
     std::string mutant = document.bytes;
     for (std::size_t i = 0; i < mutant.size(); ++i) {
       for (unsigned change = 1; change < 256 && !HasFailure(); change += step) {
@@ -231,6 +232,25 @@ TEST(TaggedDamageTest, EveryByteOfEverySmallDocumentMayHoldAnyValue) {
   EXPECT_GT(check.getExamined(), 50000u);
   for (const End end : {End::success, End::refused, End::corrupt, End::value, End::grammar})
     EXPECT_GT(check.getCount(end), 100u) << endNames[static_cast<std::size_t>(end)];
+}
+
+TEST(TaggedDamageTest, EveryPairOfBitsOfTheFirst16BytesMayTurnOver) {
+  TaggedDamage check(goldenRegistry(), documents().back().bytes);
+  const std::size_t bits = underAddressSanitizer() ? 64 : 128;
+  for (const Document& document : documents()) {
+    for (std::size_t first = 0; first < bits; ++first)
+      for (std::size_t second = first + 1; second < bits && !HasFailure(); ++second) {
+        std::string mutant = document.bytes;
+        for (const std::size_t bit : {first, second})
+          mutant[bit / 8] = static_cast<char>(mutant[bit / 8] ^ (1 << (bit % 8)));
+        check.examine(mutant);
+      }
+    ASSERT_FALSE(HasFailure()) << document.name;
+  }
+  check.report();
+  EXPECT_GT(check.getExamined(), underAddressSanitizer() ? 20000u : 80000u);
+  EXPECT_GT(check.getCount(End::success), 100u);
+  EXPECT_GT(check.getCount(End::corrupt), 1000u);
 }
 
 TEST(TaggedDamageTest, RandomDamageIsFound) {
@@ -268,7 +288,7 @@ std::uint64_t failEachRequest(std::uint64_t inARow, const std::function<void()>&
         attempt();
       } catch (const std::bad_alloc&) {
       } catch (const std::ios_base::failure&) {  // what a stream makes of it
-      } catch (const foundation::core::except::IMsgIDException&) {
+      } catch (const io::Error<kr0::io::CorruptInput>&) {
         // What the assembler's source makes of a string stream without memory.
       } catch (const modeling::sylvan::grammar::GrammarException& error) {
         EXPECT_TRUE(std::string(error.what()).ends_with("std::bad_alloc")) << error.what();
@@ -290,9 +310,7 @@ TEST(TaggedFaults, ReadingSurvivesEveryFailedRequest) {
   for (const Document& document : documents()) {
     SCOPED_TRACE(document.name);
     const auto parser = makeTaggedParser(goldenRegistry());
-    const auto attempt = [&] {
-      static_cast<void>(parser->parse(io::ParsingInput::fromString(document.bytes)));
-    };
+    const auto attempt = [&] { EXPECT_TRUE(parser->parse(io::ParsingInput::fromString(document.bytes))); };
     const std::uint64_t faults =
         failEachRequest(1, attempt) + failEachRequest(FailingAllocations::allOfThem, attempt);
     EXPECT_GT(faults, 0u);
@@ -318,6 +336,47 @@ TEST(TaggedFaults, WritingSurvivesEveryFailedRequest) {
     EXPECT_GT(failEachRequest(1, attempt) + failEachRequest(FailingAllocations::allOfThem, attempt), 0u);
     attempt();
   }
+}
+
+TEST(TaggedFaults, NothingLeaksFromAFailedWrite) {
+  const Model model = readGolden(goldenDocuments().back().bytes);
+  const auto failEach = [&] {
+    const std::uint64_t faults = failEachRequest(1, [&] { static_cast<void>(writeTagged(model)); });
+    EXPECT_GT(faults, 0u);
+  };
+  failEach();  // makes what is made once per process
+  const AllocationMeter meter;
+  failEach();
+  EXPECT_LE(meter.getLiveBytes(), 0);
+}
+
+TEST(TaggedFaults, AStreamAndAFileSurviveEveryFailedRequest) {
+  const std::string& bytes = documents().back().bytes;
+  const std::string path = temporaryPath("faults.krt");
+  writeFile(path, bytes);
+  const auto parser = makeTaggedParser(goldenRegistry());
+  std::istringstream stream(bytes);
+  const auto readStream = [&] {
+    stream.clear();
+    stream.seekg(0);
+    EXPECT_TRUE(parser->parse(io::ParsingInput::fromStream(stream)));
+  };
+  const auto readFile = [&] { EXPECT_TRUE(parser->parseFile(toUstring(path))); };
+  const Model model = readGolden(goldenDocuments().back().bytes);
+  io::BinaryKRSylvanSerializer serializer;
+  const auto writeStream = [&] {
+    std::ostringstream out;
+    serializer.serialize(model, io::SerializationOutput::toStream(out));
+    EXPECT_EQ(out.str(), bytes);
+  };
+  const auto writeFile = [&] {
+    serializer.serialize(model, io::SerializationOutput::toFile(toUstring(path)));
+  };
+  for (const std::function<void()>& attempt :
+       std::initializer_list<std::function<void()>>{readStream, readFile, writeStream, writeFile})
+    for (const std::uint64_t inARow : {std::uint64_t{1}, FailingAllocations::allOfThem})
+      EXPECT_GT(failEachRequest(inARow, attempt), 0u);
+  EXPECT_EQ(test::readFile(path), bytes);
 }
 
 TEST(TaggedFaults, NothingLeaksFromAFailedRead) {
