@@ -20,6 +20,9 @@ const char* BinaryKRSylvanSerializer::getFullyQualifiedVornTypeName() const {
 
 modeling::sylvan::SylvanEventProcessor<void>* BinaryKRSylvanSerializer::getTarget(
     const SerializationOutput& output) {
+  // The old one goes first: it may still hold bytes of a document that failed, for the file that is opened
+  // now.
+  formatter_.reset();
   formatter_ = std::make_unique<BinaryFormatter>(output);
   return formatter_.get();
 }

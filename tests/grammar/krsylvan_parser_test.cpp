@@ -286,6 +286,34 @@ TEST(TaggedSerializer, TheFirstFormatterGoesWhenTheSecondIsRequested) {
   EXPECT_EQ(test::readFile(path), test::taggedHeader);  // what a formatter's end leaves in its file
 }
 
+/// Lets a walk fail at the first property of some class.
+class FailingTraverser final : public ModelTraverser {
+ public:
+  explicit FailingTraverser(const bool& armed) : armed_(armed) {}
+  std::vector<meta::Property> getProperties(meta::StructuredType type, PropertyCategory mask) const override {
+    if (armed_ && ++calls_ == 2) throw std::runtime_error("enough");
+    return ModelTraverser::getProperties(type, mask);
+  }
+
+ private:
+  const bool& armed_;
+  mutable int calls_ = 0;
+};
+
+TEST(TaggedSerializer, AFileThatAFailedWalkLeftIsWrittenAnew) {
+  bool armed = true;
+  BinaryKRSylvanSerializer serializer(std::make_unique<FailingTraverser>(armed));
+  const std::string path = test::temporaryPath("anew.krt");
+  const auto write = [&](const Model& model) {
+    serializer.serialize(model, SerializationOutput::toFile(toUstring(path)));
+  };
+  EXPECT_THROW(write(test::makeSample()), std::runtime_error);
+  armed = false;
+  const Model empty;
+  write(empty);
+  EXPECT_EQ(test::readFile(path), writeTagged(empty));
+}
+
 TEST(TaggedSerializer, EveryWayOutGivesTheSameBytes) {
   const Model model = test::makeSample();
   const std::string bytes = writeTagged(model);
