@@ -49,8 +49,9 @@ class EventParser final : public io::KRSylvanParser {
  public:
   using Send = std::function<void(TreeTarget&)>;
   explicit EventParser(const meta::MetaRegistry& registry)
-      : KRSylvanParser(std::make_unique<io::ParseCustomizer>(registry),
-                       std::make_unique<io::ParsingModelBuilder>(false)) {}
+      : EventParser(std::make_unique<io::ParseCustomizer>(registry)) {}
+  explicit EventParser(std::unique_ptr<io::ParseCustomizer> customizer)
+      : KRSylvanParser(std::move(customizer), std::make_unique<io::ParsingModelBuilder>(false)) {}
   const char* getFullyQualifiedVornTypeName() const override { return "test.EventParser"; }
   bool parseEvents(Send send) {
     send_ = std::move(send);

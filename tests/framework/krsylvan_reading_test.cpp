@@ -388,6 +388,11 @@ TEST_F(TreeEventReading, AnUnknownEntryOfMetadataIsRefused) {
             }),
             "/: the metadata of an object has an unknown entry \"colour\"");
   EXPECT_EQ(errorOfEvents([](EventScript& s) {
+              s.header().to.startMetadata();
+              s.entry("qualifier");
+            }),
+            "/: the metadata of an object has an unknown entry \"qualifier\"");
+  EXPECT_EQ(errorOfEvents([](EventScript& s) {
               s.to.startDocument(Primitive(nullptr));
               s.to.startMetadata();
               s.entry("colour");
@@ -606,6 +611,17 @@ TEST_F(TreeEventReading, ChildrenAndStructsOfACollectionNeedItsSequence) {
   }
 }
 
+TEST_F(TreeEventReading, AHostThatRefusesPackagesWithoutAWordIsSpokenFor) {
+  class Silent final : public ParseCustomizer {
+   public:
+    using ParseCustomizer::ParseCustomizer;
+    bool setPackageUris(const std::vector<ustring>&) override { return false; }
+  };
+  test::EventParser silent(std::make_unique<Silent>(*registry));
+  EXPECT_FALSE(silent.parseEvents([](test::TreeTarget& target) { EventScript(target).header().footer(); }));
+  EXPECT_EQ(silent.getProblems(), std::vector<std::string>{"the packages of the document were refused"});
+}
+
 // --- The document as a whole
 
 TEST_F(TreeEventReading, AnotherVersionIsRefused) {
@@ -630,6 +646,37 @@ TEST_F(TreeEventReading, VersionAndPackagesMustBeThere) {
               s.set("version", number(1)).to.endMetadata();
             }),
             "/: the metadata of the document has no entry \"packages\"");
+}
+
+TEST_F(TreeEventReading, AnEntryOfTheDocumentThatIsThereTwiceIsRefused) {
+  const auto twice = [&](const char* name) {
+    return errorOfEvents([&](EventScript& s) {
+      s.to.startDocument(Primitive(nullptr));
+      s.to.startMetadata();
+      s.set("version", natural(1)).entry("packages").to.startSequence();
+      s.to.endSequence();
+      s.end().entry(name);
+    });
+  };
+  EXPECT_EQ(twice("version"), "/: the metadata of the document has two entries \"version\"");
+  EXPECT_EQ(twice("packages"), "/: the metadata of the document has two entries \"packages\"");
+}
+
+TEST_F(TreeEventReading, TheProcessorHearsOfTheVersionInEitherKindOfInteger) {
+  for (const Primitive& version : {natural(1), number(1)}) {
+    parser.parseEvents([&](test::TreeTarget& target) {
+      EventScript s(target);
+      target.startDocument(Primitive(nullptr));
+      target.startMetadata();
+      s.set("version", version).entry("packages").to.startSequence();
+      target.endSequence();
+      s.end();
+      target.endMetadata();
+      target.startSequence();
+      s.footer();
+    });
+    EXPECT_EQ(parser.getParseProcessor()->getVersion(), u"1");
+  }
 }
 
 TEST_F(TreeEventReading, TheDocumentsEndInsideAnElementIsRefused) {

@@ -214,6 +214,16 @@ TEST_F(Manager, WhatFollowsTheStartRuleIsRefused) {
   EXPECT_EQ(failureOf(manager, "P"), "expected nothing, found WritePrimitive");
 }
 
+TEST_F(Manager, WhatTheStartRuleWouldHaveTakenIsNamedWhenItGivesWay) {
+  const Rule& optional = g.optional(terminal('P'));
+  const Rule& repetition = g.repetition(terminal('Q'));
+  g.finish();
+  OpenManager first(optional, board);
+  EXPECT_EQ(failureOf(first, "S"), "expected WritePrimitive, found StartStruct");
+  OpenManager second(repetition, board);
+  EXPECT_EQ(failureOf(second, "QS"), "expected StartSequence, found StartStruct");
+}
+
 // ---- actions
 
 TEST_F(Manager, ActsRunBeforeTheFirstEventAndAtTheEventAfterTheLast) {
