@@ -622,6 +622,34 @@ TEST_F(TreeEventReading, AHostThatRefusesPackagesWithoutAWordIsSpokenFor) {
   EXPECT_EQ(silent.getProblems(), std::vector<std::string>{"the packages of the document were refused"});
 }
 
+TEST_F(TreeEventReading, AProcessorThatRefusesWithoutAWordIsSpokenFor) {
+  // Refuses what has more than so many elements around it.
+  class Silent final : public ParseProcessor {
+   public:
+    Silent(io::KRSylvanParser& of, std::size_t depth)
+        : ParseProcessor(of.getParseProcessor()->getCustomizer(), of.getModelBuilder()), depth_(depth) {}
+    bool push(const ustring& typeName, const ustring& id1, const ustring& id2) override {
+      return getDepth() < depth_ && ParseProcessor::push(typeName, id1, id2);
+    }
+
+   private:
+    std::size_t depth_;
+  };
+  const auto problemsAt = [&](std::size_t depth) {
+    test::EventParser silent(*registry);
+    silent.setParseProcessor(std::make_unique<Silent>(silent, depth));
+    EXPECT_FALSE(silent.parseEvents([](test::TreeTarget& target) {
+      EventScript s(target);
+      s.header().object("library.Book").entry("preface").to.startStruct();
+      target.endStruct();
+      s.end().endObject().footer();
+    }));
+    return silent.getProblems();
+  };
+  EXPECT_EQ(problemsAt(0), std::vector<std::string>{"an element was refused"});
+  EXPECT_EQ(problemsAt(1), std::vector<std::string>{"a datatype value was refused"});
+}
+
 // --- The document as a whole
 
 TEST_F(TreeEventReading, AnotherVersionIsRefused) {

@@ -4,6 +4,7 @@
 
 #include <iterator>
 #include <limits>
+#include <new>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "modeling/sylvan/EventCounter.h"
 #include "modeling/sylvan/EventPrinter.h"
 #include "modeling/sylvan/NullEventProcessor.h"
+#include "support/AllocationMeter.h"
 #include "support/SmallStack.h"
 
 namespace kr::zero::test {
@@ -217,6 +219,28 @@ TEST(EventRecorders, ThatAreAssignedFromAreEmptyAndCanBeUsedAgain) {
   EXPECT_EQ(from.getBytes(), 0u);
   from.endStruct();
   EXPECT_EQ(print(from), "EndStruct\n");
+}
+
+TEST(EventRecorders, LeaveTheRecordAsItWasWhereMemoryFails) {
+  if (!AllocationMeter::isWatching()) GTEST_SKIP() << "something else replaces the allocator";
+  const Primitive name = text(std::string(100, 'x'));
+  const std::vector<Produce> events{
+      [](Events& to) { to.endStruct(); }, [](Events& to) { to.writePrimitive(nullptr); },
+      [](Events& to) { to.writePrimitive(0.5); }, [&](Events& to) { to.startNamedEntry(name); }};
+  for (const Produce& event : events) {
+    // Copies have no room to spare, so each of them must ask for memory.
+    const EventRecorder before = record([](Events& to) { to.writePrimitive(text("a")); });
+    EventRecorder recorder = before;
+    {
+      const FailingAllocations failing(0, FailingAllocations::allOfThem);
+      EXPECT_THROW(event(recorder), std::bad_alloc);
+      EXPECT_GT(failing.getFailures(), 0u);
+    }
+    EXPECT_TRUE(recorder == before);
+    EXPECT_EQ(recorder.getCount(), 1u);
+    event(recorder);
+    EXPECT_EQ(recorder.getCount(), 2u);
+  }
 }
 
 TEST(EventRecorders, TakeAsManyBytesAsTheySay) {
