@@ -47,7 +47,9 @@ void appendVisible(std::string& out, std::string_view text) {
 
 std::string inQuotes(std::string_view text) { return nlohmann::json(text).dump(); }
 
-std::string asName(const std::string& name) { return hasControl(name) ? inQuotes(name) : name; }
+std::string asName(const std::string& name) {
+  return name.empty() || hasControl(name) ? inQuotes(name) : name;
+}
 
 std::string asOneLine(std::string_view text) {
   std::string line;

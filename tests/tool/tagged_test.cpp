@@ -283,6 +283,12 @@ TEST(Tagged, NothingThatATerminalWouldObeyIsPrinted) {
   EXPECT_EQ(element.at("properties").at(evil), evil);
 }
 
+TEST(Tagged, EmptyNamesAreSeen) {
+  const std::string bytes = document(object(entry("type", text("")), entry("", text(""))), text(""));
+  EXPECT_EQ(outOf({"cat", "-"}, bytes), "\"\" #1\n  \"\" = \"\"\n");
+  EXPECT_THAT(outOf({"info", "-"}, bytes), HasSubstr("packages: 1\n  \"\"\nelements: 1\n       1  \"\"\n"));
+}
+
 TEST(Tagged, TextsOfAllScriptsArePrintedAsTheyAre) {
   const std::string word = "\u00A0\u00C2\u00FF \u1F19 \U0001F9CC";
   EXPECT_THAT(outOf({"cat", "-"}, documentOf(entry(word, text(word)))),
