@@ -135,6 +135,24 @@ TEST_F(TreeEventWriting, ValuesThatAHostsTraverserLiftsAreTheSameEvents) {
   EXPECT_EQ(eventsOf(std::make_unique<LiftingTraverser>()), eventsOf());
 }
 
+TEST_F(TreeEventWriting, TheTraverserOfASerializerFindsNumbersAmongTheValuesOnly) {
+  modeling::sylvan::EventRecorder events;
+  test::EventSerializer serializer(events);
+  const meta::StructuredType type = book().getType();
+  const auto namesOf = [&](PropertyCategory mask) {
+    std::string names;
+    for (const meta::Property property : serializer.getTraverser().getProperties(type, mask))
+      names += property->getNameUtf8() + " ";
+    return names;
+  };
+  EXPECT_EQ(namesOf(PropertyCategory::VerbatimAny()), "pages copies weight lent years ");
+  EXPECT_EQ(namesOf(PropertyCategory::VerbatimCollection()), "years ");
+  EXPECT_EQ(namesOf(PropertyCategory::Primitive()), "name isbn genre key printed ");
+  EXPECT_EQ(namesOf(PropertyCategory::AssociationAny()), "authors bestOf sequel ");
+  EXPECT_TRUE(serializer.getTraverser().isPropertyTransient(type->findProperty(std::string_view("note"))));
+  EXPECT_FALSE(serializer.getTraverser().isPropertyTransient(type->findProperty(std::string_view("name"))));
+}
+
 TEST_F(TreeEventWriting, UuidAndDateTimeAreTexts) {
   Element element = book();
   element.setTextForm("key", "00112233-4455-6677-8899-AABBCCDDEEFF");

@@ -346,6 +346,18 @@ TEST(TaggedSerializer, AnIdentityPrefixIsWritten) {
   EXPECT_NE(bytes.find("mine/shelf"), bytes.npos);
 }
 
+TEST(TaggedSerializer, ATextThatIsNotWellFormedIsRefused) {
+  BinaryKRSylvanSerializer serializer(std::make_unique<ModelTraverser>(),
+                                      std::make_unique<SerializeCustomizer>(ustring(1, u'\xD800')));
+  std::string bytes;
+  try {
+    serializer.serialize(test::makeSample(), SerializationOutput::toString(bytes));
+    FAIL() << "was written";
+  } catch (const SerializeError& error) {
+    EXPECT_STREQ(error.what(), "a text of the model is not well-formed UTF-16");
+  }
+}
+
 TEST(TaggedFormat, IsRegisteredForSavingAndLoading) {
   registerBinaryFormats();
   const ustring path = toUstring(test::temporaryPath("saved.krt"));
