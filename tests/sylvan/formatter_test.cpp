@@ -147,20 +147,22 @@ TEST(Formatting, AfterAResetAppendsAndForgetsWhatWasOpen) {
   EXPECT_EQ(toHex(bytes), "03 12");
 }
 
+// An assignment that throws may leave a primitive without alternative. GNU's standard library keeps the old
+// one, so that there it can only be held that the old value is written.
 TEST(Formatting, OfAPrimitiveWithoutAlternativeFailsAndWritesNothing) {
   struct Throws {
     operator std::string() const { throw Thrown(); }
   };
   Primitive broken = true;
   EXPECT_THROW(broken.emplace<std::string>(Throws()), Thrown);
-  if (!broken.valueless_by_exception())
-    GTEST_SKIP() << "this standard library never leaves a primitive without alternative";
+  const bool keepsOldValue = broken == Primitive(true);
+  EXPECT_NE(keepsOldValue, broken.valueless_by_exception());
+  const std::string ending = keepsOldValue ? "success" : "bad_variant_access";
+  const std::string value = keepsOldValue ? "12" : "";
   std::string bytes;
   BinaryFormatter formatter(SerializationOutput::toString(bytes));
-  EXPECT_EQ(endingOf([&] { formatter.writePrimitive(broken); }), "bad_variant_access");
-  EXPECT_EQ(bytes, "");
-  EXPECT_EQ(endingOf([&] { formatter.startNamedEntry(broken); }), "bad_variant_access");
-  EXPECT_EQ(toHex(bytes), "09");
+  EXPECT_EQ(endingOf([&] { formatter.writePrimitive(broken); }), ending);
+  EXPECT_EQ(toHex(bytes), value);
 }
 
 TEST(Formatting, RefusesOtherOutputs) {
