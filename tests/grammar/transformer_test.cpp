@@ -422,6 +422,19 @@ TEST_F(Transformer, DocumentGoesOnInTheObjectThatWasAssignedTo) {
   EXPECT_EQ(log.size(), emptyDocument.size());
 }
 
+TEST_F(Transformer, BlackboardGoesAlongWithADocument) {
+  BinaryKRGrammarTransformer from(&target);
+  send(from, "DMN");
+  Internals::getBlackboard(from).metadataStates.push(1);
+  BinaryKRGrammarTransformer constructed(std::move(from));
+  EXPECT_EQ(Internals::getBlackboard(constructed).states.size(), 3u);
+  EXPECT_EQ(Internals::getBlackboard(constructed).metadataStates.top(), 1u);
+  BinaryKRGrammarTransformer assigned(&target);
+  assigned = std::move(constructed);
+  EXPECT_EQ(Internals::getBlackboard(assigned).states.size(), 3u);
+  EXPECT_EQ(Internals::getBlackboard(assigned).metadataStates.top(), 1u);
+}
+
 TEST_F(Transformer, AssignmentToItselfChangesNothing) {
   send(transformer, "DMN");
   BinaryKRGrammarTransformer& same = transformer;
