@@ -245,6 +245,14 @@ TEST_F(TaggedParser, AFailureSaysHowFarReadingCame) {
   }
 }
 
+TEST_F(TaggedParser, AFailureSaysWhatWasCut) {
+  const std::string bytes = writeTagged(test::makeSample());
+  const std::size_t cut = bytes.find("shelf") + 2;
+  EXPECT_EQ(idOf([&] { parseString(bytes.substr(0, cut)); }), corrupt);
+  EXPECT_TRUE(parser->describeFailure().starts_with("String cut short, at byte " + std::to_string(cut)))
+      << parser->describeFailure();
+}
+
 TEST_F(TaggedParser, AParserReadsOneDocumentAfterAnotherWhateverTheFirstWas) {
   const std::string bytes = writeTagged(test::makeSample());
   for (const std::size_t cut : {0u, 7u, 20u, 100u, 400u}) {

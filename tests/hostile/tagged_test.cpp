@@ -4,11 +4,13 @@
 
 #include <array>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
 #include "hostile/DamageCheck.h"
 #include "kr/zero/io/Errors.h"
+#include "kr/zero/io/ParseProcessor.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
 #include "modeling/sylvan/grammar/GrammarException.h"
 #include "support/AllocationMeter.h"
@@ -336,6 +338,36 @@ TEST(TaggedFaults, WritingSurvivesEveryFailedRequest) {
     EXPECT_GT(failEachRequest(1, attempt) + failEachRequest(FailingAllocations::allOfThem, attempt), 0u);
     attempt();
   }
+}
+
+TEST(TaggedFaults, AFailureIsHandedOnEvenIfThereIsNoMemoryToNoteIt) {
+  ASSERT_TRUE(AllocationMeter::isWatching());
+  struct Stop {};
+  // Has no memory left from its first element on.
+  class Failing final : public io::ParseProcessor {
+   public:
+    explicit Failing(io::Parser& of)
+        : ParseProcessor(of.getParseProcessor()->getCustomizer(), of.getModelBuilder()) {}
+    bool push(const ustring&, const ustring&, const ustring&) override {
+      faults.emplace(0, FailingAllocations::allOfThem);
+      throw Stop();
+    }
+    void parseCompleted() override {
+      failures = faults ? faults->getFailures() : 0;
+      faults.reset();
+      ++completed;
+    }
+    std::optional<FailingAllocations> faults;
+    std::uint64_t failures = 0;
+    int completed = 0;
+  };
+  const auto parser = makeTaggedParser(goldenRegistry());
+  auto failing = std::make_unique<Failing>(*parser);
+  Failing& processor = *failing;
+  parser->setParseProcessor(std::move(failing));
+  EXPECT_THROW(parser->parse(io::ParsingInput::fromString(documents().back().bytes)), Stop);
+  EXPECT_EQ(processor.completed, 1);
+  EXPECT_GT(processor.failures, 0u);
 }
 
 TEST(TaggedFaults, NothingLeaksFromAFailedWrite) {

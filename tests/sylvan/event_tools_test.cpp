@@ -95,13 +95,13 @@ TEST(EventTexts, OfTheLongestRealAreWhole) {
 }
 
 TEST(EventTexts, EscapeWhatJsonEscapes) {
-  EXPECT_EQ(toText(text("\"\\\b\f\n\r\t\x01\x7F/")), R"("\"\\\b\f\n\r\t\u0001\u007f/")");
+  EXPECT_EQ(toText(text("\"\\\b\f\n\r\t\x01\x1F \x7F/")), R"("\"\\\b\f\n\r\t\u0001\u001f \u007f/")");
 }
 
 TEST(EventTexts, KeepUtf8AsItIs) { EXPECT_EQ(toText(text("caf\xC3\xA9")), "\"caf\xC3\xA9\""); }
 
 TEST(EventTexts, ShowOtherBytesByTheirNumber) {
-  EXPECT_EQ(toText(text("a\xFF\xC3\xA9")), "\"a\\xff\\xc3\\xa9\"");
+  EXPECT_EQ(toText(text("a\xFF\x80\xC3\xA9")), "\"a\\xff\\x80\\xc3\\xa9\"");
 }
 
 std::string printed(const Produce& produce) { return print(record(produce)); }
