@@ -112,6 +112,24 @@ TEST_F(TreeEventWriting, AnUnsignedTypeIsAnUnsignedInteger) {
   EXPECT_EQ(eventsOf(), entry("copies", "u 18446744073709551615"));
 }
 
+TEST_F(TreeEventWriting, EachIntegerTypeHasItsKindOfInteger) {
+  meta::MetaModelBuilder package("urn:test:numbers", "numbers");
+  auto& holder = package.classType("Holder");
+  std::string expected;
+  for (const char* type : {"Integer8", "UInteger8", "Integer16", "UInteger16", "Integer", "UnlimitedNatural",
+                           "Integer64", "UInteger64"}) {
+    holder.property(type, type);
+    expected += entry(type, type[0] == 'U' ? "u 1" : "s 1");
+  }
+  meta::MetaRegistry numbers;
+  package.registerIn(numbers);
+  Model ones(numbers);
+  Element one = ones.createRoot("numbers.Holder");
+  for (const meta::Property property : one.getType()->getAllProperties()) one.setTextForm(property, "1");
+  EXPECT_NE(squeeze(test::eventText(ones)).find("StartStruct " + expected + "EndStruct"), std::string::npos)
+      << squeeze(test::eventText(ones));
+}
+
 TEST_F(TreeEventWriting, ARealIsARealToItsLastBit) {
   book().set("weight", 0.1);
   EXPECT_EQ(eventsOf(), entry("weight", "r 0.1"));
@@ -262,6 +280,30 @@ TEST_F(TreeEventWriting, AModelThatCannotBeWrittenIsRefused) {
   book().setIdentity("a", "b");
   EXPECT_EQ(test::errorOf<SerializeError>([&] { test::eventText(model); }),
             "/book[0] and /book[1] have the same identity");
+}
+
+TEST_F(TreeEventWriting, AFailureAmongNumbersLeavesNothingBehind) {
+  struct Target : modeling::sylvan::EventRecorder {
+    bool armed = true;
+    void writePrimitive(const test::Primitive& value) override {
+      if (armed && std::holds_alternative<std::int64_t>(value)) throw std::runtime_error("enough");
+      EventRecorder::writePrimitive(value);
+    }
+  };
+  Element element = book();
+  element.add("tags", "a");
+  element.add("years", 1);
+  Target target;
+  test::EventSerializer serializer(target);
+  std::string unused;
+  const auto write = [&] { serializer.serialize(model, SerializationOutput::toString(unused)); };
+  EXPECT_THROW(write(), std::runtime_error);
+  target.armed = false;
+  target.reset();
+  write();
+  modeling::sylvan::EventRecorder expected;
+  test::sendModel(model, expected);
+  EXPECT_TRUE(target == expected);
 }
 
 TEST_F(TreeEventWriting, ASerializerWorksAgainAfterATargetThatThrew) {
