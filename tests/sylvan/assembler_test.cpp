@@ -175,9 +175,12 @@ TEST(Assembling, InputThatEndsInAnItemFails) {
 TEST(Assembling, ANameThatIsCutByItsLastByteFailsWhateverItsSize) {
   for (std::size_t size = 1; size < 256; ++size) {
     const std::string name = "\x30" + std::string(1, static_cast<char>(size)) + std::string(size, 'n');
-    const std::string whole = name + std::string(100, '\x12') + "\x09" + name;
+    const std::string before = name + std::string(100, '\x12');
+    const std::string whole = before + "\x09" + name;
     EXPECT_EQ(readBody(whole).ending, "success") << size;
-    EXPECT_EQ(readBody(whole.substr(0, whole.size() - 1)).ending, "CorruptInput") << size;
+    const Reading cut = readBody(whole.substr(0, whole.size() - 1));
+    EXPECT_EQ(cut.ending, "CorruptInput") << size;
+    EXPECT_EQ(cut.events, readBody(before).events) << size;
   }
 }
 
