@@ -283,6 +283,15 @@ TEST(AssemblingSources, AMissingFileIsCorruptInput) {
   EXPECT_EQ(endingOf([] { BinaryAssembler::FileSource source(u"/does/not/exist.krs"); }), "CorruptInput");
 }
 
+TEST(AssemblingSources, NothingIsReadOfAFileThatIsMissing) {
+  modeling::sylvan::NullEventProcessor target;
+  BinaryAssembler assembler(&target);
+  assembler.visitString(littleHeader + "\x02");
+  EXPECT_EQ(assembler.getByteOffset(), 8u);
+  EXPECT_EQ(endingOf([&] { assembler.visitFile(u"/does/not/exist.krs"); }), "CorruptInput");
+  EXPECT_EQ(assembler.getByteOffset(), 0u);
+}
+
 TEST(AssemblingSources, APathThatIsNoTextIsRefused) {
   modeling::sylvan::NullEventProcessor target;
   BinaryAssembler assembler(&target);
