@@ -126,9 +126,20 @@ TEST_F(Manager, AliasIsServedAsTheRuleItStandsFor) {
   EXPECT_EQ(feed(manager, "P"), 1u);
 }
 
-TEST_F(Manager, RuleOfAnUnknownKindIsServedByNothing) {
+TEST_F(Manager, RuleOfAnUnknownKindSelectsNothing) {
   const Rule strange(static_cast<RuleKind>(9), {});
-  EXPECT_THROW(OpenManager(strange, board), GrammarException);
+  OpenManager manager(strange, board);
+  EXPECT_EQ(manager.codes(), Codes{});
+  EXPECT_EQ(failureOf(manager, "P"), "expected nothing, found WritePrimitive");
+}
+
+TEST_F(Manager, RuleOfAnUnknownKindLeavesTheEventToTheRuleAround) {
+  const Rule strange(static_cast<RuleKind>(9), {&terminal('S')});
+  const Rule& rule = g.sequence({strange, terminal('P'), g.repetition(strange), terminal('S')});
+  g.finish();
+  OpenManager manager(rule, board);
+  EXPECT_EQ(feed(manager, "PS"), 2u);
+  EXPECT_EQ(manager.codes(), (Codes{6, 1}));
 }
 
 TEST_F(Manager, EventGoesThroughAllRulesThatItBegins) {

@@ -44,10 +44,11 @@ void ProcessorStack::doProcess(SylvanEventCode code, const SylvanPrimitive&) {
 // no rule begins with itself.
 void ProcessorStack::route(SylvanEventCode code) {
   for (dropEnded();;) {
-    ReturnType answer = askTop(code);
-    while (answer.kind == ReturnType::Kind::delegated)
-      answer = open(*answer.rule, [&](auto& processor) { return ask(processor, code); });
-    if (answer.kind == ReturnType::Kind::accepted) return;
+    std::optional<ReturnType> answer = askTop(code);
+    while (answer && answer->kind == ReturnType::Kind::delegated)
+      answer = open(*answer->rule, [&](auto& processor) { return ask(processor, code); });
+    if (!answer) continue;
+    if (answer->kind == ReturnType::Kind::accepted) return;
     --height_;
     dropEnded();
   }
@@ -115,7 +116,7 @@ void ProcessorStack::select(const Rule& rule) {
 }
 
 template <class Visit>
-ReturnType ProcessorStack::open(const Rule& outer, Visit visit) {
+std::optional<ReturnType> ProcessorStack::open(const Rule& outer, Visit visit) {
   // Of the two, the codes are the last to grow.
   if (height_ == codes_.size()) makeRoom();
   const Rule& rule = resolve(outer);
@@ -137,8 +138,7 @@ ReturnType ProcessorStack::open(const Rule& outer, Visit visit) {
     case RuleKind::alias:
       break;
   }
-  throw GrammarException("no processor serves rules of kind " +
-                         std::to_string(static_cast<unsigned>(rule.kind())));
+  return std::nullopt;
 }
 
 template <class ProcessorClass>

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -56,8 +57,8 @@ class KR0_FRAMEWORK_API ProcessorStack {
 
   virtual void doProcess(SylvanEventCode code, const SylvanPrimitive& primitive);
 
-  /// Puts a processor for the rule on top; for an alias, one for the rule that it stands for.
-  /// @throws GrammarException for a rule of a kind that does not exist: nothing serves it.
+  /// Puts a processor for the rule on top; for an alias, one for the rule that it stands for. A rule of a
+  /// kind that does not exist selects nothing.
   void select(const Rule& rule);
 
   /// From the bottom up.
@@ -83,9 +84,10 @@ class KR0_FRAMEWORK_API ProcessorStack {
   ReturnType ask(Processor& action, SylvanEventCode code);
   ReturnType ask(RepetitionProcessor& repetition, SylvanEventCode code);
   ReturnType ask(SequenceProcessor& sequence, SylvanEventCode code);
-  /// Puts a processor for the rule on top and gives what `visit` says of it.
+  /// Puts a processor for the rule on top and gives what `visit` says of it. If the rule selects nothing, the
+  /// one that is on top keeps the event.
   template <class Visit>
-  ReturnType open(const Rule& outer, Visit visit);
+  std::optional<ReturnType> open(const Rule& outer, Visit visit);
   template <class ProcessorClass>
   ProcessorClass& push(ProcessorClass& processor, Code code, const Rule& rule);
   void makeRoom();
