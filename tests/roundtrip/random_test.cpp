@@ -74,7 +74,9 @@ class RoundTrip {
   // Direct bytes, model, tagged bytes, model, direct bytes: nothing is lost on the way but the signs of
   // zeros, so a model has been through once before it is held against what comes back.
   void goThroughTagged(const meta::MetaRegistry& registry, const Model& model, const Bytes& direct) {
-    const std::string tagged = writeTagged(model);
+    std::string tagged;
+    taggedSerializer_.serialize(model, io::SerializationOutput::toString(tagged));
+    EXPECT_EQ(writeTagged(model), tagged);
     const Model once = readTagged(registry, tagged);
     const Model twice = readTagged(registry, writeTagged(once));
     EXPECT_EQ(writeTagged(twice), tagged);
@@ -109,7 +111,9 @@ class RoundTrip {
     }
   }
 
-  io::BinarySerializer serializer_;  // one for all, of many registries
+  // One for all, of many registries.
+  io::BinarySerializer serializer_;
+  io::BinaryKRSylvanSerializer taggedSerializer_;
   Coverage coverage_;
 };
 
