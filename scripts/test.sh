@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the release preset and runs all tests. Arguments go to ctest
-# (-R name, for one).
+# Installs what is missing, builds the release preset and runs its tests but the slow ones, which .ci/run adds.
+# Arguments go to ctest (-R name, for one).
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
@@ -8,4 +8,4 @@ set -euo pipefail
 install_packages $build_packages $test_packages
 build_preset release -DKR0_BUILD_TESTS=ON
 cd "$root/build/release"
-ctest --no-tests=error --output-on-failure -j "$jobs" "$@"
+ctest -LE slow --no-tests=error --output-on-failure -j "$jobs" "$@"
