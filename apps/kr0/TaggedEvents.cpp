@@ -77,9 +77,10 @@ class ContentCheck final : public modeling::sylvan::NullEventProcessor {
     if (!inSequence_.empty()) inSequence_.pop_back();
   }
   void startEntry(const std::string& name) {
-    const std::string expected = (headSeen_ ? objectEntries : documentEntries).at(entries_++);
+    const char* const expected = (headSeen_ ? objectEntries : documentEntries).at(entries_++);
     if (name != expected)
-      throw std::runtime_error("expected the entry \"" + expected + "\" of metadata, found \"" + name + '"');
+      throw std::runtime_error(std::string("expected the entry \"") + expected + "\" of metadata, found \"" +
+                               name + '"');
   }
   static void checkVersion(const SylvanPrimitive& value) {
     if (value != SylvanPrimitive(std::uint64_t{1}) && value != SylvanPrimitive(std::int64_t{1}))

@@ -282,18 +282,9 @@ TEST_F(TreeEventWriting, AModelThatCannotBeWrittenIsRefused) {
             "/book[0] and /book[1] have the same identity");
 }
 
-TEST_F(TreeEventWriting, AFailureAmongNumbersLeavesNothingBehind) {
-  struct Target : modeling::sylvan::EventRecorder {
-    bool armed = true;
-    void writePrimitive(const test::Primitive& value) override {
-      if (armed && std::holds_alternative<std::int64_t>(value)) throw std::runtime_error("enough");
-      EventRecorder::writePrimitive(value);
-    }
-  };
-  Element element = book();
-  element.add("tags", "a");
-  element.add("years", 1);
-  Target target;
+/// Writes to a target that throws while it is armed, and then once more with the same serializer.
+template <class Target>
+void expectSecondTryIsWhole(const Model& model, Target& target) {
   test::EventSerializer serializer(target);
   std::string unused;
   const auto write = [&] { serializer.serialize(model, SerializationOutput::toString(unused)); };
@@ -306,6 +297,21 @@ TEST_F(TreeEventWriting, AFailureAmongNumbersLeavesNothingBehind) {
   EXPECT_TRUE(target == expected);
 }
 
+TEST_F(TreeEventWriting, AFailureAmongNumbersLeavesNothingBehind) {
+  struct Target : modeling::sylvan::EventRecorder {
+    bool armed = true;
+    void writePrimitive(const test::Primitive& value) override {
+      if (armed && std::holds_alternative<std::int64_t>(value)) throw std::runtime_error("enough");
+      EventRecorder::writePrimitive(value);
+    }
+  };
+  Element element = book();
+  element.add("tags", "a");
+  element.add("years", 1);
+  Target target;
+  expectSecondTryIsWhole(model, target);
+}
+
 TEST_F(TreeEventWriting, ASerializerWorksAgainAfterATargetThatThrew) {
   struct Target : modeling::sylvan::EventRecorder {
     bool armed = true;
@@ -316,16 +322,7 @@ TEST_F(TreeEventWriting, ASerializerWorksAgainAfterATargetThatThrew) {
   };
   book().create("chapters").set("first", 1);
   Target target;
-  test::EventSerializer serializer(target);
-  std::string unused;
-  const auto write = [&] { serializer.serialize(model, SerializationOutput::toString(unused)); };
-  EXPECT_THROW(write(), std::runtime_error);
-  target.armed = false;
-  target.reset();
-  write();
-  modeling::sylvan::EventRecorder expected;
-  test::sendModel(model, expected);
-  EXPECT_TRUE(target == expected);
+  expectSecondTryIsWhole(model, target);
 }
 
 }  // namespace
