@@ -1,7 +1,6 @@
 #include "Content.h"
 
 #include <algorithm>
-#include <bit>
 #include <string_view>
 
 namespace kr::zero::bench {
@@ -93,37 +92,6 @@ void fillReferences(Item& item, Random& random, std::uint32_t position, std::uin
   }
 }
 
-// FNV-1a.
-class Hash {
- public:
-  void add(std::uint64_t number) {
-    for (int shift = 0; shift < 64; shift += 8) addByte(static_cast<unsigned char>(number >> shift));
-  }
-  void add(const std::string& text) {
-    add(text.size());
-    for (const char c : text) addByte(static_cast<unsigned char>(c));
-  }
-  void add(double number) { add(std::bit_cast<std::uint64_t>(number)); }
-  void add(std::int32_t number) { add(static_cast<std::uint64_t>(number)); }
-  void add(std::int64_t number) { add(static_cast<std::uint64_t>(number)); }
-  void add(std::uint32_t number) { add(std::uint64_t{number}); }
-  template <class T>
-  void add(const std::optional<T>& value) {
-    add(std::uint64_t{value.has_value()});
-    if (value) add(*value);
-  }
-  template <class T>
-  void add(const std::vector<T>& values) {
-    add(values.size());
-    for (const T& value : values) add(value);
-  }
-  std::uint64_t get() const { return state_; }
-
- private:
-  void addByte(unsigned char byte) { state_ = (state_ ^ byte) * 0x100000001b3u; }
-  std::uint64_t state_ = 0xcbf29ce484222325u;
-};
-
 }  // namespace
 
 Content makeContent(std::size_t size, std::uint64_t seed) {
@@ -140,27 +108,6 @@ Content makeContent(std::size_t size, std::uint64_t seed) {
     depth = random.below(std::min(depth + 1, deepest) + 1);
   }
   return content;
-}
-
-std::uint64_t hashOf(const Content& content) {
-  Hash hash;
-  for (const Item& item : content) {
-    hash.add(item.depth);
-    hash.add(item.title);
-    hash.add(item.isbn);
-    hash.add(item.shelf);
-    hash.add(item.pages);
-    hash.add(item.sold);
-    hash.add(item.price);
-    hash.add(std::uint64_t{item.available});
-    hash.add(item.genre);
-    hash.add(item.acquired);
-    hash.add(item.ratings);
-    hash.add(item.keywords);
-    hash.add(item.original);
-    hash.add(item.related);
-  }
-  return hash.get();
 }
 
 }  // namespace kr::zero::bench

@@ -36,10 +36,10 @@ struct Item {
 /// All items in document order.
 using Content = std::vector<Item>;
 
+/// What all programs here make the library from.
+inline constexpr std::uint64_t kLibrarySeed = 20240229;
+
 /// The same content for the same arguments, on every machine.
 Content makeContent(std::size_t size, std::uint64_t seed);
-
-/// A number that differs for contents that differ in anything.
-std::uint64_t hashOf(const Content& content);
 
 }  // namespace kr::zero::bench

@@ -1,6 +1,5 @@
 #include "MessageContent.h"
 
-#include <unordered_map>
 #include <utility>
 
 namespace kr::zero::bench {
@@ -79,17 +78,6 @@ Content contentOf(const messages::Catalog& catalog) {
     content.push_back(itemOf(message, depth));
   });
   return content;
-}
-
-std::vector<const messages::Item*> resolveReferences(const messages::Catalog& catalog) {
-  std::unordered_map<std::uint32_t, const messages::Item*> byId;
-  forEachItem(catalog, [&](const messages::Item& item, std::uint32_t) { byId.emplace(item.id(), &item); });
-  std::vector<const messages::Item*> targets;
-  forEachItem(catalog, [&](const messages::Item& item, std::uint32_t) {
-    if (item.has_original()) targets.push_back(byId.at(item.original()));
-    for (const std::uint32_t id : item.related()) targets.push_back(byId.at(id));
-  });
-  return targets;
 }
 
 }  // namespace kr::zero::bench

@@ -15,8 +15,4 @@ messages::Catalog makeMessages(const Content& content);
 /// The inverse of makeMessages.
 Content contentOf(const messages::Catalog& catalog);
 
-/// The targets of all references in document order, found through a hash map from id to message: what a
-/// program has to do before it can follow a reference.
-std::vector<const messages::Item*> resolveReferences(const messages::Catalog& catalog);
-
 }  // namespace kr::zero::bench

@@ -11,6 +11,7 @@
 
 #include "Content.h"
 #include "ModelContent.h"
+#include "Timing.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/BinarySerializer.h"
 
@@ -41,7 +42,7 @@ bool forgetPeak() {
 
 /// What was resident at most during `run`, over what was before.
 template <class Run>
-std::size_t measurePeak(Run&& run) {
+std::size_t peakOf(Run&& run) {
   const std::size_t before = residentBytes();
   run();
   return readStatus("VmHWM:") - before;
@@ -69,17 +70,22 @@ class TemporaryFile {
 
 }  // namespace
 
-std::optional<PeakBytes> measurePeakBytes(std::size_t elements, std::uint64_t seed) {
-  PeakBytes peak{};
+std::optional<Peak> measurePeak(std::size_t elements) {
+  Peak peak{};
   meta::MetaRegistry registry;
   registerLibrary(registry);
   std::vector<std::uint8_t> bytes;
+  std::size_t written = 0;
   {
-    const Model model = makeModel(makeContent(elements, seed), registry);
+    const Model model = makeModel(makeContent(elements, kLibrarySeed), registry);
+    written = model.size();
     if (!forgetPeak()) return std::nullopt;
-    peak.writing = measurePeak(
-        [&] { io::BinarySerializer().serialize(model, io::SerializationOutput::toByteSequence(bytes)); });
+    peak.writing = peakOf([&] {
+      peak.writingSeconds = secondsOf(
+          [&] { io::BinarySerializer().serialize(model, io::SerializationOutput::toByteSequence(bytes)); });
+    });
   }
+  peak.document = bytes.size();
   peak.writing -= std::min(peak.writing, bytes.size());
 
   const TemporaryFile file(bytes);
@@ -87,12 +93,15 @@ std::optional<PeakBytes> measurePeakBytes(std::size_t elements, std::uint64_t se
   if (!forgetPeak()) return std::nullopt;
   const std::size_t before = residentBytes();
   std::optional<Model> model;
-  peak.reading = measurePeak([&] {
-    io::BinaryParser parser(std::make_unique<io::ParseCustomizer>(registry),
-                            std::make_unique<io::ParsingModelBuilder>(false));
-    if (!parser.parseFile(file.path())) throw std::runtime_error("the file was refused");
-    model = parser.takeModel();
+  peak.reading = peakOf([&] {
+    peak.readingSeconds = secondsOf([&] {
+      io::BinaryParser parser(std::make_unique<io::ParseCustomizer>(registry),
+                              std::make_unique<io::ParsingModelBuilder>(false));
+      if (!parser.parseFile(file.path())) throw std::runtime_error("the file was refused");
+      model = parser.takeModel();
+    });
   });
+  if (model->size() != written) throw std::runtime_error("the file holds another number of elements");
   malloc_trim(0);
   peak.model = residentBytes() - before;
   return peak;

@@ -2,47 +2,62 @@
 /// A parse processor that answers the reader's questions and builds nothing.
 #pragma once
 
-#include <vector>
+#include <stdexcept>
 
+#include "fl/i18n/utf8.h"
+#include "kr/zero/io/BulkParseProcessor.h"
 #include "kr/zero/io/ParseProcessor.h"
 
 namespace kr::zero::bench {
 
-/// What is left of a read when nothing is done with what was read: the cost of walking the bytes.
-class QuietProcessor : public io::ParseProcessor {
+/// What is left of a read when nothing is done with what was read: the cost of walking the bytes. It offers
+/// the larger units, as the processor does that builds models, and knows no named operations.
+class QuietProcessor final : public io::ParseProcessor, public io::BulkParseProcessor {
  public:
-  QuietProcessor(io::ParseCustomizer& customizer, io::ParsingModelBuilder& builder);
+  QuietProcessor(io::ParseCustomizer& customizer, io::ParsingModelBuilder& builder)
+      : ParseProcessor(customizer, builder) {}
 
-  void reset() override;
-  void setVersion(const ustring& version) override;
-  bool push(const ustring& typeName, const ustring& id1, const ustring& id2) override;
-  void pop(const ustring& name) override;
-  io::PropertyCategory getPropertyCategory(const ustring& name) override;
-  meta::Type getPropertyType(const ustring& name) override;
-  bool isPropertyOptional(const ustring& name) override;
-  void setValue(const ustring& name, const ustring& text) override;
-  void setVerbatimValue(const ustring& name, const Value& value) override;
-  void setEmptyValue(const ustring& name) override;
-  void addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,
-                            const ustring& id2, const boost::optional<ustring>& qualifier) override;
-  void processDeferred() override;
-  void parseCompleted() override;
+  void reset() override { calls_ = 0; }
+  void setVersion(const ustring&) override {}
+  void processDeferred() override {}
+  void parseCompleted() override {}
+
+  /// @throws std::runtime_error for a type that the registry does not know.
+  meta::StructuredType findType(std::string_view typeName) override {
+    const meta::StructuredType type(getCustomizer().getRegistry().findType(typeName));
+    if (!type) throw std::runtime_error("a type that the benchmark does not know");
+    return type;
+  }
+  bool pushRoot(meta::StructuredType, std::string_view, std::string_view) override { return ++calls_, true; }
+  bool pushChild(io::PropertyPlace, meta::StructuredType, std::string_view, std::string_view) override {
+    return ++calls_, true;
+  }
+  void pop() override {}
+  void announceCollection(io::PropertyPlace) override {}
+  void expectItems(io::PropertyPlace, std::uint64_t) override {}
+  void setNumber(io::PropertyPlace, std::uint64_t) override { ++calls_; }
+  void addNumbers(io::PropertyPlace, std::span<const std::uint64_t> numbers) override {
+    calls_ += numbers.size();
+  }
+  bool setText(io::PropertyPlace, std::string_view bytes) override {
+    ++calls_;
+    return fl::i18n::isWellFormedUtf8(bytes);
+  }
+  void setEmpty(io::PropertyPlace) override { ++calls_; }
+  std::uint32_t numberTypeName(std::string_view) override { return 0; }
+  void addReference(io::PropertyPlace, std::uint32_t, std::string_view, std::string_view,
+                    const std::string_view*) override {
+    ++calls_;
+  }
 
   /// Number of calls that brought an element, a value or a reference in the last parse. It shows that
   /// the walk took place.
   std::size_t getCalls() const noexcept { return calls_; }
 
  private:
-  struct OpenElement {
-    meta::StructuredType type;
-    std::size_t slot = 0;  // where the property announced last stands
-  };
-  meta::StructuredType findType(const ustring& name);
+  // The named ones, of which the reader makes none.
+  using ParseProcessor::pop;
 
-  std::vector<OpenElement> open_;
-  meta::StructuredType lastType_;
-  meta::Property announced_;
-  std::vector<io::PropertyCategory> categories_;  // by the property's index; none: not asked yet
   std::size_t calls_ = 0;
 };
 

@@ -1,6 +1,6 @@
 #include "TreeEvents.h"
 
-#include "kr/zero/io/KRSylvanSerializer.h"
+#include "kr/zero/io/TreeEvents.h"
 
 namespace kr::zero::bench {
 
@@ -42,17 +42,6 @@ class Notes final : public SylvanEventProcessor<void> {
   }
 
   std::vector<std::size_t> open_;
-};
-
-class NotingSerializer final : public io::KRSylvanSerializer {
- public:
-  NotingSerializer()
-      : KRSylvanSerializer(std::make_unique<io::ModelTraverser>(),
-                           std::make_unique<io::SerializeCustomizer>()) {}
-  const char* getFullyQualifiedVornTypeName() const override { return "bench.NotingSerializer"; }
-  SylvanEventProcessor<void>* getTarget(const io::SerializationOutput&) override { return &notes; }
-
-  Notes notes;
 };
 
 /// Builds a JSON document from the top down.
@@ -100,10 +89,9 @@ class JsonBuilder {
 }  // namespace
 
 TreeEvents eventsOf(const Model& model) {
-  NotingSerializer serializer;
-  std::string unused;
-  serializer.serialize(model, io::SerializationOutput::toString(unused));
-  return std::move(serializer.notes.events);
+  Notes notes;
+  io::sendEvents(model, notes);
+  return std::move(notes.events);
 }
 
 void send(const TreeEvents& events, SylvanEventProcessor<void>& target) {

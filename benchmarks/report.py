@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
 """Makes one results file, one table and one chart of what the benchmark programs measured.
 
-    report.py --peers=FILE [--gate=FILE] [--real=FILE] [--out=FILE] [--chart=FILE] [--page=FILE]
+    report.py --peers=FILE [--real=FILE] [--limits=FILE] [--out=FILE] [--chart=FILE] [--page=FILE]
               [--real-page=FILE]
 
---peers: what kr0_bench_peers wrote. --gate: what kr0_bench wrote; its tree rows become a workload. --real: what
-kr0_bench_real wrote. --out: all figures with their ratios. --chart: an SVG of the 100,000 elements. --page and
+--peers: what kr0_bench_peers wrote. --real: what kr0_bench_real wrote. --limits: what kr0_bench --limits printed. --out: all figures with their ratios. --chart: an SVG of the 100,000 elements. --page and
 --real-page: the tables in Markdown, put between the two marks of that page.
 """
 import argparse
@@ -15,18 +14,8 @@ import platform
 import time
 
 OURS = "kr0 direct"
-TREE = "tree events, {:,} elements"
-TREE_ROWS = {  # row of kr0_bench: system, operation
-    "format tagged events": ("kr0 tagged events", "write"),
-    "assemble tagged events": ("kr0 tagged events", "read"),
-    "write CBOR, nlohmann": ("CBOR, nlohmann", "write"),
-    "sax_parse CBOR, nlohmann": ("CBOR, nlohmann", "read"),
-    "pack MessagePack": ("MessagePack, packer and visitor", "write"),
-    "visit MessagePack": ("MessagePack, packer and visitor", "read"),
-}
 SMALL, LARGE = "library, 10,000", "library, 1,000,000"
 FLAT, DEEP = "library, 100,000", "deep, 100,000 levels"
-BEGIN, END = "<!-- figures: begin -->", "<!-- figures: end -->"
 
 
 def machine():
@@ -37,18 +26,6 @@ def machine():
     except (OSError, StopIteration):
         pass
     return f"{name}, {os.cpu_count()} CPUs"
-
-
-def tree_results(gate):
-    results = []
-    for row, (system, operation) in TREE_ROWS.items():
-        figures = gate.get("nanosecondsPerElement", {}).get(row)
-        if figures:
-            times = figures["repetitions"]
-            results.append({"workload": TREE.format(gate["elements"]), "system": system, "operation": operation,
-                            "value": figures["median"], "least": min(times), "most": max(times),
-                            "unit": "ns/element", "references_resolved": False, "keeps_what_it_reads": False})
-    return results
 
 
 def quotients(results, name, above, below):
@@ -174,11 +151,13 @@ def real_markdown(figures, about):
     return "\n".join(lines[:-1])
 
 
-def put_into_page(path, text):
+def put_into_page(path, part, text):
+    """Puts a text between the two marks of a page's part."""
+    begin, end = f"<!-- {part}: begin -->", f"<!-- {part}: end -->"
     with open(path, encoding="utf-8") as page:
-        before, rest = page.read().split(BEGIN)
+        before, rest = page.read().split(begin)
     with open(path, "w", encoding="utf-8") as page:
-        page.write(before + BEGIN + "\n" + text + "\n" + END + rest.split(END)[1])
+        page.write(before + begin + "\n" + text.rstrip() + "\n" + end + rest.split(end)[1])
 
 
 def chart(results):
@@ -223,13 +202,11 @@ def load_json(path):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    for option in ("--peers", "--gate", "--real", "--out", "--chart", "--page", "--real-page", "--load"):
+    for option in ("--peers", "--real", "--limits", "--out", "--chart", "--page", "--real-page", "--load"):
         parser.add_argument(option, required=option == "--peers")
     options = parser.parse_args()
     peers = load_json(options.peers)
     results = peers["results"]
-    if options.gate:
-        results += tree_results(load_json(options.gate))
     results += quotients(results, "growth, 1,000,000 over 10,000 elements", LARGE, SMALL)
     results += quotients(results, "depth, 100,000 levels over flat", DEEP, FLAT)
     add_ratios(results)
@@ -247,9 +224,12 @@ def main():
         with open(options.chart, "w", encoding="utf-8") as out:
             out.write(chart(results))
     if options.page:
-        put_into_page(options.page, markdown(report))
+        put_into_page(options.page, "figures", markdown(report))
+    if options.page and options.limits:
+        with open(options.limits, encoding="utf-8") as limits:
+            put_into_page(options.page, "limits", limits.read())
     if options.real_page and real:
-        put_into_page(options.real_page, real_markdown(
+        put_into_page(options.real_page, "figures", real_markdown(
             real, f"{report['date']}; {report['machine']}; load average {report['load']}; g++ {report['compiler']}."))
 
 

@@ -4,11 +4,21 @@
 #   apps -> interop, library, framework     interop -> framework
 #   library -> framework's public headers   framework -> nothing of the others
 #
+# The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
+#
+#   foundation, text
+#   log
+#   events, rules
+#   meta
+#   model
+#   io
+#
 #   scripts/check_layers.sh [FOLDER]       checks a source tree, this one unless given
 #   scripts/check_layers.sh --self-check   shows that wrong arrows are found
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
+inner_layers=(foundation,text log events,rules meta model io) # from the ground up
 allowed=" apps:interop apps:library apps:framework interop:framework library:framework "
 include_folders="src/framework/include include interop/ecore/include src/framework src interop/ecore apps/kr0"
 
@@ -22,6 +32,42 @@ layer_of() {
     apps/*) echo apps ;;
     *) echo outside ;;
   esac
+}
+
+# The framework's own layer of one of its files; "unknown" for a folder that has none.
+inner_layer_of() {
+  case ${1#src/framework/} in
+    include/foundation/* | include/resource_core/* | include/kr/zero/export.h) echo foundation ;;
+    include/fl/* | include/kr/zero/ustring.h | include/kr/zero/TextHash.h) echo text ;;
+    include/modeling/sylvan/grammar/*) echo rules ;;
+    include/modeling/*) echo events ;;
+    include/kr/zero/log/*) echo log ;;
+    include/kr/zero/meta/*) echo meta ;;
+    include/kr/zero/io/*) echo io ;;
+    include/kr/zero/*) echo model ;;
+    foundation/* | text/* | log/* | events/* | rules/* | meta/* | model/* | io/*)
+      local folder=${1#src/framework/}
+      echo "${folder%%/*}"
+      ;;
+    *) echo unknown ;;
+  esac
+}
+
+# Position of an inner layer's line; of an unknown one none.
+line_of() {
+  local line
+  for line in "${!inner_layers[@]}"; do
+    if [[ ,${inner_layers[line]}, == *",$1,"* ]]; then echo "$line"; fi
+  done
+}
+
+# is_allowed <layer> <layer>: whether the first may use the second.
+is_allowed() {
+  if [[ $allowed == *" $1:$2 "* ]]; then return 0; fi
+  if [[ $1 != framework/* ]]; then return 1; fi
+  local from to
+  from=$(line_of "${1#framework/}") to=$(line_of "${2#framework/}")
+  [ -n "$from" ] && [ -n "$to" ] && [ "$to" -le "$from" ]
 }
 
 own_folders() {
@@ -52,13 +98,18 @@ list_includes() {
 
 # "<layer> <layer> <file> <name>" for every include of one layer's header by another layer.
 list_arrows() {
-  local file name from target to
+  local file name from target to inner_from inner_to
   while read -r file name; do
     from=$(layer_of "$file")
     target=$(find_header "$file" "$from" "$name")
     [ -n "$target" ] || continue
     to=$(layer_of "$target")
-    [ "${from%-internal}" = "${to%-internal}" ] || echo "${from%-internal} $to $file $name"
+    if [ "${from%-internal}" != "${to%-internal}" ]; then
+      echo "${from%-internal} $to $file $name"
+    elif [ "${from%-internal}" = framework ]; then
+      inner_from=$(inner_layer_of "$file") inner_to=$(inner_layer_of "$target")
+      if [ "$inner_from" != "$inner_to" ]; then echo "framework/$inner_from framework/$inner_to $file $name"; fi
+    fi
   done < <(list_includes)
 }
 
@@ -68,7 +119,7 @@ check() {
   awk 'NF { ++n[$1 " -> " $2] } END { for (a in n) printf "%-32s %4d\n", a, n[a] }' <<<"$arrows" | sort
   while read -r from to file name; do
     [ -n "$from" ] || continue
-    [[ $allowed == *" $from:$to "* ]] && continue
+    if is_allowed "$from" "$to"; then continue; fi
     echo "$file: includes $name, but $from must not use $to" >&2
     wrong=1
   done <<<"$arrows"
@@ -77,10 +128,11 @@ check() {
 
 # A small tree in which every layer has one header of its own.
 make_tree() {
-  mkdir -p src/framework/include/kr/zero src/framework/model include/kr/zero/io src/direct \
+  mkdir -p src/framework/include/{kr/zero/{meta,log,io},modeling/sylvan,fl} src/framework/{new,text,log,meta,model,io/walk,io/files} include/kr/zero/io src/direct \
     interop/ecore/include/kr/zero/ecore apps/kr0
   touch src/framework/include/kr/zero/Public.h src/framework/model/Internal.h include/kr/zero/io/Library.h \
-    src/direct/Direct.h interop/ecore/include/kr/zero/ecore/Ecore.h apps/kr0/Tool.h
+    src/framework/include/{kr/zero/{meta/Meta.h,log/Log.h,io/Io.h},modeling/sylvan/Event.h,fl/Text.h} \
+    src/framework/io/files/Files.h src/direct/Direct.h interop/ecore/include/kr/zero/ecore/Ecore.h apps/kr0/Tool.h
 }
 
 # expect <0 or 1> <file> <header>: how a check of a tree with just this include ends.
@@ -110,6 +162,17 @@ self_check() {
   expect 1 interop/ecore/a.cpp kr/zero/io/Library.h
   expect 1 interop/ecore/a.cpp Tool.h
   expect 1 apps/kr0/a.cpp direct/Direct.h
+  expect 0 src/framework/model/a.cpp kr/zero/meta/Meta.h
+  expect 0 src/framework/log/a.cpp fl/Text.h
+  expect 0 src/framework/io/walk/a.cpp io/files/Files.h
+  expect 0 src/framework/include/kr/zero/Public.h kr/zero/meta/Meta.h
+  expect 1 src/framework/meta/a.cpp kr/zero/Public.h
+  expect 1 src/framework/meta/a.cpp model/Internal.h
+  expect 1 src/framework/text/a.cpp kr/zero/log/Log.h
+  expect 1 src/framework/log/a.cpp modeling/sylvan/Event.h
+  expect 1 src/framework/include/kr/zero/meta/Meta.h kr/zero/io/Io.h
+  expect 1 src/framework/include/fl/Text.h kr/zero/Public.h
+  expect 1 src/framework/new/a.cpp kr/zero/Public.h
   echo "wrong arrows are found"
 }
 

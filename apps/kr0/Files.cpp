@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <ios>
 #include <system_error>
 
 #include "Errors.h"
@@ -16,7 +17,7 @@ namespace kr::zero::tool {
 
 namespace {
 
-constexpr std::size_t pieceBytes = std::size_t{64} * 1024;
+constexpr std::size_t kPieceBytes = std::size_t{64} * 1024;
 
 // A descriptor that is closed on every way out.
 class Descriptor {
@@ -42,7 +43,7 @@ std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name
   struct stat status {};
   if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
     bytes.reserve(static_cast<std::size_t>(status.st_size));
-  std::uint8_t piece[pieceBytes];
+  std::uint8_t piece[kPieceBytes];
   for (;;) {
     const ssize_t got = ::read(descriptor, piece, sizeof piece);
     if (got == 0) return bytes;
@@ -53,16 +54,19 @@ std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name
   }
 }
 
-void writeStandardOutput(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t put = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
-    if (put >= 0)
-      bytes.remove_prefix(static_cast<std::size_t>(put));
-    else if (errno == EPIPE)
-      throw ReaderGone();
-    else if (errno != EINTR)
-      fail("standard output", "written");
+// Whoever read a pipe may have seen enough; every other failure is one.
+template <class Write>
+void writeForReader(Write write) {
+  try {
+    write();
+  } catch (const std::ios_base::failure& failure) {
+    if (failure.code() == std::errc::broken_pipe) throw ReaderGone();
+    throw;
   }
+}
+
+void writeStandardOutput(std::string_view bytes) {
+  writeForReader([&] { io::writeToDescriptor(STDOUT_FILENO, bytes); });
 }
 
 }  // namespace
@@ -88,12 +92,12 @@ std::vector<std::uint8_t> readInput(const std::string& path) {
 
 void writeOutput(const std::string& path, std::string_view bytes) {
   if (path == "-") return writeStandardOutput(bytes);
-  io::writeFileAtomically(toUstring(path), bytes);
+  writeForReader([&] { io::writeFileAtomically(toUstring(path), bytes); });
 }
 
 TextOut& TextOut::operator<<(std::string_view text) {
   appendVisible(pending_, text);
-  if (pending_.size() >= pieceBytes) flush();
+  if (pending_.size() >= kPieceBytes) flush();
   return *this;
 }
 

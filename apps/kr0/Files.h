@@ -20,8 +20,9 @@ std::string inputName(const std::string& path);
 /// @throws BadInput where it cannot be read, or is empty.
 std::vector<std::uint8_t> readInput(const std::string& path);
 
-/// Puts a result in its place: a file is written all or nothing, a device or pipe directly.
-/// @throws BadInput where that fails; ReaderGone.
+/// Puts a result in its place: a file is written all or nothing; a device, a pipe and what /dev/stdout or
+/// /dev/fd/N name directly.
+/// @throws std::ios_base::failure where that fails; ReaderGone.
 void writeOutput(const std::string& path, std::string_view bytes);
 
 /// Text on its way to standard output, in large pieces, and without what a terminal would obey.

@@ -4,7 +4,7 @@
 
 #include "Commands.h"
 #include "Files.h"
-#include "TaggedTree.h"
+#include "Tree.h"
 #include "Visible.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
@@ -24,15 +24,15 @@ struct Facts {
 
 // XMI says its version in an attribute of the root, near the beginning.
 std::string xmiVersion(std::string_view text) {
-  constexpr std::string_view attribute = "xmi:version=";
-  constexpr std::size_t headBytes = 4096, longest = 16;
-  text = text.substr(0, headBytes);
-  const std::size_t start = text.find(attribute);
+  constexpr std::string_view kAttribute = "xmi:version=";
+  constexpr std::size_t kHeadBytes = 4096, kLongest = 16;
+  text = text.substr(0, kHeadBytes);
+  const std::size_t start = text.find(kAttribute);
   if (start == std::string_view::npos) return {};
-  text.remove_prefix(start + attribute.size());
+  text.remove_prefix(start + kAttribute.size());
   if (text.empty()) return {};
   const std::size_t end = text.find(text.front(), 1);
-  return end > longest ? std::string() : std::string(text.substr(1, end - 1));
+  return end > kLongest ? std::string() : std::string(text.substr(1, end - 1));
 }
 
 std::vector<std::string> packagesOf(const Model& model) {
@@ -48,28 +48,26 @@ Counts countByClass(const Model& model) {
 }
 
 // A tagged document says everything itself.
-class TaggedFacts final : public TaggedTreeVisitor {
+class TaggedFacts final : public TreeVisitor {
  public:
   explicit TaggedFacts(Facts& facts) : facts_(facts) { facts_.elements.emplace(); }
-  void header(const std::string& version, const std::vector<std::string>& packages) override {
-    facts_.version = version;
-    facts_.packages = packages;
+  void packages(const std::vector<std::string>& uris) override {
+    facts_.version = '1';  // there is no other
+    facts_.packages = uris;
   }
-  void beginObject(const TaggedHeader& header) override { ++(*facts_.elements)[header.type]; }
+  void beginElement(const TreeNode& node) override {
+    if (node.number != 0) ++(*facts_.elements)[std::string(node.type)];
+  }
 
  private:
   Facts& facts_;
 };
 
-void addTagged(const Document& document, Facts& facts) {
-  checkTagged(document);
-  TaggedFacts visitor(facts);
-  TaggedTree tree(visitor);
-  sendTagged(document, tree);
-}
-
 void addHeader(const Document& document, Facts& facts) {
-  if (document.format == Format::krt) return addTagged(document, facts);
+  if (document.format == Format::krt) {
+    TaggedFacts visitor(facts);
+    return checkTagged(document, visitor);
+  }
   if (document.format == Format::xmi) {
     facts.version = xmiVersion(document.text());
     return;

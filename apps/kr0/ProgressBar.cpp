@@ -12,11 +12,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto patience = 1s;
-constexpr auto interval = 100ms;
-constexpr std::size_t widestName = 40;
-constexpr int barWidth = 24;
-constexpr std::string_view wipe = "\r\033[K";
+constexpr auto kPatience = 1s;
+constexpr auto kInterval = 100ms;
+constexpr std::size_t kWidestName = 40;
+constexpr int kBarWidth = 24;
+constexpr std::string_view kWipe = "\r\033[K";
 
 void show(std::string_view text) { static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size())); }
 
@@ -36,7 +36,7 @@ ProgressBar::~ProgressBar() {
 }
 
 void ProgressBar::startStep(std::string what) {
-  if (what.size() > widestName) what.replace(widestName / 2, what.size() - widestName, "...");
+  if (what.size() > kWidestName) what.replace(kWidestName / 2, what.size() - kWidestName, "...");
   const std::lock_guard lock(mutex_);
   what_ = std::move(what);
   fraction_ = -1;
@@ -49,23 +49,23 @@ std::function<void(double)> ProgressBar::reporter() {
 void ProgressBar::draw() {
   const auto start = std::chrono::steady_clock::now();
   std::unique_lock lock(mutex_);
-  if (wake_.wait_for(lock, patience, [this] { return over_; })) return;
+  if (wake_.wait_for(lock, kPatience, [this] { return over_; })) return;
   do {
     const auto elapsed = std::chrono::steady_clock::now() - start;
     show(line(static_cast<int>(std::chrono::duration_cast<std::chrono::seconds>(elapsed).count())));
-  } while (!wake_.wait_for(lock, interval, [this] { return over_; }));
-  show(wipe);
+  } while (!wake_.wait_for(lock, kInterval, [this] { return over_; }));
+  show(kWipe);
 }
 
 std::string ProgressBar::line(int seconds) {
-  std::string text(wipe);
+  std::string text(kWipe);
   text += what_;
   const double fraction = fraction_.load(std::memory_order_relaxed);
   if (fraction >= 0) {
     const double bounded = std::min(fraction, 1.0);
-    const int filled = static_cast<int>(bounded * barWidth);
+    const int filled = static_cast<int>(bounded * kBarWidth);
     text += " [" + std::string(static_cast<std::size_t>(filled), '#') +
-            std::string(static_cast<std::size_t>(barWidth - filled), ' ') + "] " +
+            std::string(static_cast<std::size_t>(kBarWidth - filled), ' ') + "] " +
             std::to_string(static_cast<int>(bounded * 100)) + " %";
   }
   return text + " " + std::to_string(seconds) + " s";

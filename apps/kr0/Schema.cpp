@@ -2,7 +2,6 @@
 
 #include "Commands.h"
 #include "Files.h"
-#include "Properties.h"
 
 namespace kr::zero::tool {
 
@@ -16,19 +15,13 @@ const char* kindOf(meta::Type type) {
   return meta::Enum(type) ? "enum" : "primitive";
 }
 
-const char* nameOf(Category category) {
-  switch (category) {
-    case Category::datatype:
-      return "datatype";
-    case Category::composition:
-      return "composition";
-    case Category::association:
-      return "association";
-    case Category::primitive:
-      break;
-  }
-  return "primitive";
+const char* categoryOf(meta::Property property) {
+  const meta::Type type = property->getType();
+  if (meta::Class(type)) return property->isComposite() ? "composition" : "association";
+  return meta::StructuredType(type) ? "datatype" : "primitive";
 }
+
+bool isWritten(meta::Property property) { return property->isStored() && !property->isTransient(); }
 
 bool isAbstract(meta::Type type) {
   const meta::Class classType(type);
@@ -45,7 +38,7 @@ Json asJson(meta::Property property) {
   return {{"name", property->getNameUtf8()},
           {"id", property->getIdentifier()},
           {"type", type->getQualifiedNameUtf8()},
-          {"category", nameOf(categoryOf(property))},
+          {"category", categoryOf(property)},
           {"many", property->isMany()},
           {"optional", property->isOptional()},
           {"enum", static_cast<bool>(meta::Enum(type))},
@@ -76,7 +69,7 @@ std::string bounds(meta::Property property) {
 void printProperty(meta::Property property, meta::Type holder, TextOut& out) {
   out << "    " << (isWritten(property) ? std::to_string(property->getIdentifier()) : "-") << ' '
       << property->getNameUtf8() << ": " << property->getType()->getQualifiedNameUtf8() << ' '
-      << bounds(property) << ' ' << nameOf(categoryOf(property));
+      << bounds(property) << ' ' << categoryOf(property);
   const meta::StructuredType owner = property->getOwner();
   if (!(owner == holder)) out << ", from " << owner->getQualifiedNameUtf8();
   out << '\n';

@@ -1,181 +1,302 @@
-#include "TaggedTree.h"
-
 #include <array>
+#include <charconv>
+#include <cmath>
+#include <istream>
+#include <new>
+#include <stdexcept>
+#include <streambuf>
 #include <variant>
+
+#include "Errors.h"
+#include "Tree.h"
+#include "fl/i18n/utf8.h"
+#include "kr/zero/io/BinaryAssembler.h"
+#include "kr/zero/io/BinaryKRGrammarTransformer.h"
+#include "modeling/sylvan/SylvanEventCode.h"
 
 namespace kr::zero::tool {
 
 namespace {
 
-using Primitive = TaggedTree::Primitive;
-using Event = TaggedTree::Event;
+using TreeEvents = modeling::sylvan::SylvanEventProcessor<void>;
+using Primitive = modeling::sylvan::SylvanPrimitive;
+using Event = modeling::sylvan::SylvanEventCode;
 
-const std::string* textOf(const Primitive* value) {
-  return value != nullptr ? std::get_if<std::string>(value) : nullptr;
-}
+// Entries of metadata, in the order that the grammar has made sure of.
+constexpr std::array<const char*, 2> kDocumentEntries{"version", "packages"};
+constexpr std::array<const char*, 2> kObjectEntries{"type", "id"};
 
 // What a reference's struct holds, in the order that writers keep.
 struct Step {
   Event event;
-  const char* entry;  // the name, of an entry's start
+  const char* entry = nullptr;  // the name, of an entry's start
 };
-constexpr std::array<Step, 13> referenceSteps{{
+constexpr std::array<Step, 13> kReferenceSteps{{
     {Event::startNamedEntry, "type"},
-    {Event::writePrimitive, nullptr},
-    {Event::endNamedEntry, nullptr},
+    {Event::writePrimitive},
+    {Event::endNamedEntry},
     {Event::startNamedEntry, "id"},
-    {Event::startSequence, nullptr},
-    {Event::writePrimitive, nullptr},
-    {Event::writePrimitive, nullptr},
-    {Event::endSequence, nullptr},
-    {Event::endNamedEntry, nullptr},
+    {Event::startSequence},
+    {Event::writePrimitive},
+    {Event::writePrimitive},
+    {Event::endSequence},
+    {Event::endNamedEntry},
     {Event::startNamedEntry, "qualifier"},
-    {Event::writePrimitive, nullptr},
-    {Event::endNamedEntry, nullptr},
-    {Event::endStruct, nullptr},
+    {Event::writePrimitive},
+    {Event::endNamedEntry},
+    {Event::endStruct},
 }};
-constexpr std::size_t typeStep = 1, qualifierStep = 9;
+constexpr std::size_t kQualifierStep = 9;
+
+// "-5", "0.1": the shortest form that reads back the same; reals also "INF", "-INF" and "NaN".
+struct TextForm {
+  std::string operator()(std::nullptr_t) const { return "null"; }
+  std::string operator()(const std::string& text) const { return text; }
+  std::string operator()(bool truth) const { return truth ? "true" : "false"; }
+  std::string operator()(std::uint64_t number) const { return std::to_string(number); }
+  std::string operator()(std::int64_t number) const { return std::to_string(number); }
+  std::string operator()(double number) const {
+    if (std::isnan(number)) return "NaN";
+    if (std::isinf(number)) return number > 0 ? "INF" : "-INF";
+    std::array<char, 32> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    const std::string text(digits.data(), end);
+    return text.find_first_of(".e") == text.npos ? text + ".0" : text;
+  }
+};
+
+void visitValue(const Primitive& value, TreeVisitor& visitor) {
+  if (std::holds_alternative<std::nullptr_t>(value)) return visitor.emptyValue();
+  if (const auto* text = std::get_if<std::string>(&value)) return visitor.value(*text, ValueForm::text);
+  visitor.value(std::visit(TextForm(), value), ValueForm::number);
+}
+
+// Turns events into visits, and looks at what neither bytes nor the grammar tell: names, texts, what metadata
+// holds, and whether the document ends. Ends and values may come before the grammar has seen that they fit.
+class TaggedTree final : public TreeEvents {
+ public:
+  explicit TaggedTree(TreeVisitor& visitor) : visitor_(visitor) {}
+  bool hasEnded() const { return hasEnded_; }
+
+  void startDocument(const Primitive&) override {}
+  void endDocument() override { hasEnded_ = true; }
+
+  void startStruct() override {
+    inSequence_.push_back(false);
+    if (isHeldBack(Event::startStruct)) return;
+    if (objectFollows_)
+      startObject();
+    else
+      maybeReference_ = true;
+  }
+  void endStruct() override {
+    leave();
+    if (!isHeldBack(Event::endStruct)) visitor_.endElement();
+  }
+
+  void startNamedEntry(const Primitive& name) override {
+    const auto* const text = std::get_if<std::string>(&name);
+    if (text == nullptr) throw std::runtime_error("the name of an entry is not a text");
+    check(*text);
+    inSequence_.push_back(false);
+    if (inMetadata_)
+      startMetadataEntry(*text);
+    else if (!isHeldBack(Event::startNamedEntry, text))
+      visitor_.beginProperty(*text);
+  }
+  void endNamedEntry() override {
+    leave();
+    if (!inMetadata_ && !isHeldBack(Event::endNamedEntry)) visitor_.endProperty();
+  }
+
+  // The sequence of all roots is no list of a property, and neither are those of metadata.
+  void startSequence() override {
+    const bool isRoots = inSequence_.empty();
+    if (!isRoots && inSequence_.back())
+      throw std::runtime_error("a sequence stands in a sequence, and no property holds such values");
+    inSequence_.push_back(true);
+    if (!inMetadata_ && !isRoots && !isHeldBack(Event::startSequence)) visitor_.beginList();
+  }
+  void endSequence() override {
+    leave();
+    if (!inMetadata_ && !inSequence_.empty() && !isHeldBack(Event::endSequence)) visitor_.endList();
+  }
+
+  void startMetadata() override {
+    isHeldBack(Event::startMetadata);
+    inMetadata_ = true;
+    entries_ = 0;
+    type_.clear();
+    identity_.clear();
+  }
+  void endMetadata() override {
+    inMetadata_ = false;
+    if (!headSeen_) visitor_.packages(packages_);
+    objectFollows_ = headSeen_;
+    headSeen_ = true;
+  }
+
+  void writePrimitive(const Primitive& value) override {
+    if (inMetadata_) return readMetadata(value);
+    const auto* const text = std::get_if<std::string>(&value);
+    if (text != nullptr) check(*text);
+    if (!isHeldBack(Event::writePrimitive, text)) visitValue(value, visitor_);
+  }
+
+ private:
+  static void check(const std::string& text) {
+    if (!fl::i18n::isWellFormedUtf8(text)) throw std::runtime_error("a text is not well-formed UTF-8");
+  }
+  static void checkVersion(const Primitive& value) {
+    if (value != Primitive(std::uint64_t{1}) && value != Primitive(std::int64_t{1}))
+      throw std::runtime_error("the version is not 1");
+  }
+
+  void leave() {
+    if (!inSequence_.empty()) inSequence_.pop_back();
+  }
+
+  void startMetadataEntry(const std::string& name) {
+    const char* const expected = (headSeen_ ? kObjectEntries : kDocumentEntries).at(entries_++);
+    if (name != expected)
+      throw std::runtime_error(std::string("expected the entry \"") + expected + "\" of metadata, found \"" +
+                               name + '"');
+  }
+
+  void readMetadata(const Primitive& value) {
+    if (!headSeen_ && entries_ == 1) return checkVersion(value);
+    const auto* const text = std::get_if<std::string>(&value);
+    if (text == nullptr) throw std::runtime_error("metadata holds a value that is not a text");
+    check(*text);
+    if (!headSeen_)
+      packages_.push_back(*text);
+    else if (entries_ == 1)
+      type_ = *text;
+    else
+      identity_.push_back(*text);
+  }
+
+  void startObject() {
+    objectFollows_ = false;
+    TreeNode node{type_, ++objects_, std::nullopt, std::nullopt};
+    if (identity_.size() == 2) node.identity = {identity_[0], identity_[1]};
+    visitor_.beginElement(node);
+  }
+
+  // Whether the event is held back because it may belong to a reference. One that does not lets all go
+  // that was held back before it.
+  bool isHeldBack(Event event, const std::string* text = nullptr) {
+    if (!maybeReference_) return false;
+    if (held_ == kQualifierStep && event == Event::endStruct) held_ = kReferenceSteps.size() - 1;
+    const Step& step = kReferenceSteps[held_];
+    const bool fits = event == step.event && (event != Event::writePrimitive || text != nullptr) &&
+                      (step.entry == nullptr || *text == step.entry);
+    if (!fits) {
+      letGo();
+      return false;
+    }
+    if (event == Event::writePrimitive) heldTexts_.push_back(*text);
+    if (++held_ == kReferenceSteps.size()) endReference();
+    return true;
+  }
+
+  void endReference() {
+    TreeNode target{heldTexts_[0], 0, Identity{heldTexts_[1], heldTexts_[2]}, std::nullopt};
+    if (heldTexts_.size() > 3) target.document = heldTexts_[3];
+    visitor_.reference(target);
+    forgetReference();
+  }
+
+  // It is a datatype value.
+  void letGo() {
+    visitor_.beginElement({});
+    auto text = heldTexts_.begin();
+    for (std::size_t i = 0; i < held_; ++i) {
+      const Step& step = kReferenceSteps[i];
+      step.event == Event::writePrimitive ? visitor_.value(*text++, ValueForm::text) : visitStep(step);
+    }
+    forgetReference();
+  }
+
+  void visitStep(const Step& step) {
+    if (step.event == Event::startNamedEntry) visitor_.beginProperty(step.entry);
+    if (step.event == Event::endNamedEntry) visitor_.endProperty();
+    if (step.event == Event::startSequence) visitor_.beginList();
+    if (step.event == Event::endSequence) visitor_.endList();
+  }
+
+  void forgetReference() {
+    maybeReference_ = false;
+    held_ = 0;
+    heldTexts_.clear();
+  }
+
+  TreeVisitor& visitor_;
+  std::vector<bool> inSequence_;  // of everything that is open but metadata: whether it is a sequence
+  bool hasEnded_ = false;
+
+  bool inMetadata_ = false;
+  bool headSeen_ = false;       // the metadata of the document has ended
+  bool objectFollows_ = false;  // the metadata of an object has ended
+  std::size_t entries_ = 0;     // of metadata, begun
+  std::vector<std::string> packages_;
+  std::string type_;
+  std::vector<std::string> identity_;
+  std::size_t objects_ = 0;
+
+  // A struct that looks like a reference so far: the number of its steps that are held back, their texts.
+  bool maybeReference_ = false;
+  std::size_t held_ = 0;
+  std::vector<std::string> heldTexts_;
+};
+
+// Bytes that are in memory, as a stream, without a copy of them.
+class BytesBuffer final : public std::streambuf {
+ public:
+  explicit BytesBuffer(const std::vector<std::uint8_t>& bytes) {
+    // A get area is never written to.
+    char* const begin = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));
+    setg(begin, begin, begin + bytes.size());
+  }
+};
+
+void assemble(const Document& document, io::BinaryAssembler& assembler) {
+  BytesBuffer buffer(document.bytes);
+  std::istream stream(&buffer);
+  assembler.visitStream(stream);
+}
+
+[[noreturn]] void fail(const Document& document, std::string what, const io::BinaryAssembler& assembler) {
+  const std::string detail = assembler.getErrorDetail();
+  if (what.ends_with('.')) what.pop_back();
+  throw BadInput(document.name + ": " + what + (detail.empty() ? "" : ": " + detail) + ", at byte " +
+                 std::to_string(assembler.getByteOffset()) + hintAt(document));
+}
 
 }  // namespace
 
-void TaggedTree::startDocument(const Primitive&) {}
-void TaggedTree::endDocument() {}
-
-void TaggedTree::startStruct() {
-  if (takeForReference(Event::startStruct, nullptr)) return;
-  if (objectFollows_) {
-    objectFollows_ = false;
-    bodies_.push_back(true);
-    return visitor_.beginObject(object_);
+void checkTagged(const Document& document, TreeVisitor& visitor) {
+  TaggedTree tree(visitor);
+  io::BinaryKRGrammarTransformer grammar(&tree);
+  io::BinaryAssembler assembler(&grammar);
+  try {
+    assemble(document, assembler);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
+    fail(document, reasonOf(error), assembler);
   }
-  maybeReference_ = true;
-  step_ = 0;
-  reference_ = {};
+  if (!tree.hasEnded()) fail(document, "the document ends without its end mark", assembler);
 }
 
-void TaggedTree::endStruct() {
-  if (takeForReference(Event::endStruct, nullptr)) return;
-  const bool wasObject = bodies_.back();
-  bodies_.pop_back();
-  wasObject ? visitor_.endObject() : visitor_.endStruct();
+void visitTagged(const Document& document, TreeVisitor& visitor) {
+  TaggedTree tree(visitor);
+  sendTagged(document, tree);
 }
 
-void TaggedTree::startNamedEntry(const Primitive& name) {
-  if (takeForReference(Event::startNamedEntry, &name)) return;
-  const std::string& text = std::get<std::string>(name);
-  if (inMetadata_)
-    entry_ = text;
-  else
-    visitor_.beginProperty(text);
-}
-
-void TaggedTree::endNamedEntry() {
-  if (takeForReference(Event::endNamedEntry, nullptr)) return;
-  if (!inMetadata_) visitor_.endProperty();
-}
-
-// The roots' sequence is no list of a property, and neither are those of metadata.
-void TaggedTree::startSequence() {
-  if (takeForReference(Event::startSequence, nullptr)) return;
-  if (!inMetadata_ && !bodies_.empty()) visitor_.beginList();
-}
-
-void TaggedTree::endSequence() {
-  if (takeForReference(Event::endSequence, nullptr)) return;
-  if (!inMetadata_ && !bodies_.empty()) visitor_.endList();
-}
-
-void TaggedTree::startMetadata() {
-  if (takeForReference(Event::startMetadata, nullptr)) return;
-  inMetadata_ = true;
-  object_ = {};
-}
-
-void TaggedTree::endMetadata() {
-  if (takeForReference(Event::endMetadata, nullptr)) return;
-  inMetadata_ = false;
-  objectFollows_ = headerSeen_;
-  if (!headerSeen_) visitor_.header(version_, packages_);
-  headerSeen_ = true;
-}
-
-void TaggedTree::writePrimitive(const Primitive& value) {
-  if (takeForReference(Event::writePrimitive, &value)) return;
-  inMetadata_ ? readMetadata(value) : visitor_.value(value);
-}
-
-void TaggedTree::readMetadata(const Primitive& value) {
-  const std::string* const text = textOf(&value);
-  if (headerSeen_ && text != nullptr) {
-    entry_ == "type" ? void(object_.type = *text) : object_.identity.push_back(*text);
-  } else if (text != nullptr) {
-    packages_.push_back(*text);
-  } else if (const auto* number = std::get_if<std::uint64_t>(&value)) {
-    version_ = std::to_string(*number);
-  }
-}
-
-/// @return whether the event is held back because it may belong to a reference.
-bool TaggedTree::takeForReference(Event event, const Primitive* value) {
-  if (!maybeReference_) return false;
-  if (!fitsReference(event, value)) {
-    giveUpReference();
-    return false;
-  }
-  if (step_ == referenceSteps.size()) {
-    maybeReference_ = false;
-    held_.reset();
-    visitor_.reference(reference_);
-  } else {
-    record(event, value);
-  }
-  return true;
-}
-
-bool TaggedTree::fitsReference(Event event, const Primitive* value) {
-  if (step_ == qualifierStep && event == Event::endStruct) step_ = referenceSteps.size() - 1;
-  const Step& step = referenceSteps[step_];
-  if (event != step.event) return false;
-  const std::string* const text = textOf(value);
-  if (value != nullptr && text == nullptr) return false;
-  if (step.entry != nullptr && *text != step.entry) return false;
-  if (event == Event::writePrimitive) {
-    if (step_ == typeStep)
-      reference_.type = *text;
-    else if (step_ > qualifierStep)
-      reference_.document = *text;
-    else
-      reference_.identity.push_back(*text);
-  }
-  ++step_;
-  return true;
-}
-
-/// It is a datatype value: what was held back is let go.
-void TaggedTree::giveUpReference() {
-  maybeReference_ = false;
-  bodies_.push_back(false);
-  visitor_.beginStruct();
-  const modeling::sylvan::EventRecorder held = std::move(held_);
-  held_ = modeling::sylvan::EventRecorder();
-  held.replay(*this);
-}
-
-void TaggedTree::record(Event event, const Primitive* value) {
-  switch (event) {
-    case Event::startNamedEntry:
-      return held_.startNamedEntry(*value);
-    case Event::writePrimitive:
-      return held_.writePrimitive(*value);
-    case Event::endNamedEntry:
-      return held_.endNamedEntry();
-    case Event::startSequence:
-      return held_.startSequence();
-    case Event::endSequence:
-      return held_.endSequence();
-    default:
-      return;  // no other event stands inside a reference
-  }
+void sendTagged(const Document& document, TreeEvents& target) {
+  io::BinaryAssembler assembler(&target);
+  assemble(document, assembler);
 }
 
 }  // namespace kr::zero::tool

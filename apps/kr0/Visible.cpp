@@ -25,9 +25,9 @@ bool hasControl(std::string_view text) {
 
 // In UTF-8 the last byte of these is the number of the character.
 void appendEscaped(std::string& out, char last) {
-  constexpr std::string_view digits = "0123456789abcdef";
+  constexpr std::string_view kDigits = "0123456789abcdef";
   const auto byte = static_cast<unsigned char>(last);
-  out.append("\\u00").append(1, digits[byte >> 4]).append(1, digits[byte & 15]);
+  out.append("\\u00").append(1, kDigits[byte >> 4]).append(1, kDigits[byte & 15]);
 }
 
 }  // namespace
@@ -47,8 +47,8 @@ void appendVisible(std::string& out, std::string_view text) {
 
 std::string inQuotes(std::string_view text) { return nlohmann::json(text).dump(); }
 
-std::string asName(const std::string& name) {
-  return name.empty() || hasControl(name) ? inQuotes(name) : name;
+std::string asName(std::string_view name) {
+  return name.empty() || hasControl(name) ? inQuotes(name) : std::string(name);
 }
 
 std::string asOneLine(std::string_view text) {

@@ -15,7 +15,7 @@ void appendVisible(std::string& out, std::string_view text);
 std::string inQuotes(std::string_view text);
 
 /// A name as it is, or in quotes if it could be taken for something else than a part of its line.
-std::string asName(const std::string& name);
+std::string asName(std::string_view name);
 
 /// A text in a single line, with blanks in place of control characters.
 std::string asOneLine(std::string_view text);

@@ -1,11 +1,15 @@
 // The command line of kr0.
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -25,7 +29,7 @@ struct Call {
   SchemaOptions schema;
 };
 
-const CLI::IsMember formats({"krb", "krt", "xmi"});
+CLI::IsMember formats() { return CLI::IsMember({"krb", "krt", "xmi"}); }
 
 CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
   return verb.add_option("-m,--meta", paths, "The .ecore files that say what the elements are")
@@ -35,7 +39,7 @@ CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
 void addDocument(CLI::App& verb, ShowOptions& options) {
   verb.add_option("FILE", options.input, "The document, - for standard input")->required();
   verb.add_option("--from", options.from, "Format of the document, where its name and content do not tell")
-      ->check(formats);
+      ->check(formats());
 }
 
 CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& deed,
@@ -58,10 +62,10 @@ void addConvert(CLI::App& app, ConvertOptions& options) {
   verb->add_option("OUT", options.output, "The document to write, - for standard output")->required();
   addMetaModels(*verb, options.metaModels)->required();
   verb->add_option("--from", options.from, "Format of IN, where its name and content do not tell")
-      ->check(formats);
+      ->check(formats());
   verb->add_option("--to", options.to,
                    "Format of OUT, where it is not krb for .krb, krt for .krt and xmi for all else")
-      ->check(formats);
+      ->check(formats());
   verb->callback([&options] { convert(options); });
 }
 
@@ -109,7 +113,7 @@ void describe(CLI::App& app, Call& call) {
 }
 
 int complain(const std::string& what, ExitCode code) {
-  std::cerr << "kr0: " << asOneLine(what) << '\n';
+  std::cerr << "kr0: " + asOneLine(what) + '\n';  // whole or, without memory for it, not at all
   return code;
 }
 
@@ -120,7 +124,7 @@ int answer(const CLI::App& app, const CLI::ParseError& error) {
   return app.exit(error);
 }
 
-int run(int count, char** arguments) {
+int perform(int count, char** arguments) {
   Call call;
   CLI::App app("Stores models compactly: converts them, and tells what is in them.", "kr0");
   describe(app, call);
@@ -129,14 +133,52 @@ int run(int count, char** arguments) {
     return exitDone;
   } catch (const CLI::ParseError& error) {
     return answer(app, error);
+  }
+}
+
+// Takes no memory: there is none.
+int complainOfMemory() {
+  constexpr std::string_view kSentence = "kr0: there is not enough memory for this document\n";
+  static_cast<void>(!::write(STDERR_FILENO, kSentence.data(), kSentence.size()));
+  return exitBadInput;
+}
+
+// Memory may run out where nobody catches: before main, or for the exception itself, so that there is none.
+[[noreturn]] void endUncaught() {
+  if (std::current_exception() != nullptr) {
+    try {
+      throw;
+    } catch (const std::bad_alloc&) {
+    } catch (...) {
+      std::abort();
+    }
+  }
+  ::_exit(complainOfMemory());
+}
+
+// Before all else in this program: the constants of the option parser already take memory.
+[[gnu::constructor(101)]] void handleUncaught() { std::set_terminate(endUncaught); }
+
+int run(int count, char** arguments) {
+  try {
+    return perform(count, arguments);
   } catch (const WrongCall& error) {
     return complain(error.what(), exitWrongCall);
   } catch (const ReaderGone&) {
     return exitDone;
   } catch (const std::bad_alloc&) {
-    return complain("there is not enough memory for this document", exitBadInput);
+    throw;
   } catch (const std::exception& error) {
     return complain(error.what(), exitBadInput);
+  }
+}
+
+// Making a complaint can fail for want of memory too.
+int runInMemory(int count, char** arguments) {
+  try {
+    return run(count, arguments);
+  } catch (const std::bad_alloc&) {
+    return complainOfMemory();
   }
 }
 
@@ -149,5 +191,5 @@ int main(int count, char** arguments) {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   kr::zero::tool::holdStandardStreams();
-  return kr::zero::tool::run(count, arguments);
+  return kr::zero::tool::runInMemory(count, arguments);
 }

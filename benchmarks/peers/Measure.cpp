@@ -1,24 +1,17 @@
 #include "Measure.h"
 
 #include <malloc.h>
-#include <time.h>
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
 #include <random>
 #include <stdexcept>
 
+#include "Timing.h"
+
 namespace kr::zero::bench {
 
 namespace {
-
-// The time that this process has used, not that of others on the machine.
-double cpuNanoseconds() {
-  timespec now{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
-}
 
 // What malloc has handed out, its own overhead included; also large blocks, which it maps one by one.
 double heldBytes() {
@@ -34,21 +27,23 @@ struct Task {
   std::vector<double> samples;
 };
 
-double nanosecondsOf(const Task& task) {
-  const double start = cpuNanoseconds();
-  for (std::size_t i = 0; i < task.runs; ++i) task.run();
-  return (cpuNanoseconds() - start) / static_cast<double>(task.runs);
-}
-
 // With so many elements a single run is long enough for the clock, and trying it takes its time.
 constexpr std::size_t largeEnough = 1000000;
 
-void chooseRuns(Task& task) {
-  constexpr double shortest = 2e7;
-  task.runs = static_cast<std::size_t>(std::clamp(std::ceil(shortest / nanosecondsOf(task)), 1.0, 1e5));
+std::vector<Task> tasksOf(const std::vector<Peer*>& peers) {
+  std::vector<Task> tasks;
+  for (Peer* peer : peers) {
+    if (peer->traits().writes) tasks.push_back({peer, "write", [peer] { peer->write(); }, 1, {}});
+    // What is made has to be released: the two belong together.
+    if (peer->traits().reads) tasks.push_back({peer, "read", [peer] { peer->read(), peer->drop(); }, 1, {}});
+  }
+  return tasks;
 }
 
-void checkAndWeigh(const Workload& workload, Peer& peer, const Source& source, Results& results) {
+}  // namespace
+
+Results checkAndWeigh(const Workload& workload, Peer& peer, const Source& source) {
+  Results results;
   const Traits& traits = peer.traits();
   const double count = static_cast<double>(workload.elements);
   const auto add = [&](const char* operation, double bytes) {
@@ -66,23 +61,12 @@ void checkAndWeigh(const Workload& workload, Peer& peer, const Source& source, R
   peer.drop();
   if (traits.keeps) add("memory", after - before);
   if (traits.writes) add("bytes", static_cast<double>(peer.size()));
+  return results;
 }
-
-std::vector<Task> tasksOf(const std::vector<Peer*>& peers) {
-  std::vector<Task> tasks;
-  for (Peer* peer : peers) {
-    if (peer->traits().writes) tasks.push_back({peer, "write", [peer] { peer->write(); }, 1, {}});
-    // What is made has to be released: the two belong together.
-    if (peer->traits().reads) tasks.push_back({peer, "read", [peer] { peer->read(), peer->drop(); }, 1, {}});
-  }
-  return tasks;
-}
-
-}  // namespace
 
 Result resultOf(std::vector<double> values, Result labels) {
   std::sort(values.begin(), values.end());
-  labels.value = (values[(values.size() - 1) / 2] + values[values.size() / 2]) / 2;
+  labels.value = medianOf(values);
   labels.least = values.front();
   labels.most = values.back();
   return labels;
@@ -97,18 +81,18 @@ Results measure(const Workload& workload, const Peers& peers, std::vector<std::s
       skipped.push_back(workload.name + ": " + peer->traits().name + " (to keep the run short)");
       continue;
     }
-    checkAndWeigh(workload, *peer, source, results);
+    for (Result& result : checkAndWeigh(workload, *peer, source)) results.push_back(std::move(result));
     taking.push_back(peer.get());
   }
   std::vector<Task> tasks = tasksOf(taking);
   if (workload.elements < largeEnough)
-    for (Task& task : tasks) chooseRuns(task);
+    for (Task& task : tasks) task.runs = chooseRuns(task.run);
   // A slow spell of the machine is to meet all of them.
   std::mt19937_64 random(workload.elements);
   for (std::size_t i = 0; i < workload.repetitions; ++i) {
     std::shuffle(tasks.begin(), tasks.end(), random);
     for (Task& task : tasks)
-      task.samples.push_back(nanosecondsOf(task) / static_cast<double>(workload.elements));
+      task.samples.push_back(nanosecondsOf(task.run, task.runs) / static_cast<double>(workload.elements));
   }
   for (const Task& task : tasks)
     results.push_back(resultOf(

@@ -34,6 +34,10 @@ Results measure(const Workload& workload, const Peers& peers, std::vector<std::s
 /// @param folder where the small programs are.
 Results measureStartup(const std::string& folder);
 
+/// Lets a peer write and read the content; it then holds its document. Gives memory and bytes.
+/// @throws std::runtime_error where it holds another content than the one that was made.
+Results checkAndWeigh(const Workload& workload, Peer& peer, const Source& source);
+
 /// The median and the spread of some values.
 Result resultOf(std::vector<double> values, Result labels);
 

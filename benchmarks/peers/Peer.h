@@ -73,5 +73,12 @@ void addNlohmannCbor(Peers& peers);
 void addBoostSerialization(Peers& peers);
 void addCereal(Peers& peers);
 void addLibCbor(Peers& peers);
+void addTrees(Peers& peers);
+
+/// All that store the content.
+/// @param skipped gets a line for each whose library is not installed.
+Peers makePeers(std::vector<std::string>& skipped);
+/// Those that store the tree of a model's events.
+Peers makeTreePeers(std::vector<std::string>& skipped);
 
 }  // namespace kr::zero::bench

@@ -15,6 +15,7 @@ struct Workload {
   std::size_t elements;
   std::size_t repetitions;
   void (*change)(Content&) = nullptr;  ///< makes a variant of the library's content
+  bool trees = false;                  ///< as the tree of its events, by those who store trees
 };
 
 const std::vector<Workload>& workloads();

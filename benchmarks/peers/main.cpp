@@ -41,48 +41,6 @@ Options optionsFrom(int count, char** arguments) {
   return options;
 }
 
-Peers makePeers(std::vector<std::string>& skipped) {
-  Peers peers;
-  addKr0(peers);
-  addFloor(peers);
-  addProtobuf(peers);
-  [[maybe_unused]] const auto missing = [&skipped](const char* name) {
-    skipped.push_back(std::string(name) + ": not installed");
-  };
-#if KR0_BENCH_HAS_FLATBUFFERS
-  addFlatBuffers(peers);
-#else
-  missing("FlatBuffers");
-#endif
-#if KR0_BENCH_HAS_CAPNPROTO
-  addCapnProto(peers);
-#else
-  missing("Cap'n Proto");
-#endif
-#if KR0_BENCH_HAS_MESSAGEPACK
-  addMessagePack(peers);
-#else
-  missing("MessagePack");
-#endif
-  addNlohmannCbor(peers);
-#if KR0_BENCH_HAS_BOOST_SERIALIZATION
-  addBoostSerialization(peers);
-#else
-  missing("Boost.Serialization");
-#endif
-#if KR0_BENCH_HAS_CEREAL
-  addCereal(peers);
-#else
-  missing("cereal");
-#endif
-#if KR0_BENCH_HAS_LIBCBOR
-  addLibCbor(peers);
-#else
-  missing("libcbor");
-#endif
-  return peers;
-}
-
 nlohmann::json toJson(const Result& result) {
   return {{"workload", result.workload},
           {"system", result.system},
@@ -107,13 +65,14 @@ void run(const Options& options) {
   };
   std::vector<std::string> skipped;
   makePeers(skipped);
+  makeTreePeers(skipped);
   for (Workload workload : workloads()) {
     if (!isWanted(options, workload.name)) continue;
     std::cerr << "  " << workload.name << std::endl;
     if (options.quick) workload.repetitions = 1;
     // New peers each time: what the last workload left in memory would be in the way.
     std::vector<std::string> missing;
-    take(measure(workload, makePeers(missing), skipped));
+    take(measure(workload, workload.trees ? makeTreePeers(missing) : makePeers(missing), skipped));
   }
   if (isWanted(options, "start-up"))
     take(measureStartup(std::filesystem::read_symlink("/proc/self/exe").parent_path()));

@@ -1,6 +1,8 @@
+import java.io.BufferedReader;
 import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
+import java.io.InputStreamReader;
 import java.io.PrintWriter;
 import java.lang.management.GarbageCollectorMXBean;
 import java.lang.management.ManagementFactory;
@@ -36,11 +38,15 @@ import org.eclipse.emf.ecore.xml.type.XMLTypePackage;
 /**
  * Measures EMF's forms of real models, from and to memory.
  *
- * <pre>java EmfBench LIST WORK</pre>
+ * <pre>java EmfBench LIST WORK
+ * java EmfBench --serve LIST</pre>
  *
  * LIST names the models. WORK holds the number of elements that the other side counted (kr0.tsv) and its
  * documents to compare with; the figures go to WORK/emf.tsv. Exit code 1: EMF sees another model than the
  * other side does. A form in which EMF does not give back its own model is left out, visibly.
+ *
+ * With --serve it takes one sample of reading whenever a line on standard input names a model and a form, with a tab
+ * between, and answers with milliseconds.
  */
 public final class EmfBench {
     /** EMF's binary writer and its comparison follow references by recursion, as deep as the model's graph. */
@@ -87,9 +93,13 @@ public final class EmfBench {
     }
 
     private static int run(String[] arguments) throws IOException {
+        if (arguments[0].equals("--serve")) {
+            serve(readList(Path.of(arguments[1])));
+            return 0;
+        }
         EmfBench bench = new EmfBench(Path.of(arguments[1]));
         try {
-            bench.measureAll(Files.readAllLines(Path.of(arguments[0])));
+            bench.measureAll(readList(Path.of(arguments[0])));
             return 0;
         } catch (Different difference) {
             System.out.println("DIFFERENT  " + difference.getMessage());
@@ -97,12 +107,35 @@ public final class EmfBench {
         }
     }
 
-    private void measureAll(List<String> list) throws IOException, Different {
+    private static List<RealModel> readList(Path list) throws IOException {
         List<RealModel> models = new ArrayList<>();
-        for (String line : list) {
+        for (String line : Files.readAllLines(list)) {
             String[] fields = line.split("\t");
             models.add(new RealModel(fields[0], Path.of(fields[1]), Path.of(fields[2])));
         }
+        return models;
+    }
+
+    /** What is read has been saved before; all of it is read a while first, so that the machine is warm. */
+    private static void serve(List<RealModel> models) throws IOException {
+        Stopwatch stopwatch = new Stopwatch();
+        Map<String, Stopwatch.Work> reads = new HashMap<>();
+        for (RealModel model : models) {
+            for (Form form : new Form[] {Form.BINARY_1_0, Form.BINARY_1_1}) {
+                byte[] saved = model.save(form, model.hold(form));
+                reads.put(model.name + "\t" + form.label, () -> model.load(form, saved));
+            }
+        }
+        for (int i = 0; i < 2; i++) {
+            for (Stopwatch.Work read : reads.values()) stopwatch.median(read);
+        }
+        BufferedReader questions = new BufferedReader(new InputStreamReader(System.in));
+        for (String line = questions.readLine(); line != null; line = questions.readLine()) {
+            System.out.println(stopwatch.sample(reads.get(line)));
+        }
+    }
+
+    private void measureAll(List<RealModel> models) throws IOException, Different {
         // All are compared before any is measured; the comparisons warm the machine up, too.
         for (RealModel model : models) compare(model);
         long collected = stopwatch.collectorMilliseconds();
@@ -293,6 +326,7 @@ public final class EmfBench {
         private static final double WARM_UP = 100;
         private static final double LEAST_TOTAL = 120;
         private static final int LEAST_RUNS = 7;
+        private static final double SAMPLE = 20;
         private final ThreadMXBean threads = ManagementFactory.getThreadMXBean();
         private double total;
 
@@ -310,6 +344,14 @@ public final class EmfBench {
             }
             times.sort(null);
             return times.get(times.size() / 2);
+        }
+
+        /** The mean of so many runs that the clock is exact enough. */
+        double sample(Work work) throws IOException {
+            double sum = time(work);
+            int runs = 1;
+            for (; sum < SAMPLE; runs++) sum += time(work);
+            return sum / runs;
         }
 
         private double time(Work work) throws IOException {

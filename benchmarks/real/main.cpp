@@ -3,6 +3,9 @@
 //   kr0_bench_real prepare LIST WORK        checks that every form gives the model back, and leaves in WORK
 //                                           for EMF the number of elements and the model written as XMI
 //   kr0_bench_real measure LIST WORK JSON   measures, then prints all figures with those of EMF
+//   kr0_bench_real gate LIST JSON [TO FROM]  the gate's rows of real models; EMF hears at TO and answers at
+//   FROM.
+//                                           Exit code 1 where a limit is exceeded
 
 #include <filesystem>
 #include <iostream>
@@ -10,6 +13,7 @@
 
 #include "Figures.h"
 #include "Forms.h"
+#include "RealRows.h"
 #include "Report.h"
 #include "Timing.h"
 
@@ -101,7 +105,16 @@ int run(const std::vector<std::string>& arguments) {
     measureAll(readList(arguments[1]), arguments[2], arguments[3]);
     return 0;
   }
-  std::cerr << "usage: kr0_bench_real prepare LIST WORK | measure LIST WORK JSON\n";
+  if ((arguments.size() == 3 || arguments.size() == 5) && arguments[0] == "gate") {
+    std::optional<EmfProcess> emf;
+    if (arguments.size() == 5) emf.emplace(arguments[3], arguments[4]);
+    Rows rows(std::cout);
+    measureRealRows(readList(arguments[1]), emf ? &*emf : nullptr, rows);
+    if (!arguments[2].empty()) rows.writeJson(arguments[2]);
+    return rows.hold() ? 0 : 1;
+  }
+  std::cerr
+      << "usage: kr0_bench_real prepare LIST WORK | measure LIST WORK JSON | gate LIST JSON [TO FROM]\n";
   return 2;
 }
 

@@ -3,6 +3,8 @@
 # docs/benchmarks/real-models.md says what is measured.
 #
 #   benchmarks/real/run.sh [BUILD [JSON]]
+#   benchmarks/real/run.sh --gate BUILD [JSON]   only the ratios with a limit, from a program that is built
+#                                                already; exit code 1 where one is exceeded
 #
 # BUILD is the build folder, build/bench unless given; JSON gets all figures as a list. What is missing
 # (models, xz, a JDK, EMF's jars) is skipped, visibly.
@@ -11,6 +13,8 @@ set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
+gate=no
+if [ "${1:-}" = --gate ]; then gate=yes; shift; fi
 build=${1:-$root/build/bench}
 json=${2:-}
 models=${KR0_MODELS:-$root/../shared/models}
@@ -64,19 +68,33 @@ missing_for_emf() {
   done
 }
 
-# One JVM with fixed memory and a collector that does not take the second core.
-run_emf() {
+# emf_bench <argument...>: one JVM with fixed memory and a collector that does not take the second core.
+emf_bench() {
   local class_path=$work:$jars/eclipse-emf-common.jar:$jars/eclipse-emf-ecore.jar:$jars/eclipse-emf-ecore-xmi.jar
   javac -Xlint:all -cp "$class_path" -d "$work" "$here/EmfBench.java"
-  java -Xms3g -Xmx3g -Xmn1g -XX:+UseSerialGC -cp "$class_path" EmfBench "$work/list.tsv" "$work"
+  java -Xms3g -Xmx3g -Xmn1g -XX:+UseSerialGC -cp "$class_path" EmfBench "$@"
 }
 
-build_bench || { cat "$work/build.log" >&2; exit 1; }
+measure_gate() {
+  local missing pipes=()
+  missing=$(missing_for_emf)
+  if [ -n "$missing" ]; then
+    skip "EMF: $missing"
+  else
+    mkfifo "$work/to" "$work/from"
+    emf_bench --serve "$work/list.tsv" < "$work/to" > "$work/from" &
+    pipes=("$work/to" "$work/from")
+  fi
+  "$bench" gate "$work/list.tsv" "$json" ${pipes[@]+"${pipes[@]}"}
+}
+
+[ $gate = yes ] || build_bench || { cat "$work/build.log" >&2; exit 1; }
 bench=$build/benchmarks/real/kr0_bench_real
 : > "$work/list.tsv"
 list_models
+if [ $gate = yes ]; then measure_gate; exit; fi
 echo "$(nproc) CPUs, load $(cut -d ' ' -f 1-3 /proc/loadavg), $(c++ --version | head -n 1)"
 "$bench" prepare "$work/list.tsv" "$work"
 missing=$(missing_for_emf)
-if [ -n "$missing" ]; then skip "EMF: $missing"; else run_emf; fi
+if [ -n "$missing" ]; then skip "EMF: $missing"; else emf_bench "$work/list.tsv" "$work"; fi
 "$bench" measure "$work/list.tsv" "$work" "$json"

@@ -49,7 +49,7 @@ void Addresses::visitRoots(const Model& model) {
 
 void Addresses::visitChildren(Element container, std::vector<Element>& waiting) {
   const bool byName = tables_.of(container.getType()).isPathByName();
-  std::unordered_map<std::string_view, std::uint32_t> names;
+  std::unordered_map<std::string_view, std::uint32_t, TextHash> names;
   const std::vector<Element> children = container.getChildren();
   meta::Property property;
   std::uint32_t position = 0;

@@ -9,7 +9,7 @@ namespace kr::zero::ecore {
 
 namespace {
 
-constexpr BuiltInType ecoreTypes[] = {
+constexpr BuiltInType kEcoreTypes[] = {
     {"EBigDecimal"},
     {"EBigInteger"},
     {"EBoolean", "Boolean"},
@@ -46,7 +46,7 @@ constexpr BuiltInType ecoreTypes[] = {
 };
 
 // The data types of XML schemas. All of them are texts by nature.
-constexpr BuiltInType xmlTypes[] = {
+constexpr BuiltInType kXmlTypes[] = {
     {"AnySimpleType"},
     {"AnyURI"},
     {"Base64Binary"},
@@ -107,12 +107,12 @@ constexpr BuiltInType xmlTypes[] = {
     {"UnsignedShortObject"},
 };
 
-constexpr BuiltInType xmlNamespaceTypes[] = {{"LangType"}};
+constexpr BuiltInType kXmlNamespaceTypes[] = {{"LangType"}};
 
-constexpr BuiltInPackage packages[] = {
-    {ecoreNamespace.data(), "Ecore.ecore", "ecore", ecoreTypes},
-    {"http://www.eclipse.org/emf/2003/XMLType", "XMLType.ecore", "type", xmlTypes},
-    {xmlNamespace.data(), "XMLNamespace.ecore", "namespace", xmlNamespaceTypes},
+constexpr BuiltInPackage kPackages[] = {
+    {kEcoreNamespace.data(), "Ecore.ecore", "ecore", kEcoreTypes},
+    {"http://www.eclipse.org/emf/2003/XMLType", "XMLType.ecore", "type", kXmlTypes},
+    {kXmlNamespace.data(), "XMLNamespace.ecore", "namespace", kXmlNamespaceTypes},
 };
 
 }  // namespace
@@ -124,14 +124,14 @@ const BuiltInType* BuiltInPackage::findDataType(std::string_view typeName) const
 }
 
 bool BuiltInPackage::hasClass(std::string_view className) const {
-  return uri == ecoreNamespace && (className == "EObject" || className == "EStringToStringMapEntry");
+  return uri == kEcoreNamespace && (className == "EObject" || className == "EStringToStringMapEntry");
 }
 
 meta::PackageDefinition BuiltInPackage::definition() const {
   meta::MetaModelBuilder builder(uri, name);
   for (const BuiltInType& type : dataTypes)
     if (type.standardType == nullptr) builder.primitive(type.name);
-  if (uri == ecoreNamespace) {
+  if (uri == kEcoreNamespace) {
     builder.classType("EObject");
     auto& entry = builder.classType("EStringToStringMapEntry");
     for (const char* part : {"key", "value"}) entry.property(part, "String");
@@ -142,13 +142,13 @@ meta::PackageDefinition BuiltInPackage::definition() const {
 }
 
 const BuiltInPackage* findBuiltInPackage(std::string_view uri) {
-  for (const BuiltInPackage& package : packages)
+  for (const BuiltInPackage& package : kPackages)
     if (package.uri == uri) return &package;
   return nullptr;
 }
 
 const BuiltInPackage* findBuiltInFile(std::string_view file) {
-  for (const BuiltInPackage& package : packages)
+  for (const BuiltInPackage& package : kPackages)
     if (package.file == file) return &package;
   return nullptr;
 }

@@ -13,33 +13,48 @@
 
 namespace kr::zero::ecore {
 
-/// Which way the values of a feature go.
-enum class FeatureKind : std::uint8_t {
-  none,  ///< nothing is stored
-  boolean,
-  integer,
-  real,
-  text,
-  enumeration,
-  otherPrimitive,  ///< by its text form
-  child,           ///< an element or datatype value inside
-  reference,
-};
-
-inline bool isPrimitive(FeatureKind kind) {
-  return kind >= FeatureKind::boolean && kind <= FeatureKind::otherPrimitive;
-}
-
+/// A property with what XML adds to it.
 struct Feature {
   meta::Property property;
   const FeatureMapping* mapping = nullptr;
-  FeatureKind kind = FeatureKind::none;
-  bool isMany = false;
 
   std::string_view name() const { return property->getNameUtf8(); }
   std::string_view xmlName() const { return mapping->xmlName.empty() ? name() : mapping->xmlName; }
+  bool isMany() const { return property->isMany(); }
+  /// What documents hold of it; none where they hold nothing.
+  meta::PropertyKind kind() const {
+    return property->isWritten() ? property->getKind() : meta::PropertyKind::none;
+  }
+  bool isStored() const { return kind() != meta::PropertyKind::none; }
+  bool isPrimitive() const { return meta::isPrimitive(kind()); }
+  bool isText() const { return kind() == meta::PropertyKind::text || kind() == meta::PropertyKind::dateTime; }
+  bool isReference() const { return kind() == meta::PropertyKind::association; }
+  /// Whether its values are elements inside, those of datatypes too.
+  bool isChild() const {
+    return kind() == meta::PropertyKind::composition || kind() == meta::PropertyKind::datatype;
+  }
   /// Whether the writer puts its values into attributes, references to other documents aside.
   bool isAttributeForm() const;
+};
+
+/// Features by the texts that a document has for them. Documents repeat themselves: what was asked for after
+/// the last text is tried first, so a table belongs to one reader or writer.
+class FeatureNames {
+ public:
+  /// A name that is there already keeps its feature.
+  void add(std::string_view name, const Feature& feature);
+  /// The feature, or null.
+  const Feature* find(std::string_view name);
+
+ private:
+  struct Entry {
+    std::string_view name;
+    const Feature* feature;
+    std::uint32_t next;  // the entry that was asked for after this one
+  };
+  std::vector<Entry> entries_;
+  std::unordered_map<std::string_view, std::uint32_t, TextHash> positions_;
+  std::uint32_t last_ = 0;
 };
 
 class ClassTable {
@@ -52,9 +67,9 @@ class ClassTable {
   /// Of all properties, in their order.
   const std::vector<Feature>& features() const noexcept { return features_; }
   /// The feature that an XML attribute, an XML element or a step of a path means, or null.
-  const Feature* findByAttribute(std::string_view name) const { return find(attributes_, name); }
-  const Feature* findByElement(std::string_view name) const { return find(elements_, name); }
-  const Feature* findByName(std::string_view name) const { return find(names_, name); }
+  const Feature* findByAttribute(std::string_view name) { return attributes_.find(name); }
+  const Feature* findByElement(std::string_view name) { return elements_.find(name); }
+  const Feature* findByName(std::string_view name) { return names_.find(name); }
   /// The feature whose value names an instance within its document, or null.
   const Feature* identifier() const noexcept { return identifier_; }
   /// The feature that takes the character data, or null.
@@ -65,15 +80,13 @@ class ClassTable {
   bool isPathByName() const noexcept { return isPathByName_; }
 
  private:
-  using Names = std::unordered_map<std::string_view, const Feature*>;
-  static const Feature* find(const Names& names, std::string_view name);
   void nameFeatures();
 
   meta::StructuredType type_;
   std::vector<Feature> features_;
-  Names attributes_;
-  Names elements_;
-  Names names_;
+  FeatureNames attributes_;
+  FeatureNames elements_;
+  FeatureNames names_;
   const Feature* identifier_ = nullptr;
   const Feature* content_ = nullptr;
   const Feature* nameFeature_ = nullptr;
@@ -84,7 +97,7 @@ class ClassTable {
 class ClassTables {
  public:
   explicit ClassTables(const Mapping::Impl& mapping) : mapping_(&mapping) {}
-  const ClassTable& of(meta::StructuredType type);
+  ClassTable& of(meta::StructuredType type);
   const Mapping::Impl& mapping() const noexcept { return *mapping_; }
 
  private:

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "EcoreSchema.h"
 #include "Errors.h"
-#include "Files.h"
 #include "Namespaces.h"
 
 namespace kr::zero::ecore {
@@ -14,7 +12,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // Definitions of packages nest as deep as the packages do, and are taken apart by recursion.
-constexpr std::size_t deepestPackage = 100;
+constexpr std::size_t kDeepestPackage = 100;
 
 fs::path placeOf(const fs::path& path) { return fs::absolute(path).lexically_normal(); }
 
@@ -68,14 +66,14 @@ void EcoreFiles::collectPackages(std::size_t file) {
     for (auto it = elements.rbegin(); it != elements.rend(); ++it)
       if ((*it).getType()->getName() == "EPackage") waiting.push_back({*it, parent, depth});
   };
-  wait(content(file).model.getRoots(), npos, 1);
+  wait(content(file).model.getRoots(), kNowhere, 1);
   if (waiting.empty()) failIn(content(file).name, "it holds no package of Ecore");
   while (!waiting.empty()) {
     const Waiting next = waiting.back();
     waiting.pop_back();
-    if (next.depth > deepestPackage)
+    if (next.depth > kDeepestPackage)
       fail(file, next.element,
-           join("packages are nested more than ", std::to_string(deepestPackage), " deep"));
+           join("packages are nested more than ", std::to_string(kDeepestPackage), " deep"));
     packages_.push_back(describe(file, next.element, next.parent));
     if (!packages_.back().uri.empty()) packageByUri_.emplace(packages_.back().uri, packages_.size() - 1);
     wait(next.element.getChildren(), packages_.size() - 1, next.depth + 1);
@@ -85,7 +83,7 @@ void EcoreFiles::collectPackages(std::size_t file) {
 EcorePackage EcoreFiles::describe(std::size_t file, Element element, std::size_t parent) const {
   const std::string name(element.getText("name"));
   if (name.empty()) fail(file, element, "a package has no name");
-  const std::string around = parent == npos ? "" : packages_[parent].qualifiedName + ".";
+  const std::string around = parent == kNowhere ? "" : packages_[parent].qualifiedName + ".";
   return {file, element, parent, std::string(element.getText("nsURI")), around + name};
 }
 
@@ -99,7 +97,7 @@ EcoreTarget EcoreFiles::follow(std::size_t file, Element source, const char* pro
   }
   const auto reference = source.getUnresolved(property, position);
   EcoreTarget found = followOut(file, *reference->qualifier, reference->id2);
-  if (found.file == npos && found.package == nullptr && !found.known)
+  if (found.file == kNowhere && found.package == nullptr && !found.known)
     fail(file, source,
          join("the ", property, " ", inQuotes(*reference->qualifier + "#" + reference->id2),
               " is in none of the given files"));
@@ -108,8 +106,8 @@ EcoreTarget EcoreFiles::follow(std::size_t file, Element source, const char* pro
 
 EcoreTarget EcoreFiles::followOut(std::size_t file, std::string_view uri, std::string_view fragment) const {
   if (packageByUri_.contains(uri))
-    if (EcoreTarget target = findInPackage(uri, fragment); target.file != npos) return target;
-  if (const std::size_t other = findFile(file, uri); other != npos) return find(other, fragment);
+    if (EcoreTarget target = findInPackage(uri, fragment); target.file != kNowhere) return target;
+  if (const std::size_t other = findFile(file, uri); other != kNowhere) return find(other, fragment);
   if (EcoreTarget known = findInRegistry(uri, fragment); known.known) return known;
   const BuiltInPackage* package = findBuiltInPackage(uri);
   if (package == nullptr) package = findBuiltInFile(lastSegment(uri));
@@ -128,7 +126,7 @@ EcoreTarget EcoreFiles::findBuiltIn(const BuiltInPackage& package, std::string_v
 }
 
 EcoreTarget EcoreFiles::findEcoreType(std::string_view name) const {
-  return followOut(0, ecoreNamespace, join("//", name));
+  return followOut(0, kEcoreNamespace, join("//", name));
 }
 
 EcoreTarget EcoreFiles::find(std::size_t file, std::string_view fragment) const {
@@ -173,7 +171,7 @@ std::size_t EcoreFiles::findFile(std::size_t from, std::string_view uri) const {
       if (files_[i].place == place) return i;
   }
   // Files move more often than they are renamed: the one whose path ends most alike is meant.
-  std::size_t best = npos;
+  std::size_t best = kNowhere;
   std::size_t shared = 0;
   bool isUnique = true;
   for (std::size_t i = 0; i < files_.size(); ++i) {

@@ -15,20 +15,25 @@
 
 namespace kr::zero::ecore {
 
-inline constexpr std::size_t npos = static_cast<std::size_t>(-1);
+inline constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
+
+/// Ecore described in its own terms, in a registry of its own, so that .ecore files are read like any other
+/// document. Annotations' contents and references are left out: they may hold anything, and a meta model does
+/// not depend on them.
+const Mapping::Impl& ecoreSchema();
 
 /// A package of one of the files.
 struct EcorePackage {
   std::size_t file;
   Element element;
-  std::size_t parent;  ///< index of the package around it, or npos; always smaller than its own
+  std::size_t parent;  ///< index of the package around it, or kNowhere; always smaller than its own
   std::string uri;     ///< empty where the file gives none
   std::string qualifiedName;
 };
 
 /// Where a reference leads: exactly one of the three is filled.
 struct EcoreTarget {
-  std::size_t file = npos;  ///< of `element`
+  std::size_t file = kNowhere;  ///< of `element`
   Element element;
   const BuiltInPackage* package = nullptr;  ///< holds the type `builtIn`, and is in none of the files
   std::string builtIn;
@@ -73,7 +78,7 @@ class EcoreFiles {
   EcoreTarget findInPackage(std::string_view uri, std::string_view fragment) const;
   EcoreTarget findBuiltIn(const BuiltInPackage& package, std::string_view fragment) const;
   EcoreTarget findInRegistry(std::string_view uri, std::string_view fragment) const;
-  /// The file that a URI of the file `from` means, or npos.
+  /// The file that a URI of the file `from` means, or kNowhere.
   std::size_t findFile(std::size_t from, std::string_view uri) const;
 
   const meta::MetaRegistry& registry_;

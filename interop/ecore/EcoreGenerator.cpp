@@ -1,8 +1,7 @@
-#include "EcoreGenerator.h"
-
 #include <algorithm>
 #include <vector>
 
+#include "EcoreWriting.h"
 #include "Errors.h"
 #include "Namespaces.h"
 #include "XmlEscape.h"
@@ -81,9 +80,9 @@ class Generator {
     const std::size_t depth = open_.size();
     if (depth == 0) {
       out_.append("<ecore:EPackage xmi:version=\"2.0\"");
-      attribute("xmlns:xmi", xmiNamespace);
-      attribute("xmlns:xsi", xsiNamespace);
-      attribute("xmlns:ecore", ecoreNamespace);
+      attribute("xmlns:xmi", kXmiNamespace);
+      attribute("xmlns:xsi", kXsiNamespace);
+      attribute("xmlns:ecore", kEcoreNamespace);
     } else {
       begin(depth, "eSubpackages");
     }
@@ -130,7 +129,7 @@ class Generator {
   }
 
   void writeClass(meta::Class type) {
-    if (type->isUniversal() && root_->uri != ecoreNamespace)
+    if (type->isUniversal() && root_->uri != kEcoreNamespace)
       throw EcoreError(
           join("Ecore has no counterpart for the universal class ", type->getQualifiedNameUtf8()));
     beginClassifier("EClass", type);
@@ -173,7 +172,7 @@ class Generator {
   void writePin(std::uint32_t number) {
     const std::size_t depth = open_.size() + 2;
     out_.append(">\n");
-    line(depth, join("<eAnnotations source=\"", binarySource, "\">"));
+    line(depth, join("<eAnnotations source=\"", kBinarySource, "\">"));
     line(depth + 1, join("<details key=\"id\" value=\"", std::to_string(number), "\"/>"));
     line(depth, "</eAnnotations>");
     line(depth - 1, "</eStructuralFeatures>");
@@ -193,7 +192,7 @@ class Generator {
     if (name == nullptr)
       throw EcoreError(join("Ecore has no counterpart for the type ", type->getName(), " of property ",
                             property->getOwner()->getQualifiedNameUtf8(), ".", property->getNameUtf8()));
-    return join("ecore:EDataType ", ecoreNamespace, "#//", name);
+    return join("ecore:EDataType ", kEcoreNamespace, "#//", name);
   }
 
   /// "#//sub/Book", or the same with kind and URI of a package beside this one.

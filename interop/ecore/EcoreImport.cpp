@@ -35,14 +35,14 @@ std::optional<std::string> annotated(Element element, std::string_view source, s
 
 /// A name in XML; empty where it is no name, as ":0" for the character data.
 std::string annotatedName(Element element) {
-  const auto name = annotated(element, extendedMetaDataSource, "name");
+  const auto name = annotated(element, kExtendedMetaDataSource, "name");
   const bool isName = name && !name->empty() && name->find_first_of(": \t\r\n") == std::string::npos;
   return isName ? *name : std::string();
 }
 
 /// Some of Ecore's data types are more than their names.
 void noteEcoreType(TypeUse& type, std::string_view packageUri, std::string_view name) {
-  if (packageUri != ecoreNamespace) return;
+  if (packageUri != kEcoreNamespace) return;
   type.isFeatureMap = name == "EFeatureMapEntry" || name == "EFeatureMap";
   type.isSinglePrecision = name == "EFloat" || name == "EFloatObject";
 }
@@ -69,7 +69,7 @@ std::unique_ptr<const Mapping::Impl> EcoreImport::run() {
 
 void EcoreImport::collectClassifiers() {
   for (std::size_t file = 0; file < files_.size(); ++file)
-    classifierByElement_.emplace_back(files_.content(file).offsets.size(), npos);
+    classifierByElement_.emplace_back(files_.content(file).offsets.size(), kNowhere);
   for (std::size_t package = 0; package < files_.packages().size(); ++package)
     for (const Element element : childrenOf(files_.packages()[package].element, "eClassifiers"))
       collectClassifier(package, element);
@@ -84,7 +84,7 @@ void EcoreImport::collectClassifier(std::size_t package, Element element) {
   if (made.definition.name.empty()) files_.fail(around.file, element, "a classifier has no name");
   made.qualifiedName = around.qualifiedName + "." + made.definition.name;
   made.xmlName = annotatedName(element);
-  const bool isEcore = around.uri == ecoreNamespace;
+  const bool isEcore = around.uri == kEcoreNamespace;
   if (isOf(element, "EClass")) {
     made.definition.kind = Kind::classType;
     made.definition.isAbstract = element.getBoolean("abstract");
@@ -92,7 +92,7 @@ void EcoreImport::collectClassifier(std::size_t package, Element element) {
   } else {
     made.definition.kind = isOf(element, "EEnum") ? Kind::enumeration : Kind::primitive;
     made.isSerializable = element.getBoolean("serializable");
-    const BuiltInPackage* ecore = isEcore ? findBuiltInPackage(ecoreNamespace) : nullptr;
+    const BuiltInPackage* ecore = isEcore ? findBuiltInPackage(kEcoreNamespace) : nullptr;
     const BuiltInType* dataType = ecore == nullptr ? nullptr : ecore->findDataType(made.definition.name);
     if (dataType != nullptr) made.standardType = dataType->standardType;
   }
@@ -114,7 +114,7 @@ TypeUse EcoreImport::use(std::size_t file, Element source, const EcoreTarget& ta
   if (target.known) return useKnown(target.known);
   if (!target.element) return useBuiltIn(file, source, target);
   const std::size_t index = classifierOf(target.file, target.element);
-  if (index == npos) files_.fail(file, source, "what it names as a type is none");
+  if (index == kNowhere) files_.fail(file, source, "what it names as a type is none");
   return useClassifier(index);
 }
 
@@ -164,8 +164,8 @@ TypeUse EcoreImport::useKnown(meta::Type known) const {
 /// What is left of a generic type when its arguments are taken away.
 TypeUse EcoreImport::erasure(std::size_t file, Element generic, bool ofReference) {
   const Element source = generic;
-  constexpr int longest = 100;  // bounds may name each other
-  for (int i = 0; generic && i < longest; ++i) {
+  constexpr int kLongest = 100;  // bounds may name each other
+  for (int i = 0; generic && i < kLongest; ++i) {
     if (generic.isSet("eClassifier")) return use(file, generic, files_.follow(file, generic, "eClassifier"));
     if (generic.isSet("eTypeParameter")) {
       const EcoreTarget parameter = files_.follow(file, generic, "eTypeParameter");
@@ -216,7 +216,7 @@ void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Elem
   std::vector<std::string>& names = classifier.definition.supertypes;
   if (std::find(names.begin(), names.end(), type.name) != names.end()) return;
   names.push_back(type.name);
-  if (type.classifier != npos) classifier.supertypes.push_back(type.classifier);
+  if (type.classifier != kNowhere) classifier.supertypes.push_back(type.classifier);
 }
 
 void EcoreImport::importClassifier(Classifier& classifier) {
@@ -275,13 +275,13 @@ void EcoreImport::importFeature(Classifier& classifier, Element feature) {
 
 void EcoreImport::importBounds(const Classifier& classifier, Element feature,
                                meta::PropertyDefinition& definition) const {
-  constexpr std::int64_t unspecified = -2;  // Ecore's number for "some other rule tells"
+  constexpr std::int64_t kUnspecified = -2;  // Ecore's number for "some other rule tells"
   const std::int64_t lower = feature.getInteger("lowerBound");
   const std::int64_t upper = feature.getInteger("upperBound");
   if (lower < 0)
     files_.fail(fileOf(classifier), feature, describe(classifier, feature) + " has a negative lower bound");
   definition.lower = static_cast<std::uint32_t>(lower);
-  definition.upper = upper == unspecified ? -1 : static_cast<std::int32_t>(upper);
+  definition.upper = upper == kUnspecified ? -1 : static_cast<std::int32_t>(upper);
 }
 
 void EcoreImport::importDefault(Element feature, const TypeUse& type,
@@ -289,7 +289,7 @@ void EcoreImport::importDefault(Element feature, const TypeUse& type,
   const bool isGiven = feature.getState("defaultValueLiteral") == PropertyState::value;
   if (isGiven) definition.defaultText = feature.getText("defaultValueLiteral");
   const bool isEnumeration =
-      type.classifier != npos && classifiers_[type.classifier].definition.kind == Kind::enumeration;
+      type.classifier != kNowhere && classifiers_[type.classifier].definition.kind == Kind::enumeration;
   if (!isEnumeration || definition.upper != 1) return;
   const auto& literals = classifiers_[type.classifier].definition.literals;
   // In Ecore an enumeration's own default is its first literal, whatever its number.
@@ -305,13 +305,13 @@ void EcoreImport::importDefault(Element feature, const TypeUse& type,
 void EcoreImport::importXmlNames(const Classifier& classifier, Element feature,
                                  FeatureMapping& mapping) const {
   mapping.xmlName = annotatedName(feature);
-  const std::string kind = annotated(feature, extendedMetaDataSource, "kind").value_or("");
+  const std::string kind = annotated(feature, kExtendedMetaDataSource, "kind").value_or("");
   if (kind == "attribute") mapping.form = XmlForm::attribute;
   if (kind == "element") mapping.form = XmlForm::element;
   if (kind == "simple") mapping.form = XmlForm::content;
-  mapping.xmlNamespace = annotated(feature, extendedMetaDataSource, "namespace").value_or("");
+  mapping.xmlNamespace = annotated(feature, kExtendedMetaDataSource, "namespace").value_or("");
   if (mapping.xmlNamespace == "##targetNamespace") mapping.xmlNamespace = packageUri(classifier.package);
-  const std::string group = annotated(feature, extendedMetaDataSource, "group").value_or("");
+  const std::string group = annotated(feature, kExtendedMetaDataSource, "group").value_or("");
   mapping.group = group.substr(group.rfind('#') + 1);
 }
 
@@ -329,7 +329,7 @@ Storage EcoreImport::storageOf(const Classifier& classifier, Element feature, co
 
 std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& classifier,
                                                            Element feature) const {
-  const auto text = annotated(feature, binarySource, "id");
+  const auto text = annotated(feature, kBinarySource, "id");
   if (!text) return std::nullopt;
   const auto number = parseInteger(*text);
   if (!number || *number < 1 || *number > 16382)
@@ -342,15 +342,15 @@ std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& cla
 /// The name of the opposite where the two really face each other. A pair that does not is of no use to a
 /// registry, and of no meaning to what is stored.
 std::string EcoreImport::oppositeName(const Classifier& classifier, Element feature, const TypeUse& type) {
-  if (!feature.isSet("eOpposite") || type.classifier == npos) return {};
+  if (!feature.isSet("eOpposite") || type.classifier == kNowhere) return {};
   const EcoreTarget there = files_.follow(fileOf(classifier), feature, "eOpposite");
   if (!there.element || !there.element.isSet("eOpposite")) return {};
   const Element back = files_.follow(there.file, there.element, "eOpposite").element;
   const std::size_t self = classifierOf(fileOf(classifier), classifier.element);
   const std::size_t owner = classifierOf(there.file, there.element.getContainer());
-  if (!(back == feature) || owner == npos || !inherits(type.classifier, owner)) return {};
+  if (!(back == feature) || owner == kNowhere || !inherits(type.classifier, owner)) return {};
   const TypeUse backType = typeOf(classifiers_[owner], there.element);
-  if (backType.classifier == npos || !inherits(backType.classifier, self)) return {};
+  if (backType.classifier == kNowhere || !inherits(backType.classifier, self)) return {};
   if (feature.getBoolean("containment") && there.element.getBoolean("containment")) return {};
   return std::string(there.element.getText("name"));
 }
@@ -376,7 +376,7 @@ std::vector<meta::PackageDefinition> EcoreImport::definitions() const {
   for (std::size_t i = flat.size(); i-- > 0;) {
     std::reverse(flat[i].packages.begin(), flat[i].packages.end());
     const std::size_t parent = files_.packages()[i].parent;
-    (parent == npos ? roots : flat[parent].packages).push_back(std::move(flat[i]));
+    (parent == kNowhere ? roots : flat[parent].packages).push_back(std::move(flat[i]));
   }
   for (const BuiltInPackage* package : neededPackages_)
     if (!registry_.hasPackage(package->uri)) roots.push_back(package->definition());
@@ -412,7 +412,13 @@ void EcoreImport::mapClassifier(Mapping::Impl& mapping, const Classifier& classi
     FeatureMapping& feature = mapping.make(properties[i]) = classifier.features[i];
     if (!feature.xmlName.empty() && feature.xmlName != properties[i]->getNameUtf8())
       package.hasXmlNames = true;
+    mapping.hasContent |= feature.form == XmlForm::content;
   }
+}
+
+std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::string>& paths,
+                                              meta::MetaRegistry& registry) {
+  return std::make_shared<const Mapping>(EcoreImport(paths, registry).run());
 }
 
 }  // namespace kr::zero::ecore

@@ -34,7 +34,7 @@ struct TypeUse {
   bool isSerializable = true;
   bool isFeatureMap = false;
   bool isSinglePrecision = false;
-  std::size_t classifier = npos;  ///< where it is in the files
+  std::size_t classifier = kNowhere;  ///< where it is in the files
 };
 
 class EcoreImport {

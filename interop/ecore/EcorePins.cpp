@@ -1,10 +1,9 @@
-#include "EcorePins.h"
-
 #include <algorithm>
+#include <optional>
 #include <vector>
 
+#include "EcoreWriting.h"
 #include "Errors.h"
-#include "NamespaceScope.h"
 #include "Namespaces.h"
 #include "XmlDocument.h"
 #include "kr/zero/meta/MetaRegistry.h"
@@ -123,15 +122,13 @@ class Pins {
   static bool isPinned(pugi::xml_node feature) {
     return std::any_of(
         feature.children("eAnnotations").begin(), feature.children("eAnnotations").end(),
-        [](pugi::xml_node annotation) { return annotation.attribute("source").value() == binarySource; });
+        [](pugi::xml_node annotation) { return annotation.attribute("source").value() == kBinarySource; });
   }
 
   void pin(pugi::xml_node feature, std::uint32_t number) {
     const std::size_t start = XmlDocument::offsetOf(feature) - 1;
-    const std::size_t lineStart = text_.rfind('\n', start) + 1;
-    const std::string_view before = text_.substr(lineStart, start - lineStart);
-    const std::string indent(isBlank(before) ? before : std::string_view());
-    const std::string annotation = join(indent, "  <eAnnotations source=\"", binarySource, "\">\n", indent,
+    const std::string indent(blanksBefore(start).value_or(""));
+    const std::string annotation = join(indent, "  <eAnnotations source=\"", kBinarySource, "\">\n", indent,
                                         "    <details key=\"id\" value=\"", std::to_string(number), "\"/>\n",
                                         indent, "  </eAnnotations>\n");
     const std::size_t end = endOfTag(text_, start);
@@ -140,11 +137,20 @@ class Pins {
     } else {
       // Behind the annotations that are there: others may refer to them by position.
       const std::size_t place = placeBehindAnnotations(feature, start);
-      const std::size_t line = text_.rfind('\n', place) + 1;
-      const bool ownLine = isBlank(text_.substr(line, place - line)) && line > start;
-      insertions_.push_back(
-          {ownLine ? line : place, 0, ownLine ? annotation : join("\n", annotation, indent)});
+      const auto blanks = blanksBefore(place);
+      if (blanks && place - blanks->size() > start)
+        insertions_.push_back({place - blanks->size(), 0, annotation});
+      else
+        insertions_.push_back({place, 0, join("\n", annotation, indent)});
     }
+  }
+
+  /// The blanks between the start of a line and a place in it; nothing where something else stands there.
+  std::optional<std::string_view> blanksBefore(std::size_t place) const {
+    std::size_t start = place;
+    while (start > 0 && isBlank(text_[start - 1]) && text_[start - 1] != '\n') --start;
+    if (start > 0 && text_[start - 1] != '\n') return std::nullopt;
+    return text_.substr(start, place - start);
   }
 
   std::size_t placeBehindAnnotations(pugi::xml_node feature, std::size_t start) const {

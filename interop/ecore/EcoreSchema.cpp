@@ -1,7 +1,6 @@
-#include "EcoreSchema.h"
-
 #include <initializer_list>
 
+#include "EcoreFiles.h"
 #include "Namespaces.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
 #include "kr/zero/meta/MetaRegistry.h"
@@ -106,7 +105,7 @@ struct Schema {
   Mapping::Impl mapping{registry};
 
   Schema() {
-    MetaModelBuilder ecore(std::string(ecoreNamespace), "ecore");
+    MetaModelBuilder ecore(std::string(kEcoreNamespace), "ecore");
     addModelElements(ecore);
     addClassifiers(ecore);
     addTypedElements(ecore);

@@ -20,9 +20,9 @@ std::string join(const Parts&... parts) {
 
 /// A text in quotation marks. What a document says may be long: messages show its beginning.
 inline std::string inQuotes(std::string_view text) {
-  constexpr std::size_t longest = 100;
-  if (text.size() <= longest) return join("\"", text, "\"");
-  std::size_t end = longest;
+  constexpr std::size_t kLongest = 100;
+  if (text.size() <= kLongest) return join("\"", text, "\"");
+  std::size_t end = kLongest;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
   return join("\"", text.substr(0, end), "...\"");
 }

@@ -1,7 +1,5 @@
 #include "Fragments.h"
 
-#include <charconv>
-
 #include "Namespaces.h"
 
 namespace kr::zero::ecore {
@@ -9,9 +7,13 @@ namespace kr::zero::ecore {
 namespace {
 
 std::optional<std::size_t> numberOf(std::string_view digits) {
+  constexpr std::size_t kTooMany = std::size_t{1} << 32;  // there are fewer elements
+  if (digits.empty()) return std::nullopt;
   std::size_t number = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+  for (const char c : digits) {
+    if (c < '0' || c > '9' || number >= kTooMany) return std::nullopt;
+    number = 10 * number + static_cast<std::size_t>(c - '0');
+  }
   return number;
 }
 
@@ -26,6 +28,11 @@ Counted splitCount(std::string_view text) {
   if (dot == std::string_view::npos) return {text, std::nullopt};
   const auto count = numberOf(text.substr(dot + 1));
   return count ? Counted{text.substr(0, dot), count} : Counted{text, std::nullopt};
+}
+
+/// Appends a text so that different lists of texts give different sums.
+void appendPart(std::string& sum, std::string_view text) {
+  sum.append(".").append(std::to_string(text.size())).append(".").append(text);
 }
 
 template <class Map>
@@ -85,14 +92,42 @@ Fragments::Result Fragments::findFrom(Element root, std::string_view fragment) {
   return find(fragment);
 }
 
-Fragments::Result Fragments::findPath(Element element, std::string_view path) {
+Fragments::Result Fragments::findPath(Element start, std::string_view path) {
+  const Counted counted = splitCount(path);
+  if (counted.count)
+    if (const Element found = findAmongSiblings(start, counted.text, *counted.count))
+      return {Outcome::found, found};
+  const Element found = walk(start, path);
+  if (!found) return {};
+  if (counted.count && path[path.rfind('/') + 1] == '@') rememberSiblings(start, counted.text, found);
+  return {Outcome::found, found};
+}
+
+Element Fragments::findAmongSiblings(Element start, std::string_view path, std::size_t position) const {
+  for (const Siblings& siblings : siblings_)
+    if (position < siblings.size && path == siblings.path && start == siblings.start)
+      return siblings.container.getElement(siblings.property, position);
+  return {};
+}
+
+void Fragments::rememberSiblings(Element start, std::string_view path, Element found) {
+  Siblings& siblings = siblings_[oldest_];
+  oldest_ = (oldest_ + 1) % kKept;
+  siblings.start = start;
+  siblings.path = path;
+  siblings.container = found.getContainer();
+  siblings.property = found.getContainingProperty();
+  siblings.size = siblings.container.size(siblings.property);
+}
+
+Element Fragments::walk(Element element, std::string_view path) {
   std::size_t slash = path.find('/', 1);
   while (element && slash != std::string_view::npos) {
     path.remove_prefix(slash + 1);
     slash = path.find('/');
     element = step(element, path.substr(0, slash));
   }
-  return element ? Result{Outcome::found, element} : Result{};
+  return element;
 }
 
 Element Fragments::findRoot(std::string_view number) {
@@ -107,39 +142,36 @@ Element Fragments::step(Element from, std::string_view text) {
 }
 
 Element Fragments::stepByFeature(Element from, std::string_view text) {
-  const ClassTable& table = tables_.of(from.getType());
-  const std::size_t bracket = text.find('[');
-  const bool hasKeys = bracket != std::string_view::npos && text.back() == ']';
+  ClassTable& table = tables_.of(from.getType());
+  const std::size_t bracket = text.ends_with(']') ? text.find('[') : std::string_view::npos;
+  const bool hasKeys = bracket != std::string_view::npos;
   const Counted counted = hasKeys ? Counted{text.substr(0, bracket), std::nullopt} : splitCount(text);
   const Feature* feature = table.findByName(counted.text);
   if (feature == nullptr) feature = table.findByElement(counted.text);
-  if (feature == nullptr || feature->kind != FeatureKind::child) return {};
+  if (feature == nullptr || !feature->isChild()) return {};
   if (hasKeys) return stepByKeys(from, *feature, text.substr(bracket + 1, text.size() - bracket - 2));
   const std::size_t position = counted.count.value_or(0);
   return position < from.size(feature->property) ? from.getElement(feature->property, position) : Element();
 }
 
 Element Fragments::stepByKeys(Element from, const Feature& feature, std::string_view keys) {
-  // The first key finds the candidates, the others choose among them.
-  std::vector<Element> candidates;
-  for (bool isFirst = true; !keys.empty(); isFirst = false) {
+  std::vector<std::string_view> names;
+  std::string values;
+  while (!keys.empty()) {
     const std::size_t equals = keys.find('=');
     if (equals == std::string_view::npos || keys.size() - equals < 3) return {};
     const char quote = keys[equals + 1];
     const std::size_t close = keys.find(quote, equals + 2);
     if ((quote != '\'' && quote != '"') || close == std::string_view::npos) return {};
-    const std::string_view key = keys.substr(0, equals);
-    const std::string value = percentDecoded(keys.substr(equals + 2, close - equals - 2));
-    if (isFirst) {
-      const ElementsByText& values = valuesBelow(from, feature, key);
-      if (const auto it = values.find(value); it != values.end()) candidates = it->second;
-    } else {
-      std::erase_if(candidates, [&](Element child) { return valueOf(child, key) != value; });
-    }
+    names.push_back(keys.substr(0, equals));
+    appendPart(values, percentDecoded(keys.substr(equals + 2, close - equals - 2)));
     keys.remove_prefix(close + 1);
     if (!keys.empty() && keys[0] == ',') keys.remove_prefix(1);
   }
-  return candidates.empty() ? Element() : candidates.front();
+  if (names.empty()) return {};
+  const TextMap<Element>& children = childrenByValues(from, feature, names);
+  const auto it = children.find(values);
+  return it == children.end() ? Element() : it->second;
 }
 
 Element Fragments::stepByName(Element from, std::string_view text) {
@@ -166,34 +198,86 @@ const Fragments::ElementsByText& Fragments::namesBelow(Element element) {
 
 /// The text by which a path finds an element below its container.
 std::optional<std::string> Fragments::nameOf(Element element) {
-  const ClassTable& table = tables_.of(element.getType());
+  ClassTable& table = tables_.of(element.getType());
   if (const Feature* feature = table.nameFeature(); feature != nullptr) {
     if (element.getState(feature->property) == PropertyState::value)
       return std::string(element.getText(feature->property));
   } else if (const Feature* source = table.findByName("source");
-             source != nullptr && table.isPathByName() && source->kind == FeatureKind::text) {
+             source != nullptr && table.isPathByName() && source->isText()) {
     return "%" + std::string(element.getText(source->property));
   }
   return std::nullopt;
 }
 
-const Fragments::ElementsByText& Fragments::valuesBelow(Element element, const Feature& feature,
-                                                        std::string_view key) {
+const TextMap<Element>& Fragments::childrenByValues(Element element, const Feature& feature,
+                                                    const std::vector<std::string_view>& keys) {
   std::string place = std::to_string(element.getIndex()) + "." + std::to_string(feature.property->getIndex());
-  place.append(".").append(key);
-  const auto [it, isNew] = valuesBelow_.try_emplace(std::move(place));
+  for (const std::string_view key : keys) appendPart(place, key);
+  const auto [it, isNew] = childrenByValues_.try_emplace(std::move(place));
   if (isNew)
     for (std::size_t i = 0; i < element.size(feature.property); ++i) {
       const Element child = element.getElement(feature.property, i);
-      if (const auto value = valueOf(child, key)) it->second[*value].push_back(child);
+      if (auto values = valuesOf(child, keys)) it->second.emplace(std::move(*values), child);
     }
   return it->second;
 }
 
+/// The values of an element for all keys; nothing where it has none for one of them.
+std::optional<std::string> Fragments::valuesOf(Element element, const std::vector<std::string_view>& keys) {
+  std::string values;
+  for (const std::string_view key : keys) {
+    const auto value = valueOf(element, key);
+    if (!value) return std::nullopt;
+    appendPart(values, *value);
+  }
+  return values;
+}
+
 std::optional<std::string> Fragments::valueOf(Element element, std::string_view key) {
   const Feature* feature = tables_.of(element.getType()).findByName(key);
-  if (feature == nullptr || !isPrimitive(feature->kind) || feature->isMany) return std::nullopt;
+  if (feature == nullptr || !feature->isPrimitive() || feature->isMany()) return std::nullopt;
   return element.getTextForm(feature->property);
+}
+
+UnresolvedReference toUnresolved(std::string_view uri, std::string_view form, std::string_view targetType) {
+  UnresolvedReference reference;
+  reference.targetType = targetType;
+  reference.id1 = form;
+  reference.id2 = "/";  // a URI without fragment means the root
+  const std::size_t hash = uri.find('#');
+  reference.qualifier = std::string(uri.substr(0, hash));
+  if (hash == std::string_view::npos || hash + 1 == uri.size()) return reference;
+  const std::string_view fragment = uri.substr(hash + 1);
+  const std::size_t second = fragment.find('#');
+  if (second == std::string_view::npos || second == 0 || second + 1 == fragment.size()) {
+    reference.id2 = fragment;
+  } else {
+    reference.id1 = percentDecoded(fragment.substr(0, second));
+    reference.id2 = fragment.substr(second + 1);
+  }
+  return reference;
+}
+
+std::string uriOf(const UnresolvedReference& reference) {
+  const bool isFromDocument = reference.id1 == kHrefForm || reference.id1 == kAttributeForm;
+  const bool isFragment = isFromDocument && reference.id2.find('#') == std::string::npos;
+  return *reference.qualifier + "#" + (isFragment ? "" : percentEncoded(reference.id1) + "#") + reference.id2;
+}
+
+std::string percentEncoded(std::string_view text) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte <= 0x20 || c == '%' || c == '#') {
+      encoded.push_back('%');
+      encoded.push_back(kDigits[byte >> 4]);
+      encoded.push_back(kDigits[byte & 15]);
+    } else {
+      encoded.push_back(c);
+    }
+  }
+  return encoded;
 }
 
 }  // namespace kr::zero::ecore

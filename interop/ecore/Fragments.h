@@ -1,5 +1,6 @@
 /// @file
-/// Internal: finds elements of a document by the texts that documents use for them.
+/// Internal: finds elements of a document by the texts that documents use for them, and keeps those of other
+/// documents.
 ///
 ///     fragment := id | path
 ///     path     := "/" root? ("/" step)*          root: number of the root, 0 where it is missing
@@ -12,6 +13,7 @@
 /// of an element are put into a map when the first of them is asked for.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -49,33 +51,62 @@ class Fragments {
     Element element;
     bool isAmbiguous = false;
   };
-  struct KeyHash {
-    std::size_t operator()(std::uint64_t key) const noexcept {
-      return std::hash<std::uint64_t>()(key * 0x9E3779B97F4A7C15u);
-    }
+  /// The children of one property of an element.
+  struct Siblings {
+    Element start;
+    std::string path;  ///< from there up to the position of a child
+    Element container;
+    meta::Property property;
+    std::size_t size = 0;
   };
 
-  Result findPath(Element element, std::string_view path);
+  Result findPath(Element start, std::string_view path);
+  Element findAmongSiblings(Element start, std::string_view path, std::size_t position) const;
+  void rememberSiblings(Element start, std::string_view path, Element found);
+  Element walk(Element start, std::string_view path);
   Element findRoot(std::string_view number);
   Element step(Element from, std::string_view text);
   Element stepByFeature(Element from, std::string_view text);
   Element stepByKeys(Element from, const Feature& feature, std::string_view keys);
   Element stepByName(Element from, std::string_view text);
   const ElementsByText& namesBelow(Element element);
-  const ElementsByText& valuesBelow(Element element, const Feature& feature, std::string_view key);
+  const TextMap<Element>& childrenByValues(Element element, const Feature& feature,
+                                           const std::vector<std::string_view>& keys);
+  std::optional<std::string> valuesOf(Element element, const std::vector<std::string_view>& keys);
   std::optional<std::string> valueOf(Element element, std::string_view key);
   std::optional<std::string> nameOf(Element element);
 
   const Model& model_;
   ClassTables& tables_;
   std::vector<Element> roots_;
+  // References come in crowds that lead into a few lists of children: those that were found last are kept.
+  static constexpr std::size_t kKept = 4;
+  std::array<Siblings, kKept> siblings_;
+  std::size_t oldest_ = 0;
   TextMap<Id> xmiIds_;
   TextMap<Id> attributeIds_;
   std::unordered_map<std::uint32_t, ElementsByText> namesBelow_;  // by the element's index
-  TextMap<ElementsByText> valuesBelow_;                           // by element, feature and key
+  TextMap<TextMap<Element>> childrenByValues_;  // by element, feature and keys: the first with those values
 };
 
 /// Undoes percent-encoding; what is not an encoded byte stays.
 std::string percentDecoded(std::string_view text);
+
+/// An element with an `href` attribute.
+inline constexpr std::string_view kHrefForm = "href";
+/// A URI in an attribute, Ecore's own habit.
+inline constexpr std::string_view kAttributeForm = "uri";
+
+/// References into other documents, as models keep them: "books.xmi#//@books.3" becomes the qualifier
+/// "books.xmi" and the second part of the identity "//@books.3". The first part tells in which form the
+/// document had it, so that writing gives that form back; a reference that did not come from a document
+/// keeps its own first part, as in "books.xmi#isbn#12345".
+UnresolvedReference toUnresolved(std::string_view uri, std::string_view form, std::string_view targetType);
+
+/// The URI of a reference that has a qualifier.
+std::string uriOf(const UnresolvedReference& reference);
+
+/// A text in which "%", "#" and blanks are percent-encoded.
+std::string percentEncoded(std::string_view text);
 
 }  // namespace kr::zero::ecore

@@ -9,18 +9,20 @@
 #include <unordered_map>
 #include <vector>
 
+#include "kr/zero/TextHash.h"
 #include "kr/zero/ecore/Ecore.h"
 #include "kr/zero/meta/Type.h"
 
 namespace kr::zero::ecore {
 
-/// Lets maps with string keys be asked with views.
-struct TextHash {
+/// Not noexcept: libstdc++ then keeps the hash beside each text in place of computing it again.
+struct KeptTextHash {
   using is_transparent = void;
-  std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>()(text); }
+  std::size_t operator()(std::string_view text) const { return TextHash()(text); }
 };
+/// A map with texts as keys, which can be asked with views.
 template <class Value>
-using TextMap = std::unordered_map<std::string, Value, TextHash, std::equal_to<>>;
+using TextMap = std::unordered_map<std::string, Value, KeptTextHash, std::equal_to<>>;
 
 /// How the values of a feature stand in XML.
 enum class XmlForm : std::uint8_t {
@@ -75,6 +77,7 @@ struct Mapping::Impl {
   std::vector<PackageMapping> packages;
   TextMap<std::size_t> packageByUri;
   std::vector<FeatureMapping> features;                         ///< by the property's index
+  bool hasContent = false;                                      ///< some feature has the form `content`
   std::unordered_map<std::uint32_t, std::string> typeXmlNames;  ///< by the type's index
   std::vector<SourceDocument> sources;
 

@@ -16,14 +16,14 @@ class ProgressMeter {
   template <class Share>
   void step(Share&& share) {
     if (--left_ > 0) return;
-    left_ = every;
+    left_ = kEvery;
     if (progress_) progress_(share());
   }
 
  private:
-  static constexpr std::size_t every = 8192;
+  static constexpr std::size_t kEvery = 8192;
   const Progress& progress_;
-  std::size_t left_ = every;
+  std::size_t left_ = kEvery;
 };
 
 }  // namespace kr::zero::ecore

@@ -1,4 +1,3 @@
-#include "Files.h"
 #include "XmiReader.h"
 #include "kr/zero/ecore/Ecore.h"
 
@@ -8,8 +7,9 @@ namespace {
 
 Model readDocument(std::string bytes, std::string_view name, const Mapping& mapping,
                    const Progress& progress) {
-  const XmlDocument document(decodeXml(std::move(bytes), name), name);
-  return std::move(readContent(document, mapping.impl(), progress)->model);
+  const Mapping::Impl& impl = mapping.impl();
+  const XmlDocument document(decodeXml(std::move(bytes), name), name, impl.hasContent);
+  return std::move(readContent(document, impl, progress)->model);
 }
 
 }  // namespace

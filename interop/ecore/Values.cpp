@@ -6,17 +6,13 @@
 #include <limits>
 
 #include "Errors.h"
+#include "XmlText.h"
 
 namespace kr::zero::ecore {
 
 namespace {
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(blanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
+using meta::StandardKind;
 
 /// `std::from_chars` takes no plus sign; documents do.
 std::string_view withoutPlus(std::string_view text) {
@@ -76,12 +72,20 @@ std::string describeType(const Feature& feature) {
   return feature.property->getType()->getQualifiedNameUtf8();
 }
 
-template <class Value, class Set, class Add>
-void put(const Feature& feature, const Value& value, Set&& set, Add&& add) {
-  if (feature.isMany)
-    add(feature.property, value);
-  else
-    set(feature.property, value);
+template <class Value>
+using Put = void (Element::*)(PropertyKey, Value);
+
+template <class Value>
+std::string put(Element element, const Feature& feature, Value value, Put<Value> set, Put<Value> add) {
+  (element.*(feature.isMany() ? add : set))(feature.property, value);
+  return {};
+}
+
+template <class Value>
+std::string putParsed(Element element, const Feature& feature, std::string_view text,
+                      const std::optional<Value>& value, Put<Value> set, Put<Value> add) {
+  if (!value) return join(inQuotes(text), " is not a value of type ", describeType(feature));
+  return put(element, feature, *value, set, add);
 }
 
 std::string putLiteral(Element element, const Feature& feature, std::string_view text) {
@@ -94,18 +98,7 @@ std::string putLiteral(Element element, const Feature& feature, std::string_view
     return join("literal ", inQuotes(text), " of enumeration ", describeType(feature), " shares the number ",
                 std::to_string(literal->number), " with ", inQuotes(first->text),
                 " and could not be told from it");
-  put(
-      feature, literal->number, [&](auto p, auto v) { element.setInteger(p, v); },
-      [&](auto p, auto v) { element.addInteger(p, v); });
-  return {};
-}
-
-template <class Value, class Set, class Add>
-std::string putParsed(const Feature& feature, std::string_view text, const std::optional<Value>& value,
-                      Set&& set, Add&& add) {
-  if (!value) return join(inQuotes(text), " is not a value of type ", describeType(feature));
-  put(feature, *value, set, add);
-  return {};
+  return put<std::int64_t>(element, feature, literal->number, &Element::setInteger, &Element::addInteger);
 }
 
 /// Whether a feature of 32 bits can hold a number as it is.
@@ -163,51 +156,36 @@ std::string formatReal(double value, bool isSinglePrecision) {
 }
 
 std::string putValue(Element element, const Feature& feature, std::string_view text) {
-  switch (feature.kind) {
-    case FeatureKind::boolean:
-      return putParsed(
-          feature, text, parseBoolean(text), [&](auto p, auto v) { element.setBoolean(p, v); },
-          [&](auto p, auto v) { element.addBoolean(p, v); });
-    case FeatureKind::integer:
-      return putParsed(
-          feature, text, parseInteger(text), [&](auto p, auto v) { element.setInteger(p, v); },
-          [&](auto p, auto v) { element.addInteger(p, v); });
-    case FeatureKind::real:
-      return putParsed(
-          feature, text, parseReal(text, feature.mapping->isSinglePrecision),
-          [&](auto p, auto v) { element.setReal(p, v); }, [&](auto p, auto v) { element.addReal(p, v); });
-    case FeatureKind::enumeration:
-      return putLiteral(element, feature, text);
-    case FeatureKind::text:
-      put(
-          feature, text, [&](auto p, auto v) { element.setText(p, v); },
-          [&](auto p, auto v) { element.addText(p, v); });
-      return {};
+  if (feature.kind() == meta::PropertyKind::enumeration) return putLiteral(element, feature, text);
+  const meta::StandardTypeInfo& type = meta::infoOf(feature.property->getStandardType());
+  switch (type.kind) {
+    case StandardKind::boolean:
+      return putParsed(element, feature, text, parseBoolean(text), &Element::setBoolean,
+                       &Element::addBoolean);
+    case StandardKind::real:
+      return putParsed(element, feature, text, parseReal(text, feature.mapping->isSinglePrecision),
+                       &Element::setReal, &Element::addReal);
+    case StandardKind::unsignedInteger:
+    case StandardKind::signedInteger:
+      if (type.type == meta::StandardType::uinteger64) break;
+      return putParsed(element, feature, text, parseInteger(text), &Element::setInteger,
+                       &Element::addInteger);
+    case StandardKind::uuid:
+      break;
     default:
-      put(
-          feature, text, [&](auto p, auto v) { element.setTextForm(p, v); },
-          [&](auto p, auto v) { element.addTextForm(p, v); });
-      return {};
+      return put(element, feature, text, &Element::setText, &Element::addText);
   }
+  return put(element, feature, text, &Element::setTextForm, &Element::addTextForm);
 }
 
 std::string_view valueText(Element element, const Feature& feature, std::size_t position,
                            std::string& scratch) {
   const meta::Property property = feature.property;
-  switch (feature.kind) {
-    case FeatureKind::boolean:
-      return element.getBoolean(property, position) ? "true" : "false";
-    case FeatureKind::integer:
-      return scratch = std::to_string(element.getInteger(property, position));
-    case FeatureKind::real:
-      return scratch = realText(element, feature, position);
-    case FeatureKind::enumeration:
-      return literalText(element, feature, position);
-    case FeatureKind::text:
-      return element.getText(property, position);
-    default:
-      return scratch = element.getTextForm(property, position);
-  }
+  if (feature.kind() == meta::PropertyKind::enumeration) return literalText(element, feature, position);
+  if (feature.isText()) return element.getText(property, position);
+  if (property->getStandardType() == meta::StandardType::real)
+    return scratch = realText(element, feature, position);
+  return scratch = element.getTextForm(property, position);
 }
 
 }  // namespace kr::zero::ecore

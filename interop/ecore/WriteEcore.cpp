@@ -1,8 +1,6 @@
 #include <algorithm>
 
-#include "EcoreGenerator.h"
-#include "EcorePins.h"
-#include "MappingImpl.h"
+#include "EcoreWriting.h"
 #include "XmlText.h"
 #include "kr/zero/ecore/Ecore.h"
 

@@ -1,10 +1,9 @@
 #include "XmiReader.h"
 
+#include <algorithm>
 #include <deque>
 
 #include "Errors.h"
-#include "ExternalReferences.h"
-#include "NamespaceScope.h"
 #include "Namespaces.h"
 #include "ProgressMeter.h"
 #include "Values.h"
@@ -13,20 +12,12 @@ namespace kr::zero::ecore {
 
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
-
 /// Takes the next word off a text; empty at the end.
 std::string_view takeWord(std::string_view& text) {
-  const std::size_t start = text.find_first_not_of(blanks);
-  if (start == std::string_view::npos) return {};
-  const std::size_t end = std::min(text.find_first_of(blanks, start), text.size());
-  const std::string_view word = text.substr(start, end - start);
-  text.remove_prefix(end);
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  const std::string_view word = text.substr(0, findBlank(text));
+  text.remove_prefix(word.size());
   return word;
-}
-
-bool isNamespaceDeclaration(std::string_view attribute) {
-  return attribute.substr(0, 5) == "xmlns" && (attribute.size() == 5 || attribute[5] == ':');
 }
 
 bool hasChildElement(pugi::xml_node node) {
@@ -35,13 +26,27 @@ bool hasChildElement(pugi::xml_node node) {
   return false;
 }
 
-/// The attributes of an element that say something about the element as such.
+/// An attribute of the element that is being looked at.
+struct Attribute {
+  std::string_view name;
+  QName split;
+  std::string_view value;
+  bool isSpecial;  // it is about the element as such, no feature of it
+};
+
+/// What the special attributes of an element say.
 struct Special {
   std::string_view type;
   std::string_view id;
   std::string_view uuid;
   std::string_view idref;
   bool isNil = false;
+};
+
+enum class TextKind : std::uint8_t {
+  fragments,  // words without "#", each a place in this document
+  uri,        // one of them may hold a "#", and then a document before it
+  href,       // the same without blanks; without "#" it is a document
 };
 
 /// A reference whose target may still be to come.
@@ -51,7 +56,7 @@ struct Pending {
   pugi::xml_node node;
   std::string_view text;  // words, each a reference; of an href the one URI
   meta::Class type;       // of the target; empty: not said
-  bool isHref;
+  TextKind kind;
 };
 
 class Reader {
@@ -77,8 +82,13 @@ class Reader {
   struct Frame {
     pugi::xml_node next;  // the child to visit
     Element element;      // empty: the element that holds several roots
-    const ClassTable* table;
+    ClassTable* table;
     std::size_t declarations;
+  };
+  /// What a name meant under the declarations of that time.
+  struct NamedClass {
+    meta::Class type;
+    std::size_t version = 0;
   };
 
   // Errors name the line of the XML element that is being looked at.
@@ -90,25 +100,19 @@ class Reader {
 
   // --- Names -----------------------------------------------------------------------------------
 
-  std::size_t declareNamespaces(pugi::xml_node node) {
+  std::size_t declareNamespaces() {
+    if (!hasDeclarations_) return 0;
     std::size_t count = 0;
-    for (const pugi::xml_attribute attribute : node.attributes()) {
-      const std::string_view name = attribute.name();
-      if (!isNamespaceDeclaration(name)) continue;
-      namespaces_.declare(name.size() == 5 ? std::string_view() : name.substr(6), attribute.value());
+    for (const Attribute& attribute : attributes_) {
+      if (!isNamespaceDeclaration(attribute.name, attribute.split)) continue;
+      namespaces_.declare(attribute.split.prefix.empty() ? std::string_view() : attribute.split.local,
+                          attribute.value);
       ++count;
     }
-    if (count > 0) types_.clear();
     return count;
   }
 
-  void leaveNamespaces(std::size_t count) {
-    if (count == 0) return;
-    namespaces_.leave(count);
-    types_.clear();
-  }
-
-  std::string_view namespaceOf(std::string_view prefix) const {
+  std::string_view namespaceOf(std::string_view prefix) {
     const std::string_view* uri = namespaces_.find(prefix);
     if (uri != nullptr) return *uri;
     if (prefix.empty()) return {};
@@ -116,15 +120,19 @@ class Reader {
   }
 
   meta::Class classOf(std::string_view name) {
-    if (const auto it = types_.find(name); it != types_.end()) return it->second;
-    const meta::Type type = findType(splitQName(name));
-    const meta::Class found(type);
-    if (!found) fail(join(inQuotes(name), " is not a class"));
-    types_.emplace(std::string(name), found);
-    return found;
+    if (lastClass_ == nullptr || name != lastClassName_) {
+      lastClass_ = &classes_[name];
+      lastClassName_ = name;
+    }
+    NamedClass& known = *lastClass_;
+    if (known.type && known.version == namespaces_.version()) return known.type;
+    known.type = meta::Class(findType(splitQName(name)));
+    known.version = namespaces_.version();
+    if (!known.type) fail(join(inQuotes(name), " is not a class"));
+    return known.type;
   }
 
-  meta::Type findType(const QName& name) const {
+  meta::Type findType(const QName& name) {
     const std::string_view uri = namespaceOf(name.prefix);
     if (uri.empty()) return findTypeAnywhere(name.local);
     const PackageMapping* package = mapping_.findPackage(uri);
@@ -151,16 +159,35 @@ class Reader {
 
   // --- Attributes ------------------------------------------------------------------------------
 
-  Special readSpecial(pugi::xml_node node) const {
+  /// Makes an element the one that is looked at.
+  void visit(pugi::xml_node node) {
+    current_ = node;
+    attributes_.clear();
+    hasDeclarations_ = hasPrefixes_ = false;
+    for (pugi::xml_attribute it = node.first_attribute(); it; it = it.next_attribute()) {
+      const std::string_view name = it.name();
+      Attribute& attribute = attributes_.emplace_back(Attribute{name, splitQName(name), it.value(), false});
+      attribute.isSpecial = isNamespaceDeclaration(name, attribute.split);
+      hasDeclarations_ |= attribute.isSpecial;
+      hasPrefixes_ |= !attribute.isSpecial && !attribute.split.prefix.empty();
+    }
+  }
+
+  /// Reads the special attributes, and marks them as such.
+  Special readSpecial() {
     Special special;
-    for (const pugi::xml_attribute attribute : node.attributes()) {
-      const QName name = splitQName(attribute.name());
-      if (name.prefix.empty() || name.prefix == "xmlns") continue;
+    if (!hasPrefixes_) return special;
+    for (Attribute& attribute : attributes_) {
+      const QName& name = attribute.split;
+      if (attribute.isSpecial || name.prefix.empty()) continue;
       const std::string_view uri = namespaceOf(name.prefix);
-      if (uri == xsiNamespace)
-        readSchemaInstance(name.local, attribute.value(), special);
+      attribute.isSpecial = true;
+      if (uri == kXsiNamespace)
+        readSchemaInstance(name.local, attribute.value, special);
       else if (isXmiNamespace(uri))
-        readXmi(name.local, attribute.value(), special);
+        readXmi(name.local, attribute.value, special);
+      else  // "space" is about blanks, which are kept anyway
+        attribute.isSpecial = uri == kXmlNamespace && name.local == "space";
     }
     return special;
   }
@@ -190,47 +217,32 @@ class Reader {
     target = value;
   }
 
-  /// Calls `visit(name, value)` for every attribute that is not about the element as such.
-  template <class Visit>
-  void forEachAttribute(pugi::xml_node node, Visit&& visit) const {
-    for (const pugi::xml_attribute attribute : node.attributes()) {
-      const std::string_view name = attribute.name();
-      const QName split = splitQName(name);
-      if (isNamespaceDeclaration(name)) continue;
-      if (!split.prefix.empty()) {
-        const std::string_view uri = namespaceOf(split.prefix);
-        if (uri == xsiNamespace || isXmiNamespace(uri)) continue;
-        if (uri == xmlNamespace && split.local == "space") continue;  // about blanks, which are kept anyway
-      }
-      visit(split, std::string_view(attribute.value()));
+  void readAttributes(pugi::xml_node node, Element element, ClassTable& table) {
+    for (const Attribute& attribute : attributes_) {
+      if (attribute.isSpecial) continue;
+      const QName& name = attribute.split;
+      const Feature* feature = table.findByAttribute(name.local);
+      if (feature == nullptr || !isNamespaceOf(table, *feature, name.prefix)) failUnknown(table, name.local);
+      readAttribute(node, element, table, *feature, attribute.value);
     }
   }
 
-  void readAttributes(pugi::xml_node node, Element element, const ClassTable& table) {
-    forEachAttribute(node, [&](const QName& name, std::string_view value) {
-      const Feature* feature = table.findByAttribute(name.local);
-      if (feature == nullptr || !isNamespaceOf(table, *feature, name.prefix))
-        refuseUnknown(table, name.local);
-      readAttribute(node, element, table, *feature, value);
-    });
-  }
-
-  void readAttribute(pugi::xml_node node, Element element, const ClassTable& table, const Feature& feature,
+  void readAttribute(pugi::xml_node node, Element element, ClassTable& table, const Feature& feature,
                      std::string_view value) {
     if (feature.mapping->isIgnored) return;
-    if (feature.kind == FeatureKind::reference) return deferWords(node, element, feature, value);
-    if (isPrimitive(feature.kind)) {
-      if (feature.isMany) return readList(element, table, feature, value);
+    if (feature.isReference()) return deferWords(node, element, feature, value);
+    if (feature.isPrimitive()) {
+      if (feature.isMany()) return readList(element, table, feature, value);
       return readValue(element, table, feature, value);
     }
-    if (feature.kind == FeatureKind::none) refuseStorage(table, feature);
+    if (!feature.isStored()) failStorage(table, feature);
     if (!isBlank(value))
       fail(
           join("feature ", nameOf(table, feature), " contains elements and cannot be given by an attribute"));
   }
 
-  void readValue(Element element, const ClassTable& table, const Feature& feature, std::string_view text) {
-    if (!feature.isMany && element.isSet(feature.property))
+  void readValue(Element element, ClassTable& table, const Feature& feature, std::string_view text) {
+    if (!feature.isMany() && element.isSet(feature.property))
       fail(join("feature ", nameOf(table, feature), " is given twice"));
     const std::string wrong = putValue(element, feature, text);
     if (!wrong.empty()) fail(join("feature ", nameOf(table, feature), ": ", wrong));
@@ -238,13 +250,13 @@ class Reader {
   }
 
   void noteIdentifier(Element element, const Feature& feature, std::string_view text) {
-    if (feature.kind == FeatureKind::text)
+    if (feature.isText())
       content_->fragments.addAttributeId(text, element);
     else
       content_->fragments.addAttributeId(element.getTextForm(feature.property), element);
   }
 
-  void readList(Element element, const ClassTable& table, const Feature& feature, std::string_view words) {
+  void readList(Element element, ClassTable& table, const Feature& feature, std::string_view words) {
     if (isBlank(words) && !element.isSet(feature.property)) element.setEmpty(feature.property);
     for (std::string_view word = takeWord(words); !word.empty(); word = takeWord(words))
       readValue(element, table, feature, word);
@@ -253,14 +265,16 @@ class Reader {
   // --- Elements --------------------------------------------------------------------------------
 
   void openDocument() {
-    const pugi::xml_node root = current_ = document_.root();
-    const std::size_t declarations = declareNamespaces(root);
+    const pugi::xml_node root = document_.root();
+    visit(root);
+    const std::size_t declarations = declareNamespaces();
     const QName name = splitQName(root.name());
     if (name.local == "XMI" && isXmiNamespace(namespaceOf(name.prefix))) {
-      readSpecial(root);
-      forEachAttribute(root, [this](const QName& attribute, std::string_view) {
-        fail(join("the attribute ", inQuotes(attribute.local), " of the root element has no meaning"));
-      });
+      readSpecial();
+      for (const Attribute& attribute : attributes_)
+        if (!attribute.isSpecial)
+          fail(
+              join("the attribute ", inQuotes(attribute.split.local), " of the root element has no meaning"));
       frames_.push_back({root.first_child(), {}, nullptr, declarations});
     } else {
       openRoot(root, declarations);
@@ -268,20 +282,21 @@ class Reader {
   }
 
   void openRoot(pugi::xml_node node, std::size_t declarations) {
-    const Special special = readSpecial(node);
+    const Special special = readSpecial();
     const meta::Class type = classOf(special.type.empty() ? std::string_view(node.name()) : special.type);
     open(node, content_->model.createRoot(type), special, declarations);
   }
 
   void openChild(const Frame& parent, const Feature& feature, pugi::xml_node node, std::size_t declarations) {
-    const Special special = readSpecial(node);
-    const std::string name = nameOf(*parent.table, feature);
-    if (special.isNil) fail(join("feature ", name, " cannot be explicitly empty"));
+    const Special special = readSpecial();
+    if (special.isNil) fail(join("feature ", nameOf(*parent.table, feature), " cannot be explicitly empty"));
     meta::StructuredType type(feature.property->getType());
     if (!special.type.empty()) type = classOf(special.type);
-    if (node.attribute("href") && content_->tables.of(type).findByAttribute("href") == nullptr)
-      fail(join("feature ", name, " contains an element of another document, ",
-                inQuotes(node.attribute("href").value()), ", which is not supported"));
+    const auto href = std::find_if(attributes_.begin(), attributes_.end(),
+                                   [](const Attribute& attribute) { return attribute.name == "href"; });
+    if (href != attributes_.end() && content_->tables.of(type).findByAttribute("href") == nullptr)
+      fail(join("feature ", nameOf(*parent.table, feature), " contains an element of another document, ",
+                inQuotes(href->value), ", which is not supported"));
     Element container = parent.element;
     open(node, container.create(feature.property, type), special, declarations);
   }
@@ -292,7 +307,7 @@ class Reader {
     if (!special.idref.empty()) fail("an element that is contained here cannot have the attribute xmi:idref");
     if (special.isNil) fail("a root element cannot be explicitly empty");
     readIdentity(element, special);
-    const ClassTable& table = content_->tables.of(element.getType());
+    ClassTable& table = content_->tables.of(element.getType());
     readAttributes(node, element, table);
     readCharacterData(node, element, table);
     frames_.push_back({node.first_child(), element, &table, declarations});
@@ -319,7 +334,7 @@ class Reader {
       element.setIdentity(percentDecoded(uuid.substr(0, hash)), uuid.substr(hash + 1));
   }
 
-  void readCharacterData(pugi::xml_node node, Element element, const ClassTable& table) {
+  void readCharacterData(pugi::xml_node node, Element element, ClassTable& table) {
     if (table.content() == nullptr || table.content()->mapping->isIgnored) return;
     const std::string text = textOf(node);
     if (!isBlank(text)) readValue(element, table, *table.content(), text);
@@ -329,13 +344,13 @@ class Reader {
     Frame& frame = frames_.back();
     const pugi::xml_node node = frame.next;
     if (!node) {
-      leaveNamespaces(frame.declarations);
+      namespaces_.leave(frame.declarations);
       frames_.pop_back();
       return;
     }
     frame.next = node.next_sibling();
     if (node.type() == pugi::node_element) {
-      current_ = node;
+      visit(node);
       progress_.step([&] {
         return 0.7 * static_cast<double>(XmlDocument::offsetOf(node)) / static_cast<double>(document_.size());
       });
@@ -350,69 +365,68 @@ class Reader {
 
   /// One of several roots.
   void readRoot(pugi::xml_node node) {
-    const std::size_t declarations = declareNamespaces(node);
+    const std::size_t declarations = declareNamespaces();
     const QName name = splitQName(node.name());
     if (!isXmiNamespace(namespaceOf(name.prefix))) return openRoot(node, declarations);
     // Tells about the program that wrote the document, nothing about the model.
     if (name.local != "Documentation" && name.local != "documentation")
       fail(join("the element ", inQuotes(node.name()), " cannot be kept in a model"));
-    leaveNamespaces(declarations);
+    namespaces_.leave(declarations);
   }
 
   void readFeature(const Frame& frame, pugi::xml_node node) {
-    const std::size_t declarations = declareNamespaces(node);
-    const ClassTable& table = *frame.table;
+    const std::size_t declarations = declareNamespaces();
+    ClassTable& table = *frame.table;
     const QName name = splitQName(node.name());
     const Feature* feature = table.findByElement(name.local);
-    if (feature == nullptr || !isNamespaceOf(table, *feature, name.prefix)) refuseUnknown(table, node.name());
-    if (feature->kind == FeatureKind::none) refuseStorage(table, *feature);
-    if (feature->kind == FeatureKind::child && !feature->mapping->isIgnored)
+    if (feature == nullptr || !isNamespaceOf(table, *feature, name.prefix)) failUnknown(table, node.name());
+    if (!feature->isStored()) failStorage(table, *feature);
+    if (feature->isChild() && !feature->mapping->isIgnored)
       return openChild(frame, *feature, node, declarations);
     if (!feature->mapping->isIgnored) readLeaf(frame.element, table, *feature, node);
-    leaveNamespaces(declarations);
+    namespaces_.leave(declarations);
   }
 
   /// A prefix, where there is one, must stand for where the feature comes from.
-  bool isNamespaceOf(const ClassTable& table, const Feature& feature, std::string_view prefix) const {
+  bool isNamespaceOf(ClassTable& table, const Feature& feature, std::string_view prefix) {
     if (prefix.empty()) return true;
     const std::string_view uri = namespaceOf(prefix);
     return uri == feature.mapping->xmlNamespace || uri == table.type()->getPackageUriUtf8() ||
            uri == feature.property->getOwner()->getPackageUriUtf8();
   }
 
-  void readLeaf(Element element, const ClassTable& table, const Feature& feature, pugi::xml_node node) {
+  void readLeaf(Element element, ClassTable& table, const Feature& feature, pugi::xml_node node) {
     if (hasChildElement(node)) fail(join("feature ", nameOf(table, feature), " does not contain elements"));
-    if (feature.kind == FeatureKind::reference)
+    if (feature.isReference())
       readReferenceElement(element, table, feature, node);
     else
       readValueElement(element, table, feature, node);
   }
 
-  void readValueElement(Element element, const ClassTable& table, const Feature& feature,
-                        pugi::xml_node node) {
-    const Special special = readSpecial(node);
-    refuseAttributes(table, feature, node);
+  void readValueElement(Element element, ClassTable& table, const Feature& feature, pugi::xml_node node) {
+    const Special special = readSpecial();
+    for (const Attribute& attribute : attributes_)
+      if (!attribute.isSpecial) failAttribute(table, feature, attribute);
     if (!special.type.empty() || !special.id.empty() || !special.uuid.empty() || !special.idref.empty())
       fail(join("a value of feature ", nameOf(table, feature), " has neither a type nor an identity"));
     if (!special.isNil) return readValue(element, table, feature, textOf(node));
-    if (feature.isMany || !feature.property->isOptional())
+    if (feature.isMany() || !feature.property->isOptional())
       fail(join("feature ", nameOf(table, feature), " cannot hold an explicitly empty value"));
     if (element.isSet(feature.property)) fail(join("feature ", nameOf(table, feature), " is given twice"));
     element.setEmpty(feature.property);
   }
 
-  void refuseAttributes(const ClassTable& table, const Feature& feature, pugi::xml_node node) const {
-    forEachAttribute(node, [&](const QName& name, std::string_view) {
-      fail(join("the attribute ", inQuotes(name.local), " has no meaning for feature ",
-                nameOf(table, feature)));
-    });
+  [[noreturn]] void failAttribute(ClassTable& table, const Feature& feature,
+                                  const Attribute& attribute) const {
+    fail(join("the attribute ", inQuotes(attribute.split.local), " has no meaning for feature ",
+              nameOf(table, feature)));
   }
 
-  [[noreturn]] void refuseUnknown(const ClassTable& table, std::string_view name) const {
+  [[noreturn]] void failUnknown(ClassTable& table, std::string_view name) const {
     fail(join("class ", table.type()->getQualifiedNameUtf8(), " has no feature ", inQuotes(name)));
   }
 
-  [[noreturn]] void refuseStorage(const ClassTable& table, const Feature& feature) const {
+  [[noreturn]] void failStorage(ClassTable& table, const Feature& feature) const {
     const std::string name = join("feature ", nameOf(table, feature));
     switch (feature.mapping->storage) {
       case Storage::featureMap:
@@ -432,23 +446,21 @@ class Reader {
 
   // --- References ------------------------------------------------------------------------------
 
-  void readReferenceElement(Element element, const ClassTable& table, const Feature& feature,
-                            pugi::xml_node node) {
-    const Special special = readSpecial(node);
+  void readReferenceElement(Element element, ClassTable& table, const Feature& feature, pugi::xml_node node) {
+    const Special special = readSpecial();
     if (special.isNil) fail(join("feature ", nameOf(table, feature), " cannot be explicitly empty"));
     meta::Class type;
     if (!special.type.empty()) type = classOf(special.type);
     std::string_view href;
-    forEachAttribute(node, [&](const QName& name, std::string_view value) {
-      if (name.local != "href")
-        fail(join("the attribute ", inQuotes(name.local), " has no meaning for feature ",
-                  nameOf(table, feature)));
-      href = value;
-    });
+    for (const Attribute& attribute : attributes_) {
+      if (attribute.isSpecial) continue;
+      if (attribute.split.local != "href") failAttribute(table, feature, attribute);
+      href = attribute.value;
+    }
     if (!href.empty()) {
-      pending_.push_back({element, &feature, node, href, type, true});
+      pending_.push_back({element, &feature, node, href, type, TextKind::href});
     } else if (!special.idref.empty()) {
-      pending_.push_back({element, &feature, node, special.idref, type, false});
+      pending_.push_back({element, &feature, node, special.idref, type, TextKind::uri});
     } else {
       texts_.push_back(textOf(node));
       if (isBlank(texts_.back())) fail(join("feature ", nameOf(table, feature), " names no target"));
@@ -458,9 +470,9 @@ class Reader {
 
   void deferWords(pugi::xml_node node, Element element, const Feature& feature, std::string_view text) {
     if (isBlank(text)) {
-      if (feature.isMany && !element.isSet(feature.property)) element.setEmpty(feature.property);
+      if (feature.isMany() && !element.isSet(feature.property)) element.setEmpty(feature.property);
     } else if (text.find('#') == std::string_view::npos) {
-      pending_.push_back({element, &feature, node, text, {}, false});
+      pending_.push_back({element, &feature, node, text, {}, TextKind::fragments});
     } else {
       deferTypedWords(node, element, feature, text);
     }
@@ -475,8 +487,8 @@ class Reader {
       const bool isType = word.find('#') == std::string_view::npos &&
                           word.find(':') != std::string_view::npos &&
                           next.find('#') != std::string_view::npos;
-      pending_.push_back(
-          {element, &feature, node, isType ? next : word, isType ? classOf(word) : meta::Class(), false});
+      pending_.push_back({element, &feature, node, isType ? next : word,
+                          isType ? classOf(word) : meta::Class(), TextKind::uri});
       word = isType ? takeWord(text) : next;
     }
   }
@@ -485,7 +497,7 @@ class Reader {
     for (std::size_t i = 0; i < pending_.size(); ++i) {
       const Pending& pending = pending_[i];
       current_ = pending.node;
-      if (pending.isHref)
+      if (pending.kind == TextKind::href)
         resolve(pending, pending.text);
       else
         resolveWords(pending);
@@ -502,13 +514,14 @@ class Reader {
   void resolve(const Pending& pending, std::string_view word) {
     const Feature& feature = *pending.feature;
     Element source = pending.source;
-    if (!feature.isMany && source.isSet(feature.property))
+    if (!feature.isMany() && source.isSet(feature.property))
       fail(join("feature ", nameOf(content_->tables.of(source.getType()), feature), " is given twice"));
-    const std::size_t hash = word.find('#');
-    const bool isExternal = pending.isHref ? hash != 0 : hash != std::string_view::npos && hash > 0;
+    const std::size_t hash = pending.kind == TextKind::fragments ? std::string_view::npos : word.find('#');
+    const bool isHref = pending.kind == TextKind::href;
+    const bool isExternal = isHref ? hash != 0 : hash != std::string_view::npos && hash > 0;
     if (isExternal) {
       const meta::Type type = pending.type ? meta::Type(pending.type) : feature.property->getType();
-      source.putUnresolved(feature.property, toUnresolved(word, pending.isHref ? hrefForm : attributeForm,
+      source.putUnresolved(feature.property, toUnresolved(word, isHref ? kHrefForm : kAttributeForm,
                                                           type->getQualifiedNameUtf8()));
     } else {
       source.putReference(feature.property, find(pending, hash == 0 ? word.substr(1) : word));
@@ -531,11 +544,18 @@ class Reader {
   ProgressMeter progress_;
   std::unique_ptr<XmiContent> content_;
   NamespaceScope namespaces_;
-  TextMap<meta::Class> types_;  // by the name in the document, under the declarations in force
+  std::unordered_map<std::string_view, NamedClass, TextHash> classes_;  // by the name in the document
+  // The one that was asked for last: documents repeat themselves.
+  NamedClass* lastClass_ = nullptr;
+  std::string_view lastClassName_;
   std::vector<Frame> frames_;
-  std::vector<Pending> pending_;
+  std::deque<Pending> pending_;    // grows without moving, which costs much with this many
   std::deque<std::string> texts_;  // of references given as character data
+  // The element that is looked at, and its attributes.
   pugi::xml_node current_;
+  std::vector<Attribute> attributes_;
+  bool hasDeclarations_ = false;
+  bool hasPrefixes_ = false;  // beside those of declarations
 };
 
 }  // namespace

@@ -1,9 +1,8 @@
 #include "Addresses.h"
 #include "ClassTable.h"
 #include "Errors.h"
-#include "ExternalReferences.h"
+#include "Fragments.h"
 #include "Namespaces.h"
-#include "Prefixes.h"
 #include "ProgressMeter.h"
 #include "Values.h"
 #include "XmlEscape.h"
@@ -14,8 +13,8 @@ namespace kr::zero::ecore {
 namespace {
 
 /// Deeper elements are not indented further: a deep model would be mostly blanks.
-constexpr std::size_t deepestIndent = 100;
-constexpr std::string_view noCharacter = "the text holds a character that XML does not have";
+constexpr std::size_t kDeepestIndent = 100;
+constexpr std::string_view kNoCharacter = "the text holds a character that XML does not have";
 
 class Writer {
  public:
@@ -63,9 +62,9 @@ class Writer {
       const std::string& uri = root.getType()->getPackageUriUtf8();
       const PackageMapping* package = mapping_.findPackage(uri);
       isPlainXml_ = isPlainXml_ && package != nullptr && package->hasXmlNames;
-      isEcore_ = isEcore_ || uri == ecoreNamespace;
+      isEcore_ = isEcore_ || uri == kEcoreNamespace;
     }
-    if (!isPlainXml_) prefixes_.of(xmiNamespace);
+    if (!isPlainXml_) prefixes_.of(kXmiNamespace);
   }
 
   void writeRoots(const std::vector<Element>& roots) {
@@ -84,7 +83,7 @@ class Writer {
   std::string finish() {
     std::string document = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<";
     document.append(rootName_);
-    if (!isPlainXml_) document.append(" ").append(prefixes_.of(xmiNamespace)).append(":version=\"2.0\"");
+    if (!isPlainXml_) document.append(" ").append(prefixes_.of(kXmiNamespace)).append(":version=\"2.0\"");
     if (!prefixes_.appendDeclarations(document)) throw EcoreError("the URI of a package has no form in XML");
     return document.append(body_);
   }
@@ -108,7 +107,7 @@ class Writer {
     return known = uri.empty() ? std::string(name) : join(prefixes_.of(uri), ":", name);
   }
 
-  void indent() { body_.append(2 * std::min(indent_, deepestIndent), ' '); }
+  void indent() { body_.append(2 * std::min(indent_, kDeepestIndent), ' '); }
 
   // --- Elements --------------------------------------------------------------------------------
 
@@ -132,7 +131,7 @@ class Writer {
 
   void writeType(Element element, const Feature* holder) {
     if (holder == nullptr || meta::Type(element.getType()) == holder->property->getType()) return;
-    beginAttribute(prefixes_.of(xsiNamespace) + ":type");
+    beginAttribute(prefixes_.of(kXsiNamespace) + ":type");
     body_.append(qualifiedName(element.getType())).append("\"");
   }
 
@@ -140,7 +139,7 @@ class Writer {
     const auto identity = element.getIdentity();
     if (!identity) return;
     isPlainXml_ = false;
-    const std::string& xmi = prefixes_.of(xmiNamespace);
+    const std::string& xmi = prefixes_.of(kXmiNamespace);
     if (identity->first == "xmi:id") return attribute(element, xmi + ":id", identity->second);
     if (identity->first == "xmi:uuid" && identity->second.find('#') == std::string_view::npos)
       return attribute(element, xmi + ":uuid", identity->second);
@@ -177,12 +176,12 @@ class Writer {
 
   /// How many values of a feature are written as elements.
   static std::size_t countElements(Element element, const Feature& feature) {
-    if (feature.kind == FeatureKind::none) return 0;
+    if (!feature.isStored()) return 0;
     const PropertyState state = element.getState(feature.property);
-    if (state == PropertyState::empty) return isPrimitive(feature.kind) && !feature.isMany ? 1 : 0;
+    if (state == PropertyState::empty) return feature.isPrimitive() && !feature.isMany() ? 1 : 0;
     if (state == PropertyState::unset) return 0;
     const bool isAttribute =
-        feature.isAttributeForm() && (feature.kind != FeatureKind::reference || !hasHref(element, feature));
+        feature.isAttributeForm() && (!feature.isReference() || !hasHref(element, feature));
     return isAttribute ? 0 : element.size(feature.property);
   }
 
@@ -195,11 +194,11 @@ class Writer {
     indent();
     const std::string& name = nameOf(feature);
     body_.append("<").append(name);
-    if (feature.kind == FeatureKind::child) {
+    if (feature.isChild()) {
       open(element.getElement(feature.property, position), &feature, name);
     } else if (element.getState(feature.property) == PropertyState::empty) {
-      body_.append(" ").append(prefixes_.of(xsiNamespace)).append(":nil=\"true\"/>\n");
-    } else if (feature.kind == FeatureKind::reference) {
+      body_.append(" ").append(prefixes_.of(kXsiNamespace)).append(":nil=\"true\"/>\n");
+    } else if (feature.isReference()) {
       writeReferenceElement(element, feature, position);
     } else {
       body_.append(">");
@@ -220,7 +219,7 @@ class Writer {
   }
 
   void characterData(Element element, const Feature& feature, std::string_view text) {
-    if (!appendCharacterData(body_, text)) fail(element, feature, noCharacter);
+    if (!appendCharacterData(body_, text)) fail(element, feature, kNoCharacter);
   }
 
   // --- Attributes ------------------------------------------------------------------------------
@@ -235,13 +234,13 @@ class Writer {
   }
 
   void writeAttribute(Element element, const Feature& feature) {
-    if (feature.kind == FeatureKind::none || feature.kind == FeatureKind::child) return;
+    if (!feature.isStored() || feature.isChild()) return;
     const PropertyState state = element.getState(feature.property);
     if (state == PropertyState::unset) return;
     if (state == PropertyState::empty) {
-      if (feature.isMany) attribute(element, nameOf(feature), "");
+      if (feature.isMany()) attribute(element, nameOf(feature), "");
     } else if (feature.isAttributeForm()) {
-      if (feature.kind == FeatureKind::reference)
+      if (feature.isReference())
         writeReferences(element, feature);
       else
         writeSingle(element, feature);
@@ -255,7 +254,7 @@ class Writer {
   }
 
   void appendText(Element element, const Feature& feature, std::string_view text) {
-    if (!appendAttributeText(body_, text)) fail(element, feature, noCharacter);
+    if (!appendAttributeText(body_, text)) fail(element, feature, kNoCharacter);
   }
 
   // --- References ------------------------------------------------------------------------------
@@ -265,7 +264,7 @@ class Writer {
     const std::size_t size = element.size(feature.property);
     for (std::size_t i = 0; i < size; ++i)
       if (!element.getReference(feature.property, i) &&
-          element.getUnresolved(feature.property, i)->id1 != attributeForm)
+          element.getUnresolved(feature.property, i)->id1 != kAttributeForm)
         return true;
     return false;
   }
@@ -301,7 +300,7 @@ class Writer {
     } else {
       const UnresolvedReference reference = externalReference(element, feature, position);
       if (const meta::Type type = targetType(element, feature, reference)) {
-        beginAttribute(prefixes_.of(xsiNamespace) + ":type");
+        beginAttribute(prefixes_.of(kXsiNamespace) + ":type");
         body_.append(qualifiedName(type)).append("\"");
       }
       beginAttribute("href");

@@ -6,17 +6,22 @@ namespace kr::zero::ecore {
 
 namespace {
 
-// Blanks between elements are kept, because beside a comment or a CDATA section they may belong to a value.
-constexpr unsigned parseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_wconv_attribute |
-                                pugi::parse_eol | pugi::parse_ws_pcdata;
+constexpr unsigned kParseFlags =
+    pugi::parse_cdata | pugi::parse_escapes | pugi::parse_wconv_attribute | pugi::parse_eol;
 
 }  // namespace
 
-XmlDocument::XmlDocument(std::string text, std::string_view name)
+XmlDocument::XmlDocument(std::string text, std::string_view name, bool keepsBlanks)
     : name_(name), text_(std::move(text)), lines_(text_) {
-  checkXml(text_, lines_, name_);
+  // Beside a comment or a CDATA section blanks may belong to a value, which elsewhere is one piece.
+  const bool isInPieces = checkXml(text_, lines_, name_);
+  // A text that breaks off one character behind a "<" has an element that is not closed. Where the blanks
+  // before are skipped the parser does not come to that, but calls the tag unknown.
+  const bool breaksOff = text_.size() > 1 && text_[text_.size() - 2] == '<';
+  const bool keepsAll = keepsBlanks || isInPieces || breaksOff;
+  const unsigned blanks = keepsAll ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
   const pugi::xml_parse_result result =
-      document_.load_buffer_inplace(text_.data(), text_.size(), parseFlags, pugi::encoding_utf8);
+      document_.load_buffer_inplace(text_.data(), text_.size(), kParseFlags | blanks, pugi::encoding_utf8);
   if (result.status == pugi::status_no_document_element || (result && !root()))
     failIn(name_, "it is empty: there is no root element");
   if (!result)
@@ -34,7 +39,5 @@ std::string textOf(pugi::xml_node element) {
     if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) text += child.value();
   return text;
 }
-
-bool isBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
 }  // namespace kr::zero::ecore

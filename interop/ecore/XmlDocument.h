@@ -15,8 +15,9 @@ class XmlDocument {
  public:
   /// @param text UTF-8, as decodeXml gives it.
   /// @param name what error texts call the document.
+  /// @param keepsBlanks character data of nothing but blanks stays even beside elements.
   /// @throws EcoreError where it is not well-formed XML.
-  XmlDocument(std::string text, std::string_view name);
+  XmlDocument(std::string text, std::string_view name, bool keepsBlanks = false);
   XmlDocument(const XmlDocument&) = delete;
   XmlDocument& operator=(const XmlDocument&) = delete;
 
@@ -40,8 +41,5 @@ class XmlDocument {
 
 /// The character data directly below an element, joined.
 std::string textOf(pugi::xml_node element);
-
-/// Whether character data is nothing but blanks.
-bool isBlank(std::string_view text);
 
 }  // namespace kr::zero::ecore

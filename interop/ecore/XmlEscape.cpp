@@ -19,7 +19,7 @@ constexpr std::array<Escape, 256> makeEscapes() {
   return escapes;
 }
 
-constexpr std::array<Escape, 256> escapes = makeEscapes();
+constexpr std::array<Escape, 256> kEscapes = makeEscapes();
 
 std::string_view referenceTo(char c) {
   switch (c) {
@@ -49,7 +49,7 @@ bool isNoCharacter(std::string_view text, std::size_t at) {
 bool append(std::string& out, std::string_view text, Escape own) {
   std::size_t start = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const Escape escape = escapes[static_cast<unsigned char>(text[i])];
+    const Escape escape = kEscapes[static_cast<unsigned char>(text[i])];
     if (escape == plain) continue;
     if (escape == forbidden || (escape == lead && isNoCharacter(text, i))) return false;
     if (escape != always && escape != own) continue;

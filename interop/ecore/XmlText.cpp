@@ -4,9 +4,12 @@
 #include <utf8.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -16,8 +19,6 @@ namespace kr::zero::ecore {
 
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n";
-
 bool startsWith(std::string_view text, std::string_view head) { return text.substr(0, head.size()) == head; }
 
 std::string upperCase(std::string_view text) {
@@ -26,6 +27,10 @@ std::string upperCase(std::string_view text) {
                  [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
   return upper;
 }
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
 
 struct IconvCloser {
   void operator()(void* handle) const { iconv_close(handle); }
@@ -84,21 +89,54 @@ bool isXmlCharacter(std::uint32_t c) {
   return c < 0xD800 || (c > 0xDFFF && c < 0xFFFE) || (c > 0xFFFF && c <= 0x10FFFF);
 }
 
-/// One pass over the structure, with the depth as its only memory: the parser behind checks the rest.
+/// What a character can be to the check.
+enum Mark : std::uint8_t {
+  kMarkup = 1,     // "<"
+  kReference = 2,  // "&"
+  kTagEnd = 4,     // ">"
+  kQuote = 8,
+  kLineEnd = 16,
+};
+
+constexpr std::array<std::uint8_t, 256> makeMarks() {
+  std::array<std::uint8_t, 256> marks{};
+  marks['<'] = kMarkup;
+  marks['&'] = kReference;
+  marks['>'] = kTagEnd;
+  marks['"'] = marks['\''] = kQuote;
+  marks['\n'] = marks['\r'] = kLineEnd;
+  return marks;
+}
+
+constexpr std::array<std::uint8_t, 256> kMarks = makeMarks();
+
+/// Offset of the next character with one of the marks, or the end.
+std::size_t findMark(std::string_view text, std::size_t from, unsigned marks) {
+  const auto isMarked = [&](std::size_t i) {
+    return (kMarks[static_cast<unsigned char>(text[i])] & marks) != 0;
+  };
+  for (; text.size() - from >= 4; from += 4) {
+    if (isMarked(from)) return from;
+    if (isMarked(from + 1)) return from + 1;
+    if (isMarked(from + 2)) return from + 2;
+    if (isMarked(from + 3)) return from + 3;
+  }
+  while (from < text.size() && !isMarked(from)) ++from;
+  return from;
+}
+
+/// Checks the characters, then the structure with the depth as its only memory: the parser behind checks
+/// the rest.
 class StructureCheck {
  public:
   StructureCheck(std::string_view text, const LineTable& lines, std::string_view name)
       : text_(text), lines_(lines), name_(name) {}
 
   void characters() {
-    for (std::size_t i = 0; i < text_.size();) {
+    for (std::size_t i = findSuspect(0); i < text_.size(); i = findSuspect(i)) {
       const auto c = static_cast<unsigned char>(text_[i]);
-      if (c >= 0x80)
-        i += checkedLength(i);
-      else if (c < 0x20 && !isXmlCharacter(c))
-        fail(i, join("the character ", std::to_string(c), " cannot stand in XML"));
-      else
-        ++i;
+      if (c < 0x20) fail(i, join("the character ", std::to_string(c), " cannot stand in XML"));
+      i += checkedLength(i);
     }
   }
 
@@ -111,9 +149,31 @@ class StructureCheck {
     }
   }
 
+  /// Whether there is anything but elements and character data inside of the root.
+  bool hasOtherMarkup() const noexcept { return hasOtherMarkup_; }
+
  private:
   [[noreturn]] void fail(std::size_t offset, std::string_view what) const {
     failAt(name_, lines_.lineOf(offset), what);
+  }
+
+  /// 1 for a byte that is neither a printable character of ASCII nor a blank; without branches, so that the
+  /// compiler takes sixteen at a time.
+  static unsigned char isSuspect(char c) noexcept {
+    return static_cast<unsigned char>((static_cast<signed char>(c) < 0x20) & (c != '\t') & (c != '\n') &
+                                      (c != '\r'));
+  }
+
+  /// Offset of the next byte to be looked at, or the end.
+  std::size_t findSuspect(std::size_t from) const {
+    constexpr std::size_t kBlock = 32;
+    for (; text_.size() - from >= kBlock; from += kBlock) {
+      unsigned char anySuspect = 0;
+      for (std::size_t i = 0; i < kBlock; ++i) anySuspect |= isSuspect(text_[from + i]);
+      if (anySuspect != 0) break;
+    }
+    while (from < text_.size() && isSuspect(text_[from]) == 0) ++from;
+    return from;
   }
 
   std::size_t checkedLength(std::size_t offset) const {
@@ -129,24 +189,35 @@ class StructureCheck {
   }
 
   void characterData() {
+    if (depth_ == 0) return textOutside();
+    position_ = findMark(text_, position_, kMarkup | kReference);
+    while (position_ < text_.size() && text_[position_] == '&') {
+      reference(position_);
+      position_ = findMark(text_, position_ + 1, kMarkup | kReference);
+    }
+  }
+
+  void textOutside() {
     for (; position_ < text_.size() && text_[position_] != '<'; ++position_) {
       if (text_[position_] == '&')
         reference(position_);
-      else if (depth_ == 0 && blanks.find(text_[position_]) == std::string_view::npos)
+      else if (!isBlank(text_[position_]))
         fail(position_, "there is text outside of the root element");
     }
   }
 
   void markup() {
     const std::string_view rest = text_.substr(position_);
-    if (startsWith(rest, "<!--")) return skipPast("-->", 4);
-    if (startsWith(rest, "<![CDATA[")) return skipPast("]]>", 9);
-    if (startsWith(rest, "<?")) return skipPast("?>", 2);
-    if (startsWith(rest, "<!DOCTYPE")) return documentType();
-    if (startsWith(rest, "</")) {
+    if (rest.size() < 2 || (rest[1] != '!' && rest[1] != '?' && rest[1] != '/')) return startTag();
+    if (rest[1] == '/') {
       if (depth_ > 0) --depth_;
       return skipPast(">", 2);
     }
+    if (startsWith(rest, "<!DOCTYPE")) return documentType();
+    if (depth_ > 0) hasOtherMarkup_ = true;
+    if (startsWith(rest, "<!--")) return skipPast("-->", 4);
+    if (startsWith(rest, "<![CDATA[")) return skipPast("]]>", 9);
+    if (startsWith(rest, "<?")) return skipPast("?>", 2);
     startTag();
   }
 
@@ -165,21 +236,48 @@ class StructureCheck {
   void startTag() {
     if (depth_ == 0 && rootSeen_) fail(position_, "there is a second root element");
     rootSeen_ = true;
-    char quote = 0;
-    std::size_t i = position_ + 1;
-    for (; i < text_.size() && (quote != 0 || text_[i] != '>'); ++i) {
-      const char c = text_[i];
-      if (quote == 0 && (c == '"' || c == '\''))
-        quote = c;
-      else if (c == quote)
-        quote = 0;
-      else if (quote != 0 && c == '<')
-        fail(i, "the character \"<\" stands in the value of an attribute");
-      else if (quote != 0 && c == '&')
-        reference(i);
+    std::size_t i = nextOf('>', position_, nextTagEnd_);
+    if (!isPlainTag(position_ + 1, i)) {
+      i = findMark(text_, position_ + 1, kTagEnd | kQuote);
+      while (i < text_.size() && text_[i] != '>') i = findMark(text_, endOfValue(i), kTagEnd | kQuote);
     }
     if (i < text_.size() && text_[i - 1] != '/') ++depth_;
     position_ = std::min(i + 1, text_.size());
+  }
+
+  /// Whether a tag ends at the first ">" behind its beginning, and has no more to be checked.
+  bool isPlainTag(std::size_t from, std::size_t end) {
+    return end < nextOf('<', from, nextMarkup_) && end < nextOf('&', from, nextReference_) &&
+           end < nextOf('\'', from, nextApostrophe_) && !hasOddQuotes(text_.substr(from, end - from));
+  }
+
+  static bool hasOddQuotes(std::string_view text) {
+    constexpr std::size_t kBlock = 16;  // without branches, so that the compiler takes it at once
+    unsigned char odd = 0;
+    std::size_t i = 0;
+    for (; text.size() - i >= kBlock; i += kBlock)
+      for (std::size_t k = 0; k < kBlock; ++k) odd ^= static_cast<unsigned char>(text[i + k] == '"');
+    for (; i < text.size(); ++i) odd ^= static_cast<unsigned char>(text[i] == '"');
+    return odd != 0;
+  }
+
+  /// Offset behind the quotation mark that closes the one at `open`, or the end of the text.
+  std::size_t endOfValue(std::size_t open) {
+    const std::size_t close = text_.find(text_[open], open + 1);
+    if (close < nextOf('<', open, nextMarkup_) && close < nextOf('&', open, nextReference_)) return close + 1;
+    for (std::size_t i = open;;) {
+      i = findMark(text_, i + 1, kQuote | kMarkup | kReference);
+      if (i == text_.size()) return i;
+      if (text_[i] == text_[open]) return i + 1;
+      if (text_[i] == '<') fail(i, "the character \"<\" stands in the value of an attribute");
+      if (text_[i] == '&') reference(i);
+    }
+  }
+
+  /// Where a character stands next; `known` is the answer of the last time, for an earlier place.
+  std::size_t nextOf(char c, std::size_t from, std::size_t& known) const {
+    if (known < from) known = text_.find(c, from);
+    return known;
   }
 
   void reference(std::size_t offset) const {
@@ -210,21 +308,43 @@ class StructureCheck {
   std::string_view name_;
   std::size_t position_ = 0;
   std::size_t depth_ = 0;
+  std::size_t nextMarkup_ = 0;
+  std::size_t nextReference_ = 0;
+  std::size_t nextApostrophe_ = 0;
+  std::size_t nextTagEnd_ = 0;
   bool rootSeen_ = false;
+  bool hasOtherMarkup_ = false;
 };
 
 }  // namespace
 
 LineTable::LineTable(std::string_view text) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool loneReturn = text[i] == '\r' && (i + 1 == text.size() || text[i + 1] != '\n');
-    if (text[i] == '\n' || loneReturn) starts_.push_back(i + 1);
-  }
+  // Most files hold no carriage returns; there the library's search does, which takes many bytes at a time.
+  const bool hasReturns = text.find('\r') != std::string_view::npos;
+  const auto next = [&](std::size_t from) {
+    return hasReturns ? findMark(text, from, kLineEnd) : std::min(text.find('\n', from), text.size());
+  };
+  for (std::size_t i = next(0); i < text.size(); i = next(i + 1))
+    if (text[i] == '\n' || i + 1 == text.size() || text[i + 1] != '\n') starts_.push_back(i + 1);
 }
 
 std::size_t LineTable::lineOf(std::size_t offset) const {
   const auto after = std::upper_bound(starts_.begin(), starts_.end(), offset);
   return static_cast<std::size_t>(after - starts_.begin()) + 1;
+}
+
+std::string readFile(const std::string& path) {
+  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  if (!file) failIn(path, join("it cannot be opened: ", std::strerror(errno)));
+  std::string bytes;
+  char piece[std::size_t{1} << 16];
+  for (;;) {
+    const std::size_t count = std::fread(piece, 1, sizeof piece, file.get());
+    bytes.append(piece, count);
+    if (count < sizeof piece) break;
+  }
+  if (std::ferror(file.get()) != 0) failIn(path, join("it cannot be read: ", std::strerror(errno)));
+  return bytes;
 }
 
 std::string_view declaredEncoding(std::string_view text) {
@@ -252,10 +372,11 @@ std::string decodeXml(std::string bytes, std::string_view name) {
   return convert(bytes, encoding, name);
 }
 
-void checkXml(std::string_view text, const LineTable& lines, std::string_view name) {
+bool checkXml(std::string_view text, const LineTable& lines, std::string_view name) {
   StructureCheck check(text, lines, name);
   check.characters();
   check.structure();
+  return check.hasOtherMarkup();
 }
 
 }  // namespace kr::zero::ecore

@@ -1,13 +1,28 @@
 #include "kr/zero/io/BinarySerializer.h"
 
+#if __has_include("kr/zero/io/BulkEventProcessor.h")
+#include "direct/BulkBinaryEventProcessor.h"
+#else
 #include "direct/BinaryEventProcessor.h"
+#endif
 #include "direct/BinaryModelTraverser.h"
 
 namespace kr::zero::io {
 
+namespace {
+
+// A framework may know the named operations only.
+#if __has_include("kr/zero/io/BulkEventProcessor.h")
+using Processor = BulkBinaryEventProcessor;
+#else
+using Processor = BinaryEventProcessor;
+#endif
+
+}  // namespace
+
 /// What the base owns, made in this order.
 struct BinarySerializer::Collaborators {
-  std::unique_ptr<EventProcessor> processor = std::make_unique<BinaryEventProcessor>();
+  std::unique_ptr<EventProcessor> processor = std::make_unique<Processor>();
   std::unique_ptr<SerializeCustomizer> customizer = std::make_unique<SerializeCustomizer>(ustring());
   std::unique_ptr<ModelTraverser> traverser = std::make_unique<BinaryModelTraverser>();
 };

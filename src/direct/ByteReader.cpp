@@ -27,6 +27,8 @@ void ByteReader::failTextCutShort(const std::uint8_t* start) {
   failCorrupt("Text cut short");
 }
 
+void ByteReader::failIllFormed() const { failCorrupt("Text is not well-formed UTF-8"); }
+
 void ByteReader::failCorrupt(const char* detail) const {
   errors::raiseWithSpan<kr0::io::CorruptInput>(errors::corruptInput(), span_, detail);
 }

@@ -2,13 +2,16 @@
 /// Internal: reads the units of the direct format, each checked against the end of the input.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
 #include "direct/DirectFormat.h"
 #include "fl/i18n/converter.h"
+#include "fl/i18n/utf8.h"
 #include "kr/zero/log/Span.h"
 #include "kr/zero/ustring.h"
 #include "values/PrimitiveDecoding.h"
@@ -50,13 +53,33 @@ class ByteReader : public values::ParseState {
   void readUtf16(ustring& text) { toUtf16(readText(), text); }
   /// @throws Error<kr0::io::CorruptInput> for bytes that are not well-formed UTF-8.
   void toUtf16(std::string_view utf8, ustring& text) const {
-    if (!converter_.convert(utf8, text)) failCorrupt("Text is not well-formed UTF-8");
+    if (!converter_.convert(utf8, text)) failIllFormed();
+  }
+
+  /// @throws Error<kr0::io::CorruptInput> for bytes that are not well-formed UTF-8.
+  void requireWellFormed(std::string_view utf8) const {
+    if (!isShortAscii(utf8) && !fl::i18n::isWellFormedUtf8(utf8)) failIllFormed();
   }
 
   [[noreturn]] void failCorrupt(const char* detail) const;
 
  private:
+  /// Whether a text has up to 16 bytes, as most have, and all are ASCII: two loads that may overlap tell.
+  static bool isShortAscii(std::string_view text) noexcept {
+    const auto ends = [text]<class Word>(Word word) {
+      Word last;
+      std::memcpy(&word, text.data(), sizeof word);
+      std::memcpy(&last, text.data() + text.size() - sizeof last, sizeof last);
+      return std::uint64_t{word | last};
+    };
+    if (text.size() > 16) return false;
+    if (text.size() < 4) return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+    const std::uint64_t bits = text.size() >= 8 ? ends(std::uint64_t{}) : ends(std::uint32_t{});
+    return (bits & 0x8080808080808080) == 0;
+  }
+
   std::uint64_t readLongNumber();
+  [[noreturn]] void failIllFormed() const;
   [[noreturn]] void failTextCutShort(const std::uint8_t* start);
 
   const std::uint8_t* begin_;

@@ -1,11 +1,14 @@
 /// @file
-/// Internal: numbers of the direct format, in groups of 7 bits, lowest first; docs/formats/direct.md.
+/// Internal: numbers of the direct format, in groups of 7 bits, lowest first, and texts, which have their
+/// length in front; docs/formats/direct.md.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "direct/DirectFormat.h"
+#include "values/ByteBuffer.h"
 
 namespace kr::zero::io::direct {
 
@@ -24,6 +27,15 @@ inline std::uint8_t* encodeNumber(std::uint64_t number, std::uint8_t* out) noexc
     *out++ = static_cast<std::uint8_t>(number | kMoreGroups);
   *out++ = static_cast<std::uint8_t>(number);
   return out;
+}
+
+inline void appendNumber(values::ByteBuffer& out, std::uint64_t number) {
+  out.setEnd(encodeNumber(number, out.makeRoom(kMostNumberBytes)));
+}
+
+inline void appendText(values::ByteBuffer& out, std::string_view utf8) {
+  appendNumber(out, utf8.size());
+  out.append(reinterpret_cast<const std::uint8_t*>(utf8.data()), utf8.size());
 }
 
 /// Reads a number of any length; the bits of groups beyond the 64th start over at the lowest.

@@ -19,6 +19,10 @@ constexpr std::uint32_t endsDropped = 1;
 
 }  // namespace
 
+inline void BinaryKRGrammarTransformer::requireDocument(SylvanEventCode code) const {
+  if (!manager_) failOutside(code);
+}
+
 BinaryKRGrammarTransformer::BinaryKRGrammarTransformer(modeling::sylvan::SylvanEventProcessor<void>* target)
     : target_(target) {}
 
@@ -112,13 +116,17 @@ void BinaryKRGrammarTransformer::reset() {
   manager_ = KRGrammar::getInstance().getProcessor("document", blackboard_);
 }
 
+void BinaryKRGrammarTransformer::catchUp(const std::vector<SylvanEventCode>& way) {
+  reset();
+  for (const SylvanEventCode code : way) manager_->process(code);
+}
+
 // The manager acts on the blackboard of the object that it is in.
 void BinaryKRGrammarTransformer::bindBlackboard() noexcept {
   if (manager_) manager_->setBlackboard(blackboard_);
 }
 
-void BinaryKRGrammarTransformer::requireDocument(SylvanEventCode code) const {
-  if (manager_) return;
+void BinaryKRGrammarTransformer::failOutside(SylvanEventCode code) {
   throw modeling::sylvan::grammar::GrammarException(std::string(getName(code)) + " before StartDocument");
 }
 

@@ -5,6 +5,7 @@
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
 #include "kr/zero/io/IOFormatProvider.h"
+#include "sylvan/UnitRoad.h"
 
 namespace kr::zero::io {
 
@@ -14,7 +15,9 @@ BinaryKRSylvanParser::BinaryKRSylvanParser(std::unique_ptr<ParseCustomizer> cust
                                            std::unique_ptr<ParsingModelBuilder> builder)
     : KRSylvanParser(std::move(customizer), std::move(builder)),
       transformer_(std::make_unique<BinaryKRGrammarTransformer>(getModelBuildingTarget())),
-      assembler_(std::make_unique<BinaryAssembler>(transformer_.get())) {
+      assembler_(std::make_unique<BinaryAssembler>(transformer_.get())),
+      units_(std::make_unique<tagged::UnitRoad>(getModelBuildingUnits(), *transformer_)) {
+  assembler_->units_ = units_.get();
   formatName_ = IOFormatProvider::FORMAT_BINARY_KRSYLVAN;
 }
 

@@ -1,5 +1,7 @@
 #include "kr/zero/io/BinaryKRSylvanSerializer.h"
 
+#include "sylvan/FormatterUnits.h"
+
 namespace kr::zero::io {
 
 BinaryKRSylvanSerializer::BinaryKRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser,
@@ -24,6 +26,8 @@ modeling::sylvan::SylvanEventProcessor<void>* BinaryKRSylvanSerializer::getTarge
   // now.
   formatter_.reset();
   formatter_ = std::make_unique<BinaryFormatter>(output);
+  units_ = std::make_unique<tagged::FormatterUnits>(*formatter_);
+  offerUnits(*formatter_, *units_);
   return formatter_.get();
 }
 

@@ -2,13 +2,14 @@
 
 #include <array>
 #include <bit>
-#include <cstring>
 
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
+#include "sylvan/LowestFirst.h"
 #include "sylvan/SentPrimitives.h"
 #include "sylvan/StreamBytes.h"
 #include "sylvan/TaggedFormat.h"
+#include "sylvan/UnitRoad.h"
 #include "values/Endianness.h"
 
 namespace kr::zero::io {
@@ -30,12 +31,6 @@ constexpr const char* kWrongTag = "Byte is no tag that may stand here";
 // The longest item that is read without a look at how many bytes are left: two tags, a length, a string of
 // few bytes. A number is shorter, even where more bytes are fetched than it has.
 constexpr std::ptrdiff_t kReadyItemBytes = 3 + (tagged::SentPrimitives::kFewBytes - 1);
-
-std::uint64_t loadLowestFirst(const char* bytes) {
-  std::array<std::uint8_t, tagged::kWidestNumber> number;
-  std::memcpy(number.data(), bytes, number.size());
-  return std::bit_cast<std::uint64_t>(values::swapUnlessLittleEndian(number));
-}
 
 }  // namespace
 
@@ -74,14 +69,18 @@ void BinaryAssembler::visitString(const std::string& string) {
   readFrom<StringSource>(string, "String cannot be read");
 }
 
+// What is refused must not be told with the offset and the failure of the document before.
 void BinaryAssembler::visitUString(const ustring&) {
+  bytes_->detach();
   errors::raise<kr0::io::UstringNotSupported>(errors::ustringNotSupported());
 }
 void BinaryAssembler::visitIntermediateFormat(const void*) {
+  bytes_->detach();
   errors::raise<kr0::io::IntermediateFormatNotSupported>(errors::intermediateFormatNotSupported());
 }
 // There is no message of its own for these.
 void BinaryAssembler::visitLittleEndianByteSequence(const std::vector<unsigned char>&) {
+  bytes_->detach();
   errors::raise<kr0::io::IntermediateFormatNotSupported>(errors::intermediateFormatNotSupported());
 }
 
@@ -115,16 +114,28 @@ void BinaryAssembler::assembleEndianess() {
 }
 
 void BinaryAssembler::assemble() {
+  itemsBeforeUnits_ = 0;
   for (;;) {
+    assembleUnits();
     if (bytes_->isShared())
       assembleReadyItems<true>();
     else
       assembleReadyItems<false>();
     if (isStreamEmpty()) return;
+    if (itemsBeforeUnits_ != 0) --itemsBeforeUnits_;
     const unsigned char tag = getNextByte();
     if (tag == tags::kEndDocument) return send([this] { processor_->endDocument(); });
     assembleItem(tag);
   }
+}
+
+// Going on with events costs as much as some of them, the more the deeper the document is. So as many are
+// sent before units are tried again, or a document could choose that it always costs so much.
+void BinaryAssembler::assembleUnits() {
+  if (units_ == nullptr || !littleEndian_ || bytes_->isShared())
+    itemsBeforeUnits_ = ~std::size_t{0};
+  else if (itemsBeforeUnits_ == 0)
+    itemsBeforeUnits_ = units_->send(*bytes_);
 }
 
 // Where an item lies in memory as a whole, nothing can be missing and no byte needs a look at how many are
@@ -147,7 +158,7 @@ void BinaryAssembler::assembleReadyItems() {
     next = bytes.getNext();
     end = bytes.getEnd();
   };
-  while (end - next >= kReadyItemBytes) {
+  for (; end - next >= kReadyItemBytes && itemsBeforeUnits_ != 0; --itemsBeforeUnits_) {
     const auto tag = static_cast<unsigned char>(*next);
     if (tag == tags::kStartNamedEntry) {
       const SylvanPrimitive* const name = decodeReady(++next);
@@ -189,7 +200,7 @@ inline const SylvanPrimitive* BinaryAssembler::decodeReady(const char*& next) {
   if (isNegative || tagged::isNonNegativeTag(tag)) {
     if (!littleEndian_) return nullptr;
     const unsigned width = tagged::getMagnitudeWidthOfTag(tag);
-    const std::uint64_t magnitude = loadLowestFirst(next) & (~std::uint64_t{0} >> (64 - 8 * width));
+    const std::uint64_t magnitude = tagged::loadLowestFirst(next) & (~std::uint64_t{0} >> (64 - 8 * width));
     next += width;
     return isNegative ? &primitives_->set(static_cast<std::int64_t>(0 - magnitude))
                       : &primitives_->set(magnitude);
@@ -199,7 +210,7 @@ inline const SylvanPrimitive* BinaryAssembler::decodeReady(const char*& next) {
   if (tag == tags::kReal && littleEndian_) {
     const char* const number = next;
     next += tagged::kWidestNumber;
-    return &primitives_->set(std::bit_cast<double>(loadLowestFirst(number)));
+    return &primitives_->set(std::bit_cast<double>(tagged::loadLowestFirst(number)));
   }
   if (tag == tags::kRealZero) return &kRealZero;
   if (tag == tags::kNull) return &kNull;

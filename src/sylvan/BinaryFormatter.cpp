@@ -8,7 +8,8 @@
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
 #include "sylvan/CopyFew.h"
-#include "sylvan/GrammarChecker.h"
+#include "sylvan/FormatterInternals.h"
+#include "sylvan/FormatterUnits.h"
 #include "sylvan/PutArea.h"
 #include "sylvan/TaggedFormat.h"
 #include "values/Endianness.h"
@@ -16,6 +17,8 @@
 namespace kr::zero::io {
 
 namespace tags = tagged::tags;
+using modeling::sylvan::SylvanPrimitive;
+using tagged::FormatterInternals;
 
 namespace {
 
@@ -40,11 +43,73 @@ std::size_t putNumber(char* to, std::uint8_t tag, std::uint64_t number, std::siz
   return 1 + width;
 }
 
+std::size_t putTag(char* to, std::uint8_t tag) {
+  to[0] = static_cast<char>(tag);
+  return 1;
+}
+
+// A tag and as many bytes as the magnitude has, lowest first.
+std::size_t putMagnitude(char* to, std::uint8_t firstTag, std::uint64_t magnitude) {
+  const unsigned width = tagged::getMagnitudeWidth(magnitude);
+  return putNumber(to, static_cast<std::uint8_t>(firstTag + width - 1), magnitude, width);
+}
+
+std::size_t putUnsigned(char* to, std::uint64_t value) {
+  return value == 0 ? putTag(to, tags::kZero) : putMagnitude(to, tags::kNonNegative, value);
+}
+
+// Negation of the unsigned value also works for the lowest one.
+std::size_t putSigned(char* to, std::int64_t value) {
+  const auto number = static_cast<std::uint64_t>(value);
+  return value >= 0 ? putUnsigned(to, number) : putMagnitude(to, tags::kNegative, 0 - number);
+}
+
+std::size_t putReal(char* to, double value) {
+  if (value == 0.0) return putTag(to, tags::kRealZero);
+  return putNumber(to, tags::kReal, std::bit_cast<std::uint64_t>(value), tagged::kWidestNumber);
+}
+
+// Any primitive but a text or one without alternative.
+std::size_t putNoText(char* to, const SylvanPrimitive& value) {
+  if (const auto* const number = std::get_if<std::int64_t>(&value)) return putSigned(to, *number);
+  if (const auto* const number = std::get_if<std::uint64_t>(&value)) return putUnsigned(to, *number);
+  if (const auto* const real = std::get_if<double>(&value)) return putReal(to, *real);
+  if (std::holds_alternative<std::nullptr_t>(value)) return putTag(to, tags::kNull);
+  return putTag(to, *std::get_if<bool>(&value) ? tags::kTrue : tags::kFalse);
+}
+
 std::size_t putShortString(char* to, std::string_view string) {
   to[0] = static_cast<char>(tags::kShortString);
   to[1] = static_cast<char>(string.size());
   tagged::copyFew(to + 2, string.data(), string.size());
   return 2 + string.size();
+}
+
+std::size_t putStartOfEntry(char* to, std::string_view name) {
+  to[0] = static_cast<char>(tags::kStartNamedEntry);
+  return 1 + putShortString(to + 1, name);
+}
+
+// Bytes of an entry beside those of its texts.
+constexpr std::size_t kEntryBytes = 6;
+constexpr std::size_t kNumberEntryBytes = 4 + 1 + tagged::kWidestNumber;
+constexpr std::size_t kPairEntryBytes = 10;
+
+std::size_t putTextEntry(char* to, std::string_view name, std::string_view text) {
+  char* next = to + putStartOfEntry(to, name);
+  next += putShortString(next, text);
+  *next++ = static_cast<char>(tags::kEndNamedEntry);
+  return static_cast<std::size_t>(next - to);
+}
+
+std::size_t putPairEntry(char* to, std::string_view name, std::string_view first, std::string_view second) {
+  char* next = to + putStartOfEntry(to, name);
+  *next++ = static_cast<char>(tags::kStartSequence);
+  next += putShortString(next, first);
+  next += putShortString(next, second);
+  *next++ = static_cast<char>(tags::kEndSequence);
+  *next++ = static_cast<char>(tags::kEndNamedEntry);
+  return static_cast<std::size_t>(next - to);
 }
 
 // Appends what put() puts down. Room of a fixed size is appended and what is left of it is cut off again:
@@ -61,17 +126,19 @@ inline void appendInPlace(std::string& string, const Put& put) {
 BinaryFormatter::BinaryFormatter(const SerializationOutput& output) { output.visitOutput(*this); }
 BinaryFormatter::~BinaryFormatter() = default;
 
-void BinaryFormatter::visitFile(const ustring& path) { sink_ = std::make_unique<FileSink>(path); }
+void BinaryFormatter::visitFile(const ustring& path) {
+  FormatterInternals::setSink(*this, std::make_unique<FileSink>(path));
+}
 
 void BinaryFormatter::visitStream(std::ostream& stream) {
-  sink_ = std::make_unique<StreamSink>(stream);
-  stream_ = &stream;
+  FormatterInternals::setSink(*this, std::make_unique<StreamSink>(stream));
+  if (takesPieces_) stream_ = &stream;
 }
 
 void BinaryFormatter::visitString(std::string& string) {
   string.clear();
-  sink_ = std::make_unique<StringSink>(string);
-  string_ = &string;
+  FormatterInternals::setSink(*this, std::make_unique<StringSink>(string));
+  if (takesPieces_) string_ = &string;
 }
 
 void BinaryFormatter::visitUString(ustring&) {
@@ -94,7 +161,7 @@ void BinaryFormatter::reset() {
 
 void BinaryFormatter::startDocument(const SylvanPrimitive&) {
   start(EventCode::startDocument, kInDocument, tags::kStartDocument);
-  writeUint64(positiveType(tagged::kVersion), tagged::kVersion);
+  writeNumber(tags::kNonNegative, tagged::kVersion, tagged::getMagnitudeWidth(tagged::kVersion));
   writeString(values::endiannessMarker(true));
 }
 
@@ -148,33 +215,14 @@ bool BinaryFormatter::isDirectlyInStruct() const {
   return !states.empty() && states.top() == grammar::KRGrammar::structure;
 }
 
+// Most are texts: that is foreseen better than a jump through a table.
 void BinaryFormatter::write(const SylvanPrimitive& value) {
-  struct Encoder {
-    BinaryFormatter& to;
-    void operator()(bool content) const { to.writeByte(content ? tags::kTrue : tags::kFalse); }
-    void operator()(std::nullptr_t) const { to.writeByte(tags::kNull); }
-    void operator()(double content) const { to.writeReal(content); }
-    void operator()(std::uint64_t content) const { to.writeUnsigned(content); }
-    void operator()(std::int64_t content) const { to.writeSigned(content); }
-    void operator()(const std::string& content) const { to.writeString(content); }
-  };
-  std::visit(Encoder{*this}, value);
-}
-
-void BinaryFormatter::writeReal(double value) {
-  if (value == 0.0) return writeByte(tags::kRealZero);
-  writeNumber(tags::kReal, std::bit_cast<std::uint64_t>(value), tagged::kWidestNumber);
-}
-
-void BinaryFormatter::writeUnsigned(std::uint64_t value) {
-  writeUint64(value == 0 ? tags::kZero : positiveType(value), value);
-}
-
-void BinaryFormatter::writeSigned(std::int64_t value) {
-  if (value >= 0) return writeUnsigned(static_cast<std::uint64_t>(value));
-  // Negation of the unsigned value also works for the lowest one.
-  const std::uint64_t magnitude = 0 - static_cast<std::uint64_t>(value);
-  writeUint64(negativeType(magnitude), magnitude);
+  if (const auto* const text = std::get_if<std::string>(&value)) return writeString(*text);
+  if (value.valueless_by_exception()) throw std::bad_variant_access();
+  const auto put = [&value](char* to) { return putNoText(to, value); };
+  if (hasRoom()) return appendInPlace(*string_, put);
+  std::array<char, 1 + tagged::kWidestNumber> bytes;
+  writeBytes(bytes.data(), put(bytes.data()));
 }
 
 // Most strings are names and short texts: these are put together with their head.
@@ -190,19 +238,6 @@ void BinaryFormatter::writeString(std::string_view string) {
   else
     writeNumber(tags::kLongString, string.size(), tagged::kWidestNumber);
   writeBytes(string.data(), string.size());
-}
-
-std::uint8_t BinaryFormatter::positiveType(std::uint64_t magnitude) const {
-  return static_cast<std::uint8_t>(tags::kNonNegative + tagged::getMagnitudeWidth(magnitude) - 1);
-}
-
-std::uint8_t BinaryFormatter::negativeType(std::uint64_t magnitude) const {
-  return static_cast<std::uint8_t>(tags::kNegative + tagged::getMagnitudeWidth(magnitude) - 1);
-}
-
-// A tag and as many bytes as the magnitude has, lowest first: none for 0.
-void BinaryFormatter::writeUint64(std::uint8_t tag, std::uint64_t magnitude) {
-  writeNumber(tag, magnitude, tagged::getMagnitudeWidth(magnitude));
 }
 
 void BinaryFormatter::writeNumber(std::uint8_t tag, std::uint64_t number, std::size_t width) {
@@ -225,7 +260,6 @@ bool BinaryFormatter::hasRoom() const {
   return string_ != nullptr && string_->capacity() - string_->size() >= kRoom.size();
 }
 
-// The sinks are known, and so is what a byte written through them does. To a string it is appended.
 void BinaryFormatter::writeBytes(const char* bytes, std::size_t count) {
   if (string_ != nullptr)
     string_->append(bytes, count);
@@ -233,8 +267,86 @@ void BinaryFormatter::writeBytes(const char* bytes, std::size_t count) {
     writeThroughSink(bytes, count);
 }
 
+void BinaryFormatter::writeStartOfEntry(std::string_view name) {
+  if (3 + name.size() <= kRoom.size() && hasRoom())
+    return appendInPlace(*string_, [name](char* to) { return putStartOfEntry(to, name); });
+  writeByte(tags::kStartNamedEntry);
+  writeString(name);
+}
+
+// What an entry opens it closes itself, so it need not be noted as open.
+void tagged::FormatterUnits::writeEntry(const SylvanPrimitive& name, const SylvanPrimitive& value) {
+  const auto* const key = std::get_if<std::string>(&name);
+  if (key == nullptr || !isAlone()) return events_.writeEntry(name, value);
+  if (const auto* const text = std::get_if<std::string>(&value)) return writeTextEntry(*key, *text);
+  const bool fits = kNumberEntryBytes + key->size() <= kRoom.size() && !value.valueless_by_exception();
+  if (fits && formatter_.hasRoom())
+    return appendInPlace(*formatter_.string_, [key, &value](char* to) {
+      char* next = to + putStartOfEntry(to, *key);
+      next += putNoText(next, value);
+      next += putTag(next, tags::kEndNamedEntry);
+      return static_cast<std::size_t>(next - to);
+    });
+  formatter_.writeStartOfEntry(*key);
+  formatter_.write(value);
+  formatter_.writeByte(tags::kEndNamedEntry);
+}
+
+void tagged::FormatterUnits::writeTextEntry(const SylvanPrimitive& name, std::string_view text) {
+  const auto* const key = std::get_if<std::string>(&name);
+  if (key == nullptr || !isAlone()) return events_.writeTextEntry(name, text);
+  writeTextEntry(*key, text);
+}
+
+inline void tagged::FormatterUnits::writeTextEntry(const std::string& key, std::string_view text) {
+  if (kEntryBytes + key.size() + text.size() <= kRoom.size() && formatter_.hasRoom())
+    return appendInPlace(*formatter_.string_, [&key, text](char* to) { return putTextEntry(to, key, text); });
+  formatter_.writeStartOfEntry(key);
+  formatter_.writeString(text);
+  formatter_.writeByte(tags::kEndNamedEntry);
+}
+
+void tagged::FormatterUnits::writePairEntry(const SylvanPrimitive& name, const SylvanPrimitive& first,
+                                            const SylvanPrimitive& second) {
+  const auto* const key = std::get_if<std::string>(&name);
+  const auto* const one = std::get_if<std::string>(&first);
+  const auto* const two = std::get_if<std::string>(&second);
+  const bool areTexts = key != nullptr && one != nullptr && two != nullptr;
+  const bool fits = areTexts && kPairEntryBytes + key->size() + one->size() + two->size() <= kRoom.size();
+  if (!fits || !isAlone() || !formatter_.hasRoom()) return events_.writePairEntry(name, first, second);
+  appendInPlace(*formatter_.string_,
+                [key, one, two](char* to) { return putPairEntry(to, *key, *one, *two); });
+}
+
+void tagged::FormatterUnits::writePairStruct(const SylvanPrimitive& name, const SylvanPrimitive& value,
+                                             const SylvanPrimitive& pairName, const SylvanPrimitive& first,
+                                             const SylvanPrimitive& second) {
+  std::array<std::string_view, 5> texts;
+  std::size_t count = 0;
+  std::size_t size = 2 + kEntryBytes + kPairEntryBytes;
+  for (const SylvanPrimitive* const primitive : {&name, &value, &pairName, &first, &second})
+    if (const auto* const text = std::get_if<std::string>(primitive); text != nullptr) {
+      texts[count++] = *text;
+      size += text->size();
+    }
+  if (count != texts.size() || size > kRoom.size() || !isAlone() || !formatter_.hasRoom())
+    return events_.writePairStruct(name, value, pairName, first, second);
+  appendInPlace(*formatter_.string_, [&texts](char* to) {
+    char* next = to;
+    *next++ = static_cast<char>(tags::kStartStruct);
+    next += putTextEntry(next, texts[0], texts[1]);
+    next += putPairEntry(next, texts[2], texts[3], texts[4]);
+    *next++ = static_cast<char>(tags::kEndStruct);
+    return static_cast<std::size_t>(next - to);
+  });
+}
+
 // In pieces, so that a long string does not stand in memory twice.
 void BinaryFormatter::writeThroughSink(const char* bytes, std::size_t count) {
+  if (!takesPieces_) {
+    for (; count != 0; ++bytes, --count) sink_->writeByte(static_cast<unsigned char>(*bytes));
+    return;
+  }
   for (std::size_t piece; count != 0; bytes += piece, count -= piece) {
     piece = std::min(count, kPieceBytes);
     scratch_.assign(bytes, piece);

@@ -24,6 +24,15 @@ struct FormatterInternals {
   static void attachGrammarChecker(BinaryFormatter& formatter, GrammarChecker::Begin begin) {
     formatter.grammarChecker_ = std::make_unique<GrammarChecker>(std::move(begin));
   }
+  /// Writes to `sink` from now on: in pieces where its class says that it may be, else byte by byte. A host
+  /// with a framework of its own brings sinks of its own, which have the names of ours.
+  template <class SinkClass>
+  static void setSink(BinaryFormatter& formatter, std::unique_ptr<SinkClass> sink) {
+    formatter.sink_ = std::move(sink);
+    formatter.takesPieces_ = requires { requires SinkClass::kTakesBytesAsTheyCome; };
+    formatter.string_ = nullptr;
+    formatter.stream_ = nullptr;
+  }
   static grammar::KRGrammar::Blackboard& getBlackboard(BinaryFormatter& formatter) {
     return formatter.blackboard_;
   }

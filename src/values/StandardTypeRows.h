@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "kr/zero/meta/StandardTypes.h"
 
@@ -18,63 +19,34 @@ struct StandardTypeRow {
   static constexpr meta::LazyPrimitiveType& handle = handleOfType;
 };
 
-template <meta::LazyPrimitiveType& handleOfType, class N>
-using IntegerRow = StandardTypeRow<handleOfType, N, true>;
-template <meta::LazyPrimitiveType& handleOfType, class N = void>
-using OtherRow = StandardTypeRow<handleOfType, N, false>;
+#define KR0_UTF16(text) u##text
+#define KR0_ROW(enumerator, handleName, Name, kind, Number)                                 \
+  struct Name : StandardTypeRow<meta::StandardTypes::handleName, Number,                    \
+                                meta::infoOf(meta::StandardType::enumerator).isInteger()> { \
+    static constexpr auto name = KR0_UTF16(#Name);                                          \
+  };
+KR0_STANDARD_TYPES(KR0_ROW)
+#undef KR0_ROW
+#undef KR0_UTF16
 
-using meta::StandardTypes;
-
-struct Integer8 : IntegerRow<StandardTypes::integer8Meta, std::int8_t> {
-  static constexpr auto name = u"Integer8";
-};
-struct UInteger8 : IntegerRow<StandardTypes::uinteger8Meta, std::uint8_t> {
-  static constexpr auto name = u"UInteger8";
-};
-struct Integer16 : IntegerRow<StandardTypes::integer16Meta, std::int16_t> {
-  static constexpr auto name = u"Integer16";
-};
-struct UInteger16 : IntegerRow<StandardTypes::uinteger16Meta, std::uint16_t> {
-  static constexpr auto name = u"UInteger16";
-};
-struct Integer : IntegerRow<StandardTypes::integerMeta, std::int32_t> {
-  static constexpr auto name = u"Integer";
-};
-struct UnlimitedNatural : IntegerRow<StandardTypes::unlimitedNaturalMeta, std::uint32_t> {
-  static constexpr auto name = u"UnlimitedNatural";
-};
-struct Integer64 : IntegerRow<StandardTypes::integer64Meta, std::int64_t> {
-  static constexpr auto name = u"Integer64";
-};
-struct UInteger64 : IntegerRow<StandardTypes::uinteger64Meta, std::uint64_t> {
-  static constexpr auto name = u"UInteger64";
-};
-struct Real : OtherRow<StandardTypes::realMeta, double> {
-  static constexpr auto name = u"Real";
-};
-struct Boolean : OtherRow<StandardTypes::booleanMeta, std::uint8_t> {
-  static constexpr auto name = u"Boolean";
-};
-struct String : OtherRow<StandardTypes::stringMeta> {
-  static constexpr auto name = u"String";
-};
-struct StdString : OtherRow<StandardTypes::stdstringMeta> {
-  static constexpr auto name = u"StdString";
-};
-struct DateTime : OtherRow<StandardTypes::dateTimeMeta> {
-  static constexpr auto name = u"DateTime";
-};
-struct Uuid : OtherRow<StandardTypes::uuidMeta> {
-  static constexpr auto name = u"UUID";
-};
-struct JsonValue : OtherRow<StandardTypes::jsonValueMeta> {
-  static constexpr auto name = u"JsonValue";
-};
-struct StringToStringMap : OtherRow<StandardTypes::stringToStringMapMeta> {
-  static constexpr auto name = u"StringToStringMap";
-};
-struct ZoArray : OtherRow<StandardTypes::zoArrayMeta> {
-  static constexpr auto name = u"ZoArray";
-};
+/// Calls call(Row{}) with the row of a fixed-width type.
+/// @return false for any other type.
+template <class Call>
+bool withFixedWidthRow(meta::StandardType type, Call&& call) {
+  switch (type) {
+#define KR0_ROW(enumerator, handle, Name, kind, Number) \
+  case meta::StandardType::enumerator:                  \
+    if constexpr (!std::is_void_v<Number>) {            \
+      call(Name{});                                     \
+      return true;                                      \
+    }                                                   \
+    return false;
+    KR0_STANDARD_TYPES(KR0_ROW)
+#undef KR0_ROW
+    case meta::StandardType::none:
+      return false;
+  }
+  return false;
+}
 
 }  // namespace kr::zero::io::values

@@ -1,27 +1,47 @@
 #include "values/TypeCode.h"
 
-#include "values/TypeChecks.h"
+#include <bit>
 
 namespace kr::zero::io::values {
 
+namespace {
+
+constexpr TypeCode codeOf(const meta::StandardTypeInfo& info) {
+  const auto after = [&info](TypeCode first) {
+    return static_cast<TypeCode>(static_cast<int>(first) + std::countr_zero(unsigned{info.width}));
+  };
+  switch (info.kind) {
+    case meta::StandardKind::boolean:
+      return TypeCode::boolean;
+    case meta::StandardKind::unsignedInteger:
+      return after(TypeCode::uinteger8);
+    case meta::StandardKind::signedInteger:
+      return after(TypeCode::integer8);
+    case meta::StandardKind::real:
+      return TypeCode::real;
+    case meta::StandardKind::text:
+    case meta::StandardKind::uuid:
+    case meta::StandardKind::dateTime:
+      return TypeCode::standardText;
+  }
+  return TypeCode::standardText;
+}
+
+}  // namespace
+
+meta::StandardType standardTypeOf(TypeCode code) noexcept {
+  if (code == TypeCode::enumeration) return meta::StandardType::integer;
+  for (const meta::StandardTypeInfo& info : meta::kStandardTypes)
+    if (info.isNumber() && codeOf(info) == code) return info.type;
+  return meta::StandardType::none;
+}
+
 TypeCode typeCodeOf(meta::Type type) {
   if (zero::internal::isEnumType(type)) return TypeCode::enumeration;
-  if (!type->isKindOf(meta::PrimitiveType::metaClass())) return TypeCode::structured;
-  if (isStandardType<Boolean>(type)) return TypeCode::boolean;
-  if (isStandardType<Integer8>(type)) return TypeCode::integer8;
-  if (isStandardType<Integer16>(type)) return TypeCode::integer16;
-  if (isStandardType<Integer>(type)) return TypeCode::integer;
-  if (isStandardType<Integer64>(type)) return TypeCode::integer64;
-  if (isStandardType<UInteger8>(type)) return TypeCode::uinteger8;
-  if (isStandardType<UInteger16>(type)) return TypeCode::uinteger16;
-  if (isStandardType<UnlimitedNatural>(type)) return TypeCode::unlimitedNatural;
-  if (isStandardType<UInteger64>(type)) return TypeCode::uinteger64;
-  if (isStandardType<Real>(type)) return TypeCode::real;
-  const bool standard = isStandardType<String>(type) || isStandardType<StdString>(type) ||
-                        isStandardType<Uuid>(type) || isStandardType<JsonValue>(type) ||
-                        isStandardType<DateTime>(type) || isStandardType<StringToStringMap>(type) ||
-                        isStandardType<ZoArray>(type);
-  return standard ? TypeCode::standardText : TypeCode::userDefined;
+  const meta::PrimitiveType primitive(type);
+  if (!primitive) return TypeCode::structured;
+  const meta::StandardType standard = primitive->getStandardType();
+  return standard == meta::StandardType::none ? TypeCode::userDefined : codeOf(meta::infoOf(standard));
 }
 
 }  // namespace kr::zero::io::values

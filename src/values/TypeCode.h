@@ -13,11 +13,11 @@ enum class TypeCode : std::uint16_t {
   standardText = 2,  ///< a standard type that travels as text
   userDefined = 3,   ///< any other primitive; travels as text
   boolean = 16,
-  uinteger8 = 17,
+  uinteger8 = 17,  ///< unsigned integers of 1, 2, 4 and 8 bytes follow each other
   uinteger16 = 18,
   unlimitedNatural = 19,
   uinteger64 = 20,
-  integer8 = 21,
+  integer8 = 21,  ///< signed ones too
   integer16 = 22,
   integer = 23,
   integer64 = 24,
@@ -30,5 +30,8 @@ constexpr bool isCarriedAsText(TypeCode code) noexcept {
 }
 
 TypeCode typeCodeOf(meta::Type type);
+
+/// The standard type whose values are carried by a code; none for codes of no fixed width.
+meta::StandardType standardTypeOf(TypeCode code) noexcept;
 
 }  // namespace kr::zero::io::values

@@ -3,7 +3,7 @@
 
 #include <fstream>
 
-#include "framework/LibraryModel.h"
+#include "framework/io/LibraryModel.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/Errors.h"
 #include "kr/zero/io/IOFormatProvider.h"

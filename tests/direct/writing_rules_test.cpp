@@ -5,7 +5,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "framework/LibraryModel.h"
+#include "framework/io/LibraryModel.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/BinarySerializer.h"
 #include "kr/zero/io/Errors.h"

@@ -5,8 +5,10 @@
 
 #include <chrono>
 #include <random>
+#include <set>
 
 #include "EcoreTesting.h"
+#include "support/CollidingTexts.h"
 #include "support/SmallStack.h"
 
 namespace kr::zero::test {
@@ -185,6 +187,103 @@ TEST(HostileXmi, ManyAttributesAreLookedAtOnce) {
   std::string attributes;
   for (std::size_t i = 0; i < crowd; ++i) attributes += " xmlns:n" + std::to_string(i) + "='urn:n'";
   EXPECT_LT(secondsFor(nodeDocument(attributes)), patience);
+}
+
+using DocumentOf = std::string (*)(const std::vector<std::string>&);
+
+/// A child for each text.
+std::string childPerText(const std::vector<std::string>& texts, std::string_view before,
+                         std::string_view after) {
+  std::string children;
+  for (const std::string& text : texts) children.append("<nodes ").append(before).append(text).append(after);
+  return children;
+}
+
+/// A table that puts texts of one hash into one place takes dozens of times as long for these as for others.
+void expectSameTimeForTextsOfOneHash(DocumentOf documentOf) {
+  constexpr std::size_t count = 16384;
+  static const std::vector<std::string> colliding = makeCollidingTexts(count);
+  std::vector<std::string> others = colliding;
+  for (std::size_t i = 0; i < count; ++i) others[i].replace(8, 8, std::to_string(10000000 + i));
+  const double usual = secondsFor(documentOf(others));
+  EXPECT_LT(secondsFor(documentOf(colliding)), 5 * usual + 0.2);
+}
+
+TEST(HostileXmi, TheCollidingTextsHaveOneHash) {
+#ifndef __GLIBCXX__
+  GTEST_SKIP() << "they are made for the hash of libstdc++";
+#endif
+  const std::vector<std::string> texts = makeCollidingTexts(2000);
+  const std::set<std::string> different(texts.begin(), texts.end());
+  EXPECT_EQ(different.size(), texts.size());
+  for (const std::string& text : texts)
+    ASSERT_EQ(std::hash<std::string>()(text), std::hash<std::string>()(texts.front())) << text;
+}
+
+TEST(HostileXmi, XmiIdsOfOneHashAreNoSlower) {
+  expectSameTimeForTextsOfOneHash(
+      [](const auto& texts) { return nodeDocument("", childPerText(texts, "xmi:id='", "'/>")); });
+}
+
+TEST(HostileXmi, AttributeIdsOfOneHashAreNoSlower) {
+  expectSameTimeForTextsOfOneHash(
+      [](const auto& texts) { return nodeDocument("", childPerText(texts, "key='", "'/>")); });
+}
+
+TEST(HostileXmi, NamesOfOneHashAreNoSlower) {
+  expectSameTimeForTextsOfOneHash([](const auto& texts) {
+    return nodeDocument("next='//" + texts.back() + "'", childPerText(texts, "name='", "'/>"));
+  });
+}
+
+TEST(HostileXmi, ValuesOfKeysOfOneHashAreNoSlower) {
+  expectSameTimeForTextsOfOneHash([](const auto& texts) {
+    return nodeDocument("next=\"//@nodes[name='" + texts.back() + "']\"",
+                        childPerText(texts, "name='", "'/>"));
+  });
+}
+
+TEST(HostileXmi, PrefixesOfOneHashAreNoSlower) {
+  expectSameTimeForTextsOfOneHash(
+      [](const auto& texts) { return nodeDocument("", childPerText(texts, "xmlns:", "='urn:p'/>")); });
+}
+
+TEST(HostileXmi, TypeNamesOfOneHashAreNoSlower) {
+  expectSameTimeForTextsOfOneHash([](const auto& texts) {
+    std::string declarations;
+    std::string children;
+    for (const std::string& text : texts) {
+      declarations += " xmlns:" + text + "='urn:p'";
+      children += "<nodes xsi:type='" + text + ":Node'/>";
+    }
+    return nodeDocument(declarations, children);
+  });
+}
+
+// A declaration may change what the names of types mean; to forget all of them each time takes too long.
+TEST(HostileXmi, DeclarationsAfterManyTypesAreReadAtOnce) {
+  constexpr std::size_t count = 120000;
+  std::string prefixes;
+  std::string types;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string prefix = "p" + std::to_string(i);
+    prefixes += " xmlns:" + prefix + "='urn:p'";
+    types += "<nodes xsi:type='" + prefix + ":Node'/>";
+  }
+  const double usual = secondsFor(nodeDocument(prefixes, types + repeated("<nodes/>", count)));
+  EXPECT_LT(secondsFor(nodeDocument(prefixes, types + repeated("<nodes xmlns:z='u'/>", count))),
+            3 * usual + 0.2);
+}
+
+// All children have the same value for each key: whoever tries them one by one tries them all each time.
+TEST(HostileXmi, PathsWithTwoKeysAreFoundAtOnce) {
+  constexpr std::size_t count = 16384;
+  const std::string children = repeated("<nodes name='a' must='b'/>", count);
+  const auto document = [&](const char* path) {
+    return nodeDocument("others=\"" + repeated(path, count) + "\"", children);
+  };
+  const double usual = secondsFor(document("//@nodes[name='a'] "));
+  EXPECT_LT(secondsFor(document("//@nodes[name='a',must='b'] ")), 5 * usual + 0.2);
 }
 
 }  // namespace

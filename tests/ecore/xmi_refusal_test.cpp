@@ -196,6 +196,15 @@ TEST(XmiRefusals, WhatIsNotXml) {
               HasSubstr("declarations inside of the document type are not supported"));
 }
 
+TEST(XmiRefusals, ADocumentThatBreaksOffInATagBehindBlanksHasAnOpenElement) {
+  const std::string document = nodeDocument("");
+  const std::string open = document.substr(0, document.rfind("</"));
+  for (const char* blanks : {" ", "\n  ", "<nodes/>\n  "})
+    for (const char* tag : {"<", "</", "<n", "< ", "<\n"})
+      EXPECT_THAT(refusalOf(nodeModels(), open + blanks + tag), HasSubstr("Start-end tags mismatch"))
+          << open + blanks + tag;
+}
+
 TEST(XmiRefusals, AFileThatIsNotThere) {
   try {
     ecore::readXmiFile(temporaryPath("missing.xmi"), *nodeModels().mapping);

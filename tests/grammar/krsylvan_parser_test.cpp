@@ -130,6 +130,33 @@ TEST_F(TaggedParser, AUtf16StringIsNotSupportedAndTheProcessorHearsOfTheEnd) {
   EXPECT_EQ(completed, 1);
 }
 
+TEST_F(TaggedParser, ARefusedKindOfInputIsNotToldWithTheFailureOfTheDocumentBefore) {
+  EXPECT_EQ(idOf([&] { parseString(writeTagged(test::makeSample()).substr(0, 30)); }), corrupt);
+  EXPECT_EQ(idOf([&] { parser->parse(ParsingInput::fromUString(u"kr")); }), "kr0:io:UstringNotSupported");
+  EXPECT_EQ(parser->describeFailure(), "at byte 0");
+}
+
+TEST_F(TaggedParser, AnIntermediateFormIsRefusedAndTheProcessorHearsNothing) {
+  const int intermediate = 0;
+  EXPECT_FALSE(parser->parse(ParsingInput::fromIntermediateFormat(&intermediate)));
+  EXPECT_EQ(completed, 0);
+}
+
+TEST_F(TaggedParser, AStreamThatFailsIsNotLookedIntoAndTheProcessorHearsNothing) {
+  std::istringstream stream(writeTagged(test::makeSample()));
+  stream.setstate(std::ios_base::failbit);
+  EXPECT_THROW(parser->parse(ParsingInput::fromStream(stream)), std::ios_base::failure);
+  EXPECT_EQ(completed, 0);
+}
+
+TEST_F(TaggedParser, AStreamIsReadToItsEndForItsFirstDocument) {
+  const std::string bytes = writeTagged(test::makeSample());
+  std::istringstream stream(bytes + bytes);
+  ASSERT_TRUE(parser->parse(ParsingInput::fromStream(stream)));
+  EXPECT_EQ(writeTagged(parser->takeModel()), bytes);
+  EXPECT_TRUE(stream.eof());
+}
+
 TEST_F(TaggedParser, AFailureReachesTheCallerUnchangedOnceTheProcessorHasHeardOfTheEnd) {
   forEachOperation([this](const ParsingInput& input) {
     processor->beforePush = [] { throw std::range_error("in the model"); };

@@ -130,7 +130,7 @@ TEST_F(Manager, RuleOfAnUnknownKindSelectsNothing) {
   const Rule strange(static_cast<RuleKind>(9), {});
   OpenManager manager(strange, board);
   EXPECT_EQ(manager.codes(), Codes{});
-  EXPECT_EQ(failureOf(manager, "P"), "expected nothing, found WritePrimitive");
+  EXPECT_EQ(failureOf(manager, "P"), "No processor\nexpected nothing, found WritePrimitive");
 }
 
 TEST_F(Manager, RuleOfAnUnknownKindLeavesTheEventToTheRuleAround) {
@@ -140,6 +140,25 @@ TEST_F(Manager, RuleOfAnUnknownKindLeavesTheEventToTheRuleAround) {
   OpenManager manager(rule, board);
   EXPECT_EQ(feed(manager, "PS"), 2u);
   EXPECT_EQ(manager.codes(), (Codes{6, 1}));
+}
+
+/// Can be given a rule of a kind that does not exist.
+class StrangeGrammar : public Grammar<Board> {
+ public:
+  const Rule& strange(const Rule& subRule) {
+    return add(std::make_unique<Rule>(static_cast<RuleKind>(9), std::vector<const Rule*>{&subRule}));
+  }
+};
+
+TEST_F(Manager, RepetitionOfARuleOfAnUnknownKindEnds) {
+  StrangeGrammar strange;
+  const Rule& inner = strange.strange(strange.terminal(codeOf('P')));
+  const Rule& wrapped = strange.sequence({inner});
+  const Rule& rule = strange.sequence({strange.repetition(inner), strange.repetition(wrapped),
+                                       strange.terminal(codeOf('P')), strange.terminal(codeOf('S'))});
+  strange.finish();
+  OpenManager manager(rule, board);
+  EXPECT_EQ(feed(manager, "PS"), 2u);
 }
 
 TEST_F(Manager, EventGoesThroughAllRulesThatItBegins) {
@@ -221,8 +240,9 @@ TEST_F(Manager, WhatFollowsTheStartRuleIsRefused) {
   const Rule& rule = g.choice({terminal('P')});
   g.finish();
   OpenManager manager(rule, board);
-  EXPECT_EQ(failureOf(manager, "PS"), "expected nothing, found StartStruct");
-  EXPECT_EQ(failureOf(manager, "P"), "expected nothing, found WritePrimitive");
+  EXPECT_EQ(failureOf(manager, "PS"), "Choice\nexpected nothing, found StartStruct");
+  EXPECT_EQ(failureOf(manager, "P"), "Choice\nexpected nothing, found WritePrimitive");
+  EXPECT_THROW(manager.process(codeOf('P')), TracingException);
 }
 
 TEST_F(Manager, WhatTheStartRuleWouldHaveTakenIsNamedWhenItGivesWay) {
@@ -230,9 +250,9 @@ TEST_F(Manager, WhatTheStartRuleWouldHaveTakenIsNamedWhenItGivesWay) {
   const Rule& repetition = g.repetition(terminal('Q'));
   g.finish();
   OpenManager first(optional, board);
-  EXPECT_EQ(failureOf(first, "S"), "expected WritePrimitive, found StartStruct");
+  EXPECT_EQ(failureOf(first, "S"), "Optional\nexpected WritePrimitive, found StartStruct");
   OpenManager second(repetition, board);
-  EXPECT_EQ(failureOf(second, "QS"), "expected StartSequence, found StartStruct");
+  EXPECT_EQ(failureOf(second, "QS"), "Repetition\nexpected StartSequence, found StartStruct");
 }
 
 // ---- actions
@@ -335,29 +355,35 @@ TEST_F(Manager, WhatAnEarlierEventPassedOverIsNotNamed) {
   EXPECT_EQ(failureOf(manager, "QN"), "Sequence\nTerminal\nexpected WritePrimitive, found StartNamedEntry");
 }
 
-TEST_F(Manager, TraceOf32ProcessorsAndTheFailingOneIsComplete) {
-  const Rule* rule = &terminal('P');
-  for (int i = 0; i < 32; ++i) rule = &g.sequence({*rule});
-  g.finish();
-  OpenManager manager(*rule, board);
-  const std::vector<std::string> lines = splitLines(failureOf(manager, "S"));
-  ASSERT_EQ(lines.size(), 34u);
-  EXPECT_EQ(std::count(lines.begin(), lines.end(), "Sequence"), 32);
-  EXPECT_EQ(lines[32], "Terminal");
-}
-
-TEST_F(Manager, VeryDeepTraceStaysShort) {
+TEST_F(Manager, DeepTraceNamesEveryProcessor) {
   OpenManager manager(defineValue(), board);
   for (int i = 0; i < 1000; ++i) manager.process(codeOf('Q'));
   const std::vector<std::string> lines = splitLines(failureOf(manager, "S"));
-  ASSERT_EQ(lines.size(), 16u + 1 + 16 + 2);
   // Choice and sequence of each level, a repetition between two: 3 * 1000 - 1; the repetition of the
   // innermost has ended.
-  EXPECT_EQ(lines[16], "(" + std::to_string(2999 - 32) + " more)");
-  EXPECT_EQ(lines[0], "Choice");
-  EXPECT_EQ(lines[32], "Sequence");
-  EXPECT_EQ(lines[33], "Terminal");
-  EXPECT_EQ(lines[34], "expected StartSequence, EndSequence or WritePrimitive, found StartStruct");
+  ASSERT_EQ(lines.size(), 2999u + 2);
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "Choice"), 1000);
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "Sequence"), 1000);
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "Repetition"), 999);
+  EXPECT_EQ(lines[2999], "Terminal");
+  EXPECT_EQ(lines[3000], "expected StartSequence, EndSequence or WritePrimitive, found StartStruct");
+}
+
+TEST_F(Manager, TraceCountsOnlyTheNamesThatWouldPass256KiB) {
+  OpenManager manager(defineValue(), board);
+  for (int i = 0; i < 20000; ++i) manager.process(codeOf('Q'));
+  const std::string failure = failureOf(manager, "S");
+  EXPECT_LT(failure.size(), (256u << 10) + 200);
+  EXPECT_GT(failure.size(), (256u << 10) - 200);
+  std::vector<std::string> lines = splitLines(failure);
+  const auto isCount = [](const std::string& line) { return line.starts_with('('); };
+  const auto count = std::find_if(lines.begin(), lines.end(), isCount);
+  ASSERT_NE(count, lines.end());
+  const std::size_t named = lines.size() - 3;  // but for the count, the failing one and the message
+  EXPECT_EQ(*count, "(" + std::to_string(59999 - named) + " more)");
+  EXPECT_EQ(lines.front(), "Choice");
+  EXPECT_EQ(lines[lines.size() - 3], "Sequence");
+  EXPECT_EQ(lines[lines.size() - 2], "Terminal");
 }
 
 // ---- pools

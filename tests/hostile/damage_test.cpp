@@ -11,7 +11,7 @@
 #include "support/AllocationMeter.h"
 #include "support/Environment.h"
 #include "support/GoldenDocuments.h"
-#include "support/Random.h"
+#include "support/RandomDamage.h"
 #include "support/SampleModel.h"
 
 namespace kr::zero::test {
@@ -32,10 +32,6 @@ void setEveryByte(const Bytes& document, DamageCheck& check) {
     }
     mutant[i] = document[i];
   }
-}
-
-void turnBit(Bytes& bytes, std::size_t bit) {
-  bytes[bit / 8] = static_cast<std::uint8_t>(bytes[bit / 8] ^ (1u << bit % 8));
 }
 
 void turnEveryPairOfBits(const Bytes& document, std::size_t bytes, DamageCheck& check) {
@@ -61,93 +57,6 @@ Bytes everythingDocument() {
       all.insert(all.end(), golden.bytes.begin() + static_cast<std::ptrdiff_t>(header), golden.bytes.end());
   return all;
 }
-
-// Damages documents at random: one to three of the small operations below.
-class RandomDamage {
- public:
-  RandomDamage(std::vector<Bytes> documents, std::uint64_t seed)
-      : documents_(std::move(documents)), random_(seed) {}
-
-  Bytes next() {
-    Bytes bytes = random_.pick(documents_);
-    for (std::size_t n = random_.between(1, 3); n > 0; --n) damage(bytes);
-    return bytes;
-  }
-
- private:
-  using Position = Bytes::iterator;
-
-  void damage(Bytes& bytes) {
-    if (bytes.empty()) return;
-    switch (random_.below(8)) {
-      case 0:
-        *somewhere(bytes) = static_cast<std::uint8_t>(random_.below(256));
-        break;
-      case 1:
-        turnBit(bytes, random_.below(bytes.size() * 8));
-        break;
-      case 2:
-        insertRun(bytes, Bytes(random_.between(1, 4), static_cast<std::uint8_t>(random_.below(256))));
-        break;
-      case 3:
-        bytes.resize(random_.below(bytes.size()));
-        break;
-      case 4:
-        duplicateRun(bytes);
-        break;
-      case 5:
-        eraseRun(bytes);
-        break;
-      case 6:
-        splice(bytes);
-        break;
-      default:
-        insertRun(bytes, someNumber());
-    }
-  }
-
-  Position somewhere(Bytes& bytes) {
-    return bytes.begin() + static_cast<std::ptrdiff_t>(random_.below(bytes.size()));
-  }
-
-  void insertRun(Bytes& bytes, const Bytes& run) { bytes.insert(somewhere(bytes), run.begin(), run.end()); }
-
-  // Up to 4 bytes, cut at the end of the document.
-  std::pair<Position, Position> someRun(Bytes& bytes) {
-    const Position begin = somewhere(bytes);
-    const auto left = bytes.end() - begin;
-    return {begin,
-            begin + std::min<std::ptrdiff_t>(left, static_cast<std::ptrdiff_t>(random_.between(1, 4)))};
-  }
-
-  void duplicateRun(Bytes& bytes) {
-    const auto [begin, end] = someRun(bytes);
-    const Bytes run(begin, end);
-    bytes.insert(begin, run.begin(), run.end());
-  }
-
-  void eraseRun(Bytes& bytes) {
-    const auto [begin, end] = someRun(bytes);
-    bytes.erase(begin, end);
-  }
-
-  // The rest of another document in place of this one's.
-  void splice(Bytes& bytes) {
-    const Bytes& other = random_.pick(documents_);
-    bytes.erase(somewhere(bytes), bytes.end());
-    bytes.insert(bytes.end(), other.begin() + static_cast<std::ptrdiff_t>(random_.below(other.size())),
-                 other.end());
-  }
-
-  // A base-128 number of the sort that lengths and counts should not be.
-  Bytes someNumber() {
-    const std::uint64_t around = std::uint64_t{1} << random_.below(64);
-    return DirectBytes().number(around + random_.below(5) - 2);
-  }
-
-  std::vector<Bytes> documents_;
-  Random random_;
-};
 
 }  // namespace
 

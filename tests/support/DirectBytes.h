@@ -6,6 +6,7 @@
 /// Knows nothing of models and shares no code with the library, so that it can disagree with it.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -51,7 +52,7 @@ class DirectBytes {
   requires std::is_arithmetic_v<T> DirectBytes& fixed(T value) {
     std::uint8_t cell[sizeof(T)];
     std::memcpy(cell, &value, sizeof(T));
-    static_assert(std::endian::native == std::endian::little);
+    if (std::endian::native == std::endian::big) std::reverse(cell, cell + sizeof(T));
     bytes_.insert(bytes_.end(), cell, cell + sizeof(T));
     return *this;
   }

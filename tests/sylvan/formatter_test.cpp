@@ -43,6 +43,41 @@ TEST(Formatting, ToAStringDropsWhatItHeld) {
   EXPECT_EQ(toHex(bytes), emptyDocument);
 }
 
+/// A sink that is none of the framework's.
+class HostSink final : public io::Sink {
+ public:
+  explicit HostSink(std::string& calls) : calls_(calls) {}
+  io::Sink& write(const std::string&) override {
+    calls_ += "write ";
+    return *this;
+  }
+  io::Sink& writeByte(const unsigned char& byte) override {
+    calls_ += toHex(std::string(1, static_cast<char>(byte))) + ' ';
+    return *this;
+  }
+  void flush() override { calls_ += "flush"; }
+
+ private:
+  std::string& calls_;
+};
+
+TEST(Formatting, ASinkOfAHostsOwnGetsEachByteByItself) {
+  std::string unused;
+  std::string calls;
+  BinaryFormatter formatter(SerializationOutput::toString(unused));
+  FormatterInternals::setSink(formatter, std::make_unique<HostSink>(calls));
+  formatter.startDocument(nullptr);
+  formatter.startNamedEntry(text("ab"));
+  formatter.writePrimitive(u(300));
+  formatter.writePrimitive(text(std::string(100, 'x').c_str()));
+  formatter.endNamedEntry();
+  formatter.endDocument();
+  std::string expected = "01 20 01 30 02 6b 72 09 30 02 61 62 21 2c 01 30 64 ";
+  for (int i = 0; i < 100; ++i) expected += "78 ";
+  EXPECT_EQ(calls, expected + "10 02 flush");
+  EXPECT_EQ(unused, "");
+}
+
 TEST(Formatting, IgnoresTheValueAtTheStart) {
   for (const Primitive& value : {Primitive(nullptr), Primitive(true), u(7), text("other")}) {
     const std::string bytes = write([&](Events& to) {

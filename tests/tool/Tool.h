@@ -32,7 +32,8 @@ std::string libraryKrb();
 
 /// A meta model of chains: class Node with a name and one child.
 std::string chainEcore();
-/// A chain of that many nodes, named n1, n2 ... from the top.
+/// A chain of that many nodes, named n1, n2 ... from the top. With 30,000 of them and a stack of 256 KiB,
+/// nine bytes a node are too many: no recursion gets through.
 std::string chainXmi(int depth);
 
 /// A new empty folder.

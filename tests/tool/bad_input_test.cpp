@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <sstream>
 
 #include "support/Paths.h"
 #include "tool/Tool.h"
@@ -180,11 +181,35 @@ TEST(BadInput, ALimitOnFileSizesIsReportedAndLeavesTheOldOutput) {
 TEST(BadInput, TooLittleMemoryIsOneSentence) {
   if (isSanitized()) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
   const std::string folder = freshFolder();
-  writeFile(folder + "/deep.xmi", chainXmi(400'000));
+  writeFile(folder + "/deep.xmi", chainXmi(100'000));
   const Ended ended =
-      bash("ulimit -v 60000 && $KR0 convert $1/deep.xmi $1/deep.krb -m $2", {folder, chainEcore()});
+      bash("ulimit -v 30000 && $KR0 convert $1/deep.xmi $1/deep.krb -m $2", {folder, chainEcore()});
   expectRefused(ended, HasSubstr("memory"));
   EXPECT_EQ(filesIn(folder), std::vector<std::string>{"deep.xmi"});
+}
+
+// The heap grows page by page, and so does the limit: memory runs out at the first allocation of all, in what
+// is set up before main, and on the way to the message.
+TEST(BadInput, MemoryThatRunsOutAtTheStartIsOneSentence) {
+  if (isSanitized()) GTEST_SKIP() << "sanitizers need more address space than this test leaves";
+  const Ended ended = bash(R"(export GLIBC_TUNABLES=glibc.malloc.top_pad=0
+      run() { told=$( (ulimit -v $1; exec "$KR0" info /dev/null) 2>&1); code=$?; [ $code != 127 ]; }
+      least=4096
+      for step in 1024 128 16; do
+        until run $least; do ((least += step)); done
+        ((least -= step))
+      done
+      for ((limit = least; limit < least + 160; limit += 4)); do
+        run $limit && echo "$told $code"
+      done)");
+  std::istringstream lines(ended.out);
+  int without = 0;
+  for (std::string line; std::getline(lines, line);) {
+    const bool isOfMemory = line == "kr0: there is not enough memory for this document 1";
+    without += isOfMemory;
+    EXPECT_TRUE(isOfMemory || line == "kr0: /dev/null: there is nothing in it, it has 0 bytes 1") << line;
+  }
+  EXPECT_GT(without, 0) << "the limits have left memory enough";
 }
 
 TEST(BadInput, TextFromADocumentReachesTheTerminalWithoutControlCharacters) {

@@ -113,9 +113,56 @@ TEST(Convert, ADeviceIsWrittenAndNotReplaced) {
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
+// What a script leaves in standard output, where it writes the example with $OUT, the rest of a call.
+std::string outputOf(const std::string& script) {
+  const Ended ended = bash("OUT=\"--to krb -m $2\"; set -e -o pipefail; cd $3; " + script,
+                           {libraryXmi(), libraryEcore(), freshFolder()});
+  expectDone(ended);
+  return ended.out;
+}
+
+TEST(Convert, NamesOfStandardOutputAppendWhereItDoes) {
+  for (const std::string name : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1", "link"}) {
+    const std::string out = outputOf("ln -s /dev/stdout link; echo keep > log; $KR0 convert $1 " + name +
+                                     " $OUT >> log; echo more >> log; cat log");
+    EXPECT_EQ(out, "keep\n" + readFile(libraryKrb()) + "more\n") << name;
+  }
+}
+
+TEST(Convert, AnOpenFileIsWrittenWhereItStands) {
+  EXPECT_EQ(outputOf("{ echo before; $KR0 convert $1 /dev/stdout $OUT; echo after; } > log; cat log"),
+            "before\n" + readFile(libraryKrb()) + "after\n");
+}
+
+TEST(Convert, APipeIsWrittenByEachOfItsNames) {
+  for (const std::string name : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"})
+    EXPECT_EQ(outputOf("$KR0 convert $1 " + name + " $OUT | cat"), readFile(libraryKrb())) << name;
+  EXPECT_EQ(outputOf("mkfifo done; $KR0 convert $1 >(cat > copy; echo > done) $OUT; read < done; cat copy"),
+            readFile(libraryKrb()));
+}
+
+TEST(Convert, AnOpenFileWithoutANameGetsTheResult) {
+  EXPECT_EQ(outputOf("exec 5<> gone; exec 6< gone; rm gone; $KR0 convert $1 /dev/fd/5 $OUT; ls >&2; cat <&6"),
+            readFile(libraryKrb()));
+}
+
+TEST(Convert, AnOpenFileThatTakesNoMoreIsReported) {
+  const Ended ended =
+      bash("$KR0 convert $1 /dev/stdout --to krb -m $2 > /dev/full", {libraryXmi(), libraryEcore()});
+  EXPECT_EQ(ended.code, 1);
+  EXPECT_EQ(ended.err, "kr0: cannot write \"/dev/stdout\": No space left on device\n");
+}
+
+TEST(Convert, APipeWhoseReaderLeftIsNoError) {
+  const Ended ended = bash("set -o pipefail; $KR0 convert $1 /dev/stdout --to krb -m $2 | exec 0<&-; sleep 0",
+                           {libraryXmi(), libraryEcore()});
+  EXPECT_EQ(ended.code, 0);
+  EXPECT_EQ(ended.err, "");
+}
+
 TEST(Convert, DepthIsBoundedByNoStack) {
   const std::string folder = freshFolder();
-  writeFile(folder + "/deep.xmi", chainXmi(100'000));
+  writeFile(folder + "/deep.xmi", chainXmi(30'000));
   const Ended ended = bash(
       "ulimit -s 256 && $KR0 convert $1/deep.xmi $1/deep.krb -m $2 && $KR0 convert $1/deep.krb $1/back.xmi "
       "-m $2",

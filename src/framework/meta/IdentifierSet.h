@@ -11,7 +11,7 @@
 namespace kr::zero::meta {
 
 /// The highest identifier: one below the token that ends an element in the binary formats.
-inline constexpr std::uint32_t maxIdentifier = 0x3FFE;
+inline constexpr std::uint32_t kMostIdentifier = 0x3FFE;
 
 /// Small numbers as bits; as long as its highest number asks for.
 class IdentifierSet {

@@ -3,8 +3,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "meta/Failure.h"
 #include "meta/IdentifierSet.h"
-#include "meta/Refusal.h"
 #include "meta/RegistryLoader.h"
 
 namespace kr::zero::meta {
@@ -34,7 +34,7 @@ void RegistryLoader::collectTaken(const PropertyTable& table, Bottom& bottom) co
   StructuredType owner;
   for (const Property property : table.getAll()) {
     if (property->identifier_ != 0 && !taken.insert(property->identifier_))
-      refuseSharedIdentifier(table, property->identifier_);
+      failSharedIdentifier(table, property->identifier_);
     if (property->getOwner() == owner) continue;  // an owner's properties stand together
     owner = property->getOwner();
     if (const std::size_t index = newIndexOf(owner); index != none) bottom.below[index].push_back(position);
@@ -56,9 +56,9 @@ void RegistryLoader::numberPropertiesOf(const NewType& type, const std::vector<s
   std::uint32_t last = 0;
   for (Property::Impl* property : waiting) {
     last = met.smallestFree(last + 1);
-    if (last > maxIdentifier)
-      refuse(describe(type), "no identifier is left for property " + quoted(property->nameUtf8_) +
-                                 ": properties that meet it have all " + std::to_string(maxIdentifier));
+    if (last > kMostIdentifier)
+      fail(describe(type), "no identifier is left for property " + quoted(property->nameUtf8_) +
+                               ": properties that meet it have all " + std::to_string(kMostIdentifier));
     property->identifier_ = last;
     given.insert(last);
   }
@@ -67,7 +67,7 @@ void RegistryLoader::numberPropertiesOf(const NewType& type, const std::vector<s
 
 // Names the first class, supertypes first, that holds two properties of that identifier. There is one: the
 // class that the table is of.
-void RegistryLoader::refuseSharedIdentifier(const PropertyTable& table, std::uint32_t identifier) const {
+void RegistryLoader::failSharedIdentifier(const PropertyTable& table, std::uint32_t identifier) const {
   std::vector<Property> two;
   for (const Property property : table.getAll())
     if (property->identifier_ == identifier && two.size() < 2) two.push_back(property);
@@ -83,8 +83,8 @@ void RegistryLoader::refuseSharedIdentifier(const PropertyTable& table, std::uin
     const std::string own = quoted(property->getNameUtf8());
     return owner.get() == first.type ? own : own + " (from " + owner->getQualifiedNameUtf8() + ')';
   };
-  refuse(describe(first), "properties " + name(two.front()) + " and " + name(two.back()) +
-                              " both have identifier " + std::to_string(identifier));
+  fail(describe(first), "properties " + name(two.front()) + " and " + name(two.back()) +
+                            " both have identifier " + std::to_string(identifier));
 }
 
 }  // namespace kr::zero::meta

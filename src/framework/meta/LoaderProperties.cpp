@@ -1,7 +1,7 @@
 #include <utility>
 
+#include "meta/Failure.h"
 #include "meta/IdentifierSet.h"
-#include "meta/Refusal.h"
 #include "meta/RegistryLoader.h"
 
 namespace kr::zero::meta {
@@ -10,9 +10,23 @@ namespace {
 
 // Classes that hold the same properties share one table, so no real meta model comes near. What does is
 // a chain of classes so long that listing what each inherits would take gigabytes.
-constexpr std::size_t maxTableEntries = std::size_t{1} << 23;
+constexpr std::size_t kMostTableEntries = std::size_t{1} << 23;
 
 std::string from(Property property) { return property->getOwner()->getQualifiedNameUtf8(); }
+
+PropertyKind kindOf(const StandardTypeInfo& info) {
+  if (info.isNumber()) return PropertyKind::number;
+  if (info.kind == StandardKind::uuid) return PropertyKind::uuid;
+  return info.kind == StandardKind::dateTime ? PropertyKind::dateTime : PropertyKind::text;
+}
+
+/// What a stored property of a type holds.
+PropertyKind kindOf(Type type, bool composite) {
+  if (Class(type)) return composite ? PropertyKind::composition : PropertyKind::association;
+  if (StructuredType(type)) return PropertyKind::datatype;
+  if (Enum(type)) return PropertyKind::enumeration;
+  return kindOf(infoOf(PrimitiveType(type)->getStandardType()));
+}
 
 }  // namespace
 
@@ -54,15 +68,23 @@ void RegistryLoader::createProperty(const NewType& owner, const PropertyDefiniti
   made.static_ = definition.isStatic;
   made.transient_ = definition.isTransient;
   made.defaultText_ = definition.defaultText;
+  if (made.isStored()) made.kind_ = kindOf(type, definition.composite);
+  if (const PrimitiveType primitive(type); primitive) made.standard_ = primitive->getStandardType();
+  made.categoryMask_ = categoryBitOf(made.kind_) << (made.isMany() ? kCollectionShift : 0);
+  if (made.kind_ == PropertyKind::number) made.numberInfo_ = &infoOf(made.standard_);
+  if (made.kind_ == PropertyKind::enumeration) made.numberInfo_ = &infoOf(StandardType::integer);
   owner.structured->owned_.push_back(Property(&made));
 }
 
 void RegistryLoader::checkProperty(const NewType& owner, const PropertyDefinition& definition,
                                    Type type) const {
   const auto demand = [&](bool fits, const auto& what) {
-    if (!fits) refuse(describe(owner, definition), what());
+    if (!fits) fail(describe(owner, definition), what());
   };
   const bool stored = !definition.derived && !definition.isStatic;
+  // Readers that compare names with the marks of a document would take these for marks.
+  demand(definition.name != " S" && definition.name != " E",
+         [] { return std::string("documents mark the start and the end of an element with this name"); });
   demand(bool(type), [&] { return "there is no type " + quoted(definition.type); });
   demand(definition.upper == -1 || definition.upper > 0, [&] {
     return "the upper bound " + std::to_string(definition.upper) + " is neither positive nor -1";
@@ -71,9 +93,9 @@ void RegistryLoader::checkProperty(const NewType& owner, const PropertyDefinitio
     return "the lower bound " + std::to_string(definition.lower) + " is above the upper bound " +
            std::to_string(definition.upper);
   });
-  demand(definition.identifier.value_or(0) <= maxIdentifier, [&] {
+  demand(definition.identifier.value_or(0) <= kMostIdentifier, [&] {
     return "the identifier " + std::to_string(*definition.identifier) + " is above " +
-           std::to_string(maxIdentifier);
+           std::to_string(kMostIdentifier);
   });
   demand(!stored || definition.identifier != 0u,
          [] { return std::string("the identifier 0 is for derived and static properties only"); });
@@ -89,8 +111,7 @@ void RegistryLoader::buildTables() {
   for (const std::uint32_t index : order_) {
     const NewType& type = types_[index];
     if (type.structured == nullptr) continue;
-    type.structured->table_ = buildTable(type);
-    type.structured->all_ = &type.structured->table_->getAll();
+    type.structured->setTable(buildTable(type));
   }
 }
 
@@ -103,15 +124,31 @@ std::shared_ptr<const PropertyTable> RegistryLoader::buildTable(const NewType& t
 
   const auto inherited =
       supertypes.empty() ? std::make_shared<const PropertyTable>() : supertypes.front()->table_;
-  if (inherited->size() + owned.size() > maxTableEntries - made_.tableEntryCount - known_.tableEntryCount)
-    refuse(describe(type), "the classes up to here inherit too many properties, more than " +
-                               std::to_string(maxTableEntries) + " in all");
+  if (inherited->size() + owned.size() > kMostTableEntries - made_.tableEntryCount - known_.tableEntryCount)
+    fail(describe(type), "the classes up to here inherit too many properties, more than " +
+                             std::to_string(kMostTableEntries) + " in all");
   const auto table = std::make_shared<PropertyTable>(*inherited);
   for (const Class supertype : supertypes) insertAll(type, supertype->getAllProperties(), *table);
+  notePositions(type, table->size());
   insertAll(type, owned, *table);
   if (table->size() == inherited->size()) return inherited;
   made_.tableEntryCount += table->size();
+  newTables_.push_back(table);
   return table;
+}
+
+// A type's own properties follow those that it inherits.
+void RegistryLoader::notePositions(const NewType& type, std::size_t inherited) {
+  Property::Impl* const own = made_.properties.front().get() + type.firstProperty;
+  for (std::size_t i = 0; i < type.structured->owned_.size(); ++i)
+    own[i].position_ = static_cast<std::uint32_t>(inherited + i);
+}
+
+// When all have got theirs.
+void RegistryLoader::indexIdentifiers() {
+  for (const auto& table : newTables_) table->indexIdentifiers();
+  for (const NewType& type : types_)
+    if (type.structured != nullptr) type.structured->useIdentifiers();
 }
 
 void RegistryLoader::insertAll(const NewType& type, const std::vector<Property>& properties,
@@ -121,14 +158,14 @@ void RegistryLoader::insertAll(const NewType& type, const std::vector<Property>&
     if (!there || there == property) continue;
     const std::string name = quoted(property->getNameUtf8());
     if (from(there) == type.type->getQualifiedNameUtf8())
-      refuse(describe(type), "two properties have the name " + name);
+      fail(describe(type), "two properties have the name " + name);
     if (from(property) == type.type->getQualifiedNameUtf8())
-      refuse(describe(type), "property " + name + " is inherited already, from " + from(there));
-    refuse(describe(type),
-           "properties of " + from(there) + " and of " + from(property) + " have one name, " + name);
+      fail(describe(type), "property " + name + " is inherited already, from " + from(there));
+    fail(describe(type),
+         "properties of " + from(there) + " and of " + from(property) + " have one name, " + name);
   }
-  if (table.getNumberedCount() > maxIdentifier)
-    refuse(describe(type), "it has more than " + std::to_string(maxIdentifier) + " stored properties");
+  if (table.getNumberedCount() > kMostIdentifier)
+    fail(describe(type), "it has more than " + std::to_string(kMostIdentifier) + " stored properties");
 }
 
 void RegistryLoader::linkOpposites() {
@@ -148,18 +185,18 @@ Property RegistryLoader::findOpposite(const NewType& owner, const PropertyDefini
   const std::string where = describe(owner, definition);
   const std::string name = quoted(definition.opposite);
   const Class target(property->getType());
-  if (!target) refuse(where, "it has the opposite " + name + ", but its type is not a class");
+  if (!target) fail(where, "it has the opposite " + name + ", but its type is not a class");
   const std::string& targetName = target->getQualifiedNameUtf8();
   const Property found = target->findProperty(definition.opposite);
-  if (!found) refuse(where, "class " + targetName + " has no property " + name + " to be its opposite");
+  if (!found) fail(where, "class " + targetName + " has no property " + name + " to be its opposite");
   if (opposingName(found) != definition.name)
-    refuse(where, "its opposite " + name + " in " + targetName + " does not name it as opposite");
+    fail(where, "its opposite " + name + " in " + targetName + " does not name it as opposite");
   const Class back(found->getType());
   if (!back || back->slotOf(property) == StructuredType::Impl::npos)
-    refuse(where, "its opposite " + name + " in " + targetName + " has the type " +
-                      found->getType()->getQualifiedNameUtf8() + ", which does not have this property");
+    fail(where, "its opposite " + name + " in " + targetName + " has the type " +
+                    found->getType()->getQualifiedNameUtf8() + ", which does not have this property");
   if (property->isComposite() && found->isComposite())
-    refuse(where, "it and its opposite " + name + " in " + targetName + " are both composite");
+    fail(where, "it and its opposite " + name + " in " + targetName + " are both composite");
   return found;
 }
 
@@ -170,7 +207,7 @@ std::string RegistryLoader::opposingName(Property property) const {
   return isNew ? propertyDefinitions_[property->getIndex() - known_.propertyCount]->opposite : std::string();
 }
 
-void RegistryLoader::refuseDatatypesInThemselves() const {
+void RegistryLoader::requireNoDatatypesInThemselves() const {
   Dependencies holds(types_.size());
   for (std::size_t i = 0; i < types_.size(); ++i) {
     if (types_[i].structured == nullptr || types_[i].classType != nullptr) continue;
@@ -182,7 +219,7 @@ void RegistryLoader::refuseDatatypesInThemselves() const {
   }
   const auto circle = findCircle(holds, orderByDependencies(holds));
   if (!circle.empty())
-    refuse(describe(types_[circle.front()]), "its values contain themselves: " + describeCircle(circle));
+    fail(describe(types_[circle.front()]), "its values contain themselves: " + describeCircle(circle));
 }
 
 }  // namespace kr::zero::meta

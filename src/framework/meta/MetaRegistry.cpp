@@ -68,8 +68,7 @@ void MetaRegistry::add(const PackageDefinition& package) { add(std::vector{packa
 
 Type MetaRegistry::findType(std::string_view qualifiedName) const {
   const auto lock = state_->lockForReading();
-  const auto it = state_->contents.typesByUtf8.find(qualifiedName);
-  return it == state_->contents.typesByUtf8.end() ? Type() : it->second;
+  return state_->contents.find(qualifiedName);
 }
 
 Type MetaRegistry::findType(std::u16string_view qualifiedName) const {
@@ -78,9 +77,27 @@ Type MetaRegistry::findType(std::u16string_view qualifiedName) const {
   return it == state_->contents.typesByName.end() ? Type() : it->second;
 }
 
-bool MetaRegistry::hasPackage(std::string_view uri) const {
+Type MetaRegistry::findType(std::u16string_view qualifiedName,
+                            const std::vector<ustring>& packageUris) const {
+  const Type first = findType(qualifiedName);
+  if (!first) return first;
   const auto lock = state_->lockForReading();
-  return state_->contents.packageUris.contains(uri);
+  if (state_->contents.typesOfSharedNames.empty()) return first;
+  for (const ustring& uri : packageUris) {
+    if (first->getPackageUri() == uri) return first;
+    if (const Type other = state_->contents.findShared(toUtf8(uri), first->getQualifiedNameUtf8()))
+      return other;
+  }
+  return first;
+}
+
+bool MetaRegistry::hasPackage(std::string_view uri) const { return findPackageName(uri).has_value(); }
+
+std::optional<std::string> MetaRegistry::findPackageName(std::string_view uri) const {
+  const auto lock = state_->lockForReading();
+  const auto it = state_->contents.packageNamesByUri.find(uri);
+  if (it == state_->contents.packageNamesByUri.end()) return std::nullopt;
+  return it->second;
 }
 
 std::vector<PackageInfo> MetaRegistry::getPackages() const {

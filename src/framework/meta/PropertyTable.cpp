@@ -1,7 +1,9 @@
 #include "meta/PropertyTable.h"
 
 #include <algorithm>
-#include <functional>
+#include <bit>
+
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::meta {
 
@@ -9,8 +11,8 @@ namespace {
 
 constexpr std::size_t npos = StructuredType::Impl::npos;
 
-std::size_t hashOf(std::u16string_view name) noexcept { return std::hash<std::u16string_view>{}(name); }
-std::size_t hashOf(std::string_view name) noexcept { return std::hash<std::string_view>{}(name); }
+std::size_t hashOf(std::u16string_view name) noexcept { return TextHash{}(name); }
+std::size_t hashOf(std::string_view name) noexcept { return TextHash{}(name); }
 
 void placeIn(std::vector<std::uint32_t>& buckets, std::size_t hash, std::size_t position) noexcept {
   const std::size_t mask = buckets.size() - 1;
@@ -46,7 +48,6 @@ std::size_t PropertyTable::find(std::string_view name) const noexcept {
 }
 
 std::size_t PropertyTable::find(Property property) const noexcept {
-  if (!property) return npos;
   return search(byName_, property->nameHash_,
                 [property](const Property::Impl& p) { return &p == property.get(); });
 }
@@ -60,7 +61,16 @@ Property PropertyTable::insert(Property property) {
   properties_.push_back(property);
   place(properties_.size() - 1);
   if (property->isStored() || property->identifier_ != 0) ++numbered_;
+  hasAssociations_ |= property->kind_ == PropertyKind::association;
+  hasUnwrittenChildren_ |= property->kind_ == PropertyKind::composition && !property->isWritten();
   return {};
+}
+
+void PropertyTable::indexIdentifiers() {
+  byIdentifier_.assign(std::bit_ceil(2 * properties_.size() + 1), 0);
+  for (std::size_t position = 0; position < properties_.size(); ++position)
+    if (properties_[position]->identifier_ != 0)
+      placeIn(byIdentifier_, properties_[position]->identifier_, position);
 }
 
 void PropertyTable::grow() {

@@ -31,6 +31,15 @@ class PropertyTable {
   std::size_t find(std::string_view name) const noexcept;
   std::size_t find(Property property) const noexcept;
 
+  /// Makes getIdentifierBuckets(); to be called when all properties have their identifiers.
+  void indexIdentifiers();
+  /// Positions by identifier: the position plus 1 of a property stands in the bucket that its identifier
+  /// names (by its lowest bits) or behind it, before the next empty one (0). A power of two of buckets, one
+  /// at least.
+  const std::vector<std::uint32_t>& getIdentifierBuckets() const noexcept { return byIdentifier_; }
+  bool hasAssociations() const noexcept { return hasAssociations_; }
+  bool hasUnwrittenChildren() const noexcept { return hasUnwrittenChildren_; }
+
   /// Keeps the two hashes of a property's name in the property.
   static void hashNames(Property::Impl& property) noexcept;
 
@@ -46,6 +55,9 @@ class PropertyTable {
   std::vector<Property> properties_;
   Buckets byName_;
   Buckets byNameUtf8_;
+  Buckets byIdentifier_{0};
+  bool hasAssociations_ = false;
+  bool hasUnwrittenChildren_ = false;
   std::size_t numbered_ = 0;
 };
 

@@ -1,12 +1,11 @@
 #include "meta/RegistryLoader.h"
 
 #include <algorithm>
-#include <iterator>
 #include <unordered_set>
 #include <utility>
 
 #include "kr/zero/ustring.h"
-#include "meta/Refusal.h"
+#include "meta/Failure.h"
 
 namespace kr::zero::meta {
 
@@ -44,18 +43,14 @@ const StandardTypeTable& getStandardTypes() {
 }
 
 StandardTypeTable RegistryLoader::makeStandardTypes() {
-  constexpr const char* names[] = {
-      "Boolean",   "Integer8",          "UInteger8", "Integer16", "UInteger16", "Integer", "UnlimitedNatural",
-      "Integer64", "UInteger64",        "Real",      "String",    "StdString",  "UUID",    "DateTime",
-      "JsonValue", "StringToStringMap", "ZoArray"};
-  static_assert(std::size(names) == standardTypeCount);
   StandardTypeTable made;
-  for (const char* name : names) {
+  for (const StandardTypeInfo& info : kStandardTypes) {
+    if (info.type == StandardType::none) continue;
     auto& type = *made.emplace_back(std::make_unique<PrimitiveType::Impl>());
-    type.name_ = type.qualifiedNameUtf8_ = name;
+    type.name_ = type.qualifiedNameUtf8_ = info.name;
     type.qualifiedName_.assign(type.name_.begin(), type.name_.end());
     type.index_ = static_cast<std::uint32_t>(made.size() - 1);
-    type.standard_ = static_cast<StandardType>(made.size());
+    type.standard_ = info.type;
   }
   return made;
 }
@@ -67,8 +62,9 @@ RegistryContents RegistryLoader::load(const std::vector<PackageDefinition>& pack
   createProperties();
   buildTables();
   linkOpposites();
-  refuseDatatypesInThemselves();
+  requireNoDatatypesInThemselves();
   numberProperties();
+  indexIdentifiers();
   placeOnLines();
   return std::move(made_);
 }
@@ -97,11 +93,9 @@ void RegistryLoader::createPackage(const PackageDefinition& definition, std::siz
 
   const std::string where = "package " + info.qualifiedName;
   checkedText(info.uri, where, "the URI");
-  if (known_.packageNames.contains(info.qualifiedName) ||
-      !made_.packageNames.insert(info.qualifiedName).second)
-    refuse(where, "there is a package of that name already");
-  if (known_.packageUris.contains(info.uri) || !made_.packageUris.insert(info.uri).second)
-    refuse(where, "there is a package with the URI " + quoted(info.uri) + " already");
+  if (known_.packageNamesByUri.contains(info.uri) ||
+      !made_.packageNamesByUri.emplace(info.uri, info.qualifiedName).second)
+    fail(where, "there is a package with the URI " + quoted(info.uri) + " already");
   packages_.push_back({&definition, parent});
   made_.packages.push_back(std::move(info));
 }
@@ -165,17 +159,24 @@ void RegistryLoader::nameType(const NewType& made) {
   type.qualifiedName_ = toUstring(type.qualifiedNameUtf8_);
   type.packageUriUtf8_ = package.uri;
   type.packageUri_ = toUstring(package.uri);
-  type.index_ = static_cast<std::uint32_t>(standardTypeCount + known_.types.size() + made_.types.size() - 1);
-  if (findType(type.qualifiedNameUtf8_)) refuse(describe(made), "there is a type of that name already");
-  made_.typesByUtf8.emplace(type.qualifiedNameUtf8_, Type(&type));
-  made_.typesByName.emplace(type.qualifiedName_, Type(&type));
+  type.index_ = static_cast<std::uint32_t>(kStandardTypeCount + known_.types.size() + made_.types.size() - 1);
+  const Type namesake = findType(type.qualifiedNameUtf8_);
+  if (!namesake) {
+    made_.typesByUtf8.emplace(type.qualifiedNameUtf8_, Type(&type));
+    made_.typesByName.emplace(type.qualifiedName_, Type(&type));
+  } else if (namesake->getName() != name || findTypeIn(package.uri, type.qualifiedNameUtf8_)) {
+    fail(describe(made), "there is a type of that name already");
+  } else {
+    made_.typesOfSharedNames.emplace(RegistryContents::sharedName(package.uri, type.qualifiedNameUtf8_),
+                                     Type(&type));
+  }
   package.types.push_back(Type(&type));
 }
 
 void RegistryLoader::checkKind(const NewType& type) const {
   const TypeDefinition& definition = *type.definition;
   const auto demand = [&](bool fits, const char* what) {
-    if (!fits) refuse(describe(type), what);
+    if (!fits) fail(describe(type), what);
   };
   demand(type.classType != nullptr || !definition.isAbstract, "only a class can be abstract");
   demand(type.classType != nullptr || !definition.isUniversal, "only a class can be universal");
@@ -197,8 +198,9 @@ void RegistryLoader::fillLiterals(const NewType& type) const {
     made.byNumber_.emplace(literal.number, i);
     made.byText_.emplace(literal.text, i);
     if (!made.byName_.emplace(literal.name, i).second)
-      refuse(describe(type), "two literals have the name " + quoted(literal.name));
+      fail(describe(type), "two literals have the name " + quoted(literal.name));
   }
+  while (made.byNumber_.contains(made.dense_)) ++made.dense_;
 }
 
 void RegistryLoader::linkSupertypes() {
@@ -207,17 +209,17 @@ void RegistryLoader::linkSupertypes() {
   for (std::size_t i = 0; i < types_.size(); ++i) linkSupertypesOf(types_[i], needs[i]);
   order_ = orderByDependencies(needs);
   if (const auto circle = findCircle(needs, order_); !circle.empty())
-    refuse(describe(types_[circle.front()]), "its supertypes form a circle: " + describeCircle(circle));
+    fail(describe(types_[circle.front()]), "its supertypes form a circle: " + describeCircle(circle));
 }
 
 void RegistryLoader::linkSupertypesOf(const NewType& type, std::vector<std::uint32_t>& needs) {
   std::unordered_set<const Type::Impl*> seen;
   for (const std::string& name : type.definition->supertypes) {
     const Type supertype = resolve(name, type.package);
-    if (!supertype) refuse(describe(type), "there is no supertype " + quoted(name));
-    if (!Class(supertype)) refuse(describe(type), "the supertype " + quoted(name) + " is not a class");
+    if (!supertype) fail(describe(type), "there is no supertype " + quoted(name));
+    if (!Class(supertype)) fail(describe(type), "the supertype " + quoted(name) + " is not a class");
     if (!seen.insert(supertype.get()).second)
-      refuse(describe(type), "the supertype " + quoted(name) + " is named twice");
+      fail(describe(type), "the supertype " + quoted(name) + " is named twice");
     type.classType->supertypes_.push_back(Class(supertype));
     if (const std::size_t index = newIndexOf(supertype); index != none) {
       needs.push_back(static_cast<std::uint32_t>(index));
@@ -227,21 +229,35 @@ void RegistryLoader::linkSupertypesOf(const NewType& type, std::vector<std::uint
 }
 
 Type RegistryLoader::findType(std::string_view qualifiedName) const {
-  if (const auto it = made_.typesByUtf8.find(qualifiedName); it != made_.typesByUtf8.end()) return it->second;
-  if (const auto it = known_.typesByUtf8.find(qualifiedName); it != known_.typesByUtf8.end())
-    return it->second;
-  return {};
+  const Type made = made_.find(qualifiedName);
+  return made ? made : known_.find(qualifiedName);
+}
+
+Type RegistryLoader::findTypeIn(std::string_view packageUri, std::string_view qualifiedName) const {
+  const Type first = findType(qualifiedName);
+  if (!first || first->getPackageUriUtf8() == packageUri) return first;
+  const Type made = made_.findShared(packageUri, qualifiedName);
+  return made ? made : known_.findShared(packageUri, qualifiedName);
+}
+
+// Where packages share a name, a type of the package itself or of one around it comes before those of others.
+Type RegistryLoader::findFrom(std::size_t package, std::string_view qualifiedName) const {
+  const Type first = findType(qualifiedName);
+  if (!first || (made_.typesOfSharedNames.empty() && known_.typesOfSharedNames.empty())) return first;
+  for (; package != none; package = packages_[package].parent)
+    if (const Type here = findTypeIn(made_.packages[package].uri, qualifiedName)) return here;
+  return first;
 }
 
 Type RegistryLoader::resolve(std::string_view name, std::size_t package) const {
-  if (const Type found = findType(name)) return found;
-  for (; package != none; package = packages_[package].parent)
-    if (const Type found = findType(join(made_.packages[package].qualifiedName, name))) return found;
+  if (const Type found = findFrom(package, name)) return found;
+  for (std::size_t around = package; around != none; around = packages_[around].parent)
+    if (const Type found = findFrom(package, join(made_.packages[around].qualifiedName, name))) return found;
   return {};
 }
 
 std::size_t RegistryLoader::newIndexOf(Type type) const noexcept {
-  const std::size_t firstNew = standardTypeCount + known_.types.size();
+  const std::size_t firstNew = kStandardTypeCount + known_.types.size();
   return type->getIndex() < firstNew ? none : type->getIndex() - firstNew;
 }
 

@@ -64,6 +64,8 @@ class RegistryLoader {
   void linkSupertypesOf(const NewType& type, std::vector<std::uint32_t>& needs);
   Type resolve(std::string_view name, std::size_t package) const;
   Type findType(std::string_view qualifiedName) const;
+  Type findTypeIn(std::string_view packageUri, std::string_view qualifiedName) const;
+  Type findFrom(std::size_t package, std::string_view qualifiedName) const;
   /// Position among the new types, or none for a type that was known before.
   std::size_t newIndexOf(Type type) const noexcept;
 
@@ -72,12 +74,14 @@ class RegistryLoader {
   void createProperty(const NewType& owner, const PropertyDefinition& definition, Property::Impl& made);
   void checkProperty(const NewType& owner, const PropertyDefinition& definition, Type type) const;
   void buildTables();
+  void indexIdentifiers();
   std::shared_ptr<const PropertyTable> buildTable(const NewType& type);
+  void notePositions(const NewType& type, std::size_t inherited);
   void insertAll(const NewType& type, const std::vector<Property>& properties, PropertyTable& table) const;
   void linkOpposites();
   Property findOpposite(const NewType& owner, const PropertyDefinition& definition, Property property) const;
   std::string opposingName(Property property) const;
-  void refuseDatatypesInThemselves() const;
+  void requireNoDatatypesInThemselves() const;
 
   // Identifiers.
   // Properties that meet in a class meet in every class below it too. So the classes at the bottom show
@@ -91,7 +95,7 @@ class RegistryLoader {
   void collectTaken(const PropertyTable& table, Bottom& bottom) const;
   void numberPropertiesOf(const NewType& type, const std::vector<std::size_t>& below,
                           std::vector<IdentifierSet>& taken);
-  [[noreturn]] void refuseSharedIdentifier(const PropertyTable& table, std::uint32_t identifier) const;
+  [[noreturn]] void failSharedIdentifier(const PropertyTable& table, std::uint32_t identifier) const;
 
   // Lines.
   using Places = Class::Impl::Places;
@@ -111,6 +115,7 @@ class RegistryLoader {
   std::vector<NewPackage> packages_;
   std::vector<NewType> types_;
   std::vector<const PropertyDefinition*> propertyDefinitions_;
+  std::vector<std::shared_ptr<PropertyTable>> newTables_;
   // Numbers of the new types, supertypes first.
   std::vector<std::uint32_t> order_;
   // By number of a new type: whether a new class inherits from it directly.

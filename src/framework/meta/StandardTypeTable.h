@@ -11,7 +11,7 @@
 namespace kr::zero::meta {
 
 /// How many there are. They have the indices below this one in every registry.
-inline constexpr std::size_t standardTypeCount = 17;
+inline constexpr std::size_t kStandardTypeCount = kStandardTypes.size() - 1;
 
 using StandardTypeTable = std::vector<std::unique_ptr<PrimitiveType::Impl>>;
 

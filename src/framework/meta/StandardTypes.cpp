@@ -6,23 +6,9 @@
 
 namespace kr::zero::meta {
 
-constinit LazyPrimitiveType StandardTypes::booleanMeta;
-constinit LazyPrimitiveType StandardTypes::integer8Meta;
-constinit LazyPrimitiveType StandardTypes::uinteger8Meta;
-constinit LazyPrimitiveType StandardTypes::integer16Meta;
-constinit LazyPrimitiveType StandardTypes::uinteger16Meta;
-constinit LazyPrimitiveType StandardTypes::integerMeta;
-constinit LazyPrimitiveType StandardTypes::unlimitedNaturalMeta;
-constinit LazyPrimitiveType StandardTypes::integer64Meta;
-constinit LazyPrimitiveType StandardTypes::uinteger64Meta;
-constinit LazyPrimitiveType StandardTypes::realMeta;
-constinit LazyPrimitiveType StandardTypes::stringMeta;
-constinit LazyPrimitiveType StandardTypes::stdstringMeta;
-constinit LazyPrimitiveType StandardTypes::uuidMeta;
-constinit LazyPrimitiveType StandardTypes::dateTimeMeta;
-constinit LazyPrimitiveType StandardTypes::jsonValueMeta;
-constinit LazyPrimitiveType StandardTypes::stringToStringMapMeta;
-constinit LazyPrimitiveType StandardTypes::zoArrayMeta;
+#define KR0_ROW(enumerator, handle, Name, kind, Number) constinit LazyPrimitiveType StandardTypes::handle;
+KR0_STANDARD_TYPES(KR0_ROW)
+#undef KR0_ROW
 
 PrimitiveType internal::getPrimitiveTypeFromMetaRegistry(const ustring& name) {
   const auto& types = getStandardTypes();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 #include "meta/PropertyTable.h"
 
@@ -66,10 +67,37 @@ Property StructuredType::Impl::findProperty(std::u16string_view name) const noex
   return slot == npos ? Property() : (*all_)[slot];
 }
 
-std::size_t StructuredType::Impl::slotOf(Property property) const noexcept { return table_->find(property); }
+// Where the supertypes that came first bring properties of their own, those of the others stand further back.
+std::size_t StructuredType::Impl::findMoved(Property property) const noexcept {
+  return table_->find(property);
+}
 
-std::size_t StructuredType::Impl::findSlot(std::u16string_view name) const noexcept {
+bool StructuredType::Impl::isNameAt(std::size_t slot, std::u16string_view name) const noexcept {
+  return slot < all_->size() && (*all_)[slot]->getName() == name;
+}
+
+std::size_t StructuredType::Impl::findSlot(std::u16string_view name, std::size_t hint) const noexcept {
+  if (isNameAt(hint, name)) return hint;
+  if (isNameAt(hint + 1, name)) return hint + 1;
   return table_->find(name);
+}
+
+std::size_t StructuredType::Impl::findSlot(std::string_view name) const noexcept {
+  return table_->find(name);
+}
+
+// To be called when the table has its identifiers.
+void StructuredType::Impl::useIdentifiers() noexcept {
+  properties_ = all_->data();
+  buckets_ = table_->getIdentifierBuckets().data();
+  mask_ = table_->getIdentifierBuckets().size() - 1;
+}
+
+void StructuredType::Impl::setTable(std::shared_ptr<const PropertyTable> table) noexcept {
+  all_ = &table->getAll();
+  hasAssociations_ = table->hasAssociations();
+  hasUnwrittenChildren_ = table->hasUnwrittenChildren();
+  table_ = std::move(table);
 }
 
 bool Class::Impl::conformsTo(Class other) const noexcept {

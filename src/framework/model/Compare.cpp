@@ -6,14 +6,14 @@
 
 namespace kr::zero {
 
+using cells::ReferenceTexts;
 using internal::asElement;
 using internal::asText;
 using internal::asUnresolved;
 using internal::ElementRecord;
 using internal::ModelStore;
-using internal::SlotPlan;
-using internal::UnresolvedRecord;
-using internal::ValueKind;
+using internal::PropertyKind;
+using internal::PropertyRecord;
 using internal::Values;
 
 namespace {
@@ -47,26 +47,26 @@ class Comparison {
     ElementRecord* b;
   };
 
-  std::string named(const ElementRecord* record, const SlotPlan& slot) const {
-    return pathOf(a_, record) + "." + slot.property->getNameUtf8() + ": ";
+  std::string named(const ElementRecord* record, const PropertyRecord& slot) const {
+    return pathOf(a_, record) + "." + slot.getNameUtf8() + ": ";
   }
 
-  std::string at(const ElementRecord* record, const SlotPlan& slot, std::size_t position) const {
-    if (!slot.many) return named(record, slot);
-    return pathOf(a_, record) + "." + slot.property->getNameUtf8() + "[" + std::to_string(position) + "]: ";
+  std::string at(const ElementRecord* record, const PropertyRecord& slot, std::size_t position) const {
+    if (!slot.isMany()) return named(record, slot);
+    return pathOf(a_, record) + "." + slot.getNameUtf8() + "[" + std::to_string(position) + "]: ";
   }
 
   Difference comparePair(const Pair& pair) {
     const auto& [a, b] = pair;
-    if (a->plan != b->plan && a->plan->type->getQualifiedName() != b->plan->type->getQualifiedName())
-      return pathOf(a_, a) + ": class " + a->plan->type->getQualifiedNameUtf8() + " != class " +
-             b->plan->type->getQualifiedNameUtf8();
+    if (a->use != b->use && a->use->type->getQualifiedName() != b->use->type->getQualifiedName())
+      return pathOf(a_, a) + ": class " + a->use->type->getQualifiedNameUtf8() + " != class " +
+             b->use->type->getQualifiedNameUtf8();
     const std::string idA = identityOf(a_, a);
     const std::string idB = identityOf(b_, b);
     if (idA != idB) return pathOf(a_, a) + ": identity " + idA + " != " + idB;
     partner_[a->index] = b;
     if (Difference difference = compareProperties(pair, false); difference) return difference;
-    if (a->plan->hasAssociations) withReferences_.push_back(pair);
+    if (a->use->type->hasAssociations()) withReferences_.push_back(pair);
     return std::nullopt;
   }
 
@@ -78,29 +78,27 @@ class Comparison {
 
   /// The slot of the other element's property of the same name, or npos.
   static std::size_t counterpart(const ElementRecord* a, std::size_t slot, const ElementRecord* b) {
-    if (a->plan->type == b->plan->type) return slot;
-    const meta::Property found = b->plan->type->findProperty(a->plan->slots[slot].property->getName());
-    return found ? b->plan->slotOf.find(found.get())->second : meta::StructuredType::Impl::npos;
+    if (a->use->type == b->use->type) return slot;
+    return b->use->type->findSlot(a->use->property(slot).getName(), slot);
   }
 
   Difference compareProperties(const Pair& pair, bool references) {
     const auto& [a, b] = pair;
     const std::size_t firstPending = pending_.size();
     for (std::uint16_t i = 0; i < a->count; ++i) {
-      const std::size_t slot = a->slots()[i] & internal::kSlotMask;
-      if ((a->plan->slots[slot].kind == ValueKind::association) != references) continue;
+      const std::size_t slot = a->slots()[i] & cells::kSlotMask;
+      if ((a->use->property(slot).getKind() == PropertyKind::association) != references) continue;
       const std::size_t other = counterpart(a, slot, b);
       if (Difference difference = compareProperty(pair, slot, other); difference) return difference;
     }
     // What only the other side has set.
     for (std::uint16_t i = 0; i < b->count; ++i) {
-      const std::size_t other = b->slots()[i] & internal::kSlotMask;
-      if ((b->plan->slots[other].kind == ValueKind::association) != references) continue;
+      const std::size_t other = b->slots()[i] & cells::kSlotMask;
+      if ((b->use->property(other).getKind() == PropertyKind::association) != references) continue;
       const std::size_t slot = counterpart(b, other, a);
       if (slot != meta::StructuredType::Impl::npos && ModelStore::state(a, slot) != PropertyState::unset)
         continue;
-      return pathOf(a_, a) + "." + b->plan->slots[other].property->getNameUtf8() +
-             ": unset != " + shown(b, other);
+      return pathOf(a_, a) + "." + b->use->property(other).getNameUtf8() + ": unset != " + shown(b, other);
     }
     std::reverse(pending_.begin() + static_cast<std::ptrdiff_t>(firstPending), pending_.end());
     return std::nullopt;
@@ -108,19 +106,20 @@ class Comparison {
 
   Difference compareProperty(const Pair& pair, std::size_t slot, std::size_t other) {
     const auto& [a, b] = pair;
-    const SlotPlan& plan = a->plan->slots[slot];
+    const PropertyRecord& property = a->use->property(slot);
     const bool missing = other == meta::StructuredType::Impl::npos;
     const PropertyState stateB = missing ? PropertyState::unset : ModelStore::state(b, other);
     if (ModelStore::state(a, slot) != stateB)
-      return named(a, plan) + shown(a, slot) + " != " + (missing ? "no such property" : shown(b, other));
-    const SlotPlan& planB = b->plan->slots[other];
-    if (plan.kind != planB.kind || plan.many != planB.many || plan.standard != planB.standard)
-      return named(a, plan) + "the two meta models define it differently";
+      return named(a, property) + shown(a, slot) + " != " + (missing ? "no such property" : shown(b, other));
+    const PropertyRecord& propertyB = b->use->property(other);
+    if (property.getKind() != propertyB.getKind() || property.isMany() != propertyB.isMany() ||
+        property.getStandardType() != propertyB.getStandardType())
+      return named(a, property) + "the two meta models define it differently";
     const Values valuesA = ModelStore::values(a, slot);
     const Values valuesB = ModelStore::values(b, other);
     if (valuesA.size != valuesB.size)
-      return named(a, plan) + std::to_string(valuesA.size) + " values != " + std::to_string(valuesB.size) +
-             " values";
+      return named(a, property) + std::to_string(valuesA.size) +
+             " values != " + std::to_string(valuesB.size) + " values";
     for (std::size_t k = 0; k < valuesA.size; ++k)
       if (Difference difference = compareItem(pair, slot, other, k); difference) return difference;
     return std::nullopt;
@@ -128,31 +127,31 @@ class Comparison {
 
   Difference compareItem(const Pair& pair, std::size_t slot, std::size_t other, std::size_t k) {
     const auto& [a, b] = pair;
-    const SlotPlan& plan = a->plan->slots[slot];
+    const PropertyRecord& property = a->use->property(slot);
     const Values valuesA = ModelStore::values(a, slot);
     const Values valuesB = ModelStore::values(b, other);
     const std::uint64_t itemA = valuesA.items[k];
     const std::uint64_t itemB = valuesB.items[k];
-    switch (plan.kind) {
-      case ValueKind::composition:
-      case ValueKind::datatype:
+    switch (property.getKind()) {
+      case PropertyKind::composition:
+      case PropertyKind::datatype:
         pending_.push_back({asElement(itemA), asElement(itemB)});
         return std::nullopt;
-      case ValueKind::association:
+      case PropertyKind::association:
         return compareReference(pair, slot, other, k);
-      case ValueKind::text:
-      case ValueKind::dateTime:
+      case PropertyKind::text:
+      case PropertyKind::dateTime:
         if (asText(itemA)->view() == asText(itemB)->view()) return std::nullopt;
         break;
-      case ValueKind::uuid:
+      case PropertyKind::uuid:
         if (std::memcmp(reinterpret_cast<const void*>(itemA), reinterpret_cast<const void*>(itemB), 16) == 0)
           return std::nullopt;
         break;
       default:
         if (itemA == itemB) return std::nullopt;
     }
-    return at(a, plan, k) + "\"" + internal::toTextForm(plan, itemA) + "\" != \"" +
-           internal::toTextForm(b->plan->slots[other], itemB) + "\"";
+    return at(a, property, k) + "\"" + internal::toTextForm(property, itemA) + "\" != \"" +
+           internal::toTextForm(b->use->property(other), itemB) + "\"";
   }
 
   Difference compareReference(const Pair& pair, std::size_t slot, std::size_t other, std::size_t k) {
@@ -167,12 +166,12 @@ class Comparison {
       const std::string textsA = textsOf(asUnresolved(valuesA.items[k]));
       const std::string textsB = textsOf(asUnresolved(valuesB.items[k]));
       if (textsA == textsB) return std::nullopt;
-      return at(a, a->plan->slots[slot], k) + "reference to " + textsA + " != reference to " + textsB;
+      return at(a, a->use->property(slot), k) + "reference to " + textsA + " != reference to " + textsB;
     }
     const auto name = [](const ModelStore& store, const ElementRecord* target) {
       return target != nullptr ? pathOf(store, target) : std::string("something unresolved");
     };
-    return at(a, a->plan->slots[slot], k) + "reference to " + name(a_, targetA) + " != reference to " +
+    return at(a, a->use->property(slot), k) + "reference to " + name(a_, targetA) + " != reference to " +
            name(b_, targetB);
   }
 
@@ -181,7 +180,7 @@ class Comparison {
     return store.target(values.items[k]);
   }
 
-  static std::string textsOf(const UnresolvedRecord* record) {
+  static std::string textsOf(const ReferenceTexts* record) {
     if (record == nullptr) return "nothing";
     std::string texts = "(";
     for (const internal::Text* text : {record->targetType, record->id1, record->id2})

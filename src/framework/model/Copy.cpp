@@ -14,7 +14,7 @@ class Copier {
       : from_(from), to_(to), identities_(identities), copies_(from.recordCount()) {}
 
   ElementRecord* copyTree(const ElementRecord* root) {
-    ElementRecord* result = to_.makeRoot(to_.plan(root->plan->type));
+    ElementRecord* result = to_.makeRoot(to_.use(root->use->type));
     note(root, result);
     // Records are made in document order, so that the copy's index order is document order too.
     std::vector<const ElementRecord*> pending;
@@ -23,7 +23,7 @@ class Copier {
       const ElementRecord* next = pending.back();
       pending.pop_back();
       ElementRecord* container = copies_[next->container->index];
-      note(next, to_.makeChild(to_.plan(next->plan->type), container, next->containerSlot));
+      note(next, to_.makeChild(to_.use(next->use->type), container, next->containerSlot));
       pushContained(next, pending);
     }
     return result;
@@ -50,62 +50,65 @@ class Copier {
   void copyValues(const ElementRecord* original, ElementRecord* copy) {
     for (std::uint16_t i = 0; i < original->count; ++i) {
       const std::uint16_t entry = original->slots()[i];
-      const std::size_t slot = entry & kSlotMask;
-      const SlotPlan& plan = original->plan->slots[slot];
-      if (plan.kind == ValueKind::composition || plan.kind == ValueKind::datatype) continue;
-      if ((entry & kStateEmpty) != 0) {
-        to_.payload(copy, slot, kStateEmpty);
+      const std::size_t slot = entry & cells::kSlotMask;
+      const PropertyRecord& property = original->use->property(slot);
+      if (property.getKind() == PropertyKind::composition || property.getKind() == PropertyKind::datatype)
+        continue;
+      if ((entry & cells::kEmpty) != 0) {
+        to_.payload(copy, slot, cells::kEmpty);
         continue;
       }
       const Values values = ModelStore::values(original, slot);
-      for (std::size_t k = 0; k < values.size; ++k) copyItem(plan, values, k, copy, slot);
+      for (std::size_t k = 0; k < values.size; ++k) copyItem(property, values, k, copy, slot);
     }
   }
 
-  void copyItem(const SlotPlan& plan, const Values& values, std::size_t position, ElementRecord* copy,
-                std::size_t slot) {
+  void copyItem(const PropertyRecord& property, const Values& values, std::size_t position,
+                ElementRecord* copy, std::size_t slot) {
     std::uint64_t item = values.items[position];
     const bool unresolved =
-        values.unresolvedSingle || (plan.kind == ValueKind::association && isUnresolved(item));
+        values.unresolvedSingle || (property.getKind() == PropertyKind::association && isUnresolved(item));
     if (unresolved)
-      item = copyUnresolved(item) | (plan.many ? 1u : 0u);
+      item = copyUnresolved(item, property.isMany());
     else
-      item = copyPayload(plan, item);
-    if (plan.kind == ValueKind::association && item == 0) return;
-    if (plan.many) {
+      item = copyPayload(property, item);
+    if (property.getKind() == PropertyKind::association && item == 0) return;
+    if (property.isMany()) {
       to_.append(copy, slot, item);
       return;
     }
     to_.payload(copy, slot) = item;
-    if (unresolved) to_.setState(copy, slot, kStateUnresolved);
+    if (unresolved) to_.setState(copy, slot, cells::kUnresolved);
   }
 
-  std::uint64_t copyPayload(const SlotPlan& plan, std::uint64_t item) {
-    switch (plan.kind) {
-      case ValueKind::text:
-      case ValueKind::dateTime:
+  std::uint64_t copyPayload(const PropertyRecord& property, std::uint64_t item) {
+    switch (property.getKind()) {
+      case PropertyKind::text:
+      case PropertyKind::dateTime:
         return asPayload(to_.makeText(asText(item)->view()));
-      case ValueKind::uuid: {
+      case PropertyKind::uuid: {
         Uuid uuid;
         std::memcpy(uuid.data(), reinterpret_cast<const void*>(item), uuid.size());
         return asPayload(to_.makeUuid(uuid));
       }
-      case ValueKind::association: {
+      case PropertyKind::association: {
         const ElementRecord* copy = copies_[targetIndex(item)];
-        if (copy != nullptr) return to_.referTo(copy->index, plan);
-        return &from_ == &to_ ? to_.referTo(targetIndex(item), plan) : 0;
+        if (copy != nullptr) return to_.referTo(copy->index, property);
+        return &from_ == &to_ ? to_.referTo(targetIndex(item), property) : 0;
       }
       default:
         return item;
     }
   }
 
-  std::uint64_t copyUnresolved(std::uint64_t item) {
-    const UnresolvedRecord* record = asUnresolved(item);
+  std::uint64_t copyUnresolved(std::uint64_t item, bool many) {
+    const ReferenceTexts* record = asUnresolved(item);
     if (record == nullptr) return 0;
     const std::string_view qualifier = record->qualifier != nullptr ? record->qualifier->view() : "";
-    return asPayload(to_.makeUnresolved(record->targetType->view(), record->id1->view(), record->id2->view(),
-                                        record->qualifier != nullptr ? &qualifier : nullptr));
+    return cells::asCell(
+        to_.makeUnresolved(record->targetType->view(), record->id1->view(), record->id2->view(),
+                           record->qualifier != nullptr ? &qualifier : nullptr),
+        many);
   }
 
   const ModelStore& from_;

@@ -1,6 +1,7 @@
 #include "kr/zero/DateTime.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 
 namespace kr::zero {
@@ -14,11 +15,22 @@ constexpr std::int32_t kNone = -1;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-bool isLeapYear(std::int64_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
+// The library's years have 16 bits. The calendar repeats itself every 400 years, so a year may be told as one
+// of the first 400 and the number of such eras before it.
+constexpr std::int64_t kYearsPerEra = 400;
+constexpr std::int64_t kDaysPerEra = 146097;
 
-std::int32_t daysInMonth(std::int64_t year, std::int32_t month) {
-  constexpr std::int32_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
+std::int64_t eraOf(std::int64_t year) {
+  return (year >= 0 ? year : year - (kYearsPerEra - 1)) / kYearsPerEra;
+}
+
+std::chrono::year_month yearMonthInEra(std::int64_t year, unsigned month) {
+  return std::chrono::year(static_cast<int>(year - eraOf(year) * kYearsPerEra)) / static_cast<int>(month);
+}
+
+std::int32_t daysInMonth(std::int64_t year, unsigned month) {
+  const std::chrono::year_month_day_last last = yearMonthInEra(year, month) / std::chrono::last;
+  return static_cast<std::int32_t>(static_cast<unsigned>(last.day()));
 }
 
 // Takes a text apart from its front.
@@ -118,18 +130,10 @@ bool readOffset(Reader& in, DateTime& out) {
   return true;
 }
 
-// Days from 1970-01-01. Years are counted from March on, so that the leap day is a year's last day, and
-// in eras of 400 years, which all have the same number of days.
-std::int64_t daysSinceEpoch(std::int64_t year, std::int64_t month, std::int64_t day) {
-  constexpr std::int64_t kDaysPerEra = 146097;
-  constexpr std::int64_t kEpoch = 719468;  // 1970-01-01 counted from 0000-03-01
-  const std::int64_t marchYear = month > 2 ? year : year - 1;
-  const std::int64_t monthsSinceMarch = month > 2 ? month - 3 : month + 9;
-  const std::int64_t era = (marchYear >= 0 ? marchYear : marchYear - 399) / 400;
-  const std::int64_t yearOfEra = marchYear - era * 400;
-  const std::int64_t dayOfYear = (153 * monthsSinceMarch + 2) / 5 + day - 1;  // 153 days per five months
-  const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-  return era * kDaysPerEra + dayOfEra - kEpoch;
+// Days from 1970-01-01.
+std::int64_t daysSinceEpoch(std::int64_t year, unsigned month, unsigned day) {
+  const std::chrono::sys_days inEra = yearMonthInEra(year, month) / static_cast<int>(day);
+  return eraOf(year) * kDaysPerEra + inEra.time_since_epoch().count();
 }
 
 }  // namespace

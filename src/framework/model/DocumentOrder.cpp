@@ -4,9 +4,9 @@ namespace kr::zero::internal {
 
 bool isIndexOrderWritten(const ModelStore& store) noexcept {
   if (!store.isInDocumentOrder()) return false;
-  const auto& plans = store.plansInUse();
-  return std::none_of(plans.begin(), plans.end(),
-                      [](const TypePlan* plan) { return plan->hasUnvisitedCompositions; });
+  const auto& uses = store.typesInUse();
+  return std::none_of(uses.begin(), uses.end(),
+                      [](const TypeUse* use) { return use->type->hasUnwrittenChildren(); });
 }
 
 std::size_t IdentityIndex::hashOf(std::string_view first, std::string_view second) noexcept {

@@ -21,7 +21,7 @@ void forEachWritten(const ModelStore& store, Visit&& visit) {
     visit(record);
     const std::size_t first = pending.size();
     forEachContained(record, false, [&](ElementRecord* child) {
-      if (record->plan->slots[child->containerSlot].visited) pending.push_back(child);
+      if (record->use->property(child->containerSlot).isWritten()) pending.push_back(child);
     });
     std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
   }

@@ -9,15 +9,15 @@
 
 namespace kr::zero {
 
+using cells::ReferenceTexts;
 using internal::asElement;
 using internal::asPayload;
 using internal::asText;
 using internal::asUnresolved;
 using internal::ElementRecord;
 using internal::ModelStore;
-using internal::SlotPlan;
-using internal::UnresolvedRecord;
-using internal::ValueKind;
+using internal::PropertyKind;
+using internal::PropertyRecord;
 using internal::Values;
 using meta::StandardType;
 
@@ -29,22 +29,24 @@ struct Target {
   ElementRecord* record;
   std::size_t slot;
 
-  const SlotPlan& plan() const { return record->plan->slots[slot]; }
-  meta::Property property() const { return plan().property; }
+  const PropertyRecord& property() const { return record->use->property(slot); }
 
   [[noreturn]] void fail(const std::string& what) const {
-    throw ModelError(pathOf(store, record) + "." + property()->getNameUtf8() + ": " + what);
+    throw ModelError(pathOf(store, record) + "." + property().getNameUtf8() + ": " + what);
   }
-  std::string typeName() const { return property()->getType()->getQualifiedNameUtf8(); }
+  std::string typeName() const { return property().getType()->getQualifiedNameUtf8(); }
 
+  [[noreturn]] void failToFit(const char* what) const {
+    fail(std::string(what) + " does not fit a property of type " + typeName());
+  }
   void require(bool fitting, const char* what) const {
-    if (!fitting) fail(std::string(what) + " does not fit a property of type " + typeName());
+    if (!fitting) failToFit(what);
   }
   void requireSingle() const {
-    if (plan().many) fail("is a collection; add to it instead");
+    if (property().isMany()) fail("is a collection; add to it instead");
   }
   void requireMany() const {
-    if (!plan().many) fail("holds one value; set it instead");
+    if (!property().isMany()) fail("holds one value; set it instead");
   }
   Values values() const { return ModelStore::values(record, slot); }
 
@@ -52,56 +54,53 @@ struct Target {
   const std::uint64_t* item(std::size_t position) const {
     const Values all = values();
     if (position < all.size) return all.items + position;
-    if (plan().many || position != 0)
-      fail("has no position " + std::to_string(position) + ", only " + std::to_string(all.size) + " values");
+    if (property().isMany() || position != 0) failPosition(position, all.size);
     return nullptr;
+  }
+  [[noreturn]] void failPosition(std::size_t position, std::size_t size) const {
+    fail("has no position " + std::to_string(position) + ", only " + std::to_string(size) + " values");
   }
 
   void put(std::uint64_t payload) const {
-    if (plan().kind == ValueKind::association && record->find(slot) >= 0) store.leaveReferredExact();
+    if (store.add(record, slot, payload)) return;
+    if (property().getKind() == PropertyKind::association) store.leaveReferredExact();
     store.payload(record, slot) = payload;
     store.setState(record, slot, 0);
   }
-  void put(std::uint64_t payload, bool append) const {
-    if (append)
-      store.append(record, slot, payload);
-    else
-      put(payload);
-  }
 };
 
-Target locate(ModelStore* store, ElementRecord* record, const PropertyKey& key) {
+[[noreturn]] void failToLocate(const ModelStore* store, const ElementRecord* record, const PropertyKey& key) {
   if (record == nullptr) throw ModelError("an empty element handle has no properties");
-  const internal::TypePlan& plan = *record->plan;
-  if (const meta::Property property = key.getProperty(); property) {
-    if (const auto it = plan.slotOf.find(property.get()); it != plan.slotOf.end())
-      return {*store, record, it->second};
-    throw ModelError(pathOf(*store, record) + ": type " + plan.type->getQualifiedNameUtf8() +
-                     " does not have that property \"" + property->getNameUtf8() + "\"");
-  }
-  if (const meta::Property found = plan.type->findProperty(key.getName()); found)
-    return {*store, record, plan.slotOf.find(found.get())->second};
-  throw ModelError(pathOf(*store, record) + ": type " + plan.type->getQualifiedNameUtf8() +
-                   " has no property \"" + std::string(key.getName()) + "\"");
+  const std::string where = pathOf(*store, record) + ": type " + record->use->type->getQualifiedNameUtf8();
+  if (const meta::Property property = key.getProperty(); property)
+    throw ModelError(where + " does not have that property \"" + property->getNameUtf8() + "\"");
+  throw ModelError(where + " has no property \"" + std::string(key.getName()) + "\"");
 }
 
-bool holdsText(const SlotPlan& slot) {
-  return slot.kind == ValueKind::text || slot.kind == ValueKind::dateTime;
+inline Target locate(ModelStore* store, ElementRecord* record, const PropertyKey& key) {
+  if (record == nullptr) failToLocate(store, record, key);
+  const meta::StructuredType type = record->use->type;
+  const meta::Property property = key.getProperty();
+  const std::size_t slot = property ? type->slotOf(property) : type->findSlot(key.getName());
+  if (slot == meta::StructuredType::Impl::npos) failToLocate(store, record, key);
+  return {*store, record, slot};
 }
-bool isPrimitive(const SlotPlan& slot) {
-  return slot.kind >= ValueKind::number && slot.kind <= ValueKind::dateTime;
+
+bool holdsText(const PropertyRecord& slot) {
+  return slot.getKind() == PropertyKind::text || slot.getKind() == PropertyKind::dateTime;
 }
-bool isCountable(const SlotPlan& slot) {
-  return slot.kind == ValueKind::enumeration ||
-         (slot.kind == ValueKind::number && internal::isInteger(slot.standard));
+bool isPrimitive(const PropertyRecord& slot) { return meta::isPrimitive(slot.getKind()); }
+bool isCountable(const PropertyRecord& slot) {
+  return slot.getKind() == PropertyKind::enumeration ||
+         (slot.getKind() == PropertyKind::number && meta::infoOf(slot.getStandardType()).isInteger());
 }
 
 /// The payload of a property's default text, or 0 where there is none or it does not parse. Only for
 /// numbers and enumerations: these need no memory of the model.
 std::uint64_t defaultNumber(const Target& target) {
-  const auto& text = target.property()->getDefaultText();
+  const auto& text = target.property().getDefaultText();
   std::uint64_t payload = 0;
-  if (text) internal::fromTextForm(target.store, target.plan(), *text, payload);
+  if (text) internal::fromTextForm(target.store, target.property(), *text, payload);
   return payload;
 }
 
@@ -111,22 +110,22 @@ std::uint64_t numberAt(const Target& target, std::size_t position) {
 }
 
 std::uint64_t integerPayload(const Target& target, std::int64_t value) {
-  const SlotPlan& slot = target.plan();
-  if (slot.kind == ValueKind::number && slot.standard == StandardType::real) {
+  const PropertyRecord& slot = target.property();
+  if (slot.getKind() == PropertyKind::number && slot.getStandardType() == StandardType::real) {
     const auto real = static_cast<double>(value);
     if (real >= 0x1p63 || static_cast<std::int64_t>(real) != value)
       target.fail("the integer " + std::to_string(value) + " has no exact form as a Real");
     return std::bit_cast<std::uint64_t>(real);
   }
   target.require(isCountable(slot), "an integer");
-  if (slot.kind == ValueKind::enumeration) {
-    if (!internal::isLiteral(slot, value))
+  if (slot.getKind() == PropertyKind::enumeration) {
+    if (!meta::Enum(slot.getType())->hasLiteral(value))
       target.fail("enumeration " + target.typeName() + " has no literal with the number " +
                   std::to_string(value));
-  } else if (slot.standard == StandardType::uinteger64) {
+  } else if (slot.getStandardType() == StandardType::uinteger64) {
     if (value < 0) target.fail("the negative number " + std::to_string(value) + " does not fit UInteger64");
   } else {
-    const internal::IntegerRange range = internal::rangeOf(slot.standard);
+    const internal::IntegerRange range = internal::rangeOf(slot.getStandardType());
     if (value < range.low || value > range.high)
       target.fail("the number " + std::to_string(value) + " is out of the range of " + target.typeName());
   }
@@ -134,48 +133,50 @@ std::uint64_t integerPayload(const Target& target, std::int64_t value) {
 }
 
 std::uint64_t unsignedPayload(const Target& target, std::uint64_t value) {
-  const SlotPlan& slot = target.plan();
-  if (slot.kind == ValueKind::number && slot.standard == StandardType::uinteger64) return value;
+  const PropertyRecord& slot = target.property();
+  if (slot.getKind() == PropertyKind::number && slot.getStandardType() == StandardType::uinteger64)
+    return value;
   if (value > static_cast<std::uint64_t>(INT64_MAX))
     target.fail("the number " + std::to_string(value) + " is out of the range of " + target.typeName());
   return integerPayload(target, static_cast<std::int64_t>(value));
 }
 
 std::uint64_t textPayload(const Target& target, std::string_view value) {
-  target.require(isPrimitive(target.plan()), "a text");
-  if (target.plan().kind == ValueKind::number || target.plan().kind == ValueKind::enumeration)
+  target.require(isPrimitive(target.property()), "a text");
+  if (target.property().getKind() == PropertyKind::number ||
+      target.property().getKind() == PropertyKind::enumeration)
     target.fail("a text does not fit a property of type " + target.typeName() + "; use the text form");
   std::uint64_t payload = 0;
-  if (!internal::fromTextForm(target.store, target.plan(), value, payload))
-    target.fail(holdsText(target.plan()) && target.plan().kind == ValueKind::text
+  if (!internal::fromTextForm(target.store, target.property(), value, payload))
+    target.fail(holdsText(target.property()) && target.property().getKind() == PropertyKind::text
                     ? "the text is not well-formed UTF-8"
                     : "\"" + std::string(value) + "\" is not a " + target.typeName());
   return payload;
 }
 
 std::uint64_t textFormPayload(const Target& target, std::string_view text) {
-  target.require(isPrimitive(target.plan()), "a text");
+  target.require(isPrimitive(target.property()), "a text");
   std::uint64_t payload = 0;
-  if (!internal::fromTextForm(target.store, target.plan(), text, payload))
+  if (!internal::fromTextForm(target.store, target.property(), text, payload))
     target.fail("\"" + std::string(text) + "\" is not a " + target.typeName());
   return payload;
 }
 
 std::uint64_t booleanPayload(const Target& target, bool value) {
-  target.require(target.plan().standard == StandardType::boolean, "a boolean");
+  target.require(target.property().getStandardType() == StandardType::boolean, "a boolean");
   return value ? 1 : 0;
 }
 
 std::uint64_t realPayload(const Target& target, double value) {
-  target.require(target.plan().standard == StandardType::real, "a real number");
+  target.require(target.property().getStandardType() == StandardType::real, "a real number");
   return std::bit_cast<std::uint64_t>(value);
 }
 
-std::string quoted(const internal::TypePlan& plan) { return plan.type->getQualifiedNameUtf8(); }
+std::string quoted(const internal::TypeUse& use) { return use.type->getQualifiedNameUtf8(); }
 
 void requireFitting(const Target& target, const ElementRecord* other) {
-  if (!ModelStore::fits(target.plan(), other->plan->cls))
-    target.fail("an element of class " + quoted(*other->plan) + " does not fit a property of type " +
+  if (!ModelStore::fits(target.property(), other->use->cls))
+    target.fail("an element of class " + quoted(*other->use) + " does not fit a property of type " +
                 target.typeName());
 }
 
@@ -186,10 +187,10 @@ ElementRecord* resolved(const ModelStore& store, const Values& values, std::size
 }
 
 void putReferenceRaw(const Target& target, ElementRecord* other) {
-  if (target.plan().many)
-    target.store.append(target.record, target.slot, target.store.referTo(other->index, target.plan()));
+  if (target.property().isMany())
+    target.store.append(target.record, target.slot, target.store.referTo(other->index, target.property()));
   else
-    target.put(target.store.referTo(other->index, target.plan()));
+    target.put(target.store.referTo(other->index, target.property()));
 }
 
 /// Takes the reference to `other` out of a property, if it is there.
@@ -197,7 +198,7 @@ void dropReference(ModelStore& store, ElementRecord* record, std::size_t slot, c
   const Values values = ModelStore::values(record, slot);
   for (std::size_t i = 0; i < values.size; ++i) {
     if (resolved(store, values, i) != other) continue;
-    if (record->plan->slots[slot].many)
+    if (record->use->property(slot).isMany())
       store.removeItem(record, slot, i);
     else
       store.erase(record, slot);
@@ -214,27 +215,27 @@ bool hasReference(const ModelStore& store, const ElementRecord* record, std::siz
 }
 
 /// Slot of the stored opposite in another element's type, or -1.
-int oppositeSlot(const SlotPlan& slot, const ElementRecord* other) {
-  const meta::Property opposite = slot.property->getOpposite();
+int oppositeSlot(const PropertyRecord& slot, const ElementRecord* other) {
+  const meta::Property opposite = slot.getOpposite();
   if (!opposite) return -1;
-  const auto it = other->plan->slotOf.find(opposite.get());
-  if (it == other->plan->slotOf.end()) return -1;
-  return other->plan->slots[it->second].kind == ValueKind::association ? it->second : -1;
+  const std::size_t there = other->use->type->slotOf(opposite);
+  if (there == meta::StructuredType::Impl::npos) return -1;
+  return other->use->property(there).getKind() == PropertyKind::association ? static_cast<int>(there) : -1;
 }
 
 /// Before a single reference is replaced: its old target stops pointing back.
 void releaseOld(const Target& target) {
-  if (target.plan().many) return;
+  if (target.property().isMany()) return;
   const Values values = target.values();
   if (values.size == 0) return;
   ElementRecord* old = resolved(target.store, values, 0);
   if (old == nullptr) return;
-  if (const int back = oppositeSlot(target.plan(), old); back >= 0)
+  if (const int back = oppositeSlot(target.property(), old); back >= 0)
     dropReference(target.store, old, static_cast<std::size_t>(back), target.record);
 }
 
 void linkBack(const Target& target, ElementRecord* other) {
-  const int back = oppositeSlot(target.plan(), other);
+  const int back = oppositeSlot(target.property(), other);
   if (back < 0) return;
   const Target there{target.store, other, static_cast<std::size_t>(back)};
   if (hasReference(target.store, other, there.slot, target.record)) return;
@@ -246,8 +247,8 @@ void linkBack(const Target& target, ElementRecord* other) {
 
 ModelError::~ModelError() = default;
 
-meta::StructuredType Element::getType() const { return record_->plan->type; }
-meta::Class Element::getClass() const { return record_->plan->cls; }
+meta::StructuredType Element::getType() const { return record_->use->type; }
+meta::Class Element::getClass() const { return record_->use->cls; }
 Model& Element::getModel() const { return *store_->model(); }
 std::uint32_t Element::getIndex() const { return record_->index; }
 Element Element::getContainer() const { return store_->handle(record_->container); }
@@ -255,7 +256,7 @@ std::string Element::getPath() const { return pathOf(*store_, record_); }
 
 meta::Property Element::getContainingProperty() const {
   if (record_->container == nullptr) return {};
-  return record_->container->plan->slots[record_->containerSlot].property;
+  return record_->container->use->properties[record_->containerSlot];
 }
 
 std::optional<Identity> Element::getIdentity() const {
@@ -286,8 +287,8 @@ std::size_t Element::size(PropertyKey property) const {
 
 void Element::unset(PropertyKey property) {
   const Target target = locate(store_, record_, property);
-  const ValueKind kind = target.plan().kind;
-  if (kind == ValueKind::composition || kind == ValueKind::datatype) {
+  const PropertyKind kind = target.property().getKind();
+  if (kind == PropertyKind::composition || kind == PropertyKind::datatype) {
     const Values values = target.values();
     std::vector<ElementRecord*> records;
     for (std::size_t i = 0; i < values.size; ++i) records.push_back(asElement(values.items[i]));
@@ -298,21 +299,21 @@ void Element::unset(PropertyKey property) {
 
 void Element::setEmpty(PropertyKey property) {
   const Target target = locate(store_, record_, property);
-  const SlotPlan& slot = target.plan();
-  const bool possible = slot.many ? isPrimitive(slot) || slot.kind == ValueKind::association
-                                  : isPrimitive(slot) && slot.optional;
+  const PropertyRecord& slot = target.property();
+  const bool possible = slot.isMany() ? isPrimitive(slot) || slot.getKind() == PropertyKind::association
+                                      : isPrimitive(slot) && slot.isOptional();
   if (!possible) target.fail("cannot be explicitly empty");
-  if (slot.kind == ValueKind::association) store_->leaveReferredExact();
+  if (slot.getKind() == PropertyKind::association) store_->leaveReferredExact();
   store_->payload(record_, target.slot) = 0;
-  store_->setState(record_, target.slot, internal::kStateEmpty);
+  store_->setState(record_, target.slot, cells::kEmpty);
 }
 
 void Element::removeAt(PropertyKey property, std::size_t position) {
   const Target target = locate(store_, record_, property);
   target.requireMany();
   const std::uint64_t* item = target.item(position);
-  const ValueKind kind = target.plan().kind;
-  if (kind == ValueKind::composition || kind == ValueKind::datatype)
+  const PropertyKind kind = target.property().getKind();
+  if (kind == PropertyKind::composition || kind == PropertyKind::datatype)
     store_->removeSubtrees({asElement(*item)});
   else
     store_->removeItem(record_, target.slot, position);
@@ -320,49 +321,51 @@ void Element::removeAt(PropertyKey property, std::size_t position) {
 
 bool Element::getBoolean(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().standard == StandardType::boolean, "a boolean");
+  target.require(target.property().getStandardType() == StandardType::boolean, "a boolean");
   return numberAt(target, position) != 0;
 }
 
 std::int64_t Element::getInteger(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(isCountable(target.plan()), "an integer");
+  target.require(isCountable(target.property()), "an integer");
   const std::uint64_t number = numberAt(target, position);
-  if (target.plan().standard == StandardType::uinteger64 && number > static_cast<std::uint64_t>(INT64_MAX))
+  if (target.property().getStandardType() == StandardType::uinteger64 &&
+      number > static_cast<std::uint64_t>(INT64_MAX))
     target.fail("the number " + std::to_string(number) + " needs an unsigned reader");
   return static_cast<std::int64_t>(number);
 }
 
 std::uint64_t Element::getUnsigned(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(isCountable(target.plan()), "an integer");
+  target.require(isCountable(target.property()), "an integer");
   const std::uint64_t number = numberAt(target, position);
-  if (target.plan().standard != StandardType::uinteger64 && static_cast<std::int64_t>(number) < 0)
+  if (target.property().getStandardType() != StandardType::uinteger64 &&
+      static_cast<std::int64_t>(number) < 0)
     target.fail("the number " + std::to_string(static_cast<std::int64_t>(number)) + " is negative");
   return number;
 }
 
 double Element::getReal(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().standard == StandardType::real, "a real number");
+  target.require(target.property().getStandardType() == StandardType::real, "a real number");
   return std::bit_cast<double>(numberAt(target, position));
 }
 
 std::string_view Element::getText(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(holdsText(target.plan()), "a text");
+  target.require(holdsText(target.property()), "a text");
   if (const std::uint64_t* item = target.item(position); item != nullptr) return asText(*item)->view();
-  const auto& text = target.property()->getDefaultText();
+  const auto& text = target.property().getDefaultText();
   return text ? std::string_view(*text) : std::string_view();
 }
 
 Uuid Element::getUuid(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().kind == ValueKind::uuid, "a UUID");
+  target.require(target.property().getKind() == PropertyKind::uuid, "a UUID");
   Uuid uuid{};
   if (const std::uint64_t* item = target.item(position); item != nullptr) {
     std::memcpy(uuid.data(), reinterpret_cast<const void*>(*item), uuid.size());
-  } else if (const auto& text = target.property()->getDefaultText(); text) {
+  } else if (const auto& text = target.property().getDefaultText(); text) {
     uuid = internal::parseUuid(*text).value_or(Uuid{});
   }
   return uuid;
@@ -370,13 +373,13 @@ Uuid Element::getUuid(PropertyKey property, std::size_t position) const {
 
 std::string Element::getTextForm(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(isPrimitive(target.plan()), "a text");
+  target.require(isPrimitive(target.property()), "a text");
   if (const std::uint64_t* item = target.item(position); item != nullptr)
-    return internal::toTextForm(target.plan(), *item);
-  const auto& text = target.property()->getDefaultText();
-  if (text || holdsText(target.plan())) return text.value_or("");
-  return target.plan().kind == ValueKind::uuid ? internal::formatUuid(Uuid{})
-                                               : internal::toTextForm(target.plan(), 0);
+    return internal::toTextForm(target.property(), *item);
+  const auto& text = target.property().getDefaultText();
+  if (text || holdsText(target.property())) return text.value_or("");
+  return target.property().getKind() == PropertyKind::uuid ? internal::formatUuid(Uuid{})
+                                                           : internal::toTextForm(target.property(), 0);
 }
 
 namespace {
@@ -443,12 +446,13 @@ void Element::addTextForm(PropertyKey property, std::string_view text) {
 
 Element Element::create(PropertyKey property, meta::StructuredType type) {
   const Target target = locate(store_, record_, property);
-  const SlotPlan& slot = target.plan();
-  target.require(slot.kind == ValueKind::composition || slot.kind == ValueKind::datatype, "a child");
-  if (!type) type = meta::StructuredType(target.property()->getType());
-  if (!slot.many && target.values().size != 0) target.fail("holds an element already");
-  if (slot.kind == ValueKind::datatype) {
-    if (!(type == target.property()->getType()))
+  const PropertyRecord& slot = target.property();
+  target.require(slot.getKind() == PropertyKind::composition || slot.getKind() == PropertyKind::datatype,
+                 "a child");
+  if (!type) type = meta::StructuredType(target.property().getType());
+  if (!slot.isMany() && target.values().size != 0) target.fail("holds an element already");
+  if (slot.getKind() == PropertyKind::datatype) {
+    if (!(type == target.property().getType()))
       target.fail("a value of type " + type->getQualifiedNameUtf8() + " does not fit a property of type " +
                   target.typeName());
   } else {
@@ -459,7 +463,7 @@ Element Element::create(PropertyKey property, meta::StructuredType type) {
     if (cls->isAbstract())
       target.fail("class " + type->getQualifiedNameUtf8() + " is abstract and has no elements");
   }
-  return store_->handle(store_->makeChild(store_->plan(type), record_, target.slot));
+  return store_->handle(store_->makeChild(store_->use(type), record_, target.slot));
 }
 
 Element Element::create(PropertyKey property, std::string_view typeName) {
@@ -473,15 +477,15 @@ Element Element::create(PropertyKey property, std::string_view typeName) {
 
 void Element::adopt(PropertyKey property, Element child, std::size_t position) {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().kind == ValueKind::composition, "a child");
+  target.require(target.property().getKind() == PropertyKind::composition, "a child");
   if (!child || child.store_ != store_) target.fail("only an element of the same model can be moved");
   requireFitting(target, child.record_);
   for (const ElementRecord* above = record_; above != nullptr; above = above->container)
     if (above == child.record_) target.fail("an element cannot be moved into itself or below itself");
-  if (!target.plan().many && target.values().size != 0) target.fail("holds an element already");
+  if (!target.property().isMany() && target.values().size != 0) target.fail("holds an element already");
 
   // Make room first: from here on nothing can fail.
-  if (target.plan().many)
+  if (target.property().isMany())
     store_->append(record_, target.slot, 0);
   else
     target.put(0);
@@ -490,7 +494,7 @@ void Element::adopt(PropertyKey property, Element child, std::size_t position) {
   moved->container = record_;
   moved->containerSlot = static_cast<std::uint16_t>(target.slot);
   const int at = record_->find(target.slot);
-  if (target.plan().many) {
+  if (target.property().isMany()) {
     internal::List* list = internal::asList(record_->payloads[at]);
     std::uint64_t* items = list->items();
     const std::size_t last = list->size - 1;
@@ -505,7 +509,8 @@ void Element::adopt(PropertyKey property, Element child, std::size_t position) {
 
 Element Element::getElement(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().kind == ValueKind::composition || target.plan().kind == ValueKind::datatype,
+  target.require(target.property().getKind() == PropertyKind::composition ||
+                     target.property().getKind() == PropertyKind::datatype,
                  "a child");
   const std::uint64_t* item = target.item(position);
   return item != nullptr ? store_->handle(asElement(*item)) : Element();
@@ -520,17 +525,17 @@ std::vector<Element> Element::getChildren() const {
 
 Element Element::getReference(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().kind == ValueKind::association, "a reference");
+  target.require(target.property().getKind() == PropertyKind::association, "a reference");
   if (target.item(position) == nullptr) return {};
   return store_->handle(resolved(*store_, target.values(), position));
 }
 
 std::optional<UnresolvedReference> Element::getUnresolved(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().kind == ValueKind::association, "a reference");
+  target.require(target.property().getKind() == PropertyKind::association, "a reference");
   const std::uint64_t* item = target.item(position);
   if (item == nullptr || resolved(*store_, target.values(), position) != nullptr) return std::nullopt;
-  const UnresolvedRecord* record = asUnresolved(*item);
+  const ReferenceTexts* record = asUnresolved(*item);
   if (record == nullptr) return std::nullopt;
   UnresolvedReference reference{std::string(record->targetType->view()), std::string(record->id1->view()),
                                 std::string(record->id2->view()), std::nullopt};
@@ -541,50 +546,49 @@ std::optional<UnresolvedReference> Element::getUnresolved(PropertyKey property, 
 namespace {
 
 Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyKey& key,
-                       const Element& other) {
+                       const ModelStore* storeOfOther, const ElementRecord* other) {
   const Target target = locate(store, record, key);
-  target.require(target.plan().kind == ValueKind::association, "a reference");
-  const ElementRecord* to = ModelStore::recordOf(other);
-  if (to == nullptr) target.fail("an empty element handle cannot be referred to");
-  if (&ModelStore::of(other.getModel()) != store) target.fail("the element belongs to another model");
-  requireFitting(target, to);
+  target.require(target.property().getKind() == PropertyKind::association, "a reference");
+  if (other == nullptr) target.fail("an empty element handle cannot be referred to");
+  if (storeOfOther != store) target.fail("the element belongs to another model");
+  requireFitting(target, other);
   return target;
 }
 
 }  // namespace
 
 void Element::setReference(PropertyKey property, Element other) {
-  const Target target = single(referenceTarget(store_, record_, property, other));
+  const Target target = single(referenceTarget(store_, record_, property, other.store_, other.record_));
   releaseOld(target);
-  target.put(store_->referTo(other.record_->index, target.plan()));
+  target.put(store_->referTo(other.record_->index, target.property()));
   linkBack(target, other.record_);
 }
 
 void Element::addReference(PropertyKey property, Element other) {
-  const Target target = many(referenceTarget(store_, record_, property, other));
-  store_->append(record_, target.slot, store_->referTo(other.record_->index, target.plan()));
+  const Target target = many(referenceTarget(store_, record_, property, other.store_, other.record_));
+  store_->append(record_, target.slot, store_->referTo(other.record_->index, target.property()));
   linkBack(target, other.record_);
 }
 
 void Element::putReference(PropertyKey property, Element other) {
-  putReferenceRaw(referenceTarget(store_, record_, property, other), other.record_);
+  putReferenceRaw(referenceTarget(store_, record_, property, other.store_, other.record_), other.record_);
 }
 
 void Element::putUnresolved(PropertyKey property, const UnresolvedReference& reference) {
   const Target target = locate(store_, record_, property);
-  target.require(target.plan().kind == ValueKind::association, "a reference");
+  target.require(target.property().getKind() == PropertyKind::association, "a reference");
   for (const std::string* text : {&reference.targetType, &reference.id1, &reference.id2})
     if (!internal::isWellFormed(*text)) target.fail("a text of the reference is not well-formed UTF-8");
   std::string_view qualifier;
   if (reference.qualifier) qualifier = *reference.qualifier;
   if (!internal::isWellFormed(qualifier)) target.fail("a text of the reference is not well-formed UTF-8");
-  const UnresolvedRecord* record = store_->makeUnresolved(reference.targetType, reference.id1, reference.id2,
-                                                          reference.qualifier ? &qualifier : nullptr);
-  if (target.plan().many) {
-    store_->append(record_, target.slot, asPayload(record) | 1);
+  const ReferenceTexts* record = store_->makeUnresolved(reference.targetType, reference.id1, reference.id2,
+                                                        reference.qualifier ? &qualifier : nullptr);
+  if (target.property().isMany()) {
+    store_->append(record_, target.slot, cells::asCell(record, true));
   } else {
-    target.put(asPayload(record));
-    store_->setState(record_, target.slot, internal::kStateUnresolved);
+    target.put(cells::asCell(record, false));
+    store_->setState(record_, target.slot, cells::kUnresolved);
   }
 }
 

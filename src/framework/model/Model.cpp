@@ -11,8 +11,8 @@ namespace kr::zero {
 using internal::asElement;
 using internal::ElementRecord;
 using internal::ModelStore;
-using internal::SlotPlan;
-using internal::ValueKind;
+using internal::PropertyKind;
+using internal::PropertyRecord;
 using internal::Values;
 
 Model::Model(const meta::MetaRegistry& registry) : store_(std::make_unique<ModelStore>(registry)) {
@@ -37,7 +37,7 @@ Element Model::createRoot(meta::Class type) {
   if (!type) throw ModelError("an empty class handle has no elements");
   if (type->isAbstract())
     throw ModelError("class " + type->getQualifiedNameUtf8() + " is abstract and has no elements");
-  return store_->handle(store_->makeRoot(store_->plan(type)));
+  return store_->handle(store_->makeRoot(store_->use(type)));
 }
 
 Element Model::createRoot(std::string_view typeName) {
@@ -73,10 +73,10 @@ std::size_t Model::getMemoryUsed() const { return store_->memoryUsed(); }
 std::vector<Element> Model::getReferrers(Element target) const {
   std::vector<Element> referrers;
   const auto refers = [&](const ElementRecord* record) {
-    if (!record->plan->hasAssociations) return false;
+    if (!record->use->type->hasAssociations()) return false;
     for (std::uint16_t i = 0; i < record->count; ++i) {
-      const std::size_t slot = record->slots()[i] & internal::kSlotMask;
-      if (record->plan->slots[slot].kind != ValueKind::association) continue;
+      const std::size_t slot = record->slots()[i] & cells::kSlotMask;
+      if (record->use->property(slot).getKind() != PropertyKind::association) continue;
       const Values values = ModelStore::values(record, slot);
       for (std::size_t k = 0; k < values.size; ++k)
         if (!values.unresolvedSingle && values.items[k] == internal::asReference(target.record_->index))

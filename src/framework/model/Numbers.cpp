@@ -13,12 +13,6 @@ using meta::StandardType;
 namespace {
 
 template <class T>
-constexpr IntegerRange rangeOfType() {
-  return {static_cast<std::int64_t>(std::numeric_limits<T>::min()),
-          static_cast<std::int64_t>(std::numeric_limits<T>::max())};
-}
-
-template <class T>
 std::optional<T> parseWhole(std::string_view text) {
   T number{};
   if (!text.empty() && text.front() == '+') text.remove_prefix(1);
@@ -58,22 +52,12 @@ constexpr bool isDashPosition(std::size_t i) { return i == 8 || i == 13 || i == 
 }  // namespace
 
 IntegerRange rangeOf(StandardType type) noexcept {
-  switch (type) {
-    case StandardType::integer8:
-      return rangeOfType<std::int8_t>();
-    case StandardType::uinteger8:
-      return rangeOfType<std::uint8_t>();
-    case StandardType::integer16:
-      return rangeOfType<std::int16_t>();
-    case StandardType::uinteger16:
-      return rangeOfType<std::uint16_t>();
-    case StandardType::integer:
-      return rangeOfType<std::int32_t>();
-    case StandardType::unlimitedNatural:
-      return rangeOfType<std::uint32_t>();
-    default:
-      return rangeOfType<std::int64_t>();
-  }
+  const meta::StandardTypeInfo& info = meta::infoOf(type);
+  const bool isSigned = info.kind == meta::StandardKind::signedInteger;
+  constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+  const int bits = 8 * info.width - (isSigned ? 1 : 0);
+  const std::int64_t high = bits >= 63 ? kMost : (std::int64_t{1} << bits) - 1;
+  return {isSigned ? -high - 1 : 0, high};
 }
 
 std::optional<std::uint64_t> parseNumber(StandardType type, std::string_view text) {

@@ -20,9 +20,6 @@ struct IntegerRange {
   std::int64_t high;
 };
 
-inline bool isInteger(meta::StandardType type) noexcept {
-  return type >= meta::StandardType::integer8 && type <= meta::StandardType::uinteger64;
-}
 IntegerRange rangeOf(meta::StandardType integerType) noexcept;
 
 /// The payload of a number given as text, or nothing where the text is not one of that type.
@@ -35,49 +32,39 @@ std::optional<Uuid> parseUuid(std::string_view text);
 /// Lower case, 8-4-4-4-12.
 std::string formatUuid(const Uuid& uuid);
 
-/// A payload as a value of its type, and back.
+/// A payload as a value of its type, and back. An enumeration's is as wide as an Integer64's.
 inline Value toValue(meta::Type type, meta::StandardType standard, ValueFlags flags, std::uint64_t payload) {
   const ValueMeta meta(type, flags);
-  switch (standard) {
-    case meta::StandardType::boolean:
-      return Value(meta, payload != 0);
-    case meta::StandardType::integer8:
-      return Value(meta, static_cast<std::int8_t>(payload));
-    case meta::StandardType::uinteger8:
-      return Value(meta, static_cast<std::uint8_t>(payload));
-    case meta::StandardType::integer16:
-      return Value(meta, static_cast<std::int16_t>(payload));
-    case meta::StandardType::uinteger16:
-      return Value(meta, static_cast<std::uint16_t>(payload));
-    case meta::StandardType::integer:
-      return Value(meta, static_cast<std::int32_t>(payload));
-    case meta::StandardType::unlimitedNatural:
-      return Value(meta, static_cast<std::uint32_t>(payload));
-    case meta::StandardType::uinteger64:
+  const meta::StandardTypeInfo& info = meta::infoOf(standard);
+  const bool isSigned = info.kind == meta::StandardKind::signedInteger;
+  if (info.kind == meta::StandardKind::boolean) return Value(meta, payload != 0);
+  if (info.kind == meta::StandardKind::real) return Value(meta, std::bit_cast<double>(payload));
+  switch (info.width) {
+    case 1:
+      return isSigned ? Value(meta, static_cast<std::int8_t>(payload))
+                      : Value(meta, static_cast<std::uint8_t>(payload));
+    case 2:
+      return isSigned ? Value(meta, static_cast<std::int16_t>(payload))
+                      : Value(meta, static_cast<std::uint16_t>(payload));
+    case 4:
+      return isSigned ? Value(meta, static_cast<std::int32_t>(payload))
+                      : Value(meta, static_cast<std::uint32_t>(payload));
+    default:
       return Value(meta, payload);
-    case meta::StandardType::real:
-      return Value(meta, std::bit_cast<double>(payload));
-    default:  // Integer64 and enumerations
-      return Value(meta, static_cast<std::int64_t>(payload));
   }
 }
 inline std::uint64_t fromValue(meta::StandardType standard, const Value& value) noexcept {
   const auto widen = [](std::int64_t number) { return static_cast<std::uint64_t>(number); };
-  switch (standard) {
-    case meta::StandardType::boolean:
-      return value.get<std::uint8_t>() != 0 ? 1 : 0;
-    case meta::StandardType::integer8:
-      return widen(value.get<std::int8_t>());
-    case meta::StandardType::uinteger8:
-      return value.get<std::uint8_t>();
-    case meta::StandardType::integer16:
-      return widen(value.get<std::int16_t>());
-    case meta::StandardType::uinteger16:
-      return value.get<std::uint16_t>();
-    case meta::StandardType::integer:
-      return widen(value.get<std::int32_t>());
-    case meta::StandardType::unlimitedNatural:
-      return value.get<std::uint32_t>();
+  const meta::StandardTypeInfo& info = meta::infoOf(standard);
+  const bool isSigned = info.kind == meta::StandardKind::signedInteger;
+  if (info.kind == meta::StandardKind::boolean) return value.get<std::uint8_t>() != 0 ? 1 : 0;
+  switch (info.width) {
+    case 1:
+      return isSigned ? widen(value.get<std::int8_t>()) : value.get<std::uint8_t>();
+    case 2:
+      return isSigned ? widen(value.get<std::int16_t>()) : value.get<std::uint16_t>();
+    case 4:
+      return isSigned ? widen(value.get<std::int32_t>()) : value.get<std::uint32_t>();
     default:
       return value.get<std::uint64_t>();
   }

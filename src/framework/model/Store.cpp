@@ -5,119 +5,39 @@
 #include <limits>
 #include <new>
 
-#include "text/Utf.h"
+#include "fl/i18n/utf8.h"
 
 namespace kr::zero::internal {
 
 using meta::Class;
-using meta::Enum;
-using meta::PrimitiveType;
-using meta::StandardType;
 using meta::StructuredType;
 
 int ElementRecord::findSorted(std::size_t slot) const noexcept {
   const std::uint16_t* first = slots();
   const std::uint16_t* last = first + count;
   const std::uint16_t* it = std::lower_bound(first, last, slot, [](std::uint16_t entry, std::size_t wanted) {
-    return (entry & kSlotMask) < wanted;
+    return (entry & cells::kSlotMask) < wanted;
   });
-  return it != last && (*it & kSlotMask) == slot ? static_cast<int>(it - first) : -1;
+  return it != last && (*it & cells::kSlotMask) == slot ? static_cast<int>(it - first) : -1;
 }
 
-namespace {
-
-// The number of literals where their numbers are 0, 1, 2 … in any order and with repetitions.
-std::uint32_t denseLiteralsOf(Enum type) {
-  const auto& literals = type->getLiterals();
-  std::vector<bool> seen(literals.size());
-  for (const auto& literal : literals) {
-    if (literal.number < 0 || static_cast<std::size_t>(literal.number) >= literals.size()) return 0;
-    seen[static_cast<std::size_t>(literal.number)] = true;
-  }
-  const auto gap = std::find(seen.begin(), seen.end(), false);
-  return static_cast<std::uint32_t>(gap - seen.begin());
-}
-
-ValueKind kindOfPrimitive(StandardType standard) {
-  switch (standard) {
-    case StandardType::boolean:
-    case StandardType::integer8:
-    case StandardType::uinteger8:
-    case StandardType::integer16:
-    case StandardType::uinteger16:
-    case StandardType::integer:
-    case StandardType::unlimitedNatural:
-    case StandardType::integer64:
-    case StandardType::uinteger64:
-    case StandardType::real:
-      return ValueKind::number;
-    case StandardType::uuid:
-      return ValueKind::uuid;
-    case StandardType::dateTime:
-      return ValueKind::dateTime;
-    default:
-      return ValueKind::text;
-  }
-}
-
-SlotPlan makeSlotPlan(meta::Property property, std::uint16_t position) {
-  SlotPlan slot;
-  slot.name = &property->getName();
-  slot.property = property;
-  slot.type = property->getType();
-  slot.slot = position;
-  slot.many = property->isMany();
-  slot.optional = property->isOptional();
-  if (!property->isStored()) return slot;
-  const meta::Type type = slot.type;
-  std::uint32_t single = 0;
-  if (const Class cls(type); cls) {
-    slot.target = cls;
-    slot.kind = property->isComposite() ? ValueKind::composition : ValueKind::association;
-    single = property->isComposite() ? 0x008 : 0x004;
-  } else if (type->isKindOf(StructuredType::metaClass())) {
-    slot.kind = ValueKind::datatype;
-    single = 0x002;
-  } else if (const Enum enumeration(type); enumeration) {
-    slot.kind = ValueKind::enumeration;
-    slot.denseLiterals = denseLiteralsOf(enumeration);
-    single = 0x001;
-  } else {
-    slot.standard = PrimitiveType(type)->getStandardType();
-    slot.kind = kindOfPrimitive(slot.standard);
-    single = 0x001;
-  }
-  slot.category = slot.many ? single << 8 : single;
-  slot.visited = property->getIdentifier() != 0 && !property->isTransient();
-  return slot;
-}
-
-}  // namespace
-
-TypePlan& ModelStore::plan(StructuredType type) {
+TypeUse& ModelStore::use(StructuredType type) {
   const std::size_t index = type->getIndex();
-  if (index < plans_.size() && plans_[index] != nullptr) return *plans_[index];
+  if (index < uses_.size() && uses_[index] != nullptr) return *uses_[index];
 
-  auto made = std::make_unique<TypePlan>();
+  const std::vector<meta::Property>& properties = type->getAllProperties();
+  if (properties.size() > cells::kSlotMask)
+    throw ModelError("type " + type->getQualifiedNameUtf8() + " has more than 16383 properties");
+  auto made = std::make_unique<TypeUse>();
   made->type = type;
   made->cls = Class(meta::Type(type));
-  const auto& properties = type->getAllProperties();
-  if (properties.size() > kSlotMask)
-    throw ModelError("type " + type->getQualifiedNameUtf8() + " has more than 16383 properties");
-  for (const meta::Property property : properties) {
-    const auto position = static_cast<std::uint16_t>(made->slots.size());
-    made->slotOf.emplace(property.get(), position);
-    made->slots.push_back(makeSlotPlan(property, position));
-    const SlotPlan& slot = made->slots.back();
-    if (slot.kind == ValueKind::association) made->hasAssociations = true;
-    if (slot.kind == ValueKind::composition && !slot.visited) made->hasUnvisitedCompositions = true;
-  }
-  makeRoom(planOrder_);
-  if (index >= plans_.size()) plans_.resize(index + 1);
-  made->ordinal = static_cast<std::uint32_t>(planOrder_.size());
-  plans_[index] = std::move(made);
-  planOrder_.push_back(plans_[index].get());
-  return *plans_[index];
+  made->properties = properties.data();
+  makeRoom(useOrder_);
+  if (index >= uses_.size()) uses_.resize(index + 1);
+  made->ordinal = static_cast<std::uint32_t>(useOrder_.size());
+  uses_[index] = std::move(made);
+  useOrder_.push_back(uses_[index].get());
+  return *uses_[index];
 }
 
 // Index order stays document order as long as each new element goes behind everything there is: into
@@ -129,7 +49,7 @@ void ModelStore::noteOrder(const ElementRecord* record) noexcept {
   if (branch == nullptr || branch->containerSlot > record->containerSlot) inOrder_ = false;
 }
 
-ElementRecord* ModelStore::make(TypePlan& plan, ElementRecord* container, std::uint16_t slot) {
+ElementRecord* ModelStore::make(TypeUse& use, ElementRecord* container, std::uint16_t slot) {
   if (nextIndex_ == std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   if (nextIndex_ == blocks_.size() * kBlock) {
     makeRoom(blocks_);
@@ -138,29 +58,29 @@ ElementRecord* ModelStore::make(TypePlan& plan, ElementRecord* container, std::u
     referred_.push_back(0);
   }
   auto* result = new (record(nextIndex_)) ElementRecord{};
-  result->plan = &plan;
+  result->use = &use;
   result->container = container;
   result->containerSlot = slot;
   result->index = nextIndex_;
   if (inOrder_) noteOrder(result);
   last_ = result;
   ++nextIndex_;
-  ++plan.live;
-  if (plan.cls) ++elements_;
+  ++use.live;
+  if (use.cls) ++elements_;
   return result;
 }
 
-ElementRecord* ModelStore::makeRoot(TypePlan& plan) {
+ElementRecord* ModelStore::makeRoot(TypeUse& use) {
   makeRoom(roots_);
-  ElementRecord* result = make(plan, nullptr, 0);
+  ElementRecord* result = make(use, nullptr, 0);
   roots_.push_back(result);
   return result;
 }
 
-ElementRecord* ModelStore::makeChild(TypePlan& plan, ElementRecord* container, std::size_t slot) {
-  ElementRecord* child = make(plan, container, static_cast<std::uint16_t>(slot));
+ElementRecord* ModelStore::makeChild(TypeUse& use, ElementRecord* container, std::size_t slot) {
+  ElementRecord* child = make(use, container, static_cast<std::uint16_t>(slot));
   try {
-    if (container->plan->slots[slot].many)
+    if (container->use->property(slot).isMany())
       append(container, slot, asPayload(child));
     else
       payload(container, slot) = asPayload(child);
@@ -173,8 +93,8 @@ ElementRecord* ModelStore::makeChild(TypePlan& plan, ElementRecord* container, s
 
 void ModelStore::markRemoved(ElementRecord* record) noexcept {
   record->removed = true;
-  --record->plan->live;
-  if (record->plan->cls) --elements_;
+  --record->use->live;
+  if (record->use->cls) --elements_;
   inOrder_ = false;
   if (last_ == record) last_ = nullptr;
 }
@@ -185,19 +105,19 @@ constexpr std::size_t kEntryBytes = sizeof(std::uint64_t) + sizeof(std::uint16_t
 
 // Instances of a class tend to be alike, so the one before is the guess for this one. The guess is
 // bounded: one huge instance must not make all small ones large.
-std::size_t firstCapacity(const TypePlan& plan) {
+std::size_t firstCapacity(const TypeUse& use) {
   constexpr std::size_t kUsual = 4;
   constexpr std::size_t kMost = 24;
-  if (plan.previous == nullptr) return kUsual;
-  return std::clamp<std::size_t>(plan.previous->count, 1, kMost);
+  if (use.previous == nullptr) return kUsual;
+  return std::clamp<std::size_t>(use.previous->count, 1, kMost);
 }
 
 }  // namespace
 
 void ModelStore::grow(ElementRecord* record) {
-  const std::size_t most = record->plan->slots.size();
+  const std::size_t most = record->use->type->getAllProperties().size();
   std::size_t capacity =
-      record->capacity == 0 ? firstCapacity(*record->plan) : std::size_t{record->capacity} * 3 / 2 + 2;
+      record->capacity == 0 ? firstCapacity(*record->use) : std::size_t{record->capacity} * 3 / 2 + 2;
   std::size_t bytes = std::min(capacity, most) * kEntryBytes;
   auto* memory = static_cast<std::uint64_t*>(arena_.allocateRecyclable(bytes));
   capacity = std::min(bytes / kEntryBytes, most);
@@ -209,7 +129,7 @@ void ModelStore::grow(ElementRecord* record) {
   if (record->capacity != 0)
     arena_.recycle(record->payloads, record->capacity * kEntryBytes);
   else
-    record->plan->previous = record;
+    record->use->previous = record;
   record->payloads = memory;
   record->capacity = static_cast<std::uint16_t>(capacity);
 }
@@ -224,7 +144,7 @@ std::size_t ModelStore::placeBetween(ElementRecord* record, std::size_t slot, st
   if (record->count == record->capacity) grow(record);
   std::uint16_t* slots = record->slots();
   std::size_t at = record->count;
-  while (at > 0 && (slots[at - 1] & kSlotMask) > slot) --at;
+  while (at > 0 && (slots[at - 1] & cells::kSlotMask) > slot) --at;
   const std::size_t behind = record->count - at;
   std::memmove(slots + at + 1, slots + at, behind * sizeof(std::uint16_t));
   std::memmove(record->payloads + at + 1, record->payloads + at, behind * sizeof(std::uint64_t));
@@ -249,9 +169,8 @@ void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
   --record->count;
 }
 
-/// A list with the items of the old one and room for more; null stands for a list without room.
-List* ModelStore::enlarge(List* list) {
-  const std::size_t wanted = list == nullptr ? 2 : std::size_t{list->capacity} * 2;
+/// A list with the items of the old one and room for as many as wanted; null stands for a list without room.
+List* ModelStore::enlarge(List* list, std::size_t wanted) {
   if (wanted > std::numeric_limits<std::uint32_t>::max()) throw std::bad_alloc();
   std::size_t bytes = sizeof(List) + wanted * sizeof(std::uint64_t);
   auto* bigger = static_cast<List*>(arena_.allocateRecyclable(bytes));
@@ -268,13 +187,38 @@ List* ModelStore::enlarge(List* list) {
 
 std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::uint64_t item,
                                  std::uint16_t state) {
-  const std::size_t at = place(record, slot, kStateEmpty);
+  const std::size_t at = place(record, slot, cells::kEmpty);
   std::uint64_t& cell = record->payloads[at];
   List* list = asList(cell);
-  if (list == nullptr || list->size == list->capacity) cell = asPayload(list = enlarge(list));
+  if (list == nullptr)
+    cell = asPayload(list = enlarge(list, 2));
+  else if (list->size == list->capacity)
+    cell = asPayload(list = enlarge(list, std::size_t{list->capacity} * 2));
   if (list->size == 0 || state != 0) record->slots()[at] = static_cast<std::uint16_t>(slot | state);
   list->items()[list->size] = item;
   return list->size++;
+}
+
+void ModelStore::append(ElementRecord* record, std::size_t slot, std::span<const std::uint64_t> items) {
+  if (items.empty()) return;
+  const std::size_t at = place(record, slot, cells::kEmpty);
+  std::uint64_t& cell = record->payloads[at];
+  List* list = asList(cell);
+  const std::size_t wanted = (list == nullptr ? 0 : list->size) + items.size();
+  if (list == nullptr)
+    cell = asPayload(list = enlarge(list, wanted));
+  else if (wanted > list->capacity)
+    cell = asPayload(list = enlarge(list, std::max(wanted, std::size_t{list->capacity} * 2)));
+  std::memcpy(list->items() + list->size, items.data(), items.size_bytes());
+  list->size = static_cast<std::uint32_t>(wanted);
+  record->slots()[at] = static_cast<cells::Entry>(slot);
+}
+
+void ModelStore::expectItems(ElementRecord* record, std::size_t slot, std::uint64_t count) {
+  constexpr std::uint64_t kBelieved = 8;
+  // A document that claims more than it has is refused at once: one list at most is too large.
+  std::uint64_t& cell = record->payloads[place(record, slot, cells::kEmpty)];
+  if (count != 0 && cell == 0) cell = asPayload(enlarge(nullptr, std::min(count, kBelieved)));
 }
 
 void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {
@@ -282,7 +226,7 @@ void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t
   std::memmove(list->items() + position, list->items() + position + 1,
                (list->size - position - 1) * sizeof(std::uint64_t));
   referredExact_ = false;
-  if (--list->size == 0) setState(record, slot, kStateEmpty);
+  if (--list->size == 0) setState(record, slot, cells::kEmpty);
 }
 
 void ModelStore::detach(ElementRecord* record) noexcept {
@@ -292,7 +236,7 @@ void ModelStore::detach(ElementRecord* record) noexcept {
     return;
   }
   const std::size_t slot = record->containerSlot;
-  if (!container->plan->slots[slot].many) {
+  if (!container->use->property(slot).isMany()) {
     erase(container, slot);
     return;
   }
@@ -321,13 +265,15 @@ void ModelStore::dropReferencesToRemoved() noexcept {
   referredExact_ = false;
   for (std::uint32_t index = 0; index < nextIndex_; ++index) {
     ElementRecord* from = record(index);
-    if (from->removed || !from->plan->hasAssociations) continue;
+    if (from->removed || !from->use->type->hasAssociations()) continue;
     for (std::uint16_t i = from->count; i-- > 0;) {
       const std::uint16_t entry = from->slots()[i];
-      const std::size_t slot = entry & kSlotMask;
-      const SlotPlan& plan = from->plan->slots[slot];
-      if (plan.kind != ValueKind::association || (entry & (kStateEmpty | kStateUnresolved)) != 0) continue;
-      if (!plan.many) {
+      const std::size_t slot = entry & cells::kSlotMask;
+      const PropertyRecord& property = from->use->property(slot);
+      if (property.getKind() != PropertyKind::association ||
+          (entry & (cells::kEmpty | cells::kUnresolved)) != 0)
+        continue;
+      if (!property.isMany()) {
         if (target(from->payloads[i])->removed) erase(from, slot);
         continue;
       }
@@ -335,7 +281,7 @@ void ModelStore::dropReferencesToRemoved() noexcept {
       const auto gone = [&](std::uint64_t item) { return !isUnresolved(item) && target(item)->removed; };
       std::uint64_t* end = std::remove_if(list->items(), list->items() + list->size, gone);
       list->size = static_cast<std::uint32_t>(end - list->items());
-      if (list->size == 0) setState(from, slot, kStateEmpty);
+      if (list->size == 0) setState(from, slot, cells::kEmpty);
     }
   }
 }
@@ -343,7 +289,7 @@ void ModelStore::dropReferencesToRemoved() noexcept {
 PropertyState ModelStore::state(const ElementRecord* record, std::size_t slot) noexcept {
   const int at = record->find(slot);
   if (at < 0) return PropertyState::unset;
-  return (record->slots()[at] & kStateEmpty) != 0 ? PropertyState::empty : PropertyState::value;
+  return (record->slots()[at] & cells::kEmpty) != 0 ? PropertyState::empty : PropertyState::value;
 }
 
 const Text* ModelStore::makeText(std::string_view text) {
@@ -354,20 +300,21 @@ const Text* ModelStore::makeText(std::string_view text) {
   return result;
 }
 
-const Text* ModelStore::makeText(std::u16string_view text) {
-  constexpr std::size_t kUsual = 256;  // units; room for the most that they may take costs nothing then
-  if (text.size() > kUsual) {
-    std::string utf8;
-    return fl::i18n::internal::utf16ToUtf8(text, utf8) ? makeText(utf8) : nullptr;
-  }
-  constexpr std::size_t kHead = offsetof(Text, bytes);
-  auto* result =
-      static_cast<Text*>(arena_.prepare(kHead + text.size() * fl::i18n::internal::kMostBytesPerUnit));
-  const char* const end = fl::i18n::internal::utf16ToUtf8(text, result->bytes);
-  if (end == nullptr) return nullptr;
-  const auto length = static_cast<std::size_t>(end - result->bytes);
-  result->length = static_cast<std::uint32_t>(length);
-  arena_.keep(kHead + length);
+const Text* ModelStore::makeCheckedText(std::string_view bytes) {
+  constexpr std::size_t kShort = 16;
+  if (bytes.size() < sizeof(std::uint64_t) || bytes.size() > kShort)
+    return fl::i18n::isWellFormedUtf8(bytes) ? makeText(bytes) : nullptr;
+  // Two words that may overlap are all of it: they are looked at on their way into the model.
+  std::uint64_t first = 0;
+  std::uint64_t last = 0;
+  std::memcpy(&first, bytes.data(), sizeof first);
+  std::memcpy(&last, bytes.data() + bytes.size() - sizeof last, sizeof last);
+  const bool ascii = ((first | last) & 0x8080808080808080) == 0;
+  if (!ascii && !fl::i18n::isWellFormedUtf8(bytes)) return nullptr;
+  auto* result = static_cast<Text*>(arena_.allocate(offsetof(Text, bytes) + bytes.size()));
+  result->length = static_cast<std::uint32_t>(bytes.size());
+  std::memcpy(result->bytes, &first, sizeof first);
+  std::memcpy(result->bytes + bytes.size() - sizeof last, &last, sizeof last);
   return result;
 }
 
@@ -386,9 +333,9 @@ const Text* ModelStore::intern(std::string_view text) {
   return lastInterned_ = made;
 }
 
-const UnresolvedRecord* ModelStore::makeUnresolved(std::string_view targetType, std::string_view id1,
-                                                   std::string_view id2, const std::string_view* qualifier) {
-  auto* result = new (arena_.allocate(sizeof(UnresolvedRecord))) UnresolvedRecord{};
+const ReferenceTexts* ModelStore::makeUnresolved(std::string_view targetType, std::string_view id1,
+                                                 std::string_view id2, const std::string_view* qualifier) {
+  auto* result = new (arena_.allocate(sizeof(ReferenceTexts))) ReferenceTexts{};
   result->targetType = intern(targetType);
   result->id1 = intern(id1);
   result->id2 = makeText(id2);
@@ -404,8 +351,8 @@ void ModelStore::setIdentity(ElementRecord* record, std::string_view first, std:
   hasIdentities_ = true;
 }
 
-bool ModelStore::fits(const SlotPlan& slot, Class cls) noexcept {
-  return cls && (cls == slot.target || cls->conformsTo(slot.target));
+bool ModelStore::fits(const PropertyRecord& slot, Class cls) noexcept {
+  return cls && (cls == slot.getTarget() || cls->conformsTo(slot.getTarget()));
 }
 
 std::size_t ModelStore::memoryUsed() const noexcept {
@@ -431,14 +378,14 @@ std::string positionIn(const Items& items, std::size_t size, const ElementRecord
 std::string segmentOf(const ModelStore& store, const ElementRecord* record) {
   if (record->container == nullptr) {
     const auto& roots = store.roots();
-    const std::string name = lowerFirst(record->plan->type->getName());
+    const std::string name = lowerFirst(record->use->type->getName());
     return roots.size() < 2
                ? name
                : name + positionIn([&](std::size_t i) { return roots[i]; }, roots.size(), record);
   }
-  const SlotPlan& slot = record->container->plan->slots[record->containerSlot];
-  const std::string& name = slot.property->getNameUtf8();
-  if (!slot.many) return name;
+  const PropertyRecord& slot = record->container->use->property(record->containerSlot);
+  const std::string& name = slot.getNameUtf8();
+  if (!slot.isMany()) return name;
   const Values values = ModelStore::values(record->container, record->containerSlot);
   return name + positionIn([&](std::size_t i) { return asElement(values.items[i]); }, values.size, record);
 }

@@ -2,83 +2,55 @@
 /// Internal: how a model lies in memory.
 ///
 /// An element is a record of fixed size; records stand in blocks, in order of creation, so that an
-/// element's index leads to its record. What is set on an element stands in one array of its own:
-/// 8 bytes of payload per set property, and beside them the property's slot (its position among all
-/// properties of the type), in ascending order. What a payload means follows from the property:
-///
-///     number, enumeration     the number itself
-///     text, UUID              pointer to the bytes in the arena
-///     child, datatype value   pointer to its record
-///     reference               number of the target's record, or pointer to an UnresolvedRecord (state
-///                             bit); a number, so that references can be followed into tables beside the
-///                             model without touching each target; while a document is read, what its
-///                             reader remembers of the target instead (isWaiting)
-///     collection of these     pointer to a List of such payloads; an unresolved reference in a list is
-///                             marked by the lowest bit of its pointer
+/// element's index leads to its record. What is set on it stands in one array of its own, `capacity` cells
+/// and then `capacity` entries, as kr/zero/Cells.h describes. Children and datatype values are pointers to
+/// their records. A resolved reference is a number, so that references can be followed into tables beside
+/// the model without touching each target; while a document is read, it is what its reader remembers of
+/// the target instead (isWaiting).
 #pragma once
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "kr/zero/Cells.h"
 #include "kr/zero/Model.h"
+#include "kr/zero/TextHash.h"
 #include "kr/zero/meta/Type.h"
 #include "model/Arena.h"
-#include "model/TextHash.h"
 
 namespace kr::zero::internal {
 
-/// What a property holds, as the store sees it.
-enum class ValueKind : std::uint8_t {
-  none,  // derived and static properties
-  number,
-  enumeration,
-  text,
-  uuid,
-  dateTime,
-  datatype,
-  composition,
-  association
-};
+using cells::asReference;
+using cells::asText;
+using cells::asUnresolved;
+using cells::isUnresolved;
+using cells::isWaiting;
+using cells::List;
+using cells::ReferenceTexts;
+using cells::targetIndex;
+using cells::Text;
+using meta::PropertyKind;
 
-/// Everything about a property of a type that is asked for often.
-struct SlotPlan {
-  const ustring* name = nullptr;  // the property's own string
-  meta::Property property;
-  meta::Type type;         // the property's
-  std::uint16_t slot = 0;  // its position in TypePlan::slots
-  ValueKind kind = ValueKind::none;
-  bool many = false;
-  bool optional = false;
-  bool visited = false;  // a walk may write it: identifier, not transient
-  meta::StandardType standard = meta::StandardType::none;
-  std::uint32_t category = 0;       // PropertyCategory mask on the reading side
-  std::uint32_t denseLiterals = 0;  // enumeration numbers are 0 .. n-1
-  meta::Class target;               // associations and compositions
-};
+/// What the meta model says of a property.
+using PropertyRecord = meta::Property::Impl;
 
 /// A type as one model uses it.
-struct TypePlan {
+struct TypeUse {
   meta::StructuredType type;
-  meta::Class cls;  // empty for a datatype
-  std::vector<SlotPlan> slots;
-  std::unordered_map<const meta::Property::Impl*, std::uint16_t> slotOf;
+  meta::Class cls;                                 // empty for a datatype
+  const meta::Property* properties = nullptr;      // by slot
   const struct ElementRecord* previous = nullptr;  // the instance before: its size is a good guess
-  std::uint32_t ordinal = 0;                       // position in ModelStore::plansInUse
-  bool hasAssociations = false;
-  bool hasUnvisitedCompositions = false;
-  std::size_t live = 0;  // instances in the model
-};
+  std::uint32_t ordinal = 0;                       // position in ModelStore::typesInUse
+  std::size_t live = 0;                            // instances in the model
 
-struct Text {
-  std::uint32_t length;
-  char bytes[1];  // `length` of them
-  std::string_view view() const noexcept { return {bytes, length}; }
+  const PropertyRecord& property(std::size_t slot) const noexcept { return *properties[slot].get(); }
 };
 
 struct IdentityRecord {
@@ -86,29 +58,8 @@ struct IdentityRecord {
   const Text* second;
 };
 
-struct UnresolvedRecord {
-  const Text* targetType;
-  const Text* id1;
-  const Text* id2;
-  const Text* qualifier;  // null: none
-};
-
-struct List {
-  std::uint32_t size;
-  std::uint32_t capacity;
-  std::uint64_t* items() noexcept { return reinterpret_cast<std::uint64_t*>(this + 1); }
-  const std::uint64_t* items() const noexcept { return reinterpret_cast<const std::uint64_t*>(this + 1); }
-};
-
-/// Upper bits of a slot entry.
-enum : std::uint16_t {
-  kSlotMask = 0x3FFF,
-  kStateEmpty = 0x4000,
-  kStateUnresolved = 0x8000,  // of a collection: some of its references may be waiting
-};
-
 struct ElementRecord {
-  TypePlan* plan;
+  TypeUse* use;
   ElementRecord* container;  // null for a root
   std::uint64_t* payloads;   // `capacity` payloads, then `capacity` slot entries
   const IdentityRecord* identity;
@@ -119,14 +70,14 @@ struct ElementRecord {
   bool removed;
 
   std::uint16_t* slots() const noexcept { return reinterpret_cast<std::uint16_t*>(payloads + capacity); }
-  bool isDatatype() const noexcept { return !plan->cls; }
+  bool isDatatype() const noexcept { return !use->cls; }
 
   /// Position of a slot's entry, or -1.
   int find(std::size_t slot) const noexcept {
     const std::uint16_t* s = slots();
     if (count <= 32) {
       for (int i = 0; i < count; ++i)
-        if ((s[i] & kSlotMask) == slot) return i;
+        if ((s[i] & cells::kSlotMask) == slot) return i;
       return -1;
     }
     return findSorted(slot);
@@ -136,24 +87,9 @@ struct ElementRecord {
   int findSorted(std::size_t slot) const noexcept;
 };
 
-inline bool isUnresolved(std::uint64_t item) noexcept { return (item & 1) != 0; }
-/// Marks of an unresolved reference whose target is still to be looked for. Where reading fails it stays,
-/// unresolved and without texts.
-inline constexpr std::uint64_t kWaiting = 3;
-inline bool isWaiting(std::uint64_t item) noexcept { return (item & kWaiting) == kWaiting; }
-/// A reference to the record of an index, and back. Never 0, lowest bit clear.
-inline std::uint64_t asReference(std::uint32_t index) noexcept { return (std::uint64_t{index} + 1) << 1; }
-inline std::uint32_t targetIndex(std::uint64_t item) noexcept {
-  return static_cast<std::uint32_t>((item >> 1) - 1);
-}
 inline ElementRecord* asElement(std::uint64_t item) noexcept {
   return reinterpret_cast<ElementRecord*>(item);  // NOLINT: payloads hold pointers
 }
-/// The record of an unresolved reference; null where it is waiting.
-inline const UnresolvedRecord* asUnresolved(std::uint64_t item) noexcept {
-  return isWaiting(item) ? nullptr : reinterpret_cast<const UnresolvedRecord*>(item & ~std::uint64_t{1});
-}
-inline const Text* asText(std::uint64_t item) noexcept { return reinterpret_cast<const Text*>(item); }
 inline List* asList(std::uint64_t item) noexcept { return reinterpret_cast<List*>(item); }
 inline std::uint64_t asPayload(const void* pointer) noexcept {
   return reinterpret_cast<std::uint64_t>(pointer);
@@ -170,7 +106,7 @@ void makeRoom(std::vector<T>& items) {
 struct Values {
   const std::uint64_t* items = nullptr;
   std::size_t size = 0;
-  bool unresolvedSingle = false;  // the one item points to an UnresolvedRecord without the mark
+  bool unresolvedSingle = false;  // the one item points to an ReferenceTexts without the mark
 };
 
 class ModelStore {
@@ -187,16 +123,16 @@ class ModelStore {
   Model* model() const noexcept { return model_; }
   void setModel(Model* model) noexcept { model_ = model; }
 
-  /// The plan of a type of this model's registry.
-  TypePlan& plan(meta::StructuredType type);
+  /// What this model knows of a type of its's registry.
+  TypeUse& use(meta::StructuredType type);
   /// Plans in order of first use; some may have no instance left.
-  const std::vector<TypePlan*>& plansInUse() const noexcept { return planOrder_; }
+  const std::vector<TypeUse*>& typesInUse() const noexcept { return useOrder_; }
 
   // Making and placing records. `slot` is the container's; the container is not yet changed by make.
-  ElementRecord* make(TypePlan& plan, ElementRecord* container, std::uint16_t slot);
-  ElementRecord* makeRoot(TypePlan& plan);
+  ElementRecord* make(TypeUse& use, ElementRecord* container, std::uint16_t slot);
+  ElementRecord* makeRoot(TypeUse& use);
   /// Makes a record and appends it to (or puts it into) the container's property.
-  ElementRecord* makeChild(TypePlan& plan, ElementRecord* container, std::size_t slot);
+  ElementRecord* makeChild(TypeUse& use, ElementRecord* container, std::size_t slot);
   std::vector<ElementRecord*>& roots() noexcept { return roots_; }
   const std::vector<ElementRecord*>& roots() const noexcept { return roots_; }
   std::uint32_t recordCount() const noexcept { return nextIndex_; }
@@ -207,9 +143,9 @@ class ModelStore {
   /// The target of a resolved reference.
   ElementRecord* target(std::uint64_t item) const noexcept { return record(targetIndex(item)); }
   std::size_t elementCount() const noexcept { return elements_; }
-  /// The payload of a reference to the record of an index, to be put into a property with this plan.
-  std::uint64_t referTo(std::uint32_t index, const SlotPlan& from) noexcept {
-    referred_[index / kBlock] |= std::uint64_t{from.visited} << (index % kBlock);
+  /// The payload of a reference to the record of an index, to be put into this property.
+  std::uint64_t referTo(std::uint32_t index, const PropertyRecord& from) noexcept {
+    referred_[index / kBlock] |= std::uint64_t{from.isWritten()} << (index % kBlock);
     return asReference(index);
   }
   /// Whether a reference that a walk may write was made to the record at some time.
@@ -238,17 +174,22 @@ class ModelStore {
   /// Sets a single-valued property, or returns false where it is set already.
   bool add(ElementRecord* record, std::size_t slot, std::uint64_t payload, std::uint16_t state = 0);
   /// Puts in, or appends, a reference that is waiting, or returns false where a single one is set already.
-  bool addWaiting(ElementRecord* record, const SlotPlan& slot, std::uint64_t item) {
-    if (!slot.many) return add(record, slot.slot, item, kStateUnresolved);
-    append(record, slot.slot, item, kStateUnresolved);
+  bool addWaiting(ElementRecord* record, std::size_t slot, bool many, std::uint64_t item) {
+    if (!many) return add(record, slot, item, cells::kUnresolved);
+    append(record, slot, item, cells::kUnresolved);
     return true;
   }
   void setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept;
   void erase(ElementRecord* record, std::size_t slot) noexcept;
   /// Makes a collection property set, without entries, unless it is set already.
-  void touch(ElementRecord* record, std::size_t slot) { place(record, slot, kStateEmpty); }
+  void touch(ElementRecord* record, std::size_t slot) { place(record, slot, cells::kEmpty); }
   /// Appends to a collection, and adds to its state; returns the position.
   std::uint32_t append(ElementRecord* record, std::size_t slot, std::uint64_t item, std::uint16_t state = 0);
+  /// Appends some at once to a collection that has no unresolved reference.
+  void append(ElementRecord* record, std::size_t slot, std::span<const std::uint64_t> items);
+  /// Makes room for the items of a collection that is set and has none yet. The count is a claim: only a few
+  /// are believed.
+  void expectItems(ElementRecord* record, std::size_t slot, std::uint64_t count);
   /// Takes one item out of a collection; a collection that becomes empty stays set.
   void removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept;
   /// Takes a record out of its container, or out of the roots. It keeps what it contains.
@@ -260,9 +201,9 @@ class ModelStore {
   /// The same for the entry at a position of the record's slots.
   static Values valuesAt(const ElementRecord* record, std::size_t at) noexcept {
     const std::uint16_t entry = record->slots()[at];
-    if ((entry & kStateEmpty) != 0) return {};
-    if (!record->plan->slots[entry & kSlotMask].many)
-      return {record->payloads + at, 1, (entry & kStateUnresolved) != 0};
+    if ((entry & cells::kEmpty) != 0) return {};
+    if (!record->use->property(entry & cells::kSlotMask).isMany())
+      return {record->payloads + at, 1, (entry & cells::kUnresolved) != 0};
     return valuesOfList(record->payloads[at]);
   }
   /// The same for the payload of a collection that is not empty.
@@ -273,15 +214,15 @@ class ModelStore {
   static PropertyState state(const ElementRecord* record, std::size_t slot) noexcept;
 
   const Text* makeText(std::string_view text);
-  /// The same from UTF-16; null where a surrogate stands alone.
-  const Text* makeText(std::u16string_view text);
+  /// The same of bytes that may be anything; null where they are not well-formed UTF-8.
+  const Text* makeCheckedText(std::string_view bytes);
   const std::uint64_t* makeUuid(const Uuid& uuid);
-  const UnresolvedRecord* makeUnresolved(std::string_view targetType, std::string_view id1,
-                                         std::string_view id2, const std::string_view* qualifier);
+  const ReferenceTexts* makeUnresolved(std::string_view targetType, std::string_view id1,
+                                       std::string_view id2, const std::string_view* qualifier);
   void setIdentity(ElementRecord* record, std::string_view first, std::string_view second);
 
   /// Whether an instance of `cls` may stand in a composition or be the target of an association.
-  static bool fits(const SlotPlan& slot, meta::Class cls) noexcept;
+  static bool fits(const PropertyRecord& slot, meta::Class cls) noexcept;
   std::size_t memoryUsed() const noexcept;
 
  private:
@@ -296,7 +237,7 @@ class ModelStore {
   }
   std::size_t growAndPlaceLast(ElementRecord* record, std::size_t slot, std::uint16_t state);
   std::size_t placeBetween(ElementRecord* record, std::size_t slot, std::uint16_t state);
-  List* enlarge(List* list);
+  List* enlarge(List* list, std::size_t wanted);
   void grow(ElementRecord* record);
   void markRemoved(ElementRecord* record) noexcept;
   void dropReferencesToRemoved() noexcept;
@@ -315,8 +256,8 @@ class ModelStore {
   bool hasIdentities_ = false;
   bool referredExact_ = true;
   ElementRecord* last_ = nullptr;
-  std::vector<std::unique_ptr<TypePlan>> plans_;  // by type index
-  std::vector<TypePlan*> planOrder_;
+  std::vector<std::unique_ptr<TypeUse>> uses_;  // by type index
+  std::vector<TypeUse*> useOrder_;
   const Text* lastInterned_ = nullptr;
   std::unordered_map<std::string_view, const Text*, TextHash> interned_;
 };
@@ -326,7 +267,7 @@ class ModelStore {
 inline std::size_t ModelStore::place(ElementRecord* record, std::size_t slot, std::uint16_t state) {
   const std::size_t count = record->count;
   if (count != 0) {
-    const std::size_t lastSlot = record->slots()[count - 1] & kSlotMask;
+    const std::size_t lastSlot = record->slots()[count - 1] & cells::kSlotMask;
     if (lastSlot == slot) return count - 1;
     if (lastSlot > slot) return placeBetween(record, slot, state);
   }
@@ -353,23 +294,27 @@ void forEachUnresolvedEntry(const ElementRecord* record, Visit&& visit) {
     const std::size_t size = std::min<std::size_t>(record->count - first, kAtOnce);
     std::uint64_t found = 0;
     for (std::size_t i = 0; i < size; ++i)
-      found |= std::uint64_t{(slots[first + i] & kStateUnresolved) != 0} << i;
+      found |= std::uint64_t{(slots[first + i] & cells::kUnresolved) != 0} << i;
     for (; found != 0; found &= found - 1) visit(first + static_cast<std::size_t>(std::countr_zero(found)));
   }
 }
 
-/// Calls `visit(item)` for each waiting reference of such an entry. A collection has none then.
+/// Calls `visit(item)` for each waiting reference of such an entry.
 template <class Visit>
 void forEachWaiting(ElementRecord* record, std::size_t at, Visit&& visit) {
-  std::uint16_t& entry = record->slots()[at];
-  if (!record->plan->slots[entry & kSlotMask].many) {
+  if (!record->use->property(cells::slotOf(record->slots()[at])).isMany()) {
     if (isWaiting(record->payloads[at])) visit(record->payloads[at]);
     return;
   }
   List* list = asList(record->payloads[at]);
   for (std::uint32_t k = 0; k < list->size; ++k)
     if (isWaiting(list->items()[k])) visit(list->items()[k]);
-  entry &= kSlotMask;
+}
+
+/// Takes "unresolved" from the state of a collection, which has no waiting reference left.
+inline void settleCollection(ElementRecord* record, std::size_t at) noexcept {
+  cells::Entry& entry = record->slots()[at];
+  if (record->use->property(cells::slotOf(entry)).isMany()) entry &= cells::kSlotMask;
 }
 
 /// Path of an element for messages; long paths are shortened in the middle.
@@ -381,10 +326,12 @@ template <class Visit>
 void forEachContained(const ElementRecord* record, bool datatypes, Visit&& visit) {
   for (std::uint16_t i = 0; i < record->count; ++i) {
     const std::uint16_t entry = record->slots()[i];
-    if ((entry & kStateEmpty) != 0) continue;
-    const SlotPlan& slot = record->plan->slots[entry & kSlotMask];
-    if (slot.kind != ValueKind::composition && !(datatypes && slot.kind == ValueKind::datatype)) continue;
-    if (!slot.many) {
+    if ((entry & cells::kEmpty) != 0) continue;
+    const PropertyRecord& slot = record->use->property(entry & cells::kSlotMask);
+    if (slot.getKind() != PropertyKind::composition &&
+        !(datatypes && slot.getKind() == PropertyKind::datatype))
+      continue;
+    if (!slot.isMany()) {
       visit(asElement(record->payloads[i]));
     } else {
       const List* list = asList(record->payloads[i]);

@@ -42,11 +42,6 @@ bool isUsualDateTime(std::string_view text) {
 
 bool isDateTime(std::string_view text) { return isUsualDateTime(text) || DateTime::parse(text).has_value(); }
 
-bool isLiteral(const SlotPlan& slot, std::int64_t number) noexcept {
-  if (number >= 0 && number < static_cast<std::int64_t>(slot.denseLiterals)) return true;
-  return meta::Enum(slot.property->getType())->findByNumber(number) != nullptr;
-}
-
 bool isWellFormed(std::string_view utf8) {
   bool ascii = true;
   for (const char c : utf8) ascii &= static_cast<signed char>(c) >= 0;
@@ -56,43 +51,44 @@ bool isWellFormed(std::string_view utf8) {
   return converter.convert(utf8, ignored);
 }
 
-std::string toTextForm(const SlotPlan& slot, std::uint64_t payload) {
-  switch (slot.kind) {
-    case ValueKind::number:
-      return formatNumber(slot.standard, payload);
-    case ValueKind::enumeration: {
+std::string toTextForm(const PropertyRecord& slot, std::uint64_t payload) {
+  switch (slot.getKind()) {
+    case PropertyKind::number:
+      return formatNumber(slot.getStandardType(), payload);
+    case PropertyKind::enumeration: {
       const auto number = static_cast<std::int64_t>(payload);
-      const meta::EnumLiteral* literal = meta::Enum(slot.property->getType())->findByNumber(number);
+      const meta::EnumLiteral* literal = meta::Enum(slot.getType())->findByNumber(number);
       return literal != nullptr ? literal->name : std::to_string(number);
     }
-    case ValueKind::uuid:
+    case PropertyKind::uuid:
       return formatUuid(uuidOf(payload));
     default:
       return std::string(asText(payload)->view());
   }
 }
 
-bool fromTextForm(ModelStore& store, const SlotPlan& slot, std::string_view text, std::uint64_t& payload) {
-  switch (slot.kind) {
-    case ValueKind::number: {
-      const auto number = parseNumber(slot.standard, text);
+bool fromTextForm(ModelStore& store, const PropertyRecord& slot, std::string_view text,
+                  std::uint64_t& payload) {
+  switch (slot.getKind()) {
+    case PropertyKind::number: {
+      const auto number = parseNumber(slot.getStandardType(), text);
       if (number) payload = *number;
       return number.has_value();
     }
-    case ValueKind::enumeration: {
-      const meta::Enum type(slot.property->getType());
+    case PropertyKind::enumeration: {
+      const meta::Enum type(slot.getType());
       const meta::EnumLiteral* literal = type->findByName(text);
       if (literal == nullptr) literal = type->findByText(text);
       if (literal == nullptr) return false;
       payload = static_cast<std::uint64_t>(std::int64_t{literal->number});
       return true;
     }
-    case ValueKind::uuid: {
+    case PropertyKind::uuid: {
       const auto uuid = parseUuid(text);
       if (uuid) payload = asPayload(store.makeUuid(*uuid));
       return uuid.has_value();
     }
-    case ValueKind::dateTime:
+    case PropertyKind::dateTime:
       if (!isDateTime(text)) return false;
       payload = asPayload(store.makeText(text));
       return true;

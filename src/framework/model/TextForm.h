@@ -10,14 +10,12 @@
 namespace kr::zero::internal {
 
 /// The text of one payload of a primitive or enumeration property.
-std::string toTextForm(const SlotPlan& slot, std::uint64_t payload);
+std::string toTextForm(const PropertyRecord& slot, std::uint64_t payload);
 
 /// The payload of a text.
 /// @return false where the text is not one of the property's type.
-bool fromTextForm(ModelStore& store, const SlotPlan& slot, std::string_view text, std::uint64_t& payload);
-
-/// Whether a number is that of a literal of the property's enumeration.
-bool isLiteral(const SlotPlan& slot, std::int64_t number) noexcept;
+bool fromTextForm(ModelStore& store, const PropertyRecord& slot, std::string_view text,
+                  std::uint64_t& payload);
 
 /// Whether a text is a date or a date with a time.
 bool isDateTime(std::string_view text);

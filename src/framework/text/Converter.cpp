@@ -22,7 +22,7 @@ codecvt_string_to_ustring::codecvt_string_to_ustring(std::string_view encoding, 
   requireStrictUtf8(encoding, strict);
 }
 
-bool codecvt_string_to_ustring::convertOther(std::string_view in, std::u16string& out) const {
+bool codecvt_string_to_ustring::convert(std::string_view in, std::u16string& out) const {
   return internal::utf8ToUtf16(in, out);
 }
 

@@ -2,6 +2,7 @@
 /// The reader of the tagged binary format.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <istream>
@@ -20,6 +21,7 @@ namespace kr::zero::io {
 namespace tagged {
 class SentPrimitives;
 class StreamBytes;
+class UnitRoad;
 }  // namespace tagged
 
 /// Reads the tagged binary format (docs/formats/tagged.md) and sends what it finds as tree events.
@@ -118,10 +120,14 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
 
   bool isStreamEmpty() const;
   unsigned char getNextByte() const;
+  /// Gives it units to send in place of events. Needs the target that they go to.
+  friend class BinaryKRSylvanParser;
+
   void assembleDocument();
   void assembleVersion();
   void assembleEndianess();
   void assemble();
+  void assembleUnits();
   template <bool isShared>
   void assembleReadyItems();
   inline const modeling::sylvan::SylvanPrimitive* decodeReady(const char*& next);
@@ -136,6 +142,8 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   std::uint64_t assembleNumber(unsigned width);
 
   modeling::sylvan::SylvanEventProcessor<void>* processor_;
+  tagged::UnitRoad* units_ = nullptr;  // null where events are all that may be sent; not owned
+  std::size_t itemsBeforeUnits_ = 0;   // that are sent one by one, before units are tried again
   bool littleEndian_ = true;
   std::unique_ptr<Source> source_;
 

@@ -22,6 +22,7 @@
 namespace kr::zero::io {
 
 namespace tagged {
+class FormatterUnits;
 class GrammarChecker;
 struct FormatterInternals;
 }  // namespace tagged
@@ -73,6 +74,7 @@ class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor
 
  private:
   friend struct tagged::FormatterInternals;
+  friend class tagged::FormatterUnits;
   using EventCode = modeling::sylvan::SylvanEventCode;
 
   void visitFile(const ustring& path) override;
@@ -89,13 +91,8 @@ class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor
 
   // Encoding of primitives, each with its tag.
   inline void write(const SylvanPrimitive& value);
-  inline void writeReal(double value);
-  inline void writeUnsigned(std::uint64_t value);
-  inline void writeSigned(std::int64_t value);
+  inline void writeStartOfEntry(std::string_view name);
   inline void writeString(std::string_view string);
-  inline std::uint8_t positiveType(std::uint64_t magnitude) const;
-  inline std::uint8_t negativeType(std::uint64_t magnitude) const;
-  inline void writeUint64(std::uint8_t tag, std::uint64_t magnitude);
   inline void writeNumber(std::uint8_t tag, std::uint64_t number, std::size_t width);
 
   inline void writeByte(std::uint8_t byte);
@@ -104,11 +101,12 @@ class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor
   void writeThroughSink(const char* bytes, std::size_t count);
 
   std::unique_ptr<Sink> sink_;
+  bool takesPieces_ = false;  // the sink, or whoever it writes to: else each byte goes through writeByte()
   std::deque<std::int32_t> formatterStates_;  // what is open, innermost last; not used with a checker
   grammar::KRGrammar::Blackboard blackboard_;
   std::unique_ptr<tagged::GrammarChecker> grammarChecker_;  // none, unless attached from within the library
 
-  // What the sink writes to, where it is in memory or may be: the short way.
+  // What the sink writes to, where it is in memory or may be and the sink need not see the bytes.
   std::string* string_ = nullptr;
   std::ostream* stream_ = nullptr;
   std::string scratch_;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "kr/zero/io/export.h"
 #include "kr/zero/io/grammar/KRGrammar.h"
@@ -10,6 +11,10 @@
 #include "modeling/sylvan/SylvanEventProcessor.h"
 
 namespace kr::zero::io {
+
+namespace tagged {
+class UnitRoad;
+}
 
 /// Passes every event on to a target and feeds it to the grammar's rule "document", so that what the target
 /// gets has been checked up to there.
@@ -52,11 +57,16 @@ class KR0_IO_API BinaryKRGrammarTransformer : public modeling::sylvan::SylvanEve
  private:
   /// Looks inside, for tests.
   friend class BinaryKRGrammarTransformerInternals;
+  /// Sends the target more at once, past the grammar.
+  friend class tagged::UnitRoad;
   using KRGrammar = grammar::KRGrammar;
 
   void reset();
+  /// Brings the grammar to where these events of a document lead; the target is there already.
+  void catchUp(const std::vector<modeling::sylvan::SylvanEventCode>& way);
   void bindBlackboard() noexcept;
-  void requireDocument(modeling::sylvan::SylvanEventCode code) const;
+  inline void requireDocument(modeling::sylvan::SylvanEventCode code) const;
+  [[noreturn]] static void failOutside(modeling::sylvan::SylvanEventCode code);
 
   KRGrammar::Blackboard blackboard_;
   /// Empty until a document has started.

@@ -22,8 +22,16 @@ namespace kr::zero::io {
 /// Malformed bytes, a file that cannot be opened, a text that is not well-formed UTF-8 and a document that
 /// is not ended raise "CorruptInput"; a document of another shape raises ValueError or the grammar's
 /// GrammarException; a text that says that it is longer than any can be std::length_error or
-/// std::bad_alloc. The parse processor hears of parseCompleted in every case. The parser's span then holds
-/// "byte-offset", the position that reading had reached.
+/// std::bad_alloc. On each of these the parser's span holds "byte-offset", the position that reading had
+/// reached.
+///
+/// The parse processor hears of parseCompleted once per document, however that ends: before the exception
+/// reaches the caller, or before parse returns. It hears nothing where there is no document: an
+/// intermediate form is refused (parse returns false), and a stream that fails (std::ios_base::failure) or a
+/// byte vector that there is no memory for is not looked into.
+///
+/// A stream is read to its end, and the document must be the first thing in it. For several documents in one
+/// stream use BinaryAssembler.
 ///
 /// May be used for one document after another; not from two threads at once.
 class KR0_IO_API BinaryKRSylvanParser : public KRSylvanParser {
@@ -47,6 +55,7 @@ class KR0_IO_API BinaryKRSylvanParser : public KRSylvanParser {
 
   std::unique_ptr<BinaryKRGrammarTransformer> transformer_;
   std::unique_ptr<BinaryAssembler> assembler_;
+  std::unique_ptr<tagged::UnitRoad> units_;
 };
 
 }  // namespace kr::zero::io

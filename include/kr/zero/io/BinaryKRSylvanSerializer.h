@@ -10,6 +10,10 @@
 
 namespace kr::zero::io {
 
+namespace tagged {
+class FormatterUnits;
+}
+
 /// Writes a model in the tagged binary format (docs/formats/tagged.md): the framework turns the model into
 /// tree events, a BinaryFormatter turns them into bytes.
 ///
@@ -37,6 +41,7 @@ class KR0_IO_API BinaryKRSylvanSerializer : public KRSylvanSerializer {
 
  private:
   std::unique_ptr<BinaryFormatter> formatter_;  // none before the first call
+  std::unique_ptr<tagged::FormatterUnits> units_;
 };
 
 }  // namespace kr::zero::io

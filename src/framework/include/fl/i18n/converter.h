@@ -9,7 +9,6 @@
 #include <string>
 #include <string_view>
 
-#include "fl/i18n/ascii.h"
 #include "kr/zero/export.h"
 
 namespace fl::i18n {
@@ -25,14 +24,7 @@ class KR0_FRAMEWORK_API codecvt_string_to_ustring {
   /// Replaces `out` by the UTF-16 form of `in`; keeps the capacity of `out`.
   /// @return false where `in` is malformed; `out` is then empty.
   /// Threads: may be called from many at once.
-  [[nodiscard]] bool convert(std::string_view in, std::u16string& out) const {
-    // A string that has held a text of this length need not change its own.
-    if (in.size() == out.size() && internal::copyShortAscii(in.data(), in.size(), out.data())) return true;
-    return convertOther(in, out);
-  }
-
- private:
-  bool convertOther(std::string_view in, std::u16string& out) const;
+  [[nodiscard]] bool convert(std::string_view in, std::u16string& out) const;
 };
 
 /// UTF-16 to 8-bit text.

@@ -2,7 +2,6 @@
 /// The events of a walk over a model: what a format's writer implements.
 #pragma once
 
-#include <array>
 #include <boost/container/small_vector.hpp>
 #include <cstdint>
 #include <vector>
@@ -70,7 +69,8 @@ class KR0_FRAMEWORK_API EventProcessor {
 
   /// Where type names are looked up; the process's registry unless set. Must outlive the processor's
   /// use. Also forgets whatever a walk that failed left behind.
-  void setMetaRegistry(const meta::MetaRegistry& registry) noexcept;
+  /// @param packageUris the packages whose types are meant where several packages share a name.
+  void setMetaRegistry(const meta::MetaRegistry& registry, std::vector<ustring> packageUris = {}) noexcept;
 
  protected:
   /// Notes that the properties of the events that follow are those of the type named `typeName`,
@@ -92,15 +92,11 @@ class KR0_FRAMEWORK_API EventProcessor {
     meta::StructuredType type;
     std::size_t lastSlot = 0;
   };
-  struct KnownType {
-    const ustring* name = nullptr;  // the type's own qualified name, by address
-    meta::StructuredType type;
-  };
-  meta::StructuredType findType(const ustring& typeName);
+  meta::StructuredType findType(const ustring& typeName) const;
 
   const meta::MetaRegistry* registry_ = &meta::MetaRegistry::instance();
+  std::vector<ustring> packageUris_;
   std::vector<ContainerInfo> containers_;
-  std::array<KnownType, 64> known_{};
 };
 
 }  // namespace kr::zero::io

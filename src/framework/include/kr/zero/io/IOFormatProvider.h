@@ -26,11 +26,17 @@ class KR0_FRAMEWORK_API IOFormatProvider {
   struct Format {
     std::function<std::unique_ptr<Serializer>()> makeSerializer;
     std::function<std::unique_ptr<Parser>(const meta::MetaRegistry&)> makeParser;
+    /// Whether its serializers take byte vectors as output. Formats that collect their bytes anyway hand them
+    /// over as a whole, which is faster than a stream.
+    bool fillsByteVectors = false;
   };
 
   /// Adds a format or replaces the one of that name.
   static void registerFormat(const ustring& name, Format format);
   static std::vector<ustring> getFormatNames();
+  /// What was registered under a name.
+  /// @throws std::invalid_argument for a name that nobody registered.
+  static Format getFormat(const ustring& name);
   /// @throws std::invalid_argument for a name that nobody registered.
   static std::unique_ptr<Serializer> createSerializer(const ustring& name);
   static std::unique_ptr<Parser> createParser(

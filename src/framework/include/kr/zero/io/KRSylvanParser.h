@@ -21,6 +21,7 @@
 
 #include "kr/zero/export.h"
 #include "kr/zero/io/Parser.h"
+#include "kr/zero/io/TreeUnitTarget.h"
 #include "modeling/sylvan/SylvanEventProcessor.h"
 
 namespace kr::zero::io {
@@ -46,6 +47,9 @@ class KR0_FRAMEWORK_API KRSylvanParser : public Parser {
   /// Where a format's reader sends its events: builds the model through the parse processor. Belongs to
   /// the parser. A document that is not ended is noticed by parse.
   modeling::sylvan::SylvanEventProcessor<void>* getModelBuildingTarget() const noexcept;
+  /// Takes what belongs together, in the place of the events to the model building target. Belongs to the
+  /// parser.
+  TreeUnitTarget& getModelBuildingUnits() const noexcept;
 
   /// Raises the format's error for a document that is malformed where only the model builder can see it:
   /// a text that is not well-formed UTF-8, a document that is not ended. Must not return. Raises

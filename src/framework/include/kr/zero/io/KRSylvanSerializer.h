@@ -17,6 +17,7 @@
 #include "kr/zero/io/SerializeCustomizer.h"
 #include "kr/zero/io/Serializer.h"
 #include "modeling/sylvan/SylvanEventProcessor.h"
+#include "modeling/sylvan/SylvanUnitProcessor.h"
 
 namespace kr::zero::io {
 
@@ -53,6 +54,17 @@ class KR0_FRAMEWORK_API KRSylvanSerializer : public Serializer {
   /// Who receives the events of the document that goes to `output`: not null, and valid until the next
   /// call or the end of the serializer.
   virtual modeling::sylvan::SylvanEventProcessor<void>* getTarget(const SerializationOutput& output) = 0;
+
+ protected:
+  /// For getTarget: if `target` is the one that it gives in the end, and not something around it, `units` may
+  /// be sent what belongs together, in the place of the events to `target`. Not owned; both must live as
+  /// long.
+  void offerUnits(modeling::sylvan::SylvanEventProcessor<void>& target,
+                  modeling::sylvan::SylvanUnitProcessor& units) noexcept;
+
+ private:
+  modeling::sylvan::SylvanEventProcessor<void>* targetOfUnits_ = nullptr;
+  modeling::sylvan::SylvanUnitProcessor* units_ = nullptr;
 };
 
 }  // namespace kr::zero::io

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string_view>
 
 #include "kr/zero/Model.h"
 #include "kr/zero/export.h"
@@ -24,7 +25,9 @@ class KR0_FRAMEWORK_API ParseRefused : public std::runtime_error {
 /// target, synchronised to the disk, then renamed. A save that fails leaves the old file as it was and
 /// no temporary file behind. An old file keeps its permissions and, where the system lets it, its owner;
 /// a read-only one is not replaced; a symbolic link stays and what it points at is replaced. A device or
-/// a pipe is written to as it stands.
+/// a pipe is written to as it stands, and so is an open file that is named by its descriptor (/dev/stdout,
+/// /dev/fd/N, /proc/self/fd/N): where it stands, and at its end where it was opened for appending. A program
+/// whose pipes may lose their reader should ignore SIGPIPE.
 /// Where only the folder could not be synchronised after the renaming, the failure says so: the new file
 /// is then in place. A program that sets a limit to its file sizes should ignore SIGXFSZ, as the signal
 /// ends it before a failure can be reported.
@@ -35,6 +38,10 @@ KR0_FRAMEWORK_API void saveModel(const Model& model, const ustring& path,
 
 /// The same for bytes that are there already.
 KR0_FRAMEWORK_API void writeFileAtomically(const ustring& path, std::string_view bytes);
+
+/// Writes all bytes to an open file, pipe, device or socket, and waits where it is full.
+/// @throws std::ios_base::failure with the system's reason; what was written by then stays.
+KR0_FRAMEWORK_API void writeToDescriptor(int descriptor, std::string_view bytes);
 
 /// Reads a model from a file.
 /// @throws ParseRefused where the document is refused; otherwise what Parser::parse throws.

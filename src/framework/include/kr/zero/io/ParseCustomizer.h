@@ -21,7 +21,8 @@ class KR0_FRAMEWORK_API ParseCustomizer {
 
   /// @return false to refuse the document; getProblem() then says why.
   virtual bool setPackageUris(const std::vector<ustring>& uris);
-  /// The type of a qualified name, or an empty handle.
+  /// The type of a qualified name, or an empty handle. Of packages that share a name those of the document
+  /// come first.
   virtual meta::Type getMetaClass(const ustring& typeName);
 
   const meta::MetaRegistry& getRegistry() const noexcept { return *registry_; }

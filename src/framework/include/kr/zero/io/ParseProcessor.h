@@ -17,6 +17,8 @@
 
 namespace kr::zero::io {
 
+class BulkParseProcessor;
+
 /// A value in a document that its property cannot hold. The text names element, property, expected and
 /// found.
 class KR0_FRAMEWORK_API ValueError : public std::runtime_error {
@@ -81,6 +83,7 @@ class KR0_FRAMEWORK_API ParseProcessor {
   void setSpan(const log::Span& span);
 
  private:
+  friend KR0_FRAMEWORK_API BulkParseProcessor* bulkOf(ParseProcessor& processor);
   struct Impl;
   std::unique_ptr<Impl> impl_;
 };

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "kr/zero/meta/Type.h"
+
 namespace kr::zero::io {
 
 /// A 32-bit mask. The low byte holds the single-valued categories; the collections are the same bits
@@ -47,5 +49,10 @@ class PropertyCategory {
  private:
   std::uint32_t mask_ = 0;
 };
+
+/// The category of a property on the reading side, where every value that is no structure is a primitive.
+inline PropertyCategory categoryOf(const meta::Property::Impl& property) noexcept {
+  return PropertyCategory(property.getCategoryMask());
+}
 
 }  // namespace kr::zero::io

@@ -26,6 +26,8 @@ class KR0_FRAMEWORK_API SerializeCustomizer {
   /// first use.
   virtual std::vector<ustring> getPackageUris(const Model& model) const;
 
+  const ustring& getIdentityPrefix() const noexcept { return identityPrefix_; }
+
  private:
   ustring identityPrefix_;
 };

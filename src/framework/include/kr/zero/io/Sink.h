@@ -13,6 +13,10 @@ namespace kr::zero::io {
 
 /// Takes bytes. Failures to open or write raise std::ios_base::failure with a text that names the
 /// path, where there is one.
+///
+/// A sink class with a member `kTakesBytesAsTheyCome = true` says that bytes may be handed to it in pieces,
+/// or written directly to the string or the stream that it was made for. A writer gives any other sink each
+/// byte through writeByte().
 class KR0_FRAMEWORK_API Sink {
  public:
   virtual ~Sink();
@@ -24,6 +28,7 @@ class KR0_FRAMEWORK_API Sink {
 /// Creates or truncates a file. flush() and close() report write errors; the destructor cannot.
 class KR0_FRAMEWORK_API FileSink final : public Sink {
  public:
+  static constexpr bool kTakesBytesAsTheyCome = true;
   explicit FileSink(const ustring& path);
   ~FileSink() override;
   Sink& write(const std::string& bytes) override;
@@ -39,6 +44,7 @@ class KR0_FRAMEWORK_API FileSink final : public Sink {
 /// Writes to a stream of the caller's, kept by reference.
 class KR0_FRAMEWORK_API StreamSink final : public Sink {
  public:
+  static constexpr bool kTakesBytesAsTheyCome = true;
   explicit StreamSink(std::ostream& stream);
   ~StreamSink() override;
   Sink& write(const std::string& bytes) override;
@@ -52,6 +58,7 @@ class KR0_FRAMEWORK_API StreamSink final : public Sink {
 /// Appends to a string of the caller's, kept by reference.
 class KR0_FRAMEWORK_API StringSink final : public Sink {
  public:
+  static constexpr bool kTakesBytesAsTheyCome = true;
   explicit StringSink(std::string& string);
   ~StringSink() override;
   Sink& write(const std::string& bytes) override;

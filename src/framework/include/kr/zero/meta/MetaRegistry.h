@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -49,19 +50,26 @@ class KR0_FRAMEWORK_API MetaRegistry {
 
   /// Takes in packages that may refer to each other and to what is known already. All or nothing: after
   /// an exception, std::bad_alloc among them, the registry is as it was.
-  /// @throws MetaError where something is inconsistent: a name that is empty, malformed or there already, a
-  ///   package's URI there already, an unknown type or supertype, supertypes in a circle, an identifier out
-  ///   of range or met twice in one class, two properties of one name meeting in one class, bounds that
-  ///   contradict, a composite that is no class, a datatype that holds a class or itself, an opposite that
-  ///   does not fit. Also where the properties that all classes list come to more than 8 million (classes
-  ///   that list the same ones counted once): chains of thousands of classes that each add some.
+  /// @throws MetaError where something is inconsistent: a name that is empty, malformed or there already in
+  /// its
+  ///   package, a property's name that readers take for a mark (" S", " E"), a package's URI there already,
+  ///   an unknown type or supertype, supertypes in a circle, an identifier out of range or met twice in one
+  ///   class, two properties of one name meeting in one class, bounds that contradict, a composite that is no
+  ///   class, a datatype that holds a class or itself, an opposite that does not fit. Also where the
+  ///   properties that all classes list come to more than 8 million (classes that list the same ones counted
+  ///   once): chains of thousands of classes that each add some.
   void add(const std::vector<PackageDefinition>& packages);
   void add(const PackageDefinition& package);
 
-  /// The type of a qualified name, or an empty handle.
+  /// The type of a qualified name, or an empty handle. Packages of different URIs may share a name and then
+  /// have types of one qualified name: of these it is the one that was registered first.
   Type findType(std::string_view qualifiedName) const;
   Type findType(std::u16string_view qualifiedName) const;
+  /// The same with a preference for types of the packages with these URIs.
+  Type findType(std::u16string_view qualifiedName, const std::vector<ustring>& packageUris) const;
   bool hasPackage(std::string_view uri) const;
+  /// The qualified name of the package with this URI, or nothing.
+  std::optional<std::string> findPackageName(std::string_view uri) const;
   /// All packages in the order of their arrival, nested ones after the one around them.
   std::vector<PackageInfo> getPackages() const;
 

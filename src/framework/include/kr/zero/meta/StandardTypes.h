@@ -30,23 +30,9 @@ class LazyPrimitiveType {
 /// The standard types by name. Each is empty until somebody fills it through
 /// internal::getPrimitiveTypeFromMetaRegistry.
 struct KR0_FRAMEWORK_API StandardTypes {
-  static LazyPrimitiveType booleanMeta;
-  static LazyPrimitiveType integer8Meta;
-  static LazyPrimitiveType uinteger8Meta;
-  static LazyPrimitiveType integer16Meta;
-  static LazyPrimitiveType uinteger16Meta;
-  static LazyPrimitiveType integerMeta;
-  static LazyPrimitiveType unlimitedNaturalMeta;
-  static LazyPrimitiveType integer64Meta;
-  static LazyPrimitiveType uinteger64Meta;
-  static LazyPrimitiveType realMeta;
-  static LazyPrimitiveType stringMeta;
-  static LazyPrimitiveType stdstringMeta;
-  static LazyPrimitiveType uuidMeta;
-  static LazyPrimitiveType dateTimeMeta;
-  static LazyPrimitiveType jsonValueMeta;
-  static LazyPrimitiveType stringToStringMapMeta;
-  static LazyPrimitiveType zoArrayMeta;
+#define KR0_ROW(enumerator, handle, Name, kind, Number) static LazyPrimitiveType handle;
+  KR0_STANDARD_TYPES(KR0_ROW)
+#undef KR0_ROW
 };
 
 }  // namespace kr::zero::meta

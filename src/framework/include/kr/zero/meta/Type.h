@@ -16,7 +16,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "kr/zero/TextHash.h"
 #include "kr/zero/export.h"
+#include "kr/zero/meta/StandardTypeList.h"
 #include "kr/zero/ustring.h"
 
 namespace kr::zero::meta {
@@ -56,28 +58,6 @@ class KR0_FRAMEWORK_API Type {
 
  protected:
   const Impl* impl_ = nullptr;
-};
-
-/// The seventeen types that every registry knows, in no order that matters on the wire.
-enum class StandardType : std::uint8_t {
-  none,  ///< not a standard type
-  boolean,
-  integer8,
-  uinteger8,
-  integer16,
-  uinteger16,
-  integer,
-  unlimitedNatural,
-  integer64,
-  uinteger64,
-  real,
-  string,
-  stdString,
-  uuid,
-  dateTime,
-  jsonValue,
-  stringToStringMap,
-  zoArray
 };
 
 class KR0_FRAMEWORK_API Type::Impl {
@@ -160,6 +140,10 @@ class KR0_FRAMEWORK_API Enum::Impl final : public Type::Impl {
   const std::vector<EnumLiteral>& getLiterals() const noexcept { return literals_; }
   /// The first literal of that number, or null.
   const EnumLiteral* findByNumber(std::int64_t number) const noexcept;
+  /// Whether a literal has that number.
+  bool hasLiteral(std::int64_t number) const noexcept {
+    return (number >= 0 && number < dense_) || findByNumber(number) != nullptr;
+  }
   /// The literal of that name, else the first whose text it is, or null.
   const EnumLiteral* findByName(std::string_view name) const noexcept;
   /// The first literal whose text it is, else the one of that name, or null.
@@ -168,10 +152,47 @@ class KR0_FRAMEWORK_API Enum::Impl final : public Type::Impl {
  private:
   friend class meta::RegistryLoader;
   std::vector<EnumLiteral> literals_;
-  std::unordered_map<std::int64_t, std::size_t> byNumber_;
-  std::unordered_map<std::string_view, std::size_t> byName_;
-  std::unordered_map<std::string_view, std::size_t> byText_;
+  std::int64_t dense_ = 0;  // every number from 0 below this one is a literal's
+  std::unordered_map<std::int64_t, std::size_t, NumberHash> byNumber_;
+  std::unordered_map<std::string_view, std::size_t, TextHash> byName_;
+  std::unordered_map<std::string_view, std::size_t, TextHash> byText_;
 };
+
+/// What a property holds. How many values it may hold is another matter.
+enum class PropertyKind : std::uint8_t {
+  none,  ///< nothing: derived and static properties
+  number,
+  enumeration,
+  text,
+  uuid,
+  dateTime,
+  datatype,
+  composition,
+  association
+};
+
+constexpr bool isPrimitive(PropertyKind kind) noexcept {
+  return kind >= PropertyKind::number && kind <= PropertyKind::dateTime;
+}
+
+/// What a single value of that kind is as a category of readers and writers (io::PropertyCategory): one bit.
+constexpr std::uint32_t categoryBitOf(PropertyKind kind) noexcept {
+  constexpr std::uint32_t kPrimitive = 0x001;
+  switch (kind) {
+    case PropertyKind::none:
+      return 0;
+    case PropertyKind::datatype:
+      return 0x002;
+    case PropertyKind::association:
+      return 0x004;
+    case PropertyKind::composition:
+      return 0x008;
+    default:
+      return kPrimitive;
+  }
+}
+/// From the bit of a single value to that of a collection of such.
+inline constexpr int kCollectionShift = 8;
 
 /// A property of a structured type.
 class KR0_FRAMEWORK_API Property {
@@ -212,22 +233,37 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   Property findProperty(std::u16string_view name) const noexcept;
   /// Position of a property in getAllProperties(), or npos.
   std::size_t slotOf(Property property) const noexcept;
-  /// Position of the property with that name string in getAllProperties(), or npos. A name that is
-  /// the property's own string (by address) at position `hint` or next to it is found at once.
-  std::size_t findSlot(const ustring& name, std::size_t hint) const noexcept;
-  /// The same, by content alone.
-  std::size_t findSlot(std::u16string_view name) const noexcept;
+  /// Position of the property of that name in getAllProperties(), or npos. The position `hint` and the next
+  /// one are looked at first: whoever goes through the properties in their order passes the position found
+  /// last.
+  std::size_t findSlot(std::u16string_view name, std::size_t hint = 0) const noexcept;
+  std::size_t findSlot(std::string_view name) const noexcept;
+  /// Position of the property with that identifier in getAllProperties(), or npos.
+  std::size_t findIdentifier(std::uint64_t identifier) const noexcept;
+  /// Whether some property is an association.
+  bool hasAssociations() const noexcept { return hasAssociations_; }
+  /// Whether some composition holds elements that documents do not carry.
+  bool hasUnwrittenChildren() const noexcept { return hasUnwrittenChildren_; }
 
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
  protected:
   friend class meta::RegistryLoader;
-  bool isNameAt(std::size_t slot, const ustring& name) const noexcept;
+  void setTable(std::shared_ptr<const PropertyTable> table) noexcept;
+  void useIdentifiers() noexcept;
+  bool isNameAt(std::size_t slot, std::u16string_view name) const noexcept;
+  std::size_t findMoved(Property property) const noexcept;
 
   std::vector<Property> owned_;
   // Types that hold the same properties share one table: a class that only inherits costs no list.
   std::shared_ptr<const PropertyTable> table_;
   const std::vector<Property>* all_ = nullptr;  // lies in table_
+  // All lie in table_, for findIdentifier; see PropertyTable.
+  const Property* properties_ = nullptr;
+  const std::uint32_t* buckets_ = nullptr;
+  std::size_t mask_ = 0;
+  bool hasAssociations_ = false;
+  bool hasUnwrittenChildren_ = false;
 };
 
 class KR0_FRAMEWORK_API Class : public StructuredType {
@@ -268,6 +304,7 @@ class KR0_FRAMEWORK_API Class::Impl final : public StructuredType::Impl {
   std::shared_ptr<const Places> above_;  // the furthest place inherited from on each other line
 };
 
+/// All that the meta model says of a property, worked out when it is registered.
 class KR0_FRAMEWORK_API Property::Impl {
  public:
   Impl(const Impl&) = delete;
@@ -279,6 +316,19 @@ class KR0_FRAMEWORK_API Property::Impl {
   /// The number that the binary formats carry: 1 to 16382, or 0 for a property that is not stored.
   std::uint32_t getIdentifier() const noexcept { return identifier_; }
   Type getType() const noexcept { return type_; }
+  PropertyKind getKind() const noexcept { return kind_; }
+  /// Which standard type its type is; none for all others.
+  StandardType getStandardType() const noexcept { return standard_; }
+  /// The fixed-width standard type as which documents carry its values, an enumeration's as an Integer; that
+  /// of `none` where they travel as texts.
+  const StandardTypeInfo& getNumberInfo() const noexcept { return *numberInfo_; }
+  /// Its category on the reading side, where every value that is no structure is a primitive; the mask of an
+  /// io::PropertyCategory.
+  std::uint32_t getCategoryMask() const noexcept { return categoryMask_; }
+  /// The class of the elements that a composition or association holds; empty for other kinds.
+  Class getTarget() const noexcept {
+    return kind_ >= PropertyKind::composition ? Class(static_cast<const Class::Impl*>(type_.get())) : Class();
+  }
   StructuredType getOwner() const noexcept { return StructuredType(owner_); }
   std::uint32_t getLower() const noexcept { return lower_; }
   /// The upper bound, or -1 for none.
@@ -296,35 +346,45 @@ class KR0_FRAMEWORK_API Property::Impl {
   bool isTransient() const noexcept { return transient_; }
   /// Whether an instance can hold a value of it: neither derived nor static.
   bool isStored() const noexcept { return !derived_ && !static_; }
+  /// Whether documents carry it: stored and not transient.
+  bool isWritten() const noexcept { return kind_ != PropertyKind::none && !transient_; }
   /// The other end of a pair of associations, or an empty handle.
   Property getOpposite() const noexcept { return opposite_; }
   /// Text of the default value, if there is one.
   const std::optional<std::string>& getDefaultText() const noexcept { return defaultText_; }
   /// Dense number of the property within its registry, for tables beside it.
   std::uint32_t getIndex() const noexcept { return index_; }
+  /// Position among its owner's getAllProperties(). A type that inherits it may have it elsewhere.
+  std::uint32_t getPosition() const noexcept { return position_; }
 
  private:
   friend class meta::RegistryLoader;
   friend class meta::PropertyTable;
   Impl() = default;
-  ustring name_;
-  std::string nameUtf8_;
-  std::size_t nameHash_ = 0;
-  std::size_t nameHashUtf8_ = 0;
+  // What reading and writing ask for stands together in front.
+  Type type_;
+  const StandardTypeInfo* numberInfo_ = kStandardTypes.data();
+  std::uint32_t categoryMask_ = 0;
   std::uint32_t identifier_ = 0;
   std::uint32_t lower_ = 0;
   std::int32_t upper_ = 1;
+  PropertyKind kind_ = PropertyKind::none;
+  StandardType standard_ = StandardType::none;
   bool composite_ = false;
   bool ordered_ = true;
   bool unique_ = true;
   bool derived_ = false;
   bool static_ = false;
   bool transient_ = false;
-  Type type_;
+  std::uint32_t index_ = 0;
+  std::uint32_t position_ = 0;
   const StructuredType::Impl* owner_ = nullptr;
   Property opposite_;
+  ustring name_;
+  std::string nameUtf8_;
+  std::size_t nameHash_ = 0;
+  std::size_t nameHashUtf8_ = 0;
   std::optional<std::string> defaultText_;
-  std::uint32_t index_ = 0;
 };
 
 inline const PrimitiveType::Impl* PrimitiveType::operator->() const noexcept {
@@ -340,15 +400,16 @@ inline Enum::Enum(const Impl* impl) noexcept : Type(impl) {}
 inline StructuredType::StructuredType(const Impl* impl) noexcept : Type(impl) {}
 inline Class::Class(const Impl* impl) noexcept : StructuredType(impl) {}
 
-inline bool StructuredType::Impl::isNameAt(std::size_t slot, const ustring& name) const noexcept {
-  return slot < all_->size() && &(*all_)[slot]->getName() == &name;
+inline std::size_t StructuredType::Impl::slotOf(Property property) const noexcept {
+  if (!property) return npos;
+  const std::size_t position = property->getPosition();
+  return position < all_->size() && (*all_)[position] == property ? position : findMoved(property);
 }
 
-inline std::size_t StructuredType::Impl::findSlot(const ustring& name, std::size_t hint) const noexcept {
-  if (isNameAt(hint, name)) return hint;
-  const std::size_t next = hint + 1 < all_->size() ? hint + 1 : 0;
-  if (isNameAt(next, name)) return next;
-  return findSlot(std::u16string_view(name));
+inline std::size_t StructuredType::Impl::findIdentifier(std::uint64_t identifier) const noexcept {
+  for (std::size_t at = identifier & mask_; buckets_[at] != 0; at = (at + 1) & mask_)
+    if (properties_[buckets_[at] - 1]->getIdentifier() == identifier) return buckets_[at] - 1;
+  return npos;
 }
 
 }  // namespace kr::zero::meta

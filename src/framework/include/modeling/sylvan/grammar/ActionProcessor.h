@@ -22,6 +22,13 @@ class ActionProcessor final : public UniformProcessor<ActionProcessor<Blackboard
   void init(const Rule& rule) override { next_ = static_cast<const ActionRule<Blackboard>*>(&rule); }
   std::string name() const override { return "Action"; }
 
+  /// Takes the rule that was given last for one that has begun, without the act that this would be.
+  void resume() {
+    open_.push_back(next_);
+    next_ = nullptr;
+  }
+  Blackboard& getBlackboard() const noexcept { return *blackboard_; }
+
  private:
   friend class UniformProcessor<ActionProcessor>;
   using Action = ActionRule<Blackboard>;

@@ -20,9 +20,13 @@ class ProcessorManager : public ProcessorStack {
   /// Goes on with another blackboard: for an owner that moves, and its blackboard with it.
   void setBlackboard(Blackboard& blackboard) noexcept { action_.setBlackboard(blackboard); }
 
+ protected:
+  Blackboard& getBlackboard() const noexcept { return action_.getBlackboard(); }
+
  private:
   Processor& getActionProcessor() noexcept override { return action_; }
   ReturnType askAction(SylvanEventCode code) override { return action_.process(code); }
+  void resumeAction() override { action_.resume(); }
 
   ActionProcessor<Blackboard> action_;
 };

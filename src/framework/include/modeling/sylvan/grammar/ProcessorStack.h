@@ -12,6 +12,7 @@
 #include "kr/zero/export.h"
 #include "modeling/sylvan/SylvanEventCode.h"
 #include "modeling/sylvan/SylvanPrimitive.h"
+#include "modeling/sylvan/grammar/GrammarException.h"
 #include "modeling/sylvan/grammar/ProcessorPool.h"
 #include "modeling/sylvan/grammar/RepetitionProcessor.h"
 #include "modeling/sylvan/grammar/SequenceProcessor.h"
@@ -32,11 +33,12 @@ class KR0_FRAMEWORK_API ProcessorStack {
   virtual ~ProcessorStack();
 
   /// Feeds an event that has no primitive.
-  /// @throws GrammarException if the grammar does not allow the event here; the text names the processors,
-  ///         outermost first, one per line, and then what was expected and what came. Of a deep stack only
-  ///         the outermost and the innermost are named. What the grammar's acts throw comes out like this as
-  ///         well, unless it is no std::exception. After any exception the events that follow are no longer
-  ///         checked in a useful way.
+  /// @throws TracingException if the grammar does not allow the event here; the text names the processors,
+  ///         outermost first, one per line, and then what was expected and what came. Names that would
+  ///         make it longer than 256 KiB are counted instead, those in the middle. What the grammar's acts
+  ///         throw comes out like this as well, unless it is no std::exception. After any exception the
+  ///         events that follow are no longer checked in a useful way.
+  /// @throws GrammarException for a code that no event has.
   void process(SylvanEventCode code) { doProcess(code, noPrimitive_); }
   /// Feeds an event with its primitive; for kinds that have none it means nothing.
   void process(SylvanEventCode code, const SylvanPrimitive& primitive) { doProcess(code, primitive); }
@@ -61,6 +63,14 @@ class KR0_FRAMEWORK_API ProcessorStack {
   /// kind that does not exist selects nothing.
   void select(const Rule& rule);
 
+  /// Takes all processors off, in whatever state they are.
+  void clear() noexcept;
+  /// Puts a processor on top that is as if its rule had begun, without doing what that does.
+  /// @param index of a sequence: how many sub rules it has handed out.
+  void resume(const Rule& rule, std::size_t index);
+  /// Throws a failure of the topmost processor together with the names of those below it.
+  [[noreturn]] void throwTraced(const TracingException& failure) const;
+
   /// From the bottom up.
   std::span<Processor* const> getProcessors() const noexcept { return {processors_.data(), height_}; }
   /// Parallel to getProcessors().
@@ -74,6 +84,8 @@ class KR0_FRAMEWORK_API ProcessorStack {
   virtual Processor& getActionProcessor() noexcept = 0;
   /// What it says to the event.
   virtual ReturnType askAction(SylvanEventCode code) = 0;
+  /// Tells it that the rule it was given last has begun.
+  virtual void resumeAction() = 0;
 
   void route(SylvanEventCode code);
   void dropEnded() noexcept;
@@ -91,6 +103,7 @@ class KR0_FRAMEWORK_API ProcessorStack {
   template <class ProcessorClass>
   ProcessorClass& push(ProcessorClass& processor, Code code, const Rule& rule);
   void makeRoom();
+  [[noreturn]] void refuseBehindBottom(SylvanEventCode code) const;
   std::string traceBelowTop() const;
 
   /// Two stacks of the same height. Only the first `height_` entries mean anything, the rest is room.

@@ -35,6 +35,8 @@ class KR0_FRAMEWORK_API Rule {
   virtual ~Rule();
 
   RuleKind kind() const noexcept { return kind_; }
+  /// This rule; for an alias, the rule that it stands for.
+  const Rule& resolve() const noexcept;
   /// One for optional, repetition, action and alias; none for empty and terminal.
   const std::vector<const Rule*>& getSubRules() const noexcept { return subRules_; }
 

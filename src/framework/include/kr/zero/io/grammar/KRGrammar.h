@@ -12,6 +12,10 @@
 #include "modeling/sylvan/grammar/ProcessorManager.h"
 #include "modeling/sylvan/grammar/RuleSet.h"
 
+namespace modeling::sylvan::grammar {
+class RuleTable;
+}
+
 namespace kr::zero::io::grammar {
 
 /// The rules, by name. Kinds of events are all that they know; names of entries and kinds of primitives are
@@ -62,7 +66,11 @@ class KR0_FRAMEWORK_API KRGrammar {
 
   static const KRGrammar& getInstance();
 
-  /// Checks against the rule of that name. `blackboard` must outlive the result.
+  /// The rule of that name.
+  /// @throws std::out_of_range if no rule has it.
+  const modeling::sylvan::grammar::Rule& getRule(const std::string& name) const;
+
+  /// Checks against the rule of that name, by a table. `blackboard` must outlive the result.
   /// @throws std::out_of_range if no rule has that name.
   std::unique_ptr<Manager> getProcessor(const std::string& ruleName, Blackboard& blackboard) const;
 
@@ -71,6 +79,7 @@ class KR0_FRAMEWORK_API KRGrammar {
   ~KRGrammar();
 
   modeling::sylvan::grammar::Grammar<Blackboard> rules_;
+  std::unique_ptr<const modeling::sylvan::grammar::RuleTable> table_;
 };
 
 }  // namespace kr::zero::io::grammar

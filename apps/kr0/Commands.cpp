@@ -1,0 +1,111 @@
+#include "Commands.h"
+
+#include <ostream>
+#include <streambuf>
+
+#include "Errors.h"
+#include "Files.h"
+#include "Tree.h"
+#include "TreePrinters.h"
+#include "kr/zero/io/TreeEvents.h"
+#include "modeling/sylvan/EventPrinter.h"
+
+namespace kr::zero::tool {
+
+namespace {
+
+// Lets an output stream write to standard output as everything else does.
+class OutBuffer final : public std::streambuf {
+ public:
+  explicit OutBuffer(TextOut& out) : out_(out) {}
+
+ private:
+  int_type overflow(int_type character) override {
+    if (!traits_type::eq_int_type(character, traits_type::eof()))
+      out_ << traits_type::to_char_type(character);
+    return traits_type::not_eof(character);
+  }
+  std::streamsize xsputn(const char* text, std::streamsize size) override {
+    out_ << std::string_view(text, static_cast<std::size_t>(size));
+    return size;
+  }
+
+  TextOut& out_;
+};
+
+template <class Send>
+void printEvents(TextOut& out, const Send& send) {
+  OutBuffer buffer(out);
+  std::ostream stream(&buffer);
+  stream.exceptions(std::ios::badbit);  // what the buffer throws goes on
+  modeling::sylvan::EventPrinter printer(stream);
+  send(printer);
+}
+
+void print(const Walk& walk, const ShowOptions& options, TextOut& out) {
+  options.json ? printJson(walk, out) : printText(walk, out);
+}
+
+void catTagged(const Document& document, const ShowOptions& options, TextOut& out) {
+  TreeVisitor nobody;
+  checkTagged(document, nobody);  // before the first line is printed
+  if (options.events)
+    printEvents(out, [&](auto& printer) { sendTagged(document, printer); });
+  else
+    print([&](TreeVisitor& printer) { visitTagged(document, printer); }, options, out);
+}
+
+void catModel(const Model& model, const ShowOptions& options, TextOut& out) {
+  if (options.events)
+    printEvents(out, [&](auto& printer) { io::sendEvents(model, printer); });
+  else
+    print([&](TreeVisitor& printer) { visitModel(model, printer); }, options, out);
+}
+
+Document load(const ShowOptions& options) {
+  ProgressBar progress;  // gone before the first line is printed
+  return readDocument(options.input, formatNamed(options.from), progress);
+}
+
+Model load(const Document& document, const MetaModels& metaModels) {
+  ProgressBar progress;
+  return readModel(document, metaModels, progress);
+}
+
+void requireMetaModels(const Document& document, const ShowOptions& options) {
+  if (options.metaModels.empty())
+    throw WrongCall(document.name + ": printing the format " + std::string(nameOf(document.format)) +
+                    " takes the meta model, give it with -m or --meta");
+}
+
+}  // namespace
+
+void convert(const ConvertOptions& options) {
+  const std::optional<Format> wanted = formatNamed(options.to);
+  const Format format = wanted ? *wanted : outputFormat(options.output);
+  ProgressBar progress;
+  progress.startStep("loading the meta models");
+  const MetaModels metaModels(options.metaModels);
+  Document document = readDocument(options.input, formatNamed(options.from), progress);
+  const Model model = readModel(document, metaModels, progress);
+  document.bytes = {};  // the model holds everything now
+  writeModel(model, options.output, format, metaModels, progress);
+}
+
+void cat(const ShowOptions& options) {
+  if (options.json && options.events) throw WrongCall("--json and --events are two ways of printing");
+  Document document = load(options);
+  TextOut out;
+  if (document.format == Format::krt && (options.metaModels.empty() || options.events)) {
+    catTagged(document, options, out);
+  } else {
+    requireMetaModels(document, options);
+    const MetaModels metaModels(options.metaModels);
+    const Model model = load(document, metaModels);
+    document.bytes = {};  // the model holds everything now
+    catModel(model, options, out);
+  }
+  out.flush();
+}
+
+}  // namespace kr::zero::tool

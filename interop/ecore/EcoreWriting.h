@@ -1,0 +1,22 @@
+/// @file
+/// Internal: the two ways to write a package as an .ecore file.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "MappingImpl.h"
+#include "kr/zero/meta/MetaRegistry.h"
+
+namespace kr::zero::ecore {
+
+/// From the registry: the root package of that URI with all packages in it.
+/// @throws EcoreError for what Ecore has no counterpart for: datatypes, and standard types beyond its own.
+std::string generateEcore(const meta::MetaRegistry& registry, std::string_view packageUri,
+                          bool pinIdentifiers);
+
+/// From the file that it came from: its text, with an annotation for every stored feature that has none yet.
+/// Everything else stays as it was, to the blank.
+std::string pinIdentifiers(const SourceDocument& source, const meta::MetaRegistry& registry);
+
+}  // namespace kr::zero::ecore

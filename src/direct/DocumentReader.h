@@ -1,0 +1,189 @@
+/// @file
+/// Internal: the loop that reads the elements of a document of the direct format.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include "direct/Cursor.h"
+#include "direct/KnownTypes.h"
+#include "kr/zero/io/ParseProcessor.h"
+#include "values/ValueBytes.h"
+
+namespace kr::zero::io {
+
+/// Knows bytes and nothing of models: what it finds goes to a target, NamedTarget or BulkTarget, which also
+/// says what a property is.
+template <class Target>
+class DocumentReader {
+ public:
+  DocumentReader(ByteReader& reader, Target target, ParseCustomizer& customizer)
+      : reader_(reader), target_(std::move(target)), customizer_(customizer) {}
+
+  /// Reads to the end of the input.
+  /// @return false where the framework refused an element.
+  bool readElements() {
+    Cursor cursor(reader_);
+    bool accepted = true;
+    while (accepted && !cursor.isAtEnd()) accepted = readItem(cursor);
+    cursor.sync();
+    return accepted;
+  }
+
+ private:
+  /// An element or datatype value that is open.
+  struct Open {
+    KnownType* type;
+    const ustring* closingName;
+  };
+
+  [[gnu::always_inline]] bool readItem(Cursor& cursor) {
+    const std::uint64_t token = cursor.readNumber();
+    if (token == direct::kStartToken) return apart(cursor, [this] { return pushRoot(); });
+    if (token != direct::kEndToken) return readProperty(cursor, findProperty(cursor, token));
+    cursor.sync();
+    pop();
+    return true;
+  }
+
+  /// Calls something that reads by a cursor of its own.
+  template <class Read>
+  [[gnu::always_inline]] static bool apart(Cursor& cursor, Read read) {
+    cursor.sync();
+    const bool accepted = read();
+    cursor.reload();
+    return accepted;
+  }
+
+  [[gnu::always_inline]] FoundProperty findProperty(Cursor& cursor, std::uint64_t identifier) {
+    KnownType* const known = open_.empty() ? nullptr : open_.back().type;
+    const meta::StructuredType type = known == nullptr ? meta::StructuredType() : known->type;
+    const std::size_t slot = type ? type->findIdentifier(identifier) : meta::StructuredType::Impl::npos;
+    cursor.sync();
+    if (slot == meta::StructuredType::Impl::npos) failUnknownProperty();
+    return {slot, type->getAllProperties()[slot].get(), &known->lastIn[slot]};
+  }
+
+  [[noreturn]] static void failUnknownProperty() {
+    throw std::out_of_range("invalid unordered_map<K, T> key");
+  }
+
+  [[gnu::always_inline]] bool readProperty(Cursor& cursor, const FoundProperty& property) {
+    const PropertyCategory category = target_.announce(property);
+    if (category.isA(PropertyCategory::PrimitiveAny())) {
+      readPrimitiveProperty(cursor, property, category);
+    } else if (category.isA(PropertyCategory::DatatypeAny())) {
+      return apart(cursor, [&] { return pushDatatype(property); });
+    } else if (category.isA(PropertyCategory::CompositionAny())) {
+      return apart(cursor, [&] { return pushComposition(property); });
+    } else if (category.isA(PropertyCategory::AssociationAny())) {
+      return apart(cursor, [&] { return readReferences(property, category); });
+    }
+    return true;  // a property of any other category has no bytes here
+  }
+
+  [[gnu::always_inline]] void readPrimitiveProperty(Cursor& cursor, const FoundProperty& property,
+                                                    PropertyCategory category) {
+    const meta::Type type = target_.getType(property);
+    const bool optional = target_.isOptional(property);
+    if (category.isA(PropertyCategory::PrimitiveCollection())) {
+      apart(cursor, [&] { return target_.readItems(reader_, property, type); });
+    } else if (optional && cursor.readByte() == values::absentMark) {
+      cursor.sync();
+      target_.setEmpty(property);
+    } else {
+      target_.readValue(cursor, property, type);
+    }
+  }
+
+  bool readReferences(const FoundProperty& property, PropertyCategory category) {
+    Cursor cursor(reader_);
+    const bool many = category.isA(PropertyCategory::AssociationCollection());
+    const std::uint64_t count = many ? cursor.readCount() : 1;
+    if (many) target_.expectReferences(property, count);
+    for (std::uint64_t left = count; left != 0; --left) {
+      cursor.readNumber();  // says nothing
+      const std::string_view type = cursor.readText();
+      target_.startReference(cursor, type, types_.find(type, *property.last));
+      if (cursor.readByte() == direct::kWithQualifier) target_.readQualifier(cursor);
+      target_.readIdentity(cursor);
+      cursor.sync();
+      target_.addReference(property);
+    }
+    return true;
+  }
+
+  bool pushRoot() {
+    const std::string_view type = readHeader(lastRoot_);
+    return push(nullptr, type, lastRoot_);
+  }
+
+  bool pushComposition(const FoundProperty& property) {
+    const std::string_view type = readHeader(*property.last);
+    return push(&property, type, *property.last);
+  }
+
+  bool pushDatatype(const FoundProperty& property) {
+    const meta::Type type = target_.getType(property);
+    newName_ = &type->getQualifiedName();
+    target_.clearIdentity();
+    known_ = types_.find(type->getQualifiedNameUtf8(), *property.last);
+    return push(&property, type->getQualifiedNameUtf8(), *property.last);
+  }
+
+  /// Reads type and identity of an element.
+  /// @param[in,out] last see KnownTypes::find.
+  std::string_view readHeader(KnownType*& last) {
+    Cursor cursor(reader_);
+    cursor.readNumber();  // says nothing
+    const std::string_view type = cursor.readText();
+    known_ = types_.find(type, last);
+    cursor.sync();
+    if (known_ == nullptr) reader_.toUtf16(type, typeName_);
+    newName_ = &typeName_;
+    if (cursor.readByte() == direct::kWithIdentity)
+      target_.readIdentity(cursor);
+    else
+      target_.clearIdentity();
+    cursor.sync();
+    return type;
+  }
+
+  /// Opens an element of the type that `known_`, or where that is null `newName_`, names.
+  bool push(const FoundProperty* property, std::string_view utf8, KnownType*& last) {
+    meta::StructuredType type = known_ == nullptr ? meta::StructuredType() : known_->type;
+    const ustring& name = known_ == nullptr ? *newName_ : known_->getName();
+    if (!target_.push(property, name, utf8, type)) return false;
+    KnownType* const known = known_ != nullptr ? known_ : (last = &learn(utf8, type));
+    open_.push_back({known, property != nullptr ? &property->record->getName() : &known->getName()});
+    return true;
+  }
+
+  /// The type of the first element of its name.
+  /// @param type what the target took it for; empty where it did not say.
+  KnownType& learn(std::string_view utf8, meta::StructuredType type) {
+    const meta::Type described = customizer_.getMetaClass(*newName_);
+    if (!type && described) type = meta::StructuredType(described);
+    return types_.add(utf8, *newName_, type);
+  }
+
+  void pop() {
+    if (open_.empty()) reader_.failCorrupt("End mark without an open element");
+    target_.pop(*open_.back().closingName);
+    open_.pop_back();
+  }
+
+  ByteReader& reader_;
+  Target target_;
+  ParseCustomizer& customizer_;
+  KnownTypes types_;
+  KnownType* lastRoot_ = nullptr;
+  std::vector<Open> open_;  // innermost last
+  KnownType* known_ = nullptr;
+  const ustring* newName_ = nullptr;
+  ustring typeName_;
+};
+
+}  // namespace kr::zero::io

@@ -1,0 +1,87 @@
+/// @file
+/// How the values of a model lie in memory, for readers and writers that take many of them at a time.
+///
+/// What is set on an element stands in an array of entries, ordered by slot (the position of the property in
+/// the type's getAllProperties()), and beside it an array with a cell of 8 bytes per entry. What a cell means
+/// follows from the property and the entry's state:
+///
+///     number, enumeration     the number itself, sign-extended; the bits of a double
+///     text, DateTime          address of a Text
+///     UUID                    address of its 16 bytes
+///     child, datatype value   the store's business
+///     reference               a resolved one: number of the target, see targetIndex(); an unresolved one:
+///                             address of an ReferenceTexts
+///     collection of these     address of a List of such cells; unresolved references are marked there
+///
+/// All of it lives in the model's memory and stays as it is until the model is changed.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace kr::zero::cells {
+
+using Cell = std::uint64_t;
+using Entry = std::uint16_t;
+
+/// A slot, and in the upper bits the state of its value.
+inline constexpr Entry kSlotMask = 0x3FFF;
+inline constexpr Entry kEmpty = 0x4000;       ///< explicitly empty: the cell means nothing
+inline constexpr Entry kUnresolved = 0x8000;  ///< of a single reference; of a collection: some may be waiting
+
+constexpr std::size_t slotOf(Entry entry) noexcept { return entry & kSlotMask; }
+constexpr bool isEmpty(Entry entry) noexcept { return (entry & kEmpty) != 0; }
+
+/// UTF-8, well-formed. The 16 bytes behind it can be read too, though they mean nothing, so that a text can
+/// be copied in blocks.
+struct Text {
+  std::uint32_t length;
+  char bytes[1];  // `length` of them
+  std::string_view view() const noexcept { return {bytes, length}; }
+};
+
+struct List {
+  std::uint32_t size;
+  std::uint32_t capacity;
+  Cell* items() noexcept { return reinterpret_cast<Cell*>(this + 1); }
+  const Cell* items() const noexcept { return reinterpret_cast<const Cell*>(this + 1); }
+};
+
+/// A reference whose target is not in the model, with all its texts.
+struct ReferenceTexts {
+  const Text* targetType;
+  const Text* id1;
+  const Text* id2;
+  const Text* qualifier;  // null: none
+};
+
+inline const Text* asText(Cell cell) noexcept { return reinterpret_cast<const Text*>(cell); }
+
+/// The cells of a collection; none where it is explicitly empty.
+inline std::span<const Cell> itemsOf(Entry entry, Cell cell) noexcept {
+  if (isEmpty(entry)) return {};
+  const List* const list = reinterpret_cast<const List*>(cell);
+  return {list->items(), list->size};
+}
+
+/// Whether an item of a collection of references is an unresolved one.
+inline bool isUnresolved(Cell item) noexcept { return (item & 1) != 0; }
+/// Marks of an unresolved reference whose target is still to be looked for. Where reading fails it stays,
+/// unresolved and without texts.
+inline constexpr Cell kWaiting = 3;
+inline bool isWaiting(Cell item) noexcept { return (item & kWaiting) == kWaiting; }
+/// The texts of an unresolved reference; null where it is waiting.
+inline const ReferenceTexts* asUnresolved(Cell item) noexcept {
+  return isWaiting(item) ? nullptr : reinterpret_cast<const ReferenceTexts*>(item & ~Cell{1});
+}
+/// An unresolved reference as a cell of its property.
+inline Cell asCell(const ReferenceTexts* reference, bool many) noexcept {
+  return reinterpret_cast<Cell>(reference) | (many ? 1u : 0u);
+}
+
+/// A reference to the record of an index, and back. Never 0, lowest bit clear.
+inline Cell asReference(std::uint32_t index) noexcept { return (Cell{index} + 1) << 1; }
+inline std::uint32_t targetIndex(Cell item) noexcept { return static_cast<std::uint32_t>((item >> 1) - 1); }
+
+}  // namespace kr::zero::cells

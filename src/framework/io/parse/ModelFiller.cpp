@@ -1,0 +1,199 @@
+#include "io/parse/ModelFiller.h"
+
+#include "fl/i18n/utf8.h"
+#include "model/TextForm.h"
+
+namespace kr::zero::io {
+
+BulkParseProcessor::~BulkParseProcessor() = default;
+
+}  // namespace kr::zero::io
+
+namespace kr::zero::internal {
+
+using io::ValueError;
+
+void ModelFiller::reset() {
+  builder_.reset(customizer_.getRegistry());
+  store_ = &ModelStore::of(builder_.getModel());
+  open_.clear();
+  top_ = nullptr;
+  types_.clear();
+  identities_.reset(*store_, builder_.keepsLocalIdentities());
+  references_.reset(*store_);
+}
+
+meta::StructuredType ModelFiller::getType() const noexcept {
+  return open_.empty() ? meta::StructuredType() : top_->record->use->type;
+}
+
+std::string ModelFiller::getPath() const { return open_.empty() ? "/" : pathOf(*store_, top_->record); }
+
+meta::StructuredType ModelFiller::findType(std::string_view typeName) {
+  return findType(toUstring(typeName));
+}
+
+meta::StructuredType ModelFiller::findType(const ustring& typeName) {
+  const auto [known, isNew] = types_.try_emplace(typeName);
+  if (isNew) {
+    const meta::Type type = customizer_.getMetaClass(typeName);
+    if (type) known->second = meta::StructuredType(type);
+  }
+  if (!known->second)
+    problems_.refuse(getPath() + ": there is no type \"" + toUtf8(typeName) + "\" with properties");
+  return known->second;
+}
+
+bool ModelFiller::pushRoot(meta::StructuredType type, std::string_view id1, std::string_view id2) {
+  if (!open_.empty())
+    return problems_.refuse(getPath() +
+                            ": an element stands inside another without a property that holds it");
+  TypeUse& use = store_->use(type);
+  return requireConcrete(use) && open(store_->makeRoot(use), id1, id2);
+}
+
+bool ModelFiller::pushChild(io::PropertyPlace property, meta::StructuredType type, std::string_view id1,
+                            std::string_view id2) {
+  ElementRecord* const record = makeChild(property, store_->use(type));
+  return record != nullptr && open(record, id1, id2);
+}
+
+bool ModelFiller::open(ElementRecord* record, std::string_view id1, std::string_view id2) {
+  if ((!id1.empty() || !id2.empty()) && !setIdentity(record, id1, id2)) return false;
+  open_.push_back({.record = record});
+  top_ = &open_.back();
+  return true;
+}
+
+void ModelFiller::pop() {
+  if (open_.empty()) throw ValueError("/: an element is closed where none is open");
+  open_.pop_back();
+  top_ = open_.empty() ? nullptr : &open_.back();
+}
+
+bool ModelFiller::requireConcrete(const TypeUse& use) {
+  const bool concrete = use.cls && !use.cls->isAbstract();
+  if (concrete) return true;
+  const std::string& name = use.type->getQualifiedNameUtf8();
+  return problems_.refuse(getPath() + (use.cls ? ": class " + name + " is abstract and has no elements"
+                                               : ": type " + name + " is not a class"));
+}
+
+ElementRecord* ModelFiller::makeChild(io::PropertyPlace place, TypeUse& use) {
+  const PropertyRecord& property = *place.record;
+  const bool composition = property.getKind() == PropertyKind::composition;
+  if (composition && !requireConcrete(use)) return nullptr;
+  const auto refuse = [&](const std::string& why) {
+    problems_.refuse(getPath() + "." + property.getNameUtf8() + ": " + why);
+    return nullptr;
+  };
+  const bool fits = composition ? ModelStore::fits(property, use.cls) : use.type == property.getType();
+  if (!fits)
+    return refuse("an element of type " + use.type->getQualifiedNameUtf8() +
+                  " does not fit a property of type " + property.getType()->getQualifiedNameUtf8());
+  if (!property.isMany() && top_->record->find(place.slot) >= 0)
+    return refuse("holds one element and is given a second");
+  return store_->makeChild(use, top_->record, place.slot);
+}
+
+bool ModelFiller::setIdentity(ElementRecord* record, std::string_view id1, std::string_view id2) {
+  const auto refuse = [&](const std::string& why) {
+    return problems_.refuse(pathOf(*store_, record) + ": " + why);
+  };
+  if (id1.empty() || id2.empty()) return refuse("one part of the identity is empty");
+  if (record->isDatatype()) return refuse("a datatype value has no identity");
+  const ElementRecord* const other = identities_.add(record, id1, id2);
+  return other == nullptr || refuse("has the same identity as " + pathOf(*store_, other));
+}
+
+void ModelFiller::setNumber(io::PropertyPlace property, std::uint64_t number) {
+  if (property.record->getKind() == PropertyKind::enumeration) {
+    const auto literal = static_cast<std::int64_t>(number);
+    if (!static_cast<const meta::Enum::Impl*>(property.record->getType().get())->hasLiteral(literal))
+      failNoLiteral(property, literal);
+  }
+  put(property, number);
+}
+
+bool ModelFiller::setText(io::PropertyPlace property, std::string_view bytes) {
+  const PropertyKind kind = property.record->getKind();
+  if (kind != PropertyKind::text) return setOtherText(property, bytes);
+  const Text* const text = store_->makeCheckedText(bytes);
+  if (text == nullptr) return false;
+  put(property, asPayload(text));
+  return true;
+}
+
+[[gnu::noinline]] bool ModelFiller::setOtherText(io::PropertyPlace property, std::string_view bytes) {
+  if (!fl::i18n::isWellFormedUtf8(bytes)) return false;
+  if (property.record->getKind() == PropertyKind::dateTime) {
+    if (!isDateTime(bytes)) failUnparsed(property, bytes);
+    put(property, asPayload(store_->makeText(bytes)));
+  } else {
+    put(property, parse(property, bytes));
+  }
+  return true;
+}
+
+[[gnu::noinline]] std::uint64_t ModelFiller::parse(io::PropertyPlace property, std::string_view text) {
+  if (!meta::isPrimitive(property.record->getKind()))
+    fail(property,
+         "a text does not fit a property of type " + property.record->getType()->getQualifiedNameUtf8());
+  std::uint64_t cell = 0;
+  if (!fromTextForm(*store_, *property.record, text, cell)) failUnparsed(property, text);
+  return cell;
+}
+
+void ModelFiller::setEmpty(io::PropertyPlace property) {
+  if (!property.record->isOptional() || !meta::isPrimitive(property.record->getKind()))
+    fail(property, "cannot be explicitly empty");
+  if (!store_->add(top_->record, property.slot, 0, cells::kEmpty)) failSecond(property);
+}
+
+std::uint32_t ModelFiller::numberTypeName(std::string_view name) {
+  return references_.numberTypeName(name, [this] { return getPath(); });
+}
+
+void ModelFiller::addReference(io::PropertyPlace property, std::uint32_t typeName, std::string_view id1,
+                               std::string_view id2, const std::string_view* qualifier) {
+  requireAssociation(property);
+  const WaitingReference reference =
+      references_.make(typeName, id1, id2, qualifier, [this] { return getPath(); });
+  references_.noteWaiting(top_->record->index);
+  if (!store_->addWaiting(top_->record, property.slot, property.record->isMany(), reference.asItem()))
+    failSecond(property);
+}
+
+void ModelFiller::requireAssociation(io::PropertyPlace property) const {
+  if (property.record->getKind() != PropertyKind::association) failNoReference(property);
+}
+
+void ModelFiller::processDeferred() {
+  references_.resolveAll(identities_);
+  identities_.finish();
+}
+
+[[gnu::noinline]] void ModelFiller::fail(io::PropertyPlace property, const std::string& what) const {
+  throw ValueError(getPath() + "." + property.record->getNameUtf8() + ": " + what);
+}
+
+[[gnu::noinline]] void ModelFiller::failSecond(io::PropertyPlace property) const {
+  fail(property, "holds one value and is given a second");
+}
+
+[[gnu::noinline]] void ModelFiller::failUnparsed(io::PropertyPlace property, std::string_view text) const {
+  fail(property,
+       "\"" + std::string(text) + "\" is not a " + property.record->getType()->getQualifiedNameUtf8());
+}
+
+[[gnu::noinline]] void ModelFiller::failNoLiteral(io::PropertyPlace property, std::int64_t number) const {
+  fail(property, "enumeration " + property.record->getType()->getQualifiedNameUtf8() +
+                     " has no literal with the number " + std::to_string(number));
+}
+
+[[gnu::noinline]] void ModelFiller::failNoReference(io::PropertyPlace property) const {
+  fail(property,
+       "a reference does not fit a property of type " + property.record->getType()->getQualifiedNameUtf8());
+}
+
+}  // namespace kr::zero::internal

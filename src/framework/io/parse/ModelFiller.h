@@ -1,0 +1,106 @@
+/// @file
+/// Internal: checks what a reader found against the meta model and puts it into a model.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "io/parse/DeferredReferences.h"
+#include "io/parse/DocumentIdentities.h"
+#include "io/parse/Problems.h"
+#include "kr/zero/TextHash.h"
+#include "kr/zero/io/BulkParseProcessor.h"
+#include "kr/zero/io/ParseCustomizer.h"
+#include "kr/zero/io/ParsingModelBuilder.h"
+#include "model/Store.h"
+
+namespace kr::zero::internal {
+
+inline constexpr std::size_t kNoSlot = meta::StructuredType::Impl::npos;
+
+class ModelFiller final : public io::BulkParseProcessor {
+ public:
+  /// An element or datatype value that is open.
+  struct Open {
+    ElementRecord* record = nullptr;
+    std::size_t lastSlot = 0;         // found last by its name
+    std::size_t announced = kNoSlot;  // a datatype or composition whose next element may come
+  };
+
+  ModelFiller(io::ParseCustomizer& customizer, io::ParsingModelBuilder& builder, Problems& problems)
+      : customizer_(customizer), builder_(builder), problems_(problems), references_(problems) {}
+
+  /// Starts over: empty model, nothing open.
+  void reset();
+  bool isReady() const noexcept { return store_ != nullptr; }
+
+  meta::StructuredType findType(std::string_view typeName) override;
+  meta::StructuredType findType(const ustring& typeName);
+  bool pushRoot(meta::StructuredType type, std::string_view id1, std::string_view id2) override;
+  bool pushChild(io::PropertyPlace property, meta::StructuredType type, std::string_view id1,
+                 std::string_view id2) override;
+  void pop() override;
+  void announceCollection(io::PropertyPlace property) override { store_->touch(top_->record, property.slot); }
+  void expectItems(io::PropertyPlace property, std::uint64_t count) override {
+    store_->expectItems(top_->record, property.slot, count);
+  }
+  void setNumber(io::PropertyPlace property, std::uint64_t number) override;
+  void addNumbers(io::PropertyPlace property, std::span<const std::uint64_t> numbers) override {
+    store_->append(top_->record, property.slot, numbers);
+  }
+  bool setText(io::PropertyPlace property, std::string_view bytes) override;
+  void setEmpty(io::PropertyPlace property) override;
+  std::uint32_t numberTypeName(std::string_view name) override;
+  void addReference(io::PropertyPlace property, std::uint32_t typeName, std::string_view id1,
+                    std::string_view id2, const std::string_view* qualifier) override;
+  void processDeferred();
+
+  /// The innermost open element; null where there is none.
+  Open* getTop() noexcept { return top_; }
+  std::size_t getDepth() const noexcept { return open_.size(); }
+  /// The type of the innermost element; empty where none is open.
+  meta::StructuredType getType() const noexcept;
+  /// A property of the innermost element.
+  io::PropertyPlace getProperty(std::size_t slot) const noexcept {
+    return {slot, &top_->record->use->property(slot)};
+  }
+  std::string getPath() const;
+
+  // A value that a property cannot hold; what is rare stands apart from what is called for every value.
+  [[noreturn]] void fail(io::PropertyPlace property, const std::string& what) const;
+  /// @throws ValueError where the property is no association.
+  void requireAssociation(io::PropertyPlace property) const;
+
+ private:
+  bool open(ElementRecord* record, std::string_view id1, std::string_view id2);
+  bool requireConcrete(const TypeUse& use);
+  ElementRecord* makeChild(io::PropertyPlace property, TypeUse& use);
+  bool setIdentity(ElementRecord* record, std::string_view id1, std::string_view id2);
+  void put(io::PropertyPlace property, std::uint64_t cell) {
+    if (property.record->isMany())
+      store_->append(top_->record, property.slot, cell);
+    else if (!store_->add(top_->record, property.slot, cell))
+      failSecond(property);
+  }
+  bool setOtherText(io::PropertyPlace property, std::string_view bytes);
+  std::uint64_t parse(io::PropertyPlace property, std::string_view text);
+  [[noreturn]] void failSecond(io::PropertyPlace property) const;
+  [[noreturn]] void failUnparsed(io::PropertyPlace property, std::string_view text) const;
+  [[noreturn]] void failNoLiteral(io::PropertyPlace property, std::int64_t number) const;
+  [[noreturn]] void failNoReference(io::PropertyPlace property) const;
+
+  io::ParseCustomizer& customizer_;
+  io::ParsingModelBuilder& builder_;
+  Problems& problems_;
+  ModelStore* store_ = nullptr;
+  std::vector<Open> open_;
+  Open* top_ = nullptr;                                                // the innermost of open_
+  std::unordered_map<ustring, meta::StructuredType, TextHash> types_;  // that were asked for, by name
+  DocumentIdentities identities_;
+  DeferredReferences references_;
+};
+
+}  // namespace kr::zero::internal

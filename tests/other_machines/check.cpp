@@ -1,0 +1,159 @@
+// What must hold on every kind of machine: documents written by hand are read and written to the byte, and
+// texts of every length come through. Needs nothing that a machine on which it is only run would have to
+// have.
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fl/i18n/utf8.h"
+#include "kr/zero/ustring.h"
+#include "support/GoldenDocuments.h"
+#include "support/Reading.h"
+#include "support/TaggedReading.h"
+#include "sylvan/Tagged.h"
+
+namespace kr::zero::test {
+
+namespace {
+
+int passed = 0, failed = 0;
+
+void expect(bool holds, const std::string& what) {
+  ++(holds ? passed : failed);
+  if (!holds) std::printf("failed: %s\n", what.c_str());
+}
+
+// One thing that must hold; whatever it raises is a failure.
+template <class Check>
+void check(const std::string& what, Check holds) {
+  try {
+    expect(holds(), what);
+  } catch (const std::exception& error) {
+    expect(false, what + ": " + error.what());
+  }
+}
+
+Model readDirect(const Bytes& bytes) {
+  const auto parser = makeParser(goldenRegistry());
+  if (!parser->parse(io::ParsingInput::fromByteSequence(bytes))) throw std::runtime_error("refused");
+  return parser->takeModel();
+}
+
+Model readTagged(const std::string& bytes) {
+  const auto parser = makeTaggedParser(goldenRegistry());
+  if (!parser->parse(io::ParsingInput::fromString(bytes))) throw std::runtime_error("refused");
+  return parser->takeModel();
+}
+
+void checkDirectDocuments() {
+  for (const GoldenDocument& document : goldenDocuments()) {
+    check(document.name + ", direct",
+          [&] { return writeDirect(readDirect(document.bytes)) == document.bytes; });
+    check(document.name + ", through the tagged format",
+          [&] { return writeDirect(readTagged(writeTagged(readDirect(document.bytes)))) == document.bytes; });
+  }
+}
+
+// Of the one element of a golden document.
+std::string valueOf(const std::string& document, std::string_view property, std::size_t position = 0) {
+  return readDirect(goldenDocument(document)).getRoots().at(0).getTextForm(property, position);
+}
+
+void checkDirectValues() {
+  check("an 8-bit number", [] { return valueOf("numbers", "i8") == "-1"; });
+  check("a 16-bit number", [] { return valueOf("numbers", "u16") == "65534"; });
+  check("a 32-bit number", [] { return valueOf("many numbers", "numbers", 1) == "305419896"; });
+  check("a 64-bit number", [] { return valueOf("numbers", "i64") == "-2"; });
+  check("a real", [] { return valueOf("many numbers", "reals") == "0.1"; });
+  check("an enumeration", [] { return valueOf("enumerations", "mustKind") == "minus"; });
+  check("a text", [] { return valueOf("texts", "nick") == "\xC3\xA4"; });
+  check("a UUID", [] { return valueOf("date and UUID", "uuid") == "00112233-4455-6677-8899-aabbccddeeff"; });
+}
+
+void checkTaggedDocuments() {
+  for (const GoldenTagged& document : goldenTagged()) {
+    check(document.name + ", read", [&] {
+      modeling::sylvan::EventRecorder recorder;
+      io::BinaryAssembler(&recorder).visitString(document.bytes);
+      return recorder == record(document.produce);
+    });
+    check(document.name + ", written",
+          [&] { return (write(document.produce) == document.bytes) == document.isWritten; });
+  }
+}
+
+struct Text {
+  std::string utf8;
+  std::u16string utf16;
+};
+
+// Letters of the alphabet in turn, so that no two places look the same.
+Text asciiText(std::size_t length) {
+  Text text;
+  for (std::size_t i = 0; i < length; ++i) {
+    text.utf8 += static_cast<char>('a' + i % 26);
+    text.utf16 += static_cast<char16_t>(u'a' + i % 26);
+  }
+  return text;
+}
+
+// A text of letters with other ones before the letter at each place, and at the end.
+std::vector<Text> textsOf(std::size_t length) {
+  const std::vector<Text> others{
+      {"\xC3\xA9", u"\u00E9"}, {"\xE2\x82\xAC", u"\u20AC"}, {"\xF0\x9F\x98\x80", u"\U0001F600"}};
+  std::vector<Text> texts{asciiText(length)};
+  for (const Text& other : others) {
+    for (std::size_t place = 0; place <= length; ++place) {
+      Text text = asciiText(length);
+      text.utf8.insert(place, other.utf8);
+      text.utf16.insert(place, other.utf16);
+      texts.push_back(std::move(text));
+    }
+  }
+  return texts;
+}
+
+bool areConverted(const std::vector<Text>& texts) {
+  for (const Text& text : texts) {
+    if (toUstring(text.utf8) != text.utf16 || toUtf8(text.utf16) != text.utf8) return false;
+    if (!fl::i18n::isWellFormedUtf8(text.utf8) || fl::i18n::isWellFormedUtf8(text.utf8 + '\x80'))
+      return false;
+  }
+  return true;
+}
+
+bool holds(const Model& model, const std::vector<Text>& texts) {
+  const Element element = model.getRoots().at(0);
+  if (element.size("tags") != texts.size()) return false;
+  for (std::size_t i = 0; i < texts.size(); ++i)
+    if (element.getText("tags", i) != texts[i].utf8) return false;
+  return true;
+}
+
+void checkTexts() {
+  for (std::size_t length = 0; length <= 100; ++length) {
+    const std::string name = "texts of " + std::to_string(length) + " letters";
+    const std::vector<Text> texts = textsOf(length);
+    Model model(goldenRegistry());
+    Element element = model.createRoot("g.N");
+    for (const Text& text : texts) element.add("tags", text.utf8);
+    check(name + ", converted", [&] { return areConverted(texts); });
+    check(name + ", direct", [&] { return holds(readDirect(writeDirect(model)), texts); });
+    check(name + ", tagged", [&] { return holds(readTagged(writeTagged(model)), texts); });
+  }
+}
+
+}  // namespace
+
+}  // namespace kr::zero::test
+
+int main() {
+  kr::zero::test::checkDirectDocuments();
+  kr::zero::test::checkDirectValues();
+  kr::zero::test::checkTaggedDocuments();
+  kr::zero::test::checkTexts();
+  std::printf("%d passed, %d failed\n", kr::zero::test::passed, kr::zero::test::failed);
+  return kr::zero::test::failed == 0 ? 0 : 1;
+}
