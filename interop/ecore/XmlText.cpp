@@ -276,7 +276,7 @@ class StructureCheck {
 
   /// Where a character stands next; `known` is the answer of the last time, for an earlier place.
   std::size_t nextOf(char c, std::size_t from, std::size_t& known) const {
-    if (known < from) known = text_.find(c, from);
+    if (known <= from) known = text_.find(c, from);
     return known;
   }
 

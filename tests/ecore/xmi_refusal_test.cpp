@@ -196,6 +196,12 @@ TEST(XmiRefusals, WhatIsNotXml) {
               HasSubstr("declarations inside of the document type are not supported"));
 }
 
+TEST(XmiRefusals, TextBehindARootThatIsTheFirstTagOfTheFileAndClosesItself) {
+  const std::string root = R"(<p:Node xmlns:p="urn:p" name="a"/>)";
+  EXPECT_THAT(refusalOf(nodeModels(), root + "tail"), HasSubstr("text outside of the root element"));
+  EXPECT_THAT(refusalOf(nodeModels(), root + root), HasSubstr("there is a second root"));
+}
+
 TEST(XmiRefusals, ADocumentThatBreaksOffInATagBehindBlanksHasAnOpenElement) {
   const std::string document = nodeDocument("");
   const std::string open = document.substr(0, document.rfind("</"));
