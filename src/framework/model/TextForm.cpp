@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "fl/i18n/converter.h"
+#include "fl/i18n/utf8.h"
 #include "kr/zero/DateTime.h"
 #include "model/Numbers.h"
 
@@ -16,40 +16,7 @@ Uuid uuidOf(std::uint64_t payload) {
   return uuid;
 }
 
-// Whether a text is YYYY-MM-DDThh:mm:ssZ, as most programs write dates, and on a day that each month has. The
-// general answer takes four times as long.
-bool isUsualDateTime(std::string_view text) {
-  constexpr std::string_view kLeast = "0000-00-00T00:00:00Z";
-  constexpr std::string_view kMost = "9999-19-29T29:59:59Z";
-  if (text.size() != kLeast.size()) return false;
-  // Sixteen places at a time, so that compilers compare them at once.
-  const auto isOutside = [&](std::size_t first) {
-    unsigned char outside = 0;
-    for (std::size_t i = first; i < first + 16; ++i) {
-      outside |= static_cast<unsigned char>(text[i] < kLeast[i]);
-      outside |= static_cast<unsigned char>(text[i] > kMost[i]);
-    }
-    return outside != 0;
-  };
-  if (isOutside(0) || isOutside(kLeast.size() - 16)) return false;
-  const auto number = [&](std::size_t at) { return (text[at] - '0') * 10 + (text[at + 1] - '0'); };
-  const int month = number(5);
-  const int day = number(8);
-  return month >= 1 && month <= 12 && day >= 1 && day <= 28 && number(11) <= 23;
-}
-
 }  // namespace
-
-bool isDateTime(std::string_view text) { return isUsualDateTime(text) || DateTime::parse(text).has_value(); }
-
-bool isWellFormed(std::string_view utf8) {
-  bool ascii = true;
-  for (const char c : utf8) ascii &= static_cast<signed char>(c) >= 0;
-  if (ascii) return true;
-  static const fl::i18n::codecvt_string_to_ustring converter("UTF8", true);
-  std::u16string ignored;
-  return converter.convert(utf8, ignored);
-}
 
 std::string toTextForm(const PropertyRecord& slot, std::uint64_t payload) {
   switch (slot.getKind()) {
@@ -89,11 +56,11 @@ bool fromTextForm(ModelStore& store, const PropertyRecord& slot, std::string_vie
       return uuid.has_value();
     }
     case PropertyKind::dateTime:
-      if (!isDateTime(text)) return false;
+      if (!DateTime::isValid(text)) return false;
       payload = asPayload(store.makeText(text));
       return true;
     default:
-      if (!isWellFormed(text)) return false;
+      if (!fl::i18n::isWellFormedUtf8(text)) return false;
       payload = asPayload(store.makeText(text));
       return true;
   }

@@ -17,10 +17,4 @@ std::string toTextForm(const PropertyRecord& slot, std::uint64_t payload);
 bool fromTextForm(ModelStore& store, const PropertyRecord& slot, std::string_view text,
                   std::uint64_t& payload);
 
-/// Whether a text is a date or a date with a time.
-bool isDateTime(std::string_view text);
-
-/// Whether bytes are well-formed UTF-8.
-bool isWellFormed(std::string_view utf8);
-
 }  // namespace kr::zero::internal

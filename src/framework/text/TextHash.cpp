@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstring>
 #include <random>
+#include <utility>
 
 namespace kr::zero {
 
@@ -31,21 +32,34 @@ std::uint64_t fold(std::uint64_t x, std::uint64_t y) noexcept {
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
-std::uint64_t load(const unsigned char* bytes, std::size_t size) noexcept {
-  std::uint64_t block = 0;
-  std::memcpy(&block, bytes, size);
-  return block;
+template <class Word>
+std::uint64_t load(const unsigned char* bytes) noexcept {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+/// Up to 16 bytes, by loads that may overlap; the size tells apart what they do not.
+std::pair<std::uint64_t, std::uint64_t> loadEnds(const unsigned char* bytes, std::size_t size) noexcept {
+  const unsigned char* const end = bytes + size;
+  if (size >= 8) return {load<std::uint64_t>(bytes), load<std::uint64_t>(end - 8)};
+  if (size >= 4) return {load<std::uint32_t>(bytes), load<std::uint32_t>(end - 4)};
+  if (size == 0) return {0, 0};
+  return {bytes[0], std::uint64_t{bytes[size / 2]} << 8 | end[-1]};
 }
 
 }  // namespace
 
 std::size_t hashBytes(const void* bytes, std::size_t size) noexcept {
   static const Key key = drawKey();
+  constexpr std::size_t kBlock = 16;
   const auto* next = static_cast<const unsigned char*>(bytes);
   std::uint64_t hash = key.a ^ size;
   std::size_t left = size;
-  for (; left >= 8; left -= 8, next += 8) hash = fold(hash ^ load(next, 8), key.b);
-  if (left > 0) hash = fold(hash ^ load(next, left), key.b);
+  for (; left > kBlock; left -= kBlock, next += kBlock)
+    hash = fold(hash ^ load<std::uint64_t>(next), key.b ^ load<std::uint64_t>(next + 8));
+  const auto [first, last] = loadEnds(next, left);
+  hash = fold(hash ^ first, key.b ^ last);
   return static_cast<std::size_t>(fold(hash, key.a | 1));
 }
 

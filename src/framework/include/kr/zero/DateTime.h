@@ -28,6 +28,9 @@ struct DateTime {
   /// that does not exist (the leap second 60 is accepted).
   KR0_FRAMEWORK_API static std::optional<DateTime> parse(std::string_view text);
 
+  /// Whether parse() would give anything.
+  KR0_FRAMEWORK_API static bool isValid(std::string_view text);
+
   /// Seconds since 1970-01-01T00:00:00Z; a text without offset counts as UTC.
   KR0_FRAMEWORK_API std::int64_t toUnixSeconds() const;
 };
