@@ -2,7 +2,9 @@
 /// A parse processor that answers the reader's questions and builds nothing.
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
+#include <vector>
 
 #include "fl/i18n/utf8.h"
 #include "kr/zero/io/BulkParseProcessor.h"
@@ -28,13 +30,12 @@ class QuietProcessor final : public io::ParseProcessor, public io::BulkParseProc
     if (!type) throw std::runtime_error("a type that the benchmark does not know");
     return type;
   }
-  bool pushRoot(meta::StructuredType, std::string_view, std::string_view) override { return ++calls_, true; }
-  bool pushChild(io::PropertyPlace, meta::StructuredType, std::string_view, std::string_view) override {
+  bool pushRoot(meta::StructuredType, const io::ElementIdentity&) override { return ++calls_, true; }
+  bool pushChild(io::PropertyPlace, meta::StructuredType, const io::ElementIdentity&) override {
     return ++calls_, true;
   }
   void pop() override {}
   void announceCollection(io::PropertyPlace) override {}
-  void expectItems(io::PropertyPlace, std::uint64_t) override {}
   void setNumber(io::PropertyPlace, std::uint64_t) override { ++calls_; }
   void addNumbers(io::PropertyPlace, std::span<const std::uint64_t> numbers) override {
     calls_ += numbers.size();
@@ -45,9 +46,20 @@ class QuietProcessor final : public io::ParseProcessor, public io::BulkParseProc
   }
   void setEmpty(io::PropertyPlace) override { ++calls_; }
   std::uint32_t numberTypeName(std::string_view) override { return 0; }
-  void addReference(io::PropertyPlace, std::uint32_t, std::string_view, std::string_view,
+  void addReference(io::PropertyPlace, std::uint32_t, const io::ElementIdentity&,
                     const std::string_view*) override {
     ++calls_;
+  }
+  cells::Cell keepReference(std::uint32_t, const io::ElementIdentity&, const std::string_view*) override {
+    return cells::kWaiting;
+  }
+  /// The same memory again and again: nothing is kept.
+  cells::FreeMemory& getMemory(std::size_t) override {
+    free_ = {memory_.data(), memory_.data() + memory_.size() - kReadable};
+    return free_;
+  }
+  void addCells(std::span<const cells::Entry> entries, const cells::Cell*, bool) override {
+    calls_ += entries.size();
   }
 
   /// Number of calls that brought an element, a value or a reference in the last parse. It shows that
@@ -58,7 +70,11 @@ class QuietProcessor final : public io::ParseProcessor, public io::BulkParseProc
   // The named ones, of which the reader makes none.
   using ParseProcessor::pop;
 
+  static constexpr std::size_t kReadable = 16;  // behind texts
+
   std::size_t calls_ = 0;
+  std::vector<std::byte> memory_ = std::vector<std::byte>(1 << 14);  // more than anyone asks for
+  cells::FreeMemory free_;
 };
 
 }  // namespace kr::zero::bench

@@ -138,7 +138,7 @@ void BulkBinaryEventProcessor::describe(TypeHeads& heads) const {
 }
 
 CategoryMasks BulkBinaryEventProcessor::openObject(std::size_t slot, meta::StructuredType type,
-                                                   const WrittenIdentity& identity) {
+                                                   const ElementIdentity& identity) {
   const TypeHeads& heads = headsOf(type);
   const bool isLocal = identity.number != 0;
   const Block& header = isLocal ? heads.identified : heads.element;
@@ -299,7 +299,7 @@ inline void BulkBinaryEventProcessor::writeReference(std::size_t slot, cells::Ce
   writeIdentity(reference.identity);
 }
 
-void BulkBinaryEventProcessor::writeIdentity(const WrittenIdentity& identity) {
+void BulkBinaryEventProcessor::writeIdentity(const ElementIdentity& identity) {
   if (identity.number == 0) {
     direct::appendText(bytes(), identity.id1);
     return direct::appendText(bytes(), identity.id2);

@@ -17,7 +17,7 @@ class BulkBinaryEventProcessor final : public BinaryEventProcessor, public BulkE
  public:
   void startObjects(ValueSource& source) override;
   CategoryMasks openObject(std::size_t slot, meta::StructuredType type,
-                           const WrittenIdentity& identity) override;
+                           const ElementIdentity& identity) override;
   void openDatatype(std::size_t slot, meta::StructuredType type) override;
   void closeObject() override;
   void closeDatatype() override;
@@ -68,7 +68,7 @@ class BulkBinaryEventProcessor final : public BinaryEventProcessor, public BulkE
   void writeReference(std::size_t slot, cells::Cell item, bool unresolved);
   void writeDescribed(const WrittenReference& reference);
   void writeCount(const Head& head, std::size_t count);
-  void writeIdentity(const WrittenIdentity& identity);
+  void writeIdentity(const ElementIdentity& identity);
   std::string_view textOf(std::size_t slot, const Head& head, cells::Cell cell);
 
   ValueSource* source_ = nullptr;

@@ -45,7 +45,17 @@ class Cursor {
     if (at_ != end_) return *at_++;
     return readOther([](ByteReader& reader) { return reader.readByte(); });
   }
-  std::uint64_t readCount() {
+  /// Reads a number that says nothing.
+  [[gnu::always_inline]] void skipNumber() {
+    for (const std::uint8_t* at = at_; at != end_;)
+      if (*at++ < direct::kMoreGroups) {
+        at_ = at;
+        return;
+      }
+    readNumber();  // fails
+  }
+  [[gnu::always_inline]] std::uint64_t readCount() {
+    if (at_ != end_ && *at_ < direct::kMoreGroups && *at_ < end_ - at_) return *at_++;
     return readOther([](ByteReader& reader) { return reader.readCount(); });
   }
   [[gnu::always_inline]] std::string_view readText() {

@@ -27,8 +27,14 @@ class DocumentReader {
   bool readElements() {
     Cursor cursor(reader_);
     bool accepted = true;
-    while (accepted && !cursor.isAtEnd()) accepted = readItem(cursor);
+    try {
+      while (accepted && !cursor.isAtEnd()) accepted = readItem(cursor);
+    } catch (...) {
+      target_.handOver();  // what came before the failure, and may fail first
+      throw;
+    }
     cursor.sync();
+    target_.handOver();
     return accepted;
   }
 
@@ -57,62 +63,77 @@ class DocumentReader {
     return accepted;
   }
 
-  [[gnu::always_inline]] FoundProperty findProperty(Cursor& cursor, std::uint64_t identifier) {
-    KnownType* const known = open_.empty() ? nullptr : open_.back().type;
-    const meta::StructuredType type = known == nullptr ? meta::StructuredType() : known->type;
-    const std::size_t slot = type ? type->findIdentifier(identifier) : meta::StructuredType::Impl::npos;
+  [[gnu::always_inline]] KnownProperty& findProperty(Cursor& cursor, std::uint64_t identifier) {
     cursor.sync();
+    if (innerType_ == nullptr) failUnknownProperty();
+    const std::size_t slot = innerType_->findIdentifier(identifier);
     if (slot == meta::StructuredType::Impl::npos) failUnknownProperty();
-    return {slot, type->getAllProperties()[slot].get(), &known->lastIn[slot]};
+    return innerProperties_[slot];
   }
 
   [[noreturn]] static void failUnknownProperty() {
     throw std::out_of_range("invalid unordered_map<K, T> key");
   }
 
-  [[gnu::always_inline]] bool readProperty(Cursor& cursor, const FoundProperty& property) {
-    const PropertyCategory category = target_.announce(property);
-    if (category.isA(PropertyCategory::PrimitiveAny())) {
-      readPrimitiveProperty(cursor, property, category);
-    } else if (category.isA(PropertyCategory::DatatypeAny())) {
-      return apart(cursor, [&] { return pushDatatype(property); });
-    } else if (category.isA(PropertyCategory::CompositionAny())) {
-      return apart(cursor, [&] { return pushComposition(property); });
-    } else if (category.isA(PropertyCategory::AssociationAny())) {
-      return apart(cursor, [&] { return readReferences(property, category); });
+  [[gnu::always_inline]] bool readProperty(Cursor& cursor, KnownProperty& property) {
+    const Content content = target_.announce(property);
+    switch (content) {
+      case Content::nothing:
+        return true;  // it has no bytes here
+      case Content::items:
+        return apart(cursor, [&] { return target_.readItems(reader_, property), true; });
+      case Content::datatype:
+        return apart(cursor, [&] { return pushDatatype(property); });
+      case Content::composition:
+        return apart(cursor, [&] { return pushComposition(property); });
+      case Content::reference:
+        return apart(cursor, [&] { return readReferences(property, 1), true; });
+      case Content::references:
+        return apart(cursor, [&] { return readReferenceItems(property), true; });
+#define KR0_SINGLE(kind) \
+  case Content::kind:    \
+    return readSingle<Content::kind>(cursor, property);
+        KR0_SINGLE(boolean)
+        KR0_SINGLE(literal)
+        KR0_SINGLE(number8)
+        KR0_SINGLE(number16)
+        KR0_SINGLE(number32)
+        KR0_SINGLE(number64)
+        KR0_SINGLE(text)
+        KR0_SINGLE(dateTime)
+        KR0_SINGLE(otherText)
+#undef KR0_SINGLE
     }
-    return true;  // a property of any other category has no bytes here
+    __builtin_unreachable();
   }
 
-  [[gnu::always_inline]] void readPrimitiveProperty(Cursor& cursor, const FoundProperty& property,
-                                                    PropertyCategory category) {
-    const meta::Type type = target_.getType(property);
-    const bool optional = target_.isOptional(property);
-    if (category.isA(PropertyCategory::PrimitiveCollection())) {
-      apart(cursor, [&] { return target_.readItems(reader_, property, type); });
-    } else if (optional && cursor.readByte() == values::absentMark) {
+  template <Content kContent>
+  [[gnu::always_inline]] bool readSingle(Cursor& cursor, const KnownProperty& property) {
+    if (target_.isOptional(property) && cursor.readByte() == values::absentMark) {
       cursor.sync();
       target_.setEmpty(property);
     } else {
-      target_.readValue(cursor, property, type);
+      target_.template readValue<kContent>(cursor, property);
     }
+    return true;
   }
 
-  bool readReferences(const FoundProperty& property, PropertyCategory category) {
+  void readReferenceItems(KnownProperty& property) {
+    target_.startItems(property);
+    readReferences(property, target_.readItemCount(reader_, property));
+  }
+
+  void readReferences(KnownProperty& property, std::uint64_t count) {
     Cursor cursor(reader_);
-    const bool many = category.isA(PropertyCategory::AssociationCollection());
-    const std::uint64_t count = many ? cursor.readCount() : 1;
-    if (many) target_.expectReferences(property, count);
     for (std::uint64_t left = count; left != 0; --left) {
-      cursor.readNumber();  // says nothing
+      cursor.skipNumber();  // says nothing
       const std::string_view type = cursor.readText();
-      target_.startReference(cursor, type, types_.find(type, *property.last));
+      target_.startReference(cursor, type, types_.find(type, property.last));
       if (cursor.readByte() == direct::kWithQualifier) target_.readQualifier(cursor);
       target_.readIdentity(cursor);
       cursor.sync();
       target_.addReference(property);
     }
-    return true;
   }
 
   bool pushRoot() {
@@ -120,24 +141,24 @@ class DocumentReader {
     return push(nullptr, type, lastRoot_);
   }
 
-  bool pushComposition(const FoundProperty& property) {
-    const std::string_view type = readHeader(*property.last);
-    return push(&property, type, *property.last);
+  bool pushComposition(KnownProperty& property) {
+    const std::string_view type = readHeader(property.last);
+    return push(&property, type, property.last);
   }
 
-  bool pushDatatype(const FoundProperty& property) {
+  bool pushDatatype(KnownProperty& property) {
     const meta::Type type = target_.getType(property);
     newName_ = &type->getQualifiedName();
     target_.clearIdentity();
-    known_ = types_.find(type->getQualifiedNameUtf8(), *property.last);
-    return push(&property, type->getQualifiedNameUtf8(), *property.last);
+    known_ = types_.find(type->getQualifiedNameUtf8(), property.last);
+    return push(&property, type->getQualifiedNameUtf8(), property.last);
   }
 
   /// Reads type and identity of an element.
   /// @param[in,out] last see KnownTypes::find.
   std::string_view readHeader(KnownType*& last) {
     Cursor cursor(reader_);
-    cursor.readNumber();  // says nothing
+    cursor.skipNumber();  // says nothing
     const std::string_view type = cursor.readText();
     known_ = types_.find(type, last);
     cursor.sync();
@@ -152,11 +173,12 @@ class DocumentReader {
   }
 
   /// Opens an element of the type that `known_`, or where that is null `newName_`, names.
-  bool push(const FoundProperty* property, std::string_view utf8, KnownType*& last) {
+  bool push(const KnownProperty* property, std::string_view utf8, KnownType*& last) {
     meta::StructuredType type = known_ == nullptr ? meta::StructuredType() : known_->type;
     const ustring& name = known_ == nullptr ? *newName_ : known_->getName();
     if (!target_.push(property, name, utf8, type)) return false;
     KnownType* const known = known_ != nullptr ? known_ : (last = &learn(utf8, type));
+    setInner(known);
     open_.push_back({known, property != nullptr ? &property->record->getName() : &known->getName()});
     return true;
   }
@@ -169,10 +191,16 @@ class DocumentReader {
     return types_.add(utf8, *newName_, type);
   }
 
+  void setInner(KnownType* known) noexcept {
+    innerType_ = known == nullptr ? nullptr : known->type.operator->();
+    innerProperties_ = known == nullptr ? nullptr : known->properties.data();
+  }
+
   void pop() {
     if (open_.empty()) reader_.failCorrupt("End mark without an open element");
     target_.pop(*open_.back().closingName);
     open_.pop_back();
+    setInner(open_.empty() ? nullptr : open_.back().type);
   }
 
   ByteReader& reader_;
@@ -181,6 +209,9 @@ class DocumentReader {
   KnownTypes types_;
   KnownType* lastRoot_ = nullptr;
   std::vector<Open> open_;  // innermost last
+  // Of the innermost; null where that has no properties.
+  const meta::StructuredType::Impl* innerType_ = nullptr;
+  KnownProperty* innerProperties_ = nullptr;
   KnownType* known_ = nullptr;
   const ustring* newName_ = nullptr;
   ustring typeName_;

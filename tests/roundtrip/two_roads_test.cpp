@@ -14,6 +14,8 @@
 
 #include "kr/zero/io/BulkEventProcessor.h"
 #include "kr/zero/io/BulkParseProcessor.h"
+#include "kr/zero/meta/MetaModelBuilder.h"
+#include "support/DirectBytes.h"
 #include "support/Environment.h"
 #include "support/GoldenDocuments.h"
 #include "support/NamedRoad.h"
@@ -278,6 +280,13 @@ void compareDamage(Readers<Format>& readers, std::vector<Bytes> documents, std::
   for (; mutants > 0 && !testing::Test::HasFailure(); --mutants) readers.read(damage.next(), census);
 }
 
+/// Reads a document and all that comes about where it breaks off.
+template <class Format>
+void readCut(Readers<Format>& readers, const Bytes& bytes, Census& census) {
+  for (std::size_t size = 1; size <= bytes.size() && !testing::Test::HasFailure(); ++size)
+    readers.read(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)), census);
+}
+
 // Most of the documents are small ones of every form; then the sample and random models, each damaged some
 // times.
 template <class Format>
@@ -388,6 +397,104 @@ TEST(TwoRoads, DocumentsWhoseTypesACustomizerChangesEndAlike) {
   }
   census.print();
   EXPECT_GT(census.refused, 50u);
+}
+
+// Readers take values in runs: items up to a certain number, texts up to certain lengths, so many properties
+// at once, in the order of the meta model. Each bound and what lies beyond has to end as the named calls do,
+// wherever the document breaks off.
+
+TEST(TwoRoads, CollectionsOfEverySizeEndAlikeWhereverTheyAreCut) {
+  Census census;
+  Readers<Direct> readers(goldenRegistry());
+  for (const unsigned size : {1u, 6u, 7u, 8u, 9u, 31u, 32u, 33u, 65u}) {
+    Model model(goldenRegistry());
+    Element element = model.createRoot("g.N");
+    for (unsigned i = 0; i < size; ++i) {
+      element.add("tags",
+                  std::string(static_cast<std::size_t>(i) % 37, 'a') + (i % 3 == 0 ? "\xC3\xA4" : ""));
+      element.add("numbers", static_cast<int>(i) - 3);
+      element.add("reals", i / 2.0);
+      element.addInteger("kinds", i % 2);
+      element.add("flags", i % 3 == 0);
+      element.add("refs", element);
+    }
+    readCut(readers, written<Direct>(model), census);
+  }
+  EXPECT_EQ(census.accepted, 2 * 9u);  // whole, and behind the header
+  EXPECT_GT(census.raised, 2000u);
+}
+
+TEST(TwoRoads, TextsOfEveryLengthEndAlikeWhereverTheyAreCut) {
+  Census census;
+  Readers<Direct> readers(goldenRegistry());
+  for (const unsigned size : {0u, 1u, 7u, 8u, 16u, 31u, 32u, 33u, 127u, 128u, 1023u, 1024u, 1025u}) {
+    Model model(goldenRegistry());
+    Element element = model.createRoot("g.N");
+    element.set("name", std::string(size, 'n'));
+    if (size >= 2) element.set("nick", std::string(size - 2, 'n') + "\xC3\xA4");
+    element.set("far", std::string(size, 'f'));
+    readCut(readers, written<Direct>(model), census);
+  }
+  EXPECT_EQ(census.accepted, 2 * 13u);
+}
+
+TEST(TwoRoads, AnyNumberOfPropertiesEndsAlikeWhereverItIsCut) {
+  meta::MetaModelBuilder builder("urn:w", "w");
+  meta::TypeBuilder& wide = builder.classType("Wide");
+  for (int i = 0; i < 70; ++i) wide.property("p" + std::to_string(i), i % 3 == 0 ? "String" : "Integer16");
+  meta::MetaRegistry registry;
+  builder.registerIn(registry);
+  Model model(registry);
+  Element element = model.createRoot("w.Wide");
+  for (int i = 0; i < 70; ++i) element.setTextForm("p" + std::to_string(i), std::to_string(i));
+  Census census;
+  Readers<Direct> readers(registry);
+  readCut(readers, written<Direct>(model), census);
+  EXPECT_EQ(census.accepted, 2u);
+}
+
+TEST(TwoRoads, PropertiesInAnyOrderAndNumberEndAlike) {
+  // What may stand behind keys of g.N, right and wrong.
+  const std::vector<Bytes> parts{
+      DirectBytes().key(1).text("a"),
+      DirectBytes().key(2).present().text("b"),
+      DirectBytes().key(2).absent(),
+      DirectBytes().key(3).number(2).text("a").text("\xFF"),
+      DirectBytes().key(3).number(2).text("a").text("c"),
+      DirectBytes().key(3).number(0),
+      DirectBytes().key(4).byte(1),
+      DirectBytes().key(6).byte(7),
+      DirectBytes().key(8).number(1).fixed(std::int32_t{5}),
+      DirectBytes().key(8).number(9).raw(Bytes(36, 1)),
+      DirectBytes().key(11).present().fixed(std::int32_t{1}),
+      DirectBytes().key(11).present().fixed(std::int32_t{77}),
+      DirectBytes().key(12).number(2).fixed(std::int32_t{1}).fixed(std::int32_t{0}),
+      DirectBytes().key(12).number(2).fixed(std::int32_t{1}).fixed(std::int32_t{77}),
+      DirectBytes().key(14).present().text("2010-02-01T05:12:32Z"),
+      DirectBytes().key(14).present().text("soon"),
+      DirectBytes().key(15).present().text("00112233-4455-6677-8899-aabbccddeeff"),
+      DirectBytes().child(18, "g.N").end(),
+      DirectBytes().child(19, "g.N").key(1).text("c").end(),
+      DirectBytes().key(20).reference("g.N", "#", "1"),
+      DirectBytes().key(20).reference("g.N", "other", "#", "1"),
+      DirectBytes().key(21).number(2).reference("g.N", "#", "1").reference("g.N", "a", "b"),
+      DirectBytes().key(21).number(2).reference("g.N", "x", "a", "b").reference("g.Sub", "#", "1"),
+      DirectBytes().key(300).present().text("far"),
+  };
+  Census census;
+  Readers<Direct> readers(goldenRegistry());
+  for (std::uint64_t seed = seedFor("properties in any order"), end = seed + 20000; seed < end; ++seed) {
+    SCOPED_TRACE(startWith(seed));
+    Random random(seed);
+    DirectBytes document;
+    document.header({"urn:g"}).root("g.N", "#", "1");
+    for (std::size_t left = random.below(6); left != 0; --left) document.raw(random.pick(parts));
+    readers.read(document.end(), census);
+    ASSERT_FALSE(HasFailure());
+  }
+  census.print();
+  EXPECT_GT(census.accepted, 2000u);
+  EXPECT_GT(census.raised, 2000u);
 }
 
 TEST(TwoRoads, RandomDamageToDirectDocumentsEndsAlike) { compareDamagedDocuments<Direct>(); }

@@ -67,10 +67,15 @@ Property PropertyTable::insert(Property property) {
 }
 
 void PropertyTable::indexIdentifiers() {
-  byIdentifier_.assign(std::bit_ceil(2 * properties_.size() + 1), 0);
-  for (std::size_t position = 0; position < properties_.size(); ++position)
-    if (properties_[position]->identifier_ != 0)
-      placeIn(byIdentifier_, properties_[position]->identifier_, position);
+  byIdentifier_.assign(std::bit_ceil(2 * properties_.size() + 1), {});
+  const std::size_t mask = byIdentifier_.size() - 1;
+  for (std::uint32_t slot = 0; slot < properties_.size(); ++slot) {
+    const std::uint32_t identifier = properties_[slot]->identifier_;
+    if (identifier == 0) continue;
+    std::size_t bucket = identifier & mask;
+    while (byIdentifier_[bucket].identifier != 0) bucket = (bucket + 1) & mask;
+    byIdentifier_[bucket] = {identifier, slot};
+  }
 }
 
 void PropertyTable::grow() {

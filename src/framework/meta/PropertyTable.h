@@ -17,6 +17,8 @@ namespace kr::zero::meta {
 /// entry, and copying a supertype's table to start a class's own copies three arrays.
 class PropertyTable {
  public:
+  using Numbered = StructuredType::Impl::Numbered;
+
   /// Appends the property, unless one of its name is there already.
   /// @return the one that is there (it may be the same), or an empty handle after appending.
   Property insert(Property property);
@@ -36,7 +38,7 @@ class PropertyTable {
   /// Positions by identifier: the position plus 1 of a property stands in the bucket that its identifier
   /// names (by its lowest bits) or behind it, before the next empty one (0). A power of two of buckets, one
   /// at least.
-  const std::vector<std::uint32_t>& getIdentifierBuckets() const noexcept { return byIdentifier_; }
+  const std::vector<Numbered>& getIdentifierBuckets() const noexcept { return byIdentifier_; }
   bool hasAssociations() const noexcept { return hasAssociations_; }
   bool hasUnwrittenChildren() const noexcept { return hasUnwrittenChildren_; }
 
@@ -55,7 +57,7 @@ class PropertyTable {
   std::vector<Property> properties_;
   Buckets byName_;
   Buckets byNameUtf8_;
-  Buckets byIdentifier_{0};
+  std::vector<Numbered> byIdentifier_{1};
   bool hasAssociations_ = false;
   bool hasUnwrittenChildren_ = false;
   std::size_t numbered_ = 0;

@@ -88,7 +88,6 @@ std::size_t StructuredType::Impl::findSlot(std::string_view name) const noexcept
 
 // To be called when the table has its identifiers.
 void StructuredType::Impl::useIdentifiers() noexcept {
-  properties_ = all_->data();
   buckets_ = table_->getIdentifierBuckets().data();
   mask_ = table_->getIdentifierBuckets().size() - 1;
 }

@@ -8,8 +8,9 @@
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
-#include <utility>
 #include <vector>
+
+#include "kr/zero/Cells.h"
 
 namespace kr::zero::internal {
 
@@ -18,11 +19,15 @@ namespace kr::zero::internal {
 class Arena {
  public:
   void* allocate(std::size_t bytes) {
-    bytes = roundUp(bytes);
-    if (bytes > static_cast<std::size_t>(end_ - next_)) return allocateSlow(bytes);
-    std::byte* result = next_;
-    next_ += bytes;
-    return result;
+    bytes = cells::FreeMemory::roundUp(bytes);
+    if (!free_.has(bytes)) return allocateSlow(bytes);
+    return free_.take(bytes);
+  }
+
+  /// What is left of the current chunk, so many bytes at least; good until the next call of anything here.
+  cells::FreeMemory& getFree(std::size_t bytes) {
+    if (!free_.has(bytes)) startChunk(cells::FreeMemory::roundUp(bytes));
+    return free_;
   }
 
   /// Memory for an array that will be recycled when it is outgrown.
@@ -30,8 +35,8 @@ class Arena {
   void* allocateRecyclable(std::size_t& bytes) {
     const std::size_t sizeClass = classOf(bytes);
     bytes = sizeOfClass(sizeClass);
-    if (FreeBlock* block = free_[sizeClass]; block != nullptr) {
-      free_[sizeClass] = block->next;
+    if (FreeBlock* block = recycled_[sizeClass]; block != nullptr) {
+      recycled_[sizeClass] = block->next;
       return block;
     }
     return allocate(bytes);
@@ -41,8 +46,8 @@ class Arena {
   void recycle(void* memory, std::size_t bytes) noexcept {
     auto* block = static_cast<FreeBlock*>(memory);
     const std::size_t sizeClass = classOf(bytes);
-    block->next = free_[sizeClass];
-    free_[sizeClass] = block;
+    block->next = recycled_[sizeClass];
+    recycled_[sizeClass] = block;
   }
 
   /// What follows a block can be read for so many bytes, to no purpose: copies may go in blocks.
@@ -55,31 +60,33 @@ class Arena {
     FreeBlock* next;
   };
 
-  static constexpr std::size_t roundUp(std::size_t bytes) { return (bytes + 7) & ~std::size_t{7}; }
-
-  // Four classes per power of two, so that rounding up wastes a fifth at most. Class 0 is 8 bytes;
-  // up to 64 bytes every multiple of 8 is a class.
+  // Up to kFine every multiple of 8 is a class, beyond there are four per power of two, so that rounding up
+  // wastes a fifth at most. Class 0 is 8 bytes.
   static std::size_t classOf(std::size_t bytes) noexcept {
-    if (bytes <= 64) return bytes == 0 ? 0 : (bytes - 1) / 8;
+    if (bytes <= kFine) return bytes == 0 ? 0 : (bytes - 1) / 8;
     const std::size_t last = bytes - 1;
     const auto log = static_cast<std::size_t>(std::bit_width(last)) - 1;  // last in [2^log, 2^(log+1))
-    return 8 + (log - 6) * 4 + ((last >> (log - 2)) & 3);
+    return kFineClasses + (log - kFineLog) * 4 + ((last >> (log - 2)) & 3);
   }
   static std::size_t sizeOfClass(std::size_t sizeClass) noexcept {
-    if (sizeClass < 8) return (sizeClass + 1) * 8;
-    const std::size_t log = 6 + (sizeClass - 8) / 4;
-    return (std::size_t{1} << log) + ((sizeClass - 8) % 4 + 1) * (std::size_t{1} << (log - 2));
+    if (sizeClass < kFineClasses) return (sizeClass + 1) * 8;
+    const std::size_t log = kFineLog + (sizeClass - kFineClasses) / 4;
+    return (std::size_t{1} << log) + ((sizeClass - kFineClasses) % 4 + 1) * (std::size_t{1} << (log - 2));
   }
+  static constexpr std::size_t kFineLog = 8;
+  static constexpr std::size_t kFine = std::size_t{1} << kFineLog;
+  static constexpr std::size_t kFineClasses = kFine / 8;
+  static constexpr std::size_t kClasses = kFineClasses + (64 - kFineLog) * 4;
 
   void* allocateSlow(std::size_t bytes) {
     if (bytes > nextChunkSize() / 4) return newChunk(bytes);  // leaves the current chunk in use
     startChunk(bytes);
-    return std::exchange(next_, next_ + bytes);
+    return free_.take(bytes);
   }
   void startChunk(std::size_t least) {
     const std::size_t size = std::max(nextChunkSize(), least + kReadable);
-    next_ = newChunk(size - kReadable);
-    end_ = next_ + size - kReadable;
+    std::byte* const chunk = newChunk(size - kReadable);
+    free_ = {chunk, chunk + size - kReadable};
   }
   /// A sixteenth of what there is, so that the unused end of the last chunk is little, or a large page.
   std::size_t nextChunkSize() const noexcept {
@@ -95,11 +102,10 @@ class Arena {
   struct Free {
     void operator()(std::byte* chunk) const noexcept { std::free(chunk); }
   };
-  std::byte* next_ = nullptr;
-  std::byte* end_ = nullptr;
+  cells::FreeMemory free_;
   std::size_t reserved_ = 0;
   std::vector<std::unique_ptr<std::byte[], Free>> chunks_;
-  std::array<FreeBlock*, 8 + 58 * 4> free_{};
+  std::array<FreeBlock*, kClasses> recycled_{};
 };
 
 }  // namespace kr::zero::internal

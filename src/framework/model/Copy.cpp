@@ -93,8 +93,8 @@ class Copier {
       }
       case PropertyKind::association: {
         const ElementRecord* copy = copies_[targetIndex(item)];
-        if (copy != nullptr) return to_.referTo(copy->index, property);
-        return &from_ == &to_ ? to_.referTo(targetIndex(item), property) : 0;
+        if (copy != nullptr) return to_.referTo(*copy, property);
+        return &from_ == &to_ ? to_.referTo(targetIndex(item), cells::targetType(item), property) : 0;
       }
       default:
         return item;

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "fl/i18n/utf8.h"
 #include "kr/zero/Model.h"
 #include "model/Numbers.h"
 #include "model/Store.h"
@@ -188,9 +189,9 @@ ElementRecord* resolved(const ModelStore& store, const Values& values, std::size
 
 void putReferenceRaw(const Target& target, ElementRecord* other) {
   if (target.property().isMany())
-    target.store.append(target.record, target.slot, target.store.referTo(other->index, target.property()));
+    target.store.append(target.record, target.slot, target.store.referTo(*other, target.property()));
   else
-    target.put(target.store.referTo(other->index, target.property()));
+    target.put(target.store.referTo(*other, target.property()));
 }
 
 /// Takes the reference to `other` out of a property, if it is there.
@@ -269,7 +270,7 @@ void Element::setIdentity(std::string_view first, std::string_view second) {
   if (record_->isDatatype()) fail("a datatype value has no identity");
   if (first.empty() || second.empty()) fail("both parts of an identity must hold text");
   if (first == "#") fail("identities that begin with \"#\" are kept for documents");
-  if (!internal::isWellFormed(first) || !internal::isWellFormed(second))
+  if (!fl::i18n::isWellFormedUtf8(first) || !fl::i18n::isWellFormedUtf8(second))
     fail("the identity is not well-formed UTF-8");
   store_->setIdentity(record_, first, second);
 }
@@ -560,13 +561,13 @@ Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyK
 void Element::setReference(PropertyKey property, Element other) {
   const Target target = single(referenceTarget(store_, record_, property, other.store_, other.record_));
   releaseOld(target);
-  target.put(store_->referTo(other.record_->index, target.property()));
+  target.put(store_->referTo(*other.record_, target.property()));
   linkBack(target, other.record_);
 }
 
 void Element::addReference(PropertyKey property, Element other) {
   const Target target = many(referenceTarget(store_, record_, property, other.store_, other.record_));
-  store_->append(record_, target.slot, store_->referTo(other.record_->index, target.property()));
+  store_->append(record_, target.slot, store_->referTo(*other.record_, target.property()));
   linkBack(target, other.record_);
 }
 
@@ -578,10 +579,10 @@ void Element::putUnresolved(PropertyKey property, const UnresolvedReference& ref
   const Target target = locate(store_, record_, property);
   target.require(target.property().getKind() == PropertyKind::association, "a reference");
   for (const std::string* text : {&reference.targetType, &reference.id1, &reference.id2})
-    if (!internal::isWellFormed(*text)) target.fail("a text of the reference is not well-formed UTF-8");
+    if (!fl::i18n::isWellFormedUtf8(*text)) target.fail("a text of the reference is not well-formed UTF-8");
   std::string_view qualifier;
   if (reference.qualifier) qualifier = *reference.qualifier;
-  if (!internal::isWellFormed(qualifier)) target.fail("a text of the reference is not well-formed UTF-8");
+  if (!fl::i18n::isWellFormedUtf8(qualifier)) target.fail("a text of the reference is not well-formed UTF-8");
   const ReferenceTexts* record = store_->makeUnresolved(reference.targetType, reference.id1, reference.id2,
                                                         reference.qualifier ? &qualifier : nullptr);
   if (target.property().isMany()) {

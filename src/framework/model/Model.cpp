@@ -79,7 +79,8 @@ std::vector<Element> Model::getReferrers(Element target) const {
       if (record->use->property(slot).getKind() != PropertyKind::association) continue;
       const Values values = ModelStore::values(record, slot);
       for (std::size_t k = 0; k < values.size; ++k)
-        if (!values.unresolvedSingle && values.items[k] == internal::asReference(target.record_->index))
+        if (!values.unresolvedSingle &&
+            values.items[k] == cells::asReference(target.record_->index, target.record_->use->ordinal))
           return true;
     }
     return false;

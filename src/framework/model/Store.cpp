@@ -114,11 +114,11 @@ std::size_t firstCapacity(const TypeUse& use) {
 
 }  // namespace
 
-void ModelStore::grow(ElementRecord* record) {
+void ModelStore::grow(ElementRecord* record, std::size_t entries) {
   const std::size_t most = record->use->type->getAllProperties().size();
   std::size_t capacity =
       record->capacity == 0 ? firstCapacity(*record->use) : std::size_t{record->capacity} * 3 / 2 + 2;
-  std::size_t bytes = std::min(capacity, most) * kEntryBytes;
+  std::size_t bytes = std::min(std::max(capacity, record->count + entries), most) * kEntryBytes;
   auto* memory = static_cast<std::uint64_t*>(arena_.allocateRecyclable(bytes));
   capacity = std::min(bytes / kEntryBytes, most);
   auto* slots = reinterpret_cast<std::uint16_t*>(memory + capacity);
@@ -212,13 +212,6 @@ void ModelStore::append(ElementRecord* record, std::size_t slot, std::span<const
   std::memcpy(list->items() + list->size, items.data(), items.size_bytes());
   list->size = static_cast<std::uint32_t>(wanted);
   record->slots()[at] = static_cast<cells::Entry>(slot);
-}
-
-void ModelStore::expectItems(ElementRecord* record, std::size_t slot, std::uint64_t count) {
-  constexpr std::uint64_t kBelieved = 8;
-  // A document that claims more than it has is refused at once: one list at most is too large.
-  std::uint64_t& cell = record->payloads[place(record, slot, cells::kEmpty)];
-  if (count != 0 && cell == 0) cell = asPayload(enlarge(nullptr, std::min(count, kBelieved)));
 }
 
 void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string>
@@ -27,7 +28,6 @@
 
 namespace kr::zero::internal {
 
-using cells::asReference;
 using cells::asText;
 using cells::asUnresolved;
 using cells::isUnresolved;
@@ -143,10 +143,14 @@ class ModelStore {
   /// The target of a resolved reference.
   ElementRecord* target(std::uint64_t item) const noexcept { return record(targetIndex(item)); }
   std::size_t elementCount() const noexcept { return elements_; }
-  /// The payload of a reference to the record of an index, to be put into this property.
-  std::uint64_t referTo(std::uint32_t index, const PropertyRecord& from) noexcept {
+  /// The payload of a reference to a record, to be put into this property.
+  std::uint64_t referTo(const ElementRecord& target, const PropertyRecord& from) noexcept {
+    return referTo(target.index, target.use->ordinal, from);
+  }
+  /// The same, without a look at the record.
+  std::uint64_t referTo(std::uint32_t index, std::uint32_t type, const PropertyRecord& from) noexcept {
     referred_[index / kBlock] |= std::uint64_t{from.isWritten()} << (index % kBlock);
-    return asReference(index);
+    return cells::asReference(index, type);
   }
   /// Whether a reference that a walk may write was made to the record at some time.
   bool isReferred(std::uint32_t index) const noexcept {
@@ -173,12 +177,6 @@ class ModelStore {
   }
   /// Sets a single-valued property, or returns false where it is set already.
   bool add(ElementRecord* record, std::size_t slot, std::uint64_t payload, std::uint16_t state = 0);
-  /// Puts in, or appends, a reference that is waiting, or returns false where a single one is set already.
-  bool addWaiting(ElementRecord* record, std::size_t slot, bool many, std::uint64_t item) {
-    if (!many) return add(record, slot, item, cells::kUnresolved);
-    append(record, slot, item, cells::kUnresolved);
-    return true;
-  }
   void setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept;
   void erase(ElementRecord* record, std::size_t slot) noexcept;
   /// Makes a collection property set, without entries, unless it is set already.
@@ -187,9 +185,15 @@ class ModelStore {
   std::uint32_t append(ElementRecord* record, std::size_t slot, std::uint64_t item, std::uint16_t state = 0);
   /// Appends some at once to a collection that has no unresolved reference.
   void append(ElementRecord* record, std::size_t slot, std::span<const std::uint64_t> items);
-  /// Makes room for the items of a collection that is set and has none yet. The count is a claim: only a few
-  /// are believed.
-  void expectItems(ElementRecord* record, std::size_t slot, std::uint64_t count);
+  /// Appends entries with their cells, as they are; all slots are behind those that are set.
+  void addCells(ElementRecord* record, std::span<const cells::Entry> entries, const cells::Cell* cells) {
+    if (std::size_t{record->capacity} - record->count < entries.size()) grow(record, entries.size());
+    std::memcpy(record->payloads + record->count, cells, entries.size() * sizeof(cells::Cell));
+    std::memcpy(record->slots() + record->count, entries.data(), entries.size_bytes());
+    record->count = static_cast<std::uint16_t>(record->count + entries.size());
+  }
+  /// See Arena::getFree.
+  cells::FreeMemory& getFreeMemory(std::size_t bytes) { return arena_.getFree(bytes); }
   /// Takes one item out of a collection; a collection that becomes empty stays set.
   void removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept;
   /// Takes a record out of its container, or out of the roots. It keeps what it contains.
@@ -238,7 +242,7 @@ class ModelStore {
   std::size_t growAndPlaceLast(ElementRecord* record, std::size_t slot, std::uint16_t state);
   std::size_t placeBetween(ElementRecord* record, std::size_t slot, std::uint16_t state);
   List* enlarge(List* list, std::size_t wanted);
-  void grow(ElementRecord* record);
+  void grow(ElementRecord* record, std::size_t entries = 1);
   void markRemoved(ElementRecord* record) noexcept;
   void dropReferencesToRemoved() noexcept;
   void noteOrder(const ElementRecord* record) noexcept;

@@ -56,49 +56,51 @@ std::string_view DeferredReferences::keptText(std::size_t& at) const {
   return text;
 }
 
+// What waits is in no cache any more, and one address leads to the next: a record to its entries and cells,
+// these to lists, and references to what is known of their targets. Each is asked for some steps before it
+// is needed.
 void DeferredReferences::resolveAll(const DocumentIdentities& identities) {
-  Batch<ElementRecord*> records;
-  for (std::size_t word = 0; word < waiting_.size(); ++word) {
-    for (std::uint64_t bits = waiting_[word]; bits != 0; bits &= bits - 1) {
-      const auto bit = static_cast<std::uint32_t>(std::countr_zero(bits));
-      records.add(store_->record(static_cast<std::uint32_t>(word * 64) + bit));
-      if (records.isFull()) resolveIn(records, identities);
-    }
-  }
-  resolveIn(records, identities);
-  reset(*store_);
-}
-
-// What waits is in no cache any more, and one address leads to the next: each is asked for, for some
-// records, before it is needed for any of them.
-void DeferredReferences::resolveIn(Batch<ElementRecord*>& records, const DocumentIdentities& identities) {
-  constexpr std::ptrdiff_t kCacheLine = 64;
-  for (const ElementRecord* record : records) {
-    __builtin_prefetch(record->slots());
-    __builtin_prefetch(record->slots() - kCacheLine / std::ptrdiff_t{sizeof(cells::Entry)});  // the cells
-  }
-  Batch<Place> places;
-  for (ElementRecord* record : records)
-    forEachUnresolvedEntry(record, [&](std::size_t at) {
-      __builtin_prefetch(asList(record->payloads[at]));  // does nothing where a single one is no address
-      places.add({record, at});
-      if (places.isFull()) resolveIn(places, identities);
-    });
-  resolveIn(places, identities);
-  records.clear();
-}
-
-void DeferredReferences::resolveIn(Batch<Place>& places, const DocumentIdentities& identities) {
-  for (const Place& place : places)
+  Later<Place> inLists;
+  Later<Place> withTargets;
+  const auto resolvePlace = [&](const Place& place) {
+    forEachWaiting(place.record, place.at, [&](std::uint64_t& item) { resolve(place, item, identities); });
+    settleCollection(place.record, place.at);
+  };
+  const auto askForTargets = [&](const Place& place) {
     forEachWaiting(place.record, place.at, [&](const std::uint64_t& item) {
       const WaitingReference reference(item);
       if (reference.form() == Form::local) identities.prefetchLocal(reference.number());
     });
-  for (const Place& place : places) {
-    forEachWaiting(place.record, place.at, [&](std::uint64_t& item) { resolve(place, item, identities); });
-    settleCollection(place.record, place.at);
+    withTargets.exchange(place, resolvePlace);
+  };
+  const auto findPlaces = [&](const Place& record) {
+    forEachUnresolvedEntry(record.record, [&](std::size_t at) {
+      __builtin_prefetch(asList(record.record->payloads[at]));  // nothing where a single one is no address
+      inLists.exchange({record.record, at}, askForTargets);
+    });
+  };
+  Later<Place> records;
+  Later<Place> entries;
+  const auto askForEntries = [&](const Place& record) {
+    constexpr std::ptrdiff_t kCacheLine = 64;
+    const cells::Entry* const slots = record.record->slots();
+    __builtin_prefetch(slots);
+    __builtin_prefetch(slots - kCacheLine / std::ptrdiff_t{sizeof(cells::Entry)});  // the cells
+    entries.exchange(record, findPlaces);
+  };
+  for (std::size_t word = 0; word < waiting_.size(); ++word) {
+    for (std::uint64_t bits = waiting_[word]; bits != 0; bits &= bits - 1) {
+      const auto bit = static_cast<std::uint32_t>(std::countr_zero(bits));
+      ElementRecord* const record = store_->record(static_cast<std::uint32_t>(word * 64) + bit);
+      __builtin_prefetch(record);
+      records.exchange({record, 0}, askForEntries);
+    }
   }
-  places.clear();
+  records.finish(askForEntries);
+  entries.finish(findPlaces);
+  inLists.finish(askForTargets);
+  withTargets.finish(resolvePlace);
+  reset(*store_);
 }
 
 void DeferredReferences::resolve(const Place& place, std::uint64_t& item,
@@ -116,7 +118,7 @@ void DeferredReferences::resolve(const Place& place, std::uint64_t& item,
   Fitting& right = fitting_[slot % fitting_.size()];
   if (right != asked && !problems_.areEnough() && checkTarget(reference, place.record, property, target))
     right = asked;
-  item = store_->referTo(target.index, property);
+  item = store_->referTo(target.index, target.type, property);
   if (!property.isMany()) entry = static_cast<cells::Entry>(slot);
 }
 

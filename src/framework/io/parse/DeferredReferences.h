@@ -8,6 +8,7 @@
 #include <string_view>
 #include <tuple>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "io/parse/DocumentIdentities.h"
@@ -18,19 +19,28 @@
 
 namespace kr::zero::internal {
 
-/// Some things to be done together.
+/// Hands things on, in their order, some calls after it got them.
 template <class T>
-class Batch {
+class Later {
  public:
-  void add(const T& item) noexcept { items_[size_++] = item; }
-  bool isFull() const noexcept { return size_ == items_.size(); }
-  void clear() noexcept { size_ = 0; }
-  const T* begin() const noexcept { return items_.data(); }
-  const T* end() const noexcept { return items_.data() + size_; }
+  /// Takes a thing, and calls `use` with the one that came kDistance calls before.
+  template <class Use>
+  void exchange(const T& item, Use&& use) {
+    T& place = items_[next_++ % kDistance];
+    const T before = std::exchange(place, item);
+    if (next_ > kDistance) use(before);
+  }
+  /// Calls `use` with all that are left.
+  template <class Use>
+  void finish(Use&& use) {
+    for (std::size_t i = next_ < kDistance ? 0 : next_ - kDistance; i != next_; ++i)
+      use(items_[i % kDistance]);
+  }
 
  private:
-  std::array<T, 16> items_;
-  std::size_t size_ = 0;
+  static constexpr std::size_t kDistance = 16;
+  std::array<T, kDistance> items_{};
+  std::size_t next_ = 0;
 };
 
 /// References wait in their own place in the model, 8 bytes each (WaitingReference), until all elements are
@@ -49,7 +59,7 @@ class DeferredReferences {
   /// @param qualifier null for none.
   /// @throws ValueError where the texts take too much room; `where` begins its text.
   template <class Where>
-  WaitingReference make(std::uint32_t typeName, std::string_view id1, std::string_view id2,
+  WaitingReference make(std::uint32_t typeName, const io::ElementIdentity& identity,
                         const std::string_view* qualifier, const Where& where);
 
   /// To be called before a reference is put into the record of that index: what is there can be resolved.
@@ -80,8 +90,6 @@ class DeferredReferences {
   void keepText(std::string_view text);
   std::string_view keptText(std::size_t& at) const;
 
-  void resolveIn(Batch<ElementRecord*>& records, const DocumentIdentities& identities);
-  void resolveIn(Batch<Place>& places, const DocumentIdentities& identities);
   void resolve(const Place& place, std::uint64_t& item, const DocumentIdentities& identities);
   Target findTarget(WaitingReference reference, const DocumentIdentities& identities) const;
   bool checkTarget(WaitingReference reference, const ElementRecord* from, const PropertyRecord& property,
@@ -108,12 +116,12 @@ std::uint32_t DeferredReferences::numberTypeName(std::string_view name, const Wh
 }
 
 template <class Where>
-WaitingReference DeferredReferences::make(std::uint32_t typeName, std::string_view id1, std::string_view id2,
+WaitingReference DeferredReferences::make(std::uint32_t typeName, const io::ElementIdentity& identity,
                                           const std::string_view* qualifier, const Where& where) {
-  const std::uint32_t number = qualifier == nullptr && isLocalIdentity(id1) ? localNumber(id2) : 0;
-  if (number != 0) return {Form::local, number, typeName};
+  const std::uint32_t number = qualifier == nullptr ? localNumberOf(identity) : 0;
+  if (number != 0) return WaitingReference(cells::asWaiting(number, typeName));
   if (texts_.size() > WaitingReference::kMostId) failTooLong(where());
-  return keepTexts(typeName, id1, id2, qualifier);
+  return keepTexts(typeName, identity.id1, identity.id2, qualifier);
 }
 
 }  // namespace kr::zero::internal

@@ -22,16 +22,19 @@ void DocumentIdentities::reset(ModelStore& store, bool keepLocal) noexcept {
   forgetful_ = {};
 }
 
-const ElementRecord* DocumentIdentities::add(ElementRecord* record, std::string_view id1,
-                                             std::string_view id2) {
-  if (isLocalIdentity(id1)) return addLocal(record, id2);
-  store_->setIdentity(record, id1, id2);
+const ElementRecord* DocumentIdentities::add(ElementRecord* record, const io::ElementIdentity& identity) {
+  const std::uint32_t number = localNumberOf(identity);
+  if (number != 0 && !keepLocal_ && !anyOddLocal_ && isPlausible(number))
+    return recordOf(locals_.add(number, record));
+  if (identity.number != 0) return addLocal(record, number, std::to_string(number));
+  if (isLocalIdentity(identity.id1)) return addLocal(record, number, identity.id2);
+  store_->setIdentity(record, identity.id1, identity.id2);
   return index_.add(record);
 }
 
-const ElementRecord* DocumentIdentities::addLocal(ElementRecord* record, std::string_view id2) {
-  const std::uint32_t number = localNumber(id2);
-  const bool plausible = LocalIdentities::isPlausible(number, store_->elementCount());
+const ElementRecord* DocumentIdentities::addLocal(ElementRecord* record, std::uint32_t number,
+                                                  std::string_view id2) {
+  const bool plausible = isPlausible(number);
   if (!plausible || keepLocal_) store_->setIdentity(record, "#", id2);
   if (!plausible && !keepLocal_) forgetful_.push_back(record);
   anyOddLocal_ |= !plausible;

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "io/LocalNumber.h"
 #include "io/parse/LocalIdentities.h"
+#include "kr/zero/io/ElementIdentity.h"
 #include "model/DocumentOrder.h"
 #include "model/Store.h"
 
@@ -25,7 +25,7 @@ class DocumentIdentities {
   void reset(ModelStore& store, bool keepLocal) noexcept;
 
   /// @return the element that has that identity already, or null where it is `record`'s now.
-  const ElementRecord* add(ElementRecord* record, std::string_view id1, std::string_view id2);
+  const ElementRecord* add(ElementRecord* record, const io::ElementIdentity& identity);
 
   Target findLocal(std::uint32_t number) const;
   Target find(std::string_view id1, std::string_view id2) const;
@@ -35,9 +35,12 @@ class DocumentIdentities {
   void finish();
 
  private:
-  const ElementRecord* addLocal(ElementRecord* record, std::string_view id2);
+  const ElementRecord* addLocal(ElementRecord* record, std::uint32_t number, std::string_view id2);
   const ElementRecord* recordOf(const Target& target) const {
     return target.isNone() ? nullptr : store_->record(target.index);
+  }
+  bool isPlausible(std::uint32_t number) const noexcept {
+    return LocalIdentities::isPlausible(number, store_->elementCount());
   }
 
   ModelStore* store_ = nullptr;
@@ -49,5 +52,10 @@ class DocumentIdentities {
 };
 
 constexpr bool isLocalIdentity(std::string_view id1) noexcept { return id1 == "#"; }
+/// The number of an identity that the document made for itself, or 0.
+inline std::uint32_t localNumberOf(const io::ElementIdentity& identity) noexcept {
+  if (identity.number != 0 || !isLocalIdentity(identity.id1)) return identity.number;
+  return io::localNumber(identity.id2);
+}
 
 }  // namespace kr::zero::internal

@@ -1,6 +1,7 @@
 #include "io/parse/ModelFiller.h"
 
 #include "fl/i18n/utf8.h"
+#include "kr/zero/DateTime.h"
 #include "model/TextForm.h"
 
 namespace kr::zero::io {
@@ -44,22 +45,22 @@ meta::StructuredType ModelFiller::findType(const ustring& typeName) {
   return known->second;
 }
 
-bool ModelFiller::pushRoot(meta::StructuredType type, std::string_view id1, std::string_view id2) {
+bool ModelFiller::pushRoot(meta::StructuredType type, const io::ElementIdentity& identity) {
   if (!open_.empty())
     return problems_.refuse(getPath() +
                             ": an element stands inside another without a property that holds it");
   TypeUse& use = store_->use(type);
-  return requireConcrete(use) && open(store_->makeRoot(use), id1, id2);
+  return requireConcrete(use) && open(store_->makeRoot(use), identity);
 }
 
-bool ModelFiller::pushChild(io::PropertyPlace property, meta::StructuredType type, std::string_view id1,
-                            std::string_view id2) {
+bool ModelFiller::pushChild(io::PropertyPlace property, meta::StructuredType type,
+                            const io::ElementIdentity& identity) {
   ElementRecord* const record = makeChild(property, store_->use(type));
-  return record != nullptr && open(record, id1, id2);
+  return record != nullptr && open(record, identity);
 }
 
-bool ModelFiller::open(ElementRecord* record, std::string_view id1, std::string_view id2) {
-  if ((!id1.empty() || !id2.empty()) && !setIdentity(record, id1, id2)) return false;
+bool ModelFiller::open(ElementRecord* record, const io::ElementIdentity& identity) {
+  if (!identity.isNone() && !setIdentity(record, identity)) return false;
   open_.push_back({.record = record});
   top_ = &open_.back();
   return true;
@@ -96,13 +97,14 @@ ElementRecord* ModelFiller::makeChild(io::PropertyPlace place, TypeUse& use) {
   return store_->makeChild(use, top_->record, place.slot);
 }
 
-bool ModelFiller::setIdentity(ElementRecord* record, std::string_view id1, std::string_view id2) {
+bool ModelFiller::setIdentity(ElementRecord* record, const io::ElementIdentity& identity) {
   const auto refuse = [&](const std::string& why) {
     return problems_.refuse(pathOf(*store_, record) + ": " + why);
   };
-  if (id1.empty() || id2.empty()) return refuse("one part of the identity is empty");
+  const bool isWhole = identity.number != 0 || (!identity.id1.empty() && !identity.id2.empty());
+  if (!isWhole) return refuse("one part of the identity is empty");
   if (record->isDatatype()) return refuse("a datatype value has no identity");
-  const ElementRecord* const other = identities_.add(record, id1, id2);
+  const ElementRecord* const other = identities_.add(record, identity);
   return other == nullptr || refuse("has the same identity as " + pathOf(*store_, other));
 }
 
@@ -127,7 +129,7 @@ bool ModelFiller::setText(io::PropertyPlace property, std::string_view bytes) {
 [[gnu::noinline]] bool ModelFiller::setOtherText(io::PropertyPlace property, std::string_view bytes) {
   if (!fl::i18n::isWellFormedUtf8(bytes)) return false;
   if (property.record->getKind() == PropertyKind::dateTime) {
-    if (!isDateTime(bytes)) failUnparsed(property, bytes);
+    if (!DateTime::isValid(bytes)) failUnparsed(property, bytes);
     put(property, asPayload(store_->makeText(bytes)));
   } else {
     put(property, parse(property, bytes));
@@ -154,14 +156,22 @@ std::uint32_t ModelFiller::numberTypeName(std::string_view name) {
   return references_.numberTypeName(name, [this] { return getPath(); });
 }
 
-void ModelFiller::addReference(io::PropertyPlace property, std::uint32_t typeName, std::string_view id1,
-                               std::string_view id2, const std::string_view* qualifier) {
+void ModelFiller::addReference(io::PropertyPlace property, std::uint32_t typeName,
+                               const io::ElementIdentity& identity, const std::string_view* qualifier) {
   requireAssociation(property);
-  const WaitingReference reference =
-      references_.make(typeName, id1, id2, qualifier, [this] { return getPath(); });
+  const cells::Cell cell = keepReference(typeName, identity, qualifier);
   references_.noteWaiting(top_->record->index);
-  if (!store_->addWaiting(top_->record, property.slot, property.record->isMany(), reference.asItem()))
-    failSecond(property);
+  put(property, cell, cells::kUnresolved);
+}
+
+cells::Cell ModelFiller::keepReference(std::uint32_t typeName, const io::ElementIdentity& identity,
+                                       const std::string_view* qualifier) {
+  return references_.make(typeName, identity, qualifier, [this] { return getPath(); }).asItem();
+}
+
+void ModelFiller::addCells(std::span<const cells::Entry> entries, const cells::Cell* cells, bool anyWaiting) {
+  if (anyWaiting) references_.noteWaiting(top_->record->index);
+  store_->addCells(top_->record, entries, cells);
 }
 
 void ModelFiller::requireAssociation(io::PropertyPlace property) const {

@@ -39,14 +39,11 @@ class ModelFiller final : public io::BulkParseProcessor {
 
   meta::StructuredType findType(std::string_view typeName) override;
   meta::StructuredType findType(const ustring& typeName);
-  bool pushRoot(meta::StructuredType type, std::string_view id1, std::string_view id2) override;
-  bool pushChild(io::PropertyPlace property, meta::StructuredType type, std::string_view id1,
-                 std::string_view id2) override;
+  bool pushRoot(meta::StructuredType type, const io::ElementIdentity& identity) override;
+  bool pushChild(io::PropertyPlace property, meta::StructuredType type,
+                 const io::ElementIdentity& identity) override;
   void pop() override;
   void announceCollection(io::PropertyPlace property) override { store_->touch(top_->record, property.slot); }
-  void expectItems(io::PropertyPlace property, std::uint64_t count) override {
-    store_->expectItems(top_->record, property.slot, count);
-  }
   void setNumber(io::PropertyPlace property, std::uint64_t number) override;
   void addNumbers(io::PropertyPlace property, std::span<const std::uint64_t> numbers) override {
     store_->append(top_->record, property.slot, numbers);
@@ -54,8 +51,12 @@ class ModelFiller final : public io::BulkParseProcessor {
   bool setText(io::PropertyPlace property, std::string_view bytes) override;
   void setEmpty(io::PropertyPlace property) override;
   std::uint32_t numberTypeName(std::string_view name) override;
-  void addReference(io::PropertyPlace property, std::uint32_t typeName, std::string_view id1,
-                    std::string_view id2, const std::string_view* qualifier) override;
+  void addReference(io::PropertyPlace property, std::uint32_t typeName, const io::ElementIdentity& identity,
+                    const std::string_view* qualifier) override;
+  cells::Cell keepReference(std::uint32_t typeName, const io::ElementIdentity& identity,
+                            const std::string_view* qualifier) override;
+  cells::FreeMemory& getMemory(std::size_t bytes) override { return store_->getFreeMemory(bytes); }
+  void addCells(std::span<const cells::Entry> entries, const cells::Cell* cells, bool anyWaiting) override;
   void processDeferred();
 
   /// The innermost open element; null where there is none.
@@ -75,14 +76,14 @@ class ModelFiller final : public io::BulkParseProcessor {
   void requireAssociation(io::PropertyPlace property) const;
 
  private:
-  bool open(ElementRecord* record, std::string_view id1, std::string_view id2);
+  bool open(ElementRecord* record, const io::ElementIdentity& identity);
   bool requireConcrete(const TypeUse& use);
   ElementRecord* makeChild(io::PropertyPlace property, TypeUse& use);
-  bool setIdentity(ElementRecord* record, std::string_view id1, std::string_view id2);
-  void put(io::PropertyPlace property, std::uint64_t cell) {
+  bool setIdentity(ElementRecord* record, const io::ElementIdentity& identity);
+  void put(io::PropertyPlace property, std::uint64_t cell, cells::Entry state = 0) {
     if (property.record->isMany())
-      store_->append(top_->record, property.slot, cell);
-    else if (!store_->add(top_->record, property.slot, cell))
+      store_->append(top_->record, property.slot, cell, state);
+    else if (!store_->add(top_->record, property.slot, cell, state))
       failSecond(property);
   }
   bool setOtherText(io::PropertyPlace property, std::string_view bytes);

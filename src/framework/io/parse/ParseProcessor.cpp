@@ -76,12 +76,11 @@ struct ParseProcessor::Impl {
   bool push(const ustring& typeName, const ustring& id1, const ustring& id2) {
     const meta::StructuredType type = ready().findType(typeName);
     if (!type) return false;
-    const std::string& first = narrow(id1, text1);
-    const std::string& second = narrow(id2, text2);
+    const ElementIdentity identity{0, narrow(id1, text1), narrow(id2, text2)};
     ModelFiller::Open* const top = filler.getTop();
     const std::size_t slot = top == nullptr ? kNoSlot : std::exchange(top->announced, kNoSlot);
-    return slot == kNoSlot ? filler.pushRoot(type, first, second)
-                           : filler.pushChild(filler.getProperty(slot), type, first, second);
+    return slot == kNoSlot ? filler.pushRoot(type, identity)
+                           : filler.pushChild(filler.getProperty(slot), type, identity);
   }
 
   void setVerbatimValue(const ustring& name, const Value& value) {
@@ -104,7 +103,7 @@ struct ParseProcessor::Impl {
     const std::uint32_t typeName = filler.numberTypeName(narrow(targetType, text1));
     std::string_view document;
     if (qualifier) document = narrow(*qualifier, text3);
-    filler.addReference(property, typeName, narrow(id1, text1), narrow(id2, text2),
+    filler.addReference(property, typeName, {0, narrow(id1, text1), narrow(id2, text2)},
                         qualifier ? &document : nullptr);
   }
 };

@@ -12,6 +12,7 @@ namespace kr::zero::internal {
 /// beside it.
 class WaitingReference {
  public:
+  /// A local one is what cells::asWaiting() makes.
   enum class Form : std::uint8_t { local, texts, textsAndQualifier };
 
   static constexpr std::uint64_t kMostId = (std::uint64_t{1} << 36) - 1;

@@ -31,7 +31,7 @@ void BulkTreeEventWriter::startObjects(ValueSource& source) {
 }
 
 CategoryMasks BulkTreeEventWriter::openObject(std::size_t slot, meta::StructuredType type,
-                                              const WrittenIdentity& identity) {
+                                              const ElementIdentity& identity) {
   startContained(slot);
   const TypeNames& names = namesOf(type);
   target().startMetadata();
@@ -124,7 +124,7 @@ BulkTreeEventWriter::Primitive BulkTreeEventWriter::makeNumber(std::size_t slot,
 
 void BulkTreeEventWriter::writeReference(std::size_t slot, cells::Cell item, bool unresolved) {
   std::uint32_t type = 0;
-  WrittenIdentity identity;
+  ElementIdentity identity;
   if (unresolved || !source_->findNumbered(item, type, identity.number))
     return writeDescribed(source_->describe(slot, item, unresolved));
   units().writePairStruct(entryNames().type, namesByOrdinal_[type]->name, entryNames().id, numbered_,
@@ -139,7 +139,7 @@ void BulkTreeEventWriter::writeDescribed(const WrittenReference& reference) {
   target().endStruct();
 }
 
-void BulkTreeEventWriter::writeIdentity(const WrittenIdentity& identity) {
+void BulkTreeEventWriter::writeIdentity(const ElementIdentity& identity) {
   if (identity.number != 0)
     return units().writePairEntry(entryNames().id, numbered_, makeNumberText(identity.number));
   assign(first_, identity.id1);

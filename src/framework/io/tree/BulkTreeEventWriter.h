@@ -16,7 +16,7 @@ class BulkTreeEventWriter final : public TreeEventWriter, public BulkEventProces
  public:
   void startObjects(ValueSource& source) override;
   CategoryMasks openObject(std::size_t slot, meta::StructuredType type,
-                           const WrittenIdentity& identity) override;
+                           const ElementIdentity& identity) override;
   void openDatatype(std::size_t slot, meta::StructuredType type) override;
   void closeObject() override;
   void closeDatatype() override { closeObject(); }
@@ -45,7 +45,7 @@ class BulkTreeEventWriter final : public TreeEventWriter, public BulkEventProces
   Primitive makeNumber(std::size_t slot, cells::Cell cell) const;
   void writeReference(std::size_t slot, cells::Cell item, bool unresolved);
   void writeDescribed(const WrittenReference& reference);
-  void writeIdentity(const WrittenIdentity& identity);
+  void writeIdentity(const ElementIdentity& identity);
   const Primitive& makeNumberText(std::uint64_t number);
 
   ValueSource* source_ = nullptr;

@@ -330,7 +330,7 @@ void TreeEventReader::addReference(const OpenProperty& property, KnownType& type
                                             toUtf16(header_.id2), qualifier);
   }
   const std::string_view qualifier = header_.qualifier;
-  bulk_->addReference(property.place, numberOf(type), header_.id1, header_.id2,
+  bulk_->addReference(property.place, numberOf(type), {0, header_.id1, header_.id2},
                       isQualified ? &qualifier : nullptr);
 }
 
@@ -383,8 +383,9 @@ bool TreeEventReader::push(const OpenProperty* property, KnownType& type, std::s
     for (std::size_t slot = 0; slot < all.size(); ++slot)
       type.properties.push_back(knownProperty(slot, all[slot]));
   }
-  return property == nullptr ? bulk_->pushRoot(known, id1, id2)
-                             : bulk_->pushChild(property->place, known, id1, id2);
+  const ElementIdentity identity{0, id1, id2};
+  return property == nullptr ? bulk_->pushRoot(known, identity)
+                             : bulk_->pushChild(property->place, known, identity);
 }
 
 void TreeEventReader::startDatatypeOrReference() {

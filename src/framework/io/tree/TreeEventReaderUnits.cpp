@@ -179,7 +179,7 @@ bool TreeEventReader::addReference(std::string_view type, std::string_view id1, 
   if (property == nullptr || !isWellFormedUtf8(id1) || !isWellFormedUtf8(id2)) return false;
   if (qualifier != nullptr && !isWellFormedUtf8(*qualifier)) return false;
   KnownType& known = knownType(type);
-  bulk_->addReference(property->place, numberOf(known), id1, id2, qualifier);
+  bulk_->addReference(property->place, numberOf(known), {0, id1, id2}, qualifier);
   last_ = Last::structure;
   valueDone();
   return true;

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <typeinfo>
 #include <unordered_map>
 
-#include "io/LocalNumber.h"
 #include "kr/zero/TextHash.h"
+#include "kr/zero/io/ElementIdentity.h"
 #include "kr/zero/io/Serializer.h"
 #include "model/DocumentOrder.h"
 
@@ -38,7 +37,7 @@ Identities::Identities(ModelStore& store, const SerializeCustomizer& customizer)
   refuseDuplicates();
 }
 
-WrittenIdentity Identities::get(const ElementRecord* record) const {
+ElementIdentity Identities::get(const ElementRecord* record) const {
   if (record->identity != nullptr && record->identity->first->view() != "#")
     return {0, record->identity->first->view(), record->identity->second->view()};
   return {.number = numberOf(record), .id1 = {}, .id2 = {}};
@@ -77,21 +76,17 @@ bool Identities::hasIdentity(ElementRecord* record) const {
 
 // Whether the model itself knows what is referred to, and all of that gets numbers in index order.
 bool Identities::isNumberedByIndex() const {
-  return store_.isReferredExact() && !anyOwn_ && isIndexOrderWritten(store_) &&
-         store_.typesInUse().size() <= std::numeric_limits<std::uint16_t>::max();
+  return store_.isReferredExact() && !anyOwn_ && isIndexOrderWritten(store_);
 }
 
 // The same as markTargets() and number() for isNumberedByIndex().
 void Identities::numberByIndex() {
-  types_.resize(store_.recordCount());
-  const bool anyDatatype = store_.elementCount() != store_.recordCount();
-  if (anyDatatype) numbers_.resize(store_.recordCount());
+  byIndex_ = true;
+  if (store_.elementCount() == store_.recordCount()) return;
+  numbers_.resize(store_.recordCount());
   std::uint32_t count = 0;
-  for (std::uint32_t index = 0; index < store_.recordCount(); ++index) {
-    const ElementRecord* record = store_.record(index);
-    types_[index] = static_cast<std::uint16_t>(record->use->ordinal);
-    if (anyDatatype && !record->isDatatype()) numbers_[index] = ++count;
-  }
+  for (std::uint32_t index = 0; index < store_.recordCount(); ++index)
+    if (!store_.record(index)->isDatatype()) numbers_[index] = ++count;
 }
 
 bool Identities::markTargets() {
@@ -130,9 +125,9 @@ void Identities::number() {
 }
 
 std::uint32_t Identities::numberOf(const ElementRecord* record) const {
-  if (!types_.empty() && !store_.isReferred(record->index)) return 0;
+  if (byIndex_ && !store_.isReferred(record->index)) return 0;
   if (!numbers_.empty()) return numbers_[record->index];
-  return types_.empty() ? 0 : record->index + 1;
+  return byIndex_ ? record->index + 1 : 0;
 }
 
 void Identities::refuseDuplicates() const {

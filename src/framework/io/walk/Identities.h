@@ -21,13 +21,13 @@ class Identities {
   /// Whether the customizer says what the elements say, so that their texts are what is written.
   bool arePlain() const noexcept { return plain_; }
   /// The identity of an element, where they are plain.
-  WrittenIdentity get(const zero::internal::ElementRecord* record) const;
+  ElementIdentity get(const zero::internal::ElementRecord* record) const;
   /// The same as UTF-16, whoever says it; two empty texts for none.
   void get(zero::internal::ElementRecord* record, ustring& id1, ustring& id2) const;
 
-  /// Ordinals of types and numbers of all elements by index, where no element needs to be looked at to know
-  /// what a reference to it says; else null. No numbers: they are the index + 1.
-  const std::uint16_t* getTypesByIndex() const noexcept { return types_.empty() ? nullptr : types_.data(); }
+  /// Whether no element needs to be looked at to know the number of one that is referred to: it stands in
+  /// getNumbersByIndex(), or is the index + 1 where that is null.
+  bool areByIndex() const noexcept { return byIndex_; }
   const std::uint32_t* getNumbersByIndex() const noexcept {
     return numbers_.empty() ? nullptr : numbers_.data();
   }
@@ -53,11 +53,11 @@ class Identities {
   zero::internal::ModelStore& store_;
   const SerializeCustomizer& customizer_;
   bool plain_;
-  bool anyOwn_;  // some element may have an identity of its own
+  bool anyOwn_;           // some element may have an identity of its own
+  bool byIndex_ = false;  // every element has the number that follows from its index
   // The number of each element that is referred to and has no identity of its own, 0 for others; by
   // index. Where numbering goes by index: of every element, and not needed where it is the index + 1.
   std::vector<std::uint32_t> numbers_;
-  std::vector<std::uint16_t> types_;  // ordinals by index, where numbering goes by index
   std::vector<bool> written_;
   std::vector<const zero::internal::ElementRecord*> recordsByNumber_;  // see findNumbered
 };

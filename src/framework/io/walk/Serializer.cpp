@@ -34,7 +34,7 @@ BulkEventProcessor* bulkFor(const ModelStore& store, EventProcessor& processor,
 
 template <class Road>
 void walk(const ModelStore& store, internal::Passes& passes, Road road) {
-  internal::Walk<Road>(passes, road).run(store.roots());
+  internal::Walk<Road>(store, passes, road).run();
 }
 
 }  // namespace

@@ -26,10 +26,11 @@ class Walk {
   static constexpr std::size_t kNoSlot = BulkEventProcessor::kNoSlot;
   using ElementRecord = zero::internal::ElementRecord;
 
-  Walk(Passes& passes, Road& road) : passes_(passes), road_(road) {}
+  Walk(const zero::internal::ModelStore& store, Passes& passes, Road& road)
+      : store_(store), passes_(passes), road_(road) {}
 
-  void run(const std::vector<ElementRecord*>& roots) {
-    for (ElementRecord* root : roots) {
+  void run() {
+    for (ElementRecord* root : store_.roots()) {
       openObject(root, kNoSlot);
       while (!frames_.empty())
         if (!advance()) close();
@@ -48,6 +49,7 @@ class Walk {
   };
 
   void openObject(ElementRecord* record, std::size_t slot) {
+    prefetchBehind(record);
     const CategoryMasks masks = road_.openObject(record, slot);
     const std::size_t first = masks_.size();
     for (const std::uint32_t mask : masks) masks_.push_back(mask);
@@ -137,7 +139,6 @@ class Walk {
     const std::size_t slot = cells::slotOf(frame.record->slots()[at]);
     while (frame.position < values.size) {
       ElementRecord* const child = zero::internal::asElement(values.items[frame.position++]);
-      if (frame.position < values.size) prefetch(zero::internal::asElement(values.items[frame.position]));
       const std::size_t depth = frames_.size();
       if (child->isDatatype())
         openDatatype(child, slot);  // may close at once
@@ -149,13 +150,22 @@ class Walk {
     return false;
   }
 
-  // A record leads to its entries and cells, and these to texts: by the time that the child before is done,
-  // they are there.
-  static void prefetch(const ElementRecord* record) noexcept {
+  // Elements mostly stand in the order in which they were made. A record leads to its entries and cells, and
+  // these to texts, which mostly stand one after the other: by the time that a record is opened, all of it
+  // has been asked for.
+  void prefetchBehind(const ElementRecord* record) const noexcept {
+    constexpr std::uint32_t kRecord = 6;
+    constexpr std::uint32_t kCells = 3;
+    if (store_.recordCount() - record->index <= kRecord) return;
+    __builtin_prefetch(store_.record(record->index + kRecord));
+    const ElementRecord* const soon = store_.record(record->index + kCells);
+    const ElementRecord* const next = store_.record(record->index + 1);
+    if (next->count != 0) __builtin_prefetch(reinterpret_cast<const void*>(next->payloads[0]));
     constexpr std::size_t kLine = 64 / sizeof(cells::Cell);
-    for (std::size_t at = 0; at <= record->capacity; at += kLine) __builtin_prefetch(record->payloads + at);
+    for (std::size_t at = 0; at <= soon->capacity; at += kLine) __builtin_prefetch(soon->payloads + at);
   }
 
+  const zero::internal::ModelStore& store_;
   Passes& passes_;
   Road& road_;
   std::vector<Frame> frames_;

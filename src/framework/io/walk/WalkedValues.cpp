@@ -1,6 +1,6 @@
 #include "io/walk/WalkedValues.h"
 
-#include "io/LocalNumber.h"
+#include "kr/zero/io/ElementIdentity.h"
 #include "kr/zero/io/Serializer.h"
 #include "model/TextForm.h"
 
@@ -19,7 +19,7 @@ WalkedValues::WalkedValues(ModelStore& store, Identities& identities)
     : store_(store), identities_(identities) {
   for (const zero::internal::TypeUse* use : store.typesInUse()) typesInUse_.push_back(use->type);
   types_ = typesInUse_;
-  targetTypes_ = identities.getTypesByIndex();
+  areByIndex_ = identities.areByIndex();
   targetNumbers_ = identities.getNumbersByIndex();
 }
 
@@ -62,8 +62,7 @@ const cells::ReferenceTexts& WalkedValues::getTexts(std::size_t slot, cells::Cel
 void WalkedValues::requireUnresolvable(std::size_t slot, const cells::ReferenceTexts& texts) {
   if (texts.id1->view() != "#") return;
   const std::string_view number = texts.id2->view();
-  if (const ElementRecord* other = identities_.findNumbered(zero::internal::localNumber(number));
-      other != nullptr)
+  if (const ElementRecord* other = identities_.findNumbered(localNumber(number)); other != nullptr)
     throw SerializeError(where(slot) + ": the unresolved reference to #" + std::string(number) +
                          " would lead to " + pathOf(store_, other) + ", which is written with that number");
 }

@@ -9,16 +9,18 @@
 ///     text, DateTime          address of a Text
 ///     UUID                    address of its 16 bytes
 ///     child, datatype value   the store's business
-///     reference               a resolved one: number of the target, see targetIndex(); an unresolved one:
-///                             address of an ReferenceTexts
+///     reference               a resolved one: see asReference(); an unresolved one: address of a
+///                             ReferenceTexts
 ///     collection of these     address of a List of such cells; unresolved references are marked there
 ///
 /// All of it lives in the model's memory and stays as it is until the model is changed.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace kr::zero::cells {
 
@@ -41,6 +43,7 @@ struct Text {
   std::string_view view() const noexcept { return {bytes, length}; }
 };
 
+/// Where there is room for more than kSmallList, the capacity is the store's business.
 struct List {
   std::uint32_t size;
   std::uint32_t capacity;
@@ -48,12 +51,25 @@ struct List {
   const Cell* items() const noexcept { return reinterpret_cast<const Cell*>(this + 1); }
 };
 
+inline constexpr std::size_t kSmallList = 7;
+
 /// A reference whose target is not in the model, with all its texts.
 struct ReferenceTexts {
   const Text* targetType;
   const Text* id1;
   const Text* id2;
   const Text* qualifier;  // null: none
+};
+
+/// Memory of a model that is still free; what is taken belongs to the model and is given back with it.
+struct FreeMemory {
+  std::byte* next = nullptr;  ///< aligned to 8 bytes
+  std::byte* end = nullptr;
+
+  static constexpr std::size_t roundUp(std::size_t bytes) noexcept { return (bytes + 7) & ~std::size_t{7}; }
+  bool has(std::size_t bytes) const noexcept { return bytes <= static_cast<std::size_t>(end - next); }
+  /// Takes what is there, rounded up to whole units of alignment.
+  std::byte* take(std::size_t bytes) noexcept { return std::exchange(next, next + roundUp(bytes)); }
 };
 
 inline const Text* asText(Cell cell) noexcept { return reinterpret_cast<const Text*>(cell); }
@@ -80,8 +96,19 @@ inline Cell asCell(const ReferenceTexts* reference, bool many) noexcept {
   return reinterpret_cast<Cell>(reference) | (many ? 1u : 0u);
 }
 
-/// A reference to the record of an index, and back. Never 0, lowest bit clear.
-inline Cell asReference(std::uint32_t index) noexcept { return (Cell{index} + 1) << 1; }
+/// A reference to the element with the identity ("#", number) as a waiting cell.
+/// @param number below 2^32. @param typeName see io::BulkParseProcessor::numberTypeName.
+inline Cell asWaiting(std::uint64_t number, std::uint32_t typeName) noexcept {
+  return kWaiting | number << 4 | Cell{typeName} << 40;
+}
+
+/// A reference to a record: its index, and which of the types that the model uses is its own, so that what
+/// is written of a reference can be told without a look at its target. Never 0, lowest bit clear.
+/// @param type below 2^30.
+inline Cell asReference(std::uint32_t index, std::uint32_t type) noexcept {
+  return (Cell{index} + 1) << 1 | Cell{type} << 34;
+}
 inline std::uint32_t targetIndex(Cell item) noexcept { return static_cast<std::uint32_t>((item >> 1) - 1); }
+inline std::uint32_t targetType(Cell item) noexcept { return static_cast<std::uint32_t>(item >> 34); }
 
 }  // namespace kr::zero::cells

@@ -9,6 +9,7 @@
 
 #include "kr/zero/Cells.h"
 #include "kr/zero/export.h"
+#include "kr/zero/io/ElementIdentity.h"
 #include "kr/zero/io/EventProcessor.h"
 #include "kr/zero/meta/Type.h"
 
@@ -26,20 +27,10 @@ enum class ValueForm : std::uint8_t {
   contained  ///< elements or datatype values
 };
 
-/// The identity that an element is written with: that of its own, or ("#", number) where a reference needs
-/// one, or none.
-struct WrittenIdentity {
-  std::uint32_t number = 0;  ///< not 0: the identity is ("#", number), and the texts mean nothing
-  std::string_view id1;
-  std::string_view id2;  ///< both empty, and the number 0, for none
-
-  bool isNone() const noexcept { return number == 0 && id1.empty() && id2.empty(); }
-};
-
 /// What is written of a reference.
 struct WrittenReference {
   std::string_view targetType;  ///< qualified name
-  WrittenIdentity identity;
+  ElementIdentity identity;
   std::string_view qualifier;
   bool hasQualifier = false;
 };
@@ -63,20 +54,20 @@ class KR0_FRAMEWORK_API ValueSource {
   /// @param[out] type,number ordinal of the target's type, and the number of ("#", number).
   /// @return false where describe() has to be asked.
   bool findNumbered(cells::Cell item, std::uint32_t& type, std::uint32_t& number) const noexcept {
-    if (targetTypes_ == nullptr) return false;
+    if (!areByIndex_) return false;
     const std::uint32_t index = cells::targetIndex(item);
-    type = targetTypes_[index];
+    type = cells::targetType(item);
     number = targetNumbers_ == nullptr ? index + 1 : targetNumbers_[index];
     return true;
   }
   /// Asks for the memory that findNumbered(item) reads.
   void prefetch(cells::Cell item) const noexcept {
-    if (targetTypes_ != nullptr) __builtin_prefetch(targetTypes_ + cells::targetIndex(item));
+    if (targetNumbers_ != nullptr) __builtin_prefetch(targetNumbers_ + cells::targetIndex(item));
   }
 
  protected:
   std::span<const meta::StructuredType> types_;
-  const std::uint16_t* targetTypes_ = nullptr;    // ordinals by record index; null: ask describe()
+  bool areByIndex_ = false;                       // otherwise describe() has to be asked
   const std::uint32_t* targetNumbers_ = nullptr;  // by record index; null: the index + 1
 };
 
@@ -105,7 +96,7 @@ class KR0_FRAMEWORK_API BulkEventProcessor {
   /// startObject.
   /// @param slot the property of the innermost object that holds it; kNoSlot at the top.
   virtual CategoryMasks openObject(std::size_t slot, meta::StructuredType type,
-                                   const WrittenIdentity& identity) = 0;
+                                   const ElementIdentity& identity) = 0;
   /// startContainer.
   virtual void openDatatype(std::size_t slot, meta::StructuredType type) = 0;
   /// endObject.

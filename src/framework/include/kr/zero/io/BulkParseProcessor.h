@@ -7,7 +7,9 @@
 #include <span>
 #include <string_view>
 
+#include "kr/zero/Cells.h"
 #include "kr/zero/export.h"
+#include "kr/zero/io/ElementIdentity.h"
 #include "kr/zero/io/ParseProcessor.h"
 #include "kr/zero/meta/Type.h"
 
@@ -34,15 +36,13 @@ class KR0_FRAMEWORK_API BulkParseProcessor {
   /// a problem, and the result is an empty handle.
   virtual meta::StructuredType findType(std::string_view typeName) = 0;
   /// push at the top of the document.
-  virtual bool pushRoot(meta::StructuredType type, std::string_view id1, std::string_view id2) = 0;
+  virtual bool pushRoot(meta::StructuredType type, const ElementIdentity& identity) = 0;
   /// push in a datatype or composition property of the innermost element.
-  virtual bool pushChild(PropertyPlace property, meta::StructuredType type, std::string_view id1,
-                         std::string_view id2) = 0;
+  virtual bool pushChild(PropertyPlace property, meta::StructuredType type,
+                         const ElementIdentity& identity) = 0;
   virtual void pop() = 0;
   /// getPropertyCategory of a collection of primitives or references: it is set from now on, be it empty.
   virtual void announceCollection(PropertyPlace property) = 0;
-  /// Says how many items an announced collection is about to get. A hint: it may be wrong.
-  virtual void expectItems(PropertyPlace property, std::uint64_t count) = 0;
   /// setVerbatimValue.
   /// @param number of the property's type, sign-extended; the bits of a double; 0 or 1 for a Boolean; for an
   ///   enumeration any number of 32 bits.
@@ -54,14 +54,28 @@ class KR0_FRAMEWORK_API BulkParseProcessor {
   virtual bool setText(PropertyPlace property, std::string_view bytes) = 0;
   /// setEmptyValue.
   virtual void setEmpty(PropertyPlace property) = 0;
-  /// A number for the name of a reference's target type, to be passed to addReference; good until
-  /// processDeferred.
+  /// A number for the name of a reference's target type; good until processDeferred.
   virtual std::uint32_t numberTypeName(std::string_view name) = 0;
   /// addDeferredReference.
   /// @param typeName what numberTypeName gave.
   /// @param qualifier null for none.
-  virtual void addReference(PropertyPlace property, std::uint32_t typeName, std::string_view id1,
-                            std::string_view id2, const std::string_view* qualifier) = 0;
+  virtual void addReference(PropertyPlace property, std::uint32_t typeName, const ElementIdentity& identity,
+                            const std::string_view* qualifier) = 0;
+
+  /// A waiting cell for a reference that addCells() is to bring, see cells::asWaiting() for the usual ones.
+  /// @param qualifier null for none.
+  virtual cells::Cell keepReference(std::uint32_t typeName, const ElementIdentity& identity,
+                                    const std::string_view* qualifier) = 0;
+  /// Free memory of the model, so many bytes at least, for what the cells of addCells() point to. Good until
+  /// the next call of another operation.
+  virtual cells::FreeMemory& getMemory(std::size_t bytes) = 0;
+  /// All of these operations for some properties of the innermost element at once, as the caller makes them
+  /// in the form of kr/zero/Cells.h. They come behind everything that is set on the element, in ascending
+  /// order, and no operation would refuse any of them: numbers, literals that the enumeration has,
+  /// well-formed texts of properties of that kind, explicitly empty values, waiting references, and
+  /// collections of these, of kSmallList items at most, with a capacity of their size.
+  /// @param anyWaiting whether there is a waiting reference.
+  virtual void addCells(std::span<const cells::Entry> entries, const cells::Cell* cells, bool anyWaiting) = 0;
 };
 
 /// The larger units of a processor, or null where it has none. ParseProcessor offers them for itself, never

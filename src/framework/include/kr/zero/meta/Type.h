@@ -249,6 +249,7 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
 
  protected:
   friend class meta::RegistryLoader;
+  friend class meta::PropertyTable;
   void setTable(std::shared_ptr<const PropertyTable> table) noexcept;
   void useIdentifiers() noexcept;
   bool isNameAt(std::size_t slot, std::u16string_view name) const noexcept;
@@ -258,9 +259,12 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   // Types that hold the same properties share one table: a class that only inherits costs no list.
   std::shared_ptr<const PropertyTable> table_;
   const std::vector<Property>* all_ = nullptr;  // lies in table_
-  // All lie in table_, for findIdentifier; see PropertyTable.
-  const Property* properties_ = nullptr;
-  const std::uint32_t* buckets_ = nullptr;
+  // Lies in table_, for findIdentifier; see PropertyTable.
+  struct Numbered {
+    std::uint32_t identifier = 0;  // 0: free
+    std::uint32_t slot = 0;
+  };
+  const Numbered* buckets_ = nullptr;
   std::size_t mask_ = 0;
   bool hasAssociations_ = false;
   bool hasUnwrittenChildren_ = false;
@@ -407,8 +411,8 @@ inline std::size_t StructuredType::Impl::slotOf(Property property) const noexcep
 }
 
 inline std::size_t StructuredType::Impl::findIdentifier(std::uint64_t identifier) const noexcept {
-  for (std::size_t at = identifier & mask_; buckets_[at] != 0; at = (at + 1) & mask_)
-    if (properties_[buckets_[at] - 1]->getIdentifier() == identifier) return buckets_[at] - 1;
+  for (std::size_t at = identifier & mask_; buckets_[at].identifier != 0; at = (at + 1) & mask_)
+    if (buckets_[at].identifier == identifier) return buckets_[at].slot;
   return npos;
 }
 
