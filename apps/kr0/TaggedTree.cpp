@@ -12,6 +12,7 @@
 #include "fl/i18n/utf8.h"
 #include "kr/zero/io/BinaryAssembler.h"
 #include "kr/zero/io/BinaryKRGrammarTransformer.h"
+#include "kr/zero/io/TreeDocument.h"
 #include "modeling/sylvan/SylvanEventCode.h"
 
 namespace kr::zero::tool {
@@ -21,32 +22,11 @@ namespace {
 using TreeEvents = modeling::sylvan::SylvanEventProcessor<void>;
 using Primitive = modeling::sylvan::SylvanPrimitive;
 using Event = modeling::sylvan::SylvanEventCode;
+namespace tree = io::tree;
 
 // Entries of metadata, in the order that the grammar has made sure of.
-constexpr std::array<const char*, 2> kDocumentEntries{"version", "packages"};
-constexpr std::array<const char*, 2> kObjectEntries{"type", "id"};
-
-// What a reference's struct holds, in the order that writers keep.
-struct Step {
-  Event event;
-  const char* entry = nullptr;  // the name, of an entry's start
-};
-constexpr std::array<Step, 13> kReferenceSteps{{
-    {Event::startNamedEntry, "type"},
-    {Event::writePrimitive},
-    {Event::endNamedEntry},
-    {Event::startNamedEntry, "id"},
-    {Event::startSequence},
-    {Event::writePrimitive},
-    {Event::writePrimitive},
-    {Event::endSequence},
-    {Event::endNamedEntry},
-    {Event::startNamedEntry, "qualifier"},
-    {Event::writePrimitive},
-    {Event::endNamedEntry},
-    {Event::endStruct},
-}};
-constexpr std::size_t kQualifierStep = 9;
+constexpr std::array kDocumentEntries{tree::kVersionEntry, tree::kPackagesEntry};
+constexpr std::array kObjectEntries{tree::kTypeEntry, tree::kIdEntry};
 
 // "-5", "0.1": the shortest form that reads back the same; reals also "INF", "-INF" and "NaN".
 struct TextForm {
@@ -148,7 +128,7 @@ class TaggedTree final : public TreeEvents {
     if (!fl::i18n::isWellFormedUtf8(text)) throw std::runtime_error("a text is not well-formed UTF-8");
   }
   static void checkVersion(const Primitive& value) {
-    if (value != Primitive(std::uint64_t{1}) && value != Primitive(std::int64_t{1}))
+    if (value != Primitive(tree::kVersion) && value != Primitive(static_cast<std::int64_t>(tree::kVersion)))
       throw std::runtime_error("the version is not 1");
   }
 
@@ -157,10 +137,9 @@ class TaggedTree final : public TreeEvents {
   }
 
   void startMetadataEntry(const std::string& name) {
-    const char* const expected = (headSeen_ ? kObjectEntries : kDocumentEntries).at(entries_++);
+    const std::string expected((headSeen_ ? kObjectEntries : kDocumentEntries).at(entries_++));
     if (name != expected)
-      throw std::runtime_error(std::string("expected the entry \"") + expected + "\" of metadata, found \"" +
-                               name + '"');
+      throw std::runtime_error("expected the entry \"" + expected + "\" of metadata, found \"" + name + '"');
   }
 
   void readMetadata(const Primitive& value) {
@@ -187,16 +166,16 @@ class TaggedTree final : public TreeEvents {
   // that was held back before it.
   bool isHeldBack(Event event, const std::string* text = nullptr) {
     if (!maybeReference_) return false;
-    if (held_ == kQualifierStep && event == Event::endStruct) held_ = kReferenceSteps.size() - 1;
-    const Step& step = kReferenceSteps[held_];
+    if (held_ == tree::kQualifierStep && event == Event::endStruct) held_ = tree::kReference.size() - 1;
+    const tree::Step& step = tree::kReference[held_];
     const bool fits = event == step.event && (event != Event::writePrimitive || text != nullptr) &&
-                      (step.entry == nullptr || *text == step.entry);
+                      (step.entry.empty() || *text == step.entry);
     if (!fits) {
       letGo();
       return false;
     }
     if (event == Event::writePrimitive) heldTexts_.push_back(*text);
-    if (++held_ == kReferenceSteps.size()) endReference();
+    if (++held_ == tree::kReference.size()) endReference();
     return true;
   }
 
@@ -212,14 +191,14 @@ class TaggedTree final : public TreeEvents {
     visitor_.beginElement({});
     auto text = heldTexts_.begin();
     for (std::size_t i = 0; i < held_; ++i) {
-      const Step& step = kReferenceSteps[i];
+      const tree::Step& step = tree::kReference[i];
       step.event == Event::writePrimitive ? visitor_.value(*text++, ValueForm::text) : visitStep(step);
     }
     forgetReference();
   }
 
-  void visitStep(const Step& step) {
-    if (step.event == Event::startNamedEntry) visitor_.beginProperty(step.entry);
+  void visitStep(const tree::Step& step) {
+    if (step.event == Event::startNamedEntry) visitor_.beginProperty(std::string(step.entry));
     if (step.event == Event::endNamedEntry) visitor_.endProperty();
     if (step.event == Event::startSequence) visitor_.beginList();
     if (step.event == Event::endSequence) visitor_.endList();

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "kr/zero/io/TreeDocument.h"
 #include "sylvan/LowestFirst.h"
 #include "sylvan/TaggedFormat.h"
 
@@ -104,8 +105,8 @@ class Scan {
 
 /// An entry "id" with its two texts.
 bool takeIdentity(Scan& scan, std::string_view& id1, std::string_view& id2) {
-  return scan.skipEntry("id") && scan.skip(tags::kStartSequence) && scan.take(id1) && scan.take(id2) &&
-         scan.skip(tags::kEndSequence) && scan.skip(tags::kEndNamedEntry);
+  return scan.skipEntry(tree::kIdEntry) && scan.skip(tags::kStartSequence) && scan.take(id1) &&
+         scan.take(id2) && scan.skip(tags::kEndSequence) && scan.skip(tags::kEndNamedEntry);
 }
 
 /// An entry with one text.
@@ -168,7 +169,7 @@ class Sender {
     std::string_view id1;
     std::string_view id2;
     scan_.skip(tags::kStartMetadata);
-    if (!takeTextEntry(scan_, "type", type)) return false;
+    if (!takeTextEntry(scan_, tree::kTypeEntry, type)) return false;
     if (!scan_.skip(tags::kEndMetadata) && !(takeIdentity(scan_, id1, id2) && scan_.skip(tags::kEndMetadata)))
       return false;
     return scan_.skip(tags::kStartStruct) && arrive() && units_.openObject(type, id1, id2);
@@ -188,9 +189,10 @@ class Sender {
     std::string_view id1;
     std::string_view id2;
     std::string_view qualifier;
-    if (!takeTextEntry(scan_, "type", type) || !takeIdentity(scan_, id1, id2)) return false;
+    if (!takeTextEntry(scan_, tree::kTypeEntry, type) || !takeIdentity(scan_, id1, id2)) return false;
     const bool isQualified = !scan_.skip(tags::kEndStruct);
-    if (isQualified && !(takeTextEntry(scan_, "qualifier", qualifier) && scan_.skip(tags::kEndStruct)))
+    if (isQualified &&
+        !(takeTextEntry(scan_, tree::kQualifierEntry, qualifier) && scan_.skip(tags::kEndStruct)))
       return false;
     return arrive() && units_.addReference(type, id1, id2, isQualified ? &qualifier : nullptr);
   }

@@ -4,8 +4,6 @@
 #include <charconv>
 #include <string>
 
-#include "io/tree/TreeEventNames.h"
-
 namespace kr::zero::io::internal {
 
 namespace {

@@ -4,9 +4,9 @@
 #include <bit>
 
 #include "fl/i18n/utf8.h"
-#include "io/tree/TreeEventNames.h"
 #include "kr/zero/io/BulkParseProcessor.h"
 #include "kr/zero/io/ParseProcessor.h"
+#include "kr/zero/io/TreeDocument.h"
 #include "model/Numbers.h"
 
 namespace kr::zero::io::internal {
@@ -71,9 +71,9 @@ StandardType standardTypeOf(meta::Type type) {
 bool isNumber(StandardType type) { return meta::infoOf(type).isNumber(); }
 
 bool isVersion(const Primitive& value) {
-  if (const auto* number = std::get_if<std::uint64_t>(&value)) return *number == kTreeDocumentVersion;
+  if (const auto* number = std::get_if<std::uint64_t>(&value)) return *number == tree::kVersion;
   const auto* number = std::get_if<std::int64_t>(&value);
-  return number != nullptr && *number == static_cast<std::int64_t>(kTreeDocumentVersion);
+  return number != nullptr && *number == static_cast<std::int64_t>(tree::kVersion);
 }
 
 }  // namespace
@@ -258,8 +258,8 @@ void TreeEventReader::writePrimitive(const Primitive& value) {
 // --- The document's metadata
 
 void TreeEventReader::startDocumentEntry(const std::string& name) {
-  const bool isVersionEntry = name == kVersionEntry;
-  if (!isVersionEntry && name != kPackagesEntry)
+  const bool isVersionEntry = name == tree::kVersionEntry;
+  if (!isVersionEntry && name != tree::kPackagesEntry)
     fail("the metadata of the document has an unknown entry \"" + name + "\"");
   bool& seen = isVersionEntry ? hasVersion_ : hasPackages_;
   if (seen) fail("the metadata of the document has two entries \"" + name + "\"");
@@ -293,12 +293,12 @@ void TreeEventReader::finishMetadata() {
 // --- Metadata of objects, and references
 
 void TreeEventReader::startHeaderEntry(const std::string& name, bool isReference) {
-  const bool isType = name == kTypeEntry;
-  const bool isQualifier = isReference && name == kQualifierEntry;
+  const bool isType = name == tree::kTypeEntry;
+  const bool isQualifier = isReference && name == tree::kQualifierEntry;
   const auto failEntry = [&](const std::string& fault) {
     fail((isReference ? "a reference has " : "the metadata of an object has ") + fault + " \"" + name + "\"");
   };
-  if (!isType && !isQualifier && name != kIdEntry) failEntry("an unknown entry");
+  if (!isType && !isQualifier && name != tree::kIdEntry) failEntry("an unknown entry");
   bool& seen = isType ? header_.hasType : isQualifier ? header_.hasQualifier : header_.hasId;
   if (seen) failEntry("two entries");
   seen = true;

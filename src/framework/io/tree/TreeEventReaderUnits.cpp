@@ -1,10 +1,12 @@
 // The reader's operations in larger units: what is expected goes into the model at once, all else is left
 // to the events.
 #include <bit>
+#include <span>
 
 #include "fl/i18n/utf8.h"
 #include "io/tree/TreeEventReader.h"
 #include "kr/zero/io/BulkParseProcessor.h"
+#include "kr/zero/io/TreeDocument.h"
 #include "model/Numbers.h"
 
 namespace kr::zero::io {
@@ -22,9 +24,8 @@ namespace {
 
 void append(std::vector<Event>& way, std::initializer_list<Event> events) { way.insert(way.end(), events); }
 
-void appendMetadataOfObject(std::vector<Event>& way) {
-  append(way, {Event::startMetadata, Event::startNamedEntry, Event::writePrimitive, Event::endNamedEntry,
-               Event::endMetadata});
+void append(std::vector<Event>& way, std::span<const tree::Step> steps) {
+  for (const tree::Step& step : steps) way.push_back(step.event);
 }
 
 }  // namespace
@@ -47,15 +48,13 @@ bool TreeEventReader::takesUnits() const noexcept {
 // What came before in a construct that is still open has left nothing behind: only the last thing in the
 // innermost one has.
 std::vector<Event> TreeEventReader::listWay() const {
-  std::vector<Event> way{Event::startDocument,  Event::startMetadata, Event::startNamedEntry,
-                         Event::writePrimitive, Event::endNamedEntry, Event::startNamedEntry,
-                         Event::startSequence,  Event::endSequence,   Event::endNamedEntry,
-                         Event::endMetadata};
+  std::vector<Event> way;
+  append(way, tree::kHead);
   auto body = bodies_.begin();
   for (const Place place : places_) switch (place) {
       case Place::body:
       case Place::refusedBody:
-        if ((body++)->isObject) appendMetadataOfObject(way);
+        if ((body++)->isObject) append(way, tree::kObjectMetadata);
         way.push_back(Event::startStruct);
         break;
       case Place::roots:
@@ -79,7 +78,7 @@ std::vector<Event> TreeEventReader::listWay() const {
       append(way, {Event::startSequence, Event::endSequence});
       break;
     case Last::object:
-      appendMetadataOfObject(way);
+      append(way, tree::kObjectMetadata);
       [[fallthrough]];
     case Last::structure:
       append(way, {Event::startStruct, Event::endStruct});

@@ -3,8 +3,8 @@
 #include <bit>
 #include <string>
 
-#include "io/tree/TreeEventNames.h"
 #include "kr/zero/io/Serializer.h"
+#include "kr/zero/io/TreeDocument.h"
 #include "model/Numbers.h"
 
 namespace kr::zero::io::internal {
@@ -44,10 +44,10 @@ void TreeEventWriter::startDocument() {
   levels_.clear();
   names_.clear();  // addresses of another registry's names mean nothing here
   valueType_ = {};
-  target_->startDocument(Primitive(std::string(kTreeDocumentName)));
+  target_->startDocument(Primitive(std::string(tree::kName)));
   target_->startMetadata();
   target_->startNamedEntry(entryNames().version);
-  target_->writePrimitive(Primitive(kTreeDocumentVersion));
+  target_->writePrimitive(Primitive(tree::kVersion));
   target_->endNamedEntry();
 }
 

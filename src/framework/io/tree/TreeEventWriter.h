@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "fl/i18n/converter.h"
-#include "io/tree/TreeEventNames.h"
 #include "kr/zero/io/EventProcessor.h"
+#include "kr/zero/io/TreeDocument.h"
 #include "modeling/sylvan/SylvanEventProcessor.h"
 #include "modeling/sylvan/SylvanUnitProcessor.h"
 
@@ -115,11 +115,11 @@ class TreeEventWriter : public EventProcessor {
 };
 
 struct TreeEventWriter::EntryNames {
-  const Primitive version{std::string(kVersionEntry)};
-  const Primitive packages{std::string(kPackagesEntry)};
-  const Primitive type{std::string(kTypeEntry)};
-  const Primitive id{std::string(kIdEntry)};
-  const Primitive qualifier{std::string(kQualifierEntry)};
+  const Primitive version{std::string(tree::kVersionEntry)};
+  const Primitive packages{std::string(tree::kPackagesEntry)};
+  const Primitive type{std::string(tree::kTypeEntry)};
+  const Primitive id{std::string(tree::kIdEntry)};
+  const Primitive qualifier{std::string(tree::kQualifierEntry)};
 };
 
 }  // namespace kr::zero::io::internal
