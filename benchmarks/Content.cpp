@@ -69,7 +69,7 @@ void fillNumbers(Item& item, Random& random) {
   if (random.chance(80)) item.sold = static_cast<std::int64_t>(random.next() >> (20 + random.below(40)));
   if (random.chance(80)) item.price = random.below(10000) / 100.0;
   item.available = random.chance(50);
-  if (random.chance(80)) item.genre = random.below(genreCount);
+  if (random.chance(80)) item.genre = random.below(kGenreCount);
   for (std::uint32_t left = random.below(5); left > 0; --left)
     item.ratings.push_back(static_cast<std::int32_t>(random.below(100)) - 20);
 }
@@ -77,9 +77,9 @@ void fillNumbers(Item& item, Random& random) {
 // Half of the references stay near, the others go anywhere. In real models between 11 and 100 of 100
 // stay within a thousand elements.
 std::uint32_t anyTarget(Random& random, std::uint32_t position, std::uint32_t size) {
-  constexpr std::uint32_t reach = 100;
-  const std::uint32_t low = position < reach ? 0 : position - reach;
-  const std::uint32_t high = std::min(position + reach + 1, size);
+  constexpr std::uint32_t kReach = 100;
+  const std::uint32_t low = position < kReach ? 0 : position - kReach;
+  const std::uint32_t high = std::min(position + kReach + 1, size);
   return random.chance(50) ? low + random.below(high - low) : random.below(size);
 }
 
@@ -95,7 +95,7 @@ void fillReferences(Item& item, Random& random, std::uint32_t position, std::uin
 }  // namespace
 
 Content makeContent(std::size_t size, std::uint64_t seed) {
-  constexpr std::uint32_t deepest = 4;
+  constexpr std::uint32_t kDeepest = 4;
   Random random(seed);
   Content content(size);
   std::uint32_t depth = 0;
@@ -105,7 +105,7 @@ Content makeContent(std::size_t size, std::uint64_t seed) {
     fillTexts(item, random);
     fillNumbers(item, random);
     fillReferences(item, random, position, static_cast<std::uint32_t>(size));
-    depth = random.below(std::min(depth + 1, deepest) + 1);
+    depth = random.below(std::min(depth + 1, kDeepest) + 1);
   }
   return content;
 }

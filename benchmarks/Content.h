@@ -11,8 +11,8 @@
 namespace kr::zero::bench {
 
 /// Literals of the enumeration, by number.
-inline constexpr const char* genreNames[] = {"novel", "poetry", "drama", "science", "history"};
-inline constexpr std::uint32_t genreCount = 5;
+inline constexpr const char* kGenreNames[] = {"novel", "poetry", "drama", "science", "history"};
+inline constexpr std::uint32_t kGenreCount = 5;
 
 /// One element. References are positions in the content.
 struct Item {

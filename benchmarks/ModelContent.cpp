@@ -78,7 +78,7 @@ Item itemOf(Element element, const ItemProperties& in) {
 void registerLibrary(meta::MetaRegistry& registry) {
   meta::MetaModelBuilder library("http://example.org/library", "library");
   auto& genre = library.enumeration("Genre");
-  for (std::uint32_t i = 0; i < genreCount; ++i) genre.literal(genreNames[i], static_cast<std::int32_t>(i));
+  for (std::uint32_t i = 0; i < kGenreCount; ++i) genre.literal(kGenreNames[i], static_cast<std::int32_t>(i));
   auto& item = library.classType("Item");
   item.property("title", "String").required();
   item.property("isbn", "String");

@@ -58,7 +58,7 @@ namespace {
 
 class BoostSerialization final : public Peer {
  public:
-  BoostSerialization() : Peer({.name = "Boost.Serialization", .mostElements = notTheLargest}) {}
+  BoostSerialization() : Peer({.name = "Boost.Serialization", .mostElements = kNotTheLargest}) {}
   void load(const Source& source) override { nodes_ = &source.nodes; }
   void write() override {
     OutputBuffer buffer(bytes_);

@@ -113,8 +113,8 @@ std::size_t lookAt(capn::Item::Reader item) {
 }
 
 // The limits guard against hostile documents; ours are large and deep.
-constexpr capnp::ReaderOptions withoutLimits{.traversalLimitInWords = std::numeric_limits<uint64_t>::max(),
-                                             .nestingLimit = std::numeric_limits<int>::max()};
+constexpr capnp::ReaderOptions kWithoutLimits{.traversalLimitInWords = std::numeric_limits<uint64_t>::max(),
+                                              .nestingLimit = std::numeric_limits<int>::max()};
 
 class CapnProto final : public Peer {
  public:
@@ -127,14 +127,14 @@ class CapnProto final : public Peer {
   }
   std::size_t size() const override { return bytes_.asBytes().size(); }
   void read() override {
-    capnp::FlatArrayMessageReader message(bytes_, withoutLimits);
+    capnp::FlatArrayMessageReader message(bytes_, kWithoutLimits);
     sum_ = 0;
     forEachItem(message.getRoot<capn::Catalog>(),
                 [this](capn::Item::Reader item, std::uint32_t) { sum_ += lookAt(item); });
   }
   void drop() override {}
   bool holds(const Content& content) override {
-    capnp::FlatArrayMessageReader message(bytes_, withoutLimits);
+    capnp::FlatArrayMessageReader message(bytes_, kWithoutLimits);
     Content found;
     std::size_t sum = 0;
     forEachItem(message.getRoot<capn::Catalog>(), [&](capn::Item::Reader item, std::uint32_t depth) {

@@ -20,7 +20,7 @@ namespace {
 
 class Cereal final : public Peer {
  public:
-  Cereal() : Peer({.name = "cereal", .mostElements = notTheLargest}) {}
+  Cereal() : Peer({.name = "cereal", .mostElements = kNotTheLargest}) {}
   void load(const Source& source) override { nodes_ = &source.nodes; }
   void write() override {
     OutputBuffer buffer(bytes_);

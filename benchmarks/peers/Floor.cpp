@@ -52,7 +52,7 @@ class Driver final : public Peer {
       : Peer({.name = "floor: direct, builds nothing",
               .writes = false,
               .keeps = false,
-              .mostElements = notTheLargest}),
+              .mostElements = kNotTheLargest}),
         customizer_(registry_),
         parser_(std::make_unique<io::ParseCustomizer>(registry_),
                 std::make_unique<io::ParsingModelBuilder>(false)) {
@@ -82,7 +82,7 @@ class Events final : public Peer {
       : Peer({.name = "floor: tagged events, sink drops",
               .reads = false,
               .keeps = false,
-              .mostElements = notTheLargest}),
+              .mostElements = kNotTheLargest}),
         stream_(&null_) {}
   void load(const Source& source) override {
     meta::MetaRegistry registry;

@@ -137,7 +137,7 @@ cbor_callbacks countingCallbacks() {
 class LibCbor final : public Peer {
  public:
   LibCbor()
-      : Peer({.name = "CBOR, libcbor streaming", .keeps = false, .mostElements = notTheLargest}),
+      : Peer({.name = "CBOR, libcbor streaming", .keeps = false, .mostElements = kNotTheLargest}),
         callbacks_(countingCallbacks()) {}
   void load(const Source& source) override { nodes_ = &source.nodes; }
   void write() override { encode(*nodes_, bytes_); }

@@ -28,7 +28,7 @@ struct Task {
 };
 
 // With so many elements a single run is long enough for the clock, and trying it takes its time.
-constexpr std::size_t largeEnough = 1000000;
+constexpr std::size_t kLargeEnough = 1000000;
 
 std::vector<Task> tasksOf(const std::vector<Peer*>& peers) {
   std::vector<Task> tasks;
@@ -85,7 +85,7 @@ Results measure(const Workload& workload, const Peers& peers, std::vector<std::s
     taking.push_back(peer.get());
   }
   std::vector<Task> tasks = tasksOf(taking);
-  if (workload.elements < largeEnough)
+  if (workload.elements < kLargeEnough)
     for (Task& task : tasks) task.runs = chooseRuns(task.run);
   // A slow spell of the machine is to meet all of them.
   std::mt19937_64 random(workload.elements);

@@ -50,7 +50,7 @@ Nodes unpack(const msgpack::sbuffer& bytes) {
 
 class Objects : public Peer {
  public:
-  Objects() : Objects({.name = "MessagePack, objects", .mostElements = notTheLargest}) {}
+  Objects() : Objects({.name = "MessagePack, objects", .mostElements = kNotTheLargest}) {}
   void load(const Source& source) override { nodes_ = &source.nodes; }
   void write() override {
     bytes_.clear();
@@ -89,7 +89,7 @@ class Visitor final : public Objects {
       : Objects({.name = "MessagePack, visitor",
                  .writes = false,
                  .keeps = false,
-                 .mostElements = notTheLargest}) {}
+                 .mostElements = kNotTheLargest}) {}
   void read() override {
     found_ = {};
     std::size_t offset = 0;

@@ -12,7 +12,7 @@ using nlohmann::json;
 
 class Document : public Peer {
  public:
-  Document() : Document({.name = "CBOR, nlohmann DOM", .mostElements = notTheLargest}) {}
+  Document() : Document({.name = "CBOR, nlohmann DOM", .mostElements = kNotTheLargest}) {}
   void load(const Source& source) override { written_ = makeJson(source.content); }
   void write() override {
     bytes_.clear();
@@ -54,7 +54,8 @@ class Sax final : public Document {
  public:
   Sax()
       : Document(
-            {.name = "CBOR, nlohmann SAX", .writes = false, .keeps = false, .mostElements = notTheLargest}) {}
+            {.name = "CBOR, nlohmann SAX", .writes = false, .keeps = false, .mostElements = kNotTheLargest}) {
+  }
   void load(const Source& source) override {
     Document::load(source);
     write();

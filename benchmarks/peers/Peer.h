@@ -14,7 +14,7 @@
 namespace kr::zero::bench {
 
 /// For peers that are left out of the largest workload, to keep time and memory of a run in bounds.
-inline constexpr std::size_t notTheLargest = 200000;
+inline constexpr std::size_t kNotTheLargest = 200000;
 
 /// One content as plain data, made once and shared by the peers.
 struct Source {

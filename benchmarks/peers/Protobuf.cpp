@@ -15,7 +15,7 @@ namespace kr::zero::bench {
 
 namespace {
 
-constexpr std::uint32_t levelsTakenByDefault = 90;
+constexpr std::uint32_t kLevelsTakenByDefault = 90;
 
 std::uint32_t depthOf(const Content& content) {
   std::uint32_t depth = 0;
@@ -29,7 +29,7 @@ class Protobuf : public Peer {
 
   void load(const Source& source) override {
     catalog_ = makeMessages(source.content);
-    deep_ = depthOf(source.content) > levelsTakenByDefault;
+    deep_ = depthOf(source.content) > kLevelsTakenByDefault;
   }
   void write() override { catalog_.SerializeToString(&bytes_); }
   std::size_t size() const override { return bytes_.size(); }
@@ -89,7 +89,7 @@ class OnArena final : public Protobuf {
 /// Knows its schema at run time only, as a model does.
 class Dynamic final : public Protobuf {
  public:
-  Dynamic() : Protobuf({.name = "Protocol Buffers, DynamicMessage", .mostElements = notTheLargest}) {
+  Dynamic() : Protobuf({.name = "Protocol Buffers, DynamicMessage", .mostElements = kNotTheLargest}) {
     google::protobuf::FileDescriptorProto file;
     messages::Catalog::descriptor()->file()->CopyTo(&file);
     prototype_ = factory_.GetPrototype(

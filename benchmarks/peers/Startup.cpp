@@ -17,8 +17,8 @@ namespace kr::zero::bench {
 
 namespace {
 
-constexpr std::size_t elements = 8;
-constexpr std::size_t repetitions = 61;
+constexpr std::size_t kElements = 8;
+constexpr std::size_t kRepetitions = 61;
 
 struct Program {
   const char* system;
@@ -29,7 +29,7 @@ struct Program {
 };
 
 void writeDocuments(const std::string& direct, const std::string& protobuf) {
-  const Content content = makeContent(elements, 1);
+  const Content content = makeContent(kElements, 1);
   meta::MetaRegistry registry;
   registerLibrary(registry);
   std::vector<std::uint8_t> bytes;
@@ -63,7 +63,7 @@ Results measureStartup(const std::string& folder) {
       {"Protocol Buffers, heap", folder + "/kr0_bench_startup_protobuf", protobuf, false, {}},
       {"floor: empty C++ program", folder + "/kr0_bench_startup_nothing", direct, false, {}},
   };
-  for (std::size_t i = 0; i < repetitions; ++i)
+  for (std::size_t i = 0; i < kRepetitions; ++i)
     for (Program& program : programs) program.milliseconds.push_back(run(program));
   Results results;
   for (const Program& program : programs)

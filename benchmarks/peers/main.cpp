@@ -112,11 +112,11 @@ int main(int count, char** arguments) {
     return 2;
   }
   // Most peers recurse once per level of a document; this stack is for them.
-  constexpr std::size_t stackBytes = std::size_t{1} << 30;
+  constexpr std::size_t kStackBytes = std::size_t{1} << 30;
   pthread_attr_t attributes;
   pthread_t thread;
   pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, stackBytes);
+  pthread_attr_setstacksize(&attributes, kStackBytes);
   if (pthread_create(&thread, &attributes, runJob, &job) != 0) {
     std::cerr << "kr0_bench_peers: cannot start a thread with a stack of 1 GiB\n";
     return 1;

@@ -73,13 +73,13 @@ void BinaryEventProcessor::endObject() {
 void BinaryEventProcessor::textValue(const ustring& property, const ustring& text) {
   const Descriptor descriptor = describe(property);
   writeNumber(descriptor.identifier);
-  if (descriptor.optional) bytes_.append(values::presentMark);
+  if (descriptor.optional) bytes_.append(values::kPresentMark);
   if (isCarriedAsText(descriptor.kind)) writeText(text);
 }
 
 void BinaryEventProcessor::absentValue(const ustring& property) {
   writeNumber(describe(property).identifier);
-  bytes_.append(values::absentMark);
+  bytes_.append(values::kAbsentMark);
 }
 
 void BinaryEventProcessor::startStructuredProperty(const ustring& property) { pushFrame(property); }

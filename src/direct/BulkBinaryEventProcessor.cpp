@@ -114,7 +114,7 @@ void BulkBinaryEventProcessor::describe(TypeHeads& heads) const {
   for (const meta::Property property : heads.type->getAllProperties()) {
     Head& head = heads.heads.emplace_back();
     std::uint8_t* const end = direct::encodeNumber(property->getIdentifier(), head.bytes.data());
-    *end = values::presentMark;
+    *end = values::kPresentMark;
     head.keySize = static_cast<std::uint8_t>(end - head.bytes.data());
     head.presentSize = static_cast<std::uint8_t>(head.keySize + (property->isOptional() ? 1 : 0));
     const meta::StandardTypeInfo& info = property->getNumberInfo();
@@ -223,10 +223,10 @@ inline void BulkBinaryEventProcessor::writeNumberValue(const Head& head, cells::
   std::uint8_t* const out = bytes().makeRoom(head.bytes.size() + kCellSize);
   std::memcpy(out, head.bytes.data(), head.bytes.size());
   if (cells::isEmpty(entry)) {
-    out[head.keySize] = values::absentMark;
+    out[head.keySize] = values::kAbsentMark;
     return bytes().setEnd(out + head.keySize + 1);
   }
-  if (head.isBoolean) cell = cell != 0 ? values::trueByte : values::falseByte;
+  if (head.isBoolean) cell = cell != 0 ? values::kTrueByte : values::kFalseByte;
   bytes().setEnd(putNumber(cell, head.width, out + head.presentSize));
 }
 
@@ -236,7 +236,7 @@ inline void BulkBinaryEventProcessor::writeTextValue(std::size_t slot, const Hea
   std::uint8_t* const out = bytes().makeRoom(head.bytes.size() + roomOf(text));
   std::memcpy(out, head.bytes.data(), head.bytes.size());
   if (cells::isEmpty(entry)) {
-    out[head.keySize] = values::absentMark;
+    out[head.keySize] = values::kAbsentMark;
     return bytes().setEnd(out + head.keySize + 1);
   }
   bytes().setEnd(putText(text, out + head.presentSize));
@@ -258,7 +258,7 @@ void BulkBinaryEventProcessor::writeNumbers(const Head& head, std::span<const ce
   writeCount(head, items.size());
   std::uint8_t* out = bytes().makeRoom(items.size() * head.width + kCellSize);
   for (cells::Cell item : items) {
-    if (head.isBoolean) item = item != 0 ? values::trueByte : values::falseByte;
+    if (head.isBoolean) item = item != 0 ? values::kTrueByte : values::kFalseByte;
     out = putNumber(item, head.width, out);
   }
   bytes().setEnd(out);

@@ -153,7 +153,7 @@ class BulkTarget {
   [[gnu::always_inline]] static std::uint64_t readNumber(Cursor& cursor, const KnownProperty& property) {
     const meta::StandardTypeInfo& info = property.record->getNumberInfo();
     // What ends with the input, where an end mark is missing, is the decoder's business.
-    if (!values::hostIsLittleEndian || cursor.getRemaining() <= sizeof(Number))
+    if (!values::kHostIsLittleEndian || cursor.getRemaining() <= sizeof(Number))
       return readByRow(cursor, info.type);
     Number number = 0;
     std::memcpy(&number, cursor.position(), sizeof number);
@@ -163,7 +163,7 @@ class BulkTarget {
     return (number ^ sign) - sign;
   }
   [[gnu::always_inline]] static std::uint64_t readBoolean(Cursor& cursor) {
-    return cursor.readByte() == values::trueByte ? 1 : 0;
+    return cursor.readByte() == values::kTrueByte ? 1 : 0;
   }
   [[gnu::always_inline]] static std::uint64_t readByRow(Cursor& cursor, meta::StandardType type) {
     const std::uint64_t number = readByRow(cursor.sync(), type);
@@ -179,7 +179,7 @@ class BulkTarget {
   static std::uint64_t readRow(ByteReader& reader) {
     using Number = typename Row::Number;
     if constexpr (std::is_same_v<Row, values::Boolean>) {
-      return reader.readByte() == values::trueByte ? 1 : 0;
+      return reader.readByte() == values::kTrueByte ? 1 : 0;
     } else {
       const auto number = values::decodePrimitiveFromBinaryInLittleEndian<Number>(reader.position, reader.end,
                                                                                   sizeof(Number));

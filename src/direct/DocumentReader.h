@@ -109,7 +109,7 @@ class DocumentReader {
 
   template <Content kContent>
   [[gnu::always_inline]] bool readSingle(Cursor& cursor, const KnownProperty& property) {
-    if (target_.isOptional(property) && cursor.readByte() == values::absentMark) {
+    if (target_.isOptional(property) && cursor.readByte() == values::kAbsentMark) {
       cursor.sync();
       target_.setEmpty(property);
     } else {

@@ -38,7 +38,7 @@ class NamedTarget {
     ByteReader& reader = cursor.sync();
     const values::TypeCode code = values::typeCodeOf(type_);
     if (code == values::TypeCode::boolean) {
-      const bool isTrue = reader.readByte() == values::trueByte;
+      const bool isTrue = reader.readByte() == values::kTrueByte;
       processor_.setVerbatimValue(name, Value(ValueMeta(type_, ValueFlags::single), isTrue));
     } else if (!values::withFixedWidthRow(values::standardTypeOf(code), [&]<class Row>(Row) {
                  values::decodeAndSetPrimitive<Row>(reader, name, type_);

@@ -14,8 +14,8 @@ using modeling::sylvan::SylvanPrimitive;
 namespace {
 
 // Of the blackboard's metadata states.
-constexpr std::uint32_t startsDropped = 0;
-constexpr std::uint32_t endsDropped = 1;
+constexpr std::uint32_t kStartsDropped = 0;
+constexpr std::uint32_t kEndsDropped = 1;
 
 }  // namespace
 
@@ -93,14 +93,14 @@ void BinaryKRGrammarTransformer::endSequence() {
 
 void BinaryKRGrammarTransformer::startMetadata() {
   requireDocument(SylvanEventCode::startMetadata);
-  if (blackboard_.metadataStates.top() == startsDropped) return;
+  if (blackboard_.metadataStates.top() == kStartsDropped) return;
   target_->startMetadata();
   manager_->process(SylvanEventCode::startMetadata);
 }
 
 void BinaryKRGrammarTransformer::endMetadata() {
   requireDocument(SylvanEventCode::endMetadata);
-  if (blackboard_.metadataStates.top() == endsDropped) return;
+  if (blackboard_.metadataStates.top() == kEndsDropped) return;
   target_->endMetadata();
   manager_->process(SylvanEventCode::endMetadata);
 }

@@ -10,7 +10,7 @@
 
 namespace kr::zero::io::values {
 
-inline constexpr bool hostIsLittleEndian = std::endian::native == std::endian::little;
+inline constexpr bool kHostIsLittleEndian = std::endian::native == std::endian::little;
 
 /// "kr" for little-endian, "KR" for big-endian data.
 constexpr std::string_view endiannessMarker(bool littleEndian) noexcept { return littleEndian ? "kr" : "KR"; }
@@ -23,7 +23,7 @@ constexpr bool isLittleEndianMarker(std::string_view marker) noexcept {
 /// The bytes of a number between its order in memory and the little-endian one, either way.
 template <std::size_t width>
 constexpr std::array<std::uint8_t, width> swapUnlessLittleEndian(
-    std::array<std::uint8_t, width> bytes, bool littleEndianHost = hostIsLittleEndian) noexcept {
+    std::array<std::uint8_t, width> bytes, bool littleEndianHost = kHostIsLittleEndian) noexcept {
   if (!littleEndianHost) std::reverse(bytes.begin(), bytes.end());
   return bytes;
 }

@@ -28,7 +28,7 @@ void appendNumber(ByteBuffer& out, const Value& value) {
 }
 template <>
 inline void appendNumber<Boolean>(ByteBuffer& out, const Value& value) {
-  out.append(value.get<std::uint8_t>() != 0 ? trueByte : falseByte);
+  out.append(value.get<std::uint8_t>() != 0 ? kTrueByte : kFalseByte);
 }
 
 /// Appends a value of the row's type.
@@ -44,10 +44,10 @@ void encodePrimitive(ByteBuffer& out, const Value& value, bool elementMode) {
   }
   requireEntryStandardType<Row>(value.getMeta());
   if (!value.hasCell() || value.getMeta().getFlags() != ValueFlags::single) {
-    out.append(absentMark);
+    out.append(kAbsentMark);
     return;
   }
-  out.append(presentMark);
+  out.append(kPresentMark);
   appendNumber<Row>(out, value);
 }
 

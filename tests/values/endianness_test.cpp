@@ -10,7 +10,7 @@ TEST(Endianness, TheHostsOrderIsThatOfItsMemory) {
   const std::uint16_t number = 1;
   std::uint8_t first = 0;
   std::memcpy(&first, &number, 1);
-  EXPECT_EQ(hostIsLittleEndian, first == 1);
+  EXPECT_EQ(kHostIsLittleEndian, first == 1);
 }
 
 TEST(Endianness, TheMarkerOfLittleEndianDataIsInSmallLetters) {

@@ -12,21 +12,21 @@ namespace modeling::sylvan {
 
 namespace {
 
-constexpr std::size_t deepestIndentation = 40;
+constexpr std::size_t kDeepestIndentation = 40;
 
 void appendHex(std::string& text, unsigned char byte) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  text += digits[byte >> 4];
-  text += digits[byte & 15];
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  text += kDigits[byte >> 4];
+  text += kDigits[byte & 15];
 }
 
 void appendControl(std::string& text, char c) {
-  constexpr std::string_view named = "\b\f\n\r\t";
-  constexpr std::string_view letters = "bfnrt";
-  const std::size_t which = named.find(c);
+  constexpr std::string_view kNamed = "\b\f\n\r\t";
+  constexpr std::string_view kLetters = "bfnrt";
+  const std::size_t which = kNamed.find(c);
   if (which != std::string_view::npos) {
     text += '\\';
-    text += letters[which];
+    text += kLetters[which];
     return;
   }
   text += "\\u00";
@@ -46,9 +46,9 @@ void appendCharacter(std::string& text, char c, bool isUtf8) {
 
 template <class Number>
 std::string withMark(char mark, Number number) {
-  std::array<char, 40> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-  return std::string{mark, ' '}.append(digits.data(), end);
+  std::array<char, 40> kDigits;
+  const auto end = std::to_chars(kDigits.data(), kDigits.data() + kDigits.size(), number).ptr;
+  return std::string{mark, ' '}.append(kDigits.data(), end);
 }
 
 struct ToText {
@@ -102,8 +102,8 @@ void EventPrinter::end(SylvanEventCode code) {
 }
 
 void EventPrinter::print(std::string_view text, std::string_view detail) {
-  line_.assign(2 * std::min(depth_, deepestIndentation), ' ');
-  if (depth_ > deepestIndentation) line_.append("(").append(std::to_string(depth_)).append(") ");
+  line_.assign(2 * std::min(depth_, kDeepestIndentation), ' ');
+  if (depth_ > kDeepestIndentation) line_.append("(").append(std::to_string(depth_)).append(") ");
   line_.append(text);
   if (!detail.empty()) line_.append(" ").append(detail);
   line_ += '\n';

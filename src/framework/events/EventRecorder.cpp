@@ -12,8 +12,8 @@ namespace {
 // A record is a byte per event, the code in its low half. Events with a primitive have the kind of it in the
 // high half, and the primitive behind: nothing for null, a byte for a boolean, eight for a number, eight
 // for the length of a string and its bytes. Numbers stand as they do in memory: records do not leave it.
-constexpr unsigned kindShift = 4;
-constexpr unsigned codeMask = 15;
+constexpr unsigned kKindShift = 4;
+constexpr unsigned kCodeMask = 15;
 
 std::uint8_t* growBy(std::vector<std::uint8_t>& record, std::size_t bytes) {
   const std::size_t size = record.size();
@@ -48,9 +48,9 @@ class Player {
 
  private:
   void step(unsigned head) {
-    switch (static_cast<SylvanEventCode>(head & codeMask)) {
+    switch (static_cast<SylvanEventCode>(head & kCodeMask)) {
       case SylvanEventCode::startDocument:
-        return target_.startDocument(readPrimitive(head >> kindShift));
+        return target_.startDocument(readPrimitive(head >> kKindShift));
       case SylvanEventCode::endDocument:
         return target_.endDocument();
       case SylvanEventCode::startStruct:
@@ -58,7 +58,7 @@ class Player {
       case SylvanEventCode::endStruct:
         return target_.endStruct();
       case SylvanEventCode::startNamedEntry:
-        return target_.startNamedEntry(readPrimitive(head >> kindShift));
+        return target_.startNamedEntry(readPrimitive(head >> kKindShift));
       case SylvanEventCode::endNamedEntry:
         return target_.endNamedEntry();
       case SylvanEventCode::startSequence:
@@ -70,7 +70,7 @@ class Player {
       case SylvanEventCode::endMetadata:
         return target_.endMetadata();
       case SylvanEventCode::writePrimitive:
-        return target_.writePrimitive(readPrimitive(head >> kindShift));
+        return target_.writePrimitive(readPrimitive(head >> kKindShift));
     }
   }
 
@@ -163,7 +163,7 @@ void EventRecorder::record(SylvanEventCode code) {
 }
 
 void EventRecorder::record(SylvanEventCode code, const SylvanPrimitive& value) {
-  const auto head = static_cast<std::uint8_t>(value.index() << kindShift | static_cast<unsigned>(code));
+  const auto head = static_cast<std::uint8_t>(value.index() << kKindShift | static_cast<unsigned>(code));
   std::visit(
       [&](const auto& content) {
         if constexpr (std::is_same_v<decltype(content), const std::nullptr_t&>)

@@ -28,11 +28,11 @@ std::vector<std::uint32_t> findCircle(const Dependencies& needs, const std::vect
   if (first == left.end()) return {};
 
   // Whatever is left needs something that is left: going on from there must come back.
-  constexpr std::size_t unseen = static_cast<std::size_t>(-1);
-  std::vector<std::size_t> seenAt(needs.size(), unseen);
+  constexpr std::size_t kUnseen = static_cast<std::size_t>(-1);
+  std::vector<std::size_t> seenAt(needs.size(), kUnseen);
   std::vector<std::uint32_t> path;
   auto current = static_cast<std::uint32_t>(first - left.begin());
-  while (seenAt[current] == unseen) {
+  while (seenAt[current] == kUnseen) {
     seenAt[current] = path.size();
     path.push_back(current);
     current = *std::find_if(needs[current].begin(), needs[current].end(),

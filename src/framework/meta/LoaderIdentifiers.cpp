@@ -37,7 +37,7 @@ void RegistryLoader::collectTaken(const PropertyTable& table, Bottom& bottom) co
       failSharedIdentifier(table, property->identifier_);
     if (property->getOwner() == owner) continue;  // an owner's properties stand together
     owner = property->getOwner();
-    if (const std::size_t index = newIndexOf(owner); index != none) bottom.below[index].push_back(position);
+    if (const std::size_t index = newIndexOf(owner); index != kNone) bottom.below[index].push_back(position);
   }
 }
 

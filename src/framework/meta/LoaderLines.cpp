@@ -49,7 +49,7 @@ RegistryLoader::Heirs RegistryLoader::findHeirs() const {
     const Class::Impl* const made = types_[*it].classType;
     if (made == nullptr || made->supertypes_.empty()) continue;
     const Class first = made->supertypes_.front();
-    if (const std::size_t index = newIndexOf(first); index != none) below[index] += below[*it];
+    if (const std::size_t index = newIndexOf(first); index != kNone) below[index] += below[*it];
     if (known_.continued.contains(first.get())) continue;
     const auto [heir, added] = heirs.emplace(first.get(), *it);
     if (!added && below[*it] > below[heir->second]) heir->second = *it;

@@ -213,7 +213,7 @@ void RegistryLoader::requireNoDatatypesInThemselves() const {
     if (types_[i].structured == nullptr || types_[i].classType != nullptr) continue;
     for (const Property property : types_[i].structured->owned_) {
       if (!property->isStored() || !StructuredType(property->getType())) continue;
-      if (const std::size_t held = newIndexOf(property->getType()); held != none)
+      if (const std::size_t held = newIndexOf(property->getType()); held != kNone)
         holds[i].push_back(static_cast<std::uint32_t>(held));
     }
   }

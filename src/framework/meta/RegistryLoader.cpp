@@ -74,7 +74,7 @@ void RegistryLoader::collectPackages(const std::vector<PackageDefinition>& packa
   const auto wait = [&waiting](const std::vector<PackageDefinition>& nested, std::size_t parent) {
     for (auto it = nested.rbegin(); it != nested.rend(); ++it) waiting.push_back({&*it, parent});
   };
-  wait(packages, none);
+  wait(packages, kNone);
   while (!waiting.empty()) {
     const NewPackage next = waiting.back();
     waiting.pop_back();
@@ -84,8 +84,8 @@ void RegistryLoader::collectPackages(const std::vector<PackageDefinition>& packa
 }
 
 void RegistryLoader::createPackage(const PackageDefinition& definition, std::size_t parent) {
-  const std::string around = parent == none ? std::string() : made_.packages[parent].qualifiedName;
-  checkedName(definition.name, parent == none ? "package" : "package in " + around, "the name");
+  const std::string around = parent == kNone ? std::string() : made_.packages[parent].qualifiedName;
+  checkedName(definition.name, parent == kNone ? "package" : "package in " + around, "the name");
   PackageInfo info;
   info.name = definition.name;
   info.qualifiedName = join(around, definition.name);
@@ -221,7 +221,7 @@ void RegistryLoader::linkSupertypesOf(const NewType& type, std::vector<std::uint
     if (!seen.insert(supertype.get()).second)
       fail(describe(type), "the supertype " + quoted(name) + " is named twice");
     type.classType->supertypes_.push_back(Class(supertype));
-    if (const std::size_t index = newIndexOf(supertype); index != none) {
+    if (const std::size_t index = newIndexOf(supertype); index != kNone) {
       needs.push_back(static_cast<std::uint32_t>(index));
       hasSubclass_[index] = true;
     }
@@ -244,21 +244,21 @@ Type RegistryLoader::findTypeIn(std::string_view packageUri, std::string_view qu
 Type RegistryLoader::findFrom(std::size_t package, std::string_view qualifiedName) const {
   const Type first = findType(qualifiedName);
   if (!first || (made_.typesOfSharedNames.empty() && known_.typesOfSharedNames.empty())) return first;
-  for (; package != none; package = packages_[package].parent)
+  for (; package != kNone; package = packages_[package].parent)
     if (const Type here = findTypeIn(made_.packages[package].uri, qualifiedName)) return here;
   return first;
 }
 
 Type RegistryLoader::resolve(std::string_view name, std::size_t package) const {
   if (const Type found = findFrom(package, name)) return found;
-  for (std::size_t around = package; around != none; around = packages_[around].parent)
+  for (std::size_t around = package; around != kNone; around = packages_[around].parent)
     if (const Type found = findFrom(package, join(made_.packages[around].qualifiedName, name))) return found;
   return {};
 }
 
 std::size_t RegistryLoader::newIndexOf(Type type) const noexcept {
   const std::size_t firstNew = kStandardTypeCount + known_.types.size();
-  return type->getIndex() < firstNew ? none : type->getIndex() - firstNew;
+  return type->getIndex() < firstNew ? kNone : type->getIndex() - firstNew;
 }
 
 std::string RegistryLoader::describe(const NewType& type) const {
@@ -270,11 +270,11 @@ std::string RegistryLoader::describe(const NewType& owner, const PropertyDefinit
 }
 
 std::string RegistryLoader::describeCircle(const std::vector<std::uint32_t>& circle) const {
-  constexpr std::size_t shown = 10;
+  constexpr std::size_t kShown = 10;
   std::string text;
-  for (std::size_t i = 0; i < std::min(shown, circle.size()); ++i)
+  for (std::size_t i = 0; i < std::min(kShown, circle.size()); ++i)
     text += types_[circle[i]].type->getQualifiedNameUtf8() + ", ";
-  if (circle.size() > shown) text += "and " + std::to_string(circle.size() - shown) + " more, ";
+  if (circle.size() > kShown) text += "and " + std::to_string(circle.size() - kShown) + " more, ";
   return text + types_[circle.front()].type->getQualifiedNameUtf8();
 }
 

@@ -33,7 +33,7 @@ class RegistryLoader {
   static StandardTypeTable makeStandardTypes();
 
  private:
-  static constexpr std::size_t none = static_cast<std::size_t>(-1);
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
   struct NewPackage {
     const PackageDefinition* definition;

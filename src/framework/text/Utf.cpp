@@ -234,11 +234,6 @@ bool utf16ToUtf8(std::u16string_view in, std::string& out) {
   return finish(out, convert<char16_t, char>({position, out.data() + ascii}, in));
 }
 
-char* utf16ToUtf8(std::u16string_view in, char* out) {
-  if (copyShortAscii(in, out)) return out + in.size();
-  return convert<char16_t, char>({in.data(), out}, in);
-}
-
 std::string showAsUtf8(std::string_view in) {
   std::string out;
   utf8::replace_invalid(in.begin(), in.end(), std::back_inserter(out), kReplacement);

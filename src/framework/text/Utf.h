@@ -16,14 +16,6 @@ namespace fl::i18n::internal {
 /// @return false where a surrogate stands alone; `out` is then empty.
 [[nodiscard]] bool utf16ToUtf8(std::u16string_view in, std::string& out);
 
-/// Upper bound of the bytes per unit that the other utf16ToUtf8 writes.
-inline constexpr std::size_t kMostBytesPerUnit = 3;
-
-/// Writes the UTF-8 form of `in` into memory of the caller's.
-/// @param out has room for kMostBytesPerUnit bytes per unit of `in`, all of which may be written to.
-/// @return where the form ends; null where a surrogate stands alone.
-[[nodiscard]] char* utf16ToUtf8(std::u16string_view in, char* out);
-
 /// The same for texts that are only shown (messages, logs): U+FFFD stands for what is malformed, so
 /// that showing an error never fails for the text in it.
 std::u16string showAsUtf16(std::string_view in);

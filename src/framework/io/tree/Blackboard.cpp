@@ -4,7 +4,7 @@ namespace kr::zero::io::grammar {
 
 namespace {
 
-constexpr std::uint32_t nothingDropped = 2;
+constexpr std::uint32_t kNothingDropped = 2;
 
 void clear(KRGrammar::Blackboard::Stack& stack) {
   while (!stack.empty()) stack.pop();
@@ -20,7 +20,7 @@ KRGrammar::Blackboard::~Blackboard() = default;
 void KRGrammar::Blackboard::reset() {
   clear(states);
   clear(metadataStates);
-  metadataStates.push(nothingDropped);
+  metadataStates.push(kNothingDropped);
 }
 
 }  // namespace kr::zero::io::grammar
