@@ -252,13 +252,18 @@ class StructureCheck {
   }
 
   static bool hasOddQuotes(std::string_view text) {
-    constexpr std::size_t kBlock = 16;  // without branches, so that the compiler takes it at once
-    unsigned char odd = 0;
+    using Block = signed char __attribute__((vector_size(16)));  // one parity for each place of a block
+    Block odd{};
     std::size_t i = 0;
-    for (; text.size() - i >= kBlock; i += kBlock)
-      for (std::size_t k = 0; k < kBlock; ++k) odd ^= static_cast<unsigned char>(text[i + k] == '"');
-    for (; i < text.size(); ++i) odd ^= static_cast<unsigned char>(text[i] == '"');
-    return odd != 0;
+    for (; text.size() - i >= sizeof odd; i += sizeof odd) {
+      Block block;
+      std::memcpy(&block, text.data() + i, sizeof block);
+      odd ^= block == '"';
+    }
+    int sum = 0;
+    for (std::size_t place = 0; place < sizeof odd; ++place) sum ^= odd[place];
+    for (; i < text.size(); ++i) sum ^= text[i] == '"' ? -1 : 0;
+    return sum != 0;
   }
 
   /// Offset behind the quotation mark that closes the one at `open`, or the end of the text.
