@@ -28,9 +28,13 @@ IOFormatProvider::Format makeFormat() {
 void registerBinaryFormats() {
   auto direct = makeFormat<BinarySerializer, BinaryParser>();
   direct.fillsByteVectors = true;
+  direct.suffix = ".krb";
+  direct.beginning = std::string("\x01\x02kr");
   IOFormatProvider::registerFormat(IOFormatProvider::FORMAT_BINARY, std::move(direct));
-  IOFormatProvider::registerFormat(IOFormatProvider::FORMAT_BINARY_KRSYLVAN,
-                                   makeFormat<BinaryKRSylvanSerializer, BinaryKRSylvanParser>());
+  auto tagged = makeFormat<BinaryKRSylvanSerializer, BinaryKRSylvanParser>();
+  tagged.suffix = ".krt";
+  tagged.beginning = std::string("\x01\x20\x01\x30\x02kr");
+  IOFormatProvider::registerFormat(IOFormatProvider::FORMAT_BINARY_KRSYLVAN, std::move(tagged));
 }
 
 }  // namespace kr::zero::io

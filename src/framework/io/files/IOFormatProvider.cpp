@@ -33,6 +33,16 @@ std::shared_ptr<const Format> findFormat(const ustring& name) {
   return found->second;
 }
 
+/// The name of the first format that `matches` accepts.
+template <class Matches>
+ustring findName(Matches matches) {
+  Table& known = table();
+  const std::lock_guard lock(known.mutex);
+  for (const auto& [name, format] : known.formats)
+    if (matches(*format)) return name;
+  return {};
+}
+
 }  // namespace
 
 // The first statics of this library to be set up: static initialisers here and in libraries above use it.
@@ -55,6 +65,14 @@ std::vector<ustring> IOFormatProvider::getFormatNames() {
   std::vector<ustring> names;
   for (const auto& entry : known.formats) names.push_back(entry.first);
   return names;
+}
+
+ustring IOFormatProvider::findBySuffix(std::string_view path) {
+  return findName([&](const Format& f) { return !f.suffix.empty() && path.ends_with(f.suffix); });
+}
+
+ustring IOFormatProvider::findByContent(std::string_view bytes) {
+  return findName([&](const Format& f) { return !f.beginning.empty() && bytes.starts_with(f.beginning); });
 }
 
 IOFormatProvider::Format IOFormatProvider::getFormat(const ustring& name) { return *findFormat(name); }

@@ -2,9 +2,12 @@
 /// Formats by name: which serializer and parser belong to each.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "kr/zero/export.h"
@@ -29,11 +32,22 @@ class KR0_FRAMEWORK_API IOFormatProvider {
     /// Whether its serializers take byte vectors as output. Formats that collect their bytes anyway hand them
     /// over as a whole, which is faster than a stream.
     bool fillsByteVectors = false;
+    /// How the names of its files end (".krb"); empty for no ending of its own.
+    std::string suffix = {};
+    /// How every document begins that its serializers write; empty where that cannot be told.
+    std::string beginning = {};
   };
 
   /// Adds a format or replaces the one of that name.
+  /// @throws std::invalid_argument for one without serializer or parser.
   static void registerFormat(const ustring& name, Format format);
   static std::vector<ustring> getFormatNames();
+  /// The name of the format whose suffix a path has; an empty text for none.
+  static ustring findBySuffix(std::string_view path);
+  /// The name of the format whose documents begin like that; an empty text for none.
+  /// @param bytes the first ones of a document; kMostBeginning are enough.
+  static ustring findByContent(std::string_view bytes);
+  static constexpr std::size_t kMostBeginning = 64;
   /// What was registered under a name.
   /// @throws std::invalid_argument for a name that nobody registered.
   static Format getFormat(const ustring& name);

@@ -31,10 +31,12 @@ class KR0_FRAMEWORK_API ParseRefused : public std::runtime_error {
 /// Where only the folder could not be synchronised after the renaming, the failure says so: the new file
 /// is then in place. A program that sets a limit to its file sizes should ignore SIGXFSZ, as the signal
 /// ends it before a failure can be reported.
+/// @param format a name of IOFormatProvider; an empty one stands for the format whose suffix the path has,
+/// and
+///   for FORMAT_BINARY where there is none.
 /// @throws SerializeError and what the format raises; std::ios_base::failure with the path and the
 ///   system's reason where the file cannot be written.
-KR0_FRAMEWORK_API void saveModel(const Model& model, const ustring& path,
-                                 const ustring& format = IOFormatProvider::FORMAT_BINARY);
+KR0_FRAMEWORK_API void saveModel(const Model& model, const ustring& path, const ustring& format = {});
 
 /// The same for bytes that are there already.
 KR0_FRAMEWORK_API void writeFileAtomically(const ustring& path, std::string_view bytes);
@@ -44,9 +46,12 @@ KR0_FRAMEWORK_API void writeFileAtomically(const ustring& path, std::string_view
 KR0_FRAMEWORK_API void writeToDescriptor(int descriptor, std::string_view bytes);
 
 /// Reads a model from a file.
+/// @param format a name of IOFormatProvider; an empty one stands for what the file's first bytes say, and for
+///   FORMAT_BINARY where they say nothing. A pipe or a device is taken for FORMAT_BINARY: its bytes come
+///   once.
 /// @throws ParseRefused where the document is refused; otherwise what Parser::parse throws.
 KR0_FRAMEWORK_API Model loadModel(const ustring& path,
                                   const meta::MetaRegistry& registry = meta::MetaRegistry::instance(),
-                                  const ustring& format = IOFormatProvider::FORMAT_BINARY);
+                                  const ustring& format = {});
 
 }  // namespace kr::zero::io
