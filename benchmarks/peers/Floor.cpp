@@ -64,7 +64,7 @@ class Driver final : public Peer {
   void load(const Source& source) override { bytes_ = directDocument(source, registry_); }
   void write() override {}
   std::size_t size() const override { return bytes_.size(); }
-  void read() override { parser_.parseByteSequence(bytes_); }
+  void read() override { static_cast<void>(parser_.parseByteSequence(bytes_)); }
   void drop() override {}
   bool holds(const Content& content) override { return quiet_->getCalls() >= 4 * content.size(); }
 

@@ -46,6 +46,7 @@ template <class SourceType, class Input>
 void BinaryAssembler::readFrom(Input& input, const char* failure) {
   source_.reset();
   bytes_->detach();
+  ended_ = false;
   try {
     source_ = std::make_unique<SourceType>(input);
   } catch (const Error<kr0::io::CorruptInput>&) {
@@ -124,7 +125,10 @@ void BinaryAssembler::assemble() {
     if (isStreamEmpty()) return;
     if (itemsBeforeUnits_ != 0) --itemsBeforeUnits_;
     const unsigned char tag = getNextByte();
-    if (tag == tags::kEndDocument) return send([this] { processor_->endDocument(); });
+    if (tag == tags::kEndDocument) {
+      ended_ = true;
+      return send([this] { processor_->endDocument(); });
+    }
     assembleItem(tag);
   }
 }

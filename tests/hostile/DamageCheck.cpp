@@ -31,7 +31,7 @@ void DamageCheck::examine(const Bytes& bytes) {
   ++census_[static_cast<std::size_t>(outcome.ending)];
   ++examined_;
   EXPECT_TRUE(isDocumentedForBytes(outcome.ending)) << outcome;
-  const Model model = parser_->takeModel();
+  const Model model = parser_->getModelBuilder().takeModel();
   examineModel(model, outcome);
   if (outcome.ending == Ending::success && getCount(Ending::success) % 8 == 1) examineRoundTrip(model);
   if (examined_ % 64 == 0) examineParser();

@@ -110,10 +110,10 @@ TEST(Bounds, NothingOfADocumentStaysInTheParserOnceItsModelIsTaken) {
   for (const Generator& generator : generators()) {
     SCOPED_TRACE(generator.name);
     const Bytes bytes = generator.make(10000);
-    parser->takeModel();
+    parser->getModelBuilder().takeModel();
     const AllocationMeter meter;
     EXPECT_EQ(parseBytes(*parser, bytes).ending, generator.ending);
-    parser->takeModel();
+    parser->getModelBuilder().takeModel();
     EXPECT_EQ(parseBytes(*parser, goldenDocument("nothing")), (Outcome{Ending::success, {}}));
     // Buffers keep what they have grown to, in proportion to the largest document seen.
     EXPECT_LE(meter.getLiveBytes(), static_cast<std::ptrdiff_t>(memoryFloor + 32 * bytes.size()));

@@ -213,7 +213,7 @@ TEST(Case, ASecondElementInASingleCompositionIsRefusedAndTheFirstStays) {
                           .end()
                           .end();
   EXPECT_EQ(parseBytes(*parser, bytes).ending, Ending::refused);
-  const Model model = parser->takeModel();
+  const Model model = parser->getModelBuilder().takeModel();
   EXPECT_EQ(model.size(), 2u);
   EXPECT_EQ(model.getRoots().at(0).getElement("kid").getText("name"), "first");
 }
@@ -497,7 +497,7 @@ TEST(Case, AnEventTargetMayThrowAtAnyCall) {
         stopped = true;
       }
       // Whatever has arrived is a model, and the parser reads on.
-      const Model partial = parser->takeModel();
+      const Model partial = parser->getModelBuilder().takeModel();
       EXPECT_EQ(partial.clone().size(), partial.size());
       parser->setParseProcessor(std::make_unique<io::ParseProcessor>(customizer, parser->getModelBuilder()));
       ASSERT_EQ(parseBytes(*parser, golden.bytes), (Outcome{Ending::success, {}}));

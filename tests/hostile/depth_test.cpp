@@ -190,7 +190,7 @@ TEST(Depth, ADocumentThatOnlyOpensElementsIsRefused) {
     const Outcome outcome = parseBytes(*parser, openElements(deeper));
     EXPECT_EQ(outcome.ending, Ending::refused);
     EXPECT_LT(outcome.text.size(), 4000u);
-    EXPECT_EQ(parser->takeModel().size(), deeper);
+    EXPECT_EQ(parser->getModelBuilder().takeModel().size(), deeper);
   });
 }
 

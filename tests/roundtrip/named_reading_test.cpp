@@ -34,7 +34,7 @@ std::string readWith(BinaryKRSylvanParser& parser, const ParsingInput& input) {
   for (const std::string& problem : parser.getProblems()) seen += "\n" + problem;
   seen += "\n" + parser.describeFailure() + "\n";
   try {
-    return seen + test::writeTagged(parser.takeModel());
+    return seen + test::writeTagged(parser.getModelBuilder().takeModel());
   } catch (const SerializeError& failure) {  // of a read that broke off, some references were not resolved
     return seen + failure.what();
   }

@@ -11,7 +11,8 @@ namespace {
 
 Model throughTagged(const Model& model) {
   const auto parser = makeTaggedParser(sampleRegistry());
-  EXPECT_TRUE(parser->parse(io::ParsingInput::fromString(writeTagged(model))));
+  const std::string bytes = writeTagged(model);
+  EXPECT_TRUE(parser->parse(io::ParsingInput::fromString(bytes)));
   return parser->takeModel();
 }
 
@@ -45,7 +46,8 @@ TEST(TaggedSample, ReadsIntoAnotherRegistryOfTheSameMetaModel) {
   other.add(sampleDefinition());
   const Model model = sampleWithoutNegativeZero();
   const auto parser = makeTaggedParser(other);
-  ASSERT_TRUE(parser->parse(io::ParsingInput::fromString(writeTagged(model))));
+  const std::string bytes = writeTagged(model);
+  ASSERT_TRUE(parser->parse(io::ParsingInput::fromString(bytes)));
   EXPECT_EQ(findDifference(model, parser->takeModel()), std::nullopt);
 }
 

@@ -185,7 +185,7 @@ class Readers {
             processor.getPath(),
             processor.getDepth(),
             processor.getVersion(),
-            parser.takeModel()};
+            parser.getModelBuilder().takeModel()};
   }
 
   static void expectSame(const Ending& one, const Ending& other, const Bytes& bytes) {

@@ -57,7 +57,8 @@ void tellHowCutsEnd(const Model& model) {
   const auto parser = makeParser(model.getRegistry());
   for (std::size_t size = 0; size < bytes.size(); ++size) {
     try {
-      parser->parseByteSequence(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)));
+      static_cast<void>(
+          parser->parseByteSequence(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size))));
     } catch (const std::exception& e) {
       std::cout << e.what();
     }

@@ -48,6 +48,18 @@ TEST(Assembling, ADocumentMayStopAfterAnyItem) {
   EXPECT_EQ(reading.ending, "success");
 }
 
+TEST(Assembling, TellsWhetherTheDocumentCameToItsEndMark) {
+  modeling::sylvan::NullEventProcessor target;
+  BinaryAssembler assembler(&target);
+  EXPECT_FALSE(assembler.hasEnded());
+  assembler.visitString(littleHeader + fromHex("02"));
+  EXPECT_TRUE(assembler.hasEnded());
+  assembler.visitString(littleHeader);
+  EXPECT_FALSE(assembler.hasEnded());
+  assembler.visitString(littleHeader + fromHex("09 30 01 61 12 10"));
+  EXPECT_FALSE(assembler.hasEnded());
+}
+
 TEST(Assembling, NothingFailsBeforeAnyEvent) {
   const Reading reading = read("");
   EXPECT_EQ(reading.events, "");
@@ -266,7 +278,8 @@ TEST(Assembling, RefusesOtherInputs) {
   const auto endingFor = [&](const ParsingInput& input) {
     return endingOf([&] { input.visitInput(assembler); });
   };
-  EXPECT_EQ(endingFor(ParsingInput::fromUString(u"text")), "UstringNotSupported");
+  const ustring utf16 = u"text";
+  EXPECT_EQ(endingFor(ParsingInput::fromUString(utf16)), "UstringNotSupported");
   EXPECT_EQ(endingFor(ParsingInput::fromByteSequence(bytes)), "IntermediateFormatNotSupported");
   EXPECT_EQ(endingFor(ParsingInput::fromIntermediateFormat(&bytes)), "IntermediateFormatNotSupported");
   EXPECT_EQ(recorder.getCount(), 0u);

@@ -108,6 +108,9 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
 
   /// Bytes of the current or last document that were taken from its source.
   std::uint64_t getByteOffset() const noexcept;
+  /// Whether the last document came to its end mark. One that was cut behind an item ends without it, and
+  /// without an error.
+  bool hasEnded() const noexcept { return ended_; }
   /// What exactly was wrong where the last document ended in "CorruptInput", else an empty text.
   const char* getErrorDetail() const noexcept;
 
@@ -145,6 +148,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   tagged::UnitRoad* units_ = nullptr;  // null where events are all that may be sent; not owned
   std::size_t itemsBeforeUnits_ = 0;   // that are sent one by one, before units are tried again
   bool littleEndian_ = true;
+  bool ended_ = false;
   std::unique_ptr<Source> source_;
 
   std::unique_ptr<tagged::StreamBytes> bytes_;  // reads from the source

@@ -118,6 +118,12 @@ BulkParseProcessor* bulkOf(ParseProcessor& processor) {
 }
 
 void ParseProcessor::reset() { impl_->reset(); }
+
+void ParseProcessor::startOver() {
+  if (typeid(*this) != typeid(ParseProcessor)) impl_->reset();
+  reset();
+}
+
 void ParseProcessor::setVersion(const ustring& version) { impl_->version = version; }
 ParseCustomizer& ParseProcessor::getCustomizer() { return impl_->customizer; }
 

@@ -4,6 +4,8 @@
 #include <istream>
 #include <stdexcept>
 
+#include "io/NotNull.h"
+
 namespace kr::zero::io {
 
 /// Calls the parse hook of the kind of input.
@@ -28,22 +30,22 @@ class Parser::Dispatch final : public ParsingInput::Visitor {
 };
 
 Parser::Parser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder)
-    : customizer_(std::move(customizer)),
-      builder_(std::move(builder)),
+    : customizer_(internal::notNull(std::move(customizer), "a parser needs a customizer")),
+      builder_(internal::notNull(std::move(builder), "a parser needs a model builder")),
       processor_(std::make_unique<ParseProcessor>(*customizer_, *builder_)),
       span_("parse") {}
 
 Parser::~Parser() = default;
 
 void Parser::setParseProcessor(std::unique_ptr<ParseProcessor> processor) {
-  if (processor == nullptr) throw std::invalid_argument("a parser needs a processor");
-  processor_ = std::move(processor);
+  processor_ = internal::notNull(std::move(processor), "a parser needs a processor");
 }
 
 bool Parser::parse(const ParsingInput& input) {
   span_ = log::Span("parse");
+  accepted_ = false;
   processor_->setSpan(span_);
-  processor_->reset();
+  processor_->startOver();
   Dispatch dispatch(*this);
   input.visitInput(dispatch);
   if (dispatch.getResult()) finishParse();
@@ -53,7 +55,14 @@ bool Parser::parse(const ParsingInput& input) {
     if (!refused.empty()) processor_->addProblem(refused);
     if (processor_->getProblems().empty()) processor_->addProblem("the reader refused the document");
   }
-  return dispatch.getResult() && processor_->getProblems().empty();
+  return accepted_ = dispatch.getResult() && processor_->getProblems().empty();
+}
+
+Model Parser::takeModel() {
+  if (!accepted_)
+    throw std::logic_error("there is no model to take: no document was read, or the last was refused");
+  accepted_ = false;
+  return builder_->takeModel();
 }
 
 namespace {

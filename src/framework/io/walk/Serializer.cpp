@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "io/NotNull.h"
 #include "io/walk/BulkRoad.h"
 #include "io/walk/NamedRoad.h"
 #include "io/walk/PackageNames.h"
@@ -42,9 +43,9 @@ void walk(const ModelStore& store, internal::Passes& passes, Road road) {
 Serializer::Serializer(std::unique_ptr<ModelTraverser> traverser,
                        std::unique_ptr<SerializeCustomizer> customizer,
                        std::unique_ptr<EventProcessor> processor)
-    : traverser_(std::move(traverser)),
-      customizer_(std::move(customizer)),
-      processor_(std::move(processor)) {}
+    : traverser_(internal::notNull(std::move(traverser), "a serializer needs a traverser")),
+      customizer_(internal::notNull(std::move(customizer), "a serializer needs a customizer")),
+      processor_(internal::notNull(std::move(processor), "a serializer needs an event processor")) {}
 
 Serializer::~Serializer() = default;
 

@@ -83,6 +83,9 @@ class KR0_FRAMEWORK_API ParseProcessor {
   void setSpan(const log::Span& span);
 
  private:
+  friend class Parser;
+  /// Begins a document: reset(), and what this class keeps starts over even where an override forgets it.
+  void startOver();
   friend KR0_FRAMEWORK_API BulkParseProcessor* bulkOf(ParseProcessor& processor);
   struct Impl;
   std::unique_ptr<Impl> impl_;

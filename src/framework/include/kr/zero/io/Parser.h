@@ -22,6 +22,7 @@ namespace kr::zero::io {
 /// outcome.
 class KR0_FRAMEWORK_API Parser {
  public:
+  /// @throws std::invalid_argument for a collaborator that is null.
   Parser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder);
   virtual ~Parser();
   Parser(const Parser&) = delete;
@@ -34,14 +35,16 @@ class KR0_FRAMEWORK_API Parser {
   ///   getProblems() is not empty.
   /// @throws what the format raises for malformed input; ValueError; std::ios_base::failure for a
   ///   stream that fails while it is read.
-  bool parse(const ParsingInput& input);
-  bool parseFile(const ustring& path) { return parse(ParsingInput::fromFile(path)); }
-  bool parseByteSequence(const std::vector<std::uint8_t>& bytes) {
+  [[nodiscard]] bool parse(const ParsingInput& input);
+  [[nodiscard]] bool parseFile(const ustring& path) { return parse(ParsingInput::fromFile(path)); }
+  [[nodiscard]] bool parseByteSequence(const std::vector<std::uint8_t>& bytes) {
     return parse(ParsingInput::fromByteSequence(bytes));
   }
 
-  /// The model of the last parse, handed over.
-  Model takeModel() { return builder_->takeModel(); }
+  /// The model of the last parse, handed over. What a document that was refused left behind is
+  /// getModelBuilder()'s.
+  /// @throws std::logic_error where the last parse did not return true, or its model was taken already.
+  Model takeModel();
   ParsingModelBuilder& getModelBuilder() noexcept { return *builder_; }
   ParseProcessor* getParseProcessor() const noexcept { return processor_.get(); }
   /// Puts another processor in place (a recorder, say). It must not be null.
@@ -73,6 +76,7 @@ class KR0_FRAMEWORK_API Parser {
   std::unique_ptr<ParsingModelBuilder> builder_;
   std::unique_ptr<ParseProcessor> processor_;
   log::Span span_;
+  bool accepted_ = false;  // the last document, whose model is still here
 };
 
 }  // namespace kr::zero::io

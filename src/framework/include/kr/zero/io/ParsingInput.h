@@ -35,8 +35,12 @@ class KR0_FRAMEWORK_API ParsingInput {
   static ParsingInput fromStream(std::istream& stream);
   static ParsingInput fromString(const std::string& string);
   static ParsingInput fromUString(const ustring& string);
+  // A temporary would be gone before the parse.
+  static ParsingInput fromString(std::string&& string) = delete;
+  static ParsingInput fromUString(ustring&& string) = delete;
   static ParsingInput fromIntermediateFormat(const void* intermediate);
   static ParsingInput fromByteSequence(const std::vector<unsigned char>& bytes);
+  static ParsingInput fromByteSequence(std::vector<unsigned char>&& bytes) = delete;
 
   /// Calls the operation of the kind that this holds.
   void visitInput(Visitor& visitor) const;

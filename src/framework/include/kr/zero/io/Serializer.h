@@ -25,6 +25,7 @@ class KR0_FRAMEWORK_API SerializeError : public std::runtime_error {
 /// Owns its three collaborators. One walk at a time; may be used again after any outcome.
 class KR0_FRAMEWORK_API Serializer {
  public:
+  /// @throws std::invalid_argument for a collaborator that is null.
   Serializer(std::unique_ptr<ModelTraverser> traverser, std::unique_ptr<SerializeCustomizer> customizer,
              std::unique_ptr<EventProcessor> processor);
   virtual ~Serializer();
