@@ -37,7 +37,7 @@ layer_of() {
 # The framework's own layer of one of its files; "unknown" for a folder that has none.
 inner_layer_of() {
   case ${1#src/framework/} in
-    include/foundation/* | include/resource_core/* | include/kr/zero/export.h) echo foundation ;;
+    include/foundation/* | include/resource_core/* | include/kr/zero/export.h | include/kr/zero/Error.h) echo foundation ;;
     include/fl/* | include/kr/zero/ustring.h | include/kr/zero/TextHash.h) echo text ;;
     include/modeling/sylvan/grammar/*) echo rules ;;
     include/modeling/*) echo events ;;

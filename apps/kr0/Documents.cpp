@@ -1,20 +1,13 @@
 #include "Documents.h"
 
 #include <filesystem>
-#include <new>
-#include <stdexcept>
 
 #include "Errors.h"
 #include "Files.h"
-#include "kr/zero/io/BinaryKRSylvanParser.h"
-#include "kr/zero/io/BinaryKRSylvanSerializer.h"
 #include "kr/zero/io/BinaryParser.h"
-#include "kr/zero/io/BinarySerializer.h"
-#include "modeling/sylvan/grammar/GrammarException.h"
+#include "kr/zero/io/ModelFile.h"
 
 namespace kr::zero::tool {
-
-using modeling::sylvan::grammar::GrammarException;
 
 namespace {
 
@@ -35,72 +28,27 @@ class HeaderOnly final : public io::ParseCustomizer {
   std::vector<std::string> packages_;
 };
 
-std::unique_ptr<io::ParsingModelBuilder> makeBuilder() {
-  return std::make_unique<io::ParsingModelBuilder>(false);
-}
-
-// What went wrong and where, as one sentence: `place` may begin with a detail of its own.
-std::string sentence(std::string what, const std::string& place) {
-  if (what.ends_with('.')) what.pop_back();
-  if (place.empty() || what.find(place) != what.npos) return what;
-  const bool hasDetail = !place.starts_with("at byte") && !place.starts_with("in element");
-  return what + (hasDetail ? ": " : ", ") + place;
-}
-
-std::string firstOf(const std::vector<std::string>& problems) {
-  if (problems.empty()) return "the document was refused";
-  if (problems.size() == 1) return problems.front();
-  return problems.front() + " (and " + std::to_string(problems.size() - 1) + " more)";
-}
-
-// Runs the parser; every failure but a lack of memory becomes one sentence.
-bool parse(io::Parser& parser, const Document& document) {
-  try {
-    return parser.parseByteSequence(document.bytes);
-  } catch (const std::bad_alloc&) {
-    throw;
-  } catch (const std::exception& error) {
-    throw BadInput(document.name + ": " + sentence(reasonOf(error), parser.describeFailure()) +
-                   hintAt(document));
-  }
-}
-
-template <class SomeParser>
-Model readBinary(const Document& document, const MetaModels& metaModels) {
-  SomeParser parser(std::make_unique<io::ParseCustomizer>(metaModels.registry()), makeBuilder());
-  if (!parse(parser, document))
-    throw BadInput(document.name + ": " + sentence(firstOf(parser.getProblems()), parser.describeFailure()));
-  return parser.takeModel();
+const ustring& libraryName(Format format) {
+  return format == Format::krt ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
+                               : io::IOFormatProvider::FORMAT_BINARY;
 }
 
 std::string asXmi(const Model& model, const MetaModels& metaModels, ProgressBar& progress) {
   return ecore::writeXmi(model, metaModels.mapping(), progress.reporter());
 }
 
-std::string asBinary(const Model& model, const MetaModels& metaModels) {
-  io::BinarySerializer serializer;
-  serializer.getEventProcessor().setMetaRegistry(metaModels.registry());
-  std::vector<unsigned char> bytes;
-  serializer.serialize(model, io::SerializationOutput::toByteSequence(bytes));
-  return {bytes.begin(), bytes.end()};
-}
-
-std::string asTagged(const Model& model) {
+std::string asBinary(const Model& model, Format format) {
   std::string bytes;
-  io::BinaryKRSylvanSerializer().serialize(model, io::SerializationOutput::toString(bytes));
+  io::writeModel(model, bytes, {.format = libraryName(format)});
   return bytes;
 }
 
 std::string encode(const Model& model, const std::string& path, Format format, const MetaModels& metaModels,
                    ProgressBar& progress) {
   try {
-    if (format == Format::krb) return asBinary(model, metaModels);
-    if (format == Format::krt) return asTagged(model);
-    return asXmi(model, metaModels, progress);
-  } catch (const std::bad_alloc&) {
-    throw;
-  } catch (const std::exception& error) {
-    throw BadInput(path + ": cannot be written as " + std::string(nameOf(format)) + ", " + error.what());
+    return format == Format::xmi ? asXmi(model, metaModels, progress) : asBinary(model, format);
+  } catch (...) {
+    rethrowAsError({.file = path});
   }
 }
 
@@ -109,24 +57,13 @@ std::optional<Format> formatOfExtension(const std::string& path) {
   return formatNamed(extension.empty() ? std::string_view() : std::string_view(extension).substr(1));
 }
 
-// How every tagged document begins that a writer has made.
-bool looksTagged(std::string_view text) { return text.starts_with("\x01\x20\x01\x30\x02kr"); }
-
-bool looksDirect(std::string_view text) { return text.starts_with("\x01\x02kr"); }
-
 // What a document is by its content; nothing where that looks like no format at all.
 std::optional<Format> formatOfContent(const Document& document) {
-  const std::string_view text = document.text();
-  if (looksTagged(text)) return Format::krt;
-  if (looksDirect(text)) return Format::krb;
-  if (ecore::looksLikeXml(text)) return Format::xmi;
+  const ustring name = io::IOFormatProvider::findByContent(document.text());
+  if (name == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN) return Format::krt;
+  if (name == io::IOFormatProvider::FORMAT_BINARY) return Format::krb;
+  if (io::looksLikeXml(document.text())) return Format::xmi;
   return std::nullopt;
-}
-
-std::string joinNames(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
 }
 
 }  // namespace
@@ -148,13 +85,8 @@ Format outputFormat(const std::string& path) {
 }
 
 MetaModels::MetaModels(const std::vector<std::string>& paths)
-    : registry_(std::make_unique<meta::MetaRegistry>()) {
-  try {
-    mapping_ = ecore::loadMetaModels(paths, *registry_);
-  } catch (const meta::MetaError& error) {
-    throw BadInput(joinNames(paths) + ": " + error.what());
-  }
-}
+    : registry_(std::make_unique<meta::MetaRegistry>()),
+      mapping_(ecore::loadMetaModels({paths.begin(), paths.end()}, *registry_)) {}
 
 std::string_view Document::text() const {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -169,37 +101,30 @@ Document readDocument(const std::string& path, std::optional<Format> format, Pro
   return document;
 }
 
-// An unknown property number surfaces as the standard's complaint about a look-up table, which tells
-// a user nothing; neither do the grammar's processors that a failure came through.
-std::string reasonOf(const std::exception& error) {
-  if (dynamic_cast<const std::out_of_range*>(&error) != nullptr)
-    return "there is a property number that is not known at this place";
-  const std::string text = error.what();
-  if (dynamic_cast<const GrammarException*>(&error) != nullptr) return text.substr(text.rfind('\n') + 1);
-  return text;
-}
-
-std::string hintAt(const Document& document) {
-  const std::optional<Format> looks = formatOfContent(document);
-  if (!looks || *looks == document.format) return {};
-  if (*looks == Format::xmi) return " (it looks like XML)";
-  return " (it looks like " + std::string(nameOf(*looks)) + ")";
+io::FailedDocument asFailed(const Document& document) {
+  return {document.name, document.text(), libraryName(document.format)};
 }
 
 BinaryHeader readBinaryHeader(const Document& document) {
   auto customizer = std::make_unique<HeaderOnly>();
   const HeaderOnly& header = *customizer;
-  io::BinaryParser parser(std::move(customizer), makeBuilder());
-  parse(parser, document);
-  if (!header.reached()) throw BadInput(document.name + ": " + firstOf(parser.getProblems()));
+  io::BinaryParser parser(std::move(customizer), std::make_unique<io::ParsingModelBuilder>(false));
+  try {
+    static_cast<void>(parser.parseByteSequence(document.bytes));  // refused once the header was read
+  } catch (...) {
+    io::rethrowReadFailure(asFailed(document), parser);
+  }
+  if (!header.reached()) io::throwRefusal(asFailed(document), parser);
   return {toUtf8(parser.getParseProcessor()->getVersion()), header.packages()};
 }
 
 Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress) {
   progress.startStep("understanding " + document.name);
-  if (document.format == Format::krb) return readBinary<io::BinaryParser>(document, metaModels);
-  if (document.format == Format::krt) return readBinary<io::BinaryKRSylvanParser>(document, metaModels);
-  return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
+  if (document.format == Format::xmi)
+    return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
+  return io::readModel(
+      document.bytes,
+      {.registry = &metaModels.registry(), .format = libraryName(document.format), .name = document.name});
 }
 
 std::size_t writeModel(const Model& model, const std::string& path, Format format,

@@ -12,6 +12,7 @@
 #include "ProgressBar.h"
 #include "kr/zero/Model.h"
 #include "kr/zero/ecore/Ecore.h"
+#include "kr/zero/io/ReadFailure.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
 namespace kr::zero::tool {
@@ -30,7 +31,7 @@ Format outputFormat(const std::string& path);
 /// Meta models in a registry of their own.
 class MetaModels {
  public:
-  /// @throws BadInput where they cannot be taken in.
+  /// @throws Error where they cannot be taken in.
   explicit MetaModels(const std::vector<std::string>& paths);
   const meta::MetaRegistry& registry() const { return *registry_; }
   const ecore::Mapping& mapping() const { return *mapping_; }
@@ -59,21 +60,17 @@ struct BinaryHeader {
 /// .krt, .xmi), else what the content looks like.
 Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress);
 
-/// What to tell of a failure to read a document.
-std::string reasonOf(const std::exception& error);
+/// A binary document for what the library says of failures to read.
+io::FailedDocument asFailed(const Document& document);
 
-/// " (it looks like XML)": what to tell of a document that cannot be read as the format that it is taken
-/// for, but looks like another; else an empty text.
-std::string hintAt(const Document& document);
-
-/// @throws BadInput where the header is malformed.
+/// @throws Error where the header is malformed.
 BinaryHeader readBinaryHeader(const Document& document);
 
-/// @throws BadInput where the document is malformed or does not fit the meta models.
+/// @throws Error where the document is malformed or does not fit the meta models.
 Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress);
 
 /// Writes a model to a file or standard output; a failure leaves no file behind.
-/// @throws BadInput for a model that the format cannot express.
+/// @throws Error for a model that the format cannot express.
 /// @return the number of bytes written.
 std::size_t writeModel(const Model& model, const std::string& path, Format format,
                        const MetaModels& metaModels, ProgressBar& progress);

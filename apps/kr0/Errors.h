@@ -9,12 +9,6 @@ namespace kr::zero::tool {
 /// Exit codes of the program.
 enum ExitCode : int { exitDone = 0, exitBadInput = 1, exitWrongCall = 2 };
 
-/// What was read, or where the result should go, is at fault. One sentence: file, what, where.
-class BadInput : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 /// The call itself is at fault.
 class WrongCall : public std::runtime_error {
  public:

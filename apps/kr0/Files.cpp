@@ -34,8 +34,9 @@ class Descriptor {
   int number_;
 };
 
-[[noreturn]] void fail(const std::string& name, const char* deed) {
-  throw BadInput(name + ": cannot be " + deed + ", " + std::generic_category().message(errno));
+[[noreturn]] void failToRead(const std::string& name) {
+  const std::string reason = std::generic_category().message(errno);
+  throw Error(ErrorCode::unreadable, {.file = name, .problem = "cannot be read, " + reason});
 }
 
 std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name) {
@@ -50,7 +51,7 @@ std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name
     if (got > 0)
       bytes.insert(bytes.end(), piece, piece + got);
     else if (errno != EINTR)
-      fail(name, "read");
+      failToRead(name);
   }
 }
 
@@ -84,15 +85,13 @@ std::string inputName(const std::string& path) { return path == "-" ? "standard 
 std::vector<std::uint8_t> readInput(const std::string& path) {
   const std::string name = inputName(path);
   Descriptor file(path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) fail(name, "opened");
-  std::vector<std::uint8_t> bytes = readDescriptor(file.get(), name);
-  if (bytes.empty()) throw BadInput(name + ": there is nothing in it, it has 0 bytes");
-  return bytes;
+  if (file.get() < 0) failToRead(name);
+  return readDescriptor(file.get(), name);
 }
 
 void writeOutput(const std::string& path, std::string_view bytes) {
   if (path == "-") return writeStandardOutput(bytes);
-  writeForReader([&] { io::writeFileAtomically(toUstring(path), bytes); });
+  writeForReader([&] { io::writeFileAtomically(path, bytes); });
 }
 
 TextOut& TextOut::operator<<(std::string_view text) {

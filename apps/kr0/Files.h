@@ -17,7 +17,7 @@ void holdStandardStreams();
 std::string inputName(const std::string& path);
 
 /// The whole content of a file.
-/// @throws BadInput where it cannot be read, or is empty.
+/// @throws Error where it cannot be read.
 std::vector<std::uint8_t> readInput(const std::string& path);
 
 /// Puts a result in its place: a file is written all or nothing; a device, a pipe and what /dev/stdout or

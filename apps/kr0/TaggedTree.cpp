@@ -2,7 +2,6 @@
 #include <charconv>
 #include <cmath>
 #include <istream>
-#include <new>
 #include <stdexcept>
 #include <streambuf>
 #include <variant>
@@ -245,13 +244,6 @@ void assemble(const Document& document, io::BinaryAssembler& assembler) {
   assembler.visitStream(stream);
 }
 
-[[noreturn]] void fail(const Document& document, std::string what, const io::BinaryAssembler& assembler) {
-  const std::string detail = assembler.getErrorDetail();
-  if (what.ends_with('.')) what.pop_back();
-  throw BadInput(document.name + ": " + what + (detail.empty() ? "" : ": " + detail) + ", at byte " +
-                 std::to_string(assembler.getByteOffset()) + hintAt(document));
-}
-
 }  // namespace
 
 void checkTagged(const Document& document, TreeVisitor& visitor) {
@@ -260,12 +252,11 @@ void checkTagged(const Document& document, TreeVisitor& visitor) {
   io::BinaryAssembler assembler(&grammar);
   try {
     assemble(document, assembler);
-  } catch (const std::bad_alloc&) {
-    throw;
-  } catch (const std::exception& error) {
-    fail(document, reasonOf(error), assembler);
+    if (!tree.hasEnded()) throw std::runtime_error("the document ends without its end mark");
+  } catch (...) {
+    io::rethrowReadFailure(asFailed(document),
+                           {.byteOffset = assembler.getByteOffset(), .problem = assembler.getErrorDetail()});
   }
-  if (!tree.hasEnded()) fail(document, "the document ends without its end mark", assembler);
 }
 
 void visitTagged(const Document& document, TreeVisitor& visitor) {

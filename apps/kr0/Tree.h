@@ -56,7 +56,7 @@ void visitModel(const Model& model, TreeVisitor& visitor);
 
 /// Reads a tagged document to see that it is whole: its bytes, its texts and its shape.
 /// @param visitor hears of everything up to the first fault; ends may then not balance.
-/// @throws BadInput where it is not whole.
+/// @throws Error where it is not whole.
 void checkTagged(const Document& document, TreeVisitor& visitor);
 
 /// Walks a tagged document that checkTagged has found to be whole. A struct that has the entries of a

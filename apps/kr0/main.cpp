@@ -15,6 +15,7 @@
 #include "Errors.h"
 #include "Files.h"
 #include "Visible.h"
+#include "kr/zero/io/BinaryFormats.h"
 #include "kr/zero/log/Span.h"
 
 namespace kr::zero::tool {
@@ -125,6 +126,7 @@ int answer(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int perform(int count, char** arguments) {
+  io::registerBinaryFormats();
   Call call;
   CLI::App app("Stores models compactly: converts them, and tells what is in them.", "kr0");
   describe(app, call);

@@ -72,8 +72,8 @@ int main(int count, char** arguments) {
   defineTypes(kr::zero::meta::MetaRegistry::instance());
   kr::zero::Model model;
   fill(model);
-  kr::zero::io::saveModel(model, kr::zero::toUstring(path));
-  const kr::zero::Model again = kr::zero::io::loadModel(kr::zero::toUstring(path));
+  kr::zero::io::saveModel(model, path);
+  const kr::zero::Model again = kr::zero::io::loadModel(path);
   if (const auto difference = kr::zero::findDifference(model, again)) {
     std::cerr << *difference << '\n';
     return 1;

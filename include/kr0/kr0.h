@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kr/zero/DateTime.h"
+#include "kr/zero/Error.h"
 #include "kr/zero/Model.h"
 #include "kr/zero/Value.h"
 #include "kr/zero/io/BinaryAssembler.h"
@@ -17,6 +18,7 @@
 #include "kr/zero/io/Errors.h"
 #include "kr/zero/io/IOFormatProvider.h"
 #include "kr/zero/io/ModelFile.h"
+#include "kr/zero/io/ReadFailure.h"
 #include "kr/zero/io/TreeEvents.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
 #include "kr/zero/meta/MetaRegistry.h"

@@ -67,8 +67,7 @@ void Addresses::visitChildren(Element container, std::vector<Element>& waiting) 
 void Addresses::noteIds(Element element) {
   if (const auto identity = element.getIdentity(); isXmiId(identity)) {
     if (idUses_[std::string(identity->second)]++ != 0)
-      throw EcoreError(
-          join(element.getPath(), ": another element has the xmi:id ", inQuotes(identity->second)));
+      failToExpress(element.getPath(), join("another element has the xmi:id ", inQuotes(identity->second)));
   }
   const Feature* identifier = tables_.of(element.getType()).identifier();
   if (identifier == nullptr || element.getState(identifier->property) != PropertyState::value) return;

@@ -34,19 +34,19 @@ std::string lastSegment(std::string_view text) { return percentDecoded(text.subs
 
 }  // namespace
 
-EcoreFiles::EcoreFiles(const std::vector<std::string>& paths, const meta::MetaRegistry& registry)
+EcoreFiles::EcoreFiles(const std::vector<fs::path>& paths, const meta::MetaRegistry& registry)
     : registry_(registry) {
-  for (const std::string& path : paths) read(path);
+  for (const fs::path& path : paths) read(path);
   for (std::size_t file = 0; file < files_.size(); ++file) collectPackages(file);
 }
 
-void EcoreFiles::read(const std::string& path) {
+void EcoreFiles::read(const fs::path& path) {
   File file;
-  file.place = placeOf(fs::path(std::u8string(path.begin(), path.end())));
+  file.place = placeOf(path);
   for (const File& other : files_)
     if (other.place == file.place) return;
-  file.text = decodeXml(readFile(path), path);
-  const XmlDocument document(file.text, path);
+  file.text = decodeXml(readFile(path), path.string());
+  const XmlDocument document(file.text, path.string());
   file.content = readContent(document, ecoreSchema(), {});
   files_.push_back(std::move(file));
 }

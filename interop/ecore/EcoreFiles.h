@@ -44,7 +44,7 @@ class EcoreFiles {
  public:
   /// Reads the files; one that is named twice counts once.
   /// @throws EcoreError for a file that cannot be read or is not Ecore.
-  EcoreFiles(const std::vector<std::string>& paths, const meta::MetaRegistry& registry);
+  EcoreFiles(const std::vector<std::filesystem::path>& paths, const meta::MetaRegistry& registry);
 
   std::size_t size() const noexcept { return files_.size(); }
   const XmiContent& content(std::size_t file) const { return *files_[file].content; }
@@ -70,7 +70,7 @@ class EcoreFiles {
     std::unique_ptr<XmiContent> content;
   };
 
-  void read(const std::string& path);
+  void read(const std::filesystem::path& path);
   void collectPackages(std::size_t file);
   EcorePackage describe(std::size_t file, Element element, std::size_t parent) const;
   EcoreTarget followOut(std::size_t file, std::string_view uri, std::string_view fragment) const;

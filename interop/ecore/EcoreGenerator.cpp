@@ -51,7 +51,8 @@ class Generator {
   std::string write(std::string_view uri) {
     const auto root = std::find_if(packages_.begin(), packages_.end(),
                                    [&](const PackageInfo& package) { return package.uri == uri; });
-    if (root == packages_.end()) throw EcoreError(join("there is no package with the URI ", inQuotes(uri)));
+    if (root == packages_.end())
+      throw EcoreError(ErrorCode::misuse, join("there is no package with the URI ", inQuotes(uri)));
     root_ = &*root;
     out_ = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     for (auto it = root; it != packages_.end(); ++it)
@@ -70,7 +71,7 @@ class Generator {
   void attribute(std::string_view name, std::string_view value) {
     out_.append(" ").append(name).append("=\"");
     if (!appendAttributeText(out_, value))
-      throw EcoreError(join("the text ", inQuotes(value), " holds a character that XML does not have"));
+      failToExpress({}, join("the text ", inQuotes(value), " holds a character that XML does not have"));
     out_.append("\"");
   }
 
@@ -109,7 +110,7 @@ class Generator {
     if (const meta::Class classType(type); classType) return writeClass(classType);
     if (const meta::Enum enumeration(type); enumeration) return writeEnumeration(enumeration);
     if (!meta::PrimitiveType(type))
-      throw EcoreError(join("Ecore has no counterpart for the datatype ", type->getQualifiedNameUtf8()));
+      failToExpress({}, join("Ecore has no counterpart for the datatype ", type->getQualifiedNameUtf8()));
     beginClassifier("EDataType", type);
     attribute("instanceClassName", "java.lang.String");
     out_.append("/>\n");
@@ -130,8 +131,8 @@ class Generator {
 
   void writeClass(meta::Class type) {
     if (type->isUniversal() && root_->uri != kEcoreNamespace)
-      throw EcoreError(
-          join("Ecore has no counterpart for the universal class ", type->getQualifiedNameUtf8()));
+      failToExpress({},
+                    join("Ecore has no counterpart for the universal class ", type->getQualifiedNameUtf8()));
     beginClassifier("EClass", type);
     if (type->isAbstract()) attribute("abstract", "true");
     std::string supertypes;
@@ -190,8 +191,8 @@ class Generator {
     if (!primitive || primitive->getStandardType() == StandardType::none) return referenceTo(type);
     const char* name = ecoreNameOf(primitive->getStandardType());
     if (name == nullptr)
-      throw EcoreError(join("Ecore has no counterpart for the type ", type->getName(), " of property ",
-                            property->getOwner()->getQualifiedNameUtf8(), ".", property->getNameUtf8()));
+      failToExpress({}, join("Ecore has no counterpart for the type ", type->getName(), " of property ",
+                             property->getOwner()->getQualifiedNameUtf8(), ".", property->getNameUtf8()));
     return join("ecore:EDataType ", kEcoreNamespace, "#//", name);
   }
 

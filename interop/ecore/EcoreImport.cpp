@@ -49,7 +49,7 @@ void noteEcoreType(TypeUse& type, std::string_view packageUri, std::string_view 
 
 }  // namespace
 
-EcoreImport::EcoreImport(const std::vector<std::string>& paths, meta::MetaRegistry& registry)
+EcoreImport::EcoreImport(const std::vector<std::filesystem::path>& paths, meta::MetaRegistry& registry)
     : registry_(registry), files_(paths, registry) {}
 
 std::unique_ptr<const Mapping::Impl> EcoreImport::run() {
@@ -416,9 +416,23 @@ void EcoreImport::mapClassifier(Mapping::Impl& mapping, const Classifier& classi
   }
 }
 
-std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::string>& paths,
+namespace {
+
+std::string joinNames(const std::vector<std::filesystem::path>& paths) {
+  std::string names;
+  for (const std::filesystem::path& path : paths) names += (names.empty() ? "" : ", ") + path.string();
+  return names;
+}
+
+}  // namespace
+
+std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                               meta::MetaRegistry& registry) {
-  return std::make_shared<const Mapping>(EcoreImport(paths, registry).run());
+  try {
+    return std::make_shared<const Mapping>(EcoreImport(paths, registry).run());
+  } catch (...) {
+    rethrowAsError({.file = joinNames(paths)});
+  }
 }
 
 }  // namespace kr::zero::ecore

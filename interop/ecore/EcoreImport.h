@@ -39,7 +39,7 @@ struct TypeUse {
 
 class EcoreImport {
  public:
-  EcoreImport(const std::vector<std::string>& paths, meta::MetaRegistry& registry);
+  EcoreImport(const std::vector<std::filesystem::path>& paths, meta::MetaRegistry& registry);
 
   /// Fills the registry and says what goes beyond it.
   std::unique_ptr<const Mapping::Impl> run();

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "kr/zero/ecore/Ecore.h"
 
@@ -28,13 +29,21 @@ inline std::string inQuotes(std::string_view text) {
 }
 
 /// "books.xmi, line 12: what is wrong"
-[[noreturn]] inline void failAt(std::string_view document, std::size_t line, std::string_view what) {
-  throw EcoreError(join(document, ", line ", std::to_string(line), ": ", what));
+[[noreturn]] inline void failAt(std::string_view document, std::size_t line, std::string_view what,
+                                ErrorCode code = ErrorCode::doesNotFit) {
+  throw EcoreError(code, {.file = std::string(document), .line = line, .problem = std::string(what)});
 }
 
 /// "books.xmi: what is wrong"
-[[noreturn]] inline void failIn(std::string_view document, std::string_view what) {
-  throw EcoreError(join(document, ": ", what));
+[[noreturn]] inline void failIn(std::string_view document, std::string_view what,
+                                ErrorCode code = ErrorCode::doesNotFit) {
+  throw EcoreError(code, {.file = std::string(document), .problem = std::string(what)});
+}
+
+/// What Ecore or XMI has no form for. "/library/books[3].title: what is wrong"
+/// @param path empty: it is not a matter of one place.
+[[noreturn]] inline void failToExpress(std::string path, std::string problem) {
+  throw EcoreError(ErrorCode::inexpressible, {.path = std::move(path), .problem = std::move(problem)});
 }
 
 }  // namespace kr::zero::ecore

@@ -111,8 +111,9 @@ bool isSingle(double value) {
 std::string realText(Element element, const Feature& feature, std::size_t position) {
   const double value = element.getReal(feature.property, position);
   if (feature.mapping->isSinglePrecision && !isSingle(value))
-    throw EcoreError(join(element.getPath(), ".", feature.name(), ": the number ", formatReal(value, false),
-                          " does not fit into the 32 bits of an EFloat"));
+    failToExpress(
+        join(element.getPath(), ".", feature.name()),
+        join("the number ", formatReal(value, false), " does not fit into the 32 bits of an EFloat"));
   return formatReal(value, feature.mapping->isSinglePrecision);
 }
 
@@ -121,8 +122,9 @@ std::string_view literalText(Element element, const Feature& feature, std::size_
   const std::int64_t number = element.getInteger(feature.property, position);
   const meta::EnumLiteral* literal = type->findByNumber(number);
   if (literal == nullptr || type->findByText(literal->text) != literal)
-    throw EcoreError(join(element.getPath(), ".", feature.name(), ": the number ", std::to_string(number),
-                          " of enumeration ", describeType(feature), " has no text of its own"));
+    failToExpress(join(element.getPath(), ".", feature.name()),
+                  join("the number ", std::to_string(number), " of enumeration ", describeType(feature),
+                       " has no text of its own"));
   return literal->text;
 }
 

@@ -27,10 +27,14 @@ std::string declareUtf8(std::string text) {
 }  // namespace
 
 std::string writeEcore(const Mapping& mapping, std::string_view packageUri, bool withIdentifiers) {
-  const Mapping::Impl& impl = mapping.impl();
-  const SourceDocument* source = findSource(impl, packageUri);
-  if (source == nullptr) return generateEcore(*impl.registry, packageUri, withIdentifiers);
-  return declareUtf8(withIdentifiers ? pinIdentifiers(*source, *impl.registry) : source->text);
+  try {
+    const Mapping::Impl& impl = mapping.impl();
+    const SourceDocument* source = findSource(impl, packageUri);
+    if (source == nullptr) return generateEcore(*impl.registry, packageUri, withIdentifiers);
+    return declareUtf8(withIdentifiers ? pinIdentifiers(*source, *impl.registry) : source->text);
+  } catch (...) {
+    rethrowAsError({});
+  }
 }
 
 }  // namespace kr::zero::ecore

@@ -73,7 +73,8 @@ class Reader {
       while (!frames_.empty()) step();
       resolveAll();
     } catch (const ModelError& error) {
-      fail(error.what());
+      throw EcoreError(error.getCode() == ErrorCode::misuse ? ErrorCode::doesNotFit : error.getCode(),
+                       placed(error.getDetails()));
     }
     return std::move(content_);
   }
@@ -92,6 +93,13 @@ class Reader {
   };
 
   // Errors name the line of the XML element that is being looked at.
+  /// What a model says of a value, with the place in the document.
+  ErrorDetails placed(ErrorDetails details) const {
+    details.file = document_.name();
+    details.line = document_.lines().lineOf(XmlDocument::offsetOf(current_));
+    return details;
+  }
+
   [[noreturn]] void fail(std::string_view what) const { document_.fail(current_, what); }
 
   static std::string nameOf(const ClassTable& table, const Feature& feature) {

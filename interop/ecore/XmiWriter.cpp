@@ -49,7 +49,7 @@ class Writer {
   };
 
   [[noreturn]] static void fail(Element element, const Feature& feature, std::string_view what) {
-    throw EcoreError(join(element.getPath(), ".", feature.name(), ": ", what));
+    failToExpress(join(element.getPath(), ".", feature.name()), std::string(what));
   }
 
   // --- The document ----------------------------------------------------------------------------
@@ -84,7 +84,7 @@ class Writer {
     std::string document = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<";
     document.append(rootName_);
     if (!isPlainXml_) document.append(" ").append(prefixes_.of(kXmiNamespace)).append(":version=\"2.0\"");
-    if (!prefixes_.appendDeclarations(document)) throw EcoreError("the URI of a package has no form in XML");
+    if (!prefixes_.appendDeclarations(document)) failToExpress({}, "the URI of a package has no form in XML");
     return document.append(body_);
   }
 
@@ -94,7 +94,7 @@ class Writer {
     const std::string& name = mapping_.xmlNameOf(type);
     const std::string& uri = type->getPackageUriUtf8();
     if (mapping_.findPackage(uri) == nullptr || !isXmlName(name))
-      throw EcoreError(join("type ", type->getQualifiedNameUtf8(), " has no name in XML"));
+      failToExpress({}, join("type ", type->getQualifiedNameUtf8(), " has no name in XML"));
     return known = prefixes_.of(uri) + ":" + name;
   }
 
@@ -103,7 +103,7 @@ class Writer {
     if (!known.empty()) return known;
     const std::string_view name = feature.xmlName();
     const std::string& uri = feature.mapping->xmlNamespace;
-    if (!isXmlName(name)) throw EcoreError(join("feature ", feature.name(), " has no name in XML"));
+    if (!isXmlName(name)) failToExpress({}, join("feature ", feature.name(), " has no name in XML"));
     return known = uri.empty() ? std::string(name) : join(prefixes_.of(uri), ":", name);
   }
 
@@ -229,7 +229,7 @@ class Writer {
   void attribute(Element element, std::string_view name, std::string_view text) {
     beginAttribute(name);
     if (!appendAttributeText(body_, text))
-      throw EcoreError(join(element.getPath(), ": the ", name, " holds a character that XML does not have"));
+      failToExpress(element.getPath(), join("the ", name, " holds a character that XML does not have"));
     body_.append("\"");
   }
 
@@ -355,7 +355,11 @@ class Writer {
 }  // namespace
 
 std::string writeXmi(const Model& model, const Mapping& mapping, const Progress& progress) {
-  return Writer(model, mapping.impl(), progress).write();
+  try {
+    return Writer(model, mapping.impl(), progress).write();
+  } catch (...) {
+    rethrowAsError({});
+  }
 }
 
 }  // namespace kr::zero::ecore

@@ -23,10 +23,10 @@ XmlDocument::XmlDocument(std::string text, std::string_view name, bool keepsBlan
   const pugi::xml_parse_result result =
       document_.load_buffer_inplace(text_.data(), text_.size(), kParseFlags | blanks, pugi::encoding_utf8);
   if (result.status == pugi::status_no_document_element || (result && !root()))
-    failIn(name_, "it is empty: there is no root element");
+    failIn(name_, "it is empty: there is no root element", ErrorCode::foreign);
   if (!result)
     failAt(name_, lines_.lineOf(static_cast<std::size_t>(result.offset)),
-           join("it is not well-formed XML: ", result.description()));
+           join("it is not well-formed XML: ", result.description()), ErrorCode::damaged);
 }
 
 void XmlDocument::fail(pugi::xml_node element, std::string_view what) const {

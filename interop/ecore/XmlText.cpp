@@ -43,7 +43,7 @@ std::string convert(std::string_view bytes, const std::string& encoding, std::st
   });
   iconv_t handle = plausible ? iconv_open("UTF-8", encoding.c_str()) : reinterpret_cast<iconv_t>(-1);
   if (handle == reinterpret_cast<iconv_t>(-1))
-    failIn(name, join("the encoding ", inQuotes(encoding), " is not known"));
+    failIn(name, join("the encoding ", inQuotes(encoding), " is not known"), ErrorCode::damaged);
   const std::unique_ptr<void, IconvCloser> closer(handle);
 
   std::string converted;
@@ -57,7 +57,8 @@ std::string convert(std::string_view bytes, const std::string& encoding, std::st
     converted.append(piece, 0, piece.size() - outLeft);
     if (result == static_cast<std::size_t>(-1) && errno != E2BIG)
       failIn(name,
-             join("the bytes from offset ", std::to_string(bytes.size() - inLeft), " on are not ", encoding));
+             join("the bytes from offset ", std::to_string(bytes.size() - inLeft), " on are not ", encoding),
+             ErrorCode::damaged);
   }
   return converted;
 }
@@ -154,7 +155,7 @@ class StructureCheck {
 
  private:
   [[noreturn]] void fail(std::size_t offset, std::string_view what) const {
-    failAt(name_, lines_.lineOf(offset), what);
+    failAt(name_, lines_.lineOf(offset), what, ErrorCode::damaged);
   }
 
   /// 1 for a byte that is neither a printable character of ASCII nor a blank; without branches, so that the
@@ -338,9 +339,9 @@ std::size_t LineTable::lineOf(std::size_t offset) const {
   return static_cast<std::size_t>(after - starts_.begin()) + 1;
 }
 
-std::string readFile(const std::string& path) {
+std::string readFile(const std::filesystem::path& path) {
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-  if (!file) failIn(path, join("it cannot be opened: ", std::strerror(errno)));
+  if (!file) failIn(path.string(), join("cannot be read, ", std::strerror(errno)), ErrorCode::unreadable);
   std::string bytes;
   char piece[std::size_t{1} << 16];
   for (;;) {
@@ -348,7 +349,8 @@ std::string readFile(const std::string& path) {
     bytes.append(piece, count);
     if (count < sizeof piece) break;
   }
-  if (std::ferror(file.get()) != 0) failIn(path, join("it cannot be read: ", std::strerror(errno)));
+  if (std::ferror(file.get()) != 0)
+    failIn(path.string(), join("cannot be read, ", std::strerror(errno)), ErrorCode::unreadable);
   return bytes;
 }
 
@@ -373,7 +375,8 @@ std::string decodeXml(std::string bytes, std::string_view name) {
   }
   const std::string encoding = upperCase(declaredEncoding(bytes));
   if (encoding.empty() || encoding == "UTF-8" || encoding == "UTF8") return bytes;
-  if (!isByteEncoding(encoding)) failIn(name, join("it says that it is in ", encoding, ", but it is not"));
+  if (!isByteEncoding(encoding))
+    failIn(name, join("it says that it is in ", encoding, ", but it is not"), ErrorCode::damaged);
   return convert(bytes, encoding, name);
 }
 

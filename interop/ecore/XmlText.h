@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,7 +57,7 @@ class LineTable {
 /// The bytes of a file.
 /// @param path UTF-8.
 /// @throws EcoreError with the path and the system's reason.
-std::string readFile(const std::string& path);
+std::string readFile(const std::filesystem::path& path);
 
 /// The encoding that a document's XML declaration names; empty where there is none. Views into `text`.
 std::string_view declaredEncoding(std::string_view text);

@@ -33,4 +33,8 @@ void ByteReader::failCorrupt(const char* detail) const {
   errors::raiseWithSpan<kr0::io::CorruptInput>(errors::corruptInput(), span_, detail);
 }
 
+void ByteReader::noteDetail(const std::string& detail) const {
+  span_->addContext(foundation::log::logging_event_types::error, "error-message", detail);
+}
+
 }  // namespace kr::zero::io

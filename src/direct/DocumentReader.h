@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -13,6 +14,10 @@
 #include "values/ValueBytes.h"
 
 namespace kr::zero::io {
+
+/// Why a number is no property's, for a message.
+/// @param type of the innermost element; null: none is open.
+std::string describeUnknownProperty(const meta::StructuredType::Impl* type, std::uint64_t identifier);
 
 /// Knows bytes and nothing of models: what it finds goes to a target, NamedTarget or BulkTarget, which also
 /// says what a property is.
@@ -65,13 +70,14 @@ class DocumentReader {
 
   [[gnu::always_inline]] KnownProperty& findProperty(Cursor& cursor, std::uint64_t identifier) {
     cursor.sync();
-    if (innerType_ == nullptr) failUnknownProperty();
+    if (innerType_ == nullptr) failUnknownProperty(identifier);
     const std::size_t slot = innerType_->findIdentifier(identifier);
-    if (slot == meta::StructuredType::Impl::npos) failUnknownProperty();
+    if (slot == meta::StructuredType::Impl::npos) failUnknownProperty(identifier);
     return innerProperties_[slot];
   }
 
-  [[noreturn]] static void failUnknownProperty() {
+  [[noreturn]] [[gnu::noinline]] void failUnknownProperty(std::uint64_t identifier) const {
+    reader_.noteDetail(describeUnknownProperty(innerType_, identifier));
     throw std::out_of_range("invalid unordered_map<K, T> key");
   }
 

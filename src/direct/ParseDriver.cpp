@@ -1,8 +1,11 @@
 #include "direct/ParseDriver.h"
 
+#include <stdexcept>
+
 #include "direct/DocumentReader.h"
 #include "direct/NamedTarget.h"
 #include "values/Endianness.h"
+#include "values/PrimitiveDecoding.h"
 
 // A framework may know the named operations only.
 #if __has_include("kr/zero/io/BulkParseProcessor.h")
@@ -15,7 +18,12 @@
 namespace kr::zero::io {
 
 bool BinaryParseContext::parseBinary() {
-  if (!readHeader() || !readElements()) return false;
+  try {
+    if (!readHeader() || !readElements()) return false;
+  } catch (const std::runtime_error& error) {
+    if (values::isInvalidInput(error)) reader_.noteDetail("Number cut short");
+    throw;
+  }
   processor_.processDeferred();
   return true;
 }
@@ -36,6 +44,14 @@ bool BinaryParseContext::readElements() {
     return DocumentReader<BulkTarget>(reader_, BulkTarget(*bulk), customizer).readElements();
 #endif
   return DocumentReader<NamedTarget>(reader_, NamedTarget(processor_), customizer).readElements();
+}
+
+std::string describeUnknownProperty(const meta::StructuredType::Impl* type, std::uint64_t identifier) {
+  const std::string number = "the number " + std::to_string(identifier);
+  if (type == nullptr) return "a property with " + number + " stands outside of any element";
+  return "class " + type->getQualifiedNameUtf8() + " of the package " + type->getPackageUriUtf8() +
+         " has no property with " + number +
+         ": another version of the meta model wrote the document, or it is damaged";
 }
 
 }  // namespace kr::zero::io

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <type_traits>
 
 #include "kr/zero/Value.h"
@@ -25,6 +26,8 @@ struct ParseState {
 
 /// @throws std::runtime_error "Invalid input of decodePrimitiveFromBinaryInLittleEndian"
 [[noreturn]] void raiseInvalidInput();
+/// Whether that is what an exception says, which has no type of its own.
+bool isInvalidInput(const std::exception& error) noexcept;
 
 /// Reads a number at the cursor and moves the cursor behind it.
 ///

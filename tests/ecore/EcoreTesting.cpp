@@ -60,7 +60,7 @@ std::string expandTypes(std::string text) {
 MetaModels load(const std::vector<std::string>& paths) {
   MetaModels models;
   models.registry = std::make_unique<meta::MetaRegistry>();
-  models.mapping = ecore::loadMetaModels(paths, *models.registry);
+  models.mapping = ecore::loadMetaModels({paths.begin(), paths.end()}, *models.registry);
   return models;
 }
 

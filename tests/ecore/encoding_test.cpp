@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "EcoreTesting.h"
+#include "kr/zero/io/ReadFailure.h"
 #include "kr/zero/ustring.h"
 
 namespace kr::zero::test {
@@ -81,14 +82,14 @@ TEST(Encodings, LinesEndInAnyOfThreeWays) {
 }
 
 TEST(LooksLikeXml, TellsXmlFromTheBinaryFormats) {
-  EXPECT_TRUE(ecore::looksLikeXml("<a/>"));
-  EXPECT_TRUE(ecore::looksLikeXml(" \r\n\t<?xml"));
-  EXPECT_TRUE(ecore::looksLikeXml(std::string(bom) + "<a"));
-  EXPECT_TRUE(ecore::looksLikeXml(utf16("<a/>", true, true)));
-  EXPECT_TRUE(ecore::looksLikeXml(utf16("<a/>", false, false)));
-  EXPECT_FALSE(ecore::looksLikeXml(""));
-  EXPECT_FALSE(ecore::looksLikeXml("  "));
-  EXPECT_FALSE(ecore::looksLikeXml(std::string("\x01\x02kr", 4)));
+  EXPECT_TRUE(io::looksLikeXml("<a/>"));
+  EXPECT_TRUE(io::looksLikeXml(" \r\n\t<?xml"));
+  EXPECT_TRUE(io::looksLikeXml(std::string(bom) + "<a"));
+  EXPECT_TRUE(io::looksLikeXml(utf16("<a/>", true, true)));
+  EXPECT_TRUE(io::looksLikeXml(utf16("<a/>", false, false)));
+  EXPECT_FALSE(io::looksLikeXml(""));
+  EXPECT_FALSE(io::looksLikeXml("  "));
+  EXPECT_FALSE(io::looksLikeXml(std::string("\x01\x02kr", 4)));
 }
 
 }  // namespace

@@ -415,7 +415,7 @@ TEST(TaggedFormat, ASaveThatFailsLeavesTheOldFile) {
   model.createRoot("sample.Item").setIdentity("a", "b");
   const std::string path = test::temporaryPath("kept.krt");
   test::writeFile(path, "old");
-  EXPECT_THROW(saveModel(model, toUstring(path), IOFormatProvider::FORMAT_BINARY_KRSYLVAN), SerializeError);
+  EXPECT_THROW(saveModel(model, toUstring(path), IOFormatProvider::FORMAT_BINARY_KRSYLVAN), zero::Error);
   EXPECT_EQ(test::readFile(path), "old");
 }
 

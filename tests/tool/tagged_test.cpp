@@ -91,7 +91,7 @@ void expectRefusedByEveryVerb(const std::string& bytes, const testing::Matcher<c
     EXPECT_EQ(ended.out, "");
     EXPECT_THAT(ended.err, what);
   }
-  expectRefused(kr0({"cat", "-"}, bytes), testing::AllOf(what, HasSubstr(", at byte ")));
+  expectRefused(kr0({"cat", "-"}, bytes), testing::AllOf(what, HasSubstr(", byte ")));
   expectRefused(kr0({"info", "-"}, bytes), what);
 }
 
@@ -222,7 +222,7 @@ TEST(Tagged, ACutDocumentIsRefusedByEveryVerbWithTheByte) {
   const std::string folder = freshFolder(), path = folder + "/cut.krt", results = freshFolder();
   for (std::size_t size = 1; size < whole.size(); size += 509) {
     writeFile(path, whole.substr(0, size));
-    const auto named = testing::AllOf(HasSubstr("cut.krt: "), HasSubstr("byte " + std::to_string(size)));
+    const auto named = HasSubstr("cut.krt, byte " + std::to_string(size));
     expectRefused(kr0({"info", path}), named);
     expectRefused(kr0({"cat", path}), named);
     expectRefused(kr0({"cat", path, "--events"}), named);
@@ -233,15 +233,17 @@ TEST(Tagged, ACutDocumentIsRefusedByEveryVerbWithTheByte) {
 
 TEST(Tagged, ADocumentCutBehindItsLastElementIsRefused) {
   const std::string whole = readFile(libraryKrt());
-  expectRefused(kr0({"cat", "-"}, whole.substr(0, whole.size() - 1)),
-                HasSubstr("ends without its end mark, at byte " + std::to_string(whole.size() - 1)));
+  expectRefused(
+      kr0({"cat", "-"}, whole.substr(0, whole.size() - 1)),
+      HasSubstr(", byte " + std::to_string(whole.size() - 1) + ": the document ends without its end mark"));
 }
 
 TEST(Tagged, AMalformedTextIsRefusedBeforeAnythingIsPrinted) {
   std::string bytes = readFile(libraryKrt());
   bytes[bytes.find("Riverside")] = '\xFF';
   for (const char* flag : {"--json", "--events", "--verbose"})
-    expectRefused(kr0({"cat", "-", flag}, bytes), HasSubstr("a text is not well-formed UTF-8, at byte "));
+    expectRefused(kr0({"cat", "-", flag}, bytes),
+                  testing::ContainsRegex(", byte [0-9]+: a text is not well-formed UTF-8"));
 }
 
 TEST(Tagged, ADocumentOfTheOtherBinaryFormatIsPointedOut) {
@@ -260,7 +262,7 @@ TEST(Tagged, AValueOutOfRangeNamesElementAndProperty) {
   bytes.replace(at, entry.size() + 2, std::string("\x09\x30\x05pages\x27", 9) + std::string(8, '\x7F'));
   expectRefused(kr0({"convert", "-", "-", "--to", "xmi", "-m", libraryEcore()}, bytes),
                 testing::AllOf(HasSubstr("/library/books[0].pages: "),
-                               HasSubstr("out of the range of its type "), HasSubstr("at byte ")));
+                               HasSubstr("out of the range of its type "), HasSubstr(", byte ")));
 }
 
 TEST(Tagged, NothingThatATerminalWouldObeyIsPrinted) {
@@ -304,11 +306,10 @@ TEST(Tagged, NumbersAreWholeUpToTheirEnds) {
 }
 
 TEST(Tagged, WhatFailsInTheGrammarIsToldWithoutItsProcessors) {
-  expectRefusedByEveryVerb(
-      header + "\x03\x04\x02",
-      HasSubstr("standard input: expected StartMetadata, found StartStruct, at byte 8\n"));
+  expectRefusedByEveryVerb(header + "\x03\x04\x02",
+                           HasSubstr("standard input, byte 8: expected StartMetadata, found StartStruct\n"));
   expectRefused(kr0({"convert", "-", "-", "--to", "xmi", "-m", libraryEcore()}, header + "\x03\x04\x02"),
-                HasSubstr("standard input: expected StartMetadata, found StartStruct, at byte 8\n"));
+                HasSubstr("standard input, byte 8: expected StartMetadata, found StartStruct\n"));
 }
 
 TEST(Tagged, ANameThatIsNoTextIsRefused) {

@@ -12,7 +12,7 @@
 namespace kr::zero::meta {
 
 [[noreturn]] inline void fail(const std::string& where, const std::string& what) {
-  throw MetaError(where + ": " + what);
+  throw MetaError({.path = where, .problem = what});
 }
 
 inline std::string quoted(std::string_view name) { return '"' + std::string(name) + '"'; }

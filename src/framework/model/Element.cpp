@@ -33,7 +33,7 @@ struct Target {
   const PropertyRecord& property() const { return record->use->property(slot); }
 
   [[noreturn]] void fail(const std::string& what) const {
-    throw ModelError(pathOf(store, record) + "." + property().getNameUtf8() + ": " + what);
+    throw ModelError({.path = pathOf(store, record) + "." + property().getNameUtf8(), .problem = what});
   }
   std::string typeName() const { return property().getType()->getQualifiedNameUtf8(); }
 
@@ -72,10 +72,11 @@ struct Target {
 
 [[noreturn]] void failToLocate(const ModelStore* store, const ElementRecord* record, const PropertyKey& key) {
   if (record == nullptr) throw ModelError("an empty element handle has no properties");
-  const std::string where = pathOf(*store, record) + ": type " + record->use->type->getQualifiedNameUtf8();
-  if (const meta::Property property = key.getProperty(); property)
-    throw ModelError(where + " does not have that property \"" + property->getNameUtf8() + "\"");
-  throw ModelError(where + " has no property \"" + std::string(key.getName()) + "\"");
+  const meta::Property property = key.getProperty();
+  const std::string lack = property ? " does not have that property \"" + property->getNameUtf8()
+                                    : " has no property \"" + std::string(key.getName());
+  throw ModelError({.path = pathOf(*store, record),
+                    .problem = "type " + record->use->type->getQualifiedNameUtf8() + lack + '"'});
 }
 
 inline Target locate(ModelStore* store, ElementRecord* record, const PropertyKey& key) {
@@ -266,7 +267,7 @@ std::optional<Identity> Element::getIdentity() const {
 }
 
 void Element::setIdentity(std::string_view first, std::string_view second) {
-  const auto fail = [this](const char* what) { throw ModelError(getPath() + ": " + what); };
+  const auto fail = [this](const char* what) { throw ModelError({.path = getPath(), .problem = what}); };
   if (record_->isDatatype()) fail("a datatype value has no identity");
   if (first.empty() || second.empty()) fail("both parts of an identity must hold text");
   if (first == "#") fail("identities that begin with \"#\" are kept for documents");

@@ -12,6 +12,6 @@ int main() {
   types.registerIn(kr::zero::meta::MetaRegistry::instance());
   kr::zero::Model model;
   model.createRoot("consumer.Note").set("text", "it came back");
-  kr::zero::io::saveModel(model, u"note.krb");
-  std::cout << kr::zero::io::loadModel(u"note.krb").getRoots().at(0).getText("text") << '\n';
+  kr::zero::io::saveModel(model, "note.krb");
+  std::cout << kr::zero::io::loadModel("note.krb").getRoots().at(0).getText("text") << '\n';
 }

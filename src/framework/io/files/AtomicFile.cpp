@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
-#include "fl/filesystem/path.h"
 #include "io/files/Descriptor.h"
 #include "io/files/IoFailure.h"
 #include "kr/zero/io/ModelFile.h"
@@ -182,8 +182,9 @@ bool mayBeWritten(const std::string& path) {
 
 }  // namespace
 
-void writeFileAtomically(const ustring& path, std::string_view bytes) {
-  const std::string named = fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path);
+void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {
+  const std::string named = path.string();
+  if (named.find('\0') != named.npos) throw std::invalid_argument("path holds a NUL");
   const Target target = followLinks(named);
   if (target.descriptor) {
     if (!internal::writeAll(*target.descriptor, bytes)) failToWrite(named);

@@ -1,23 +1,28 @@
 #include "kr/zero/io/ModelFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
-#include <filesystem>
+#include <exception>
 #include <fstream>
+#include <istream>
+#include <ostream>
 #include <sstream>
-#include <string>
-#include <vector>
+#include <system_error>
+#include <utility>
 
-#include "fl/filesystem/path.h"
+#include "kr/zero/io/ReadFailure.h"
 
 namespace kr::zero::io {
 
 namespace {
 
-constexpr std::size_t kMaxListedProblems = 10;
+using zero::Error;
 
-std::vector<unsigned char> serializeToBytes(const Model& model, Serializer& serializer) {
-  std::vector<unsigned char> bytes;
+// --- Writing
+
+std::vector<std::uint8_t> serializeToBytes(const Model& model, Serializer& serializer) {
+  std::vector<std::uint8_t> bytes;
   serializer.serialize(model, SerializationOutput::toByteSequence(bytes));
   return bytes;
 }
@@ -29,54 +34,190 @@ std::ostringstream serializeToStream(const Model& model, Serializer& serializer)
   return stream;
 }
 
-std::string describeRefusal(const ustring& path, const std::vector<std::string>& problems) {
-  std::string text = "\"" + toUtf8(path) + "\" was refused";
-  const char* separator = ": ";
-  const std::size_t listed = std::min(problems.size(), kMaxListedProblems);
-  for (std::size_t i = 0; i < listed; ++i) {
-    text += separator + problems[i];
-    separator = "; ";
-  }
-  if (listed < problems.size()) text += "; and " + std::to_string(problems.size() - listed) + " more";
-  return text;
-}
-
-/// The first bytes of a regular file; none where it cannot be read.
-std::string readBeginning(const ustring& path) {
-  std::error_code ignored;
-  const std::filesystem::path native(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path));
-  if (!std::filesystem::is_regular_file(native, ignored)) return {};
-  std::ifstream file(native, std::ios::binary);
-  std::string bytes(IOFormatProvider::kMostBeginning, '\0');
-  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  bytes.resize(static_cast<std::size_t>(file.gcount()));
-  return bytes;
+std::string_view asText(const std::vector<std::uint8_t>& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 ustring orDirect(const ustring& name) { return name.empty() ? IOFormatProvider::FORMAT_BINARY : name; }
 
-}  // namespace
+/// A failure of the system while a file was written, with the file's name once.
+[[noreturn]] void throwUnwritable(const std::string& name, std::string_view problem) {
+  const std::string named = "cannot write \"" + name + "\": ";
+  std::string rest(problem);
+  if (problem.starts_with(named)) rest = "cannot be written, " + rest.substr(named.size());
+  std::throw_with_nested(Error(ErrorCode::unwritable, {.file = name, .problem = rest}));
+}
 
-ParseRefused::~ParseRefused() = default;
-
-void saveModel(const Model& model, const ustring& path, const ustring& format) {
-  const ustring name = orDirect(format.empty() ? IOFormatProvider::findBySuffix(toUtf8(path)) : format);
-  const IOFormatProvider::Format chosen = IOFormatProvider::getFormat(name);
-  const std::unique_ptr<Serializer> serializer = chosen.makeSerializer();
-  if (chosen.fillsByteVectors) {
-    const std::vector<unsigned char> bytes = serializeToBytes(model, *serializer);
-    writeFileAtomically(path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-  } else {
-    writeFileAtomically(path, serializeToStream(model, *serializer).view());
+/// Writes a model to memory, and hands its bytes over. Whatever goes wrong is an Error.
+/// @param suffixed a name that may tell the format.
+template <class Deliver>
+void write(const Model& model, const SaveOptions& options, const std::string& suffixed, Deliver deliver) {
+  try {
+    const ustring name =
+        orDirect(options.format.empty() ? IOFormatProvider::findBySuffix(suffixed) : options.format);
+    const IOFormatProvider::Format format = IOFormatProvider::getFormat(name);
+    const std::unique_ptr<Serializer> serializer = format.makeSerializer();
+    serializer->setProgress(options.progress);
+    if (format.fillsByteVectors)
+      deliver(asText(serializeToBytes(model, *serializer)));
+    else
+      deliver(serializeToStream(model, *serializer).view());
+  } catch (const std::ios_base::failure& failure) {
+    throwUnwritable(suffixed, failure.what());
+  } catch (const std::invalid_argument&) {
+    rethrowAsError({.file = suffixed}, ErrorCode::misuse);
+  } catch (...) {
+    rethrowAsError({.file = suffixed});
   }
 }
 
-Model loadModel(const ustring& path, const meta::MetaRegistry& registry, const ustring& format) {
-  const ustring name =
-      orDirect(format.empty() ? IOFormatProvider::findByContent(readBeginning(path)) : format);
-  const std::unique_ptr<Parser> parser = IOFormatProvider::createParser(name, registry);
-  if (!parser->parseFile(path)) throw ParseRefused(describeRefusal(path, parser->getProblems()));
-  return parser->takeModel();
+void put(std::ostream& stream, std::string_view bytes) {
+  stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!stream.good()) throw std::ios_base::failure("the stream takes no bytes");
+}
+
+// --- Reading
+
+[[noreturn]] void failToRead(const std::string& name, const std::string& problem) {
+  throw Error(ErrorCode::unreadable, {.file = name, .problem = problem});
+}
+
+[[noreturn]] void failToRead(const std::string& name, int error) {
+  failToRead(name, "cannot be read, " + std::generic_category().message(error));
+}
+
+void requireWithin(const LoadOptions& options, std::uint64_t size) {
+  if (size > options.limits.bytes)
+    throw Error(ErrorCode::overLimit,
+                {.file = options.name,
+                 .problem = "the document has more than " + std::to_string(options.limits.bytes) + " bytes"});
+}
+
+/// Appends what a buffer gives, to its end. Room that was reserved is filled first, then more is made.
+void readAll(std::streambuf& buffer, const LoadOptions& options, std::vector<std::uint8_t>& bytes) {
+  constexpr std::size_t kPiece = std::size_t{1} << 18;
+  while (!std::char_traits<char>::eq_int_type(buffer.sgetc(), std::char_traits<char>::eof())) {
+    const std::size_t before = bytes.size();
+    const std::size_t room = bytes.capacity() - before;
+    const std::size_t piece = room == 0 ? kPiece : std::min(room, kPiece);
+    bytes.resize(before + piece);
+    const std::streamsize got =
+        buffer.sgetn(reinterpret_cast<char*>(bytes.data() + before), static_cast<std::streamsize>(piece));
+    bytes.resize(before + static_cast<std::size_t>(got));
+    requireWithin(options, bytes.size());
+  }
+}
+
+/// What the size of a regular file is said to be; 0 for anything else.
+std::size_t expectedSize(const std::filesystem::path& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return 0;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  return error ? 0 : static_cast<std::size_t>(size);
+}
+
+std::vector<std::uint8_t> readFile(const std::filesystem::path& path, const LoadOptions& options) {
+  errno = 0;
+  std::filebuf file;
+  if (file.open(path, std::ios::in | std::ios::binary) == nullptr) failToRead(options.name, errno);
+  const std::size_t size = expectedSize(path);
+  requireWithin(options, size);
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve(size);
+  errno = 0;
+  try {
+    readAll(file, options, bytes);
+  } catch (const std::ios_base::failure&) {  // a folder opens like a file, and fails here
+    failToRead(options.name, errno == 0 ? EIO : errno);
+  }
+  return bytes;
+}
+
+std::vector<std::uint8_t> readStream(std::istream& stream, const LoadOptions& options) {
+  std::vector<std::uint8_t> bytes;
+  if (!stream.fail()) readAll(*stream.rdbuf(), options, bytes);
+  if (stream.fail()) failToRead(options.name, "the input stream failed");
+  return bytes;
+}
+
+Model parse(const std::vector<std::uint8_t>& bytes, const LoadOptions& options) {
+  FailedDocument document{options.name, asText(bytes).substr(0, IOFormatProvider::kMostBeginning),
+                          options.format};
+  if (document.format.empty()) document.format = orDirect(IOFormatProvider::findByContent(document.head));
+  const meta::MetaRegistry& registry =
+      options.registry == nullptr ? meta::MetaRegistry::instance() : *options.registry;
+  const std::unique_ptr<Parser> parser = IOFormatProvider::createParser(document.format, registry);
+  parser->setOptions({options.limits, options.progress, options.skipped});
+  try {
+    if (parser->parseByteSequence(bytes)) return parser->takeModel();
+  } catch (...) {
+    rethrowReadFailure(document, *parser);
+  }
+  throwRefusal(document, *parser);
+}
+
+/// Gets the bytes of a document and reads them. Whatever goes wrong is an Error.
+template <class GetBytes>
+Model read(LoadOptions options, const std::string& name, GetBytes getBytes) {
+  if (options.name.empty()) options.name = name;
+  try {
+    return parse(getBytes(options), options);
+  } catch (const std::invalid_argument&) {
+    rethrowAsError({.file = options.name}, ErrorCode::misuse);
+  } catch (...) {
+    rethrowAsError({.file = options.name});
+  }
+}
+
+constexpr const char* kUnnamed = "the document";
+
+}  // namespace
+
+void saveModel(const Model& model, const std::filesystem::path& path, const SaveOptions& options) {
+  write(model, options, path.string(), [&](std::string_view bytes) { writeFileAtomically(path, bytes); });
+}
+
+void saveModel(const Model& model, const std::filesystem::path& path, const ustring& format) {
+  saveModel(model, path, SaveOptions{.format = format});
+}
+
+void writeModel(const Model& model, std::vector<std::uint8_t>& bytes, const SaveOptions& options) {
+  write(model, options, {}, [&](std::string_view written) { bytes.assign(written.begin(), written.end()); });
+}
+
+void writeModel(const Model& model, std::string& bytes, const SaveOptions& options) {
+  write(model, options, {}, [&](std::string_view written) { bytes.assign(written); });
+}
+
+void writeModel(const Model& model, std::ostream& stream, const SaveOptions& options) {
+  write(model, options, {}, [&](std::string_view written) { put(stream, written); });
+}
+
+Model loadModel(const std::filesystem::path& path, const LoadOptions& options) {
+  return read(options, path.string(), [&](const LoadOptions& named) { return readFile(path, named); });
+}
+
+Model loadModel(const std::filesystem::path& path, const meta::MetaRegistry& registry,
+                const ustring& format) {
+  return loadModel(path, LoadOptions{.registry = &registry, .format = format});
+}
+
+Model readModel(const std::vector<std::uint8_t>& bytes, const LoadOptions& options) {
+  return read(options, kUnnamed, [&](const LoadOptions& named) -> const std::vector<std::uint8_t>& {
+    requireWithin(named, bytes.size());
+    return bytes;
+  });
+}
+
+Model readModel(std::string_view bytes, const LoadOptions& options) {
+  return read(options, kUnnamed, [&](const LoadOptions& named) {
+    requireWithin(named, bytes.size());
+    return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
+  });
+}
+
+Model readModel(std::istream& stream, const LoadOptions& options) {
+  return read(options, kUnnamed, [&](const LoadOptions& named) { return readStream(stream, named); });
 }
 
 }  // namespace kr::zero::io

@@ -1,5 +1,7 @@
 #include "io/parse/ModelFiller.h"
 
+#include <algorithm>
+
 #include "fl/i18n/utf8.h"
 #include "kr/zero/DateTime.h"
 #include "model/TextForm.h"
@@ -14,6 +16,18 @@ namespace kr::zero::internal {
 
 using io::ValueError;
 
+namespace {
+
+constexpr std::size_t kProgressElements = 4096;
+
+/// The number of elements up to which no limit is passed and no progress is due.
+std::size_t dueAfter(const io::ParseOptions& options, std::size_t elements) {
+  const std::uint64_t report = options.progress ? elements + kProgressElements : io::ReadLimits::kNone;
+  return static_cast<std::size_t>(std::min(options.limits.elements, report));
+}
+
+}  // namespace
+
 void ModelFiller::reset() {
   builder_.reset(customizer_.getRegistry());
   store_ = &ModelStore::of(builder_.getModel());
@@ -22,6 +36,38 @@ void ModelFiller::reset() {
   types_.clear();
   identities_.reset(*store_, builder_.keepsLocalIdentities());
   references_.reset(*store_);
+  options_ = nullptr;
+  deepest_ = nextWatch_ = kUnwatched;
+}
+
+void ModelFiller::obey(const io::ParseOptions& options) {
+  options_ = &options;
+  deepest_ = static_cast<std::size_t>(options.limits.depth);
+  nextWatch_ = dueAfter(options, 0);
+}
+
+/// What the caller's own function throws is not the document's fault.
+bool ModelFiller::isToGoOn(std::uint64_t elements) const {
+  try {
+    return options_->progress(elements);
+  } catch (...) {
+    rethrowAsError({.path = getPath()});
+  }
+}
+
+/// Limits that are passed, and progress that is due.
+[[gnu::noinline]] void ModelFiller::watch() {
+  const io::ReadLimits& limits = options_->limits;
+  const auto fail = [this](ErrorCode code, std::string problem) {
+    throw Error(code, {.path = getPath(), .problem = std::move(problem)});
+  };
+  if (open_.size() >= deepest_)
+    fail(ErrorCode::overLimit, "elements are nested more than " + std::to_string(limits.depth) + " deep");
+  const std::size_t elements = store_->elementCount();
+  if (elements > limits.elements)
+    fail(ErrorCode::overLimit, "there are more than " + std::to_string(limits.elements) + " elements");
+  if (options_->progress && !isToGoOn(elements)) fail(ErrorCode::cancelled, "reading was cancelled");
+  nextWatch_ = dueAfter(*options_, elements);
 }
 
 meta::StructuredType ModelFiller::getType() const noexcept {
@@ -60,6 +106,7 @@ bool ModelFiller::pushChild(io::PropertyPlace property, meta::StructuredType typ
 }
 
 bool ModelFiller::open(ElementRecord* record, const io::ElementIdentity& identity) {
+  if (open_.size() >= deepest_ || store_->elementCount() > nextWatch_) watch();
   if (!identity.isNone() && !setIdentity(record, identity)) return false;
   open_.push_back({.record = record});
   top_ = &open_.back();
@@ -67,7 +114,8 @@ bool ModelFiller::open(ElementRecord* record, const io::ElementIdentity& identit
 }
 
 void ModelFiller::pop() {
-  if (open_.empty()) throw ValueError("/: an element is closed where none is open");
+  if (open_.empty())
+    throw ValueError(ErrorDetails{.path = "/", .problem = "an element is closed where none is open"});
   open_.pop_back();
   top_ = open_.empty() ? nullptr : &open_.back();
 }
@@ -184,7 +232,7 @@ void ModelFiller::processDeferred() {
 }
 
 [[gnu::noinline]] void ModelFiller::fail(io::PropertyPlace property, const std::string& what) const {
-  throw ValueError(getPath() + "." + property.record->getNameUtf8() + ": " + what);
+  throw ValueError({.path = getPath(property), .problem = what});
 }
 
 [[gnu::noinline]] void ModelFiller::failSecond(io::PropertyPlace property) const {
@@ -192,13 +240,20 @@ void ModelFiller::processDeferred() {
 }
 
 [[gnu::noinline]] void ModelFiller::failUnparsed(io::PropertyPlace property, std::string_view text) const {
-  fail(property,
-       "\"" + std::string(text) + "\" is not a " + property.record->getType()->getQualifiedNameUtf8());
+  const std::string& type = property.record->getType()->getQualifiedNameUtf8();
+  throw ValueError({.path = getPath(property),
+                    .problem = "\"" + std::string(text) + "\" is not a " + type,
+                    .expected = type,
+                    .found = std::string(text)});
 }
 
 [[gnu::noinline]] void ModelFiller::failNoLiteral(io::PropertyPlace property, std::int64_t number) const {
-  fail(property, "enumeration " + property.record->getType()->getQualifiedNameUtf8() +
-                     " has no literal with the number " + std::to_string(number));
+  const std::string& type = property.record->getType()->getQualifiedNameUtf8();
+  throw ValueError(
+      {.path = getPath(property),
+       .problem = "enumeration " + type + " has no literal with the number " + std::to_string(number),
+       .expected = type,
+       .found = std::to_string(number)});
 }
 
 [[gnu::noinline]] void ModelFiller::failNoReference(io::PropertyPlace property) const {

@@ -14,6 +14,7 @@
 #include "kr/zero/TextHash.h"
 #include "kr/zero/io/BulkParseProcessor.h"
 #include "kr/zero/io/ParseCustomizer.h"
+#include "kr/zero/io/ParseOptions.h"
 #include "kr/zero/io/ParsingModelBuilder.h"
 #include "model/Store.h"
 
@@ -33,8 +34,10 @@ class ModelFiller final : public io::BulkParseProcessor {
   ModelFiller(io::ParseCustomizer& customizer, io::ParsingModelBuilder& builder, Problems& problems)
       : customizer_(customizer), builder_(builder), problems_(problems), references_(problems) {}
 
-  /// Starts over: empty model, nothing open.
+  /// Starts over: empty model, nothing open, no limits.
   void reset();
+  /// Holds a document that was started to these; they must live until it ends.
+  void obey(const io::ParseOptions& options);
   bool isReady() const noexcept { return store_ != nullptr; }
 
   meta::StructuredType findType(std::string_view typeName) override;
@@ -69,6 +72,10 @@ class ModelFiller final : public io::BulkParseProcessor {
     return {slot, &top_->record->use->property(slot)};
   }
   std::string getPath() const;
+  /// Path of a property of the innermost element.
+  std::string getPath(io::PropertyPlace property) const {
+    return getPath() + "." + property.record->getNameUtf8();
+  }
 
   // A value that a property cannot hold; what is rare stands apart from what is called for every value.
   [[noreturn]] void fail(io::PropertyPlace property, const std::string& what) const;
@@ -76,7 +83,11 @@ class ModelFiller final : public io::BulkParseProcessor {
   void requireAssociation(io::PropertyPlace property) const;
 
  private:
+  static constexpr std::size_t kUnwatched = static_cast<std::size_t>(-1);
+
   bool open(ElementRecord* record, const io::ElementIdentity& identity);
+  void watch();
+  bool isToGoOn(std::uint64_t elements) const;
   bool requireConcrete(const TypeUse& use);
   ElementRecord* makeChild(io::PropertyPlace property, TypeUse& use);
   bool setIdentity(ElementRecord* record, const io::ElementIdentity& identity);
@@ -102,6 +113,9 @@ class ModelFiller final : public io::BulkParseProcessor {
   std::unordered_map<ustring, meta::StructuredType, TextHash> types_;  // that were asked for, by name
   DocumentIdentities identities_;
   DeferredReferences references_;
+  const io::ParseOptions* options_ = nullptr;  // null: none to obey
+  std::size_t deepest_ = kUnwatched;
+  std::size_t nextWatch_ = kUnwatched;  // number of elements up to which nothing is due
 };
 
 }  // namespace kr::zero::internal

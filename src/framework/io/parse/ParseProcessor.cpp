@@ -46,17 +46,19 @@ struct ParseProcessor::Impl {
   /// Text as UTF-8 in one of this object's strings.
   const std::string& narrow(const ustring& text, std::string& into) const {
     if (!converter.convert(text, into))
-      throw ValueError(filler.getPath() + ": a text is not well-formed UTF-16");
+      throw ValueError({.path = filler.getPath(), .problem = "a text is not well-formed UTF-16"});
     return into;
   }
 
   std::size_t locate(const ustring& name) {
     ModelFiller::Open* const top = filler.getTop();
-    if (top == nullptr) throw ValueError("/: property \"" + toUtf8(name) + "\" outside of any element");
+    if (top == nullptr)
+      throw ValueError({.path = "/", .problem = "property \"" + toUtf8(name) + "\" outside of any element"});
     const std::size_t slot = filler.getType()->findSlot(name, top->lastSlot);
     if (slot == kNoSlot)
-      throw ValueError(filler.getPath() + ": type " + filler.getType()->getQualifiedNameUtf8() +
-                       " has no property \"" + toUtf8(name) + "\"");
+      throw ValueError({.path = filler.getPath(),
+                        .problem = "type " + filler.getType()->getQualifiedNameUtf8() +
+                                   " has no property \"" + toUtf8(name) + "\""});
     return top->lastSlot = slot;
   }
 
@@ -119,9 +121,10 @@ BulkParseProcessor* bulkOf(ParseProcessor& processor) {
 
 void ParseProcessor::reset() { impl_->reset(); }
 
-void ParseProcessor::startOver() {
+void ParseProcessor::startOver(const ParseOptions& options) {
   if (typeid(*this) != typeid(ParseProcessor)) impl_->reset();
   reset();
+  impl_->filler.obey(options);
 }
 
 void ParseProcessor::setVersion(const ustring& version) { impl_->version = version; }

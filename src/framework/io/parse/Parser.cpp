@@ -45,7 +45,7 @@ bool Parser::parse(const ParsingInput& input) {
   span_ = log::Span("parse");
   accepted_ = false;
   processor_->setSpan(span_);
-  processor_->startOver();
+  processor_->startOver(options_);
   Dispatch dispatch(*this);
   input.visitInput(dispatch);
   if (dispatch.getResult()) finishParse();
@@ -107,19 +107,24 @@ void Parser::finishParse() {
     processor_->addProblem("the document ends inside the element " + processor_->getPath());
 }
 
+Parser::Failure Parser::getFailure() const {
+  Failure failure;
+  if (const std::string* const detail = span_->findContextBelow("error-message")) failure.detail = *detail;
+  if (const std::string* const offset = span_->findContextBelow("byte-offset"))
+    failure.byteOffset = std::stoull(*offset);
+  if (processor_->getDepth() != 0) failure.path = processor_->getPath();
+  return failure;
+}
+
 std::string Parser::describeFailure() const {
+  const Failure failure = getFailure();
   std::string text;
-  const auto add = [&](const char* before, const std::string* value) {
-    if (value == nullptr || value->empty()) return;
-    if (!text.empty()) text += ", ";
-    text += before + *value;
+  const auto add = [&](const char* before, const std::string& value) {
+    if (!value.empty()) text += (text.empty() ? "" : ", ") + (before + value);
   };
-  add("", span_->findContextBelow("error-message"));
-  add("at byte ", span_->findContextBelow("byte-offset"));
-  if (processor_->getDepth() != 0) {
-    const std::string path = processor_->getPath();
-    add("in element ", &path);
-  }
+  add("", failure.detail);
+  add("at byte ", failure.byteOffset ? std::to_string(*failure.byteOffset) : std::string());
+  add("in element ", failure.path);
   return text;
 }
 

@@ -101,6 +101,7 @@ void TreeEventReader::startDocument(const Primitive&) {
   lastType_ = nullptr;
   last_ = Last::nothing;
   hasVersion_ = hasPackages_ = complete_ = refused_ = false;
+  skipDepth_ = 0;
 }
 
 void TreeEventReader::endDocument() {
@@ -112,7 +113,7 @@ void TreeEventReader::endDocument() {
 }
 
 void TreeEventReader::startMetadata() {
-  if (refused_) return;
+  if (refused_ || skip(Event::startMetadata)) return;
   switch (place()) {
     case Place::document:
       places_.back() = Place::documentMetadata;
@@ -127,7 +128,7 @@ void TreeEventReader::startMetadata() {
 }
 
 void TreeEventReader::endMetadata() {
-  if (refused_) return;
+  if (refused_ || skip(Event::endMetadata)) return;
   switch (place()) {
     case Place::documentMetadata:
       return finishMetadata();
@@ -141,7 +142,7 @@ void TreeEventReader::endMetadata() {
 }
 
 void TreeEventReader::startSequence() {
-  if (refused_) return;
+  if (refused_ || skip(Event::startSequence)) return;
   switch (place()) {
     case Place::packages:
       return places_.push_back(Place::packageList);
@@ -161,7 +162,7 @@ void TreeEventReader::startSequence() {
 }
 
 void TreeEventReader::endSequence() {
-  if (refused_) return;
+  if (refused_ || skip(Event::endSequence)) return;
   const Place ended = place();
   switch (ended) {
     case Place::packageList:
@@ -182,7 +183,7 @@ void TreeEventReader::endSequence() {
 }
 
 void TreeEventReader::startStruct() {
-  if (refused_) return;
+  if (refused_ || skip(Event::startStruct)) return;
   switch (place()) {
     case Place::objectBody:
       return openObject();
@@ -195,7 +196,7 @@ void TreeEventReader::startStruct() {
 }
 
 void TreeEventReader::endStruct() {
-  if (refused_) return;
+  if (refused_ || skip(Event::endStruct)) return;
   switch (place()) {
     case Place::body:
       return closeBody();
@@ -207,7 +208,7 @@ void TreeEventReader::endStruct() {
 }
 
 void TreeEventReader::startNamedEntry(const Primitive& name) {
-  if (refused_) return;
+  if (refused_ || skip(Event::startNamedEntry)) return;
   const std::string* text = std::get_if<std::string>(&name);
   if (text == nullptr) fail("the name of an entry is " + describe(name) + ", not a text");
   switch (place()) {
@@ -225,12 +226,12 @@ void TreeEventReader::startNamedEntry(const Primitive& name) {
 }
 
 void TreeEventReader::endNamedEntry() {
-  if (refused_) return;
+  if (refused_ || skip(Event::endNamedEntry)) return;
   if (!closeEntry()) failUnexpected(Event::endNamedEntry);
 }
 
 void TreeEventReader::writePrimitive(const Primitive& value) {
-  if (refused_) return;
+  if (refused_ || skip(Event::writePrimitive)) return;
   switch (place()) {
     case Place::version:
       return readVersion(value);
@@ -426,11 +427,48 @@ void TreeEventReader::valueDone() {
 // --- Properties
 
 void TreeEventReader::startProperty(const std::string& name) {
+  if (skipUnknown(name)) return;
   Body& body = bodies_.back();
   body.property = openProperty(body, name);
   places_.push_back(Place::property);
   last_ = Last::nothing;
   if (body.property.category == PropertyCategory()) fail("the property has no stored value");
+}
+
+/// Begins to leave a property out, where the meta model does not have it and the caller wants that.
+bool TreeEventReader::skipUnknown(const std::string& name) {
+  const SkipListener& listener = parser_.getOptions().skipped;
+  if (!listener || !bodies_.back().type->type || findSlot(bodies_.back(), name) != kNoSlot) return false;
+  listener(processor().getPath() + ": property \"" + requireWellFormed(name) + "\" of type " +
+           bodies_.back().type->utf8);
+  places_.push_back(Place::skipped);
+  skipDepth_ = 1;
+  return true;
+}
+
+/// Passes over an event in a property that is left out. The grammar has seen that it fits.
+bool TreeEventReader::skip(Event event) {
+  if (skipDepth_ == 0) return false;
+  switch (event) {
+    case Event::startStruct:
+    case Event::startNamedEntry:
+    case Event::startSequence:
+    case Event::startMetadata:
+      ++skipDepth_;
+      break;
+    case Event::endStruct:
+    case Event::endNamedEntry:
+    case Event::endSequence:
+    case Event::endMetadata:
+      --skipDepth_;
+      break;
+    default:
+      break;
+  }
+  if (skipDepth_ != 0) return true;
+  places_.pop_back();
+  last_ = Last::entry;
+  return true;
 }
 
 /// Looks a property up and announces it. Where there is none, the parse processor says so.
@@ -658,6 +696,7 @@ std::string TreeEventReader::expected() const {
       return "the struct of the object";
     case Place::body:
     case Place::refusedBody:
+    case Place::skipped:
       return "a property";
     case Place::property:
     case Place::list:
@@ -670,10 +709,16 @@ std::string TreeEventReader::expected() const {
   return {};
 }
 
-void TreeEventReader::fail(const std::string& what) const { throw ValueError(where() + ": " + what); }
+void TreeEventReader::fail(const std::string& what) const {
+  throw ValueError({.path = where(), .problem = what});
+}
 
 void TreeEventReader::failUnexpected(const std::string& found) const {
-  fail("expected " + expected() + ", found " + found);
+  const std::string wanted = expected();
+  throw ValueError({.path = where(),
+                    .problem = "expected " + wanted + ", found " + found,
+                    .expected = wanted,
+                    .found = found});
 }
 
 void TreeEventReader::failUnexpected(Event found) const { failUnexpected(textOfEvent(found)); }

@@ -82,6 +82,7 @@ class TreeEventReader final : public modeling::sylvan::SylvanEventProcessor<void
     objectBody,   // between an object's metadata and its struct
     body,         // between the properties of an object or datatype value
     refusedBody,  // of what the parse processor refused: nothing fits here
+    skipped,      // in a property that the meta model does not have and that is left out
     property,
     list,  // in a property's sequence
     reference,
@@ -157,6 +158,8 @@ class TreeEventReader final : public modeling::sylvan::SylvanEventProcessor<void
   void startDocumentEntry(const std::string& name);
   void startHeaderEntry(const std::string& name, bool isReference);
   void startProperty(const std::string& name);
+  bool skipUnknown(const std::string& name);
+  bool skip(Event event);
   void startObject();
   void startDatatypeOrReference();
   void openObject();
@@ -215,6 +218,7 @@ class TreeEventReader final : public modeling::sylvan::SylvanEventProcessor<void
   bool hasPackages_ = false;
   bool complete_ = false;
   bool refused_ = false;
+  std::size_t skipDepth_ = 0;  // what is open in the property that is left out, itself included
   std::unordered_map<std::string, std::unique_ptr<KnownType>, TextHash, std::equal_to<>> types_;
   KnownType* lastType_ = nullptr;
   ustring scratch_;

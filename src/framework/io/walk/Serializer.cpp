@@ -34,8 +34,8 @@ BulkEventProcessor* bulkFor(const ModelStore& store, EventProcessor& processor,
 }
 
 template <class Road>
-void walk(const ModelStore& store, internal::Passes& passes, Road road) {
-  internal::Walk<Road>(store, passes, road).run();
+void walk(const ModelStore& store, internal::Passes& passes, Road road, const Progress& progress) {
+  internal::Walk<Road>(store, passes, road, progress).run();
 }
 
 }  // namespace
@@ -62,9 +62,9 @@ void Serializer::serialize(const Model& model, const SerializationOutput& output
   for (const ustring& uri : packageUris) processor_->addRegisteredPackage(uri);
   processor_->endRegisteredPackages();
   if (BulkEventProcessor* const bulk = bulkFor(store, *processor_, identities, passes); bulk != nullptr)
-    walk(store, passes, internal::BulkRoad(*bulk, values, identities));
+    walk(store, passes, internal::BulkRoad(*bulk, values, identities), progress_);
   else
-    walk(store, passes, internal::NamedRoad(*processor_, values, identities));
+    walk(store, passes, internal::NamedRoad(*processor_, values, identities), progress_);
   processor_->endDocument();
   processor_->postprocess(output);
 }

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "io/walk/Passes.h"
+#include "kr/zero/Error.h"
+#include "kr/zero/io/ParseOptions.h"
 #include "model/Store.h"
 
 namespace kr::zero::io::internal {
@@ -23,11 +25,13 @@ namespace kr::zero::io::internal {
 template <class Road>
 class Walk {
  public:
+  static constexpr std::uint64_t kProgressElements = 4096;
   static constexpr std::size_t kNoSlot = BulkEventProcessor::kNoSlot;
   using ElementRecord = zero::internal::ElementRecord;
 
-  Walk(const zero::internal::ModelStore& store, Passes& passes, Road& road)
-      : store_(store), passes_(passes), road_(road) {}
+  /// @param progress may be empty.
+  Walk(const zero::internal::ModelStore& store, Passes& passes, Road& road, const Progress& progress)
+      : store_(store), passes_(passes), road_(road), progress_(progress) {}
 
   void run() {
     for (ElementRecord* root : store_.roots()) {
@@ -50,10 +54,15 @@ class Walk {
 
   void openObject(ElementRecord* record, std::size_t slot) {
     prefetchBehind(record);
+    if (++elements_ % kProgressElements == 0 && progress_) tell();
     const CategoryMasks masks = road_.openObject(record, slot);
     const std::size_t first = masks_.size();
     for (const std::uint32_t mask : masks) masks_.push_back(mask);
     frames_.push_back({record, nullptr, 0, 0, first, first});
+  }
+
+  [[gnu::noinline]] void tell() {
+    if (!progress_(elements_)) throw zero::Error(ErrorCode::cancelled, "writing was cancelled");
   }
 
   void openDatatype(ElementRecord* record, std::size_t slot) {
@@ -168,6 +177,8 @@ class Walk {
   const zero::internal::ModelStore& store_;
   Passes& passes_;
   Road& road_;
+  const Progress& progress_;
+  std::uint64_t elements_ = 0;  // begun
   std::vector<Frame> frames_;
   std::vector<std::uint32_t> masks_;  // of all frames, one after the other
 };

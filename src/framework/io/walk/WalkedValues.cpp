@@ -45,14 +45,15 @@ WrittenReference WalkedValues::describe(std::size_t slot, cells::Cell item, bool
 ElementRecord* WalkedValues::getTarget(cells::Cell item) const {
   ElementRecord* const target = store_.target(item);
   if (!identities_.isWritten(target->index))
-    throw SerializeError(pathOf(store_, record_) + ": refers to " + pathOf(store_, target) +
-                         ", which is not written");
+    throw SerializeError({.path = pathOf(store_, record_),
+                          .problem = "refers to " + pathOf(store_, target) + ", which is not written"});
   return target;
 }
 
 const cells::ReferenceTexts& WalkedValues::getTexts(std::size_t slot, cells::Cell item) {
   const cells::ReferenceTexts* const texts = cells::asUnresolved(item);
-  if (texts == nullptr) throw SerializeError(where(slot) + ": the reference was never resolved");
+  if (texts == nullptr)
+    throw SerializeError({.path = where(slot), .problem = "the reference was never resolved"});
   if (texts->qualifier == nullptr) requireUnresolvable(slot, *texts);
   return *texts;
 }
@@ -63,8 +64,10 @@ void WalkedValues::requireUnresolvable(std::size_t slot, const cells::ReferenceT
   if (texts.id1->view() != "#") return;
   const std::string_view number = texts.id2->view();
   if (const ElementRecord* other = identities_.findNumbered(localNumber(number)); other != nullptr)
-    throw SerializeError(where(slot) + ": the unresolved reference to #" + std::string(number) +
-                         " would lead to " + pathOf(store_, other) + ", which is written with that number");
+    throw SerializeError({.path = where(slot),
+                          .problem = "the unresolved reference to #" + std::string(number) +
+                                     " would lead to " + pathOf(store_, other) +
+                                     ", which is written with that number"});
 }
 
 std::string WalkedValues::where(std::size_t slot) const {

@@ -22,11 +22,12 @@
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "kr/zero/Error.h"
 #include "kr/zero/export.h"
 #include "kr/zero/meta/MetaRegistry.h"
 #include "kr/zero/meta/Type.h"
@@ -43,9 +44,10 @@ class ModelStore;
 
 /// Wrong use of a model: an unknown property, a value of the wrong kind or out of range, a circle of
 /// containment. The text names the element by path, the property, what was expected and what was given.
-class KR0_FRAMEWORK_API ModelError : public std::runtime_error {
+class KR0_FRAMEWORK_API ModelError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit ModelError(const std::string& problem) : Error(ErrorCode::misuse, problem) {}
+  explicit ModelError(ErrorDetails details) : Error(ErrorCode::misuse, std::move(details)) {}
   ~ModelError() override;
 };
 

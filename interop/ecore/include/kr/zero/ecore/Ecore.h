@@ -6,28 +6,28 @@
 ///     kr::zero::Model model = kr::zero::ecore::readXmiFile("books.xmi", *mapping);
 ///     std::string xmi = kr::zero::ecore::writeXmi(model, *mapping);
 ///
-/// Paths are UTF-8.
+/// All of it throws kr::zero::Error and nothing else; what caused it is nested in it.
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "kr/zero/Error.h"
 #include "kr/zero/Model.h"
 #include "kr/zero/ecore/export.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
 namespace kr::zero::ecore {
 
-/// A document that cannot be taken in or written out. The text is one sentence: file, line where there
-/// is one, what is wrong.
-class KR0_ECORE_API EcoreError : public std::runtime_error {
+/// A document that cannot be taken in or written out.
+class KR0_ECORE_API EcoreError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
   ~EcoreError() override;
 };
 
@@ -54,9 +54,10 @@ class KR0_ECORE_API Mapping {
 /// Operations are left out. A feature's annotation with the source "urn:kr0:binary" and the key "id" pins
 /// its number.
 /// @param paths may be empty: the mapping then knows what the registry knows.
-/// @throws EcoreError for a file that cannot be read or is not Ecore, or a type that is in none of the
-///   files; meta::MetaError where the registry refuses the result.
-KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::string>& paths,
+/// @throws Error for a file that cannot be read or is not Ecore, a type that is in none of the files, and
+/// where
+///   the registry refuses the result.
+KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                                             meta::MetaRegistry& registry);
 
 /// Writes a package as an .ecore document in UTF-8. For a package that came from a file that is the whole
@@ -65,7 +66,7 @@ KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<st
 /// opposites.
 /// @param packageUri URI of the package.
 /// @param pinIdentifiers pins the number of every stored feature by an annotation.
-/// @throws EcoreError where there is no such package, or Ecore has no counterpart for something in it.
+/// @throws Error where there is no such package, or Ecore has no counterpart for something in it.
 KR0_ECORE_API std::string writeEcore(const Mapping& mapping, std::string_view packageUri,
                                      bool pinIdentifiers = false);
 
@@ -77,19 +78,16 @@ using Progress = std::function<void(double)>;
 /// element's identity, after "xmi:id".
 /// @param document UTF-8, UTF-16 or the encoding that its XML declaration names.
 /// @param name what error texts call the document.
-/// @throws EcoreError for anything that is not XML, does not fit the meta models, leads nowhere, or cannot
+/// @throws Error for anything that is not XML, does not fit the meta models, leads nowhere, or cannot
 ///   be kept in a model; nothing is left out without a word.
 KR0_ECORE_API Model readXmi(std::string_view document, std::string_view name, const Mapping& mapping,
                             const Progress& progress = {});
-KR0_ECORE_API Model readXmiFile(const std::string& path, const Mapping& mapping,
+KR0_ECORE_API Model readXmiFile(const std::filesystem::path& path, const Mapping& mapping,
                                 const Progress& progress = {});
 
 /// Writes a model as an XMI document in UTF-8 that reads back as an equal model.
-/// @throws EcoreError for a model that XMI cannot express: a text with a character that XML does not have,
+/// @throws Error for a model that XMI cannot express: a text with a character that XML does not have,
 ///   a reference to an element that is not there.
 KR0_ECORE_API std::string writeXmi(const Model& model, const Mapping& mapping, const Progress& progress = {});
-
-/// Whether a document looks like XML, from its first bytes (byte-order marks and blanks allowed).
-KR0_ECORE_API bool looksLikeXml(std::string_view head);
 
 }  // namespace kr::zero::ecore

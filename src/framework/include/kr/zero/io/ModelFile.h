@@ -1,24 +1,49 @@
 /// @file
-/// Models in files, in one call each way.
+/// Models in files, streams and memory, in one call each way.
 ///
-///     kr::zero::io::saveModel(model, u"books.krb");
-///     kr::zero::Model again = kr::zero::io::loadModel(u"books.krb");
+///     kr::zero::io::saveModel(model, "books.krb");
+///     kr::zero::Model again = kr::zero::io::loadModel("books.krb");
+///
+/// saveModel, writeModel, loadModel and readModel throw kr::zero::Error and nothing else, with what caused it
+/// nested in it; std::bad_alloc only where there is no memory left to say even that.
+/// Threads: each call is on its own; a model may be written by several at once.
 #pragma once
 
-#include <stdexcept>
+#include <cstdint>
+#include <filesystem>
+#include <iosfwd>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "kr/zero/Error.h"
 #include "kr/zero/Model.h"
 #include "kr/zero/export.h"
 #include "kr/zero/io/IOFormatProvider.h"
+#include "kr/zero/io/ParseOptions.h"
 
 namespace kr::zero::io {
 
-/// A document that was refused. The text names the file and says why.
-class KR0_FRAMEWORK_API ParseRefused : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-  ~ParseRefused() override;
+/// How a model is written.
+struct SaveOptions {
+  /// A name of IOFormatProvider. Empty: the format whose suffix the path has, and FORMAT_BINARY where there
+  /// is none.
+  ustring format = {};
+  Progress progress = {};
+};
+
+/// How a document is read.
+struct LoadOptions {
+  /// Where its classes are looked up; it must outlive the model. Null: MetaRegistry::instance().
+  const meta::MetaRegistry* registry = nullptr;
+  /// A name of IOFormatProvider. Empty: the format that the first bytes tell, and FORMAT_BINARY where they
+  /// tell nothing.
+  ustring format = {};
+  /// What errors call the document. Empty: its path, or "the document".
+  std::string name = {};
+  ReadLimits limits = {};
+  Progress progress = {};
+  SkipListener skipped = {};  ///< see ParseOptions
 };
 
 /// Writes a model to a file, all or nothing: to memory first, then to a temporary file beside the
@@ -31,27 +56,36 @@ class KR0_FRAMEWORK_API ParseRefused : public std::runtime_error {
 /// Where only the folder could not be synchronised after the renaming, the failure says so: the new file
 /// is then in place. A program that sets a limit to its file sizes should ignore SIGXFSZ, as the signal
 /// ends it before a failure can be reported.
-/// @param format a name of IOFormatProvider; an empty one stands for the format whose suffix the path has,
-/// and
-///   for FORMAT_BINARY where there is none.
-/// @throws SerializeError and what the format raises; std::ios_base::failure with the path and the
-///   system's reason where the file cannot be written.
-KR0_FRAMEWORK_API void saveModel(const Model& model, const ustring& path, const ustring& format = {});
+KR0_FRAMEWORK_API void saveModel(const Model& model, const std::filesystem::path& path,
+                                 const SaveOptions& options = {});
+KR0_FRAMEWORK_API void saveModel(const Model& model, const std::filesystem::path& path,
+                                 const ustring& format);
 
-/// The same for bytes that are there already.
-KR0_FRAMEWORK_API void writeFileAtomically(const ustring& path, std::string_view bytes);
+/// Writes a model to memory, in place of what is there, or to a stream where that stands. A model that cannot
+/// be written leaves them as they were.
+KR0_FRAMEWORK_API void writeModel(const Model& model, std::vector<std::uint8_t>& bytes,
+                                  const SaveOptions& options = {});
+KR0_FRAMEWORK_API void writeModel(const Model& model, std::string& bytes, const SaveOptions& options = {});
+KR0_FRAMEWORK_API void writeModel(const Model& model, std::ostream& stream, const SaveOptions& options = {});
+
+/// Reads a model from a file, pipe or device.
+KR0_FRAMEWORK_API Model loadModel(const std::filesystem::path& path, const LoadOptions& options = {});
+KR0_FRAMEWORK_API Model loadModel(const std::filesystem::path& path, const meta::MetaRegistry& registry,
+                                  const ustring& format = {});
+
+/// Reads a model from memory, or from a stream, which holds nothing else, to its end.
+KR0_FRAMEWORK_API Model readModel(const std::vector<std::uint8_t>& bytes, const LoadOptions& options = {});
+KR0_FRAMEWORK_API Model readModel(std::string_view bytes, const LoadOptions& options = {});
+KR0_FRAMEWORK_API Model readModel(std::istream& stream, const LoadOptions& options = {});
+
+/// Writes bytes that are there already to a file, as saveModel does.
+/// @throws std::ios_base::failure with the path and the system's reason; std::invalid_argument for a path
+/// that
+///   holds a NUL.
+KR0_FRAMEWORK_API void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes);
 
 /// Writes all bytes to an open file, pipe, device or socket, and waits where it is full.
 /// @throws std::ios_base::failure with the system's reason; what was written by then stays.
 KR0_FRAMEWORK_API void writeToDescriptor(int descriptor, std::string_view bytes);
-
-/// Reads a model from a file.
-/// @param format a name of IOFormatProvider; an empty one stands for what the file's first bytes say, and for
-///   FORMAT_BINARY where they say nothing. A pipe or a device is taken for FORMAT_BINARY: its bytes come
-///   once.
-/// @throws ParseRefused where the document is refused; otherwise what Parser::parse throws.
-KR0_FRAMEWORK_API Model loadModel(const ustring& path,
-                                  const meta::MetaRegistry& registry = meta::MetaRegistry::instance(),
-                                  const ustring& format = {});
 
 }  // namespace kr::zero::io

@@ -5,8 +5,10 @@
 #include <boost/optional.hpp>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "kr/zero/Error.h"
 #include "kr/zero/Value.h"
 #include "kr/zero/export.h"
 #include "kr/zero/io/ParseCustomizer.h"
@@ -18,12 +20,14 @@
 namespace kr::zero::io {
 
 class BulkParseProcessor;
+struct ParseOptions;
 
 /// A value in a document that its property cannot hold. The text names element, property, expected and
 /// found.
-class KR0_FRAMEWORK_API ValueError : public std::runtime_error {
+class KR0_FRAMEWORK_API ValueError : public zero::Error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit ValueError(const std::string& problem) : zero::Error(ErrorCode::doesNotFit, problem) {}
+  explicit ValueError(ErrorDetails details) : zero::Error(ErrorCode::doesNotFit, std::move(details)) {}
   ~ValueError() override;
 };
 
@@ -85,7 +89,8 @@ class KR0_FRAMEWORK_API ParseProcessor {
  private:
   friend class Parser;
   /// Begins a document: reset(), and what this class keeps starts over even where an override forgets it.
-  void startOver();
+  /// @param options must live until the document ends.
+  void startOver(const ParseOptions& options);
   friend KR0_FRAMEWORK_API BulkParseProcessor* bulkOf(ParseProcessor& processor);
   struct Impl;
   std::unique_ptr<Impl> impl_;

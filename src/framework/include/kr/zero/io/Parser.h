@@ -5,12 +5,15 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kr/zero/Model.h"
 #include "kr/zero/export.h"
 #include "kr/zero/io/ParseCustomizer.h"
+#include "kr/zero/io/ParseOptions.h"
 #include "kr/zero/io/ParseProcessor.h"
 #include "kr/zero/io/ParsingInput.h"
 #include "kr/zero/io/ParsingModelBuilder.h"
@@ -49,12 +52,21 @@ class KR0_FRAMEWORK_API Parser {
   ParseProcessor* getParseProcessor() const noexcept { return processor_.get(); }
   /// Puts another processor in place (a recorder, say). It must not be null.
   void setParseProcessor(std::unique_ptr<ParseProcessor> processor);
+  /// Bounds and listeners for the documents to come; what they throw ends the parse.
+  void setOptions(ParseOptions options) { options_ = std::move(options); }
+  const ParseOptions& getOptions() const noexcept { return options_; }
   const ustring& getFormatName() const noexcept { return formatName_; }
   const std::vector<std::string>& getProblems() const noexcept { return processor_->getProblems(); }
   /// The span of the last parse, with a child per step.
   const log::Span& getSpan() const noexcept { return span_; }
-  /// What is known of a failure of the last parse beyond its exception's text, in one line: detail,
-  /// place in the input, place in the model. Empty where nothing is.
+  /// What is known of a failure of the last parse beyond its exception's text; what is not known is empty.
+  struct Failure {
+    std::string detail;
+    std::optional<std::uint64_t> byteOffset;  ///< where reading had come to
+    std::string path;                         ///< of the innermost element that was open
+  };
+  Failure getFailure() const;
+  /// The same in one line. Empty where nothing is known.
   std::string describeFailure() const;
 
  protected:
@@ -75,6 +87,7 @@ class KR0_FRAMEWORK_API Parser {
   std::unique_ptr<ParseCustomizer> customizer_;
   std::unique_ptr<ParsingModelBuilder> builder_;
   std::unique_ptr<ParseProcessor> processor_;
+  ParseOptions options_;
   log::Span span_;
   bool accepted_ = false;  // the last document, whose model is still here
 };

@@ -3,12 +3,14 @@
 #pragma once
 
 #include <memory>
-#include <stdexcept>
+#include <utility>
 
+#include "kr/zero/Error.h"
 #include "kr/zero/Model.h"
 #include "kr/zero/export.h"
 #include "kr/zero/io/EventProcessor.h"
 #include "kr/zero/io/ModelTraverser.h"
+#include "kr/zero/io/ParseOptions.h"
 #include "kr/zero/io/SerializationOutput.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
@@ -16,9 +18,10 @@ namespace kr::zero::io {
 
 /// A model that cannot be written: two elements with one identity, or a reference to an element that
 /// is not in the document. The text names the element by path.
-class KR0_FRAMEWORK_API SerializeError : public std::runtime_error {
+class KR0_FRAMEWORK_API SerializeError : public zero::Error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit SerializeError(const std::string& problem) : zero::Error(ErrorCode::inexpressible, problem) {}
+  explicit SerializeError(ErrorDetails details) : zero::Error(ErrorCode::inexpressible, std::move(details)) {}
   ~SerializeError() override;
 };
 
@@ -39,6 +42,9 @@ class KR0_FRAMEWORK_API Serializer {
   ///   in postprocess.
   virtual void serialize(const Model& model, const SerializationOutput& output);
 
+  /// Listens to the walks to come; what it throws ends the walk.
+  void setProgress(Progress progress) { progress_ = std::move(progress); }
+
   EventProcessor& getEventProcessor() const noexcept { return *processor_; }
   ModelTraverser& getTraverser() const noexcept { return *traverser_; }
   SerializeCustomizer& getCustomizer() const noexcept { return *customizer_; }
@@ -47,6 +53,7 @@ class KR0_FRAMEWORK_API Serializer {
   std::unique_ptr<ModelTraverser> traverser_;
   std::unique_ptr<SerializeCustomizer> customizer_;
   std::unique_ptr<EventProcessor> processor_;
+  Progress progress_;
 };
 
 }  // namespace kr::zero::io

@@ -4,11 +4,12 @@
 
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "kr/zero/Error.h"
 #include "kr/zero/export.h"
 #include "kr/zero/meta/Definitions.h"
 #include "kr/zero/meta/Type.h"
@@ -16,9 +17,10 @@
 namespace kr::zero::meta {
 
 /// A meta model that cannot be taken in. The text says what is wrong and where.
-class KR0_FRAMEWORK_API MetaError : public std::runtime_error {
+class KR0_FRAMEWORK_API MetaError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit MetaError(const std::string& problem) : Error(ErrorCode::badMetaModel, problem) {}
+  explicit MetaError(ErrorDetails details) : Error(ErrorCode::badMetaModel, std::move(details)) {}
   ~MetaError() override;
 };
 
