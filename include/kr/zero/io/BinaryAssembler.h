@@ -41,6 +41,9 @@ class UnitRoad;
 /// anything is read. What the target throws passes unchanged. In each case the events sent so far stay sent,
 /// and the assembler can read another document.
 ///
+/// Each visit closes its file and forgets its input when it ends, also by an exception; of strings that it
+/// read, memory for no more than 64 KiB is kept for the next document.
+///
 /// A stream of the caller's is left as if every byte had been fetched by peek() and get(): positioned
 /// behind the last byte used, with the state and the exceptions that these lead to. A stream tied to it
 /// is flushed when more bytes have to be fetched, not for every byte.
@@ -100,7 +103,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   BinaryAssembler& operator=(const BinaryAssembler&) = delete;
   ~BinaryAssembler() override;
 
-  // Each drops the source of the document before, then reads one document.
+  // Each reads one document.
   void visitFile(const ustring& path) override;
   void visitStream(std::istream& stream) override;
   void visitString(const std::string& string) override;
@@ -120,6 +123,8 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
 
   template <class SourceType, class Input>
   void readFrom(Input& input, const char* failure);
+  void forget() noexcept;
+  void close() noexcept;
 
   bool isStreamEmpty() const;
   unsigned char getNextByte() const;

@@ -36,6 +36,10 @@ class KR0_IO_API BinaryKRSylvanSerializer : public KRSylvanSerializer {
   ~BinaryKRSylvanSerializer() override;
   const char* getFullyQualifiedVornTypeName() const override;
 
+  /// As the base says. The formatter's file is closed when it returns or throws, and no more than 64 KiB of
+  /// memory is kept of a document for the next.
+  void serialize(const Model& model, const SerializationOutput& output) override;
+
   /// A new formatter over `output`. It belongs to the serializer and lives until the next call.
   modeling::sylvan::SylvanEventProcessor<void>* getTarget(const SerializationOutput& output) override;
 

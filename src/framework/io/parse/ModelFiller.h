@@ -36,6 +36,8 @@ class ModelFiller final : public io::BulkParseProcessor {
   /// Starts over: empty model, nothing open.
   void reset();
   bool isReady() const noexcept { return store_ != nullptr; }
+  /// Forgets what the document was read by. What is still open, of a document that is not whole, stays.
+  void giveBackMemory() noexcept;
 
   meta::StructuredType findType(std::string_view typeName) override;
   meta::StructuredType findType(const ustring& typeName);

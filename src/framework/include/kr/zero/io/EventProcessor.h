@@ -88,11 +88,14 @@ class KR0_FRAMEWORK_API EventProcessor {
   meta::Property findProperty(const ustring& name);
 
  private:
+  friend class Serializer;
   struct ContainerInfo {
     meta::StructuredType type;
     std::size_t lastSlot = 0;
   };
   meta::StructuredType findType(const ustring& typeName) const;
+  /// Forgets the walk, however it ended.
+  void endWalk() noexcept;
 
   const meta::MetaRegistry* registry_ = &meta::MetaRegistry::instance();
   std::vector<ustring> packageUris_;

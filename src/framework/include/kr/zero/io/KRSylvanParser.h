@@ -64,6 +64,7 @@ class KR0_FRAMEWORK_API KRSylvanParser : public Parser {
   /// Hands the bytes on as a narrow string.
   bool doParseByteSequence(const std::vector<std::uint8_t>& bytes) override;
   void finishParse() override;
+  void giveBackMemory() noexcept override;
 
   std::unique_ptr<internal::TreeEventReader> reader_;
 };

@@ -86,6 +86,8 @@ class KR0_FRAMEWORK_API ParseProcessor {
   friend class Parser;
   /// Begins a document: reset(), and what this class keeps starts over even where an override forgets it.
   void startOver();
+  /// Ends a document: what was read it by goes, what getDepth(), getPath() and getProblems() tell stays.
+  void giveBackMemory() noexcept;
   friend KR0_FRAMEWORK_API BulkParseProcessor* bulkOf(ParseProcessor& processor);
   struct Impl;
   std::unique_ptr<Impl> impl_;

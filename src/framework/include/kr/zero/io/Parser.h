@@ -71,6 +71,8 @@ class KR0_FRAMEWORK_API Parser {
   /// Called by parse after a hook that returned true: the place to look at the document as a whole. Unless
   /// overridden, an element that is still open is a problem: the document was cut.
   virtual void finishParse();
+  /// Called at the end of parse, however it ends: the place to give back what grew with the document.
+  virtual void giveBackMemory() noexcept;
 
   std::unique_ptr<ParseCustomizer> customizer_;
   std::unique_ptr<ParsingModelBuilder> builder_;
