@@ -2,20 +2,16 @@
 /// The events of a walk over a model: what a format's writer implements.
 #pragma once
 
-#include <boost/container/small_vector.hpp>
-#include <cstdint>
 #include <vector>
 
 #include "kr/zero/Value.h"
 #include "kr/zero/export.h"
+#include "kr/zero/io/CategoryMasks.h"
 #include "kr/zero/io/SerializationOutput.h"
 #include "kr/zero/meta/MetaRegistry.h"
 #include "kr/zero/ustring.h"
 
 namespace kr::zero::io {
-
-/// Masks of property categories, one per pass that the walk makes over an object's properties.
-using CategoryMasks = boost::container::small_vector<std::uint32_t, 2>;
 
 /// Receives the events of Serializer's walk, in this order: startDocument; startRegisteredPackages,
 /// addRegisteredPackage per package, endRegisteredPackages; the object tree; endDocument; postprocess.
