@@ -48,7 +48,7 @@ configure_and_run() {
 
 use_pkg_config() {
   export PKG_CONFIG_PATH
-  PKG_CONFIG_PATH=$(dirname "$(find prefix -name kr0-binary-io.pc)")
+  PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name kr0-binary-io.pc)")
   local flags
   flags=$(pkg-config --cflags --libs kr0-binary-io kr0-ecore)
   # shellcheck disable=SC2086 # the flags are words
