@@ -60,12 +60,14 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
     virtual ~Source();
     /// Whether peeking at stream() finds no byte.
     virtual bool isEmpty();
+    /// Where bytes are read; the source's own, or the caller's.
     virtual std::istream& stream() = 0;
   };
 
   /// A file of its own. Raises "CorruptInput" where it cannot be opened.
   class KR0_IO_API FileSource final : public Source {
    public:
+    /// Opens the file.
     explicit FileSource(const ustring& path);
     ~FileSource() override;
     std::istream& stream() override;
@@ -78,6 +80,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   /// A stream of the caller's, kept by reference. Raises "CorruptInput" where it has failed already.
   class KR0_IO_API StreamSource final : public Source {
    public:
+    /// The stream must outlive the source.
     explicit StreamSource(std::istream& stream);
     ~StreamSource() override;
     std::istream& stream() override;
@@ -89,6 +92,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   /// A copy of a string of bytes.
   class KR0_IO_API StringSource final : public Source {
    public:
+    /// Copies the bytes.
     explicit StringSource(const std::string& bytes);
     ~StringSource() override;
     std::istream& stream() override;
@@ -103,11 +107,13 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   BinaryAssembler& operator=(const BinaryAssembler&) = delete;
   ~BinaryAssembler() override;
 
-  // Each reads one document.
+  ///@{
+  /// Reads one document from an input of that kind, or refuses it.
   void visitFile(const ustring& path) override;
   void visitStream(std::istream& stream) override;
   void visitString(const std::string& string) override;
   void visitUString(const ustring& string) override;
+  ///@}
 
   /// Bytes of the current or last document that were taken from its source.
   std::uint64_t getByteOffset() const noexcept;

@@ -50,6 +50,7 @@ struct FormatterInternals;
 class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor<void>,
                                    private SerializationOutput::Visitor {
  public:
+  /// A leaf, or an entry's name.
   using SylvanPrimitive = modeling::sylvan::SylvanPrimitive;
 
   /// What `output` refers to must outlive the formatter.

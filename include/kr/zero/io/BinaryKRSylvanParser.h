@@ -41,6 +41,7 @@ class KR0_IO_API BinaryKRSylvanParser : public KRSylvanParser {
  public:
   /// Asks its host for no packages; knows those of the process's registry.
   BinaryKRSylvanParser();
+  /// @throws std::invalid_argument for a collaborator that is null.
   BinaryKRSylvanParser(std::unique_ptr<ParseCustomizer> customizer,
                        std::unique_ptr<ParsingModelBuilder> builder);
   ~BinaryKRSylvanParser() override;

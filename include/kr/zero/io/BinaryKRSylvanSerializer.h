@@ -30,9 +30,13 @@ class FormatterUnits;
 class KR0_IO_API BinaryKRSylvanSerializer : public KRSylvanSerializer {
  public:
   BinaryKRSylvanSerializer();
+  ///@{
+  /// With collaborators of the host's; what is not given is the framework's own.
+  /// @throws std::invalid_argument for one that is null.
   explicit BinaryKRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser);
   BinaryKRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser,
                            std::unique_ptr<SerializeCustomizer> customizer);
+  ///@}
   ~BinaryKRSylvanSerializer() override;
   const char* getFullyQualifiedVornTypeName() const override;
 

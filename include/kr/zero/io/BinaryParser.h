@@ -28,6 +28,7 @@ namespace kr::zero::io {
 class KR0_IO_API BinaryParser : public Parser {
  public:
   BinaryParser();
+  /// @throws std::invalid_argument for a collaborator that is null.
   BinaryParser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder);
   ~BinaryParser() override;
   const char* getFullyQualifiedVornTypeName() const override;

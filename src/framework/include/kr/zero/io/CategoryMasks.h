@@ -26,16 +26,21 @@ class CategoryMasks {
     for (const value_type mask : masks) push_back(mask);
   }
 
+  ///@{
+  /// As for a vector.
   std::size_t size() const noexcept { return many_.empty() ? fewCount_ : many_.size(); }
   bool empty() const noexcept { return size() == 0; }
   iterator begin() noexcept { return many_.empty() ? few_.data() : many_.data(); }
   iterator end() noexcept { return begin() + size(); }
   const_iterator begin() const noexcept { return many_.empty() ? few_.data() : many_.data(); }
   const_iterator end() const noexcept { return begin() + size(); }
+  ///@}
   /// @param pass below size().
   value_type& operator[](std::size_t pass) noexcept { return begin()[pass]; }
+  /// @param pass below size().
   value_type operator[](std::size_t pass) const noexcept { return begin()[pass]; }
 
+  /// Adds a pass behind the others.
   void push_back(value_type mask) {
     if (many_.empty() && fewCount_ < few_.size()) {
       few_[fewCount_++] = mask;
@@ -47,6 +52,7 @@ class CategoryMasks {
     }
     many_.push_back(mask);
   }
+  /// Back to no mask.
   void clear() noexcept {
     many_.clear();
     fewCount_ = 0;

@@ -40,6 +40,7 @@ class TreeEventReader;
 /// of the document is then passed over.
 class KR0_FRAMEWORK_API KRSylvanParser : public Parser {
  public:
+  /// @throws std::invalid_argument for a collaborator that is null.
   KRSylvanParser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder);
   ~KRSylvanParser() override;
 

@@ -44,6 +44,7 @@ class KR0_FRAMEWORK_API KRGrammar {
 
   /// What the grammar tells of the place in the document.
   struct KR0_FRAMEWORK_API Blackboard {
+    /// With the innermost on top.
     using Stack = std::stack<std::uint32_t, std::vector<std::uint32_t>>;
 
     Blackboard();
@@ -64,8 +65,10 @@ class KR0_FRAMEWORK_API KRGrammar {
     Stack metadataStates;
   };
 
+  /// What checks events against one of the rules.
   using Manager = modeling::sylvan::grammar::ProcessorManager<Blackboard>;
 
+  /// The grammar of the process.
   static const KRGrammar& getInstance();
 
   /// The rule of that name.
