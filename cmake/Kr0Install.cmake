@@ -1,5 +1,4 @@
-# Installs libraries, headers, the tool, a CMake package (find_package(kr0)) and pkg-config files.
-include(GNUInstallDirs)
+# Installs libraries, headers, the tool, documentation, a CMake package (find_package(kr0)) and pkg-config files.
 include(CMakePackageConfigHelpers)
 
 option(KR0_INSTALL "Have the install target install this project" ${PROJECT_IS_TOP_LEVEL})
@@ -9,12 +8,17 @@ endif()
 
 set(KR0_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/kr0)
 set(KR0_INSTALLED_LIBRARIES kr0_framework kr0_binary_io)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/framework/include/ ${PROJECT_SOURCE_DIR}/include/
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
-if(KR0_BUILD_TOOL)
+# All headers share one folder: names like foundation/ and fl/ belong to nobody.
+set(KR0_HEADERS_DIR ${CMAKE_INSTALL_INCLUDEDIR}/kr0)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/framework/include/ ${PROJECT_SOURCE_DIR}/include/kr0/
+  DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/kr DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+if(TARGET kr0_ecore)
   list(APPEND KR0_INSTALLED_LIBRARIES kr0_ecore)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/interop/ecore/include/
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+    DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+endif()
+if(KR0_BUILD_TOOL)
   # The installed tool finds the libraries beside it, wherever the two were put.
   file(RELATIVE_PATH KR0_BIN_TO_LIB "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(kr0 PROPERTIES INSTALL_RPATH "$ORIGIN/${KR0_BIN_TO_LIB}")
@@ -22,6 +26,16 @@ if(KR0_BUILD_TOOL)
 endif()
 set_target_properties(${KR0_INSTALLED_LIBRARIES} PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS ${KR0_INSTALLED_LIBRARIES} EXPORT kr0Targets)
+
+# As in the source tree, so that the pages' links lead somewhere.
+set(KR0_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/kr0)
+foreach(page LICENSE README.md CHANGELOG.md)
+  install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${KR0_DOC_DIR})
+endforeach()
+foreach(pages formats guide)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/${pages} DESTINATION ${KR0_DOC_DIR}/docs)
+endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/docs/architecture.md DESTINATION ${KR0_DOC_DIR}/docs)
 
 install(EXPORT kr0Targets NAMESPACE kr0:: DESTINATION ${KR0_PACKAGE_DIR})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/kr0Config.cmake.in
@@ -32,18 +46,31 @@ install(FILES ${PROJECT_BINARY_DIR}/kr0Config.cmake ${PROJECT_BINARY_DIR}/kr0Con
   DESTINATION ${KR0_PACKAGE_DIR})
 
 # One .pc file per library: kr0_pkg_config(<target> <description> [required packages...])
+#
+# Where the system's loader looks anyway nothing is said of it; a program that links with another prefix gets the
+# path of the libraries. Which of the two is known when the install target runs.
 function(kr0_pkg_config target KR0_PC_DESCRIPTION)
   string(REPLACE "_" "-" KR0_PC_NAME ${target})
   string(REPLACE ";" " " KR0_PC_REQUIRES "${ARGN}")
   set(KR0_PC_LIBRARY ${target})
-  configure_file(${PROJECT_SOURCE_DIR}/cmake/kr0.pc.in ${PROJECT_BINARY_DIR}/${KR0_PC_NAME}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${KR0_PC_NAME}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  set(KR0_PC_RPATH "")
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/kr0.pc.in ${PROJECT_BINARY_DIR}/pc/system/${KR0_PC_NAME}.pc @ONLY)
+  set(KR0_PC_RPATH " -Wl,-rpath,\${libdir}")
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/kr0.pc.in ${PROJECT_BINARY_DIR}/pc/other/${KR0_PC_NAME}.pc @ONLY)
+  install(CODE "
+    if(CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?/?$\")
+      set(KR0_PC_KIND system)
+    else()
+      set(KR0_PC_KIND other)
+    endif()
+    file(INSTALL \"${PROJECT_BINARY_DIR}/pc/\${KR0_PC_KIND}/${KR0_PC_NAME}.pc\"
+      DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig\")")
 endfunction()
 
 # From <libdir>/pkgconfig back to the prefix, so that an installed tree may be moved.
 file(RELATIVE_PATH KR0_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 kr0_pkg_config(kr0_framework "Meta models, models and their formats by name")
 kr0_pkg_config(kr0_binary_io "Compact binary storage for models" kr0-framework)
-if(KR0_BUILD_TOOL)
+if(TARGET kr0_ecore)
   kr0_pkg_config(kr0_ecore "Ecore meta models and XMI models" kr0-framework)
 endif()

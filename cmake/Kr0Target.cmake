@@ -28,6 +28,9 @@ function(kr0_add_library name)
   add_library(kr0_${name} SHARED ${ARGN})
   add_library(kr0::${name} ALIAS kr0_${name})
   kr0_target_defaults(kr0_${name})
+  # <kr0/kr0.h> is found by the first, all other headers by the second.
+  target_include_directories(kr0_${name} INTERFACE
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kr0>)
   set_target_properties(kr0_${name} PROPERTIES
     EXPORT_NAME ${name}
     VERSION ${PROJECT_VERSION}

@@ -38,7 +38,7 @@ layer_of() {
 inner_layer_of() {
   case ${1#src/framework/} in
     include/foundation/* | include/resource_core/* | include/kr/zero/export.h | include/kr/zero/Error.h) echo foundation ;;
-    include/fl/* | include/kr/zero/ustring.h | include/kr/zero/TextHash.h) echo text ;;
+    include/fl/* | include/kr/zero/ustring.h | include/kr/zero/TextHash.h | include/kr/zero/KeptMemory.h) echo text ;;
     include/modeling/sylvan/grammar/*) echo rules ;;
     include/modeling/*) echo events ;;
     include/kr/zero/log/*) echo log ;;

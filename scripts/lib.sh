@@ -6,7 +6,7 @@ jobs=$(nproc 2>/dev/null || echo 2)
 
 build_packages="g++ cmake ninja-build libboost-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev"
 test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format pkg-config python3 xz-utils"
-ci_packages="clang ccache default-jdk-headless libeclipse-emf-common-java libeclipse-emf-ecore-java libeclipse-emf-ecore-xmi-java"
+ci_packages="clang ccache doxygen default-jdk-headless libeclipse-emf-common-java libeclipse-emf-ecore-java libeclipse-emf-ecore-xmi-java"
 cross_packages="g++-s390x-linux-gnu g++-aarch64-linux-gnu qemu-user"
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }

@@ -7,6 +7,7 @@
 #include "direct/OutputDelivery.h"
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
+#include "kr/zero/KeptMemory.h"
 #include "kr/zero/io/PropertyCategory.h"
 #include "values/Endianness.h"
 #include "values/PrimitiveEncoding.h"
@@ -25,6 +26,14 @@ BinaryEventProcessor::BinaryEventProcessor() = default;
 BinaryEventProcessor::~BinaryEventProcessor() = default;
 
 void BinaryEventProcessor::postprocess(const SerializationOutput& output) { deliver(getBytes(), output); }
+
+void BinaryEventProcessor::giveBackMemory() noexcept {
+  bytes_.giveBackLarge();
+  clearAndGiveBack(frames_);
+  clearAndGiveBack(packageNames_);
+  clearAndGiveBack(knownPackageNames_);
+  clearAndGiveBack(utf8_);
+}
 
 void BinaryEventProcessor::startDocument() {
   bytes_.clear();

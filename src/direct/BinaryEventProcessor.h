@@ -55,7 +55,9 @@ class BinaryEventProcessor : public EventProcessor {
 
   /// Sets or clears both association bits of the first mask.
   void setShouldSerializeAssociations(bool should);
-  /// The bytes of the document, until the next one starts.
+  /// Forgets the document, however it ended, but for the bytes of a small one.
+  virtual void giveBackMemory() noexcept;
+  /// The bytes of the document, until the next one starts; of a large one, until giveBackMemory().
   const values::ByteBuffer& getBytes() const noexcept { return bytes_; }
 
  protected:

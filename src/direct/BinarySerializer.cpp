@@ -35,6 +35,15 @@ BinarySerializer::~BinarySerializer() = default;
 
 const char* BinarySerializer::getFullyQualifiedVornTypeName() const { return "kr.zero.io.BinarySerializer"; }
 
+void BinarySerializer::serialize(const Model& model, const SerializationOutput& output) {
+  struct Ending {
+    BinaryEventProcessor& processor;
+    ~Ending() { processor.giveBackMemory(); }
+  };
+  const Ending ending{static_cast<BinaryEventProcessor&>(getEventProcessor())};
+  Serializer::serialize(model, output);
+}
+
 void BinarySerializer::setShouldSerializeAssociations(bool should) {
   static_cast<BinaryEventProcessor&>(getEventProcessor()).setShouldSerializeAssociations(should);
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "direct/Numbers.h"
+#include "kr/zero/KeptMemory.h"
 #include "values/Endianness.h"
 #include "values/ValueBytes.h"
 
@@ -85,6 +86,14 @@ void BulkBinaryEventProcessor::Block::append(std::string_view bytes) {
 
 inline std::uint8_t* BulkBinaryEventProcessor::Block::copyTo(std::uint8_t* out) const noexcept {
   return copyBlocks(bytes_.data(), size_, out);
+}
+
+void BulkBinaryEventProcessor::giveBackMemory() noexcept {
+  BinaryEventProcessor::giveBackMemory();
+  innermost_ = nullptr;
+  clearAndGiveBack(types_);
+  clearAndGiveBack(typesByOrdinal_);
+  clearAndGiveBack(around_);
 }
 
 // A registry may go between two documents and another come to stand at its address: each document starts

@@ -15,6 +15,8 @@ namespace kr::zero::io {
 /// Keeps, for each type and property, the bytes that every object repeats: keys, marks, type names.
 class BulkBinaryEventProcessor final : public BinaryEventProcessor, public BulkEventProcessor {
  public:
+  void giveBackMemory() noexcept override;
+
   void startObjects(ValueSource& source) override;
   CategoryMasks openObject(std::size_t slot, meta::StructuredType type,
                            const ElementIdentity& identity) override;

@@ -116,6 +116,11 @@ void BinaryKRGrammarTransformer::reset() {
   manager_ = KRGrammar::getInstance().getProcessor("document", blackboard_);
 }
 
+void BinaryKRGrammarTransformer::giveBackMemory() noexcept {
+  manager_.reset();
+  blackboard_.clear();
+}
+
 void BinaryKRGrammarTransformer::catchUp(const std::vector<SylvanEventCode>& way) {
   reset();
   for (const SylvanEventCode code : way) manager_->process(code);

@@ -45,6 +45,11 @@ bool BinaryKRSylvanParser::doParseString(const ustring& text) {
 
 template <class Input>
 bool BinaryKRSylvanParser::assemble(const char* step, void (BinaryAssembler::*visit)(Input), Input input) {
+  struct Ending {
+    BinaryKRGrammarTransformer& transformer;
+    ~Ending() { transformer.giveBackMemory(); }
+  };
+  const Ending ending{*transformer_};
   const log::Span span = getSpan()->openChild(step);
   try {
     (assembler_.get()->*visit)(input);

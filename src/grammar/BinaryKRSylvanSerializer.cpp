@@ -1,5 +1,6 @@
 #include "kr/zero/io/BinaryKRSylvanSerializer.h"
 
+#include "sylvan/FormatterInternals.h"
 #include "sylvan/FormatterUnits.h"
 
 namespace kr::zero::io {
@@ -18,6 +19,19 @@ BinaryKRSylvanSerializer::~BinaryKRSylvanSerializer() = default;
 
 const char* BinaryKRSylvanSerializer::getFullyQualifiedVornTypeName() const {
   return "kr.zero.io.BinaryKRSylvanSerializer";
+}
+
+// The formatter holds the file. One whose document went to a target around it has not begun: what it is for
+// is that target's business.
+void BinaryKRSylvanSerializer::serialize(const Model& model, const SerializationOutput& output) {
+  try {
+    KRSylvanSerializer::serialize(model, output);
+  } catch (...) {
+    if (formatter_) tagged::FormatterInternals::abandon(*formatter_);
+    throw;
+  }
+  if (formatter_ && tagged::FormatterInternals::hasBegun(*formatter_))
+    tagged::FormatterInternals::closeFile(*formatter_);
 }
 
 modeling::sylvan::SylvanEventProcessor<void>* BinaryKRSylvanSerializer::getTarget(

@@ -41,25 +41,33 @@ BinaryAssembler::BinaryAssembler(SylvanEventProcessor<void>* processor)
 
 BinaryAssembler::~BinaryAssembler() = default;
 
-// The source of the document before goes first: it may be the file that is to be read now.
 template <class SourceType, class Input>
 void BinaryAssembler::readFrom(Input& input, const char* failure) {
-  source_.reset();
-  bytes_->detach();
-  ended_ = false;
+  struct Ending {
+    BinaryAssembler& assembler;
+    ~Ending() { assembler.close(); }
+  };
+  forget();
   try {
     source_ = std::make_unique<SourceType>(input);
   } catch (const Error<kr0::io::CorruptInput>&) {
     bytes_->detach(failure);
     throw;
   }
+  const Ending ending{*this};
   bytes_->attach(*source_, std::is_same_v<SourceType, StreamSource>);
-  try {
-    assembleDocument();
-  } catch (...) {
-    bytes_->release();
-    throw;
-  }
+  assembleDocument();
+}
+
+void BinaryAssembler::forget() noexcept {
+  bytes_->detach();
+  ended_ = false;
+}
+
+void BinaryAssembler::close() noexcept {
+  bytes_->finish();
+  source_.reset();
+  primitives_->giveBackMemory();
 }
 
 void BinaryAssembler::visitFile(const ustring& path) { readFrom<FileSource>(path, "File cannot be opened"); }
@@ -70,18 +78,18 @@ void BinaryAssembler::visitString(const std::string& string) {
   readFrom<StringSource>(string, "String cannot be read");
 }
 
-// What is refused must not be told with the offset and the failure of the document before.
+// What is refused must not be told as the document before was: with its offset, its failure and its end.
 void BinaryAssembler::visitUString(const ustring&) {
-  bytes_->detach();
+  forget();
   errors::raise<kr0::io::UstringNotSupported>(errors::ustringNotSupported());
 }
 void BinaryAssembler::visitIntermediateFormat(const void*) {
-  bytes_->detach();
+  forget();
   errors::raise<kr0::io::IntermediateFormatNotSupported>(errors::intermediateFormatNotSupported());
 }
 // There is no message of its own for these.
 void BinaryAssembler::visitLittleEndianByteSequence(const std::vector<unsigned char>&) {
-  bytes_->detach();
+  forget();
   errors::raise<kr0::io::IntermediateFormatNotSupported>(errors::intermediateFormatNotSupported());
 }
 

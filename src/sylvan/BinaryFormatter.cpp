@@ -160,6 +160,7 @@ void BinaryFormatter::reset() {
 }
 
 void BinaryFormatter::startDocument(const SylvanPrimitive&) {
+  hasBegun_ = true;
   start(EventCode::startDocument, kInDocument, tags::kStartDocument);
   writeNumber(tags::kNonNegative, tagged::kVersion, tagged::getMagnitudeWidth(tagged::kVersion));
   writeString(values::endiannessMarker(true));

@@ -2,6 +2,7 @@
 /// Internal: access to parts of a BinaryFormatter that its users do not see.
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <string>
 #include <utility>
@@ -32,6 +33,22 @@ struct FormatterInternals {
     formatter.takesPieces_ = requires { requires SinkClass::kTakesBytesAsTheyCome; };
     formatter.string_ = nullptr;
     formatter.stream_ = nullptr;
+  }
+  /// Whether a document was started.
+  static bool hasBegun(const BinaryFormatter& formatter) { return formatter.hasBegun_; }
+  /// Ends writing to a file; other sinks have nothing to close.
+  /// @throws std::ios_base::failure where the last bytes cannot be written.
+  static void closeFile(BinaryFormatter& formatter) {
+    if (auto* const file = dynamic_cast<FileSink*>(formatter.sink_.get())) file->close();
+  }
+  /// Closes the file of a document that failed, and forgets what is open.
+  static void abandon(BinaryFormatter& formatter) noexcept {
+    formatter.reset();
+    try {
+      closeFile(formatter);
+    } catch (const std::exception&) {
+      // The failure that is on its way came first.
+    }
   }
   static grammar::KRGrammar::Blackboard& getBlackboard(BinaryFormatter& formatter) {
     return formatter.blackboard_;

@@ -8,6 +8,7 @@
 #include <string>
 #include <variant>
 
+#include "kr/zero/KeptMemory.h"
 #include "modeling/sylvan/SylvanPrimitive.h"
 #include "sylvan/CopyFew.h"
 
@@ -48,6 +49,9 @@ class SentPrimitives {
   /// For a string that comes in pieces, and the primitive that it is in.
   std::string& getString() { return *std::get_if<std::string>(&string_); }
   const SylvanPrimitive& getStringPrimitive() const { return string_; }
+
+  /// What was sent is not needed any more.
+  void giveBackMemory() noexcept { clearAndGiveBack(getString()); }
 
  private:
   template <class Number>

@@ -12,6 +12,14 @@ void StreamBytes::attach(BinaryAssembler::Source& source, bool isShared) {
   load();
 }
 
+void StreamBytes::finish() noexcept {
+  release();
+  offset_ = getOffset();
+  source_ = nullptr;
+  state_ = nullptr;
+  begin_ = next_ = end_ = nullptr;
+}
+
 void StreamBytes::detach(const char* detail) noexcept {
   source_ = nullptr;
   state_ = nullptr;

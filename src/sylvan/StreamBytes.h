@@ -37,9 +37,11 @@ class GetArea : private std::streambuf {
 /// position only when somebody may look at it.
 class StreamBytes {
  public:
-  /// Begins to read from a source, which must stay where it is until detach().
+  /// Begins to read from a source, which must stay where it is until finish() or detach().
   /// @param isShared others see the stream too: between release() and resume() it is as they expect.
   void attach(BinaryAssembler::Source& source, bool isShared);
+  /// Reading ends, and the source may go. Offset and detail stay.
+  void finish() noexcept;
   /// There is no source, and nothing was taken.
   /// @param detail why the document could not be had, where that is known.
   void detach(const char* detail = "") noexcept;

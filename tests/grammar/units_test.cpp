@@ -9,6 +9,7 @@
 #include "modeling/sylvan/EventPrinter.h"
 #include "modeling/sylvan/EventRecorder.h"
 #include "support/Environment.h"
+#include "support/Paths.h"
 #include "support/RandomModel.h"
 #include "support/SampleModel.h"
 #include "support/TaggedReading.h"
@@ -50,6 +51,18 @@ std::string writeByEvents(const Model& model) {
 TEST(TaggedUnits, TargetOfAHostsOwnSeesEveryEvent) {
   const Model model = test::makeSample();
   EXPECT_EQ(writeByEvents(model), test::writeTagged(model));
+}
+
+TEST(TaggedUnits, AFormatterThatATargetOfAHostsOwnHoldsBackIsStillOpen) {
+  const std::string path = test::temporaryPath("held-back.krt");
+  const Model model = test::makeSample();
+  {
+    WatchingSerializer serializer;
+    serializer.serialize(model, SerializationOutput::toFile(toUstring(path)));
+    EXPECT_EQ(test::readFile(path), "");
+    serializer.finish();
+  }
+  EXPECT_EQ(test::readFile(path), test::writeTagged(model));
 }
 
 TEST(TaggedUnits, GiveTheBytesOfTheEventsForRandomModels) {

@@ -10,6 +10,7 @@
 
 #include "hostile/DamageCheck.h"
 #include "hostile/Generators.h"
+#include "kr/zero/KeptMemory.h"
 #include "support/AllocationMeter.h"
 #include "support/Environment.h"
 #include "support/GoldenDocuments.h"
@@ -115,8 +116,7 @@ TEST(Bounds, NothingOfADocumentStaysInTheParserOnceItsModelIsTaken) {
     EXPECT_EQ(parseBytes(*parser, bytes).ending, generator.ending);
     parser->getModelBuilder().takeModel();
     EXPECT_EQ(parseBytes(*parser, goldenDocument("nothing")), (Outcome{Ending::success, {}}));
-    // Buffers keep what they have grown to, in proportion to the largest document seen.
-    EXPECT_LE(meter.getLiveBytes(), static_cast<std::ptrdiff_t>(memoryFloor + 32 * bytes.size()));
+    EXPECT_LE(meter.getLiveBytes(), static_cast<std::ptrdiff_t>(4 * kMostKeptBytes));
   }
 }
 

@@ -1,20 +1,40 @@
 #!/usr/bin/env bash
-# Uses the library as others will: installed and found by CMake, installed and found by pkg-config, and
-# as a folder inside another project.
+# Uses the library as others will: installed and found by CMake, installed and found by pkg-config, as a folder
+# inside another project, and where pugixml is missing.
 #
-#   tests/install/run.sh find_package|pkg_config|subdirectory BUILD_FOLDER
+#   tests/install/run.sh find_package|pkg_config|subdirectory|without_pugixml BUILD_FOLDER
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
+root=$(cd "$here/../.." && pwd)
 way=$1
 build=$(cd "$2" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
+unset LD_LIBRARY_PATH # what is found without it is found by those who know nothing of it
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
 
 # The installed tree is moved once: nothing in it may know where it was first.
 install_and_move() {
   cmake --install "$build" --prefix "$work/first" >/dev/null
   mv "$work/first" "$work/prefix"
+}
+
+# Nothing but one folder lies in include/, and the documentation is there.
+check_listing() {
+  local found page
+  found=$(ls prefix/include)
+  [ "$found" = kr0 ] || fail "include/ holds: $found"
+  for page in kr0.h kr/zero/Model.h kr/zero/io/BinaryParser.h kr/zero/ecore/Ecore.h foundation/core/except.h; do
+    [ -f "prefix/include/kr0/$page" ] || fail "there is no include/kr0/$page"
+  done
+  for page in LICENSE README.md CHANGELOG.md docs/formats/direct.md docs/formats/tagged.md docs/guide/first-model.md; do
+    cmp -s "$root/$page" "prefix/share/doc/kr0/$page" || fail "share/doc/kr0/$page is not the project's"
+  done
 }
 
 # configure_and_run [cmake options...]
@@ -28,32 +48,53 @@ configure_and_run() {
 
 use_pkg_config() {
   export PKG_CONFIG_PATH
-  PKG_CONFIG_PATH=$(dirname "$(find prefix -name kr0-binary-io.pc)")
+  PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name kr0-binary-io.pc)")
   local flags
-  flags=$(pkg-config --cflags --libs kr0-binary-io)
+  flags=$(pkg-config --cflags --libs kr0-binary-io kr0-ecore)
   # shellcheck disable=SC2086 # the flags are words
   ${CXX:-g++} -std=c++20 "$here/consumer/main.cpp" $flags -o program
-  LD_LIBRARY_PATH=$(pkg-config --variable=libdir kr0-binary-io) ./program
+  ./program
 }
+
+# Where the loader looks anyway, the libraries' path must not get into programs.
+check_system_prefix() {
+  DESTDIR="$work/staged" cmake --install "$build" --prefix /usr >/dev/null
+  local file
+  file=$(find staged -name kr0-binary-io.pc)
+  [ -n "$file" ] || fail "kr0-binary-io.pc is not installed below /usr"
+  if grep -q rpath "$file"; then fail "a system prefix is named in programs: $(grep rpath "$file")"; fi
+}
+
+# Everything but kr0::ecore is there, and a word says why that is not.
+configure_without_pugixml() {
+  local said
+  said=$(cmake -S "$root" -B without -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_pugixml=ON -DKR0_BUILD_TOOL=OFF \
+    -DKR0_BUILD_TESTS=OFF -DKR0_BUILD_EXAMPLES=OFF 2>&1) || fail "$said"
+  grep -q "kr0::ecore is left out: pugixml was not found" <<<"$said" || fail "nothing is said of kr0::ecore: $said"
+  cmake --build without --target help | grep -q '^kr0_binary_io:' || fail "kr0_binary_io is missing"
+  if cmake --build without --target help | grep -q '^kr0_ecore:'; then fail "kr0_ecore is there"; fi
+}
+
+# expect_note <what the program said>
+expect_note() { [ "$1" = "it came back" ] || fail "the program said: $1"; }
 
 case $way in
   find_package)
     install_and_move
-    said=$(configure_and_run -DCMAKE_PREFIX_PATH="$work/prefix")
+    check_listing
+    expect_note "$(configure_and_run -DCMAKE_PREFIX_PATH="$work/prefix")"
     prefix/bin/kr0 --version >/dev/null
     ;;
   pkg_config)
     install_and_move
-    said=$(use_pkg_config)
+    expect_note "$(use_pkg_config)"
+    check_system_prefix
     ;;
-  subdirectory) said=$(configure_and_run -DKR0_FOLDER="$here/../..") ;;
+  subdirectory) expect_note "$(configure_and_run -DKR0_FOLDER="$root")" ;;
+  without_pugixml) configure_without_pugixml ;;
   *)
     echo "unknown way: $way" >&2
     exit 2
     ;;
 esac
-[ "$said" = "it came back" ] || {
-  echo "the program said: $said" >&2
-  exit 1
-}
 echo "$way works"

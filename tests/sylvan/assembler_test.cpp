@@ -60,6 +60,15 @@ TEST(Assembling, TellsWhetherTheDocumentCameToItsEndMark) {
   EXPECT_FALSE(assembler.hasEnded());
 }
 
+TEST(Assembling, AnInputThatIsRefusedHasNotEnded) {
+  modeling::sylvan::NullEventProcessor none;
+  BinaryAssembler assembler(&none);
+  assembler.visitString(littleHeader + fromHex("02"));
+  ASSERT_TRUE(assembler.hasEnded());
+  EXPECT_THROW(assembler.visitUString(u"kr"), io::Error<kr0::io::UstringNotSupported>);
+  EXPECT_FALSE(assembler.hasEnded());
+}
+
 TEST(Assembling, NothingFailsBeforeAnyEvent) {
   const Reading reading = read("");
   EXPECT_EQ(reading.events, "");

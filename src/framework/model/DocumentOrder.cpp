@@ -1,5 +1,7 @@
 #include "model/DocumentOrder.h"
 
+#include "kr/zero/KeptMemory.h"
+
 namespace kr::zero::internal {
 
 bool isIndexOrderWritten(const ModelStore& store) noexcept {
@@ -47,7 +49,7 @@ ElementRecord* IdentityIndex::find(std::string_view first, std::string_view seco
 }
 
 void IdentityIndex::clear() noexcept {
-  table_.clear();
+  clearAndGiveBack(table_);
   size_ = 0;
 }
 

@@ -41,6 +41,9 @@ class UnitRoad;
 /// anything is read. What the target throws passes unchanged. In each case the events sent so far stay sent,
 /// and the assembler can read another document.
 ///
+/// Each visit closes its file and forgets its input when it ends, also by an exception; of strings that it
+/// read, memory for no more than 64 KiB is kept for the next document.
+///
 /// A stream of the caller's is left as if every byte had been fetched by peek() and get(): positioned
 /// behind the last byte used, with the state and the exceptions that these lead to. A stream tied to it
 /// is flushed when more bytes have to be fetched, not for every byte.
@@ -57,12 +60,14 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
     virtual ~Source();
     /// Whether peeking at stream() finds no byte.
     virtual bool isEmpty();
+    /// Where bytes are read; the source's own, or the caller's.
     virtual std::istream& stream() = 0;
   };
 
   /// A file of its own. Raises "CorruptInput" where it cannot be opened.
   class KR0_IO_API FileSource final : public Source {
    public:
+    /// Opens the file.
     explicit FileSource(const ustring& path);
     ~FileSource() override;
     std::istream& stream() override;
@@ -75,6 +80,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   /// A stream of the caller's, kept by reference. Raises "CorruptInput" where it has failed already.
   class KR0_IO_API StreamSource final : public Source {
    public:
+    /// The stream must outlive the source.
     explicit StreamSource(std::istream& stream);
     ~StreamSource() override;
     std::istream& stream() override;
@@ -86,6 +92,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   /// A copy of a string of bytes.
   class KR0_IO_API StringSource final : public Source {
    public:
+    /// Copies the bytes.
     explicit StringSource(const std::string& bytes);
     ~StringSource() override;
     std::istream& stream() override;
@@ -100,11 +107,13 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
   BinaryAssembler& operator=(const BinaryAssembler&) = delete;
   ~BinaryAssembler() override;
 
-  // Each drops the source of the document before, then reads one document.
+  ///@{
+  /// Reads one document from an input of that kind, or refuses it.
   void visitFile(const ustring& path) override;
   void visitStream(std::istream& stream) override;
   void visitString(const std::string& string) override;
   void visitUString(const ustring& string) override;
+  ///@}
 
   /// Bytes of the current or last document that were taken from its source.
   std::uint64_t getByteOffset() const noexcept;
@@ -120,6 +129,8 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
 
   template <class SourceType, class Input>
   void readFrom(Input& input, const char* failure);
+  void forget() noexcept;
+  void close() noexcept;
 
   bool isStreamEmpty() const;
   unsigned char getNextByte() const;

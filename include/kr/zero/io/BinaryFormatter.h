@@ -44,10 +44,13 @@ struct FormatterInternals;
 /// sink raises (std::ios_base::failure; std::invalid_argument for a path that is no text) passes unchanged,
 /// and so does std::bad_variant_access for a primitive without alternative, of which nothing is written.
 ///
+/// A file is closed by the destructor: until then another document may be appended to it.
+///
 /// Not to be used from two threads at once.
 class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor<void>,
                                    private SerializationOutput::Visitor {
  public:
+  /// A leaf, or an entry's name.
   using SylvanPrimitive = modeling::sylvan::SylvanPrimitive;
 
   /// What `output` refers to must outlive the formatter.
@@ -101,6 +104,7 @@ class KR0_IO_API BinaryFormatter : public modeling::sylvan::SylvanEventProcessor
   void writeThroughSink(const char* bytes, std::size_t count);
 
   std::unique_ptr<Sink> sink_;
+  bool hasBegun_ = false;
   bool takesPieces_ = false;  // the sink, or whoever it writes to: else each byte goes through writeByte()
   std::deque<std::int32_t> formatterStates_;  // what is open, innermost last; not used with a checker
   grammar::KRGrammar::Blackboard blackboard_;

@@ -59,9 +59,13 @@ class KR0_IO_API BinaryKRGrammarTransformer : public modeling::sylvan::SylvanEve
   friend class BinaryKRGrammarTransformerInternals;
   /// Sends the target more at once, past the grammar.
   friend class tagged::UnitRoad;
+  /// Knows when nothing more follows.
+  friend class BinaryKRSylvanParser;
   using KRGrammar = grammar::KRGrammar;
 
   void reset();
+  /// As if there had been no document.
+  void giveBackMemory() noexcept;
   /// Brings the grammar to where these events of a document lead; the target is there already.
   void catchUp(const std::vector<modeling::sylvan::SylvanEventCode>& way);
   void bindBlackboard() noexcept;

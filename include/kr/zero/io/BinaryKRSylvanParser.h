@@ -33,11 +33,15 @@ namespace kr::zero::io {
 /// A stream is read to its end, and the document must be the first thing in it. For several documents in one
 /// stream use BinaryAssembler.
 ///
+/// A file is closed when the call returns or throws, and no memory of a large document is kept for the next:
+/// but what a document that failed left of its model, which is the model builder's until the next parse.
+///
 /// May be used for one document after another; not from two threads at once.
 class KR0_IO_API BinaryKRSylvanParser : public KRSylvanParser {
  public:
   /// Asks its host for no packages; knows those of the process's registry.
   BinaryKRSylvanParser();
+  /// @throws std::invalid_argument for a collaborator that is null.
   BinaryKRSylvanParser(std::unique_ptr<ParseCustomizer> customizer,
                        std::unique_ptr<ParsingModelBuilder> builder);
   ~BinaryKRSylvanParser() override;

@@ -30,11 +30,19 @@ class FormatterUnits;
 class KR0_IO_API BinaryKRSylvanSerializer : public KRSylvanSerializer {
  public:
   BinaryKRSylvanSerializer();
+  ///@{
+  /// With collaborators of the host's; what is not given is the framework's own.
+  /// @throws std::invalid_argument for one that is null.
   explicit BinaryKRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser);
   BinaryKRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser,
                            std::unique_ptr<SerializeCustomizer> customizer);
+  ///@}
   ~BinaryKRSylvanSerializer() override;
   const char* getFullyQualifiedVornTypeName() const override;
+
+  /// As the base says. The formatter's file is closed when it returns or throws, and no more than 64 KiB of
+  /// memory is kept of a document for the next.
+  void serialize(const Model& model, const SerializationOutput& output) override;
 
   /// A new formatter over `output`. It belongs to the serializer and lives until the next call.
   modeling::sylvan::SylvanEventProcessor<void>* getTarget(const SerializationOutput& output) override;

@@ -21,10 +21,14 @@ namespace kr::zero::io {
 /// std::runtime_error (a number cut short). The parser's span then holds "byte-offset", the position
 /// that reading had reached.
 ///
+/// A file is closed when the call returns or throws, and no memory of a large document is kept for the next:
+/// but what a document that failed left of its model, which is the model builder's until the next parse.
+///
 /// May be used for one document after another; not from two threads at once.
 class KR0_IO_API BinaryParser : public Parser {
  public:
   BinaryParser();
+  /// @throws std::invalid_argument for a collaborator that is null.
   BinaryParser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder);
   ~BinaryParser() override;
   const char* getFullyQualifiedVornTypeName() const override;

@@ -26,6 +26,10 @@ class KR0_IO_API BinarySerializer : public Serializer {
   ~BinarySerializer() override;
   const char* getFullyQualifiedVornTypeName() const override;
 
+  /// As the base says. Files are closed when it returns or throws, and no more than 64 KiB of memory is kept
+  /// of a document for the next.
+  void serialize(const Model& model, const SerializationOutput& output) override;
+
   /// Whether associations are written; they are unless switched off.
   void setShouldSerializeAssociations(bool should);
 

@@ -19,13 +19,22 @@
 namespace kr0::io {
 
 // One empty class per message of the catalog "kr0:io".
+
+/// The input is damaged, or is no document of the format.
 struct KR0_IO_API CorruptInput {};
+/// The format neither reads nor writes intermediate forms.
 struct KR0_IO_API IntermediateFormatNotSupported {};
+/// The format does not write UTF-16 strings; for the tagged one, it does not read them either.
 struct KR0_IO_API UstringNotSupported {};
+/// The file was not found or cannot be opened.
 struct KR0_IO_API FileNotFound {};
+/// The parser does not read narrow strings.
 struct KR0_IO_API StringNotSupportedByParser {};
+/// The parser does not read UTF-16 strings.
 struct KR0_IO_API UstringNotSupportedByParser {};
+/// The output cannot be written to, or a text of the model cannot be written.
 struct KR0_IO_API CannotSerialize {};
+/// The format does not write narrow strings.
 struct KR0_IO_API StringNotSupported {};
 
 }  // namespace kr0::io
@@ -33,6 +42,8 @@ struct KR0_IO_API StringNotSupported {};
 namespace kr0::messages {
 
 // One empty class per message of the catalog "kr0:messages".
+
+/// A value is not of the type that is asked for.
 struct KR0_IO_API CannotCastIncompatibleTypes {};
 
 }  // namespace kr0::messages

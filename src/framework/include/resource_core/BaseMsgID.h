@@ -19,10 +19,16 @@ using MsgArgument = std::variant<long long, std::string, std::u16string>;
 /// A catalog name, an identifier within it and ordered arguments. A plain value.
 class KR0_FRAMEWORK_API BaseMsgID {
  public:
+  /// @param catalog the name of the catalog. @param identifier which of its messages. @param arguments in the
+  /// order of the
+  ///   message.
   BaseMsgID(std::string catalog, std::string identifier, std::vector<MsgArgument> arguments = {});
 
+  /// The name of the catalog.
   const std::string& getCatalog() const noexcept { return catalog_; }
+  /// Which message of the catalog.
   const std::string& getIdentifier() const noexcept { return identifier_; }
+  /// The arguments in the order of the message.
   const std::vector<MsgArgument>& getArguments() const noexcept { return arguments_; }
 
   /// Catalog, colon, identifier: "kr0:io:CorruptInput". The catalog "ZENTOR:legacy_two_part" counts

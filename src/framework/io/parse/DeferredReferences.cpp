@@ -3,16 +3,17 @@
 #include <bit>
 #include <cstring>
 
+#include "kr/zero/KeptMemory.h"
 #include "kr/zero/io/ParseProcessor.h"
 
 namespace kr::zero::internal {
 
-void DeferredReferences::reset(ModelStore& store) {
+void DeferredReferences::reset(ModelStore& store) noexcept {
   store_ = &store;
-  waiting_ = {};
-  texts_ = {};
-  numbers_.clear();
-  typeNames_.clear();
+  clearAndGiveBack(waiting_);
+  clearAndGiveBack(texts_);
+  clearAndGiveBack(typeNames_);
+  clearAndGiveBack(numbers_);
   last_ = kNoTypeName;
   fitting_.fill({});
 }

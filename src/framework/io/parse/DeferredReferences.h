@@ -49,7 +49,7 @@ class DeferredReferences {
  public:
   explicit DeferredReferences(Problems& problems) : problems_(problems) {}
 
-  void reset(ModelStore& store);
+  void reset(ModelStore& store) noexcept;
 
   /// A number for the name of a target's type.
   /// @throws ValueError where there are too many names to be told apart; `where` begins its text.

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "kr/zero/KeptMemory.h"
+
 namespace kr::zero::internal {
 
 namespace {
@@ -19,7 +21,7 @@ void DocumentIdentities::reset(ModelStore& store, bool keepLocal) noexcept {
   index_.clear();
   locals_.clear();
   anyOddLocal_ = false;
-  forgetful_ = {};
+  clearAndGiveBack(forgetful_);
 }
 
 const ElementRecord* DocumentIdentities::add(ElementRecord* record, const io::ElementIdentity& identity) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "kr/zero/KeptMemory.h"
 #include "model/Store.h"
 
 namespace kr::zero::internal {
@@ -48,7 +49,7 @@ class LocalIdentities {
     if (at < blocks_.size() && blocks_[at] != nullptr) blocks_[at]->prefetch(number);
   }
 
-  void clear() noexcept { blocks_.clear(); }
+  void clear() noexcept { clearAndGiveBack(blocks_); }
 
  private:
   static constexpr std::uint32_t kNone = ~std::uint32_t{0};

@@ -4,6 +4,7 @@
 
 #include "fl/i18n/utf8.h"
 #include "kr/zero/DateTime.h"
+#include "kr/zero/KeptMemory.h"
 #include "model/TextForm.h"
 
 namespace kr::zero::io {
@@ -31,9 +32,22 @@ std::size_t dueAfter(const io::ParseOptions& options, std::size_t elements) {
 void ModelFiller::reset() {
   builder_.reset(customizer_.getRegistry());
   store_ = &ModelStore::of(builder_.getModel());
-  open_.clear();
+  clearAndGiveBack(open_);
   top_ = nullptr;
-  types_.clear();
+  clearAndGiveBack(types_);
+  identities_.reset(*store_, builder_.keepsLocalIdentities());
+  references_.reset(*store_);
+}
+
+void ModelFiller::giveBackMemory() noexcept {
+  if (open_.empty()) {
+    clearAndGiveBack(open_);
+  } else {
+    open_.shrink_to_fit();
+    top_ = &open_.back();
+  }
+  clearAndGiveBack(types_);
+  if (!isReady()) return;
   identities_.reset(*store_, builder_.keepsLocalIdentities());
   references_.reset(*store_);
   options_ = nullptr;

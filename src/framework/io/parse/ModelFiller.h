@@ -39,6 +39,8 @@ class ModelFiller final : public io::BulkParseProcessor {
   /// Holds a document that was started to these; they must live until it ends.
   void obey(const io::ParseOptions& options);
   bool isReady() const noexcept { return store_ != nullptr; }
+  /// Forgets what the document was read by. What is still open, of a document that is not whole, stays.
+  void giveBackMemory() noexcept;
 
   meta::StructuredType findType(std::string_view typeName) override;
   meta::StructuredType findType(const ustring& typeName);

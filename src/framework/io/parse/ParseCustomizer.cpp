@@ -6,7 +6,7 @@ ParseCustomizer::ParseCustomizer(const meta::MetaRegistry& registry) : registry_
 ParseCustomizer::~ParseCustomizer() = default;
 
 bool ParseCustomizer::setPackageUris(const std::vector<ustring>& uris) {
-  uris_ = uris;
+  uris_ = std::vector<ustring>(uris);  // and not the memory of a document with many more
   problem_.clear();
   for (const ustring& uri : uris) {
     if (registry_->hasPackage(toUtf8(uri))) continue;

@@ -8,6 +8,7 @@
 #include "fl/i18n/converter.h"
 #include "io/parse/ModelFiller.h"
 #include "io/parse/Problems.h"
+#include "kr/zero/KeptMemory.h"
 #include "model/Numbers.h"
 
 namespace kr::zero::io {
@@ -125,6 +126,11 @@ void ParseProcessor::startOver(const ParseOptions& options) {
   if (typeid(*this) != typeid(ParseProcessor)) impl_->reset();
   reset();
   impl_->filler.obey(options);
+}
+
+void ParseProcessor::giveBackMemory() noexcept {
+  impl_->filler.giveBackMemory();
+  for (std::string* const text : {&impl_->text1, &impl_->text2, &impl_->text3}) clearAndGiveBack(*text);
 }
 
 void ParseProcessor::setVersion(const ustring& version) { impl_->version = version; }

@@ -42,6 +42,14 @@ void Parser::setParseProcessor(std::unique_ptr<ParseProcessor> processor) {
 }
 
 bool Parser::parse(const ParsingInput& input) {
+  struct Ending {
+    Parser& parser;
+    ~Ending() {
+      parser.giveBackMemory();
+      parser.processor_->giveBackMemory();
+    }
+  };
+  const Ending ending{*this};
   span_ = log::Span("parse");
   accepted_ = false;
   processor_->setSpan(span_);
@@ -101,6 +109,8 @@ bool Parser::doParseStream(std::istream& stream) {
   if ((stream.exceptions() & std::ios_base::eofbit) == 0) stream.setstate(std::ios_base::eofbit);
   return doParseByteSequence(bytes);
 }
+
+void Parser::giveBackMemory() noexcept {}
 
 void Parser::finishParse() {
   if (processor_->getDepth() != 0)

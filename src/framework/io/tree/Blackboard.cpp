@@ -1,3 +1,4 @@
+#include "kr/zero/KeptMemory.h"
 #include "kr/zero/io/grammar/KRGrammar.h"
 
 namespace kr::zero::io::grammar {
@@ -6,9 +7,10 @@ namespace {
 
 constexpr std::uint32_t kNothingDropped = 2;
 
-void clear(KRGrammar::Blackboard::Stack& stack) {
-  while (!stack.empty()) stack.pop();
-}
+/// Reaches what a stack keeps its values in.
+struct Inside : KRGrammar::Blackboard::Stack {
+  static container_type& of(stack& values) noexcept { return values.*&Inside::c; }
+};
 
 }  // namespace
 
@@ -18,9 +20,13 @@ KRGrammar::Blackboard& KRGrammar::Blackboard::operator=(Blackboard&&) noexcept =
 KRGrammar::Blackboard::~Blackboard() = default;
 
 void KRGrammar::Blackboard::reset() {
-  clear(states);
-  clear(metadataStates);
+  clear();
   metadataStates.push(kNothingDropped);
+}
+
+void KRGrammar::Blackboard::clear() noexcept {
+  clearAndGiveBack(Inside::of(states));
+  clearAndGiveBack(Inside::of(metadataStates));
 }
 
 }  // namespace kr::zero::io::grammar

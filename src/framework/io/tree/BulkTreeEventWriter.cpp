@@ -4,6 +4,8 @@
 #include <charconv>
 #include <string>
 
+#include "kr/zero/KeptMemory.h"
+
 namespace kr::zero::io::internal {
 
 namespace {
@@ -19,6 +21,14 @@ bool isKeptAsText(meta::PropertyKind kind) {
 }
 
 }  // namespace
+
+void BulkTreeEventWriter::giveBackMemory() noexcept {
+  TreeEventWriter::giveBackMemory();
+  clearAndGiveBack(open_);
+  clearAndGiveBack(names_);
+  clearAndGiveBack(namesByOrdinal_);
+  for (Primitive* const text : {&type_, &first_, &second_}) clearAndGiveBack(*std::get_if<std::string>(text));
+}
 
 void BulkTreeEventWriter::startObjects(ValueSource& source) {
   source_ = &source;

@@ -14,6 +14,8 @@ namespace kr::zero::io::internal {
 /// The events are those of TreeEventWriter. Keeps the names of each type's properties as primitives, by slot.
 class BulkTreeEventWriter final : public TreeEventWriter, public BulkEventProcessor {
  public:
+  void giveBackMemory() noexcept override;
+
   void startObjects(ValueSource& source) override;
   CategoryMasks openObject(std::size_t slot, meta::StructuredType type,
                            const ElementIdentity& identity) override;

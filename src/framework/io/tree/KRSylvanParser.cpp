@@ -25,6 +25,8 @@ bool KRSylvanParser::doParseByteSequence(const std::vector<std::uint8_t>& bytes)
   return doParseString(std::string(bytes.begin(), bytes.end()));
 }
 
+void KRSylvanParser::giveBackMemory() noexcept { reader_->giveBackMemory(); }
+
 // The end mark tells whether a document is whole: a refused one leaves elements open that it does close.
 void KRSylvanParser::finishParse() {
   getParseProcessor()->parseCompleted();

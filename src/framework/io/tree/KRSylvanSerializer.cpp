@@ -17,10 +17,14 @@ KRSylvanSerializer::KRSylvanSerializer(std::unique_ptr<ModelTraverser> traverser
 KRSylvanSerializer::~KRSylvanSerializer() = default;
 
 void KRSylvanSerializer::serialize(const Model& model, const SerializationOutput& output) {
+  struct Ending {
+    TreeEventWriter& writer;
+    ~Ending() { writer.giveBackMemory(); }
+  };
   targetOfUnits_ = nullptr;
   modeling::sylvan::SylvanEventProcessor<void>& target = *getTarget(output);
-  static_cast<TreeEventWriter&>(getEventProcessor())
-      .setTarget(target, targetOfUnits_ == &target ? units_ : nullptr);
+  const Ending ending{static_cast<TreeEventWriter&>(getEventProcessor())};
+  ending.writer.setTarget(target, targetOfUnits_ == &target ? units_ : nullptr);
   Serializer::serialize(model, output);
 }
 

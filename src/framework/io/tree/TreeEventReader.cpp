@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "fl/i18n/utf8.h"
+#include "kr/zero/KeptMemory.h"
 #include "kr/zero/io/BulkParseProcessor.h"
 #include "kr/zero/io/ParseProcessor.h"
 #include "kr/zero/io/TreeDocument.h"
@@ -81,13 +82,21 @@ bool isVersion(const Primitive& value) {
 TreeEventReader::TreeEventReader(const KRSylvanParser& parser) : parser_(parser) {}
 TreeEventReader::~TreeEventReader() = default;
 
-void TreeEventReader::Header::clear() {
-  type.clear();
-  qualifier.clear();
-  id1.clear();
-  id2.clear();
+void TreeEventReader::Header::clear() noexcept {
+  for (std::string* const text : {&type, &qualifier, &id1, &id2}) clearAndGiveBack(*text);
   idTexts = 0;
   hasType = hasId = hasQualifier = false;
+}
+
+void TreeEventReader::giveBackMemory() noexcept {
+  header_.clear();
+  text_ = nullptr;
+  clearAndGiveBack(places_);
+  clearAndGiveBack(bodies_);
+  clearAndGiveBack(packages_);
+  clearAndGiveBack(types_);
+  clearAndGiveBack(scratch_);
+  lastType_ = nullptr;
 }
 
 // What an earlier document left behind is gone now, however it ended.

@@ -35,6 +35,9 @@ class TreeEventReader final : public modeling::sylvan::SylvanEventProcessor<void
   /// Whether the last document was ended, or refused by the parse processor.
   bool isComplete() const noexcept { return complete_ || refused_; }
 
+  /// Forgets the document, however it ended, but whether it is complete.
+  void giveBackMemory() noexcept;
+
   void startDocument(const Primitive& value) override;
   void endDocument() override;
   void startStruct() override;
@@ -149,7 +152,7 @@ class TreeEventReader final : public modeling::sylvan::SylvanEventProcessor<void
     bool hasType = false;
     bool hasId = false;
     bool hasQualifier = false;
-    void clear();
+    void clear() noexcept;
   };
 
   Place place() const noexcept { return places_.empty() ? Place::nowhere : places_.back(); }

@@ -3,6 +3,7 @@
 #include <bit>
 #include <string>
 
+#include "kr/zero/KeptMemory.h"
 #include "kr/zero/io/Serializer.h"
 #include "kr/zero/io/TreeDocument.h"
 #include "model/Numbers.h"
@@ -36,6 +37,14 @@ Primitive TreeEventWriter::asLiteralName(meta::Enum type, std::int64_t number) {
     throw SerializeError("enumeration " + type->getQualifiedNameUtf8() + " has no literal with the number " +
                          std::to_string(number));
   return literal->name;
+}
+
+void TreeEventWriter::giveBackMemory() noexcept {
+  clearAndGiveBack(levels_);
+  clearAndGiveBack(names_);
+  clearAndGiveBack(type_);
+  for (Primitive* const text : {&text_, &second_, &typeText_})
+    clearAndGiveBack(*std::get_if<std::string>(text));
 }
 
 void TreeEventWriter::postprocess(const SerializationOutput&) {}

@@ -30,6 +30,9 @@ class TreeEventWriter : public EventProcessor {
     units_ = units != nullptr ? units : &asEvents_.emplace(target);
   }
 
+  /// Forgets the document, however it ended.
+  virtual void giveBackMemory() noexcept;
+
   void postprocess(const SerializationOutput& output) override;
   void startDocument() override;
   void endDocument() override;

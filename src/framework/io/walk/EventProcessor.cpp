@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "kr/zero/KeptMemory.h"
+
 namespace kr::zero::io {
 
 EventProcessor::~EventProcessor() = default;
@@ -15,6 +17,8 @@ void EventProcessor::setMetaRegistry(const meta::MetaRegistry& registry,
   packageUris_ = std::move(packageUris);
   containers_.clear();
 }
+
+void EventProcessor::endWalk() noexcept { clearAndGiveBack(containers_); }
 
 meta::StructuredType EventProcessor::findType(const ustring& typeName) const {
   const meta::Type type = registry_->findType(typeName, packageUris_);

@@ -50,6 +50,11 @@ Serializer::Serializer(std::unique_ptr<ModelTraverser> traverser,
 Serializer::~Serializer() = default;
 
 void Serializer::serialize(const Model& model, const SerializationOutput& output) {
+  struct Ending {
+    EventProcessor& processor;
+    ~Ending() { processor.endWalk(); }
+  };
+  const Ending ending{*processor_};
   ModelStore& store = ModelStore::of(model);
   internal::Identities identities(store, *customizer_);
   internal::WalkedValues values(store, identities);

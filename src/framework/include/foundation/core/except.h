@@ -39,8 +39,11 @@ class KR0_FRAMEWORK_API IUserException : public IException {
  protected:
   /// The text as UTF-16, made from what().
   std::u16string ToUstringImpl() const;
+  ///@{
+  /// Text in the other encoding; what is malformed is shown, not refused.
   static std::u16string convert_str(const std::string& narrow);
   static std::string convert_str(const std::u16string& wide);
+  ///@}
 };
 
 /// An exception that carries a message identifier.
@@ -51,6 +54,7 @@ class KR0_FRAMEWORK_API IMsgIDException : public IUserException {
   IMsgIDException& operator=(const IMsgIDException&) = default;
   ~IMsgIDException() override;
 
+  /// Which message this is, with its arguments; lives as long as the exception.
   virtual const resource_core::BaseMsgID& GetMsgID() const noexcept = 0;
   /// The message's text as UTF-16.
   virtual std::u16string GetUnicodeMessageTxt() const = 0;
@@ -68,6 +72,7 @@ class KR0_FRAMEWORK_API Exception : public IMsgIDException,
                                     public boost::exception,
                                     public Base {
  public:
+  /// The text is looked up here, so that what() cannot fail.
   explicit Exception(resource_core::BaseMsgID id)
       : id_(std::move(id)), text_(convert_str(resource_core::getMessageText(id_))) {}
   Exception(const Exception&) = default;
@@ -78,7 +83,9 @@ class KR0_FRAMEWORK_API Exception : public IMsgIDException,
   const resource_core::BaseMsgID& GetMsgID() const noexcept override { return id_; }
   std::u16string GetUnicodeMessageTxt() const override { return ToUstringImpl(); }
 
+  /// A copy on the heap, which belongs to the caller.
   const boost::exception_detail::clone_base* clone() const override { return new Exception(*this); }
+  /// Throws a copy.
   [[noreturn]] void rethrow() const override { throw Exception(*this); }
 
  private:

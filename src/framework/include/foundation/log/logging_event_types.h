@@ -4,6 +4,7 @@
 
 namespace foundation::log {
 
+/// How grave an entry is.
 enum class logging_event_types { info, warning, error };
 
 }  // namespace foundation::log

@@ -18,10 +18,14 @@ namespace kr::zero {
 ///
 /// Models keep the text itself, so precision and offset come back unchanged.
 struct DateTime {
-  std::int32_t year = 0;  ///< proleptic Gregorian, may be negative
-  std::uint8_t month = 1, day = 1, hour = 0, minute = 0, second = 0;
-  std::uint32_t nanosecond = 0;
-  std::uint8_t fractionDigits = 0;
+  std::int32_t year = 0;                      ///< proleptic Gregorian, may be negative
+  std::uint8_t month = 1;                     ///< 1 to 12
+  std::uint8_t day = 1;                       ///< 1 to 31
+  std::uint8_t hour = 0;                      ///< 0 to 23
+  std::uint8_t minute = 0;                    ///< 0 to 59
+  std::uint8_t second = 0;                    ///< 0 to 60
+  std::uint32_t nanosecond = 0;               ///< the fraction of the second
+  std::uint8_t fractionDigits = 0;            ///< how many digits of it the text had
   std::optional<std::int16_t> offsetMinutes;  ///< none: local time
 
   /// The parts of a text, or nothing where the text is none of the forms above or names a day or time

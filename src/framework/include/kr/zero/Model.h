@@ -54,11 +54,16 @@ class KR0_FRAMEWORK_API ModelError : public Error {
 /// Names a property of an element: by its name or by its handle. A handle saves the look-up.
 class PropertyKey {
  public:
+  ///@{
+  /// The property of that handle, or of that name, which must live as long as the key.
   PropertyKey(meta::Property property) : property_(property) {}
   PropertyKey(std::string_view name) : name_(name) {}
   PropertyKey(const char* name) : name_(name) {}
   PropertyKey(const std::string& name) : name_(name) {}
+  ///@}
+  /// The handle; empty for a key that is a name.
   meta::Property getProperty() const noexcept { return property_; }
+  /// The name; empty for a key that is a handle.
   std::string_view getName() const noexcept { return name_; }
 
  private:
@@ -75,8 +80,8 @@ enum class PropertyState {
 
 /// The two non-empty texts that name an element across documents. Views into the model.
 struct Identity {
-  std::string_view first;
-  std::string_view second;
+  std::string_view first;   ///< not empty
+  std::string_view second;  ///< not empty
   friend bool operator==(const Identity&, const Identity&) = default;
 };
 
@@ -86,9 +91,11 @@ struct UnresolvedReference {
   std::string id1;                       ///< identity of the target, first part
   std::string id2;                       ///< second part
   std::optional<std::string> qualifier;  ///< the document that the target is in
+  /// Whether all texts are the same.
   friend bool operator==(const UnresolvedReference&, const UnresolvedReference&) = default;
 };
 
+/// The bytes of a UUID, in the order in which its text shows them.
 using Uuid = std::array<std::uint8_t, 16>;
 
 /// A handle of an element, or of a datatype value, of a model. Two handles are equal when they denote
@@ -100,12 +107,16 @@ using Uuid = std::array<std::uint8_t, 16>;
 class KR0_FRAMEWORK_API Element {
  public:
   Element() noexcept = default;
+  /// Whether it denotes anything.
   explicit operator bool() const noexcept { return record_ != nullptr; }
+  /// Whether both denote the same one.
   friend bool operator==(Element a, Element b) noexcept { return a.record_ == b.record_; }
 
+  /// The class, or the datatype of a value.
   meta::StructuredType getType() const;
   /// The class, or an empty handle for a datatype value.
   meta::Class getClass() const;
+  /// The model that it is in.
   Model& getModel() const;
   /// The element that contains this one, or an empty handle.
   Element getContainer() const;
@@ -116,14 +127,18 @@ class KR0_FRAMEWORK_API Element {
   /// Dense number in order of creation, for tables beside the model.
   std::uint32_t getIndex() const;
 
+  /// The identity, or nothing; good until it is changed.
   std::optional<Identity> getIdentity() const;
   /// @throws ModelError where a part is empty, is not well-formed UTF-8, or the first part is "#"
   ///   (kept for identities that a document makes for itself). Two elements with one identity are
   ///   found when the model is written.
   void setIdentity(std::string_view first, std::string_view second);
+  /// Back to none.
   void clearIdentity();
 
+  /// Which of the three states the property is in.
   PropertyState getState(PropertyKey property) const;
+  /// Whether anything was said of the property, be it that it is empty.
   bool isSet(PropertyKey property) const { return getState(property) != PropertyState::unset; }
   /// Number of values: of a single-valued property 0 or 1.
   std::size_t size(PropertyKey property) const;
@@ -135,7 +150,8 @@ class KR0_FRAMEWORK_API Element {
   /// Removes one value of a collection.
   void removeAt(PropertyKey property, std::size_t position);
 
-  // Primitive values. `position` counts the values of a collection from 0.
+  ///@{
+  /// A primitive value. `position` counts the values of a collection from 0.
   bool getBoolean(PropertyKey property, std::size_t position = 0) const;
   /// Any integer type but UInteger64 beyond the range, and enumerations (the literal's number).
   std::int64_t getInteger(PropertyKey property, std::size_t position = 0) const;
@@ -148,22 +164,30 @@ class KR0_FRAMEWORK_API Element {
   /// The value of any primitive or enumeration as text: numbers in their shortest decimal form that
   /// reads back the same, "true", an enumeration literal's name, a UUID in the 8-4-4-4-12 form.
   std::string getTextForm(PropertyKey property, std::size_t position = 0) const;
+  ///@}
 
+  ///@{
+  /// Sets a single value, in place of what was there.
   void setBoolean(PropertyKey property, bool value);
   void setInteger(PropertyKey property, std::int64_t value);
   void setUnsigned(PropertyKey property, std::uint64_t value);
   void setReal(PropertyKey property, double value);
   void setText(PropertyKey property, std::string_view value);
+  ///@}
   /// The inverse of getTextForm; an enumeration literal may be given by name or by text.
   void setTextForm(PropertyKey property, std::string_view text);
+  ///@{
+  /// Adds a value behind those of a collection.
   void addBoolean(PropertyKey property, bool value);
   void addInteger(PropertyKey property, std::int64_t value);
   void addUnsigned(PropertyKey property, std::uint64_t value);
   void addReal(PropertyKey property, double value);
   void addText(PropertyKey property, std::string_view value);
   void addTextForm(PropertyKey property, std::string_view text);
+  ///@}
 
-  // The same, by the type of the argument.
+  ///@{
+  /// The same, by the type of the argument.
   void set(PropertyKey property, bool value) { setBoolean(property, value); }
   void set(PropertyKey property, double value) { setReal(property, value); }
   void set(PropertyKey property, const char* value) { setText(property, value); }
@@ -184,12 +208,14 @@ class KR0_FRAMEWORK_API Element {
     addUnsigned(property, value);
   }
   void add(PropertyKey property, Element target) { addReference(property, target); }
+  ///@}
 
   // Children and datatype values.
   /// Makes a child (or datatype value) in a composition (or datatype) property: appends to a
   /// collection, else fills the property, which must not hold one yet.
   /// @param type empty: the property's own type.
   Element create(PropertyKey property, meta::StructuredType type = {});
+  /// The same with the qualified name of the type.
   Element create(PropertyKey property, std::string_view typeName);
   /// Moves an element of this model here from wherever it is; `position` beyond the end appends.
   /// @throws ModelError where it is this element or one above it, or of a class that does not fit.
@@ -205,10 +231,13 @@ class KR0_FRAMEWORK_API Element {
   Element getReference(PropertyKey property, std::size_t position = 0) const;
   /// The texts of a reference that is not resolved; nothing where it is resolved.
   std::optional<UnresolvedReference> getUnresolved(PropertyKey property, std::size_t position = 0) const;
+  /// Points a single reference at an element of this model.
   void setReference(PropertyKey property, Element target);
+  /// Adds a reference behind those of a collection.
   void addReference(PropertyKey property, Element target);
   /// Like setReference/addReference without touching the other side.
   void putReference(PropertyKey property, Element target);
+  /// Sets a single reference, or adds one to a collection, to what is not in the model.
   void putUnresolved(PropertyKey property, const UnresolvedReference& reference);
 
  private:
@@ -225,17 +254,26 @@ class KR0_FRAMEWORK_API Element {
 /// order of their properties. Keeps its own stack; the model must not change meanwhile.
 class KR0_FRAMEWORK_API ElementRange {
  public:
+  /// Stands at an element, or behind the last one.
   class KR0_FRAMEWORK_API Iterator {
    public:
+    ///@{
+    /// What algorithms ask of an iterator.
     using value_type = Element;
     using difference_type = std::ptrdiff_t;
     using iterator_category = std::input_iterator_tag;
+    ///@}
     Iterator() = default;
+    /// The element that it stands at.
     Element operator*() const { return stack_.back(); }
+    ///@{
+    /// Goes to the next element.
     Iterator& operator++();
     void operator++(int) { ++*this; }
+    ///@}
     /// Number of elements above the current one.
     std::size_t getDepth() const noexcept;
+    /// Whether it stands behind the last one.
     friend bool operator==(const Iterator& it, std::default_sentinel_t) { return it.stack_.empty(); }
 
    private:
@@ -244,7 +282,9 @@ class KR0_FRAMEWORK_API ElementRange {
     std::vector<std::uint32_t> depths_;
   };
 
+  /// Stands at the first element.
   Iterator begin() const;
+  /// Behind the last one.
   std::default_sentinel_t end() const noexcept { return {}; }
 
  private:
@@ -262,14 +302,17 @@ class KR0_FRAMEWORK_API Model {
   Model(Model&&) noexcept;
   Model& operator=(Model&&) noexcept;
 
+  /// What the constructor was given.
   const meta::MetaRegistry& getRegistry() const;
 
   /// Makes an element at the top of the model, after those that are there.
   /// @throws ModelError for an unknown or abstract class.
   Element createRoot(meta::Class type);
+  /// The same with the qualified name of the class.
   Element createRoot(std::string_view typeName);
   /// Moves an element to the top of the model.
   void adoptRoot(Element element);
+  /// The elements at the top, in their order.
   std::vector<Element> getRoots() const;
   /// All elements in document order.
   ElementRange elements() const;

@@ -29,7 +29,9 @@ class Value {
     for (std::size_t i = 0; i < sizeof(T); ++i) cell_[i] = bytes[i];
   }
 
+  /// Its type, and how many entries it has.
   const ValueMeta& getMeta() const noexcept { return meta_; }
+  /// Whether it holds a number.
   bool hasCell() const noexcept { return width_ != 0; }
   /// Width of the cell in bytes; 0 where there is none.
   std::size_t getWidth() const noexcept { return width_; }

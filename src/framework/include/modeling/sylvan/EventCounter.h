@@ -18,6 +18,7 @@ namespace modeling::sylvan {
 ///     report(counter.getCount(SylvanEventCode::writePrimitive));
 class EventCounter : public SylvanEventProcessor<void> {
  public:
+  /// How many events of that kind came.
   std::uint64_t getCount(SylvanEventCode code) const { return counts_[static_cast<std::size_t>(code)]; }
   /// Of all kinds together.
   std::uint64_t getTotal() const {
@@ -25,6 +26,7 @@ class EventCounter : public SylvanEventProcessor<void> {
     for (const std::uint64_t count : counts_) total += count;
     return total;
   }
+  /// Starts again from nothing.
   void reset() { counts_ = {}; }
 
   void startDocument(const SylvanPrimitive&) override { count(SylvanEventCode::startDocument); }

@@ -54,6 +54,7 @@ class KR0_FRAMEWORK_API EventRecorder : public SylvanEventProcessor<void> {
   void endMetadata() override;
   void writePrimitive(const SylvanPrimitive& value) override;
 
+  /// Whether both hold the same events.
   friend bool operator==(const EventRecorder& a, const EventRecorder& b) { return a.record_ == b.record_; }
 
  private:

@@ -29,6 +29,7 @@ inline constexpr std::array<std::string_view, 11> sylvanEventNames{
     "StartDocument", "EndDocument", "StartStruct",   "EndStruct",   "StartNamedEntry", "EndNamedEntry",
     "StartSequence", "EndSequence", "StartMetadata", "EndMetadata", "WritePrimitive"};
 
+/// The name of an event, as traces and messages show it.
 constexpr std::string_view getName(SylvanEventCode code) noexcept {
   return sylvanEventNames[static_cast<std::size_t>(code)];
 }

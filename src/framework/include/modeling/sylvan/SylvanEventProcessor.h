@@ -25,16 +25,25 @@ class SylvanEventProcessor {
 
   /// @param value a value attached to the start, null for none.
   virtual ReturnType startDocument(const SylvanPrimitive& value) = 0;
+  /// The document ends; nothing of it follows.
   virtual ReturnType endDocument() = 0;
+  /// Begins a struct, which holds named entries.
   virtual ReturnType startStruct() = 0;
+  /// Ends the innermost struct.
   virtual ReturnType endStruct() = 0;
   /// Begins an entry of a struct or of metadata.
   virtual ReturnType startNamedEntry(const SylvanPrimitive& name) = 0;
+  /// Ends the innermost entry.
   virtual ReturnType endNamedEntry() = 0;
+  /// Begins a sequence of items.
   virtual ReturnType startSequence() = 0;
+  /// Ends the innermost sequence.
   virtual ReturnType endSequence() = 0;
+  /// Begins metadata, which hold named entries.
   virtual ReturnType startMetadata() = 0;
+  /// Ends the innermost metadata.
   virtual ReturnType endMetadata() = 0;
+  /// A leaf.
   virtual ReturnType writePrimitive(const SylvanPrimitive& value) = 0;
 };
 

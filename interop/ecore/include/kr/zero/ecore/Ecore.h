@@ -37,9 +37,11 @@ class KR0_ECORE_API EcoreError : public Error {
 class KR0_ECORE_API Mapping {
  public:
   struct Impl;
+  /// @cond
   explicit Mapping(std::unique_ptr<const Impl> impl);
   ~Mapping();
   const Impl& impl() const noexcept { return *impl_; }
+  /// @endcond
 
  private:
   std::unique_ptr<const Impl> impl_;
@@ -82,6 +84,8 @@ using Progress = std::function<void(double)>;
 ///   be kept in a model; nothing is left out without a word.
 KR0_ECORE_API Model readXmi(std::string_view document, std::string_view name, const Mapping& mapping,
                             const Progress& progress = {});
+/// The same for a file.
+/// @throws Error also for a file that cannot be read.
 KR0_ECORE_API Model readXmiFile(const std::filesystem::path& path, const Mapping& mapping,
                                 const Progress& progress = {});
 

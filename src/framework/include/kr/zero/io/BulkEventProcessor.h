@@ -30,9 +30,9 @@ enum class ValueForm : std::uint8_t {
 /// What is written of a reference.
 struct WrittenReference {
   std::string_view targetType;  ///< qualified name
-  ElementIdentity identity;
-  std::string_view qualifier;
-  bool hasQualifier = false;
+  ElementIdentity identity;     ///< of the target
+  std::string_view qualifier;   ///< the document that the target is in
+  bool hasQualifier = false;    ///< whether there is a qualifier
 };
 
 /// What a processor asks the walk about the values that it is given. Belongs to the walk; good until its end.
@@ -66,17 +66,17 @@ class KR0_FRAMEWORK_API ValueSource {
   }
 
  protected:
-  std::span<const meta::StructuredType> types_;
-  bool areByIndex_ = false;                       // otherwise describe() has to be asked
-  const std::uint32_t* targetNumbers_ = nullptr;  // by record index; null: the index + 1
+  std::span<const meta::StructuredType> types_;   ///< what getTypes() gives
+  bool areByIndex_ = false;                       ///< else describe() has to be asked
+  const std::uint32_t* targetNumbers_ = nullptr;  ///< by record index; null: the index + 1
 };
 
 /// What is set on an object, as it lies in the model.
 struct ValueRun {
-  const cells::Entry* entries = nullptr;
-  const cells::Cell* cells = nullptr;
-  std::size_t size = 0;
-  const ValueForm* forms = nullptr;  ///< by slot
+  const cells::Entry* entries = nullptr;  ///< in ascending order of their slots
+  const cells::Cell* cells = nullptr;     ///< one for each entry
+  std::size_t size = 0;                   ///< of either
+  const ValueForm* forms = nullptr;       ///< by slot
 };
 
 /// The operations of EventProcessor from the first startObject to the last endObject, with the meta model's
@@ -87,6 +87,7 @@ struct ValueRun {
 /// The walk asks bulkOf() once per document, and then uses one of the two interfaces for objects and values.
 class KR0_FRAMEWORK_API BulkEventProcessor {
  public:
+  /// No property: the top of the document.
   static constexpr std::size_t kNoSlot = meta::StructuredType::Impl::npos;
 
   virtual ~BulkEventProcessor();

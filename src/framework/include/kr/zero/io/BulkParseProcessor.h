@@ -40,6 +40,7 @@ class KR0_FRAMEWORK_API BulkParseProcessor {
   /// push in a datatype or composition property of the innermost element.
   virtual bool pushChild(PropertyPlace property, meta::StructuredType type,
                          const ElementIdentity& identity) = 0;
+  /// Closes the innermost element.
   virtual void pop() = 0;
   /// getPropertyCategory of a collection of primitives or references: it is set from now on, be it empty.
   virtual void announceCollection(PropertyPlace property) = 0;

@@ -11,9 +11,10 @@ namespace kr::zero::io {
 /// document makes for itself so that references can lead to elements that have none of their own.
 struct ElementIdentity {
   std::uint32_t number = 0;  ///< not 0: the identity is ("#", number), and the texts mean nothing
-  std::string_view id1;
-  std::string_view id2;
+  std::string_view id1;      ///< first part
+  std::string_view id2;      ///< second part
 
+  /// Whether there is no identity.
   bool isNone() const noexcept { return number == 0 && id1.empty() && id2.empty(); }
 };
 

@@ -40,6 +40,7 @@ class TreeEventReader;
 /// of the document is then passed over.
 class KR0_FRAMEWORK_API KRSylvanParser : public Parser {
  public:
+  /// @throws std::invalid_argument for a collaborator that is null.
   KRSylvanParser(std::unique_ptr<ParseCustomizer> customizer, std::unique_ptr<ParsingModelBuilder> builder);
   ~KRSylvanParser() override;
 
@@ -64,6 +65,7 @@ class KR0_FRAMEWORK_API KRSylvanParser : public Parser {
   /// Hands the bytes on as a narrow string.
   bool doParseByteSequence(const std::vector<std::uint8_t>& bytes) override;
   void finishParse() override;
+  void giveBackMemory() noexcept override;
 
   std::unique_ptr<internal::TreeEventReader> reader_;
 };

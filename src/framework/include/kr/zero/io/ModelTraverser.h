@@ -10,6 +10,8 @@
 
 namespace kr::zero::io {
 
+/// What a serializer asks about properties. Derive from it to leave some out, or to have them carried
+/// differently.
 class KR0_FRAMEWORK_API ModelTraverser {
  public:
   ModelTraverser();
@@ -21,6 +23,7 @@ class KR0_FRAMEWORK_API ModelTraverser {
   /// The properties of `type` that are visited in a pass with mask `mask`, in meta model order: those
   /// with a category in the mask and an identifier that is not 0, transient ones left out.
   virtual std::vector<meta::Property> getProperties(meta::StructuredType type, PropertyCategory mask) const;
+  /// Whether documents leave the property out.
   virtual bool isPropertyTransient(meta::Property property) const;
 };
 

@@ -25,6 +25,7 @@ class KR0_FRAMEWORK_API ParseCustomizer {
   /// come first.
   virtual meta::Type getMetaClass(const ustring& typeName);
 
+  /// Where types are looked up.
   const meta::MetaRegistry& getRegistry() const noexcept { return *registry_; }
   /// The packages of the document that was accepted or refused last.
   const std::vector<ustring>& getPackageUris() const noexcept { return uris_; }
@@ -32,6 +33,7 @@ class KR0_FRAMEWORK_API ParseCustomizer {
   const std::string& getProblem() const noexcept { return problem_; }
 
  protected:
+  /// Says why the document is refused, as a sentence.
   void setProblem(std::string problem) { problem_ = std::move(problem); }
 
  private:
@@ -46,6 +48,7 @@ class KR0_FRAMEWORK_API HydratorParseCustomizer : public ParseCustomizer {
   /// Brings the package of a URI into the registry, if it can.
   using Hydrate = std::function<void(const ustring& uri)>;
 
+  /// @param registry must outlive the customizer. @param hydrate may be empty: then nobody is asked.
   explicit HydratorParseCustomizer(const meta::MetaRegistry& registry = meta::MetaRegistry::instance(),
                                    Hydrate hydrate = {});
   bool setPackageUris(const std::vector<ustring>& uris) override;

@@ -48,7 +48,9 @@ class KR0_FRAMEWORK_API ParseProcessor {
   /// Starts over: empty model, nothing open, no problems.
   virtual void reset();
 
+  /// The document's version, as text.
   virtual void setVersion(const ustring& version);
+  /// Who decides on packages and type names.
   virtual ParseCustomizer& getCustomizer();
   /// Opens an element in the property announced last, or at the top when nothing is open.
   /// @param id1,id2 identity; two empty texts for none.
@@ -59,7 +61,9 @@ class KR0_FRAMEWORK_API ParseProcessor {
   virtual void pop(const ustring& name);
   /// @throws ValueError for a name that the innermost element does not have, here and below.
   virtual PropertyCategory getPropertyCategory(const ustring& name);
+  /// The type of a property of the innermost element.
   virtual meta::Type getPropertyType(const ustring& name);
+  /// Whether a property of the innermost element is 0..1.
   virtual bool isPropertyOptional(const ustring& name);
   /// Converts the text to the property's type.
   /// @throws ValueError where that fails.
@@ -67,12 +71,18 @@ class KR0_FRAMEWORK_API ParseProcessor {
   /// @throws ValueError where the value is not of the property's type, or an enumeration has no
   ///   literal of the number.
   virtual void setVerbatimValue(const ustring& name, const Value& value);
+  /// Sets a property to be explicitly empty.
+  /// @throws ValueError where it cannot be.
   virtual void setEmptyValue(const ustring& name);
+  /// Notes a reference, which processDeferred() resolves.
+  /// @param qualifier the document that the target is in; none: this one.
+  /// @throws ValueError where the property is no association.
   virtual void addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,
                                     const ustring& id2, const boost::optional<ustring>& qualifier);
   /// Resolves all references; those to elements that are not here stay unresolved. A document with two
   /// elements of one identity, or a reference to an element of the wrong class, gets a problem.
   virtual void processDeferred();
+  /// The reader is through with the document, however it ended. Does nothing unless overridden.
   virtual void parseCompleted();
 
   /// Why the document was refused, a sentence each.
@@ -83,7 +93,9 @@ class KR0_FRAMEWORK_API ParseProcessor {
   std::size_t getDepth() const noexcept;
   /// Path of the innermost open element ("/library/books[3]"), "/" where none is open.
   std::string getPath() const;
+  /// What setVersion() was given.
   const ustring& getVersion() const noexcept;
+  /// Where problems are written down as well.
   void setSpan(const log::Span& span);
 
  private:
@@ -91,6 +103,8 @@ class KR0_FRAMEWORK_API ParseProcessor {
   /// Begins a document: reset(), and what this class keeps starts over even where an override forgets it.
   /// @param options must live until the document ends.
   void startOver(const ParseOptions& options);
+  /// Ends a document: what was read it by goes, what getDepth(), getPath() and getProblems() tell stays.
+  void giveBackMemory() noexcept;
   friend KR0_FRAMEWORK_API BulkParseProcessor* bulkOf(ParseProcessor& processor);
   struct Impl;
   std::unique_ptr<Impl> impl_;

@@ -30,6 +30,7 @@ class KR0_FRAMEWORK_API Parser {
   virtual ~Parser();
   Parser(const Parser&) = delete;
   Parser& operator=(const Parser&) = delete;
+  /// The name of the class with its package, "kr.zero.io.BinaryParser" for one. Lives as long as the program.
   virtual const char* getFullyQualifiedVornTypeName() const = 0;
 
   /// Reads one document into the model builder's model.
@@ -39,7 +40,9 @@ class KR0_FRAMEWORK_API Parser {
   /// @throws what the format raises for malformed input; ValueError; std::ios_base::failure for a
   ///   stream that fails while it is read.
   [[nodiscard]] bool parse(const ParsingInput& input);
+  /// parse() of a file.
   [[nodiscard]] bool parseFile(const ustring& path) { return parse(ParsingInput::fromFile(path)); }
+  /// parse() of bytes in memory.
   [[nodiscard]] bool parseByteSequence(const std::vector<std::uint8_t>& bytes) {
     return parse(ParsingInput::fromByteSequence(bytes));
   }
@@ -48,14 +51,18 @@ class KR0_FRAMEWORK_API Parser {
   /// getModelBuilder()'s.
   /// @throws std::logic_error where the last parse did not return true, or its model was taken already.
   Model takeModel();
+  /// Who holds the model; the parser's own.
   ParsingModelBuilder& getModelBuilder() noexcept { return *builder_; }
+  /// What is called for each thing found; the parser's own, never null.
   ParseProcessor* getParseProcessor() const noexcept { return processor_.get(); }
   /// Puts another processor in place (a recorder, say). It must not be null.
   void setParseProcessor(std::unique_ptr<ParseProcessor> processor);
   /// Bounds and listeners for the documents to come; what they throw ends the parse.
   void setOptions(ParseOptions options) { options_ = std::move(options); }
   const ParseOptions& getOptions() const noexcept { return options_; }
+  /// The format's name at IOFormatProvider.
   const ustring& getFormatName() const noexcept { return formatName_; }
+  /// Why the last document was refused, a sentence each; empty where it was not.
   const std::vector<std::string>& getProblems() const noexcept { return processor_->getProblems(); }
   /// The span of the last parse, with a child per step.
   const log::Span& getSpan() const noexcept { return span_; }
@@ -70,6 +77,7 @@ class KR0_FRAMEWORK_API Parser {
   std::string describeFailure() const;
 
  protected:
+  /// Set by the format's class.
   ustring formatName_;
 
  private:
@@ -83,6 +91,8 @@ class KR0_FRAMEWORK_API Parser {
   /// Called by parse after a hook that returned true: the place to look at the document as a whole. Unless
   /// overridden, an element that is still open is a problem: the document was cut.
   virtual void finishParse();
+  /// Called at the end of parse, however it ends: the place to give back what grew with the document.
+  virtual void giveBackMemory() noexcept;
 
   std::unique_ptr<ParseCustomizer> customizer_;
   std::unique_ptr<ParsingModelBuilder> builder_;

@@ -9,6 +9,7 @@
 
 namespace kr::zero::io {
 
+/// Holds the model of a parse until somebody takes it.
 class KR0_FRAMEWORK_API ParsingModelBuilder {
  public:
   /// @param keepLocalIdentities false (what parsers use unless told otherwise): identities that a
@@ -17,6 +18,7 @@ class KR0_FRAMEWORK_API ParsingModelBuilder {
   explicit ParsingModelBuilder(bool keepLocalIdentities);
   virtual ~ParsingModelBuilder();
 
+  /// What the constructor was given.
   bool keepsLocalIdentities() const noexcept { return keepLocalIdentities_; }
   /// Starts over with an empty model.
   virtual void reset(const meta::MetaRegistry& registry);

@@ -23,8 +23,11 @@ namespace kr::zero::io {
 class PropertyCategory {
  public:
   constexpr PropertyCategory() noexcept = default;
+  /// Of a mask of bits as above.
   constexpr explicit PropertyCategory(std::uint32_t mask) noexcept : mask_(mask) {}
 
+  ///@{
+  /// The category of that name: of single values, of collections, of either.
   static constexpr PropertyCategory Primitive() noexcept { return PropertyCategory(0x001); }
   static constexpr PropertyCategory PrimitiveCollection() noexcept { return PropertyCategory(0x100); }
   static constexpr PropertyCategory PrimitiveAny() noexcept { return PropertyCategory(0x101); }
@@ -40,9 +43,11 @@ class PropertyCategory {
   static constexpr PropertyCategory Verbatim() noexcept { return PropertyCategory(0x010); }
   static constexpr PropertyCategory VerbatimCollection() noexcept { return PropertyCategory(0x1000); }
   static constexpr PropertyCategory VerbatimAny() noexcept { return PropertyCategory(0x1010); }
+  ///@}
 
   /// Whether this shares a bit with `other`.
   constexpr bool isA(PropertyCategory other) const noexcept { return (mask_ & other.mask_) != 0; }
+  /// The bits.
   constexpr std::uint32_t getMask() const noexcept { return mask_; }
   friend constexpr bool operator==(PropertyCategory, PropertyCategory) noexcept = default;
 

@@ -21,22 +21,28 @@ class KR0_FRAMEWORK_API SerializationOutput {
   class KR0_FRAMEWORK_API Visitor {
    public:
     virtual ~Visitor();
+    ///@{
+    /// The kind of that name.
     virtual void visitFile(const ustring& path) = 0;
     virtual void visitStream(std::ostream& stream) = 0;
     virtual void visitString(std::string& string) = 0;
     virtual void visitUString(ustring& string) = 0;
     virtual void visitIntermediateFormat(void* intermediate) = 0;
     virtual void visitLittleEndianByteSequence(std::vector<unsigned char>& bytes) = 0;
+    ///@}
     /// For hosts with outputs that take a framework value; does nothing unless overridden.
     virtual void visitValue(std::optional<Value>& value);
   };
 
+  ///@{
+  /// An output of that kind. A path is UTF-16.
   static SerializationOutput toFile(ustring path);
   static SerializationOutput toStream(std::ostream& stream);
   static SerializationOutput toString(std::string& string);
   static SerializationOutput toUString(ustring& string);
   static SerializationOutput toIntermediateFormat(void* intermediate);
   static SerializationOutput toByteSequence(std::vector<unsigned char>& bytes);
+  ///@}
 
   /// Calls the operation of the kind that this holds.
   void visitOutput(Visitor& visitor) const;

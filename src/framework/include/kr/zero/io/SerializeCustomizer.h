@@ -10,6 +10,7 @@
 
 namespace kr::zero::io {
 
+/// What a serializer asks its host. This one gives elements the identities that they have in the model.
 class KR0_FRAMEWORK_API SerializeCustomizer {
  public:
   /// @param identityPrefix is put in front of the first part of every identity that the document
@@ -26,6 +27,7 @@ class KR0_FRAMEWORK_API SerializeCustomizer {
   /// first use.
   virtual std::vector<ustring> getPackageUris(const Model& model) const;
 
+  /// What the constructor was given.
   const ustring& getIdentityPrefix() const noexcept { return identityPrefix_; }
 
  private:

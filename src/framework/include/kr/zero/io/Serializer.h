@@ -34,6 +34,8 @@ class KR0_FRAMEWORK_API Serializer {
   virtual ~Serializer();
   Serializer(const Serializer&) = delete;
   Serializer& operator=(const Serializer&) = delete;
+  /// The name of the class with its package, "kr.zero.io.BinarySerializer" for one. Lives as long as the
+  /// program.
   virtual const char* getFullyQualifiedVornTypeName() const = 0;
 
   /// Walks the model and delivers the result to `output`. The walk keeps its own stack.
@@ -45,8 +47,11 @@ class KR0_FRAMEWORK_API Serializer {
   /// Listens to the walks to come; what it throws ends the walk.
   void setProgress(Progress progress) { progress_ = std::move(progress); }
 
+  /// Who hears of the walk; the serializer's own, and so are the others.
   EventProcessor& getEventProcessor() const noexcept { return *processor_; }
+  /// Who says which properties are visited.
   ModelTraverser& getTraverser() const noexcept { return *traverser_; }
+  /// Who says identities and packages.
   SerializeCustomizer& getCustomizer() const noexcept { return *customizer_; }
 
  private:

@@ -20,20 +20,26 @@ namespace kr::zero::io {
 class KR0_FRAMEWORK_API Sink {
  public:
   virtual ~Sink();
+  /// Writes all bytes.
   virtual Sink& write(const std::string& bytes) = 0;
+  /// Writes one byte.
   virtual Sink& writeByte(const unsigned char& byte) = 0;
+  /// Hands on what is kept back.
   virtual void flush() = 0;
 };
 
 /// Creates or truncates a file. flush() and close() report write errors; the destructor cannot.
 class KR0_FRAMEWORK_API FileSink final : public Sink {
  public:
+  /// See Sink.
   static constexpr bool kTakesBytesAsTheyCome = true;
+  /// Opens the file.
   explicit FileSink(const ustring& path);
   ~FileSink() override;
   Sink& write(const std::string& bytes) override;
   Sink& writeByte(const unsigned char& byte) override;
   void flush() override;
+  /// Ends writing; what is written afterwards fails. A second call does nothing.
   void close();
 
  private:
@@ -44,7 +50,9 @@ class KR0_FRAMEWORK_API FileSink final : public Sink {
 /// Writes to a stream of the caller's, kept by reference.
 class KR0_FRAMEWORK_API StreamSink final : public Sink {
  public:
+  /// See Sink.
   static constexpr bool kTakesBytesAsTheyCome = true;
+  /// The stream must outlive the sink.
   explicit StreamSink(std::ostream& stream);
   ~StreamSink() override;
   Sink& write(const std::string& bytes) override;
@@ -58,7 +66,9 @@ class KR0_FRAMEWORK_API StreamSink final : public Sink {
 /// Appends to a string of the caller's, kept by reference.
 class KR0_FRAMEWORK_API StringSink final : public Sink {
  public:
+  /// See Sink.
   static constexpr bool kTakesBytesAsTheyCome = true;
+  /// The string must outlive the sink.
   explicit StringSink(std::string& string);
   ~StringSink() override;
   Sink& write(const std::string& bytes) override;

@@ -13,25 +13,31 @@
 
 namespace kr::zero::io::tree {
 
+/// The version of the shape.
 inline constexpr std::uint64_t kVersion = 1;
 /// What the start of the document carries.
 inline constexpr std::string_view kName = "KR0";
 
-// Metadata of the document, in their order.
+///@{
+/// Name of an entry of the document's metadata; they come in this order.
 inline constexpr std::string_view kVersionEntry = "version";
 inline constexpr std::string_view kPackagesEntry = "packages";
+///@}
 
-// Metadata of an object, and entries of a reference, in their order; an object may have no id.
+///@{
+/// Name of an entry of an object's metadata, and of a reference; they come in this order, and an object may
+/// have no id.
 inline constexpr std::string_view kTypeEntry = "type";
 inline constexpr std::string_view kIdEntry = "id";
+///@}
 
-// Entry of a reference into another document.
+/// Name of the entry of a reference into another document.
 inline constexpr std::string_view kQualifierEntry = "qualifier";
 
 /// An event; of an entry's start with the entry's name.
 struct Step {
-  modeling::sylvan::SylvanEventCode event;
-  std::string_view entry = {};
+  modeling::sylvan::SylvanEventCode event;  ///< which
+  std::string_view entry = {};              ///< the name, where an entry starts
 };
 
 /// From the start of a document without packages to its roots.

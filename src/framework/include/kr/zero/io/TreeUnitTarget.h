@@ -16,7 +16,7 @@ struct TreeValue {
   /// In the order of SylvanPrimitive's alternatives.
   enum class Kind : std::uint8_t { boolean, null, real, unsignedInteger, signedInteger, text };
 
-  Kind kind = Kind::null;
+  Kind kind = Kind::null;  ///< which of the others counts
   std::uint64_t bits = 0;  ///< a number or truth value, signed ones sign-extended, reals as binary64
   std::string_view text;   ///< needs to live during the call only
 };
@@ -51,9 +51,11 @@ class KR0_FRAMEWORK_API TreeUnitTarget {
 
   /// startNamedEntry.
   virtual bool openEntry(std::string_view name) = 0;
+  /// endNamedEntry.
   virtual bool closeEntry() = 0;
   /// startSequence in a property.
   virtual bool openList() = 0;
+  /// endSequence.
   virtual bool closeList() = 0;
 
   /// startNamedEntry, writePrimitive, endNamedEntry.

@@ -16,6 +16,7 @@
 
 namespace kr::zero::log {
 
+/// A handle of what is known about an operation; never empty.
 class KR0_FRAMEWORK_API Span {
  public:
   class Impl;
@@ -23,8 +24,11 @@ class KR0_FRAMEWORK_API Span {
   /// A new root span.
   explicit Span(std::string name);
 
+  ///@{
+  /// The span itself.
   Impl* operator->() const noexcept { return impl_.get(); }
   Impl& operator*() const noexcept { return *impl_; }
+  ///@}
 
  private:
   friend class Impl;
@@ -35,12 +39,14 @@ class KR0_FRAMEWORK_API Span {
 /// The span itself. Not safe for use from several threads at once: a span belongs to one operation.
 class KR0_FRAMEWORK_API Span::Impl {
  public:
+  /// A fact.
   struct Context {
-    foundation::log::logging_event_types type;
-    std::string key;
-    std::variant<std::string, std::u16string> value;
+    foundation::log::logging_event_types type;        ///< how grave
+    std::string key;                                  ///< what it is about
+    std::variant<std::string, std::u16string> value;  ///< what is so
   };
 
+  /// Of that name, without a parent.
   explicit Impl(std::string name) : name_(std::move(name)) {}
 
   /// Opens a child named after a step of this operation. The parent keeps it.
@@ -56,8 +62,11 @@ class KR0_FRAMEWORK_API Span::Impl {
   /// Stores the full textual identifier of the error that ends the operation.
   void recordError(const std::string& fullIdentifier);
 
+  /// The name of the operation or step.
   const std::string& getName() const noexcept { return name_; }
+  /// The facts, oldest first.
   const std::vector<Context>& getContexts() const noexcept { return contexts_; }
+  /// The steps, oldest first.
   const std::vector<Span>& getChildren() const noexcept { return children_; }
   /// Empty while no error is recorded.
   const std::string& getError() const noexcept { return error_; }
@@ -81,8 +90,11 @@ class KR0_FRAMEWORK_API Span::Impl {
 class KR0_FRAMEWORK_API SpanListener {
  public:
   virtual ~SpanListener();
+  /// A span was opened as another one's child.
   virtual void onOpen(const Span::Impl& span) = 0;
+  /// A fact was added.
   virtual void onContext(const Span::Impl& span, const Span::Impl::Context& context) = 0;
+  /// An error was recorded.
   virtual void onError(const Span::Impl& span) = 0;
 };
 

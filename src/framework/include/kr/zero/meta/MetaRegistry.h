@@ -26,7 +26,7 @@ class KR0_FRAMEWORK_API MetaError : public Error {
 
 /// A package as a registry holds it.
 struct PackageInfo {
-  std::string uri;
+  std::string uri;            ///< as documents name it
   std::string name;           ///< name alone
   std::string qualifiedName;  ///< names of the packages around it and its own, joined by dots
   std::vector<Type> types;    ///< in declaration order
@@ -61,14 +61,17 @@ class KR0_FRAMEWORK_API MetaRegistry {
   ///   properties that all classes list come to more than 8 million (classes that list the same ones counted
   ///   once): chains of thousands of classes that each add some.
   void add(const std::vector<PackageDefinition>& packages);
+  /// The same for one package.
   void add(const PackageDefinition& package);
 
   /// The type of a qualified name, or an empty handle. Packages of different URIs may share a name and then
   /// have types of one qualified name: of these it is the one that was registered first.
   Type findType(std::string_view qualifiedName) const;
+  /// The same for a name in UTF-16.
   Type findType(std::u16string_view qualifiedName) const;
   /// The same with a preference for types of the packages with these URIs.
   Type findType(std::u16string_view qualifiedName, const std::vector<ustring>& packageUris) const;
+  /// Whether a package of this URI was added.
   bool hasPackage(std::string_view uri) const;
   /// The qualified name of the package with this URI, or nothing.
   std::optional<std::string> findPackageName(std::string_view uri) const;

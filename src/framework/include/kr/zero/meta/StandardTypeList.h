@@ -35,6 +35,7 @@ namespace kr::zero::meta {
 /// The types that every registry knows. `none` is any other type.
 enum class StandardType : std::uint8_t {
   none,
+/// What a row of the list becomes here.
 #define KR0_ROW(enumerator, handle, Name, kind, Number) enumerator,
   KR0_STANDARD_TYPES(KR0_ROW)
 #undef KR0_ROW
@@ -54,17 +55,20 @@ enum class StandardKind : std::uint8_t {
 
 /// A row of the list.
 struct StandardTypeInfo {
-  StandardType type = StandardType::none;
-  const char* name = "";
-  StandardKind kind = StandardKind::text;
-  std::uint8_t width = 0;  ///< bytes of a value; 0 for what travels as text
+  StandardType type = StandardType::none;  ///< which
+  const char* name = "";                   ///< in meta models
+  StandardKind kind = StandardKind::text;  ///< what its values are
+  std::uint8_t width = 0;                  ///< bytes of a value; 0 for what travels as text
 
+  /// Whether values are whole numbers.
   constexpr bool isInteger() const noexcept {
     return kind == StandardKind::signedInteger || kind == StandardKind::unsignedInteger;
   }
+  /// Whether values travel as numbers of a fixed width; Booleans do.
   constexpr bool isNumber() const noexcept { return width != 0; }
 };
 
+/// @cond
 namespace internal {
 
 template <class Number>
@@ -73,15 +77,18 @@ template <>
 inline constexpr std::uint8_t kWidthOf<void> = 0;
 
 }  // namespace internal
+/// @endcond
 
 /// By StandardType; the first row, of none, is that of a text.
 inline constexpr std::array kStandardTypes{StandardTypeInfo{},
+/// What a row of the list becomes here.
 #define KR0_ROW(enumerator, handle, Name, kind, Number) \
   StandardTypeInfo{StandardType::enumerator, #Name, StandardKind::kind, internal::kWidthOf<Number>},
                                            KR0_STANDARD_TYPES(KR0_ROW)
 #undef KR0_ROW
 };
 
+/// The row of a standard type.
 constexpr const StandardTypeInfo& infoOf(StandardType type) noexcept {
   return kStandardTypes[static_cast<std::size_t>(type)];
 }

@@ -30,7 +30,9 @@ class RegistryLoader;
 /// The class of a type: which kind of type it is.
 class KR0_FRAMEWORK_API MetaClass {
  public:
+  /// @param name lives as long as the program. @param base what it is derived from; null for none.
   constexpr MetaClass(const char* name, const MetaClass* base) : name_(name), base_(base) {}
+  /// Its name.
   const char* getName() const noexcept { return name_; }
   /// Whether this is `other` or derived from it.
   bool isKindOf(const MetaClass& other) const noexcept {
@@ -49,24 +51,32 @@ class KR0_FRAMEWORK_API Type {
  public:
   class Impl;
   constexpr Type() noexcept = default;
+  ///@{
+  /// The handle of what is pointed to, and back.
   constexpr explicit Type(const Impl* impl) noexcept : impl_(impl) {}
   constexpr explicit operator bool() const noexcept { return impl_ != nullptr; }
   constexpr const Impl* operator->() const noexcept { return impl_; }
   constexpr const Impl* get() const noexcept { return impl_; }
+  ///@}
+  /// What all types are.
   static const MetaClass& metaClass();
+  /// Whether both denote the same type.
   friend constexpr bool operator==(Type a, Type b) noexcept { return a.impl_ == b.impl_; }
 
  protected:
-  const Impl* impl_ = nullptr;
+  const Impl* impl_ = nullptr;  ///< null: none
 };
 
+/// What a Type denotes.
 class KR0_FRAMEWORK_API Type::Impl {
  public:
   virtual ~Impl();
   Impl(const Impl&) = delete;
   Impl& operator=(const Impl&) = delete;
 
+  /// Which kind of type it is.
   virtual const MetaClass& getMetaClass() const noexcept = 0;
+  /// Whether it is of that kind or one derived from it.
   bool isKindOf(const MetaClass& metaClass) const noexcept { return getMetaClass().isKindOf(metaClass); }
 
   /// The name alone ("Book").
@@ -78,10 +88,12 @@ class KR0_FRAMEWORK_API Type::Impl {
   const std::string& getQualifiedNameUtf8() const noexcept { return qualifiedNameUtf8_; }
   /// URI of the package that the type stands in; empty for standard types.
   const ustring& getPackageUri() const noexcept { return packageUri_; }
+  /// The same as UTF-8.
   const std::string& getPackageUriUtf8() const noexcept { return packageUriUtf8_; }
   /// Dense number of the type within its registry, for tables beside it.
   std::uint32_t getIndex() const noexcept { return index_; }
 
+  /// @cond
  protected:
   friend class RegistryLoader;
   Impl() = default;
@@ -91,20 +103,25 @@ class KR0_FRAMEWORK_API Type::Impl {
   ustring packageUri_;
   std::string packageUriUtf8_;
   std::uint32_t index_ = 0;
+  /// @endcond
 };
 
 /// A primitive type: one of the standard ones, or a user-defined one whose values are texts.
 class KR0_FRAMEWORK_API PrimitiveType : public Type {
  public:
   class Impl;
+  ///@{
+  /// As for Type; made of a type of another sort it is empty.
   constexpr PrimitiveType() noexcept = default;
   explicit PrimitiveType(const Impl* impl) noexcept;
   /// The handle of a type that is one, else an empty handle.
   explicit PrimitiveType(Type type) noexcept;
   const Impl* operator->() const noexcept;
   static const MetaClass& metaClass();
+  ///@}
 };
 
+/// What a PrimitiveType denotes.
 class KR0_FRAMEWORK_API PrimitiveType::Impl final : public Type::Impl {
  public:
   const MetaClass& getMetaClass() const noexcept override { return PrimitiveType::metaClass(); }
@@ -123,16 +140,21 @@ struct EnumLiteral {
   std::int32_t number = 0;  ///< what the binary formats carry
 };
 
+/// An enumeration.
 class KR0_FRAMEWORK_API Enum : public Type {
  public:
   class Impl;
+  ///@{
+  /// As for Type; made of a type of another sort it is empty.
   constexpr Enum() noexcept = default;
   explicit Enum(const Impl* impl) noexcept;
   explicit Enum(Type type) noexcept;
   const Impl* operator->() const noexcept;
   static const MetaClass& metaClass();
+  ///@}
 };
 
+/// What an Enum denotes.
 class KR0_FRAMEWORK_API Enum::Impl final : public Type::Impl {
  public:
   const MetaClass& getMetaClass() const noexcept override { return Enum::metaClass(); }
@@ -171,6 +193,7 @@ enum class PropertyKind : std::uint8_t {
   association
 };
 
+/// Whether values of that kind are primitive: one cell or text each.
 constexpr bool isPrimitive(PropertyKind kind) noexcept {
   return kind >= PropertyKind::number && kind <= PropertyKind::dateTime;
 }
@@ -199,10 +222,14 @@ class KR0_FRAMEWORK_API Property {
  public:
   class Impl;
   constexpr Property() noexcept = default;
+  ///@{
+  /// The handle of what is pointed to, and back.
   constexpr explicit Property(const Impl* impl) noexcept : impl_(impl) {}
   constexpr explicit operator bool() const noexcept { return impl_ != nullptr; }
   constexpr const Impl* operator->() const noexcept { return impl_; }
   constexpr const Impl* get() const noexcept { return impl_; }
+  ///@}
+  /// Whether both denote the same property.
   friend constexpr bool operator==(Property a, Property b) noexcept { return a.impl_ == b.impl_; }
 
  private:
@@ -213,13 +240,17 @@ class KR0_FRAMEWORK_API Property {
 class KR0_FRAMEWORK_API StructuredType : public Type {
  public:
   class Impl;
+  ///@{
+  /// As for Type; made of a type of another sort it is empty.
   constexpr StructuredType() noexcept = default;
   explicit StructuredType(const Impl* impl) noexcept;
   explicit StructuredType(Type type) noexcept;
   const Impl* operator->() const noexcept;
   static const MetaClass& metaClass();
+  ///@}
 };
 
+/// What a StructuredType denotes.
 class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
  public:
   const MetaClass& getMetaClass() const noexcept override { return StructuredType::metaClass(); }
@@ -230,6 +261,7 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   const std::vector<Property>& getAllProperties() const noexcept { return *all_; }
   /// The property of that name among getAllProperties(), or an empty handle.
   Property findProperty(std::string_view name) const noexcept;
+  /// The same for a name in UTF-16.
   Property findProperty(std::u16string_view name) const noexcept;
   /// Position of a property in getAllProperties(), or npos.
   std::size_t slotOf(Property property) const noexcept;
@@ -237,6 +269,7 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   /// one are looked at first: whoever goes through the properties in their order passes the position found
   /// last.
   std::size_t findSlot(std::u16string_view name, std::size_t hint = 0) const noexcept;
+  /// The same for a name in UTF-8.
   std::size_t findSlot(std::string_view name) const noexcept;
   /// Position of the property with that identifier in getAllProperties(), or npos.
   std::size_t findIdentifier(std::uint64_t identifier) const noexcept;
@@ -245,8 +278,10 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   /// Whether some composition holds elements that documents do not carry.
   bool hasUnwrittenChildren() const noexcept { return hasUnwrittenChildren_; }
 
+  /// No position.
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
+  /// @cond
  protected:
   friend class meta::RegistryLoader;
   friend class meta::PropertyTable;
@@ -268,24 +303,32 @@ class KR0_FRAMEWORK_API StructuredType::Impl : public Type::Impl {
   std::size_t mask_ = 0;
   bool hasAssociations_ = false;
   bool hasUnwrittenChildren_ = false;
+  /// @endcond
 };
 
+/// A class: a type whose values are elements.
 class KR0_FRAMEWORK_API Class : public StructuredType {
  public:
   class Impl;
+  ///@{
+  /// As for Type; made of a type of another sort it is empty.
   constexpr Class() noexcept = default;
   explicit Class(const Impl* impl) noexcept;
   explicit Class(Type type) noexcept;
   const Impl* operator->() const noexcept;
   static const MetaClass& metaClass();
+  ///@}
 };
 
+/// What a Class denotes.
 class KR0_FRAMEWORK_API Class::Impl final : public StructuredType::Impl {
  public:
   const MetaClass& getMetaClass() const noexcept override { return Class::metaClass(); }
+  /// Whether it has no elements of its own.
   bool isAbstract() const noexcept { return abstract_; }
   /// True for a class that every element conforms to, whatever its supertypes say.
   bool isUniversal() const noexcept { return universal_; }
+  /// What it inherits from directly, in declaration order.
   const std::vector<Class>& getSupertypes() const noexcept { return supertypes_; }
   /// Whether this is `other`, inherits from it, or `other` is universal.
   bool conformsTo(Class other) const noexcept;
@@ -316,10 +359,13 @@ class KR0_FRAMEWORK_API Property::Impl {
 
   /// The name; one address for the life of the registry.
   const ustring& getName() const noexcept { return name_; }
+  /// The same as UTF-8.
   const std::string& getNameUtf8() const noexcept { return nameUtf8_; }
   /// The number that the binary formats carry: 1 to 16382, or 0 for a property that is not stored.
   std::uint32_t getIdentifier() const noexcept { return identifier_; }
+  /// What its values are.
   Type getType() const noexcept { return type_; }
+  /// What it holds.
   PropertyKind getKind() const noexcept { return kind_; }
   /// Which standard type its type is; none for all others.
   StandardType getStandardType() const noexcept { return standard_; }
@@ -333,18 +379,25 @@ class KR0_FRAMEWORK_API Property::Impl {
   Class getTarget() const noexcept {
     return kind_ >= PropertyKind::composition ? Class(static_cast<const Class::Impl*>(type_.get())) : Class();
   }
+  /// The type that declares it.
   StructuredType getOwner() const noexcept { return StructuredType(owner_); }
+  /// The least number of values.
   std::uint32_t getLower() const noexcept { return lower_; }
   /// The upper bound, or -1 for none.
   std::int32_t getUpper() const noexcept { return upper_; }
+  /// Whether it is a collection: its upper bound is not 1.
   bool isMany() const noexcept { return upper_ != 1; }
   /// Exactly 0..1.
   bool isOptional() const noexcept { return lower_ == 0 && upper_ == 1; }
+  /// Whether it holds its elements.
   bool isComposite() const noexcept { return composite_; }
+  /// Whether the order of values means something.
   bool isOrdered() const noexcept { return ordered_; }
+  /// Whether a value may occur once only.
   bool isUnique() const noexcept { return unique_; }
   /// Derived and static properties have no stored value.
   bool isDerived() const noexcept { return derived_; }
+  /// Whether it is the class's and not the elements'.
   bool isStatic() const noexcept { return static_; }
   /// Held in memory, never written.
   bool isTransient() const noexcept { return transient_; }

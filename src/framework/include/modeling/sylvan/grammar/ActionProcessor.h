@@ -14,6 +14,7 @@ namespace modeling::sylvan::grammar {
 template <class Blackboard>
 class ActionProcessor final : public UniformProcessor<ActionProcessor<Blackboard>> {
  public:
+  /// The blackboard must outlive the use of the processor.
   explicit ActionProcessor(Blackboard& blackboard) : blackboard_(&blackboard) {}
 
   /// Acts on another blackboard from now on.
@@ -27,6 +28,7 @@ class ActionProcessor final : public UniformProcessor<ActionProcessor<Blackboard
     open_.push_back(next_);
     next_ = nullptr;
   }
+  /// What it acts on.
   Blackboard& getBlackboard() const noexcept { return *blackboard_; }
 
  private:

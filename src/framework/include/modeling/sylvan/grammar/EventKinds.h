@@ -10,16 +10,21 @@
 
 namespace modeling::sylvan::grammar {
 
+/// Kinds of events, any number of the eleven. A plain value.
 class EventKinds {
  public:
   constexpr EventKinds() noexcept = default;
+  /// The set of one kind.
   constexpr explicit EventKinds(SylvanEventCode code) noexcept : bits_(bitOf(code)) {}
 
+  /// Whether that kind is in the set.
   constexpr bool contains(SylvanEventCode code) const noexcept { return (bits_ & bitOf(code)) != 0; }
+  /// Adds all kinds of the other set.
   constexpr EventKinds& operator|=(EventKinds other) noexcept {
     bits_ |= other.bits_;
     return *this;
   }
+  /// The kinds that are in either set.
   friend constexpr EventKinds join(EventKinds left, EventKinds right) noexcept { return left |= right; }
   constexpr bool operator==(const EventKinds&) const noexcept = default;
 

@@ -13,6 +13,7 @@ namespace modeling::sylvan::grammar {
 /// An event that the grammar does not allow where it came.
 class KR0_FRAMEWORK_API GrammarException : public std::runtime_error {
  public:
+  /// With that text.
   explicit GrammarException(const std::string& message);
   GrammarException(const GrammarException&);
   GrammarException& operator=(const GrammarException&);
@@ -24,6 +25,7 @@ class KR0_FRAMEWORK_API GrammarException : public std::runtime_error {
 /// outermost first, that ends in what went wrong.
 class KR0_FRAMEWORK_API TracingException : public GrammarException {
  public:
+  /// A failure on its way out of a processor of that name.
   TracingException(const std::string& processorName, const std::exception& inner);
   TracingException(const TracingException&);
   TracingException& operator=(const TracingException&);

@@ -13,17 +13,21 @@ namespace modeling::sylvan::grammar {
 
 /// What a processor says to an event.
 struct ReturnType {
+  /// What becomes of the event.
   enum class Kind : std::uint8_t {
     accepted = 0,   ///< the event was taken; the next one comes here, too
     finished = 1,   ///< the rule ended before this event, which goes to the processor below
     delegated = 2,  ///< the event goes to a processor for `rule`
   };
 
-  Kind kind;
-  const Rule* rule;
+  Kind kind;         ///< what becomes of the event
+  const Rule* rule;  ///< for whom, where it is delegated; else null
 
+  /// The event was taken.
   static constexpr ReturnType accept() noexcept { return {Kind::accepted, nullptr}; }
+  /// The rule had ended before the event.
   static constexpr ReturnType finish() noexcept { return {Kind::finished, nullptr}; }
+  /// The event goes to a processor for that rule, which must outlive the answer.
   static constexpr ReturnType delegate(const Rule& rule) noexcept { return {Kind::delegated, &rule}; }
 
   constexpr bool operator==(const ReturnType&) const noexcept = default;
@@ -43,6 +47,8 @@ class KR0_FRAMEWORK_API Processor : public SylvanEventProcessor<ReturnType> {
   virtual std::string name() const = 0;
 
  protected:
+  ///@{
+  /// What the processor does with the event of that name.
   virtual ReturnType onStartDocument(const SylvanPrimitive& value) = 0;
   virtual ReturnType onEndDocument() = 0;
   virtual ReturnType onStartStruct() = 0;
@@ -54,6 +60,7 @@ class KR0_FRAMEWORK_API Processor : public SylvanEventProcessor<ReturnType> {
   virtual ReturnType onStartMetadata() = 0;
   virtual ReturnType onEndMetadata() = 0;
   virtual ReturnType onWritePrimitive(const SylvanPrimitive& value) = 0;
+  ///@}
 };
 
 }  // namespace modeling::sylvan::grammar

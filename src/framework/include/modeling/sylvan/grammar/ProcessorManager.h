@@ -11,6 +11,8 @@
 
 namespace modeling::sylvan::grammar {
 
+/// Checks events against a rule, whose acts write on a blackboard. A check is over when its rule has ended;
+/// make another manager for the next one.
 template <class Blackboard>
 class ProcessorManager : public ProcessorStack {
  public:
@@ -21,6 +23,7 @@ class ProcessorManager : public ProcessorStack {
   void setBlackboard(Blackboard& blackboard) noexcept { action_.setBlackboard(blackboard); }
 
  protected:
+  /// What the acts write on.
   Blackboard& getBlackboard() const noexcept { return action_.getBlackboard(); }
 
  private:

@@ -13,6 +13,7 @@ namespace modeling::sylvan::grammar {
 template <class ProcessorClass>
 class ProcessorPool {
  public:
+  /// A processor for use until release(); it belongs to the pool.
   ProcessorClass& take() {
     if (released_.empty()) return make();
     ProcessorClass& processor = *released_.back();

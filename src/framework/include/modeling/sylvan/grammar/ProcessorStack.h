@@ -57,6 +57,7 @@ class KR0_FRAMEWORK_API ProcessorStack {
 
   ProcessorStack();
 
+  /// What process() does.
   virtual void doProcess(SylvanEventCode code, const SylvanPrimitive& primitive);
 
   /// Puts a processor for the rule on top; for an alias, one for the rule that it stands for. A rule of a
@@ -77,6 +78,7 @@ class KR0_FRAMEWORK_API ProcessorStack {
   std::span<const Code> getCodes() const noexcept { return {codes_.data(), height_}; }
   /// Numbers of repetition and sequence processors that were made.
   std::size_t getRepetitionCount() const noexcept { return repetitions_.getCount(); }
+  /// See getRepetitionCount().
   std::size_t getSequenceCount() const noexcept { return sequences_.getCount(); }
 
  private:

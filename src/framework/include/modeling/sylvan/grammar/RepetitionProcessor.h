@@ -26,6 +26,7 @@ class KR0_FRAMEWORK_API RepetitionProcessor final : public UniformProcessor<Repe
   const Rule& getRule() const noexcept { return *rule_; }
   /// The sub rule that has the events now, or null.
   const Rule* getCurrentSubRule() const noexcept { return current_; }
+  /// Whether an event ended the repetition.
   bool isFinished() const noexcept { return finished_; }
 
  private:

@@ -27,6 +27,7 @@ enum class RuleKind : std::uint8_t {
 /// Rules do not change once their set is finished and may then be read by many threads.
 class KR0_FRAMEWORK_API Rule {
  public:
+  /// A rule of that kind over others, which must outlive it.
   Rule(RuleKind kind, std::vector<const Rule*> subRules);
   /// A terminal.
   explicit Rule(SylvanEventCode code);
@@ -34,6 +35,7 @@ class KR0_FRAMEWORK_API Rule {
   Rule& operator=(const Rule&) = delete;
   virtual ~Rule();
 
+  /// Which processor serves it.
   RuleKind kind() const noexcept { return kind_; }
   /// This rule; for an alias, the rule that it stands for.
   const Rule& resolve() const noexcept;
@@ -44,6 +46,7 @@ class KR0_FRAMEWORK_API Rule {
   const std::unordered_set<SylvanEventCode>& getStartingKinds() const noexcept { return startingKinds_; }
   /// The same set in one word, for those who ask once per event.
   EventKinds getStart() const noexcept { return start_; }
+  /// Whether it can begin with an event of that kind.
   bool startsWith(SylvanEventCode code) const noexcept { return start_.contains(code); }
   /// Whether no event at all also fits this rule.
   bool canBeEmpty() const noexcept { return canBeEmpty_; }
@@ -67,10 +70,13 @@ using Act = void (*)(Blackboard&);
 template <class Blackboard>
 class ActionRule final : public Rule {
  public:
+  /// The sub rule between two acts, neither of which may be null.
   ActionRule(const Rule& subRule, Act<Blackboard> before, Act<Blackboard> after)
       : Rule(RuleKind::action, {&subRule}), before_(before), after_(after) {}
 
+  /// Runs the act before the sub rule.
   void enter(Blackboard& blackboard) const { before_(blackboard); }
+  /// Runs the act behind it.
   void leave(Blackboard& blackboard) const { after_(blackboard); }
 
  private:

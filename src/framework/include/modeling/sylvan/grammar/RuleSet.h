@@ -24,6 +24,7 @@ namespace modeling::sylvan::grammar {
 /// All rules live as long as the set. Rules can be used once finish() has been called.
 class KR0_FRAMEWORK_API RuleSet {
  public:
+  /// Rules of this set.
   using Rules = std::initializer_list<std::reference_wrapper<const Rule>>;
 
   RuleSet();
@@ -31,12 +32,17 @@ class KR0_FRAMEWORK_API RuleSet {
   RuleSet& operator=(const RuleSet&) = delete;
   ~RuleSet();
 
+  /// No event at all.
   const Rule& empty();
+  /// One event of that kind.
   const Rule& terminal(SylvanEventCode code);
   /// The first alternative that the event can begin is taken; if there is none, the first that can be empty.
   const Rule& choice(Rules alternatives);
+  /// The sub rule or nothing.
   const Rule& optional(const Rule& subRule);
+  /// The sub rule any number of times, none among them.
   const Rule& repetition(const Rule& subRule);
+  /// The sub rules in order.
   const Rule& sequence(Rules subRules);
   /// Stands for the rule of that name, which may be defined later.
   const Rule& alias(const std::string& name);
@@ -72,6 +78,7 @@ class KR0_FRAMEWORK_API RuleSet {
 template <class Blackboard>
 class Grammar : public RuleSet {
  public:
+  /// The sub rule with an act on the blackboard before and behind it.
   const Rule& action(const Rule& subRule, Act<Blackboard> before, Act<Blackboard> after) {
     return add(std::make_unique<ActionRule<Blackboard>>(subRule, before, after));
   }

@@ -25,7 +25,7 @@ namespace modeling::sylvan::grammar {
 
 /// An open rule, as its processor would be on the stack.
 struct OpenRule {
-  const Rule* rule;
+  const Rule* rule;   ///< which
   std::size_t index;  ///< of a sequence: the number of sub rules that have been handed out
 };
 
@@ -38,6 +38,7 @@ struct OpenRule {
 /// outlive it.
 class KR0_FRAMEWORK_API RuleTable {
  public:
+  /// The number of a place.
   using Place = std::uint16_t;
 
   /// What one event does in one place.
@@ -53,6 +54,7 @@ class KR0_FRAMEWORK_API RuleTable {
     Place getNext() const noexcept { return next_; }
     /// Of places that go on the stack, the innermost last.
     std::size_t getPushedCount() const noexcept { return pushedCount_; }
+    /// Of acts that run.
     std::size_t getActCount() const noexcept { return actCount_; }
 
    private:
@@ -85,12 +87,15 @@ class KR0_FRAMEWORK_API RuleTable {
   /// @throws std::out_of_range if it is none of those that the table was made for.
   Place getStart(const Rule& rule) const;
 
+  /// What an event of that kind does in that place.
   const Step& getStep(Place place, SylvanEventCode code) const noexcept {
     return steps_[place][static_cast<std::size_t>(code)];
   }
+  /// The acts of a step, in the order in which they run.
   std::span<const Act> getActs(const Step& step) const noexcept {
     return {acts_.data() + step.firstAct_, step.actCount_};
   }
+  /// The places that a step puts on the stack, the innermost last.
   std::span<const Place> getPushed(const Step& step) const noexcept {
     return {pushed_.data() + step.firstPushed_, step.pushedCount_};
   }

@@ -28,6 +28,7 @@ class KR0_FRAMEWORK_API EmptyProcessor final : public UniformProcessor<EmptyProc
 template <class Self>
 class FirstEventProcessor : public UniformProcessor<FirstEventProcessor<Self>> {
  public:
+  /// Serves `rule` from its beginning.
   void init(const Rule& rule) override {
     rule_ = &rule;
     begun_ = false;
@@ -36,6 +37,7 @@ class FirstEventProcessor : public UniformProcessor<FirstEventProcessor<Self>> {
   bool hasBegun() const noexcept { return begun_; }
 
  protected:
+  /// The rule that is served.
   const Rule& getRule() const noexcept { return *rule_; }
 
  private:

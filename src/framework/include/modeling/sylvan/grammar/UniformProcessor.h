@@ -15,6 +15,7 @@ class UniformProcessor : public TracingProcessor {
     return guard([&] { return step(code); });
   }
 
+  /// @cond
  protected:
   ReturnType onStartDocument(const SylvanPrimitive&) final { return step(SylvanEventCode::startDocument); }
   ReturnType onEndDocument() final { return step(SylvanEventCode::endDocument); }
@@ -29,6 +30,7 @@ class UniformProcessor : public TracingProcessor {
   ReturnType onStartMetadata() final { return step(SylvanEventCode::startMetadata); }
   ReturnType onEndMetadata() final { return step(SylvanEventCode::endMetadata); }
   ReturnType onWritePrimitive(const SylvanPrimitive&) final { return step(SylvanEventCode::writePrimitive); }
+  /// @endcond
 
  private:
   ReturnType step(SylvanEventCode code) { return static_cast<Self*>(this)->step(code); }

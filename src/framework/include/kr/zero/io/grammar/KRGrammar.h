@@ -44,6 +44,7 @@ class KR0_FRAMEWORK_API KRGrammar {
 
   /// What the grammar tells of the place in the document.
   struct KR0_FRAMEWORK_API Blackboard {
+    /// With the innermost on top.
     using Stack = std::stack<std::uint32_t, std::vector<std::uint32_t>>;
 
     Blackboard();
@@ -51,8 +52,10 @@ class KR0_FRAMEWORK_API KRGrammar {
     Blackboard& operator=(Blackboard&&) noexcept;
     ~Blackboard();
 
-    /// As newly made; also after it was moved from. Keeps the memory.
+    /// As newly made; also after it was moved from. Keeps the memory of a document that was not deep.
     void reset();
+    /// Forgets everything, with what memory a deep document took; reset() makes it good for another one.
+    void clear() noexcept;
 
     /// The constructs (State) that the last event was in, innermost on top. An event that starts or ends a
     /// construct counts as in it. Empty outside a document.
@@ -62,8 +65,10 @@ class KR0_FRAMEWORK_API KRGrammar {
     Stack metadataStates;
   };
 
+  /// What checks events against one of the rules.
   using Manager = modeling::sylvan::grammar::ProcessorManager<Blackboard>;
 
+  /// The grammar of the process.
   static const KRGrammar& getInstance();
 
   /// The rule of that name.

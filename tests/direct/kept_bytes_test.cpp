@@ -1,0 +1,60 @@
+// What becomes of the bytes of a document once they are delivered.
+#include <gtest/gtest.h>
+
+#include "direct/BinaryEventProcessor.h"
+#include "kr/zero/KeptMemory.h"
+#include "kr/zero/io/BinarySerializer.h"
+#include "kr/zero/io/Errors.h"
+#include "kr/zero/meta/MetaModelBuilder.h"
+
+namespace kr::zero::io {
+namespace {
+
+class KeptBytes : public testing::Test {
+ protected:
+  KeptBytes() {
+    meta::MetaModelBuilder package("urn:note", "note");
+    package.classType("Note").property("text", "String");
+    package.registerIn(registry_);
+  }
+
+  Model makeModel(std::size_t size) const {
+    Model model(registry_);
+    model.createRoot("note.Note").set("text", std::string(size, 'x'));
+    return model;
+  }
+  void write(std::size_t size) {
+    std::vector<unsigned char> bytes;
+    serializer_.serialize(makeModel(size), SerializationOutput::toByteSequence(bytes));
+    EXPECT_GT(bytes.size(), size);
+  }
+  const values::ByteBuffer& kept() const {
+    return static_cast<BinaryEventProcessor&>(serializer_.getEventProcessor()).getBytes();
+  }
+
+  meta::MetaRegistry registry_;
+  BinarySerializer serializer_;
+};
+
+TEST_F(KeptBytes, ThoseOfASmallDocumentStayForTheNext) {
+  write(1000);
+  const std::size_t capacity = kept().capacity();
+  EXPECT_GE(capacity, 1000u);
+  write(1000);
+  EXPECT_EQ(kept().capacity(), capacity);
+}
+
+TEST_F(KeptBytes, ThoseOfALargeDocumentGo) {
+  write(kMostKeptBytes + 1);
+  EXPECT_EQ(kept().capacity(), 0u);
+}
+
+TEST_F(KeptBytes, ThoseOfALargeDocumentGoWhereItCannotBeDelivered) {
+  std::string text;
+  EXPECT_THROW(serializer_.serialize(makeModel(kMostKeptBytes + 1), SerializationOutput::toString(text)),
+               Error<kr0::io::StringNotSupported>);
+  EXPECT_EQ(kept().capacity(), 0u);
+}
+
+}  // namespace
+}  // namespace kr::zero::io
