@@ -116,7 +116,8 @@ class ModelStore {
   ModelStore& operator=(const ModelStore&) = delete;
 
   static ModelStore& of(const Model& model) noexcept { return *model.store_; }
-  static ElementRecord* recordOf(const Element& element) noexcept { return element.record_; }
+  static ElementRecord* recordOf(const ConstElement& element) noexcept { return element.record_; }
+  static const ModelStore* storeOf(const ConstElement& element) noexcept { return element.store_; }
   Element handle(ElementRecord* record) noexcept { return record ? Element(this, record) : Element(); }
 
   const meta::MetaRegistry& registry() const noexcept { return *registry_; }

@@ -21,7 +21,7 @@ class KR0_FRAMEWORK_API SerializeCustomizer {
   /// @param[out] id1,id2 the two parts; unchanged where the result is false.
   /// @return false for an element that has none. One that something refers to then gets a
   ///   document-local one.
-  virtual bool getIdentity(const Element& element, ustring& id1, ustring& id2) const;
+  virtual bool getIdentity(const ConstElement& element, ustring& id1, ustring& id2) const;
   /// The package URIs to write: by default those of the classes in use, in document order of their
   /// first use.
   virtual std::vector<ustring> getPackageUris(const Model& model) const;
