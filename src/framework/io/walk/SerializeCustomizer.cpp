@@ -33,6 +33,8 @@ std::vector<const TypeUse*> typesInDocumentOrder(const ModelStore& store) {
 
 SerializeCustomizer::SerializeCustomizer(ustring identityPrefix)
     : identityPrefix_(std::move(identityPrefix)) {}
+SerializeCustomizer::SerializeCustomizer(std::string_view identityPrefix)
+    : identityPrefix_(toUstring(identityPrefix)) {}
 SerializeCustomizer::~SerializeCustomizer() = default;
 
 bool SerializeCustomizer::getIdentity(const ConstElement& element, ustring& id1, ustring& id2) const {

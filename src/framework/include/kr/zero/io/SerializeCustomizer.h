@@ -2,6 +2,7 @@
 /// What a host may decide about a serialization: identities and the list of packages.
 #pragma once
 
+#include <string_view>
 #include <vector>
 
 #include "kr/zero/Model.h"
@@ -15,6 +16,8 @@ class KR0_FRAMEWORK_API SerializeCustomizer {
   /// @param identityPrefix is put in front of the first part of every identity that the document
   ///   writes, so that documents merged later keep theirs apart; empty: nothing is changed.
   explicit SerializeCustomizer(ustring identityPrefix = {});
+  /// The same by UTF-8.
+  explicit SerializeCustomizer(std::string_view identityPrefix);
   virtual ~SerializeCustomizer();
 
   /// The identity to write for an element.
