@@ -12,10 +12,13 @@ ElementRecord* rootAt(const ModelStore& store, std::size_t position) {
                    std::to_string(store.roots().size()));
 }
 
-ElementRecord* findChild(const ElementRecord* parent, ChildPlace& place) noexcept {
+ElementRecord* findContained(const ElementRecord* parent, ChildPlace& place, Contained which) noexcept {
   for (; place.entry < parent->count; ++place.entry, place.position = 0) {
     const cells::Entry entry = parent->slots()[place.entry];
-    if (parent->use->property(cells::slotOf(entry)).getKind() != PropertyKind::composition) continue;
+    const PropertyKind kind = parent->use->property(cells::slotOf(entry)).getKind();
+    if (kind != PropertyKind::composition &&
+        !(which == Contained::childrenAndDatatypes && kind == PropertyKind::datatype))
+      continue;
     const Values children = ModelStore::valuesAt(parent, place.entry);
     if (place.position < children.size) return asElement(children.items[place.position]);
   }
@@ -43,7 +46,8 @@ bool TreeWalk::isPassedOver() const {
 
 void TreeWalk::step() {
   ChildPlace place;
-  if (ElementRecord* child = current_ == nullptr ? nullptr : findChild(current_, place); child != nullptr) {
+  if (ElementRecord* child = current_ == nullptr ? nullptr : findContained(current_, place);
+      child != nullptr) {
     levels_.push_back({current_, place});
     current_ = child;
     return;
@@ -51,7 +55,7 @@ void TreeWalk::step() {
   while (!levels_.empty()) {
     Level& level = levels_.back();
     ++level.place.position;
-    current_ = findChild(level.parent, level.place);
+    current_ = findContained(level.parent, level.place);
     if (current_ != nullptr) return;
     levels_.pop_back();
   }

@@ -322,9 +322,6 @@ inline void settleCollection(ElementRecord* record, std::size_t at) noexcept {
   if (record->use->property(cells::slotOf(entry)).isMany()) entry &= cells::kSlotMask;
 }
 
-/// Path of an element for messages; long paths are shortened in the middle.
-std::string pathOf(const ModelStore& store, const ElementRecord* record);
-
 /// Calls `visit(record)` for every child (or, with `datatypes`, every datatype value too) of a record
 /// in document order.
 template <class Visit>

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "model/Path.h"
 #include "model/Store.h"
 
 namespace kr::zero::internal {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "kr/zero/io/ParseProcessor.h"
+#include "model/Path.h"
 
 namespace kr::zero::internal {
 

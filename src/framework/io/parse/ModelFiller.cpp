@@ -2,6 +2,7 @@
 
 #include "fl/i18n/utf8.h"
 #include "kr/zero/DateTime.h"
+#include "model/Path.h"
 #include "model/TextForm.h"
 
 namespace kr::zero::io {

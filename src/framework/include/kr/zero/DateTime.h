@@ -22,7 +22,7 @@ struct DateTime {
   std::int32_t year = 0;  ///< proleptic Gregorian, may be negative
   std::uint8_t month = 1, day = 1, hour = 0, minute = 0, second = 0;
   std::uint32_t nanosecond = 0;
-  std::uint8_t fractionDigits = 0;  ///< of the text; 0 beside a nanosecond counts as 9
+  std::uint8_t fractionDigits = 0;            ///< of the text; 0 beside a nanosecond counts as 9
   std::optional<std::int16_t> offsetMinutes;  ///< none: local time
 
   /// Same parts; two texts of one moment may differ.

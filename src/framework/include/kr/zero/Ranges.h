@@ -138,8 +138,11 @@ struct ChildPlace {
   std::uint32_t entry = 0;     // among the properties that are set
   std::uint32_t position = 0;  // among the values of that one
 };
-/// The first child at that place or behind it, to which the place is moved; null where there is none.
-KR0_FRAMEWORK_API ElementRecord* findChild(const ElementRecord* parent, ChildPlace& place) noexcept;
+/// What a search meets.
+enum class Contained : std::uint8_t { children, childrenAndDatatypes };
+/// The first one at that place or behind it, to which the place is moved; null where there is none.
+KR0_FRAMEWORK_API ElementRecord* findContained(const ElementRecord* parent, ChildPlace& place,
+                                               Contained which = Contained::children) noexcept;
 
 /// A walk over elements and what is below them, each before its children.
 class KR0_FRAMEWORK_API TreeWalk {
@@ -189,7 +192,7 @@ class ChildRange {
     E operator*() const { return internal::Handles::make<E>(store_, current_); }
     Iterator& operator++() {
       ++place_.position;
-      current_ = internal::findChild(parent_, place_);
+      current_ = internal::findContained(parent_, place_);
       return *this;
     }
     Iterator operator++(int) {
@@ -202,7 +205,7 @@ class ChildRange {
    private:
     friend class ChildRange;
     Iterator(internal::ModelStore* store, const internal::ElementRecord* parent)
-        : store_(store), parent_(parent), current_(internal::findChild(parent, place_)) {}
+        : store_(store), parent_(parent), current_(internal::findContained(parent, place_)) {}
 
     internal::ModelStore* store_ = nullptr;
     const internal::ElementRecord* parent_ = nullptr;
