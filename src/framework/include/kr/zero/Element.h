@@ -45,8 +45,15 @@ class PropertyValues;
 template <class E>
 class ModelRoots;
 
+/// Whether get<T> of an E gives a T.
 template <class T, class E>
-concept ReadableThrough = PropertyValue<T> || isOneOf<T, ConstElement, E>;
+inline constexpr bool isReadable = PropertyValue<T> || isOneOf<T, ConstElement, E>;
+template <class T, class E>
+inline constexpr bool isReadable<std::optional<T>, E> = PropertyValue<T> || isOneOf<T, ConstElement, E>;
+template <class T, class E>
+concept ReadableFrom = isReadable<T, E>;
+
+/// Whether a property can be set from a T.
 template <class T>
 concept Settable = PropertySource<T> || std::same_as<T, Element>;
 }  // namespace internal
@@ -154,13 +161,10 @@ class KR0_FRAMEWORK_API ConstElement {
   /// Of an std::optional of these nothing stands for "unset", "empty" and "no element", and defaults do not
   /// count.
   /// @throws ModelError where the property does not hold such values, or the number is out of T's range.
-  template <class T>
-  requires internal::ReadableThrough<T, ConstElement> T get(PropertyKey property, std::size_t position = 0)
-  const { return read<T, ConstElement>(*this, property, position); }
-  template <class T>
-  requires internal::isOptional<T> && internal::ReadableThrough<typename T::value_type, ConstElement> T
-  get(PropertyKey property, std::size_t position = 0)
-  const { return read<T, ConstElement>(*this, property, position); }
+  template <internal::ReadableFrom<ConstElement> T>
+  T get(PropertyKey property, std::size_t position = 0) const {
+    return read<T, ConstElement>(*this, property, position);
+  }
 
   // Primitive values, by name of what they are.
   bool getBoolean(PropertyKey property, std::size_t position = 0) const;
@@ -254,13 +258,10 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
   ChildRange<Element> children() const;
   ReferenceRange<Element> references(PropertyKey property) const;
   ElementRange descendants() const;
-  template <class T>
-  requires internal::ReadableThrough<T, Element> T get(PropertyKey property, std::size_t position = 0)
-  const { return read<T, Element>(*this, property, position); }
-  template <class T>
-  requires internal::isOptional<T> && internal::ReadableThrough<typename T::value_type, Element> T
-  get(PropertyKey property, std::size_t position = 0)
-  const { return read<T, Element>(*this, property, position); }
+  template <internal::ReadableFrom<Element> T>
+  T get(PropertyKey property, std::size_t position = 0) const {
+    return read<T, Element>(*this, property, position);
+  }
 
   /// @throws ModelError where a part is empty, is not well-formed UTF-8, or the first part is "#"
   ///   (kept for identities that a document makes for itself). Two elements with one identity are

@@ -17,10 +17,13 @@
 #include <cstdint>
 #include <iterator>
 #include <span>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "kr/zero/Element.h"
+#include "kr/zero/export.h"
+#include "kr/zero/meta/Type.h"
 
 namespace kr::zero {
 
@@ -76,6 +79,7 @@ class PositionIterator {
   difference_type position_ = 0;
 };
 
+/// All positions of a source.
 template <class Source>
 class PositionRange {
  public:
@@ -116,11 +120,11 @@ class PropertyValues {
   std::size_t size_ = 0;
 };
 
-/// The elements at the top of a model.
 KR0_FRAMEWORK_API std::size_t rootCount(const ModelStore& store) noexcept;
 /// @throws ModelError where there is no such position.
 KR0_FRAMEWORK_API ElementRecord* rootAt(const ModelStore& store, std::size_t position);
 
+/// The elements at the top of a model.
 template <class E>
 class ModelRoots {
  public:
