@@ -50,12 +50,12 @@ void fillReferences(Element element, const Item& item, const ItemProperties& in,
   for (const std::uint32_t target : item.related) element.addReference(in.related, elements[target]);
 }
 
-std::optional<std::string> textOf(Element element, meta::Property property) {
+std::optional<std::string> textOf(ConstElement element, meta::Property property) {
   if (!element.isSet(property)) return std::nullopt;
   return std::string(element.getText(property));
 }
 
-Item itemOf(Element element, const ItemProperties& in) {
+Item itemOf(ConstElement element, const ItemProperties& in) {
   Item item;
   item.title = element.getText(in.title);
   item.isbn = textOf(element, in.isbn);
@@ -101,12 +101,12 @@ void registerLibrary(meta::MetaRegistry& registry) {
 Model makeModel(const Content& content, const meta::MetaRegistry& registry) {
   const ItemProperties in(registry);
   Model model(registry);
-  const Element catalog = model.createRoot("library.Catalog");
+  Element catalog = model.createRoot("library.Catalog");
   const meta::Property items = catalog.getType()->findProperty(std::string_view("items"));
   std::vector<Element> elements, open;
   for (const Item& item : content) {
     open.resize(item.depth);
-    Element element = open.empty() ? Element(catalog).create(items) : open.back().create(in.parts);
+    Element element = open.empty() ? catalog.create(items) : open.back().create(in.parts);
     fillValues(element, item, in);
     elements.push_back(element);
     open.push_back(element);
@@ -118,9 +118,9 @@ Model makeModel(const Content& content, const meta::MetaRegistry& registry) {
 Content contentOf(const Model& model) {
   const ItemProperties in(model.getRegistry());
   Content content;
-  std::vector<Element> elements;
+  std::vector<ConstElement> elements;
   std::vector<std::uint32_t> positions(model.size());
-  const ElementRange range = model.elements();
+  const auto range = model.elements();
   for (auto it = range.begin(); it != range.end(); ++it) {
     if (it.getDepth() == 0) continue;  // the catalog
     positions[(*it).getIndex()] = static_cast<std::uint32_t>(content.size());
@@ -129,8 +129,8 @@ Content contentOf(const Model& model) {
     content.back().depth = static_cast<std::uint32_t>(it.getDepth() - 1);
   }
   for (std::size_t i = 0; i < content.size(); ++i) {
-    const Element element = elements[i];
-    if (const Element target = element.getReference(in.original))
+    const ConstElement element = elements[i];
+    if (const ConstElement target = element.getReference(in.original))
       content[i].original = positions[target.getIndex()];
     for (std::size_t j = 0; j < element.size(in.related); ++j)
       content[i].related.push_back(positions[element.getReference(in.related, j).getIndex()]);

@@ -37,7 +37,7 @@ ValueForm formOf(meta::Type type) {
 std::vector<std::size_t> numberElements(const Model& model) {
   std::vector<std::size_t> numbers;
   std::size_t last = 0;
-  for (const Element element : model.elements()) {
+  for (const ConstElement element : model.elements()) {
     if (element.getIndex() >= numbers.size()) numbers.resize(element.getIndex() + std::size_t{1});
     numbers[element.getIndex()] = ++last;
   }
@@ -48,7 +48,7 @@ class ModelWalk {
  public:
   ModelWalk(const Model& model, TreeVisitor& visitor) : visitor_(visitor), numbers_(numberElements(model)) {}
 
-  void root(Element element) {
+  void root(ConstElement element) {
     open(element);
     while (!frames_.empty()) step();
   }
@@ -63,7 +63,7 @@ class ModelWalk {
 
   // An element whose properties are being visited.
   struct Frame {
-    Element element;
+    ConstElement element;
     const Properties& properties;
     std::size_t next = 0;      // of the properties, or the one being visited
     std::size_t position = 0;  // of the child that is next
@@ -77,7 +77,7 @@ class ModelWalk {
     return place->second;
   }
 
-  void open(Element element) {
+  void open(ConstElement element) {
     const std::size_t number = element.getClass() ? numbers_.at(element.getIndex()) : 0;
     visitor_.beginElement(
         {element.getType()->getQualifiedNameUtf8(), number, element.getIdentity(), std::nullopt});
@@ -121,7 +121,7 @@ class ModelWalk {
   }
 
   void values(Frame& frame, const Written& written) {
-    const Element element = frame.element;
+    const ConstElement element = frame.element;
     const meta::Property property = written.property;
     const bool areReferences = written.category.isA(PropertyCategory::AssociationAny());
     const std::size_t count = element.size(property);
@@ -136,11 +136,11 @@ class ModelWalk {
     end(frame, property);
   }
 
-  void reference(Element element, meta::Property property, std::size_t position) {
+  void reference(ConstElement element, meta::Property property, std::size_t position) {
     if (const auto missing = element.getUnresolved(property, position)) {
       visitor_.reference({missing->targetType, 0, Identity{missing->id1, missing->id2}, missing->qualifier});
     } else {
-      const Element target = element.getReference(property, position);
+      const ConstElement target = element.getReference(property, position);
       visitor_.reference({{}, numbers_.at(target.getIndex()), std::nullopt, std::nullopt});
     }
   }
@@ -156,7 +156,7 @@ class ModelWalk {
 
 void visitModel(const Model& model, TreeVisitor& visitor) {
   ModelWalk walk(model, visitor);
-  for (const Element root : model.getRoots()) walk.root(root);
+  for (const ConstElement root : model.getRoots()) walk.root(root);
 }
 
 }  // namespace kr::zero::tool

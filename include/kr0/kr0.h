@@ -6,6 +6,7 @@
 #include "kr/zero/DateTime.h"
 #include "kr/zero/Error.h"
 #include "kr/zero/Model.h"
+#include "kr/zero/Validate.h"
 #include "kr/zero/Value.h"
 #include "kr/zero/io/BinaryAssembler.h"
 #include "kr/zero/io/BinaryFormats.h"

@@ -34,26 +34,26 @@ bool isXmiId(const std::optional<Identity>& identity) { return identity && ident
 Addresses::Addresses(const Model& model, ClassTables& tables) : tables_(tables) { visitRoots(model); }
 
 void Addresses::visitRoots(const Model& model) {
-  std::vector<Element> waiting = model.getRoots();
+  std::vector<ConstElement> waiting = model.getRoots();
   rootCount_ = waiting.size();
   for (std::size_t i = 0; i < waiting.size(); ++i)
     placeOf(waiting[i]).position = static_cast<std::uint32_t>(i);
   std::reverse(waiting.begin(), waiting.end());
   while (!waiting.empty()) {
-    const Element element = waiting.back();
+    const ConstElement element = waiting.back();
     waiting.pop_back();
     noteIds(element);
     visitChildren(element, waiting);
   }
 }
 
-void Addresses::visitChildren(Element container, std::vector<Element>& waiting) {
+void Addresses::visitChildren(ConstElement container, std::vector<ConstElement>& waiting) {
   const bool byName = tables_.of(container.getType()).isPathByName();
   std::unordered_map<std::string_view, std::uint32_t, TextHash> names;
-  const std::vector<Element> children = container.getChildren();
+  const std::vector<ConstElement> children = container.getChildren();
   meta::Property property;
   std::uint32_t position = 0;
-  for (const Element child : children) {
+  for (const ConstElement child : children) {
     position = child.getContainingProperty() == property ? position + 1 : 0;
     property = child.getContainingProperty();
     Place& place = placeOf(child);
@@ -64,7 +64,7 @@ void Addresses::visitChildren(Element container, std::vector<Element>& waiting) 
   waiting.insert(waiting.end(), children.rbegin(), children.rend());
 }
 
-void Addresses::noteIds(Element element) {
+void Addresses::noteIds(ConstElement element) {
   if (const auto identity = element.getIdentity(); isXmiId(identity)) {
     if (idUses_[std::string(identity->second)]++ != 0)
       failToExpress(element.getPath(), join("another element has the xmi:id ", inQuotes(identity->second)));
@@ -76,17 +76,17 @@ void Addresses::noteIds(Element element) {
   ++idUses_[id];
 }
 
-Addresses::Place& Addresses::placeOf(Element element) {
+Addresses::Place& Addresses::placeOf(ConstElement element) {
   const std::size_t index = element.getIndex();
   if (index >= places_.size()) places_.resize(index + 1);
   return places_[index];
 }
 
-void Addresses::append(std::string& out, Element target) {
+void Addresses::append(std::string& out, ConstElement target) {
   if (!appendId(out, target)) appendPath(out, target);
 }
 
-bool Addresses::appendId(std::string& out, Element target) {
+bool Addresses::appendId(std::string& out, ConstElement target) {
   std::string id;
   if (const auto identity = target.getIdentity(); isXmiId(identity)) {
     id = identity->second;
@@ -100,15 +100,15 @@ bool Addresses::appendId(std::string& out, Element target) {
   return true;
 }
 
-void Addresses::appendPath(std::string& out, Element target) {
+void Addresses::appendPath(std::string& out, ConstElement target) {
   steps_.clear();
-  for (Element element = target; element; element = element.getContainer()) steps_.push_back(element);
+  for (ConstElement element = target; element; element = element.getContainer()) steps_.push_back(element);
   out.push_back('/');
   if (rootCount_ > 1) out.append(std::to_string(placeOf(steps_.back()).position));
   for (std::size_t i = steps_.size() - 1; i-- > 0;) appendStep(out, steps_[i]);
 }
 
-void Addresses::appendStep(std::string& out, Element element) {
+void Addresses::appendStep(std::string& out, ConstElement element) {
   out.push_back('/');
   if (appendName(out, element)) return;
   const meta::Property property = element.getContainingProperty();
@@ -116,7 +116,7 @@ void Addresses::appendStep(std::string& out, Element element) {
   if (property->isMany()) out.append(".").append(std::to_string(placeOf(element).position));
 }
 
-bool Addresses::appendName(std::string& out, Element element) {
+bool Addresses::appendName(std::string& out, ConstElement element) {
   if (!tables_.of(element.getContainer().getType()).isPathByName()) return false;
   const Feature* name = tables_.of(element.getType()).nameFeature();
   if (name == nullptr || !isPlainName(element.getText(name->property))) return false;

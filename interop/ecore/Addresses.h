@@ -19,7 +19,7 @@ class Addresses {
   Addresses(const Model& model, ClassTables& tables);
 
   /// Appends the address of an element of the model.
-  void append(std::string& out, Element target);
+  void append(std::string& out, ConstElement target);
 
  private:
   /// What the path to an element needs, found while walking.
@@ -28,19 +28,19 @@ class Addresses {
     std::uint32_t sameNames = 0;  ///< siblings before it with its name, over all properties
   };
   void visitRoots(const Model& model);
-  void visitChildren(Element container, std::vector<Element>& waiting);
-  void noteIds(Element element);
-  Place& placeOf(Element element);
-  bool appendId(std::string& out, Element target);
-  void appendPath(std::string& out, Element target);
-  void appendStep(std::string& out, Element element);
-  bool appendName(std::string& out, Element element);
+  void visitChildren(ConstElement container, std::vector<ConstElement>& waiting);
+  void noteIds(ConstElement element);
+  Place& placeOf(ConstElement element);
+  bool appendId(std::string& out, ConstElement target);
+  void appendPath(std::string& out, ConstElement target);
+  void appendStep(std::string& out, ConstElement element);
+  bool appendName(std::string& out, ConstElement element);
 
   ClassTables& tables_;
   std::vector<Place> places_;  // by the element's index
   std::size_t rootCount_ = 0;
   TextMap<std::uint32_t> idUses_;  // number of elements that an id could mean
-  std::vector<Element> steps_;
+  std::vector<ConstElement> steps_;
 };
 
 }  // namespace kr::zero::ecore

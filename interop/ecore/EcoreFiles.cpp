@@ -51,7 +51,7 @@ void EcoreFiles::read(const fs::path& path) {
   files_.push_back(std::move(file));
 }
 
-void EcoreFiles::fail(std::size_t file, Element element, std::string_view what) const {
+void EcoreFiles::fail(std::size_t file, ConstElement element, std::string_view what) const {
   failAt(content(file).name, content(file).lineOf(element), what);
 }
 
@@ -66,7 +66,7 @@ void EcoreFiles::collectPackages(std::size_t file) {
     for (auto it = elements.rbegin(); it != elements.rend(); ++it)
       if ((*it).getType()->getName() == "EPackage") waiting.push_back({*it, parent, depth});
   };
-  wait(content(file).model.getRoots(), kNowhere, 1);
+  wait(files_[file].content->model.getRoots(), kNowhere, 1);
   if (waiting.empty()) failIn(content(file).name, "it holds no package of Ecore");
   while (!waiting.empty()) {
     const Waiting next = waiting.back();
@@ -87,9 +87,9 @@ EcorePackage EcoreFiles::describe(std::size_t file, Element element, std::size_t
   return {file, element, parent, std::string(element.getText("nsURI")), around + name};
 }
 
-EcoreTarget EcoreFiles::follow(std::size_t file, Element source, const char* property,
+EcoreTarget EcoreFiles::follow(std::size_t file, ConstElement source, const char* property,
                                std::size_t position) const {
-  if (const Element target = source.getReference(property, position)) {
+  if (const ConstElement target = source.getReference(property, position)) {
     EcoreTarget found;
     found.file = file;
     found.element = target;

@@ -25,7 +25,7 @@ const Mapping::Impl& ecoreSchema();
 /// A package of one of the files.
 struct EcorePackage {
   std::size_t file;
-  Element element;
+  Element element;     // where Fragments can start
   std::size_t parent;  ///< index of the package around it, or kNowhere; always smaller than its own
   std::string uri;     ///< empty where the file gives none
   std::string qualifiedName;
@@ -34,7 +34,7 @@ struct EcorePackage {
 /// Where a reference leads: exactly one of the three is filled.
 struct EcoreTarget {
   std::size_t file = kNowhere;  ///< of `element`
-  Element element;
+  ConstElement element;
   const BuiltInPackage* package = nullptr;  ///< holds the type `builtIn`, and is in none of the files
   std::string builtIn;
   meta::Type known;  ///< a type that the registry knew before
@@ -55,13 +55,14 @@ class EcoreFiles {
 
   /// Where a reference of an element leads.
   /// @throws EcoreError where it leads to none of the files nor to what the registry knows.
-  EcoreTarget follow(std::size_t file, Element source, const char* property, std::size_t position = 0) const;
+  EcoreTarget follow(std::size_t file, ConstElement source, const char* property,
+                     std::size_t position = 0) const;
 
   /// A type of Ecore itself.
   EcoreTarget findEcoreType(std::string_view name) const;
 
   /// @throws EcoreError with the line of an element.
-  [[noreturn]] void fail(std::size_t file, Element element, std::string_view what) const;
+  [[noreturn]] void fail(std::size_t file, ConstElement element, std::string_view what) const;
 
  private:
   struct File {

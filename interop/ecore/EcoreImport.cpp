@@ -13,28 +13,30 @@ namespace {
 
 using Kind = meta::TypeDefinition::Kind;
 
-bool isOf(Element element, std::string_view className) { return element.getType()->getName() == className; }
+bool isOf(ConstElement element, std::string_view className) {
+  return element.getType()->getName() == className;
+}
 
 /// All values of a composition.
-std::vector<Element> childrenOf(Element element, const char* property) {
-  std::vector<Element> children;
+std::vector<ConstElement> childrenOf(ConstElement element, const char* property) {
+  std::vector<ConstElement> children;
   for (std::size_t i = 0; i < element.size(property); ++i)
     children.push_back(element.getElement(property, i));
   return children;
 }
 
 /// The value that an annotation of an element gives to a key.
-std::optional<std::string> annotated(Element element, std::string_view source, std::string_view key) {
-  for (const Element annotation : childrenOf(element, "eAnnotations")) {
+std::optional<std::string> annotated(ConstElement element, std::string_view source, std::string_view key) {
+  for (const ConstElement annotation : childrenOf(element, "eAnnotations")) {
     if (annotation.getText("source") != source) continue;
-    for (const Element detail : childrenOf(annotation, "details"))
+    for (const ConstElement detail : childrenOf(annotation, "details"))
       if (detail.getText("key") == key) return std::string(detail.getText("value"));
   }
   return std::nullopt;
 }
 
 /// A name in XML; empty where it is no name, as ":0" for the character data.
-std::string annotatedName(Element element) {
+std::string annotatedName(ConstElement element) {
   const auto name = annotated(element, kExtendedMetaDataSource, "name");
   const bool isName = name && !name->empty() && name->find_first_of(": \t\r\n") == std::string::npos;
   return isName ? *name : std::string();
@@ -71,11 +73,11 @@ void EcoreImport::collectClassifiers() {
   for (std::size_t file = 0; file < files_.size(); ++file)
     classifierByElement_.emplace_back(files_.content(file).offsets.size(), kNowhere);
   for (std::size_t package = 0; package < files_.packages().size(); ++package)
-    for (const Element element : childrenOf(files_.packages()[package].element, "eClassifiers"))
+    for (const ConstElement element : childrenOf(files_.packages()[package].element, "eClassifiers"))
       collectClassifier(package, element);
 }
 
-void EcoreImport::collectClassifier(std::size_t package, Element element) {
+void EcoreImport::collectClassifier(std::size_t package, ConstElement element) {
   const EcorePackage& around = files_.packages()[package];
   Classifier made;
   made.package = package;
@@ -100,17 +102,17 @@ void EcoreImport::collectClassifier(std::size_t package, Element element) {
   classifiers_.push_back(std::move(made));
 }
 
-std::size_t EcoreImport::classifierOf(std::size_t file, Element element) const {
+std::size_t EcoreImport::classifierOf(std::size_t file, ConstElement element) const {
   return classifierByElement_[file][element.getIndex()];
 }
 
-std::string EcoreImport::describe(const Classifier& classifier, Element feature) const {
+std::string EcoreImport::describe(const Classifier& classifier, ConstElement feature) const {
   return join("feature ", classifier.qualifiedName, ".", feature.getText("name"));
 }
 
 // --- Uses of types -----------------------------------------------------------------------------
 
-TypeUse EcoreImport::use(std::size_t file, Element source, const EcoreTarget& target) {
+TypeUse EcoreImport::use(std::size_t file, ConstElement source, const EcoreTarget& target) {
   if (target.known) return useKnown(target.known);
   if (!target.element) return useBuiltIn(file, source, target);
   const std::size_t index = classifierOf(target.file, target.element);
@@ -129,7 +131,7 @@ TypeUse EcoreImport::useClassifier(std::size_t index) const {
   return type;
 }
 
-TypeUse EcoreImport::useBuiltIn(std::size_t file, Element source, const EcoreTarget& target) {
+TypeUse EcoreImport::useBuiltIn(std::size_t file, ConstElement source, const EcoreTarget& target) {
   const BuiltInPackage& package = *target.package;
   const std::string& name = target.builtIn;
   const BuiltInType* dataType = package.findDataType(name);
@@ -162,8 +164,8 @@ TypeUse EcoreImport::useKnown(meta::Type known) const {
 }
 
 /// What is left of a generic type when its arguments are taken away.
-TypeUse EcoreImport::erasure(std::size_t file, Element generic, bool ofReference) {
-  const Element source = generic;
+TypeUse EcoreImport::erasure(std::size_t file, ConstElement generic, bool ofReference) {
+  const ConstElement source = generic;
   constexpr int kLongest = 100;  // bounds may name each other
   for (int i = 0; generic && i < kLongest; ++i) {
     if (generic.isSet("eClassifier")) return use(file, generic, files_.follow(file, generic, "eClassifier"));
@@ -171,8 +173,8 @@ TypeUse EcoreImport::erasure(std::size_t file, Element generic, bool ofReference
       const EcoreTarget parameter = files_.follow(file, generic, "eTypeParameter");
       if (!parameter.element) files_.fail(file, generic, "its type parameter is in none of the given files");
       file = parameter.file;
-      const std::vector<Element> bounds = childrenOf(parameter.element, "eBounds");
-      generic = bounds.empty() ? Element() : bounds.front();
+      const std::vector<ConstElement> bounds = childrenOf(parameter.element, "eBounds");
+      generic = bounds.empty() ? ConstElement() : bounds.front();
     } else {
       generic = generic.getElement("eUpperBound");
     }
@@ -180,10 +182,10 @@ TypeUse EcoreImport::erasure(std::size_t file, Element generic, bool ofReference
   return use(file, source, files_.findEcoreType(ofReference ? "EObject" : "EJavaObject"));
 }
 
-TypeUse EcoreImport::typeOf(const Classifier& classifier, Element feature) {
+TypeUse EcoreImport::typeOf(const Classifier& classifier, ConstElement feature) {
   const std::size_t file = fileOf(classifier);
   if (feature.isSet("eType")) return use(file, feature, files_.follow(file, feature, "eType"));
-  if (const Element generic = feature.getElement("eGenericType"))
+  if (const ConstElement generic = feature.getElement("eGenericType"))
     return erasure(file, generic, isOf(feature, "EReference"));
   files_.fail(file, feature, describe(classifier, feature) + " has no type");
 }
@@ -192,7 +194,7 @@ TypeUse EcoreImport::typeOf(const Classifier& classifier, Element feature) {
 
 void EcoreImport::importEnumeration(Classifier& classifier) {
   if (classifier.definition.kind != Kind::enumeration) return;
-  for (const Element literal : childrenOf(classifier.element, "eLiterals"))
+  for (const ConstElement literal : childrenOf(classifier.element, "eLiterals"))
     classifier.definition.literals.push_back({std::string(literal.getText("name")),
                                               std::string(literal.getText("literal")),
                                               static_cast<std::int32_t>(literal.getInteger("value"))});
@@ -201,14 +203,14 @@ void EcoreImport::importEnumeration(Classifier& classifier) {
 void EcoreImport::importSupertypes(Classifier& classifier) {
   if (classifier.definition.kind != Kind::classType) return;
   const std::size_t file = fileOf(classifier);
-  const Element element = classifier.element;
+  const ConstElement element = classifier.element;
   for (std::size_t i = 0; i < element.size("eSuperTypes"); ++i)
     addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)), element);
-  for (const Element generic : childrenOf(element, "eGenericSuperTypes"))
+  for (const ConstElement generic : childrenOf(element, "eGenericSuperTypes"))
     addSupertype(classifier, erasure(file, generic, true), generic);
 }
 
-void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Element source) {
+void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source) {
   if (!type.isClass)
     files_.fail(
         fileOf(classifier), source,
@@ -221,7 +223,7 @@ void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Elem
 
 void EcoreImport::importClassifier(Classifier& classifier) {
   if (classifier.definition.kind != Kind::classType) return;
-  for (const Element feature : childrenOf(classifier.element, "eStructuralFeatures"))
+  for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
     importFeature(classifier, feature);
 }
 
@@ -240,7 +242,7 @@ bool EcoreImport::inherits(std::size_t classifier, std::size_t ancestor) const {
 
 // --- Features ----------------------------------------------------------------------------------
 
-void EcoreImport::importFeature(Classifier& classifier, Element feature) {
+void EcoreImport::importFeature(Classifier& classifier, ConstElement feature) {
   const std::size_t file = fileOf(classifier);
   const bool isReference = isOf(feature, "EReference");
   const TypeUse type = typeOf(classifier, feature);
@@ -273,7 +275,7 @@ void EcoreImport::importFeature(Classifier& classifier, Element feature) {
   classifier.features.push_back(std::move(mapping));
 }
 
-void EcoreImport::importBounds(const Classifier& classifier, Element feature,
+void EcoreImport::importBounds(const Classifier& classifier, ConstElement feature,
                                meta::PropertyDefinition& definition) const {
   constexpr std::int64_t kUnspecified = -2;  // Ecore's number for "some other rule tells"
   const std::int64_t lower = feature.getInteger("lowerBound");
@@ -284,7 +286,7 @@ void EcoreImport::importBounds(const Classifier& classifier, Element feature,
   definition.upper = upper == kUnspecified ? -1 : static_cast<std::int32_t>(upper);
 }
 
-void EcoreImport::importDefault(Element feature, const TypeUse& type,
+void EcoreImport::importDefault(ConstElement feature, const TypeUse& type,
                                 meta::PropertyDefinition& definition) const {
   const bool isGiven = feature.getState("defaultValueLiteral") == PropertyState::value;
   if (isGiven) definition.defaultText = feature.getText("defaultValueLiteral");
@@ -302,7 +304,7 @@ void EcoreImport::importDefault(Element feature, const TypeUse& type,
     }
 }
 
-void EcoreImport::importXmlNames(const Classifier& classifier, Element feature,
+void EcoreImport::importXmlNames(const Classifier& classifier, ConstElement feature,
                                  FeatureMapping& mapping) const {
   mapping.xmlName = annotatedName(feature);
   const std::string kind = annotated(feature, kExtendedMetaDataSource, "kind").value_or("");
@@ -315,7 +317,7 @@ void EcoreImport::importXmlNames(const Classifier& classifier, Element feature,
   mapping.group = group.substr(group.rfind('#') + 1);
 }
 
-Storage EcoreImport::storageOf(const Classifier& classifier, Element feature, const TypeUse& type,
+Storage EcoreImport::storageOf(const Classifier& classifier, ConstElement feature, const TypeUse& type,
                                FeatureMapping& mapping) const {
   if (type.isFeatureMap) return Storage::featureMap;
   if (feature.getBoolean("transient"))
@@ -328,7 +330,7 @@ Storage EcoreImport::storageOf(const Classifier& classifier, Element feature, co
 }
 
 std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& classifier,
-                                                           Element feature) const {
+                                                           ConstElement feature) const {
   const auto text = annotated(feature, kBinarySource, "id");
   if (!text) return std::nullopt;
   const auto number = parseInteger(*text);
@@ -341,11 +343,12 @@ std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& cla
 
 /// The name of the opposite where the two really face each other. A pair that does not is of no use to a
 /// registry, and of no meaning to what is stored.
-std::string EcoreImport::oppositeName(const Classifier& classifier, Element feature, const TypeUse& type) {
+std::string EcoreImport::oppositeName(const Classifier& classifier, ConstElement feature,
+                                      const TypeUse& type) {
   if (!feature.isSet("eOpposite") || type.classifier == kNowhere) return {};
   const EcoreTarget there = files_.follow(fileOf(classifier), feature, "eOpposite");
   if (!there.element || !there.element.isSet("eOpposite")) return {};
-  const Element back = files_.follow(there.file, there.element, "eOpposite").element;
+  const ConstElement back = files_.follow(there.file, there.element, "eOpposite").element;
   const std::size_t self = classifierOf(fileOf(classifier), classifier.element);
   const std::size_t owner = classifierOf(there.file, there.element.getContainer());
   if (!(back == feature) || owner == kNowhere || !inherits(type.classifier, owner)) return {};

@@ -17,7 +17,7 @@ namespace kr::zero::ecore {
 /// A class, data type or enumeration of one of the files.
 struct Classifier {
   std::size_t package;
-  Element element;
+  ConstElement element;
   std::string qualifiedName;
   meta::TypeDefinition definition;
   std::vector<std::size_t> supertypes;   ///< those that are in the files, as indices
@@ -46,32 +46,32 @@ class EcoreImport {
 
  private:
   void collectClassifiers();
-  void collectClassifier(std::size_t package, Element element);
+  void collectClassifier(std::size_t package, ConstElement element);
   void importClassifier(Classifier& classifier);
   void importEnumeration(Classifier& classifier);
   void importSupertypes(Classifier& classifier);
-  void addSupertype(Classifier& classifier, const TypeUse& type, Element source);
-  void importFeature(Classifier& classifier, Element feature);
-  void importBounds(const Classifier& classifier, Element feature,
+  void addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source);
+  void importFeature(Classifier& classifier, ConstElement feature);
+  void importBounds(const Classifier& classifier, ConstElement feature,
                     meta::PropertyDefinition& definition) const;
-  void importDefault(Element feature, const TypeUse& type, meta::PropertyDefinition& definition) const;
-  void importXmlNames(const Classifier& classifier, Element feature, FeatureMapping& mapping) const;
-  Storage storageOf(const Classifier& classifier, Element feature, const TypeUse& type,
+  void importDefault(ConstElement feature, const TypeUse& type, meta::PropertyDefinition& definition) const;
+  void importXmlNames(const Classifier& classifier, ConstElement feature, FeatureMapping& mapping) const;
+  Storage storageOf(const Classifier& classifier, ConstElement feature, const TypeUse& type,
                     FeatureMapping& mapping) const;
-  std::optional<std::uint32_t> pinnedIdentifier(const Classifier& classifier, Element feature) const;
-  std::string oppositeName(const Classifier& classifier, Element feature, const TypeUse& type);
+  std::optional<std::uint32_t> pinnedIdentifier(const Classifier& classifier, ConstElement feature) const;
+  std::string oppositeName(const Classifier& classifier, ConstElement feature, const TypeUse& type);
 
   std::size_t fileOf(const Classifier& classifier) const {
     return files_.packages()[classifier.package].file;
   }
-  std::string describe(const Classifier& classifier, Element feature) const;
-  TypeUse typeOf(const Classifier& classifier, Element feature);
-  TypeUse use(std::size_t file, Element source, const EcoreTarget& target);
+  std::string describe(const Classifier& classifier, ConstElement feature) const;
+  TypeUse typeOf(const Classifier& classifier, ConstElement feature);
+  TypeUse use(std::size_t file, ConstElement source, const EcoreTarget& target);
   TypeUse useClassifier(std::size_t index) const;
-  TypeUse useBuiltIn(std::size_t file, Element source, const EcoreTarget& target);
+  TypeUse useBuiltIn(std::size_t file, ConstElement source, const EcoreTarget& target);
   TypeUse useKnown(meta::Type type) const;
-  TypeUse erasure(std::size_t file, Element generic, bool ofReference);
-  std::size_t classifierOf(std::size_t file, Element element) const;
+  TypeUse erasure(std::size_t file, ConstElement generic, bool ofReference);
+  std::size_t classifierOf(std::size_t file, ConstElement element) const;
   bool inherits(std::size_t classifier, std::size_t ancestor) const;
 
   std::vector<meta::PackageDefinition> definitions() const;

@@ -29,7 +29,7 @@ namespace kr::zero::ecore {
 class Fragments {
  public:
   /// @param model may still grow; must not lose elements.
-  Fragments(const Model& model, ClassTables& tables) : model_(model), tables_(tables) {}
+  Fragments(Model& model, ClassTables& tables) : model_(model), tables_(tables) {}
 
   /// @returns false where the document has an element of that xmi:id already.
   bool addXmiId(std::string_view id, Element element);
@@ -76,7 +76,7 @@ class Fragments {
   std::optional<std::string> valueOf(Element element, std::string_view key);
   std::optional<std::string> nameOf(Element element);
 
-  const Model& model_;
+  Model& model_;
   ClassTables& tables_;
   std::vector<Element> roots_;
   // References come in crowds that lead into a few lists of children: those that were found last are kept.

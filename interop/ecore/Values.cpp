@@ -108,7 +108,7 @@ bool isSingle(double value) {
          static_cast<double>(static_cast<float>(value)) == value;
 }
 
-std::string realText(Element element, const Feature& feature, std::size_t position) {
+std::string realText(ConstElement element, const Feature& feature, std::size_t position) {
   const double value = element.getReal(feature.property, position);
   if (feature.mapping->isSinglePrecision && !isSingle(value))
     failToExpress(
@@ -117,7 +117,7 @@ std::string realText(Element element, const Feature& feature, std::size_t positi
   return formatReal(value, feature.mapping->isSinglePrecision);
 }
 
-std::string_view literalText(Element element, const Feature& feature, std::size_t position) {
+std::string_view literalText(ConstElement element, const Feature& feature, std::size_t position) {
   const meta::Enum type(feature.property->getType());
   const std::int64_t number = element.getInteger(feature.property, position);
   const meta::EnumLiteral* literal = type->findByNumber(number);
@@ -180,7 +180,7 @@ std::string putValue(Element element, const Feature& feature, std::string_view t
   return put(element, feature, text, &Element::setTextForm, &Element::addTextForm);
 }
 
-std::string_view valueText(Element element, const Feature& feature, std::size_t position,
+std::string_view valueText(ConstElement element, const Feature& feature, std::size_t position,
                            std::string& scratch) {
   const meta::Property property = feature.property;
   if (feature.kind() == meta::PropertyKind::enumeration) return literalText(element, feature, position);

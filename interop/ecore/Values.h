@@ -30,7 +30,7 @@ std::string putValue(Element element, const Feature& feature, std::string_view t
 
 /// The text of a value in a document. `scratch` may hold it.
 /// @throws EcoreError for a literal whose text would read as another one, and a number that is no EFloat.
-std::string_view valueText(Element element, const Feature& feature, std::size_t position,
+std::string_view valueText(ConstElement element, const Feature& feature, std::size_t position,
                            std::string& scratch);
 
 }  // namespace kr::zero::ecore

@@ -24,7 +24,7 @@ struct XmiContent {
         tables(mapping),
         fragments(model, tables) {}
 
-  std::size_t lineOf(Element element) const { return lines.lineOf(offsets[element.getIndex()]); }
+  std::size_t lineOf(ConstElement element) const { return lines.lineOf(offsets[element.getIndex()]); }
 
   std::string name;
   LineTable lines;

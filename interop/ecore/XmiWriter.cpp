@@ -27,7 +27,7 @@ class Writer {
         progress_(progress) {}
 
   std::string write() {
-    const std::vector<Element> roots = model_.getRoots();
+    const std::vector<ConstElement> roots = model_.getRoots();
     choose(roots);
     if (roots.size() == 1)
       writeElement(roots.front(), rootName_ = qualifiedName(roots.front().getType()));
@@ -38,7 +38,7 @@ class Writer {
 
  private:
   struct Frame {
-    Element element;
+    ConstElement element;
     const ClassTable* table;
     const std::string* name;
     bool isOpen = true;       // the start tag still lacks its ">"
@@ -48,7 +48,7 @@ class Writer {
     std::size_t count = 0;  // of the values of that feature
   };
 
-  [[noreturn]] static void fail(Element element, const Feature& feature, std::string_view what) {
+  [[noreturn]] static void fail(ConstElement element, const Feature& feature, std::string_view what) {
     failToExpress(join(element.getPath(), ".", feature.name()), std::string(what));
   }
 
@@ -56,9 +56,9 @@ class Writer {
 
   /// Ecore's own documents put URIs into attributes. Documents of packages that have names for XML are plain
   /// XML: they carry what is XMI's only where they need it.
-  void choose(const std::vector<Element>& roots) {
+  void choose(const std::vector<ConstElement>& roots) {
     isPlainXml_ = roots.size() == 1;
-    for (const Element root : roots) {
+    for (const ConstElement root : roots) {
       const std::string& uri = root.getType()->getPackageUriUtf8();
       const PackageMapping* package = mapping_.findPackage(uri);
       isPlainXml_ = isPlainXml_ && package != nullptr && package->hasXmlNames;
@@ -67,11 +67,11 @@ class Writer {
     if (!isPlainXml_) prefixes_.of(kXmiNamespace);
   }
 
-  void writeRoots(const std::vector<Element>& roots) {
+  void writeRoots(const std::vector<ConstElement>& roots) {
     rootName_ = "xmi:XMI";
     body_ = roots.empty() ? "/>\n" : ">\n";
     indent_ = 1;
-    for (const Element root : roots) {
+    for (const ConstElement root : roots) {
       indent();
       const std::string& name = qualifiedName(root.getType());
       body_.append("<").append(name);
@@ -112,13 +112,13 @@ class Writer {
   // --- Elements --------------------------------------------------------------------------------
 
   /// Writes a root whose start tag is begun, and everything below it.
-  void writeElement(Element element, const std::string& name) {
+  void writeElement(ConstElement element, const std::string& name) {
     open(element, nullptr, name);
     while (!frames_.empty())
       if (!writeNext()) close();
   }
 
-  void open(Element element, const Feature* holder, const std::string& name) {
+  void open(ConstElement element, const Feature* holder, const std::string& name) {
     const ClassTable& table = tables_.of(element.getType());
     frames_.push_back({element, &table, &name});
     ++indent_;
@@ -129,13 +129,13 @@ class Writer {
     progress_.step([&] { return static_cast<double>(written_) / static_cast<double>(model_.size() + 1); });
   }
 
-  void writeType(Element element, const Feature* holder) {
+  void writeType(ConstElement element, const Feature* holder) {
     if (holder == nullptr || meta::Type(element.getType()) == holder->property->getType()) return;
     beginAttribute(prefixes_.of(kXsiNamespace) + ":type");
     body_.append(qualifiedName(element.getType())).append("\"");
   }
 
-  void writeIdentity(Element element) {
+  void writeIdentity(ConstElement element) {
     const auto identity = element.getIdentity();
     if (!identity) return;
     isPlainXml_ = false;
@@ -175,7 +175,7 @@ class Writer {
   }
 
   /// How many values of a feature are written as elements.
-  static std::size_t countElements(Element element, const Feature& feature) {
+  static std::size_t countElements(ConstElement element, const Feature& feature) {
     if (!feature.isStored()) return 0;
     const PropertyState state = element.getState(feature.property);
     if (state == PropertyState::empty) return feature.isPrimitive() && !feature.isMany() ? 1 : 0;
@@ -186,7 +186,7 @@ class Writer {
   }
 
   void writeValue(const Frame& frame, const Feature& feature, std::size_t position) {
-    const Element element = frame.element;
+    const ConstElement element = frame.element;
     if (frame.hasText) fail(element, feature, "has no place beside the character data of the element");
     if (feature.mapping->form == XmlForm::content) return writeContent(frame, feature);
     if (frame.isOpen) body_.append(">\n");
@@ -218,7 +218,7 @@ class Writer {
     characterData(frame.element, feature, valueText(frame.element, feature, 0, scratch_));
   }
 
-  void characterData(Element element, const Feature& feature, std::string_view text) {
+  void characterData(ConstElement element, const Feature& feature, std::string_view text) {
     if (!appendCharacterData(body_, text)) fail(element, feature, kNoCharacter);
   }
 
@@ -226,14 +226,14 @@ class Writer {
 
   void beginAttribute(std::string_view name) { body_.append(" ").append(name).append("=\""); }
 
-  void attribute(Element element, std::string_view name, std::string_view text) {
+  void attribute(ConstElement element, std::string_view name, std::string_view text) {
     beginAttribute(name);
     if (!appendAttributeText(body_, text))
       failToExpress(element.getPath(), join("the ", name, " holds a character that XML does not have"));
     body_.append("\"");
   }
 
-  void writeAttribute(Element element, const Feature& feature) {
+  void writeAttribute(ConstElement element, const Feature& feature) {
     if (!feature.isStored() || feature.isChild()) return;
     const PropertyState state = element.getState(feature.property);
     if (state == PropertyState::unset) return;
@@ -247,20 +247,20 @@ class Writer {
     }
   }
 
-  void writeSingle(Element element, const Feature& feature) {
+  void writeSingle(ConstElement element, const Feature& feature) {
     beginAttribute(nameOf(feature));
     appendText(element, feature, valueText(element, feature, 0, scratch_));
     body_.push_back('"');
   }
 
-  void appendText(Element element, const Feature& feature, std::string_view text) {
+  void appendText(ConstElement element, const Feature& feature, std::string_view text) {
     if (!appendAttributeText(body_, text)) fail(element, feature, kNoCharacter);
   }
 
   // --- References ------------------------------------------------------------------------------
 
   /// Whether some target of a reference must be written as an element with an href.
-  static bool hasHref(Element element, const Feature& feature) {
+  static bool hasHref(ConstElement element, const Feature& feature) {
     const std::size_t size = element.size(feature.property);
     for (std::size_t i = 0; i < size; ++i)
       if (!element.getReference(feature.property, i) &&
@@ -269,13 +269,13 @@ class Writer {
     return false;
   }
 
-  void writeReferences(Element element, const Feature& feature) {
+  void writeReferences(ConstElement element, const Feature& feature) {
     if (hasHref(element, feature)) return;
     beginAttribute(nameOf(feature));
     const std::size_t size = element.size(feature.property);
     for (std::size_t i = 0; i < size; ++i) {
       if (i > 0) body_.push_back(' ');
-      if (const Element target = element.getReference(feature.property, i)) {
+      if (const ConstElement target = element.getReference(feature.property, i)) {
         if (isEcore_) body_.push_back('#');
         appendAddress(element, feature, target);
       } else {
@@ -291,8 +291,8 @@ class Writer {
     body_.push_back('"');
   }
 
-  void writeReferenceElement(Element element, const Feature& feature, std::size_t position) {
-    if (const Element target = element.getReference(feature.property, position)) {
+  void writeReferenceElement(ConstElement element, const Feature& feature, std::size_t position) {
+    if (const ConstElement target = element.getReference(feature.property, position)) {
       // Where one target needs an href all get one: their order is that of the elements.
       beginAttribute("href");
       body_.push_back('#');
@@ -309,7 +309,8 @@ class Writer {
     body_.append("\"/>\n");
   }
 
-  UnresolvedReference externalReference(Element element, const Feature& feature, std::size_t position) const {
+  UnresolvedReference externalReference(ConstElement element, const Feature& feature,
+                                        std::size_t position) const {
     auto reference = element.getUnresolved(feature.property, position);
     if (!reference->qualifier || reference->qualifier->empty() ||
         reference->qualifier->find('#') != std::string::npos)
@@ -320,7 +321,8 @@ class Writer {
   }
 
   /// The type to write with a reference, or an empty handle where the feature tells it.
-  meta::Type targetType(Element element, const Feature& feature, const UnresolvedReference& reference) const {
+  meta::Type targetType(ConstElement element, const Feature& feature,
+                        const UnresolvedReference& reference) const {
     const meta::Type own = feature.property->getType();
     if (reference.targetType == own->getQualifiedNameUtf8()) return {};
     const meta::Type type = mapping_.registry->findType(reference.targetType);
@@ -328,7 +330,7 @@ class Writer {
     return type;
   }
 
-  void appendAddress(Element element, const Feature& feature, Element target) {
+  void appendAddress(ConstElement element, const Feature& feature, ConstElement target) {
     scratch_.clear();
     addresses_.append(scratch_, target);
     appendText(element, feature, scratch_);

@@ -20,7 +20,7 @@ class NodeReading : public testing::Test {
     model_.emplace(nodeModels().read(document));
     return model_->getRoots().front();
   }
-  static std::vector<std::string> texts(Element element, const char* property) {
+  static std::vector<std::string> texts(ConstElement element, const char* property) {
     std::vector<std::string> all;
     for (std::size_t i = 0; i < element.size(property); ++i) all.push_back(element.getTextForm(property, i));
     return all;
@@ -256,7 +256,7 @@ TEST_F(XmiDocuments, MayHoldSeveralRoots) {
       "  <p:Node next='/1'/>\n  <p:Special name='s' others='/0 "
       "/1/@nodes.0'><nodes/></p:Special>\n</xmi:XMI>");
   ASSERT_EQ(model.getRoots().size(), 2u);
-  const Element second = model.getRoots()[1];
+  const ConstElement second = model.getRoots()[1];
   EXPECT_EQ(model.getRoots()[0].getReference("next"), second);
   EXPECT_EQ(second.getReference("others", 1), second.getElement("nodes", 0));
 }
@@ -322,7 +322,7 @@ constexpr std::string_view renamedDocument =
 
 TEST(XmlNames, ComeFromAnnotations) {
   const Model model = renamedModels().read(renamedDocument);
-  const Element report = model.getRoots().front();
+  const ConstElement report = model.getRoots().front();
   EXPECT_EQ(report.getType()->getName(), "Report");
   EXPECT_EQ(report.getText("language"), "en");
   EXPECT_EQ(report.getText("purpose"), "none");

@@ -48,7 +48,7 @@ Outcome DamageCheck::readMeasured(const Bytes& bytes) {
 
 void DamageCheck::examineModel(const Model& model, const Outcome& outcome) {
   std::size_t elements = 0;
-  for (const Element element : model.elements())
+  for (const ConstElement element : model.elements())
     if (element.getType()) ++elements;
   EXPECT_EQ(elements, model.size());
   const Model copy = model.clone();

@@ -247,7 +247,7 @@ TEST(Case, ACollectionInTwoPiecesIsOneCollection) {
                                     .number(1)
                                     .text("b")
                                     .end());
-  const Element element = model.getRoots().at(0);
+  const ConstElement element = model.getRoots().at(0);
   ASSERT_EQ(element.size("tags"), 2u);
   EXPECT_EQ(element.getText("tags", 0), "a");
   EXPECT_EQ(element.getText("tags", 1), "b");
@@ -392,7 +392,7 @@ TEST(Case, TheNumbersThatAreSkippedMayBeAnything) {
 
 TEST(Case, ReferencesAreResolvedBackwardForwardAndToTheElementItself) {
   const Model model = readModel(goldenDocument("references"));
-  const Element first = model.getRoots().at(0);
+  const ConstElement first = model.getRoots().at(0);
   EXPECT_EQ(first.getReference("ref"), first);
   EXPECT_EQ(first.getReference("refs", 0), model.getRoots().at(1));
   EXPECT_EQ(first.getReference("refs", 1), first.getElement("kids", 0));

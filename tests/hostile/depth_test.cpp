@@ -54,8 +54,8 @@ Model makeChain(std::size_t levels) {
 void expectChain(const Model& model, std::size_t levels) {
   ASSERT_EQ(model.size(), levels);
   std::size_t i = 0;
-  const Element first = model.getRoots().at(0);
-  const ElementRange elements = model.elements();
+  const ConstElement first = model.getRoots().at(0);
+  const ConstElementRange elements = model.elements();
   for (auto it = elements.begin(); it != elements.end(); ++it, ++i) {
     ASSERT_EQ(it.getDepth(), i);
     ASSERT_EQ((*it).getInteger("number"), static_cast<std::int64_t>(i));
@@ -169,8 +169,8 @@ TEST(Depth, ADeepElementIsUnsetAndAdopted) {
 TEST(Depth, ThePathOfADeepElementIsShort) {
   onSmallStack([] {
     const Model model = makeChain(deep);
-    Element last;
-    for (const Element e : model.elements()) last = e;
+    ConstElement last;
+    for (const ConstElement e : model.elements()) last = e;
     const std::string path = last.getPath();
     EXPECT_EQ(path.substr(0, 6), "/link/");
     EXPECT_LT(path.size(), 2000u);

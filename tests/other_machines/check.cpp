@@ -125,7 +125,7 @@ bool areConverted(const std::vector<Text>& texts) {
 }
 
 bool holds(const Model& model, const std::vector<Text>& texts) {
-  const Element element = model.getRoots().at(0);
+  const ConstElement element = model.getRoots().at(0);
   if (element.size("tags") != texts.size()) return false;
   for (std::size_t i = 0; i < texts.size(); ++i)
     if (element.getText("tags", i) != texts[i].utf8) return false;

@@ -31,7 +31,7 @@ struct Coverage {
     datatypes += layout.datatypes;
     references += layout.references;
     depth = std::max(depth, layout.maxDepth);
-    for (const Element element : model.elements())
+    for (const ConstElement element : model.elements())
       for (const meta::Property p : element.getType()->getAllProperties())
         if (p->isStored() && element.getState(p) == PropertyState::value)
           ++valuesByType[p->getType()->getName()];

@@ -30,7 +30,7 @@ class PassingTraverser : public io::ModelTraverser {
 class PassingCustomizer : public io::SerializeCustomizer {
  public:
   explicit PassingCustomizer(const io::SerializeCustomizer& to) : to_(to) {}
-  bool getIdentity(const Element& element, ustring& id1, ustring& id2) const override {
+  bool getIdentity(const ConstElement& element, ustring& id1, ustring& id2) const override {
     return to_.getIdentity(element, id1, id2);
   }
   std::vector<ustring> getPackageUris(const Model& model) const override { return to_.getPackageUris(model); }

@@ -89,7 +89,7 @@ void fillFull(Element full) {
   full.add("manyIsbn", "b");
 }
 
-void expectFull(Element full) {
+void expectFull(ConstElement full) {
   EXPECT_EQ(full.getType()->getQualifiedNameUtf8(), "sample.Item");
   EXPECT_EQ(full.getIdentity(), (Identity{"shelf", "full"}));
   EXPECT_EQ(full.getText("name"), "full");
@@ -139,8 +139,8 @@ void fillDatatypes(Element full) {
   area.setTextForm("colour", "green");
 }
 
-void expectDatatypes(Element full) {
-  const Element place = full.getElement("place");
+void expectDatatypes(ConstElement full) {
+  const ConstElement place = full.getElement("place");
   ASSERT_TRUE(place);
   EXPECT_EQ(place.getReal("x"), 1.5);
   EXPECT_EQ(place.getReal("y"), 0.0);
@@ -150,7 +150,7 @@ void expectDatatypes(Element full) {
   EXPECT_EQ(full.getElement("stops", 0).getReal("x"), std::numeric_limits<double>::infinity());
   EXPECT_EQ(full.getElement("stops", 0).getReal("y"), 5e-324);
   EXPECT_FALSE(full.getElement("stops", 1).isSet("x"));
-  const Element area = full.getElement("area");
+  const ConstElement area = full.getElement("area");
   ASSERT_TRUE(area);
   EXPECT_EQ(area.getElement("corner").getReal("y"), 4);
   ASSERT_EQ(area.size("points"), 2u);
@@ -174,7 +174,7 @@ void fillEmpty(Element empty) {
     empty.setEmpty(property);
 }
 
-void expectEmpty(Element empty) {
+void expectEmpty(ConstElement empty) {
   EXPECT_FALSE(empty.getIdentity());
   for (const TypeSample& sample : typeSamples) {
     SCOPED_TRACE(sample.type);
@@ -216,8 +216,8 @@ void fillGraph(Element full, Element empty, Element note) {
   grandchild.putUnresolved("partner", otherDocument());
 }
 
-void expectGraph(Element full, Element empty, Element note) {
-  const Element child = full.getElement("child");
+void expectGraph(ConstElement full, ConstElement empty, ConstElement note) {
+  const ConstElement child = full.getElement("child");
   ASSERT_TRUE(child);
   EXPECT_EQ(child.getText("name"), "child");
   EXPECT_FALSE(child.getIdentity());
@@ -225,7 +225,7 @@ void expectGraph(Element full, Element empty, Element note) {
   EXPECT_EQ(full.getElement("children", 0).getText("name"), "second");
   EXPECT_EQ(full.getElement("children", 1).getType()->getQualifiedNameUtf8(), "sample.detail.Note");
   EXPECT_EQ(full.getElement("children", 1).getText("text"), "inside");
-  const Element grandchild = child.getElement("children", 0);
+  const ConstElement grandchild = child.getElement("children", 0);
   ASSERT_TRUE(grandchild);
   EXPECT_EQ(grandchild.getIdentity(), (Identity{"shelf", "grandchild"}));
 
@@ -305,7 +305,7 @@ Model makeSample(const meta::MetaRegistry& registry) {
 }
 
 void expectSample(const Model& model) {
-  const std::vector<Element> roots = model.getRoots();
+  const std::vector<ConstElement> roots = model.getRoots();
   ASSERT_EQ(roots.size(), 4u);
   EXPECT_EQ(model.size(), 8u);
   expectFull(roots[0]);

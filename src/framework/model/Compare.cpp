@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "model/Path.h"
 #include "model/Store.h"
 #include "model/TextForm.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdlib>
 
 namespace kr::zero {
 
@@ -158,6 +159,24 @@ std::int64_t daysSinceEpoch(std::int64_t year, unsigned month, unsigned day) {
   return eraOf(year) * kDaysPerEra + inEra.time_since_epoch().count();
 }
 
+// At least so many digits of a number that is not negative.
+std::string padded(std::int64_t number, std::size_t digits) {
+  const std::string text = std::to_string(number);
+  return text.size() < digits ? std::string(digits - text.size(), '0') + text : text;
+}
+
+std::string fractionText(std::uint32_t nanosecond, std::size_t digits) {
+  std::string text = padded(nanosecond, kMaxFractionDigits);
+  if (digits != 0 && text.size() == kMaxFractionDigits) text.resize(std::min(digits, kMaxFractionDigits));
+  return "." + text;
+}
+
+std::string offsetText(int minutes) {
+  if (minutes == 0) return "Z";
+  const int distance = std::abs(minutes);
+  return (minutes < 0 ? "-" : "+") + padded(distance / 60, 2) + ":" + padded(distance % 60, 2);
+}
+
 }  // namespace
 
 std::optional<DateTime> DateTime::parse(std::string_view text) {
@@ -170,6 +189,16 @@ std::optional<DateTime> DateTime::parse(std::string_view text) {
 }
 
 bool DateTime::isValid(std::string_view text) { return isUsualDateTime(text) || parse(text).has_value(); }
+
+std::string DateTime::toText() const {
+  std::string text = year < 0 ? "-" : "";
+  text +=
+      padded(std::abs(std::int64_t{year}), kMinYearDigits) + "-" + padded(month, 2) + "-" + padded(day, 2);
+  text += "T" + padded(hour, 2) + ":" + padded(minute, 2) + ":" + padded(second, 2);
+  if (fractionDigits != 0 || nanosecond != 0) text += fractionText(nanosecond, fractionDigits);
+  if (offsetMinutes) text += offsetText(*offsetMinutes);
+  return text;
+}
 
 std::int64_t DateTime::toUnixSeconds() const {
   const std::int64_t minutes = hour * 60 + minute - offsetMinutes.value_or(0);

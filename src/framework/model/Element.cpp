@@ -1,11 +1,10 @@
 #include <bit>
-#include <cmath>
 #include <cstring>
 
 #include "fl/i18n/utf8.h"
 #include "kr/zero/Model.h"
 #include "model/Numbers.h"
-#include "model/Store.h"
+#include "model/Target.h"
 #include "model/TextForm.h"
 
 namespace kr::zero {
@@ -13,103 +12,22 @@ namespace kr::zero {
 using cells::ReferenceTexts;
 using internal::asElement;
 using internal::asPayload;
-using internal::asText;
-using internal::asUnresolved;
 using internal::ElementRecord;
+using internal::failToUse;
+using internal::locate;
 using internal::ModelStore;
 using internal::PropertyKind;
 using internal::PropertyRecord;
+using internal::require;
+using internal::resolved;
+using internal::Target;
+using internal::there;
 using internal::Values;
+using internal::ValueSort;
+using meta::isPrimitive;
 using meta::StandardType;
 
 namespace {
-
-/// A property of an element, found and named: what every operation below starts from.
-struct Target {
-  ModelStore& store;
-  ElementRecord* record;
-  std::size_t slot;
-
-  const PropertyRecord& property() const { return record->use->property(slot); }
-
-  [[noreturn]] void fail(const std::string& what) const {
-    throw ModelError({.path = pathOf(store, record) + "." + property().getNameUtf8(), .problem = what});
-  }
-  std::string typeName() const { return property().getType()->getQualifiedNameUtf8(); }
-
-  [[noreturn]] void failToFit(const char* what) const {
-    fail(std::string(what) + " does not fit a property of type " + typeName());
-  }
-  void require(bool fitting, const char* what) const {
-    if (!fitting) failToFit(what);
-  }
-  void requireSingle() const {
-    if (property().isMany()) fail("is a collection; add to it instead");
-  }
-  void requireMany() const {
-    if (!property().isMany()) fail("holds one value; set it instead");
-  }
-  Values values() const { return ModelStore::values(record, slot); }
-
-  /// The payload at a position of a set property; null where a single value is not there.
-  const std::uint64_t* item(std::size_t position) const {
-    const Values all = values();
-    if (position < all.size) return all.items + position;
-    if (property().isMany() || position != 0) failPosition(position, all.size);
-    return nullptr;
-  }
-  [[noreturn]] void failPosition(std::size_t position, std::size_t size) const {
-    fail("has no position " + std::to_string(position) + ", only " + std::to_string(size) + " values");
-  }
-
-  void put(std::uint64_t payload) const {
-    if (store.add(record, slot, payload)) return;
-    if (property().getKind() == PropertyKind::association) store.leaveReferredExact();
-    store.payload(record, slot) = payload;
-    store.setState(record, slot, 0);
-  }
-};
-
-[[noreturn]] void failToLocate(const ModelStore* store, const ElementRecord* record, const PropertyKey& key) {
-  if (record == nullptr) throw ModelError("an empty element handle has no properties");
-  const meta::Property property = key.getProperty();
-  const std::string lack = property ? " does not have that property \"" + property->getNameUtf8()
-                                    : " has no property \"" + std::string(key.getName());
-  throw ModelError({.path = pathOf(*store, record),
-                    .problem = "type " + record->use->type->getQualifiedNameUtf8() + lack + '"'});
-}
-
-inline Target locate(ModelStore* store, ElementRecord* record, const PropertyKey& key) {
-  if (record == nullptr) failToLocate(store, record, key);
-  const meta::StructuredType type = record->use->type;
-  const meta::Property property = key.getProperty();
-  const std::size_t slot = property ? type->slotOf(property) : type->findSlot(key.getName());
-  if (slot == meta::StructuredType::Impl::npos) failToLocate(store, record, key);
-  return {*store, record, slot};
-}
-
-bool holdsText(const PropertyRecord& slot) {
-  return slot.getKind() == PropertyKind::text || slot.getKind() == PropertyKind::dateTime;
-}
-bool isPrimitive(const PropertyRecord& slot) { return meta::isPrimitive(slot.getKind()); }
-bool isCountable(const PropertyRecord& slot) {
-  return slot.getKind() == PropertyKind::enumeration ||
-         (slot.getKind() == PropertyKind::number && meta::infoOf(slot.getStandardType()).isInteger());
-}
-
-/// The payload of a property's default text, or 0 where there is none or it does not parse. Only for
-/// numbers and enumerations: these need no memory of the model.
-std::uint64_t defaultNumber(const Target& target) {
-  const auto& text = target.property().getDefaultText();
-  std::uint64_t payload = 0;
-  if (text) internal::fromTextForm(target.store, target.property(), *text, payload);
-  return payload;
-}
-
-std::uint64_t numberAt(const Target& target, std::size_t position) {
-  const std::uint64_t* item = target.item(position);
-  return item != nullptr ? *item : defaultNumber(target);
-}
 
 std::uint64_t integerPayload(const Target& target, std::int64_t value) {
   const PropertyRecord& slot = target.property();
@@ -119,7 +37,7 @@ std::uint64_t integerPayload(const Target& target, std::int64_t value) {
       target.fail("the integer " + std::to_string(value) + " has no exact form as a Real");
     return std::bit_cast<std::uint64_t>(real);
   }
-  target.require(isCountable(slot), "an integer");
+  require(target, ValueSort::integer);
   if (slot.getKind() == PropertyKind::enumeration) {
     if (!meta::Enum(slot.getType())->hasLiteral(value))
       target.fail("enumeration " + target.typeName() + " has no literal with the number " +
@@ -144,20 +62,20 @@ std::uint64_t unsignedPayload(const Target& target, std::uint64_t value) {
 }
 
 std::uint64_t textPayload(const Target& target, std::string_view value) {
-  target.require(isPrimitive(target.property()), "a text");
+  target.require(isPrimitive(target.property().getKind()), "a text");
   if (target.property().getKind() == PropertyKind::number ||
       target.property().getKind() == PropertyKind::enumeration)
     target.fail("a text does not fit a property of type " + target.typeName() + "; use the text form");
   std::uint64_t payload = 0;
   if (!internal::fromTextForm(target.store, target.property(), value, payload))
-    target.fail(holdsText(target.property()) && target.property().getKind() == PropertyKind::text
+    target.fail(target.property().getKind() == PropertyKind::text
                     ? "the text is not well-formed UTF-8"
                     : "\"" + std::string(value) + "\" is not a " + target.typeName());
   return payload;
 }
 
 std::uint64_t textFormPayload(const Target& target, std::string_view text) {
-  target.require(isPrimitive(target.property()), "a text");
+  target.require(isPrimitive(target.property().getKind()), "a text");
   std::uint64_t payload = 0;
   if (!internal::fromTextForm(target.store, target.property(), text, payload))
     target.fail("\"" + std::string(text) + "\" is not a " + target.typeName());
@@ -165,13 +83,28 @@ std::uint64_t textFormPayload(const Target& target, std::string_view text) {
 }
 
 std::uint64_t booleanPayload(const Target& target, bool value) {
-  target.require(target.property().getStandardType() == StandardType::boolean, "a boolean");
+  require(target, ValueSort::boolean);
   return value ? 1 : 0;
 }
 
 std::uint64_t realPayload(const Target& target, double value) {
-  target.require(target.property().getStandardType() == StandardType::real, "a real number");
+  require(target, ValueSort::real);
   return std::bit_cast<std::uint64_t>(value);
+}
+
+bool canBeEmpty(const PropertyRecord& slot) {
+  if (slot.isMany()) return isPrimitive(slot.getKind()) || slot.getKind() == PropertyKind::association;
+  return isPrimitive(slot.getKind()) && slot.isOptional();
+}
+
+std::uint64_t uuidPayload(const Target& target, const Uuid& value) {
+  require(target, ValueSort::uuid);
+  return asPayload(target.store.makeUuid(value));
+}
+
+std::uint64_t dateTimePayload(const Target& target, const DateTime& value) {
+  require(target, ValueSort::dateTime);
+  return textPayload(target, value.toText());
 }
 
 std::string quoted(const internal::TypeUse& use) { return use.type->getQualifiedNameUtf8(); }
@@ -180,12 +113,6 @@ void requireFitting(const Target& target, const ElementRecord* other) {
   if (!ModelStore::fits(target.property(), other->use->cls))
     target.fail("an element of class " + quoted(*other->use) + " does not fit a property of type " +
                 target.typeName());
-}
-
-/// The record of a reference item, or null where it is unresolved.
-ElementRecord* resolved(const ModelStore& store, const Values& values, std::size_t i) {
-  if (values.unresolvedSingle || internal::isUnresolved(values.items[i])) return nullptr;
-  return store.target(values.items[i]);
 }
 
 void putReferenceRaw(const Target& target, ElementRecord* other) {
@@ -247,28 +174,14 @@ void linkBack(const Target& target, ElementRecord* other) {
 
 }  // namespace
 
-ModelError::~ModelError() = default;
-
-meta::StructuredType Element::getType() const { return record_->use->type; }
-meta::Class Element::getClass() const { return record_->use->cls; }
-Model& Element::getModel() const { return *store_->model(); }
-std::uint32_t Element::getIndex() const { return record_->index; }
-Element Element::getContainer() const { return store_->handle(record_->container); }
-std::string Element::getPath() const { return pathOf(*store_, record_); }
-
-meta::Property Element::getContainingProperty() const {
-  if (record_->container == nullptr) return {};
-  return record_->container->use->properties[record_->containerSlot];
-}
-
-std::optional<Identity> Element::getIdentity() const {
-  if (record_->identity == nullptr) return std::nullopt;
-  return Identity{record_->identity->first->view(), record_->identity->second->view()};
+Model& Element::getModel() const {
+  if (record_ == nullptr) failToUse(record_);
+  return *store_->model();
 }
 
 void Element::setIdentity(std::string_view first, std::string_view second) {
   const auto fail = [this](const char* what) { throw ModelError({.path = getPath(), .problem = what}); };
-  if (record_->isDatatype()) fail("a datatype value has no identity");
+  if (there(record_)->isDatatype()) fail("a datatype value has no identity");
   if (first.empty() || second.empty()) fail("both parts of an identity must hold text");
   if (first == "#") fail("identities that begin with \"#\" are kept for documents");
   if (!fl::i18n::isWellFormedUtf8(first) || !fl::i18n::isWellFormedUtf8(second))
@@ -276,16 +189,7 @@ void Element::setIdentity(std::string_view first, std::string_view second) {
   store_->setIdentity(record_, first, second);
 }
 
-void Element::clearIdentity() { record_->identity = nullptr; }
-
-PropertyState Element::getState(PropertyKey property) const {
-  const Target target = locate(store_, record_, property);
-  return ModelStore::state(record_, target.slot);
-}
-
-std::size_t Element::size(PropertyKey property) const {
-  return locate(store_, record_, property).values().size;
-}
+void Element::clearIdentity() { there(record_)->identity = nullptr; }
 
 void Element::unset(PropertyKey property) {
   const Target target = locate(store_, record_, property);
@@ -302,12 +206,19 @@ void Element::unset(PropertyKey property) {
 void Element::setEmpty(PropertyKey property) {
   const Target target = locate(store_, record_, property);
   const PropertyRecord& slot = target.property();
-  const bool possible = slot.isMany() ? isPrimitive(slot) || slot.getKind() == PropertyKind::association
-                                      : isPrimitive(slot) && slot.isOptional();
-  if (!possible) target.fail("cannot be explicitly empty");
+  if (!canBeEmpty(slot)) target.fail("cannot be explicitly empty");
   if (slot.getKind() == PropertyKind::association) store_->leaveReferredExact();
   store_->payload(record_, target.slot) = 0;
   store_->setState(record_, target.slot, cells::kEmpty);
+}
+
+void Element::set(PropertyKey property, std::nullopt_t) {
+  const Target target = locate(store_, record_, property);
+  target.requireSingle();
+  if (canBeEmpty(target.property()))
+    setEmpty(property);
+  else
+    unset(property);
 }
 
 void Element::removeAt(PropertyKey property, std::size_t position) {
@@ -319,69 +230,6 @@ void Element::removeAt(PropertyKey property, std::size_t position) {
     store_->removeSubtrees({asElement(*item)});
   else
     store_->removeItem(record_, target.slot, position);
-}
-
-bool Element::getBoolean(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(target.property().getStandardType() == StandardType::boolean, "a boolean");
-  return numberAt(target, position) != 0;
-}
-
-std::int64_t Element::getInteger(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(isCountable(target.property()), "an integer");
-  const std::uint64_t number = numberAt(target, position);
-  if (target.property().getStandardType() == StandardType::uinteger64 &&
-      number > static_cast<std::uint64_t>(INT64_MAX))
-    target.fail("the number " + std::to_string(number) + " needs an unsigned reader");
-  return static_cast<std::int64_t>(number);
-}
-
-std::uint64_t Element::getUnsigned(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(isCountable(target.property()), "an integer");
-  const std::uint64_t number = numberAt(target, position);
-  if (target.property().getStandardType() != StandardType::uinteger64 &&
-      static_cast<std::int64_t>(number) < 0)
-    target.fail("the number " + std::to_string(static_cast<std::int64_t>(number)) + " is negative");
-  return number;
-}
-
-double Element::getReal(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(target.property().getStandardType() == StandardType::real, "a real number");
-  return std::bit_cast<double>(numberAt(target, position));
-}
-
-std::string_view Element::getText(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(holdsText(target.property()), "a text");
-  if (const std::uint64_t* item = target.item(position); item != nullptr) return asText(*item)->view();
-  const auto& text = target.property().getDefaultText();
-  return text ? std::string_view(*text) : std::string_view();
-}
-
-Uuid Element::getUuid(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(target.property().getKind() == PropertyKind::uuid, "a UUID");
-  Uuid uuid{};
-  if (const std::uint64_t* item = target.item(position); item != nullptr) {
-    std::memcpy(uuid.data(), reinterpret_cast<const void*>(*item), uuid.size());
-  } else if (const auto& text = target.property().getDefaultText(); text) {
-    uuid = internal::parseUuid(*text).value_or(Uuid{});
-  }
-  return uuid;
-}
-
-std::string Element::getTextForm(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(isPrimitive(target.property()), "a text");
-  if (const std::uint64_t* item = target.item(position); item != nullptr)
-    return internal::toTextForm(target.property(), *item);
-  const auto& text = target.property().getDefaultText();
-  if (text || holdsText(target.property())) return text.value_or("");
-  return target.property().getKind() == PropertyKind::uuid ? internal::formatUuid(Uuid{})
-                                                           : internal::toTextForm(target.property(), 0);
 }
 
 namespace {
@@ -417,6 +265,14 @@ void Element::setText(PropertyKey property, std::string_view value) {
   const Target target = single(locate(store_, record_, property));
   target.put(textPayload(target, value));
 }
+void Element::setUuid(PropertyKey property, const Uuid& value) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(uuidPayload(target, value));
+}
+void Element::setDateTime(PropertyKey property, const DateTime& value) {
+  const Target target = single(locate(store_, record_, property));
+  target.put(dateTimePayload(target, value));
+}
 void Element::setTextForm(PropertyKey property, std::string_view text) {
   const Target target = single(locate(store_, record_, property));
   target.put(textFormPayload(target, text));
@@ -441,6 +297,14 @@ void Element::addText(PropertyKey property, std::string_view value) {
   const Target target = many(locate(store_, record_, property));
   store_->append(record_, target.slot, textPayload(target, value));
 }
+void Element::addUuid(PropertyKey property, const Uuid& value) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, uuidPayload(target, value));
+}
+void Element::addDateTime(PropertyKey property, const DateTime& value) {
+  const Target target = many(locate(store_, record_, property));
+  store_->append(record_, target.slot, dateTimePayload(target, value));
+}
 void Element::addTextForm(PropertyKey property, std::string_view text) {
   const Target target = many(locate(store_, record_, property));
   store_->append(record_, target.slot, textFormPayload(target, text));
@@ -449,8 +313,7 @@ void Element::addTextForm(PropertyKey property, std::string_view text) {
 Element Element::create(PropertyKey property, meta::StructuredType type) {
   const Target target = locate(store_, record_, property);
   const PropertyRecord& slot = target.property();
-  target.require(slot.getKind() == PropertyKind::composition || slot.getKind() == PropertyKind::datatype,
-                 "a child");
+  require(target, ValueSort::child);
   if (!type) type = meta::StructuredType(target.property().getType());
   if (!slot.isMany() && target.values().size != 0) target.fail("holds an element already");
   if (slot.getKind() == PropertyKind::datatype) {
@@ -469,11 +332,11 @@ Element Element::create(PropertyKey property, meta::StructuredType type) {
 }
 
 Element Element::create(PropertyKey property, std::string_view typeName) {
+  const Target target = locate(store_, record_, property);
   const meta::Type type = store_->registry().findType(typeName);
-  if (!type) locate(store_, record_, property).fail("there is no type \"" + std::string(typeName) + "\"");
+  if (!type) target.fail("there is no type \"" + std::string(typeName) + "\"");
   const meta::StructuredType structured(type);
-  if (!structured)
-    locate(store_, record_, property).fail("type " + std::string(typeName) + " has no elements");
+  if (!structured) target.fail("type " + std::string(typeName) + " has no elements");
   return create(property, structured);
 }
 
@@ -481,6 +344,7 @@ void Element::adopt(PropertyKey property, Element child, std::size_t position) {
   const Target target = locate(store_, record_, property);
   target.require(target.property().getKind() == PropertyKind::composition, "a child");
   if (!child || child.store_ != store_) target.fail("only an element of the same model can be moved");
+  there(child.record_);
   requireFitting(target, child.record_);
   for (const ElementRecord* above = record_; above != nullptr; above = above->container)
     if (above == child.record_) target.fail("an element cannot be moved into itself or below itself");
@@ -509,50 +373,14 @@ void Element::adopt(PropertyKey property, Element child, std::size_t position) {
   store_->leaveDocumentOrder();
 }
 
-Element Element::getElement(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(target.property().getKind() == PropertyKind::composition ||
-                     target.property().getKind() == PropertyKind::datatype,
-                 "a child");
-  const std::uint64_t* item = target.item(position);
-  return item != nullptr ? store_->handle(asElement(*item)) : Element();
-}
-
-std::vector<Element> Element::getChildren() const {
-  std::vector<Element> children;
-  internal::forEachContained(record_, false,
-                             [&](ElementRecord* child) { children.push_back(store_->handle(child)); });
-  return children;
-}
-
-Element Element::getReference(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(target.property().getKind() == PropertyKind::association, "a reference");
-  if (target.item(position) == nullptr) return {};
-  return store_->handle(resolved(*store_, target.values(), position));
-}
-
-std::optional<UnresolvedReference> Element::getUnresolved(PropertyKey property, std::size_t position) const {
-  const Target target = locate(store_, record_, property);
-  target.require(target.property().getKind() == PropertyKind::association, "a reference");
-  const std::uint64_t* item = target.item(position);
-  if (item == nullptr || resolved(*store_, target.values(), position) != nullptr) return std::nullopt;
-  const ReferenceTexts* record = asUnresolved(*item);
-  if (record == nullptr) return std::nullopt;
-  UnresolvedReference reference{std::string(record->targetType->view()), std::string(record->id1->view()),
-                                std::string(record->id2->view()), std::nullopt};
-  if (record->qualifier != nullptr) reference.qualifier = std::string(record->qualifier->view());
-  return reference;
-}
-
 namespace {
 
 Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyKey& key,
                        const ModelStore* storeOfOther, const ElementRecord* other) {
-  const Target target = locate(store, record, key);
-  target.require(target.property().getKind() == PropertyKind::association, "a reference");
+  const Target target = locate(store, record, key, ValueSort::reference);
   if (other == nullptr) target.fail("an empty element handle cannot be referred to");
   if (storeOfOther != store) target.fail("the element belongs to another model");
+  if (other->removed) failToUse(other);
   requireFitting(target, other);
   return target;
 }
@@ -577,8 +405,7 @@ void Element::putReference(PropertyKey property, Element other) {
 }
 
 void Element::putUnresolved(PropertyKey property, const UnresolvedReference& reference) {
-  const Target target = locate(store_, record_, property);
-  target.require(target.property().getKind() == PropertyKind::association, "a reference");
+  const Target target = locate(store_, record_, property, ValueSort::reference);
   for (const std::string* text : {&reference.targetType, &reference.id1, &reference.id2})
     if (!fl::i18n::isWellFormedUtf8(*text)) target.fail("a text of the reference is not well-formed UTF-8");
   std::string_view qualifier;

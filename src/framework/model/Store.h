@@ -116,7 +116,8 @@ class ModelStore {
   ModelStore& operator=(const ModelStore&) = delete;
 
   static ModelStore& of(const Model& model) noexcept { return *model.store_; }
-  static ElementRecord* recordOf(const Element& element) noexcept { return element.record_; }
+  static ElementRecord* recordOf(const ConstElement& element) noexcept { return element.record_; }
+  static const ModelStore* storeOf(const ConstElement& element) noexcept { return element.store_; }
   Element handle(ElementRecord* record) noexcept { return record ? Element(this, record) : Element(); }
 
   const meta::MetaRegistry& registry() const noexcept { return *registry_; }
@@ -320,9 +321,6 @@ inline void settleCollection(ElementRecord* record, std::size_t at) noexcept {
   cells::Entry& entry = record->slots()[at];
   if (record->use->property(cells::slotOf(entry)).isMany()) entry &= cells::kSlotMask;
 }
-
-/// Path of an element for messages; long paths are shortened in the middle.
-std::string pathOf(const ModelStore& store, const ElementRecord* record);
 
 /// Calls `visit(record)` for every child (or, with `datatypes`, every datatype value too) of a record
 /// in document order.

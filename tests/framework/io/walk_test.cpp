@@ -343,6 +343,12 @@ TEST_F(WalkTest, TheCustomizersPrefixReachesElementsAndReferences) {
             std::string::npos);
 }
 
+TEST_F(WalkTest, APrefixMayBeGivenInEitherEncoding) {
+  EXPECT_EQ(SerializeCustomizer("p\u00e4/").getIdentityPrefix(), u"p\u00e4/");
+  EXPECT_EQ(SerializeCustomizer(u"p\u00e4/").getIdentityPrefix(), u"p\u00e4/");
+  EXPECT_EQ(SerializeCustomizer().getIdentityPrefix(), u"");
+}
+
 TEST_F(WalkTest, ReferencesOfACollectionAreFramedAndQualifiedOnesAreLong) {
   EXPECT_EQ(eventsOfBook([](Element book) {
               book.putUnresolved("authors", {"library.Author", "a", "b", std::nullopt});

@@ -49,6 +49,24 @@ MetaModelBuilder everyKind() {
   return package;
 }
 
+TEST(MetaNames, AreThereInUtf8AndUtf16) {
+  MetaModelBuilder package("http://example.org/k\u00e4", "k\u00e4");
+  package.classType("Gr\u00f6\u00dfe").property("l\u00e4nge", "Real");
+  MetaRegistry registry;
+  package.registerIn(registry);
+  const StructuredType type(registry.findType(std::string_view("k\u00e4.Gr\u00f6\u00dfe")));
+  ASSERT_TRUE(type);
+  EXPECT_EQ(type->name(), "Gr\u00f6\u00dfe");
+  EXPECT_EQ(type->qualifiedName(), "k\u00e4.Gr\u00f6\u00dfe");
+  EXPECT_EQ(type->getQualifiedName(), u"k\u00e4.Gr\u00f6\u00dfe");
+  EXPECT_EQ(type->packageUri(), "http://example.org/k\u00e4");
+  EXPECT_EQ(type->getPackageUri(), u"http://example.org/k\u00e4");
+  const Property property = type->findProperty(std::string_view("l\u00e4nge"));
+  ASSERT_TRUE(property);
+  EXPECT_EQ(property->name(), "l\u00e4nge");
+  EXPECT_EQ(property->getName(), u"l\u00e4nge");
+}
+
 TEST(MetaStandardTypes, AreKnownByNameInANewRegistry) {
   const MetaRegistry registry;
   for (const Standard& standard : standardTypes()) {

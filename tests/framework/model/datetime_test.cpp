@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <random>
 #include <string>
 #include <string_view>
@@ -13,6 +14,45 @@
 
 namespace kr::zero {
 namespace {
+
+TEST(DateTimes, TheTextOfTheirPartsReadsBackAsThem) {
+  const std::vector<std::pair<std::string, std::string>> texts{
+      {"2010-02-01T05:12:32.125+01:00", "2010-02-01T05:12:32.125+01:00"},
+      {"2010-02-01T05:12:32.120Z", "2010-02-01T05:12:32.120Z"},
+      {"2010-02-01T05:12:60-0330", "2010-02-01T05:12:60-03:30"},
+      {"2010-02-01T05:12+00:01", "2010-02-01T05:12:00+00:01"},
+      {"2010-02-01", "2010-02-01T00:00:00"},
+      {"-0044-03-15T12:00:00.000000001", "-0044-03-15T12:00:00.000000001"},
+      {"123456-12-31", "123456-12-31T00:00:00"}};
+  for (const auto& [text, written] : texts) {
+    const auto date = DateTime::parse(text);
+    ASSERT_TRUE(date) << text;
+    EXPECT_EQ(date->toText(), written);
+    EXPECT_EQ(DateTime::parse(written), date) << text;
+  }
+}
+
+TEST(DateTimes, ANanosecondIsWrittenWithoutACountOfDigitsToo) {
+  DateTime date;
+  date.year = 2010;
+  date.nanosecond = 5;
+  EXPECT_EQ(date.toText(), "2010-01-01T00:00:00.000000005");
+}
+
+TEST(DateTimes, PartsThatNameNoTimeHaveATextThatIsNone) {
+  const auto wrong = [](auto change) {
+    DateTime date = *DateTime::parse("2010-02-01T05:12:32.125+01:00");
+    change(date);
+    return !DateTime::isValid(date.toText());
+  };
+  EXPECT_TRUE(wrong([](DateTime& date) { date.month = 13; }));
+  EXPECT_TRUE(wrong([](DateTime& date) { date.day = 30; }));
+  EXPECT_TRUE(wrong([](DateTime& date) { date.hour = 24; }));
+  EXPECT_TRUE(wrong([](DateTime& date) { date.second = 255; }));
+  EXPECT_TRUE(wrong([](DateTime& date) { date.nanosecond = 1'000'000'000; }));
+  EXPECT_TRUE(wrong([](DateTime& date) { date.offsetMinutes = std::int16_t{-24 * 60}; }));
+  EXPECT_TRUE(wrong([](DateTime& date) { date.year = std::numeric_limits<std::int32_t>::min(); }));
+}
 
 TEST(DateTimes, ADateAloneIsRead) {
   const auto date = DateTime::parse("2010-02-01");

@@ -11,7 +11,7 @@ class ModelStructure : public ::testing::Test, protected test::LibraryFixture {
  protected:
   std::vector<std::string> paths(const Model& of) const {
     std::vector<std::string> all;
-    for (const Element element : of.elements()) all.push_back(element.getPath());
+    for (const ConstElement element : of.elements()) all.push_back(element.getPath());
     return all;
   }
   Element library = model.createRoot("library.Library");

@@ -5,6 +5,7 @@
 
 #include "kr/zero/KeptMemory.h"
 #include "kr/zero/io/ParseProcessor.h"
+#include "model/Path.h"
 
 namespace kr::zero::internal {
 

@@ -5,6 +5,7 @@
 #include "fl/i18n/utf8.h"
 #include "kr/zero/DateTime.h"
 #include "kr/zero/KeptMemory.h"
+#include "model/Path.h"
 #include "model/TextForm.h"
 
 namespace kr::zero::io {

@@ -9,6 +9,7 @@
 #include "kr/zero/io/ElementIdentity.h"
 #include "kr/zero/io/Serializer.h"
 #include "model/DocumentOrder.h"
+#include "model/Path.h"
 
 namespace kr::zero::io::internal {
 

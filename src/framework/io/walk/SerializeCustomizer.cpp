@@ -33,9 +33,11 @@ std::vector<const TypeUse*> typesInDocumentOrder(const ModelStore& store) {
 
 SerializeCustomizer::SerializeCustomizer(ustring identityPrefix)
     : identityPrefix_(std::move(identityPrefix)) {}
+SerializeCustomizer::SerializeCustomizer(std::string_view identityPrefix)
+    : identityPrefix_(toUstring(identityPrefix)) {}
 SerializeCustomizer::~SerializeCustomizer() = default;
 
-bool SerializeCustomizer::getIdentity(const Element& element, ustring& id1, ustring& id2) const {
+bool SerializeCustomizer::getIdentity(const ConstElement& element, ustring& id1, ustring& id2) const {
   const auto identity = element.getIdentity();
   if (!identity || identity->first == "#") return false;  // documents make these anew
   id1 = identityPrefix_ + toUstring(identity->first);

@@ -2,6 +2,7 @@
 
 #include "kr/zero/io/ElementIdentity.h"
 #include "kr/zero/io/Serializer.h"
+#include "model/Path.h"
 #include "model/TextForm.h"
 
 namespace kr::zero::io {
