@@ -116,9 +116,10 @@ void BinaryKRGrammarTransformer::reset() {
   manager_ = KRGrammar::getInstance().getProcessor("document", blackboard_);
 }
 
+// Takes no memory: a blackboard has room for what a new one holds.
 void BinaryKRGrammarTransformer::giveBackMemory() noexcept {
   manager_.reset();
-  blackboard_.clear();
+  blackboard_.reset();
 }
 
 void BinaryKRGrammarTransformer::catchUp(const std::vector<SylvanEventCode>& way) {

@@ -20,13 +20,9 @@ KRGrammar::Blackboard& KRGrammar::Blackboard::operator=(Blackboard&&) noexcept =
 KRGrammar::Blackboard::~Blackboard() = default;
 
 void KRGrammar::Blackboard::reset() {
-  clear();
-  metadataStates.push(kNothingDropped);
-}
-
-void KRGrammar::Blackboard::clear() noexcept {
   clearAndGiveBack(Inside::of(states));
   clearAndGiveBack(Inside::of(metadataStates));
+  metadataStates.push(kNothingDropped);
 }
 
 }  // namespace kr::zero::io::grammar

@@ -54,8 +54,6 @@ class KR0_FRAMEWORK_API KRGrammar {
 
     /// As newly made; also after it was moved from. Keeps the memory of a document that was not deep.
     void reset();
-    /// Forgets everything, with what memory a deep document took; reset() makes it good for another one.
-    void clear() noexcept;
 
     /// The constructs (State) that the last event was in, innermost on top. An event that starts or ends a
     /// construct counts as in it. Empty outside a document.
