@@ -43,7 +43,7 @@ std::vector<std::string> packagesOf(const Model& model) {
 
 Counts countByClass(const Model& model) {
   Counts counts;
-  for (const ConstElement element : model.elements()) ++counts[element.getType()->getQualifiedNameUtf8()];
+  for (const ConstElement element : model.elements()) ++counts[element.getType()->qualifiedName()];
   return counts;
 }
 

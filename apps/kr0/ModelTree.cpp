@@ -79,8 +79,7 @@ class ModelWalk {
 
   void open(ConstElement element) {
     const std::size_t number = element.getClass() ? numbers_.at(element.getIndex()) : 0;
-    visitor_.beginElement(
-        {element.getType()->getQualifiedNameUtf8(), number, element.getIdentity(), std::nullopt});
+    visitor_.beginElement({element.getType()->qualifiedName(), number, element.getIdentity(), std::nullopt});
     frames_.push_back({element, propertiesOf(element.getType())});
   }
 
@@ -101,7 +100,7 @@ class ModelWalk {
   }
 
   void begin(meta::Property property) {
-    visitor_.beginProperty(property->getNameUtf8());
+    visitor_.beginProperty(property->name());
     if (property->isMany()) visitor_.beginList();
   }
 

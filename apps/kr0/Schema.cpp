@@ -35,9 +35,9 @@ std::vector<meta::Property> propertiesOf(meta::Type type) {
 
 Json asJson(meta::Property property) {
   const meta::Type type = property->getType();
-  return {{"name", property->getNameUtf8()},
+  return {{"name", property->name()},
           {"id", property->getIdentifier()},
-          {"type", type->getQualifiedNameUtf8()},
+          {"type", type->qualifiedName()},
           {"category", categoryOf(property)},
           {"many", property->isMany()},
           {"optional", property->isOptional()},
@@ -48,7 +48,7 @@ Json asJson(meta::Property property) {
 Json asJson(meta::Type type) {
   Json properties = Json::array();
   for (const meta::Property property : propertiesOf(type)) properties.push_back(asJson(property));
-  return {{"name", type->getQualifiedNameUtf8()},
+  return {{"name", type->qualifiedName()},
           {"kind", kindOf(type)},
           {"abstract", isAbstract(type)},
           {"properties", std::move(properties)}};
@@ -68,10 +68,10 @@ std::string bounds(meta::Property property) {
 
 void printProperty(meta::Property property, meta::Type holder, TextOut& out) {
   out << "    " << (isWritten(property) ? std::to_string(property->getIdentifier()) : "-") << ' '
-      << property->getNameUtf8() << ": " << property->getType()->getQualifiedNameUtf8() << ' '
-      << bounds(property) << ' ' << categoryOf(property);
+      << property->name() << ": " << property->getType()->qualifiedName() << ' ' << bounds(property) << ' '
+      << categoryOf(property);
   const meta::StructuredType owner = property->getOwner();
-  if (!(owner == holder)) out << ", from " << owner->getQualifiedNameUtf8();
+  if (!(owner == holder)) out << ", from " << owner->qualifiedName();
   out << '\n';
 }
 
@@ -81,7 +81,7 @@ void printLiterals(meta::Enum enumeration, TextOut& out) {
 }
 
 void printType(meta::Type type, TextOut& out) {
-  out << "  " << (isAbstract(type) ? "abstract " : "") << kindOf(type) << ' ' << type->getName() << '\n';
+  out << "  " << (isAbstract(type) ? "abstract " : "") << kindOf(type) << ' ' << type->name() << '\n';
   if (const meta::Enum enumeration(type); enumeration) printLiterals(enumeration, out);
   for (const meta::Property property : propertiesOf(type)) printProperty(property, type, out);
 }

@@ -112,7 +112,7 @@ void Addresses::appendStep(std::string& out, ConstElement element) {
   out.push_back('/');
   if (appendName(out, element)) return;
   const meta::Property property = element.getContainingProperty();
-  out.append("@").append(property->getNameUtf8());
+  out.append("@").append(property->name());
   if (property->isMany()) out.append(".").append(std::to_string(placeOf(element).position));
 }
 

@@ -33,7 +33,7 @@ ClassTable::ClassTable(meta::StructuredType type, const Mapping::Impl& mapping) 
   for (const meta::Property property : properties) features_.push_back({property, &mapping.of(property)});
   nameFeatures();
   const meta::Class named(mapping.registry->findType(std::string_view("ecore.EModelElement")));
-  isPathByName_ = named && named->getPackageUriUtf8() == kEcoreNamespace && meta::Class(type) &&
+  isPathByName_ = named && named->packageUri() == kEcoreNamespace && meta::Class(type) &&
                   meta::Class(type)->conformsTo(named);
 }
 

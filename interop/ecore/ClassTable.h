@@ -18,7 +18,7 @@ struct Feature {
   meta::Property property;
   const FeatureMapping* mapping = nullptr;
 
-  std::string_view name() const { return property->getNameUtf8(); }
+  std::string_view name() const { return property->name(); }
   std::string_view xmlName() const { return mapping->xmlName.empty() ? name() : mapping->xmlName; }
   bool isMany() const { return property->isMany(); }
   /// What documents hold of it; none where they hold nothing.

@@ -64,7 +64,7 @@ void EcoreFiles::collectPackages(std::size_t file) {
   std::vector<Waiting> waiting;
   const auto wait = [&waiting](const std::vector<Element>& elements, std::size_t parent, std::size_t depth) {
     for (auto it = elements.rbegin(); it != elements.rend(); ++it)
-      if ((*it).getType()->getName() == "EPackage") waiting.push_back({*it, parent, depth});
+      if ((*it).getType()->name() == "EPackage") waiting.push_back({*it, parent, depth});
   };
   wait(files_[file].content->model.getRoots(), kNowhere, 1);
   if (waiting.empty()) failIn(content(file).name, "it holds no package of Ecore");
@@ -157,7 +157,7 @@ EcoreTarget EcoreFiles::findInRegistry(std::string_view uri, std::string_view fr
   for (const meta::PackageInfo& package : registry_.getPackages()) {
     if (package.uri != uri) continue;
     for (const meta::Type type : package.types)
-      if (type->getName() == name) target.known = type;
+      if (type->name() == name) target.known = type;
   }
   return target;
 }

@@ -103,14 +103,14 @@ class Generator {
   void beginClassifier(std::string_view ecoreClass, meta::Type type) {
     begin(open_.size(), "eClassifiers");
     attribute("xsi:type", join("ecore:", ecoreClass));
-    attribute("name", type->getName());
+    attribute("name", type->name());
   }
 
   void writeClassifier(meta::Type type) {
     if (const meta::Class classType(type); classType) return writeClass(classType);
     if (const meta::Enum enumeration(type); enumeration) return writeEnumeration(enumeration);
     if (!meta::PrimitiveType(type))
-      failToExpress({}, join("Ecore has no counterpart for the datatype ", type->getQualifiedNameUtf8()));
+      failToExpress({}, join("Ecore has no counterpart for the datatype ", type->qualifiedName()));
     beginClassifier("EDataType", type);
     attribute("instanceClassName", "java.lang.String");
     out_.append("/>\n");
@@ -131,8 +131,7 @@ class Generator {
 
   void writeClass(meta::Class type) {
     if (type->isUniversal() && root_->uri != kEcoreNamespace)
-      failToExpress({},
-                    join("Ecore has no counterpart for the universal class ", type->getQualifiedNameUtf8()));
+      failToExpress({}, join("Ecore has no counterpart for the universal class ", type->qualifiedName()));
     beginClassifier("EClass", type);
     if (type->isAbstract()) attribute("abstract", "true");
     std::string supertypes;
@@ -151,7 +150,7 @@ class Generator {
     const bool isReference = bool(meta::Class(type));
     begin(open_.size() + 1, "eStructuralFeatures");
     attribute("xsi:type", isReference ? "ecore:EReference" : "ecore:EAttribute");
-    attribute("name", property->getNameUtf8());
+    attribute("name", property->name());
     if (!property->isOrdered()) attribute("ordered", "false");
     if (!property->isUnique()) attribute("unique", "false");
     if (property->getLower() != 0) attribute("lowerBound", std::to_string(property->getLower()));
@@ -163,7 +162,7 @@ class Generator {
       attribute("defaultValueLiteral", defaultOf(type, *text));
     if (property->isComposite()) attribute("containment", "true");
     if (const meta::Property opposite = property->getOpposite())
-      attribute("eOpposite", join(referenceTo(opposite->getOwner()), "/", opposite->getNameUtf8()));
+      attribute("eOpposite", join(referenceTo(opposite->getOwner()), "/", opposite->name()));
     if (pinIdentifiers_ && property->getIdentifier() != 0)
       writePin(property->getIdentifier());
     else
@@ -191,15 +190,15 @@ class Generator {
     if (!primitive || primitive->getStandardType() == StandardType::none) return referenceTo(type);
     const char* name = ecoreNameOf(primitive->getStandardType());
     if (name == nullptr)
-      failToExpress({}, join("Ecore has no counterpart for the type ", type->getName(), " of property ",
-                             property->getOwner()->getQualifiedNameUtf8(), ".", property->getNameUtf8()));
+      failToExpress({}, join("Ecore has no counterpart for the type ", type->name(), " of property ",
+                             property->getOwner()->qualifiedName(), ".", property->name()));
     return join("ecore:EDataType ", kEcoreNamespace, "#//", name);
   }
 
   /// "#//sub/Book", or the same with kind and URI of a package beside this one.
   std::string referenceTo(meta::Type type) const {
     const PackageInfo& root = rootOf(type);
-    const std::string& name = type->getQualifiedNameUtf8();
+    const std::string& name = type->qualifiedName();
     std::string path = "#//" + name.substr(root.qualifiedName.size() + 1);
     std::replace(path.begin(), path.end(), '.', '/');
     if (&root == root_) return path;
@@ -210,8 +209,8 @@ class Generator {
   }
 
   static bool holds(const PackageInfo& package, meta::Type type) {
-    return type->getQualifiedNameUtf8().compare(0, package.qualifiedName.size() + 1,
-                                                package.qualifiedName + ".") == 0;
+    return type->qualifiedName().compare(0, package.qualifiedName.size() + 1, package.qualifiedName + ".") ==
+           0;
   }
 
   /// The package that paths to a type start at.

@@ -13,9 +13,7 @@ namespace {
 
 using Kind = meta::TypeDefinition::Kind;
 
-bool isOf(ConstElement element, std::string_view className) {
-  return element.getType()->getName() == className;
-}
+bool isOf(ConstElement element, std::string_view className) { return element.getType()->name() == className; }
 
 /// All values of a composition.
 std::vector<ConstElement> childrenOf(ConstElement element, const char* property) {
@@ -153,13 +151,13 @@ TypeUse EcoreImport::useBuiltIn(std::size_t file, ConstElement source, const Eco
 
 TypeUse EcoreImport::useKnown(meta::Type known) const {
   TypeUse type;
-  type.name = known->getQualifiedNameUtf8();
+  type.name = known->qualifiedName();
   type.isClass = bool(meta::Class(known));
-  const std::string& uri = known->getPackageUriUtf8();
+  const std::string& uri = known->packageUri();
   const BuiltInPackage* package = findBuiltInPackage(uri);
-  const BuiltInType* dataType = package == nullptr ? nullptr : package->findDataType(known->getName());
+  const BuiltInType* dataType = package == nullptr ? nullptr : package->findDataType(known->name());
   type.isSerializable = dataType == nullptr || dataType->isSerializable;
-  noteEcoreType(type, uri, known->getName());
+  noteEcoreType(type, uri, known->name());
   return type;
 }
 
@@ -413,8 +411,7 @@ void EcoreImport::mapClassifier(Mapping::Impl& mapping, const Classifier& classi
   const std::vector<meta::Property>& properties = meta::Class(type)->getOwnedAttributes();
   for (std::size_t i = 0; i < properties.size(); ++i) {
     FeatureMapping& feature = mapping.make(properties[i]) = classifier.features[i];
-    if (!feature.xmlName.empty() && feature.xmlName != properties[i]->getNameUtf8())
-      package.hasXmlNames = true;
+    if (!feature.xmlName.empty() && feature.xmlName != properties[i]->name()) package.hasXmlNames = true;
     mapping.hasContent |= feature.form == XmlForm::content;
   }
 }

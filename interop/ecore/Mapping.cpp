@@ -36,7 +36,7 @@ void Mapping::Impl::addKnownPackages() {
     PackageMapping package;
     package.uri = info.uri;
     package.prefix = info.name;
-    for (const meta::Type type : info.types) package.types.emplace(type->getName(), type);
+    for (const meta::Type type : info.types) package.types.emplace(type->name(), type);
     packageByUri.emplace(info.uri, packages.size());
     packages.push_back(std::move(package));
   }
@@ -44,7 +44,7 @@ void Mapping::Impl::addKnownPackages() {
 
 const std::string& Mapping::Impl::xmlNameOf(meta::Type type) const {
   const auto it = typeXmlNames.find(type->getIndex());
-  return it == typeXmlNames.end() ? type->getName() : it->second;
+  return it == typeXmlNames.end() ? type->name() : it->second;
 }
 
 }  // namespace kr::zero::ecore

@@ -68,9 +68,7 @@ std::string layOut(const Decimal& decimal) {
   return digits.substr(0, whole) + "." + digits.substr(whole);
 }
 
-std::string describeType(const Feature& feature) {
-  return feature.property->getType()->getQualifiedNameUtf8();
-}
+std::string describeType(const Feature& feature) { return feature.property->getType()->qualifiedName(); }
 
 template <class Value>
 using Put = void (Element::*)(PropertyKey, Value);

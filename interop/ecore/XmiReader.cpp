@@ -103,7 +103,7 @@ class Reader {
   [[noreturn]] void fail(std::string_view what) const { document_.fail(current_, what); }
 
   static std::string nameOf(const ClassTable& table, const Feature& feature) {
-    return join(table.type()->getQualifiedNameUtf8(), ".", feature.name());
+    return join(table.type()->qualifiedName(), ".", feature.name());
   }
 
   // --- Names -----------------------------------------------------------------------------------
@@ -399,8 +399,8 @@ class Reader {
   bool isNamespaceOf(ClassTable& table, const Feature& feature, std::string_view prefix) {
     if (prefix.empty()) return true;
     const std::string_view uri = namespaceOf(prefix);
-    return uri == feature.mapping->xmlNamespace || uri == table.type()->getPackageUriUtf8() ||
-           uri == feature.property->getOwner()->getPackageUriUtf8();
+    return uri == feature.mapping->xmlNamespace || uri == table.type()->packageUri() ||
+           uri == feature.property->getOwner()->packageUri();
   }
 
   void readLeaf(Element element, ClassTable& table, const Feature& feature, pugi::xml_node node) {
@@ -431,7 +431,7 @@ class Reader {
   }
 
   [[noreturn]] void failUnknown(ClassTable& table, std::string_view name) const {
-    fail(join("class ", table.type()->getQualifiedNameUtf8(), " has no feature ", inQuotes(name)));
+    fail(join("class ", table.type()->qualifiedName(), " has no feature ", inQuotes(name)));
   }
 
   [[noreturn]] void failStorage(ClassTable& table, const Feature& feature) const {
@@ -445,7 +445,7 @@ class Reader {
       case Storage::container:
         fail(join(name, " is told by the nesting of the elements and cannot be given"));
       case Storage::notSerializable:
-        fail(join(name, " cannot be stored: values of ", feature.property->getType()->getQualifiedNameUtf8(),
+        fail(join(name, " cannot be stored: values of ", feature.property->getType()->qualifiedName(),
                   " have no text"));
       default:
         fail(join(name, " is transient and has no stored value"));
@@ -529,8 +529,8 @@ class Reader {
     const bool isExternal = isHref ? hash != 0 : hash != std::string_view::npos && hash > 0;
     if (isExternal) {
       const meta::Type type = pending.type ? meta::Type(pending.type) : feature.property->getType();
-      source.putUnresolved(feature.property, toUnresolved(word, isHref ? kHrefForm : kAttributeForm,
-                                                          type->getQualifiedNameUtf8()));
+      source.putUnresolved(feature.property,
+                           toUnresolved(word, isHref ? kHrefForm : kAttributeForm, type->qualifiedName()));
     } else {
       source.putReference(feature.property, find(pending, hash == 0 ? word.substr(1) : word));
     }

@@ -59,7 +59,7 @@ class Writer {
   void choose(const std::vector<ConstElement>& roots) {
     isPlainXml_ = roots.size() == 1;
     for (const ConstElement root : roots) {
-      const std::string& uri = root.getType()->getPackageUriUtf8();
+      const std::string& uri = root.getType()->packageUri();
       const PackageMapping* package = mapping_.findPackage(uri);
       isPlainXml_ = isPlainXml_ && package != nullptr && package->hasXmlNames;
       isEcore_ = isEcore_ || uri == kEcoreNamespace;
@@ -92,9 +92,9 @@ class Writer {
     std::string& known = typeNames_[type.get()];
     if (!known.empty()) return known;
     const std::string& name = mapping_.xmlNameOf(type);
-    const std::string& uri = type->getPackageUriUtf8();
+    const std::string& uri = type->packageUri();
     if (mapping_.findPackage(uri) == nullptr || !isXmlName(name))
-      failToExpress({}, join("type ", type->getQualifiedNameUtf8(), " has no name in XML"));
+      failToExpress({}, join("type ", type->qualifiedName(), " has no name in XML"));
     return known = prefixes_.of(uri) + ":" + name;
   }
 
@@ -324,7 +324,7 @@ class Writer {
   meta::Type targetType(ConstElement element, const Feature& feature,
                         const UnresolvedReference& reference) const {
     const meta::Type own = feature.property->getType();
-    if (reference.targetType == own->getQualifiedNameUtf8()) return {};
+    if (reference.targetType == own->qualifiedName()) return {};
     const meta::Type type = mapping_.registry->findType(reference.targetType);
     if (!type) fail(element, feature, join("there is no type ", inQuotes(reference.targetType)));
     return type;

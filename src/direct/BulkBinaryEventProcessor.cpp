@@ -134,7 +134,7 @@ void BulkBinaryEventProcessor::describe(TypeHeads& heads) const {
   }
   values::ByteBuffer name;
   name.append(std::uint8_t{direct::kReserved});
-  direct::appendText(name, heads.type->getQualifiedNameUtf8());
+  direct::appendText(name, heads.type->qualifiedName());
   for (Block* block : {&heads.element, &heads.identified, &heads.reference})
     block->append({reinterpret_cast<const char*>(name.data()), name.size()});
   heads.element.append(direct::kWithoutIdentity);

@@ -156,8 +156,8 @@ class DocumentReader {
     const meta::Type type = target_.getType(property);
     newName_ = &type->getQualifiedName();
     target_.clearIdentity();
-    known_ = types_.find(type->getQualifiedNameUtf8(), property.last);
-    return push(&property, type->getQualifiedNameUtf8(), property.last);
+    known_ = types_.find(type->qualifiedName(), property.last);
+    return push(&property, type->qualifiedName(), property.last);
   }
 
   /// Reads type and identity of an element.

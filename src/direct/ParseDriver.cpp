@@ -49,7 +49,7 @@ bool BinaryParseContext::readElements() {
 std::string describeUnknownProperty(const meta::StructuredType::Impl* type, std::uint64_t identifier) {
   const std::string number = "the number " + std::to_string(identifier);
   if (type == nullptr) return "a property with " + number + " stands outside of any element";
-  return "class " + type->getQualifiedNameUtf8() + " of the package " + type->getPackageUriUtf8() +
+  return "class " + type->qualifiedName() + " of the package " + type->packageUri() +
          " has no property with " + number +
          ": another version of the meta model wrote the document, or it is damaged";
 }

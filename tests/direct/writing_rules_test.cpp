@@ -302,7 +302,7 @@ TEST_F(Writing, TypeNamesOfAnyLengthAreWritten) {
       events().startObject(u"", type->getQualifiedName(), u"", u"");
       events().endObject();
     }
-    const Bytes object = Bytes{0x00, 0x00} + text(type->getQualifiedNameUtf8()) + Bytes{0x02} + endMark;
+    const Bytes object = Bytes{0x00, 0x00} + text(type->qualifiedName()) + Bytes{0x02} + endMark;
     EXPECT_EQ(bytes(), header + Bytes{0x00} + object + object) << size;
   }
 }

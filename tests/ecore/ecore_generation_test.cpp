@@ -17,23 +17,23 @@ using testing::HasSubstr;
 /// Everything about a property that Ecore can say, as one text.
 std::string describe(meta::Property property) {
   const auto flag = [](bool value) { return value ? "1" : "0"; };
-  return property->getNameUtf8() + ": " + property->getType()->getQualifiedNameUtf8() + " #" +
+  return property->name() + ": " + property->getType()->qualifiedName() + " #" +
          std::to_string(property->getIdentifier()) + " " + std::to_string(property->getLower()) + ".." +
          std::to_string(property->getUpper()) + " " + flag(property->isComposite()) +
          flag(property->isOrdered()) + flag(property->isUnique()) + flag(property->isStored()) +
-         " opposite " + (property->getOpposite() ? property->getOpposite()->getNameUtf8() : "none") +
-         " default " + property->getDefaultText().value_or("none");
+         " opposite " + (property->getOpposite() ? property->getOpposite()->name() : "none") + " default " +
+         property->getDefaultText().value_or("none");
 }
 
 std::string describe(meta::Type type) {
-  std::string text = type->getQualifiedNameUtf8() + " of " + type->getPackageUriUtf8() + "\n";
+  std::string text = type->qualifiedName() + " of " + type->packageUri() + "\n";
   if (const meta::Enum enumeration(type); enumeration)
     for (const meta::EnumLiteral& literal : enumeration->getLiterals())
       text += "  " + literal.name + " " + literal.text + " " + std::to_string(literal.number) + "\n";
   if (const meta::Class classType(type); classType) {
     text += classType->isAbstract() ? "  abstract\n" : "";
     for (const meta::Class supertype : classType->getSupertypes())
-      text += "  is a " + supertype->getQualifiedNameUtf8() + "\n";
+      text += "  is a " + supertype->qualifiedName() + "\n";
     for (const meta::Property property : classType->getAllProperties())
       text += "  " + describe(property) + "\n";
   }
@@ -58,8 +58,8 @@ void expectSame(const meta::MetaRegistry& first, const meta::MetaRegistry& secon
   std::size_t compared = 0;
   for (const meta::PackageInfo& package : first.getPackages())
     for (const meta::Type type : package.types) {
-      const meta::Type other = second.findType(std::string_view(type->getQualifiedNameUtf8()));
-      ASSERT_TRUE(other) << type->getQualifiedNameUtf8();
+      const meta::Type other = second.findType(std::string_view(type->qualifiedName()));
+      ASSERT_TRUE(other) << type->qualifiedName();
       EXPECT_EQ(describe(other), describe(type));
       ++compared;
     }

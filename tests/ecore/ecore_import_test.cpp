@@ -12,7 +12,7 @@ namespace {
 using meta::Property;
 using testing::HasSubstr;
 
-std::string typeName(Property property) { return property->getType()->getQualifiedNameUtf8(); }
+std::string typeName(Property property) { return property->getType()->qualifiedName(); }
 
 std::string inClass(std::string_view features) {
   return "<eClassifiers xsi:type=\"ecore:EClass\" name=\"A\">" + std::string(features) + "</eClassifiers>";
@@ -302,7 +302,7 @@ TEST(EcorePackages, MayBeNested) {
                                              "<eSubpackages name='sub' nsURI='urn:p.sub' nsPrefix='ps'>" +
                                              classText("B") + "</eSubpackages>")}});
   EXPECT_EQ(typeName(models.property("p.A", "b")), "p.sub.B");
-  EXPECT_EQ(models.read("<x:B xmlns:x='urn:p.sub'/>").getRoots().front().getType()->getPackageUriUtf8(),
+  EXPECT_EQ(models.read("<x:B xmlns:x='urn:p.sub'/>").getRoots().front().getType()->packageUri(),
             "urn:p.sub");
 }
 

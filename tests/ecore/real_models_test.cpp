@@ -160,8 +160,8 @@ TEST_P(RealMetaModels, KeepTheirNumbersWhenPinned) {
     for (const meta::Type type : package.types)
       if (const meta::Class classType(type); classType)
         for (const meta::Property property : classType->getAllProperties()) {
-          const meta::Property other = again.property(type->getQualifiedNameUtf8(), property->getNameUtf8());
-          ASSERT_TRUE(other) << type->getQualifiedNameUtf8() << "." << property->getNameUtf8();
+          const meta::Property other = again.property(type->qualifiedName(), property->name());
+          ASSERT_TRUE(other) << type->qualifiedName() << "." << property->name();
           EXPECT_EQ(other->getIdentifier(), property->getIdentifier());
           ++compared;
         }

@@ -141,10 +141,10 @@ TEST_F(XmiElements, NilIsExplicitlyEmpty) {
 
 TEST_F(XmiElements, ContainedElementsAreOfTheFeaturesClassOrTheGivenOne) {
   const Element node = read("", "<nodes/><nodes xsi:type='p:Special' name='s'/><node xmi:type='p:Special'/>");
-  EXPECT_EQ(node.getElement("nodes", 0).getType()->getName(), "Node");
-  EXPECT_EQ(node.getElement("nodes", 1).getType()->getName(), "Special");
+  EXPECT_EQ(node.getElement("nodes", 0).getType()->name(), "Node");
+  EXPECT_EQ(node.getElement("nodes", 1).getType()->name(), "Special");
   EXPECT_EQ(node.getElement("nodes", 1).getText("name"), "s");
-  EXPECT_EQ(node.getElement("node").getType()->getName(), "Special");
+  EXPECT_EQ(node.getElement("node").getType()->name(), "Special");
 }
 
 TEST_F(XmiElements, NamespacesMayBeDeclaredAnywhere) {
@@ -152,7 +152,7 @@ TEST_F(XmiElements, NamespacesMayBeDeclaredAnywhere) {
       read("",
            "<nodes xmlns:x='http://www.w3.org/2001/XMLSchema-instance' xmlns:q='urn:p' x:type='q:Special'/>"
            "<q:nodes xmlns:q='urn:p' name='b'/>");
-  EXPECT_EQ(node.getElement("nodes", 0).getType()->getName(), "Special");
+  EXPECT_EQ(node.getElement("nodes", 0).getType()->name(), "Special");
   EXPECT_EQ(node.getElement("nodes", 1).getText("name"), "b");
 }
 
@@ -323,7 +323,7 @@ constexpr std::string_view renamedDocument =
 TEST(XmlNames, ComeFromAnnotations) {
   const Model model = renamedModels().read(renamedDocument);
   const ConstElement report = model.getRoots().front();
-  EXPECT_EQ(report.getType()->getName(), "Report");
+  EXPECT_EQ(report.getType()->name(), "Report");
   EXPECT_EQ(report.getText("language"), "en");
   EXPECT_EQ(report.getText("purpose"), "none");
   ASSERT_EQ(report.size("lines"), 2u);

@@ -34,7 +34,7 @@ struct Coverage {
     for (const ConstElement element : model.elements())
       for (const meta::Property p : element.getType()->getAllProperties())
         if (p->isStored() && element.getState(p) == PropertyState::value)
-          ++valuesByType[p->getType()->getName()];
+          ++valuesByType[p->getType()->name()];
   }
 };
 

@@ -255,8 +255,8 @@ class ModelMaker {
   // What another document holds may even have an identity that an element here has; what is missing
   // here may not.
   UnresolvedReference someUnresolved(Property property) {
-    UnresolvedReference reference{property->getType()->getQualifiedNameUtf8(), "missing",
-                                  anyTextNotEmpty(random_), std::nullopt};
+    UnresolvedReference reference{property->getType()->qualifiedName(), "missing", anyTextNotEmpty(random_),
+                                  std::nullopt};
     if (random_.percent(50)) return reference;
     reference.qualifier = anyText(random_);
     const Element any = random_.pick(elements_);

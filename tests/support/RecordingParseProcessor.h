@@ -106,7 +106,7 @@ class RecordingParseProcessor : public io::ParseProcessor {
   /// "Integer8 -1", "p.Kind 1 (8 bytes)".
   static std::string describe(const Value& value) {
     const meta::Type type = value.getMeta().getType();
-    const std::string name = type->getQualifiedNameUtf8();
+    const std::string name = type->qualifiedName();
     if (!value.hasCell()) return name + " none";
     if (kr::zero::internal::isEnumType(type))
       return name + " " + std::to_string(value.get<std::int64_t>()) + " (" +

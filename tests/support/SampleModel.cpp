@@ -90,7 +90,7 @@ void fillFull(Element full) {
 }
 
 void expectFull(ConstElement full) {
-  EXPECT_EQ(full.getType()->getQualifiedNameUtf8(), "sample.Item");
+  EXPECT_EQ(full.getType()->qualifiedName(), "sample.Item");
   EXPECT_EQ(full.getIdentity(), (Identity{"shelf", "full"}));
   EXPECT_EQ(full.getText("name"), "full");
   EXPECT_EQ(full.getInteger("leftMarks"), 7);
@@ -223,7 +223,7 @@ void expectGraph(ConstElement full, ConstElement empty, ConstElement note) {
   EXPECT_FALSE(child.getIdentity());
   ASSERT_EQ(full.size("children"), 2u);
   EXPECT_EQ(full.getElement("children", 0).getText("name"), "second");
-  EXPECT_EQ(full.getElement("children", 1).getType()->getQualifiedNameUtf8(), "sample.detail.Note");
+  EXPECT_EQ(full.getElement("children", 1).getType()->qualifiedName(), "sample.detail.Note");
   EXPECT_EQ(full.getElement("children", 1).getText("text"), "inside");
   const ConstElement grandchild = child.getElement("children", 0);
   ASSERT_TRUE(grandchild);
@@ -312,7 +312,7 @@ void expectSample(const Model& model) {
   expectDatatypes(roots[0]);
   expectEmpty(roots[1]);
   expectGraph(roots[0], roots[1], roots[2]);
-  EXPECT_EQ(roots[3].getType()->getQualifiedNameUtf8(), "sample.Item");
+  EXPECT_EQ(roots[3].getType()->qualifiedName(), "sample.Item");
   EXPECT_FALSE(roots[3].isSet("name"));
 }
 

@@ -80,8 +80,8 @@ void RegistryLoader::failSharedIdentifier(const PropertyTable& table, std::uint3
   })];
   const auto name = [&first](Property property) {
     const StructuredType owner = property->getOwner();
-    const std::string own = quoted(property->getNameUtf8());
-    return owner.get() == first.type ? own : own + " (from " + owner->getQualifiedNameUtf8() + ')';
+    const std::string own = quoted(property->name());
+    return owner.get() == first.type ? own : own + " (from " + owner->qualifiedName() + ')';
   };
   fail(describe(first), "properties " + name(two.front()) + " and " + name(two.back()) +
                             " both have identifier " + std::to_string(identifier));

@@ -12,7 +12,7 @@ namespace {
 // a chain of classes so long that listing what each inherits would take gigabytes.
 constexpr std::size_t kMostTableEntries = std::size_t{1} << 23;
 
-std::string from(Property property) { return property->getOwner()->getQualifiedNameUtf8(); }
+std::string from(Property property) { return property->getOwner()->qualifiedName(); }
 
 PropertyKind kindOf(const StandardTypeInfo& info) {
   if (info.isNumber()) return PropertyKind::number;
@@ -156,10 +156,10 @@ void RegistryLoader::insertAll(const NewType& type, const std::vector<Property>&
   for (const Property property : properties) {
     const Property there = table.insert(property);
     if (!there || there == property) continue;
-    const std::string name = quoted(property->getNameUtf8());
-    if (from(there) == type.type->getQualifiedNameUtf8())
+    const std::string name = quoted(property->name());
+    if (from(there) == type.type->qualifiedName())
       fail(describe(type), "two properties have the name " + name);
-    if (from(property) == type.type->getQualifiedNameUtf8())
+    if (from(property) == type.type->qualifiedName())
       fail(describe(type), "property " + name + " is inherited already, from " + from(there));
     fail(describe(type),
          "properties of " + from(there) + " and of " + from(property) + " have one name, " + name);
@@ -186,7 +186,7 @@ Property RegistryLoader::findOpposite(const NewType& owner, const PropertyDefini
   const std::string name = quoted(definition.opposite);
   const Class target(property->getType());
   if (!target) fail(where, "it has the opposite " + name + ", but its type is not a class");
-  const std::string& targetName = target->getQualifiedNameUtf8();
+  const std::string& targetName = target->qualifiedName();
   const Property found = target->findProperty(definition.opposite);
   if (!found) fail(where, "class " + targetName + " has no property " + name + " to be its opposite");
   if (opposingName(found) != definition.name)
@@ -194,7 +194,7 @@ Property RegistryLoader::findOpposite(const NewType& owner, const PropertyDefini
   const Class back(found->getType());
   if (!back || back->slotOf(property) == StructuredType::Impl::npos)
     fail(where, "its opposite " + name + " in " + targetName + " has the type " +
-                    found->getType()->getQualifiedNameUtf8() + ", which does not have this property");
+                    found->getType()->qualifiedName() + ", which does not have this property");
   if (property->isComposite() && found->isComposite())
     fail(where, "it and its opposite " + name + " in " + targetName + " are both composite");
   return found;

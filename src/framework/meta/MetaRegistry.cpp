@@ -46,7 +46,7 @@ void MetaRegistry::State::moveIn(RegistryContents&& made) {
 
 MetaRegistry::MetaRegistry() : state_(std::make_unique<State>()) {
   for (const auto& type : getStandardTypes()) {
-    state_->contents.typesByUtf8.emplace(type->getQualifiedNameUtf8(), Type(type.get()));
+    state_->contents.typesByUtf8.emplace(type->qualifiedName(), Type(type.get()));
     state_->contents.typesByName.emplace(type->getQualifiedName(), Type(type.get()));
   }
 }
@@ -85,8 +85,7 @@ Type MetaRegistry::findType(std::u16string_view qualifiedName,
   if (state_->contents.typesOfSharedNames.empty()) return first;
   for (const ustring& uri : packageUris) {
     if (first->getPackageUri() == uri) return first;
-    if (const Type other = state_->contents.findShared(toUtf8(uri), first->getQualifiedNameUtf8()))
-      return other;
+    if (const Type other = state_->contents.findShared(toUtf8(uri), first->qualifiedName())) return other;
   }
   return first;
 }

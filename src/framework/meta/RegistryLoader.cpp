@@ -164,7 +164,7 @@ void RegistryLoader::nameType(const NewType& made) {
   if (!namesake) {
     made_.typesByUtf8.emplace(type.qualifiedNameUtf8_, Type(&type));
     made_.typesByName.emplace(type.qualifiedName_, Type(&type));
-  } else if (namesake->getName() != name || findTypeIn(package.uri, type.qualifiedNameUtf8_)) {
+  } else if (namesake->name() != name || findTypeIn(package.uri, type.qualifiedNameUtf8_)) {
     fail(describe(made), "there is a type of that name already");
   } else {
     made_.typesOfSharedNames.emplace(RegistryContents::sharedName(package.uri, type.qualifiedNameUtf8_),
@@ -235,7 +235,7 @@ Type RegistryLoader::findType(std::string_view qualifiedName) const {
 
 Type RegistryLoader::findTypeIn(std::string_view packageUri, std::string_view qualifiedName) const {
   const Type first = findType(qualifiedName);
-  if (!first || first->getPackageUriUtf8() == packageUri) return first;
+  if (!first || first->packageUri() == packageUri) return first;
   const Type made = made_.findShared(packageUri, qualifiedName);
   return made ? made : known_.findShared(packageUri, qualifiedName);
 }
@@ -262,7 +262,7 @@ std::size_t RegistryLoader::newIndexOf(Type type) const noexcept {
 }
 
 std::string RegistryLoader::describe(const NewType& type) const {
-  return std::string(nameOf(type.definition->kind)) + ' ' + type.type->getQualifiedNameUtf8();
+  return std::string(nameOf(type.definition->kind)) + ' ' + type.type->qualifiedName();
 }
 
 std::string RegistryLoader::describe(const NewType& owner, const PropertyDefinition& property) const {
@@ -273,9 +273,9 @@ std::string RegistryLoader::describeCircle(const std::vector<std::uint32_t>& cir
   constexpr std::size_t kShown = 10;
   std::string text;
   for (std::size_t i = 0; i < std::min(kShown, circle.size()); ++i)
-    text += types_[circle[i]].type->getQualifiedNameUtf8() + ", ";
+    text += types_[circle[i]].type->qualifiedName() + ", ";
   if (circle.size() > kShown) text += "and " + std::to_string(circle.size() - kShown) + " more, ";
-  return text + types_[circle.front()].type->getQualifiedNameUtf8();
+  return text + types_[circle.front()].type->qualifiedName();
 }
 
 }  // namespace kr::zero::meta

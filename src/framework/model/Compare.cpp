@@ -49,19 +49,19 @@ class Comparison {
   };
 
   std::string named(const ElementRecord* record, const PropertyRecord& slot) const {
-    return pathOf(a_, record) + "." + slot.getNameUtf8() + ": ";
+    return pathOf(a_, record) + "." + slot.name() + ": ";
   }
 
   std::string at(const ElementRecord* record, const PropertyRecord& slot, std::size_t position) const {
     if (!slot.isMany()) return named(record, slot);
-    return pathOf(a_, record) + "." + slot.getNameUtf8() + "[" + std::to_string(position) + "]: ";
+    return pathOf(a_, record) + "." + slot.name() + "[" + std::to_string(position) + "]: ";
   }
 
   Difference comparePair(const Pair& pair) {
     const auto& [a, b] = pair;
     if (a->use != b->use && a->use->type->getQualifiedName() != b->use->type->getQualifiedName())
-      return pathOf(a_, a) + ": class " + a->use->type->getQualifiedNameUtf8() + " != class " +
-             b->use->type->getQualifiedNameUtf8();
+      return pathOf(a_, a) + ": class " + a->use->type->qualifiedName() + " != class " +
+             b->use->type->qualifiedName();
     const std::string idA = identityOf(a_, a);
     const std::string idB = identityOf(b_, b);
     if (idA != idB) return pathOf(a_, a) + ": identity " + idA + " != " + idB;
@@ -99,7 +99,7 @@ class Comparison {
       const std::size_t slot = counterpart(b, other, a);
       if (slot != meta::StructuredType::Impl::npos && ModelStore::state(a, slot) != PropertyState::unset)
         continue;
-      return pathOf(a_, a) + "." + b->use->property(other).getNameUtf8() + ": unset != " + shown(b, other);
+      return pathOf(a_, a) + "." + b->use->property(other).name() + ": unset != " + shown(b, other);
     }
     std::reverse(pending_.begin() + static_cast<std::ptrdiff_t>(firstPending), pending_.end());
     return std::nullopt;

@@ -107,7 +107,7 @@ std::uint64_t dateTimePayload(const Target& target, const DateTime& value) {
   return textPayload(target, value.toText());
 }
 
-std::string quoted(const internal::TypeUse& use) { return use.type->getQualifiedNameUtf8(); }
+std::string quoted(const internal::TypeUse& use) { return use.type->qualifiedName(); }
 
 void requireFitting(const Target& target, const ElementRecord* other) {
   if (!ModelStore::fits(target.property(), other->use->cls))
@@ -318,15 +318,14 @@ Element Element::create(PropertyKey property, meta::StructuredType type) {
   if (!slot.isMany() && target.values().size != 0) target.fail("holds an element already");
   if (slot.getKind() == PropertyKind::datatype) {
     if (!(type == target.property().getType()))
-      target.fail("a value of type " + type->getQualifiedNameUtf8() + " does not fit a property of type " +
+      target.fail("a value of type " + type->qualifiedName() + " does not fit a property of type " +
                   target.typeName());
   } else {
     const meta::Class cls{meta::Type(type)};
     if (!ModelStore::fits(slot, cls))
-      target.fail("an element of type " + type->getQualifiedNameUtf8() + " does not fit a property of type " +
+      target.fail("an element of type " + type->qualifiedName() + " does not fit a property of type " +
                   target.typeName());
-    if (cls->isAbstract())
-      target.fail("class " + type->getQualifiedNameUtf8() + " is abstract and has no elements");
+    if (cls->isAbstract()) target.fail("class " + type->qualifiedName() + " is abstract and has no elements");
   }
   return store_->handle(store_->makeChild(store_->use(type), record_, target.slot));
 }

@@ -89,7 +89,7 @@ const meta::MetaRegistry& Model::getRegistry() const { return store_->registry()
 
 Element Model::createRoot(meta::Class type) {
   if (known(type)->isAbstract())
-    throw ModelError("class " + type->getQualifiedNameUtf8() + " is abstract and has no elements");
+    throw ModelError("class " + type->qualifiedName() + " is abstract and has no elements");
   return store_->handle(store_->makeRoot(store_->use(type)));
 }
 

@@ -27,7 +27,7 @@ TypeUse& ModelStore::use(StructuredType type) {
 
   const std::vector<meta::Property>& properties = type->getAllProperties();
   if (properties.size() > cells::kSlotMask)
-    throw ModelError("type " + type->getQualifiedNameUtf8() + " has more than 16383 properties");
+    throw ModelError("type " + type->qualifiedName() + " has more than 16383 properties");
   auto made = std::make_unique<TypeUse>();
   made->type = type;
   made->cls = Class(meta::Type(type));

@@ -10,10 +10,10 @@ void failToUse(const ElementRecord* record) {
 void failToLocate(const ModelStore* store, const ElementRecord* record, const PropertyKey& key) {
   if (!isThere(record)) failToUse(record);
   const meta::Property property = key.getProperty();
-  const std::string lack = property ? " does not have that property \"" + property->getNameUtf8()
+  const std::string lack = property ? " does not have that property \"" + property->name()
                                     : " has no property \"" + std::string(key.getName());
-  throw ModelError({.path = pathOf(*store, record),
-                    .problem = "type " + record->use->type->getQualifiedNameUtf8() + lack + '"'});
+  throw ModelError(
+      {.path = pathOf(*store, record), .problem = "type " + record->use->type->qualifiedName() + lack + '"'});
 }
 
 bool holds(const PropertyRecord& slot, ValueSort sort) noexcept {

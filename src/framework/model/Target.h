@@ -18,9 +18,9 @@ struct Target {
   const PropertyRecord& property() const { return record->use->property(slot); }
 
   [[noreturn]] void fail(const std::string& what) const {
-    throw ModelError({.path = pathOf(store, record) + "." + property().getNameUtf8(), .problem = what});
+    throw ModelError({.path = pathOf(store, record) + "." + property().name(), .problem = what});
   }
-  std::string typeName() const { return property().getType()->getQualifiedNameUtf8(); }
+  std::string typeName() const { return property().getType()->qualifiedName(); }
 
   [[noreturn]] void failToFit(const char* what) const {
     fail(std::string(what) + " does not fit a property of type " + typeName());

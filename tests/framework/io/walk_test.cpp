@@ -61,8 +61,8 @@ class Recorder final : public EventProcessor {
     text += "\n";
   }
   void value(const char* event, const ustring& p, const Value& v) {
-    text += std::string(event) + " '" + toUtf8(p) + "' " + v.getMeta().getType()->getQualifiedNameUtf8() +
-            " " + std::to_string(v.getWidth()) + " bytes " + std::to_string(v.get<std::int64_t>()) + "\n";
+    text += std::string(event) + " '" + toUtf8(p) + "' " + v.getMeta().getType()->qualifiedName() + " " +
+            std::to_string(v.getWidth()) + " bytes " + std::to_string(v.get<std::int64_t>()) + "\n";
   }
 };
 
@@ -70,7 +70,7 @@ class Recorder final : public EventProcessor {
 class ValueTraverser final : public ModelTraverser {
  public:
   PropertyCategory getPropertyCategory(meta::Property property) const override {
-    const std::string& type = property->getType()->getQualifiedNameUtf8();
+    const std::string& type = property->getType()->qualifiedName();
     if (property->isStored() && (type == "Integer16" || type == "Integer" || type == "library.Genre"))
       return property->isMany() ? PropertyCategory::VerbatimCollection() : PropertyCategory::Verbatim();
     return ModelTraverser::getPropertyCategory(property);

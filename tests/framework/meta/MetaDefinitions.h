@@ -62,7 +62,7 @@ inline meta::Property propertyOf(const meta::MetaRegistry& registry, std::string
 
 inline std::vector<std::string> namesOf(const std::vector<meta::Property>& properties) {
   std::vector<std::string> names;
-  for (const meta::Property property : properties) names.push_back(property->getNameUtf8());
+  for (const meta::Property property : properties) names.push_back(property->name());
   return names;
 }
 

@@ -248,7 +248,7 @@ TEST(MetaIdentifiers, AgreeWithTheRuleAppliedSlowly) {
     std::map<std::string, std::uint32_t> found;
     for (const TypeDefinition& type : package.types)
       for (const Property p : classOf(registry, "p." + type.name)->getOwnedAttributes())
-        found[p->getNameUtf8()] = p->getIdentifier();
+        found[p->name()] = p->getIdentifier();
     ASSERT_EQ(found, SlowNumbers(package.types).get()) << "round " << round;
     compared += found.size();
   }

@@ -247,7 +247,7 @@ TEST(MetaSlots, APropertyTellsItsPlaceInItsOwner) {
     for (const Property property : classOf(registry, name)->getAllProperties()) {
       const std::vector<Property>& owners = property->getOwner()->getAllProperties();
       ASSERT_LT(property->getPosition(), owners.size());
-      EXPECT_EQ(owners[property->getPosition()], property) << property->getNameUtf8();
+      EXPECT_EQ(owners[property->getPosition()], property) << property->name();
     }
 }
 

@@ -76,8 +76,8 @@ TEST_F(PropertyRecord, SaysAsWhichNumberValuesTravel) {
 }
 
 TEST_F(PropertyRecord, NamesItsTargetOnlyWhereItHoldsElements) {
-  EXPECT_EQ(base("part").getTarget()->getName(), "Base");
-  EXPECT_EQ(base("others").getTarget()->getName(), "Base");
+  EXPECT_EQ(base("part").getTarget()->name(), "Base");
+  EXPECT_EQ(base("others").getTarget()->name(), "Base");
   EXPECT_FALSE(base("at").getTarget());
   EXPECT_FALSE(base("title").getTarget());
 }

@@ -30,11 +30,11 @@ TEST(MetaRegistry, FindsTypesByQualifiedNameInBothForms) {
   library().registerIn(registry);
   const Type book = registry.findType("library.Book");
   ASSERT_TRUE(book);
-  EXPECT_EQ(book->getName(), "Book");
+  EXPECT_EQ(book->name(), "Book");
   EXPECT_EQ(book->getQualifiedName(), u"library.Book");
-  EXPECT_EQ(book->getQualifiedNameUtf8(), "library.Book");
+  EXPECT_EQ(book->qualifiedName(), "library.Book");
   EXPECT_EQ(registry.findType(u"library.Book"), book);
-  EXPECT_EQ(registry.findType("library.staff.pay.Grade")->getName(), "Grade");
+  EXPECT_EQ(registry.findType("library.staff.pay.Grade")->name(), "Grade");
 }
 
 TEST(MetaRegistry, FindsNothingUnderOtherNames) {
@@ -72,7 +72,7 @@ TEST(MetaRegistry, TakesTheQualifiedNameForAnEmptyUri) {
   MetaRegistry registry;
   library().registerIn(registry);
   EXPECT_TRUE(registry.hasPackage("library.staff.pay"));
-  EXPECT_EQ(registry.findType("library.staff.pay.Grade")->getPackageUriUtf8(), "library.staff.pay");
+  EXPECT_EQ(registry.findType("library.staff.pay.Grade")->packageUri(), "library.staff.pay");
 }
 
 TEST(MetaRegistry, ListsPackagesAsTheyCameNestedOnesAfterTheOneAround) {

@@ -37,8 +37,8 @@ PackageDefinition numbered(std::size_t number) {
 // What a reader sees of the n-th package is whole: both look-ups, its list, its inheritance.
 bool isWhole(const MetaRegistry& registry, std::size_t number) {
   const Class type(registry.findType("p" + std::to_string(number) + ".A"));
-  return type == registry.findType(toUstring(type->getQualifiedNameUtf8())) &&
-         registry.hasPackage(type->getPackageUriUtf8()) && type->getAllProperties().size() == number + 1 &&
+  return type == registry.findType(toUstring(type->qualifiedName())) &&
+         registry.hasPackage(type->packageUri()) && type->getAllProperties().size() == number + 1 &&
          type->conformsTo(test::classOf(registry, "p0.A")) && registry.getPackages().size() > number;
 }
 

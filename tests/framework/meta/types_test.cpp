@@ -80,11 +80,11 @@ TEST(MetaStandardTypes, HaveTheirNameAsQualifiedNameAndNoPackage) {
   const MetaRegistry registry;
   for (const Standard& standard : standardTypes()) {
     const Type type = registry.findType(std::string_view(standard.name));
-    EXPECT_EQ(type->getName(), standard.name);
-    EXPECT_EQ(type->getQualifiedNameUtf8(), standard.name);
+    EXPECT_EQ(type->name(), standard.name);
+    EXPECT_EQ(type->qualifiedName(), standard.name);
     EXPECT_EQ(type->getQualifiedName(), toUstring(standard.name));
     EXPECT_EQ(type->getPackageUri(), u"");
-    EXPECT_EQ(type->getPackageUriUtf8(), "");
+    EXPECT_EQ(type->packageUri(), "");
   }
 }
 

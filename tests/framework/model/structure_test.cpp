@@ -26,9 +26,9 @@ TEST_F(ModelStructure, ElementsComeInDocumentOrder) {
             (std::vector<std::string>{"/library", "/library/books[0]", "/library/books[0]/volumes[0]",
                                       "/library/books[1]", "/library/authors[0]"}));
   EXPECT_EQ(volume.getContainer(), first);
-  EXPECT_EQ(volume.getContainingProperty()->getNameUtf8(), "volumes");
+  EXPECT_EQ(volume.getContainingProperty()->name(), "volumes");
   EXPECT_FALSE(library.getContainer());
-  EXPECT_EQ(author.getClass()->getQualifiedNameUtf8(), "library.Author");
+  EXPECT_EQ(author.getClass()->qualifiedName(), "library.Author");
   EXPECT_EQ(model.size(), 5u);
 }
 

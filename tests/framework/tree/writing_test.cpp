@@ -11,7 +11,7 @@ namespace {
 class LiftingTraverser final : public ModelTraverser {
  public:
   PropertyCategory getPropertyCategory(meta::Property property) const override {
-    const std::string& type = property->getType()->getQualifiedNameUtf8();
+    const std::string& type = property->getType()->qualifiedName();
     if (property->isStored() && (type == "library.Genre" || type == "Integer16"))
       return property->isMany() ? PropertyCategory::VerbatimCollection() : PropertyCategory::Verbatim();
     return ModelTraverser::getPropertyCategory(property);
@@ -160,7 +160,7 @@ TEST_F(TreeEventWriting, TheTraverserOfASerializerFindsNumbersAmongTheValuesOnly
   const auto namesOf = [&](PropertyCategory mask) {
     std::string names;
     for (const meta::Property property : serializer.getTraverser().getProperties(type, mask))
-      names += property->getNameUtf8() + " ";
+      names += property->name() + " ";
     return names;
   };
   EXPECT_EQ(namesOf(PropertyCategory::VerbatimAny()), "pages copies weight lent years ");

@@ -135,16 +135,16 @@ DeferredReferences::Target DeferredReferences::findTarget(WaitingReference refer
 
 [[gnu::noinline]] bool DeferredReferences::checkTarget(WaitingReference reference, const ElementRecord* from,
                                                        const PropertyRecord& property, const Target& target) {
-  const auto where = [&] { return pathOf(*store_, from) + "." + property.getNameUtf8() + ": "; };
+  const auto where = [&] { return pathOf(*store_, from) + "." + property.name() + ": "; };
   const TypeUse& use = *store_->typesInUse()[target.type];
-  const std::string& name = use.type->getQualifiedNameUtf8();
+  const std::string& name = use.type->qualifiedName();
   const std::string_view named = typeNames_[reference.type()];
   if (named != name)
     return problems_.refuse(where() + "says that it refers to a " + std::string(named) + ", but " +
                             pathOf(*store_, store_->record(target.index)) + " is a " + name);
   if (!ModelStore::fits(property, use.cls))
     return problems_.refuse(where() + "an element of class " + name + " does not fit a property of type " +
-                            property.getType()->getQualifiedNameUtf8());
+                            property.getType()->qualifiedName());
   return true;
 }
 

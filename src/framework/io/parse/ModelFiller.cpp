@@ -138,7 +138,7 @@ void ModelFiller::pop() {
 bool ModelFiller::requireConcrete(const TypeUse& use) {
   const bool concrete = use.cls && !use.cls->isAbstract();
   if (concrete) return true;
-  const std::string& name = use.type->getQualifiedNameUtf8();
+  const std::string& name = use.type->qualifiedName();
   return problems_.refuse(getPath() + (use.cls ? ": class " + name + " is abstract and has no elements"
                                                : ": type " + name + " is not a class"));
 }
@@ -148,13 +148,13 @@ ElementRecord* ModelFiller::makeChild(io::PropertyPlace place, TypeUse& use) {
   const bool composition = property.getKind() == PropertyKind::composition;
   if (composition && !requireConcrete(use)) return nullptr;
   const auto refuse = [&](const std::string& why) {
-    problems_.refuse(getPath() + "." + property.getNameUtf8() + ": " + why);
+    problems_.refuse(getPath() + "." + property.name() + ": " + why);
     return nullptr;
   };
   const bool fits = composition ? ModelStore::fits(property, use.cls) : use.type == property.getType();
   if (!fits)
-    return refuse("an element of type " + use.type->getQualifiedNameUtf8() +
-                  " does not fit a property of type " + property.getType()->getQualifiedNameUtf8());
+    return refuse("an element of type " + use.type->qualifiedName() + " does not fit a property of type " +
+                  property.getType()->qualifiedName());
   if (!property.isMany() && top_->record->find(place.slot) >= 0)
     return refuse("holds one element and is given a second");
   return store_->makeChild(use, top_->record, place.slot);
@@ -202,8 +202,7 @@ bool ModelFiller::setText(io::PropertyPlace property, std::string_view bytes) {
 
 [[gnu::noinline]] std::uint64_t ModelFiller::parse(io::PropertyPlace property, std::string_view text) {
   if (!meta::isPrimitive(property.record->getKind()))
-    fail(property,
-         "a text does not fit a property of type " + property.record->getType()->getQualifiedNameUtf8());
+    fail(property, "a text does not fit a property of type " + property.record->getType()->qualifiedName());
   std::uint64_t cell = 0;
   if (!fromTextForm(*store_, *property.record, text, cell)) failUnparsed(property, text);
   return cell;
@@ -255,7 +254,7 @@ void ModelFiller::processDeferred() {
 }
 
 [[gnu::noinline]] void ModelFiller::failUnparsed(io::PropertyPlace property, std::string_view text) const {
-  const std::string& type = property.record->getType()->getQualifiedNameUtf8();
+  const std::string& type = property.record->getType()->qualifiedName();
   throw ValueError({.path = getPath(property),
                     .problem = "\"" + std::string(text) + "\" is not a " + type,
                     .expected = type,
@@ -263,7 +262,7 @@ void ModelFiller::processDeferred() {
 }
 
 [[gnu::noinline]] void ModelFiller::failNoLiteral(io::PropertyPlace property, std::int64_t number) const {
-  const std::string& type = property.record->getType()->getQualifiedNameUtf8();
+  const std::string& type = property.record->getType()->qualifiedName();
   throw ValueError(
       {.path = getPath(property),
        .problem = "enumeration " + type + " has no literal with the number " + std::to_string(number),
@@ -273,7 +272,7 @@ void ModelFiller::processDeferred() {
 
 [[gnu::noinline]] void ModelFiller::failNoReference(io::PropertyPlace property) const {
   fail(property,
-       "a reference does not fit a property of type " + property.record->getType()->getQualifiedNameUtf8());
+       "a reference does not fit a property of type " + property.record->getType()->qualifiedName());
 }
 
 }  // namespace kr::zero::internal

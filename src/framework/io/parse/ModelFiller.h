@@ -75,9 +75,7 @@ class ModelFiller final : public io::BulkParseProcessor {
   }
   std::string getPath() const;
   /// Path of a property of the innermost element.
-  std::string getPath(io::PropertyPlace property) const {
-    return getPath() + "." + property.record->getNameUtf8();
-  }
+  std::string getPath(io::PropertyPlace property) const { return getPath() + "." + property.record->name(); }
 
   // A value that a property cannot hold; what is rare stands apart from what is called for every value.
   [[noreturn]] void fail(io::PropertyPlace property, const std::string& what) const;

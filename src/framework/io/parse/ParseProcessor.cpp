@@ -58,8 +58,8 @@ struct ParseProcessor::Impl {
     const std::size_t slot = filler.getType()->findSlot(name, top->lastSlot);
     if (slot == kNoSlot)
       throw ValueError({.path = filler.getPath(),
-                        .problem = "type " + filler.getType()->getQualifiedNameUtf8() +
-                                   " has no property \"" + toUtf8(name) + "\""});
+                        .problem = "type " + filler.getType()->qualifiedName() + " has no property \"" +
+                                   toUtf8(name) + "\""});
     return top->lastSlot = slot;
   }
 
@@ -93,9 +93,8 @@ struct ParseProcessor::Impl {
     const bool isNumber =
         property.getKind() == PropertyKind::number || property.getKind() == PropertyKind::enumeration;
     if (!isNumber || !(type == property.getType()) || !value.hasCell())
-      filler.fail(place, "a value of type " + (type ? type->getQualifiedNameUtf8() : "none") +
-                             " does not fit a property of type " +
-                             property.getType()->getQualifiedNameUtf8());
+      filler.fail(place, "a value of type " + (type ? type->qualifiedName() : "none") +
+                             " does not fit a property of type " + property.getType()->qualifiedName());
     filler.setNumber(place, internal::fromValue(property.getStandardType(), value));
   }
 

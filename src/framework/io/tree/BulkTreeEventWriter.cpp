@@ -185,9 +185,9 @@ meta::Property BulkTreeEventWriter::propertyAt(std::size_t slot) const {
 const BulkTreeEventWriter::TypeNames& BulkTreeEventWriter::namesOf(meta::StructuredType type) {
   std::unique_ptr<TypeNames>& names = names_[type.get()];
   if (names == nullptr) {
-    names = std::make_unique<TypeNames>(TypeNames{type, Primitive(type->getQualifiedNameUtf8()), {}});
+    names = std::make_unique<TypeNames>(TypeNames{type, Primitive(type->qualifiedName()), {}});
     for (const meta::Property property : type->getAllProperties())
-      names->properties.emplace_back(property->getNameUtf8());
+      names->properties.emplace_back(property->name());
   }
   return *names;
 }

@@ -414,7 +414,7 @@ void TreeEventReader::openDatatype() {
   announce();
   const OpenProperty& property = bodies_.back().property;
   const meta::Type datatype = bulk_ != nullptr ? property.type : processor().getPropertyType(*property.name);
-  openBody(&property, knownType(datatype->getQualifiedNameUtf8()), {}, {}, false);
+  openBody(&property, knownType(datatype->qualifiedName()), {}, {}, false);
 }
 
 void TreeEventReader::closeBody() {
@@ -505,7 +505,7 @@ TreeEventReader::KnownProperty TreeEventReader::knownProperty(std::size_t slot, 
   const meta::Type type = property->getType();
   const StandardType standard = standardTypeOf(type);
   KnownProperty known;
-  known.name = property->getNameUtf8();
+  known.name = property->name();
   known.open = {
       &property->getName(), {slot, property.get()}, categoryOf(*property.get()), type, standard, true};
   if (!known.open.category.isA(PropertyCategory::PrimitiveAny())) return known;
@@ -583,7 +583,7 @@ std::uint64_t TreeEventReader::integerPayload(StandardType type, const Primitive
   const auto require = [&](bool inRange) {
     if (!inRange)
       fail(describe(value) + " is out of the range of its type " +
-           bodies_.back().property.type->getQualifiedNameUtf8() + ", " + rangeText(type));
+           bodies_.back().property.type->qualifiedName() + ", " + rangeText(type));
   };
   if (const auto* number = std::get_if<std::uint64_t>(&value)) {
     require(isInRange(type, *number));
@@ -622,7 +622,7 @@ std::size_t TreeEventReader::findSlot(Body& body, const std::string& name) const
   if (!type) return kNoSlot;
   const std::vector<meta::Property>& all = type->getAllProperties();
   std::size_t slot = body.nextSlot;
-  while (slot < all.size() && slot < body.nextSlot + 2 && all[slot]->getNameUtf8() != name) ++slot;
+  while (slot < all.size() && slot < body.nextSlot + 2 && all[slot]->name() != name) ++slot;
   if (slot >= all.size() || slot >= body.nextSlot + 2) slot = type->findSlot(std::string_view(name));
   if (slot != kNoSlot) body.nextSlot = slot + 1;
   return slot;
@@ -672,7 +672,7 @@ std::string TreeEventReader::expectedValue() const {
   if (property.category.isA(PropertyCategory::CompositionAny())) return "an object";
   if (property.category.isA(PropertyCategory::DatatypeAny())) return "a struct";
   if (property.category.isA(PropertyCategory::AssociationAny())) return "a reference";
-  return "a value of type " + property.type->getQualifiedNameUtf8();
+  return "a value of type " + property.type->qualifiedName();
 }
 
 std::string TreeEventReader::expected() const {

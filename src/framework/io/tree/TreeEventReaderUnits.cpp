@@ -105,7 +105,7 @@ bool TreeEventReader::openDatatypeValue() {
   const OpenProperty* const property =
       findOpenProperty(PropertyCategory::Datatype(), PropertyCategory::DatatypeCollection());
   if (property == nullptr) return false;
-  openBody(property, knownType(property->type->getQualifiedNameUtf8()), {}, {}, false);
+  openBody(property, knownType(property->type->qualifiedName()), {}, {}, false);
   return true;
 }
 

@@ -34,7 +34,7 @@ Primitive TreeEventWriter::asNumber(StandardType type, std::uint64_t payload) {
 Primitive TreeEventWriter::asLiteralName(meta::Enum type, std::int64_t number) {
   const meta::EnumLiteral* literal = type->findByNumber(number);
   if (literal == nullptr)
-    throw SerializeError("enumeration " + type->getQualifiedNameUtf8() + " has no literal with the number " +
+    throw SerializeError("enumeration " + type->qualifiedName() + " has no literal with the number " +
                          std::to_string(number));
   return literal->name;
 }

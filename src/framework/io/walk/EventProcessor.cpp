@@ -46,7 +46,7 @@ meta::Property EventProcessor::findProperty(const ustring& name) {
   ContainerInfo& container = containers_.back();
   const std::size_t slot = container.type->findSlot(name, container.lastSlot);
   if (slot == meta::StructuredType::Impl::npos)
-    throw std::invalid_argument("type " + container.type->getQualifiedNameUtf8() + " has no property \"" +
+    throw std::invalid_argument("type " + container.type->qualifiedName() + " has no property \"" +
                                 toUtf8(name) + "\"");
   container.lastSlot = slot;
   return container.type->getAllProperties()[slot];

@@ -33,7 +33,7 @@ std::string_view WalkedValues::formatText(std::size_t slot, cells::Cell cell) {
 WrittenReference WalkedValues::describe(std::size_t slot, cells::Cell item, bool unresolved) {
   if (!unresolved && !cells::isUnresolved(item)) {
     const ElementRecord* const target = getTarget(item);
-    return {target->use->type->getQualifiedNameUtf8(), identities_.get(target), {}, false};
+    return {target->use->type->qualifiedName(), identities_.get(target), {}, false};
   }
   const cells::ReferenceTexts& texts = getTexts(slot, item);
   const bool hasQualifier = texts.qualifier != nullptr;
@@ -72,7 +72,7 @@ void WalkedValues::requireUnresolvable(std::size_t slot, const cells::ReferenceT
 }
 
 std::string WalkedValues::where(std::size_t slot) const {
-  return pathOf(store_, record_) + "." + record_->use->property(slot).getNameUtf8();
+  return pathOf(store_, record_) + "." + record_->use->property(slot).name();
 }
 
 }  // namespace kr::zero::io::internal

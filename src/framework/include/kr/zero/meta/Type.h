@@ -86,14 +86,11 @@ class KR0_FRAMEWORK_API Type::Impl {
   /// URI of the package that the type stands in, UTF-8; empty for standard types.
   const std::string& packageUri() const noexcept { return packageUriUtf8_; }
 
-  // The same for the interfaces that speak UTF-16. The strings have one address for the life of the registry.
+  ///@{
+  /// The same as UTF-16. The strings have one address for the life of the registry.
   const ustring& getQualifiedName() const noexcept { return qualifiedName_; }
   const ustring& getPackageUri() const noexcept { return packageUri_; }
-
-  // Other names of the UTF-8 ones.
-  const std::string& getName() const noexcept { return name(); }
-  const std::string& getQualifiedNameUtf8() const noexcept { return qualifiedName(); }
-  const std::string& getPackageUriUtf8() const noexcept { return packageUri(); }
+  ///@}
   /// Dense number of the type within its registry, for tables beside it.
   std::uint32_t getIndex() const noexcept { return index_; }
 
@@ -365,8 +362,6 @@ class KR0_FRAMEWORK_API Property::Impl {
   const std::string& name() const noexcept { return nameUtf8_; }
   /// The same as UTF-16; one address for the life of the registry.
   const ustring& getName() const noexcept { return name_; }
-  /// Another name of name().
-  const std::string& getNameUtf8() const noexcept { return name(); }
   /// The number that the binary formats carry: 1 to 16382, or 0 for a property that is not stored.
   std::uint32_t getIdentifier() const noexcept { return identifier_; }
   /// What its values are.
