@@ -32,6 +32,7 @@ TypeUse& ModelStore::use(StructuredType type) {
   made->type = type;
   made->cls = Class(meta::Type(type));
   made->properties = properties.data();
+  made->slotCount = properties.size();
   makeRoom(useOrder_);
   if (index >= uses_.size()) uses_.resize(index + 1);
   made->ordinal = static_cast<std::uint32_t>(useOrder_.size());

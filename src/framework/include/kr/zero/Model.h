@@ -37,6 +37,7 @@ class Model;
 class Element;
 
 namespace internal {
+struct ElementAccess;
 struct ElementRecord;
 class ModelStore;
 }  // namespace internal
@@ -140,7 +141,7 @@ class KR0_FRAMEWORK_API Element {
   std::uint64_t getUnsigned(PropertyKey property, std::size_t position = 0) const;
   double getReal(PropertyKey property, std::size_t position = 0) const;
   /// Texts: String, StdString, DateTime, JsonValue, StringToStringMap, ZoArray and user-defined
-  /// primitives. The view lives until the model goes.
+  /// primitives. The view lives until the model goes, or until the value is set through kr/zero/Typed.h.
   std::string_view getText(PropertyKey property, std::size_t position = 0) const;
   Uuid getUuid(PropertyKey property, std::size_t position = 0) const;
   /// The value of any primitive or enumeration as text: numbers in their shortest decimal form that
@@ -212,6 +213,7 @@ class KR0_FRAMEWORK_API Element {
  private:
   friend class Model;
   friend class internal::ModelStore;
+  friend struct internal::ElementAccess;
   Element(internal::ModelStore* store, internal::ElementRecord* record) noexcept
       : store_(store), record_(record) {}
 

@@ -1,0 +1,193 @@
+#include "kr/zero/Typed.h"
+
+#include <cstring>
+#include <string>
+
+#include "fl/i18n/utf8.h"
+#include "kr/zero/DateTime.h"
+#include "model/Numbers.h"
+#include "model/Store.h"
+#include "model/TextForm.h"
+
+namespace kr::zero::internal {
+
+namespace {
+
+[[noreturn]] void failAt(const ModelStore* store, const ElementRecord* record, std::size_t slot,
+                         const std::string& what) {
+  throw ModelError(pathOf(*store, record) + "." + record->use->property(slot).getNameUtf8() + ": " + what);
+}
+
+std::string describe(const typed::Demand& demand) {
+  using meta::PropertyKind;
+  const auto kind = [&]() -> std::string {
+    switch (demand.kind) {
+      case PropertyKind::number:
+        return meta::infoOf(demand.standard).name;
+      case PropertyKind::enumeration:
+        return "enumeration";
+      case PropertyKind::text:
+        return "text";
+      case PropertyKind::uuid:
+        return "UUID";
+      case PropertyKind::dateTime:
+        return "DateTime";
+      case PropertyKind::datatype:
+        return "datatype";
+      case PropertyKind::composition:
+        return "composition";
+      default:
+        return "association";
+    }
+  };
+  return (demand.isMany ? "collection of the kind " : "single value of the kind ") + kind();
+}
+
+void requireValid(const ModelStore* store, const ElementRecord* record, std::size_t slot,
+                  std::string_view text) {
+  if (record->use->property(slot).getKind() == meta::PropertyKind::dateTime) {
+    if (!DateTime::isValid(text))
+      failAt(store, record, slot, "\"" + std::string(text) + "\" is not a DateTime");
+  } else if (!fl::i18n::isWellFormedUtf8(text)) {
+    failAt(store, record, slot, "the text is not well-formed UTF-8");
+  }
+}
+
+bool isOf(const meta::Type::Impl& type, const typed::TypeName& name) {
+  return type.getQualifiedNameUtf8() == name.qualifiedName && type.getPackageUriUtf8() == name.packageUri;
+}
+
+/// The type of that name in the package with that URI, or an empty handle.
+meta::Type lookUp(const meta::MetaRegistry& registry, const typed::TypeName& name) {
+  meta::Type type = registry.findType(name.qualifiedName);
+  if (type && type->getPackageUriUtf8() != name.packageUri)  // packages may share a name
+    type = registry.findType(std::u16string_view(type->getQualifiedName()),
+                             std::vector{toUstring(name.packageUri)});
+  return type && type->getPackageUriUtf8() == name.packageUri ? type : meta::Type();
+}
+
+// What lies in the cell of a single property that holds a value, or null.
+cells::Cell* findValue(const ElementRecord* record, std::size_t slot) noexcept {
+  const int at = record->find(slot);
+  return at < 0 || cells::isEmpty(record->slots()[at]) ? nullptr : record->payloads + at;
+}
+
+}  // namespace
+
+void failHandle(const ModelStore*, const ElementRecord* record) {
+  if (record == nullptr) throw ModelError("an empty element handle has no properties");
+  throw ModelError("an element of class " + record->use->type->getQualifiedNameUtf8() +
+                   " was removed from its model, its handle is no longer valid");
+}
+
+std::size_t findPlace(const ModelStore* store, const ElementRecord* record, std::uint32_t number,
+                      const typed::Demand* demand) {
+  const meta::StructuredType type = record->use->type;
+  const std::size_t slot = type->findIdentifier(number);
+  const auto fail = [&](const std::string& what) {
+    throw ModelError(pathOf(*store, record) + ": type " + type->getQualifiedNameUtf8() + " " + what +
+                     ", the code was generated from another meta model");
+  };
+  if (slot == meta::StructuredType::Impl::npos)
+    fail("has no property with the number " + std::to_string(number));
+  const PropertyRecord& property = record->use->property(slot);
+  if (demand != nullptr && !demand->isMetBy(property))
+    fail("has the property \"" + property.getNameUtf8() + "\" with the number " + std::to_string(number) +
+         ", which is no " + describe(*demand));
+  return slot;
+}
+
+void failLiteral(const ModelStore* store, const ElementRecord* record, std::size_t slot,
+                 std::int32_t number) {
+  failAt(store, record, slot,
+         "enumeration " + record->use->property(slot).getType()->getQualifiedNameUtf8() +
+             " has no literal with the number " + std::to_string(number));
+}
+
+void failPosition(const ModelStore* store, const ElementRecord* record, std::size_t slot,
+                  std::size_t position, std::size_t size) {
+  failAt(store, record, slot,
+         "has no position " + std::to_string(position) + ", only " + std::to_string(size) + " values");
+}
+
+cells::Cell defaultNumber(ModelStore* store, ElementRecord* record, std::size_t slot) {
+  const auto& text = record->use->property(slot).getDefaultText();
+  std::uint64_t payload = 0;
+  if (text) fromTextForm(*store, record->use->property(slot), *text, payload);
+  return payload;
+}
+
+std::string_view defaultText(const ElementRecord* record, std::size_t slot) {
+  const auto& text = record->use->property(slot).getDefaultText();
+  return text ? std::string_view(*text) : std::string_view();
+}
+
+Uuid defaultUuid(const ElementRecord* record, std::size_t slot) {
+  const auto& text = record->use->property(slot).getDefaultText();
+  return text ? parseUuid(*text).value_or(Uuid{}) : Uuid{};
+}
+
+void addCell(ModelStore* store, ElementRecord* record, std::size_t slot, cells::Cell cell) {
+  store->payload(record, slot) = cell;
+  store->setState(record, slot, 0);
+}
+
+void appendCell(ModelStore* store, ElementRecord* record, std::size_t slot, cells::Cell cell) {
+  store->append(record, slot, cell);
+}
+
+void putText(ModelStore* store, ElementRecord* record, std::size_t slot, std::string_view text) {
+  requireValid(store, record, slot, text);
+  if (const cells::Cell* const cell = findValue(record, slot); cell != nullptr) {
+    auto* const old = reinterpret_cast<cells::Text*>(*cell);
+    if (text.size() <= old->length) {
+      if (!text.empty()) std::memmove(old->bytes, text.data(), text.size());  // may be a part of the old one
+      old->length = static_cast<std::uint32_t>(text.size());
+      return;
+    }
+  }
+  addCell(store, record, slot, asPayload(store->makeText(text)));
+}
+
+void putUuid(ModelStore* store, ElementRecord* record, std::size_t slot, const Uuid& uuid) {
+  if (const cells::Cell* const cell = findValue(record, slot); cell != nullptr)
+    std::memcpy(reinterpret_cast<void*>(*cell), uuid.data(), uuid.size());
+  else
+    addCell(store, record, slot, asPayload(store->makeUuid(uuid)));
+}
+
+void appendText(ModelStore* store, ElementRecord* record, std::size_t slot, std::string_view text) {
+  requireValid(store, record, slot, text);
+  store->append(record, slot, asPayload(store->makeText(text)));
+}
+
+void appendUuid(ModelStore* store, ElementRecord* record, std::size_t slot, const Uuid& uuid) {
+  store->append(record, slot, asPayload(store->makeUuid(uuid)));
+}
+
+ElementRecord* targetOf(const ModelStore* store, cells::Cell reference) noexcept {
+  return store->target(reference);
+}
+
+bool isKindOf(const ModelStore* store, const ElementRecord* record, const typed::TypeName& name) {
+  if (isOf(*record->use->type.get(), name)) return true;
+  const meta::Class cls = record->use->cls;
+  return cls && cls->conformsTo(meta::Class(lookUp(store->registry(), name)));
+}
+
+void failCast(const ModelStore* store, const ElementRecord* record, const typed::TypeName& name) {
+  throw ModelError(pathOf(*store, record) + ": an element of class " +
+                   record->use->type->getQualifiedNameUtf8() + " is no " + std::string(name.qualifiedName));
+}
+
+meta::StructuredType findType(const meta::MetaRegistry& registry, const typed::TypeName& name) {
+  const meta::StructuredType type(lookUp(registry, name));
+  if (!type)
+    throw ModelError("the registry of the model has no class " + std::string(name.qualifiedName) +
+                     " of the package " + std::string(name.packageUri) + ", call its registerIn first");
+  return type;
+}
+
+const meta::MetaRegistry& registryOf(const ModelStore* store) noexcept { return store->registry(); }
+
+}  // namespace kr::zero::internal
