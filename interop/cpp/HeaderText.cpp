@@ -1,5 +1,6 @@
 #include "HeaderText.h"
 
+#include <algorithm>
 #include <unordered_set>
 #include <vector>
 
@@ -72,6 +73,7 @@ class Header {
         "already.\n"
         "/// @throws kr::zero::meta::MetaError where it has a package of the same URI that differs.\n"
         "void registerIn(::kr::zero::meta::MetaRegistry& registry);\n\n";
+    defineEnumerations();
     for (const meta::Type type : package_.info.types) define(type);
     close(package_.space);
     for (const meta::Type type : package_.info.types) listLiterals(meta::Enum(type));
@@ -107,14 +109,23 @@ class Header {
   void define(meta::Type type) {
     if (const meta::StructuredType structured(type); structured)
       return appendClass(out_, names_, documentation_, structured);
+    if (meta::Enum(type)) return;
     appendComment(out_, 0, type->getQualifiedNameUtf8() + ".");
     appendComment(out_, 0, documentation_.of(type));
-    if (const meta::Enum enumeration(type); enumeration)
-      defineEnumeration(enumeration);
-    else
-      out_ += join("using ", names_.nameOf(type), " = ::std::string_view;\n\n");
+    out_ += join("using ", names_.nameOf(type), " = ::std::string_view;\n\n");
+  }
+  // g++ has it that a literal hides a type of its name, though it is never named without its enumeration.
+  void defineEnumerations() {
+    const auto isEnumeration = [](meta::Type type) { return static_cast<bool>(meta::Enum(type)); };
+    if (std::none_of(package_.info.types.begin(), package_.info.types.end(), isEnumeration)) return;
+    out_ += "#pragma GCC diagnostic push\n#pragma GCC diagnostic ignored \"-Wshadow\"\n\n";
+    for (const meta::Type type : package_.info.types)
+      if (isEnumeration(type)) defineEnumeration(meta::Enum(type));
+    out_ += "#pragma GCC diagnostic pop\n\n";
   }
   void defineEnumeration(meta::Enum enumeration) {
+    appendComment(out_, 0, enumeration->getQualifiedNameUtf8() + ".");
+    appendComment(out_, 0, documentation_.of(enumeration));
     out_ += join("enum class ", names_.nameOf(enumeration), " : ::std::int32_t {\n");
     for (const meta::EnumLiteral& literal : enumeration->getLiterals()) {
       appendComment(out_, 2, documentation_.of(literal));
