@@ -1,5 +1,6 @@
 #include "kr/zero/Typed.h"
 
+#include <cstddef>
 #include <cstring>
 #include <string>
 
@@ -64,6 +65,12 @@ meta::Type lookUp(const meta::MetaRegistry& registry, const typed::TypeName& nam
     type = registry.findType(std::u16string_view(type->getQualifiedName()),
                              std::vector{toUstring(name.packageUri)});
   return type && type->getPackageUriUtf8() == name.packageUri ? type : meta::Type();
+}
+
+/// How many bytes fit into the place of a text: the model's memory is handed out in units of 8 bytes.
+std::size_t roomOf(const cells::Text& text) noexcept {
+  constexpr std::size_t kHead = offsetof(cells::Text, bytes);
+  return cells::FreeMemory::roundUp(kHead + text.length) - kHead;
 }
 
 // What lies in the cell of a single property that holds a value, or null.
@@ -140,7 +147,7 @@ void putText(ModelStore* store, ElementRecord* record, std::size_t slot, std::st
   requireValid(store, record, slot, text);
   if (const cells::Cell* const cell = findValue(record, slot); cell != nullptr) {
     auto* const old = reinterpret_cast<cells::Text*>(*cell);
-    if (text.size() <= old->length) {
+    if (text.size() <= roomOf(*old)) {
       if (!text.empty()) std::memmove(old->bytes, text.data(), text.size());  // may be a part of the old one
       old->length = static_cast<std::uint32_t>(text.size());
       return;
