@@ -161,18 +161,14 @@ std::optional<std::string> findDifference(const PackageDefinition& a, const Pack
   return std::nullopt;
 }
 
-/// All packages of a tree, each before those in it.
-std::vector<const PackageDefinition*> flatten(const Packages& roots) {
-  std::vector<const PackageDefinition*> waiting, all;
-  const auto wait = [&](const Packages& packages) {
-    for (auto it = packages.rbegin(); it != packages.rend(); ++it) waiting.push_back(&*it);
-  };
-  wait(roots);
+/// A package and all in it, each before those in it. Pointers into it.
+std::vector<const PackageDefinition*> flatten(const PackageDefinition& root) {
+  std::vector<const PackageDefinition*> waiting{&root}, all;
   while (!waiting.empty()) {
     const PackageDefinition* next = waiting.back();
     waiting.pop_back();
     all.push_back(next);
-    wait(next->packages);
+    for (auto it = next->packages.rbegin(); it != next->packages.rend(); ++it) waiting.push_back(&*it);
   }
   return all;
 }
@@ -184,8 +180,8 @@ const PackageDefinition* findByUri(const Packages& packages, std::string_view ur
 }
 
 void requireSame(const PackageDefinition& wanted, const PackageDefinition& known) {
-  const auto ours = flatten({wanted});
-  const auto theirs = flatten({known});
+  const auto ours = flatten(wanted);
+  const auto theirs = flatten(known);
   for (std::size_t i = 0; i < std::min(ours.size(), theirs.size()); ++i) {
     if (ours[i]->uri != theirs[i]->uri)
       fail("package " + wanted.name, "the packages in it differ from those that the registry knows");

@@ -21,6 +21,15 @@ int ElementRecord::findSorted(std::size_t slot) const noexcept {
   return it != last && (*it & cells::kSlotMask) == slot ? static_cast<int>(it - first) : -1;
 }
 
+void ElementRecord::notePlaces() noexcept {
+  std::uint32_t noted = 0;
+  for (std::size_t at = 0; at < count && cells::slotOf(slots()[at]) < kNoted; ++at) {
+    if ((slots()[at] & ~cells::kSlotMask) != 0) return;
+    noted |= std::uint32_t{1} << cells::slotOf(slots()[at]);
+  }
+  std::atomic_ref(places).store(noted, std::memory_order_relaxed);
+}
+
 TypeUse& ModelStore::use(StructuredType type) {
   const std::size_t index = type->getIndex();
   if (index < uses_.size() && uses_[index] != nullptr) return *uses_[index];
@@ -33,6 +42,12 @@ TypeUse& ModelStore::use(StructuredType type) {
   made->cls = Class(meta::Type(type));
   made->properties = properties.data();
   made->slotCount = properties.size();
+  made->signatures = std::make_unique<Signature[]>(properties.size());
+  for (std::size_t slot = 0; slot < properties.size(); ++slot) {
+    const PropertyRecord& property = *properties[slot].get();
+    made->signatures[slot] = signatureOf(property.getIdentifier(), property.getKind(),
+                                         property.getStandardType(), property.isMany());
+  }
   makeRoom(useOrder_);
   if (index >= uses_.size()) uses_.resize(index + 1);
   made->ordinal = static_cast<std::uint32_t>(useOrder_.size());
@@ -152,11 +167,13 @@ std::size_t ModelStore::placeBetween(ElementRecord* record, std::size_t slot, st
   slots[at] = static_cast<std::uint16_t>(slot | state);
   record->payloads[at] = 0;
   ++record->count;
+  record->forgetPlaces();
   return at;
 }
 
 void ModelStore::setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept {
   record->slots()[record->find(slot)] = static_cast<std::uint16_t>(slot | state);
+  record->forgetPlaces();
 }
 
 void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
@@ -168,6 +185,7 @@ void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
   std::memmove(record->slots() + at, record->slots() + at + 1, behind * sizeof(std::uint16_t));
   std::memmove(record->payloads + at, record->payloads + at + 1, behind * sizeof(std::uint64_t));
   --record->count;
+  record->forgetPlaces();
 }
 
 /// A list with the items of the old one and room for as many as wanted; null stands for a list without room.
@@ -196,6 +214,7 @@ std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::u
   else if (list->size == list->capacity)
     cell = asPayload(list = enlarge(list, std::size_t{list->capacity} * 2));
   if (list->size == 0 || state != 0) record->slots()[at] = static_cast<std::uint16_t>(slot | state);
+  record->forgetPlaces();
   list->items()[list->size] = item;
   return list->size++;
 }
@@ -213,6 +232,7 @@ void ModelStore::append(ElementRecord* record, std::size_t slot, std::span<const
   std::memcpy(list->items() + list->size, items.data(), items.size_bytes());
   list->size = static_cast<std::uint32_t>(wanted);
   record->slots()[at] = static_cast<cells::Entry>(slot);
+  record->forgetPlaces();
 }
 
 void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {

@@ -1,10 +1,11 @@
 /// @file
 /// Internal: how a model lies in memory.
 ///
-/// An element is a record of fixed size (kr/zero/Records.h); records stand in blocks, in order of creation, so
-/// that an element's index leads to its record. Children and datatype values are pointers to their records. A resolved reference is a number, so that references can be followed into tables beside
-/// the model without touching each target; while a document is read, it is what its reader remembers of
-/// the target instead (isWaiting).
+/// An element is a record of fixed size (kr/zero/Records.h); records stand in blocks, in order of creation,
+/// so that an element's index leads to its record. Children and datatype values are pointers to their
+/// records. A resolved reference is a number, so that references can be followed into tables beside the model
+/// without touching each target; while a document is read, it is what its reader remembers of the target
+/// instead (isWaiting).
 #pragma once
 
 #include <algorithm>
@@ -141,6 +142,7 @@ class ModelStore {
     std::memcpy(record->payloads + record->count, cells, entries.size() * sizeof(cells::Cell));
     std::memcpy(record->slots() + record->count, entries.data(), entries.size_bytes());
     record->count = static_cast<std::uint16_t>(record->count + entries.size());
+    record->forgetPlaces();
   }
   /// See Arena::getFree.
   cells::FreeMemory& getFreeMemory(std::size_t bytes) { return arena_.getFree(bytes); }
@@ -186,6 +188,7 @@ class ModelStore {
     const std::size_t count = record->count;
     record->slots()[count] = static_cast<std::uint16_t>(slot | state);
     record->payloads[count] = 0;
+    record->forgetPlaces();
     record->count = static_cast<std::uint16_t>(count + 1);
     return count;
   }
@@ -269,6 +272,7 @@ void forEachWaiting(ElementRecord* record, std::size_t at, Visit&& visit) {
 inline void settleCollection(ElementRecord* record, std::size_t at) noexcept {
   cells::Entry& entry = record->slots()[at];
   if (record->use->property(cells::slotOf(entry)).isMany()) entry &= cells::kSlotMask;
+  record->forgetPlaces();
 }
 
 /// Path of an element for messages; long paths are shortened in the middle.

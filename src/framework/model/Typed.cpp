@@ -44,14 +44,18 @@ std::string describe(const typed::Demand& demand) {
   return (demand.isMany ? "collection of the kind " : "single value of the kind ") + kind();
 }
 
+void requireDateTime(const ModelStore* store, const ElementRecord* record, std::size_t slot,
+                     std::string_view text) {
+  if (!DateTime::isValid(text))
+    failAt(store, record, slot, "\"" + std::string(text) + "\" is not a DateTime");
+}
+
 void requireValid(const ModelStore* store, const ElementRecord* record, std::size_t slot,
                   std::string_view text) {
-  if (record->use->property(slot).getKind() == meta::PropertyKind::dateTime) {
-    if (!DateTime::isValid(text))
-      failAt(store, record, slot, "\"" + std::string(text) + "\" is not a DateTime");
-  } else if (!fl::i18n::isWellFormedUtf8(text)) {
+  if (record->use->property(slot).getKind() == meta::PropertyKind::dateTime)
+    requireDateTime(store, record, slot, text);
+  else if (!fl::i18n::isWellFormedUtf8(text))
     failAt(store, record, slot, "the text is not well-formed UTF-8");
-  }
 }
 
 bool isOf(const meta::Type::Impl& type, const typed::TypeName& name) {
@@ -73,10 +77,44 @@ std::size_t roomOf(const cells::Text& text) noexcept {
   return cells::FreeMemory::roundUp(kHead + text.length) - kHead;
 }
 
-// What lies in the cell of a single property that holds a value, or null.
-cells::Cell* findValue(const ElementRecord* record, std::size_t slot) noexcept {
-  const int at = record->find(slot);
-  return at < 0 || cells::isEmpty(record->slots()[at]) ? nullptr : record->payloads + at;
+/// Two blocks that may overlap are all of a text: it is looked at on its way, and may be a part of the old
+/// one.
+/// @return false, and nothing is changed, where not all of it is ASCII.
+template <std::size_t blockSize>
+bool replaceByBlocks(cells::Text& place, std::string_view text) noexcept {
+  constexpr std::size_t kWords = blockSize / sizeof(std::uint64_t);
+  std::uint64_t first[kWords], last[kWords];
+  std::memcpy(first, text.data(), blockSize);
+  std::memcpy(last, text.data() + text.size() - blockSize, blockSize);
+  std::uint64_t all = 0;
+  for (std::size_t i = 0; i < kWords; ++i) all |= first[i] | last[i];
+  if ((all & 0x8080808080808080) != 0) return false;
+  std::memcpy(place.bytes, first, blockSize);
+  std::memcpy(place.bytes + text.size() - blockSize, last, blockSize);
+  place.length = static_cast<std::uint32_t>(text.size());
+  return true;
+}
+
+/// Puts a text into the place of another one, where it is of usual length, of ASCII and fits.
+bool replacePlain(cells::Text& place, std::string_view text) noexcept {
+  if (text.size() > roomOf(place)) return false;
+  if (text.size() >= 16 && text.size() <= 32) return replaceByBlocks<16>(place, text);
+  if (text.size() >= 8 && text.size() < 16) return replaceByBlocks<8>(place, text);
+  return false;
+}
+
+/// @param cell the one of the text that is there; null where there is none.
+void putChecked(ModelStore* store, ElementRecord* record, std::size_t slot, const cells::Cell* cell,
+                std::string_view text) {
+  if (cell != nullptr) {
+    auto* const old = reinterpret_cast<cells::Text*>(*cell);
+    if (text.size() <= roomOf(*old)) {
+      if (!text.empty()) std::memmove(old->bytes, text.data(), text.size());  // may be a part of the old one
+      old->length = static_cast<std::uint32_t>(text.size());
+      return;
+    }
+  }
+  addCell(store, record, slot, asPayload(store->makeText(text)));
 }
 
 }  // namespace
@@ -97,10 +135,9 @@ std::size_t findPlace(const ModelStore* store, const ElementRecord* record, std:
   };
   if (slot == meta::StructuredType::Impl::npos)
     fail("has no property with the number " + std::to_string(number));
-  const PropertyRecord& property = record->use->property(slot);
-  if (demand != nullptr && !demand->isMetBy(property))
-    fail("has the property \"" + property.getNameUtf8() + "\" with the number " + std::to_string(number) +
-         ", which is no " + describe(*demand));
+  if (demand != nullptr && record->use->signatures[slot] != demand->signatureFor(number))
+    fail("has the property \"" + record->use->property(slot).getNameUtf8() + "\" with the number " +
+         std::to_string(number) + ", which is no " + describe(*demand));
   return slot;
 }
 
@@ -134,9 +171,21 @@ Uuid defaultUuid(const ElementRecord* record, std::size_t slot) {
   return text ? parseUuid(*text).value_or(Uuid{}) : Uuid{};
 }
 
+cells::Cell* findCell(ElementRecord* record, std::size_t slot) noexcept {
+  const int at = record->find(slot);
+  if (at < 0 || cells::isEmpty(record->slots()[at])) return nullptr;
+  record->notePlaces();
+  return record->payloads + at;
+}
+
 void addCell(ModelStore* store, ElementRecord* record, std::size_t slot, cells::Cell cell) {
-  store->payload(record, slot) = cell;
-  store->setState(record, slot, 0);
+  if (const int at = record->find(slot); at < 0 || record->slots()[at] != slot) {
+    store->payload(record, slot) = cell;
+    store->setState(record, slot, 0);
+  } else {
+    record->payloads[at] = cell;
+    record->notePlaces();
+  }
 }
 
 void appendCell(ModelStore* store, ElementRecord* record, std::size_t slot, cells::Cell cell) {
@@ -144,20 +193,20 @@ void appendCell(ModelStore* store, ElementRecord* record, std::size_t slot, cell
 }
 
 void putText(ModelStore* store, ElementRecord* record, std::size_t slot, std::string_view text) {
-  requireValid(store, record, slot, text);
-  if (const cells::Cell* const cell = findValue(record, slot); cell != nullptr) {
-    auto* const old = reinterpret_cast<cells::Text*>(*cell);
-    if (text.size() <= roomOf(*old)) {
-      if (!text.empty()) std::memmove(old->bytes, text.data(), text.size());  // may be a part of the old one
-      old->length = static_cast<std::uint32_t>(text.size());
-      return;
-    }
-  }
-  addCell(store, record, slot, asPayload(store->makeText(text)));
+  const cells::Cell* cell = record->findNoted(slot);
+  if (cell == nullptr) cell = findCell(record, slot);
+  if (cell != nullptr && replacePlain(*reinterpret_cast<cells::Text*>(*cell), text)) return;
+  if (!fl::i18n::isWellFormedUtf8(text)) failAt(store, record, slot, "the text is not well-formed UTF-8");
+  putChecked(store, record, slot, cell, text);
+}
+
+void putDateTime(ModelStore* store, ElementRecord* record, std::size_t slot, std::string_view text) {
+  requireDateTime(store, record, slot, text);
+  putChecked(store, record, slot, findCell(record, slot), text);
 }
 
 void putUuid(ModelStore* store, ElementRecord* record, std::size_t slot, const Uuid& uuid) {
-  if (const cells::Cell* const cell = findValue(record, slot); cell != nullptr)
+  if (const cells::Cell* const cell = findCell(record, slot); cell != nullptr)
     std::memcpy(reinterpret_cast<void*>(*cell), uuid.data(), uuid.size());
   else
     addCell(store, record, slot, asPayload(store->makeUuid(uuid)));

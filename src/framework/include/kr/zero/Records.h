@@ -7,9 +7,10 @@
 /// and then `capacity` entries, as kr/zero/Cells.h describes.
 #pragma once
 
-#include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "kr/zero/Cells.h"
 #include "kr/zero/export.h"
@@ -20,11 +21,26 @@ namespace kr::zero::internal {
 /// What the meta model says of a property.
 using PropertyRecord = meta::Property::Impl;
 
+/// Number, kind and bounds of a property as one number: what generated code asks of a slot before it reads
+/// there.
+using Signature = std::uint64_t;
+
+/// @param standard counts for numbers alone.
+constexpr Signature signatureOf(std::uint32_t identifier, meta::PropertyKind kind,
+                                meta::StandardType standard, bool isMany) noexcept {
+  const auto number = kind == meta::PropertyKind::number ? static_cast<Signature>(standard) : 0;
+  return identifier | static_cast<Signature>(kind) << 32 | number << 40 | Signature{isMany} << 48;
+}
+constexpr std::uint32_t identifierOf(Signature signature) noexcept {
+  return static_cast<std::uint32_t>(signature);
+}
+
 /// A type as one model uses it.
 struct TypeUse {
   meta::StructuredType type;
   meta::Class cls;                                 // empty for a datatype
   const meta::Property* properties = nullptr;      // by slot
+  std::unique_ptr<Signature[]> signatures;         // by slot
   std::size_t slotCount = 0;                       // how many there are
   const struct ElementRecord* previous = nullptr;  // the instance before: its size is a good guess
   std::uint32_t ordinal = 0;                       // position in ModelStore::typesInUse
@@ -48,26 +64,55 @@ struct ElementRecord {
   std::uint16_t count;
   std::uint16_t capacity;
   bool removed;
+  /// A bit for each of the first slots that has an entry; 0 where nobody has asked yet, or where one of these
+  /// entries is in a state other than "value". Readers of typed access keep it, so that the entries, which
+  /// are in another cache line than the record, need not be looked at again. Whoever changes an entry calls
+  /// forgetPlaces().
+  std::uint32_t places;
 
   std::uint16_t* slots() const noexcept { return reinterpret_cast<std::uint16_t*>(payloads + capacity); }
   bool isDatatype() const noexcept { return !use->cls; }
 
-  /// Position of a slot's entry, or -1. An entry never stands behind the place of its slot, and stands there
-  /// where all slots before it are set: that place is looked at first.
+  /// Position of a slot's entry, or -1.
   int find(std::size_t slot) const noexcept {
-    constexpr std::size_t kFew = 32;
-    const std::uint16_t* const entries = slots();
-    std::size_t at = std::min<std::size_t>(slot + 1, count);
-    if (at > kFew) return findSorted(slot);
-    while (at > 0) {
-      const std::size_t there = entries[--at] & cells::kSlotMask;
-      if (there <= slot) return there == slot ? static_cast<int>(at) : -1;
+    const std::uint16_t* s = slots();
+    if (count <= 32) {
+      for (int i = 0; i < count; ++i)
+        if ((s[i] & cells::kSlotMask) == slot) return i;
+      return -1;
     }
-    return -1;
+    return findSorted(slot);
+  }
+
+  void forgetPlaces() noexcept { places = 0; }
+  /// Fills `places` where that can be done. Many threads may read a model: each would note the same.
+  KR0_FRAMEWORK_API void notePlaces() noexcept;
+  /// The cell of a slot that holds a value, or null where there is none or that is not known: then find()
+  /// tells.
+  cells::Cell* findNoted(std::size_t slot) noexcept {
+    if (slot >= kNoted) return nullptr;
+    const std::uint32_t noted = std::atomic_ref(places).load(std::memory_order_relaxed);
+    if ((noted >> slot & 1) == 0) return nullptr;
+    return payloads + countBits(noted & ((std::uint32_t{1} << slot) - 1), slot);
   }
 
  private:
+  static constexpr std::size_t kNoted = 32;
+
+  /// @param bits only the lowest `width` ones may be set. The width is known to the compiler mostly, and so
+  /// is then
+  ///   which way to take. (Without an option for newer processors std::popcount is the call of a function.)
+  static constexpr std::size_t countBits(std::uint32_t bits, std::size_t width) noexcept {
+    constexpr std::uint64_t kOfFour = 0x4332322132212110;
+    if (width <= 4) return kOfFour >> (4 * bits) & 15;
+    if (width <= 8) return (kOfFour >> (4 * (bits & 15)) & 15) + (kOfFour >> (4 * (bits >> 4)) & 15);
+    bits -= bits >> 1 & 0x55555555;
+    bits = (bits & 0x33333333) + (bits >> 2 & 0x33333333);
+    return ((bits + (bits >> 4)) & 0x0F0F0F0F) * 0x01010101 >> 24;
+  }
+
   KR0_FRAMEWORK_API int findSorted(std::size_t slot) const noexcept;
 };
+static_assert(sizeof(ElementRecord) == 48);
 
 }  // namespace kr::zero::internal

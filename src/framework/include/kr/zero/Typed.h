@@ -145,9 +145,8 @@ struct Demand {
   meta::StandardType standard = meta::StandardType::none;  ///< of numbers
   bool isMany = false;
 
-  bool isMetBy(const meta::Property::Impl& property) const noexcept {
-    return property.getKind() == kind && property.isMany() == isMany &&
-           (kind != meta::PropertyKind::number || property.getStandardType() == standard);
+  constexpr internal::Signature signatureFor(std::uint32_t number) const noexcept {
+    return internal::signatureOf(number, kind, standard, isMany);
   }
 };
 
@@ -172,13 +171,19 @@ KR0_FRAMEWORK_API std::size_t findPlace(const ModelStore* store, const ElementRe
 KR0_FRAMEWORK_API cells::Cell defaultNumber(ModelStore* store, ElementRecord* record, std::size_t slot);
 KR0_FRAMEWORK_API std::string_view defaultText(const ElementRecord* record, std::size_t slot);
 KR0_FRAMEWORK_API Uuid defaultUuid(const ElementRecord* record, std::size_t slot);
+/// The cell of what is set, or null where it is unset or empty; notes for the next time where everything is.
+KR0_FRAMEWORK_API cells::Cell* findCell(ElementRecord* record, std::size_t slot) noexcept;
+/// Puts a number's cell into a single property, whatever was there.
 KR0_FRAMEWORK_API void addCell(ModelStore* store, ElementRecord* record, std::size_t slot, cells::Cell cell);
 KR0_FRAMEWORK_API void appendCell(ModelStore* store, ElementRecord* record, std::size_t slot,
                                   cells::Cell cell);
 /// Puts a text into a single property: into the place of the one before where it fits there.
-/// @throws ModelError for what is not well-formed, or no DateTime where it is to be one.
+/// @throws ModelError for what is not well-formed.
 KR0_FRAMEWORK_API void putText(ModelStore* store, ElementRecord* record, std::size_t slot,
                                std::string_view text);
+/// @throws ModelError for what is no DateTime.
+KR0_FRAMEWORK_API void putDateTime(ModelStore* store, ElementRecord* record, std::size_t slot,
+                                   std::string_view text);
 KR0_FRAMEWORK_API void putUuid(ModelStore* store, ElementRecord* record, std::size_t slot, const Uuid& uuid);
 KR0_FRAMEWORK_API void appendText(ModelStore* store, ElementRecord* record, std::size_t slot,
                                   std::string_view text);
@@ -203,29 +208,27 @@ namespace typed {
 
 /// An element and the slot of one of its properties, found and checked: where every access starts from.
 struct Spot {
-  internal::ModelStore* store;
-  internal::ElementRecord* record;
-  std::size_t slot;
+  internal::ModelStore* store = nullptr;
+  internal::ElementRecord* record = nullptr;
+  std::size_t slot = 0;
 
   /// The cell of what is set, or null where it is unset or empty.
   cells::Cell* find() const noexcept {
-    const int at = record->find(slot);
-    if (at < 0 || cells::isEmpty(record->slots()[at])) return nullptr;
-    return record->payloads + at;
+    if (cells::Cell* const noted = record->findNoted(slot)) return noted;
+    return internal::findCell(record, slot);
   }
   /// The cells of a collection; none where it is unset or empty.
   std::span<const cells::Cell> items() const noexcept {
-    const int at = record->find(slot);
-    return at < 0 ? std::span<const cells::Cell>()
-                  : cells::itemsOf(record->slots()[at], record->payloads[at]);
+    const cells::Cell* const cell = find();
+    return cell == nullptr ? std::span<const cells::Cell>() : cells::itemsOf(cells::Entry{}, *cell);
   }
   meta::Property property() const noexcept { return record->use->properties[slot]; }
   /// Puts a number's cell in, whatever was there.
   void put(cells::Cell cell) const {
-    const int at = record->find(slot);
-    if (at < 0) return internal::addCell(store, record, slot, cell);
-    record->payloads[at] = cell;
-    record->slots()[at] = static_cast<cells::Entry>(slot);
+    if (cells::Cell* const noted = record->findNoted(slot))
+      *noted = cell;
+    else
+      internal::addCell(store, record, slot, cell);
   }
 };
 
@@ -242,11 +245,10 @@ template <class Handle>
 Spot locate(const Typed<Handle>& of, Place place, const Demand& demand) {
   internal::ElementRecord* const record = recordOf(of.element());
   internal::ModelStore* const store = internal::ElementAccess::storeOf(of.element());
-  if (place.slot < record->use->slotCount) [[likely]] {
-    const meta::Property::Impl& there = record->use->property(place.slot);
-    if (there.getIdentifier() == place.number && demand.isMetBy(there)) [[likely]]
-      return {store, record, place.slot};
-  }
+  const internal::TypeUse& use = *record->use;
+  if (place.slot < use.slotCount && use.signatures[place.slot] == demand.signatureFor(place.number))
+      [[likely]]
+    return {store, record, place.slot};
   return {store, record, internal::findPlace(store, record, place.number, &demand)};
 }
 
@@ -255,8 +257,9 @@ template <class Handle>
 Spot locate(const Typed<Handle>& of, Place place) {
   internal::ElementRecord* const record = recordOf(of.element());
   internal::ModelStore* const store = internal::ElementAccess::storeOf(of.element());
-  if (place.slot < record->use->slotCount &&
-      record->use->property(place.slot).getIdentifier() == place.number) [[likely]]
+  const internal::TypeUse& use = *record->use;
+  if (place.slot < use.slotCount && internal::identifierOf(use.signatures[place.slot]) == place.number)
+      [[likely]]
     return {store, record, place.slot};
   return {store, record, internal::findPlace(store, record, place.number, nullptr)};
 }
@@ -351,7 +354,10 @@ struct TextForm {
     return internal::defaultText(spot.record, spot.slot);
   }
   static void put(const Spot& spot, std::string_view text) {
-    internal::putText(spot.store, spot.record, spot.slot, text);
+    if constexpr (kind == meta::PropertyKind::dateTime)
+      internal::putDateTime(spot.store, spot.record, spot.slot, text);
+    else
+      internal::putText(spot.store, spot.record, spot.slot, text);
   }
   static void append(const Spot& spot, std::string_view text) {
     internal::appendText(spot.store, spot.record, spot.slot, text);
@@ -395,7 +401,8 @@ template <class T, class Handle>
 Argument<T> get(const Typed<Handle>& of, Place place) {
   const Spot spot = locate(of, place, ValueForm<T>::kDemand);
   const cells::Cell* const cell = spot.find();
-  if (cell == nullptr) return ValueForm<T>::readDefault(spot);
+  if (cell == nullptr) [[unlikely]]
+    return ValueForm<T>::readDefault(spot);
   return ValueForm<T>::read(*cell);
 }
 
@@ -463,6 +470,8 @@ To getChild(const Typed<Handle>& of, Place place, const Demand& demand = kChild)
 template <class To, class Handle>
 To getReference(const Typed<Handle>& of, Place place) {
   const Spot spot = locate(of, place, kReference);
+  if (const cells::Cell* const noted = spot.record->findNoted(spot.slot))
+    return targetAt<To>(spot, *noted, false);
   const int at = spot.record->find(spot.slot);
   if (at < 0) return To();
   const cells::Entry entry = spot.record->slots()[at];
