@@ -23,7 +23,7 @@ int ElementRecord::findSorted(std::size_t slot) const noexcept {
 
 void ElementRecord::notePlaces() noexcept {
   std::uint32_t noted = 0;
-  for (std::size_t at = 0; at < count && cells::slotOf(slots()[at]) < kNoted; ++at) {
+  for (std::size_t at = 0; at < count && cells::slotOf(slots()[at]) < kQuickSlots; ++at) {
     if ((slots()[at] & ~cells::kSlotMask) != 0) return;
     noted |= std::uint32_t{1} << cells::slotOf(slots()[at]);
   }
@@ -42,12 +42,8 @@ TypeUse& ModelStore::use(StructuredType type) {
   made->cls = Class(meta::Type(type));
   made->properties = properties.data();
   made->slotCount = properties.size();
-  made->signatures = std::make_unique<Signature[]>(properties.size());
-  for (std::size_t slot = 0; slot < properties.size(); ++slot) {
-    const PropertyRecord& property = *properties[slot].get();
-    made->signatures[slot] = signatureOf(property.getIdentifier(), property.getKind(),
-                                         property.getStandardType(), property.isMany());
-  }
+  for (std::size_t slot = 0; slot < std::min(properties.size(), kQuickSlots); ++slot)
+    made->signatures[slot] = signatureOf(*properties[slot].get());
   makeRoom(useOrder_);
   if (index >= uses_.size()) uses_.resize(index + 1);
   made->ordinal = static_cast<std::uint32_t>(useOrder_.size());
@@ -109,6 +105,7 @@ ElementRecord* ModelStore::makeChild(TypeUse& use, ElementRecord* container, std
 
 void ModelStore::markRemoved(ElementRecord* record) noexcept {
   record->removed = true;
+  record->forgetPlaces();
   --record->use->live;
   if (record->use->cls) --elements_;
   inOrder_ = false;

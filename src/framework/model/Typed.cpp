@@ -95,14 +95,6 @@ bool replaceByBlocks(cells::Text& place, std::string_view text) noexcept {
   return true;
 }
 
-/// Puts a text into the place of another one, where it is of usual length, of ASCII and fits.
-bool replacePlain(cells::Text& place, std::string_view text) noexcept {
-  if (text.size() > roomOf(place)) return false;
-  if (text.size() >= 16 && text.size() <= 32) return replaceByBlocks<16>(place, text);
-  if (text.size() >= 8 && text.size() < 16) return replaceByBlocks<8>(place, text);
-  return false;
-}
-
 /// @param cell the one of the text that is there; null where there is none.
 void putChecked(ModelStore* store, ElementRecord* record, std::size_t slot, const cells::Cell* cell,
                 std::string_view text) {
@@ -135,7 +127,7 @@ std::size_t findPlace(const ModelStore* store, const ElementRecord* record, std:
   };
   if (slot == meta::StructuredType::Impl::npos)
     fail("has no property with the number " + std::to_string(number));
-  if (demand != nullptr && record->use->signatures[slot] != demand->signatureFor(number))
+  if (demand != nullptr && signatureOf(record->use->property(slot)) != demand->signatureFor(number))
     fail("has the property \"" + record->use->property(slot).getNameUtf8() + "\" with the number " +
          std::to_string(number) + ", which is no " + describe(*demand));
   return slot;
@@ -192,12 +184,17 @@ void appendCell(ModelStore* store, ElementRecord* record, std::size_t slot, cell
   store->append(record, slot, cell);
 }
 
+bool replaceText(cells::Cell cell, std::string_view text) noexcept {
+  auto& place = *reinterpret_cast<cells::Text*>(cell);
+  if (text.size() > roomOf(place)) return false;
+  if (text.size() >= 16 && text.size() <= 32) return replaceByBlocks<16>(place, text);
+  if (text.size() >= 8 && text.size() < 16) return replaceByBlocks<8>(place, text);
+  return false;
+}
+
 void putText(ModelStore* store, ElementRecord* record, std::size_t slot, std::string_view text) {
-  const cells::Cell* cell = record->findNoted(slot);
-  if (cell == nullptr) cell = findCell(record, slot);
-  if (cell != nullptr && replacePlain(*reinterpret_cast<cells::Text*>(*cell), text)) return;
   if (!fl::i18n::isWellFormedUtf8(text)) failAt(store, record, slot, "the text is not well-formed UTF-8");
-  putChecked(store, record, slot, cell, text);
+  putChecked(store, record, slot, findCell(record, slot), text);
 }
 
 void putDateTime(ModelStore* store, ElementRecord* record, std::size_t slot, std::string_view text) {

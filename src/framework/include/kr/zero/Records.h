@@ -7,10 +7,10 @@
 /// and then `capacity` entries, as kr/zero/Cells.h describes.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 #include "kr/zero/Cells.h"
 #include "kr/zero/export.h"
@@ -31,20 +31,24 @@ constexpr Signature signatureOf(std::uint32_t identifier, meta::PropertyKind kin
   const auto number = kind == meta::PropertyKind::number ? static_cast<Signature>(standard) : 0;
   return identifier | static_cast<Signature>(kind) << 32 | number << 40 | Signature{isMany} << 48;
 }
-constexpr std::uint32_t identifierOf(Signature signature) noexcept {
-  return static_cast<std::uint32_t>(signature);
+inline Signature signatureOf(const PropertyRecord& property) noexcept {
+  return signatureOf(property.getIdentifier(), property.getKind(), property.getStandardType(),
+                     property.isMany());
 }
+
+/// Of so many slots a record and its type keep what the quick way of typed access needs.
+inline constexpr std::size_t kQuickSlots = 32;
 
 /// A type as one model uses it.
 struct TypeUse {
   meta::StructuredType type;
-  meta::Class cls;                                 // empty for a datatype
-  const meta::Property* properties = nullptr;      // by slot
-  std::unique_ptr<Signature[]> signatures;         // by slot
-  std::size_t slotCount = 0;                       // how many there are
-  const struct ElementRecord* previous = nullptr;  // the instance before: its size is a good guess
-  std::uint32_t ordinal = 0;                       // position in ModelStore::typesInUse
-  std::size_t live = 0;                            // instances in the model
+  meta::Class cls;                                  // empty for a datatype
+  const meta::Property* properties = nullptr;       // by slot
+  std::size_t slotCount = 0;                        // how many there are
+  const struct ElementRecord* previous = nullptr;   // the instance before: its size is a good guess
+  std::uint32_t ordinal = 0;                        // position in ModelStore::typesInUse
+  std::size_t live = 0;                             // instances in the model
+  std::array<Signature, kQuickSlots> signatures{};  // by slot, of the first ones
 
   const PropertyRecord& property(std::size_t slot) const noexcept { return *properties[slot].get(); }
 };
@@ -68,7 +72,7 @@ struct ElementRecord {
   /// entries is in a state other than "value". Readers of typed access keep it, so that the entries, which
   /// are in another cache line than the record, need not be looked at again. Whoever changes an entry calls
   /// forgetPlaces().
-  std::uint32_t places;
+  mutable std::uint32_t places;
 
   std::uint16_t* slots() const noexcept { return reinterpret_cast<std::uint16_t*>(payloads + capacity); }
   bool isDatatype() const noexcept { return !use->cls; }
@@ -87,18 +91,17 @@ struct ElementRecord {
   void forgetPlaces() noexcept { places = 0; }
   /// Fills `places` where that can be done. Many threads may read a model: each would note the same.
   KR0_FRAMEWORK_API void notePlaces() noexcept;
-  /// The cell of a slot that holds a value, or null where there is none or that is not known: then find()
-  /// tells.
-  cells::Cell* findNoted(std::size_t slot) noexcept {
-    if (slot >= kNoted) return nullptr;
-    const std::uint32_t noted = std::atomic_ref(places).load(std::memory_order_relaxed);
-    if ((noted >> slot & 1) == 0) return nullptr;
-    return payloads + countBits(noted & ((std::uint32_t{1} << slot) - 1), slot);
+  /// Whether it is known that a slot holds a value; where not, find() tells.
+  bool isNoted(std::size_t slot) const noexcept {
+    return slot < kQuickSlots && (std::atomic_ref(places).load(std::memory_order_relaxed) >> slot & 1) != 0;
+  }
+  /// The cell of such a slot.
+  cells::Cell& noted(std::size_t slot) const noexcept {
+    const std::uint32_t before = std::atomic_ref(places).load(std::memory_order_relaxed) & ((1u << slot) - 1);
+    return payloads[countBits(before, slot)];
   }
 
  private:
-  static constexpr std::size_t kNoted = 32;
-
   /// @param bits only the lowest `width` ones may be set. The width is known to the compiler mostly, and so
   /// is then
   ///   which way to take. (Without an option for newer processors std::popcount is the call of a function.)

@@ -177,6 +177,9 @@ KR0_FRAMEWORK_API cells::Cell* findCell(ElementRecord* record, std::size_t slot)
 KR0_FRAMEWORK_API void addCell(ModelStore* store, ElementRecord* record, std::size_t slot, cells::Cell cell);
 KR0_FRAMEWORK_API void appendCell(ModelStore* store, ElementRecord* record, std::size_t slot,
                                   cells::Cell cell);
+/// Puts a text into the place of the one in a cell, where it is of usual length, of ASCII and fits.
+/// @return false, and nothing is changed, where not.
+KR0_FRAMEWORK_API bool replaceText(cells::Cell cell, std::string_view text) noexcept;
 /// Puts a text into a single property: into the place of the one before where it fits there.
 /// @throws ModelError for what is not well-formed.
 KR0_FRAMEWORK_API void putText(ModelStore* store, ElementRecord* record, std::size_t slot,
@@ -214,8 +217,7 @@ struct Spot {
 
   /// The cell of what is set, or null where it is unset or empty.
   cells::Cell* find() const noexcept {
-    if (cells::Cell* const noted = record->findNoted(slot)) return noted;
-    return internal::findCell(record, slot);
+    return record->isNoted(slot) ? &record->noted(slot) : internal::findCell(record, slot);
   }
   /// The cells of a collection; none where it is unset or empty.
   std::span<const cells::Cell> items() const noexcept {
@@ -225,8 +227,8 @@ struct Spot {
   meta::Property property() const noexcept { return record->use->properties[slot]; }
   /// Puts a number's cell in, whatever was there.
   void put(cells::Cell cell) const {
-    if (cells::Cell* const noted = record->findNoted(slot))
-      *noted = cell;
+    if (record->isNoted(slot))
+      record->noted(slot) = cell;
     else
       internal::addCell(store, record, slot, cell);
   }
@@ -258,8 +260,7 @@ Spot locate(const Typed<Handle>& of, Place place) {
   internal::ElementRecord* const record = recordOf(of.element());
   internal::ModelStore* const store = internal::ElementAccess::storeOf(of.element());
   const internal::TypeUse& use = *record->use;
-  if (place.slot < use.slotCount && internal::identifierOf(use.signatures[place.slot]) == place.number)
-      [[likely]]
+  if (place.slot < use.slotCount && use.property(place.slot).getIdentifier() == place.number) [[likely]]
     return {store, record, place.slot};
   return {store, record, internal::findPlace(store, record, place.number, nullptr)};
 }
@@ -364,7 +365,11 @@ struct TextForm {
   }
 };
 template <>
-struct ValueForm<Text> : TextForm<meta::PropertyKind::text> {};
+struct ValueForm<Text> : TextForm<meta::PropertyKind::text> {
+  static bool replace(cells::Cell cell, std::string_view text) noexcept {
+    return internal::replaceText(cell, text);
+  }
+};
 template <>
 struct ValueForm<DateTimeText> : TextForm<meta::PropertyKind::dateTime> {};
 
@@ -397,18 +402,54 @@ constexpr Demand manyOf(Demand demand) noexcept {
 
 // --- Single values -----------------------------------------------------------------------------
 
+/// The way of most accesses, short enough to be copied to where it is used, with all constants of the
+/// property.
+/// @return the record where a value is where it was expected, or null for everything else.
+template <class Handle>
+[[gnu::always_inline]] inline internal::ElementRecord* findQuickly(const Typed<Handle>& of, Place place,
+                                                                   const Demand& demand) noexcept {
+  internal::ElementRecord* const record = internal::ElementAccess::recordOf(of.element());
+  if (place.slot >= internal::kQuickSlots || record == nullptr) return nullptr;
+  if (record->use->signatures[place.slot] != demand.signatureFor(place.number)) [[unlikely]]
+    return nullptr;
+  return record->isNoted(place.slot) ? record : nullptr;
+}
+
 template <class T, class Handle>
-Argument<T> get(const Typed<Handle>& of, Place place) {
+[[gnu::noinline]] Argument<T> getSlowly(const Typed<Handle>& of, Place place) {
   const Spot spot = locate(of, place, ValueForm<T>::kDemand);
   const cells::Cell* const cell = spot.find();
-  if (cell == nullptr) [[unlikely]]
-    return ValueForm<T>::readDefault(spot);
-  return ValueForm<T>::read(*cell);
+  return cell == nullptr ? ValueForm<T>::readDefault(spot) : ValueForm<T>::read(*cell);
+}
+
+template <class T, class Handle>
+[[gnu::always_inline]] inline Argument<T> get(const Typed<Handle>& of, Place place) {
+  const internal::ElementRecord* const record = findQuickly(of, place, ValueForm<T>::kDemand);
+  if (record == nullptr) [[unlikely]]
+    return getSlowly<T>(of, place);
+  return ValueForm<T>::read(record->noted(place.slot));
 }
 
 template <class T>
-void set(const Typed<Element>& of, Place place, std::type_identity_t<Argument<T>> value) {
+[[gnu::noinline]] void setSlowly(const Typed<Element>& of, Place place, Argument<T> value) {
   ValueForm<T>::put(locate(of, place, ValueForm<T>::kDemand), value);
+}
+
+template <class T>
+[[gnu::always_inline]] inline void set(const Typed<Element>& of, Place place,
+                                       std::type_identity_t<Argument<T>> value) {
+  if constexpr (requires { ValueForm<T>::cellOf(value); }) {
+    if (const internal::ElementRecord* const record = findQuickly(of, place, ValueForm<T>::kDemand))
+        [[likely]] {
+      record->noted(place.slot) = ValueForm<T>::cellOf(value);
+      return;
+    }
+  } else if constexpr (requires { ValueForm<T>::replace(cells::Cell{}, value); }) {
+    const internal::ElementRecord* const record = findQuickly(of, place, ValueForm<T>::kDemand);
+    if (record != nullptr && ValueForm<T>::replace(record->noted(place.slot), value)) [[likely]]
+      return;
+  }
+  setSlowly<T>(of, place, value);
 }
 
 template <class Handle>
@@ -470,8 +511,7 @@ To getChild(const Typed<Handle>& of, Place place, const Demand& demand = kChild)
 template <class To, class Handle>
 To getReference(const Typed<Handle>& of, Place place) {
   const Spot spot = locate(of, place, kReference);
-  if (const cells::Cell* const noted = spot.record->findNoted(spot.slot))
-    return targetAt<To>(spot, *noted, false);
+  if (spot.record->isNoted(spot.slot)) return targetAt<To>(spot, spot.record->noted(spot.slot), false);
   const int at = spot.record->find(spot.slot);
   if (at < 0) return To();
   const cells::Entry entry = spot.record->slots()[at];
