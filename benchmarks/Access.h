@@ -9,7 +9,8 @@
 
 namespace kr::zero::bench {
 
-/// Adds a row per limit of kAccessLimits.
+/// Adds a row per limit of kAccessLimits, on items with the required values alone, and the same for
+/// information on those of the library, whose other values lie between.
 /// @param elements of the library; kGateElements where the limits are to mean something.
 /// @param rounds how often each pair is measured.
 /// @throws std::runtime_error where two ways give different values.

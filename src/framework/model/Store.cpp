@@ -168,9 +168,17 @@ std::size_t ModelStore::placeBetween(ElementRecord* record, std::size_t slot, st
   return at;
 }
 
-void ModelStore::setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept {
-  record->slots()[record->find(slot)] = static_cast<std::uint16_t>(slot | state);
+void ModelStore::setEntry(ElementRecord* record, std::size_t at, std::size_t slot,
+                          std::uint16_t state) noexcept {
+  cells::Entry& entry = record->slots()[at];
+  const auto wanted = static_cast<cells::Entry>(slot | state);
+  if (entry == wanted) return;  // what is noted of the element's places still holds
+  entry = wanted;
   record->forgetPlaces();
+}
+
+void ModelStore::setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept {
+  setEntry(record, static_cast<std::size_t>(record->find(slot)), slot, state);
 }
 
 void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
@@ -210,8 +218,7 @@ std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::u
     cell = asPayload(list = enlarge(list, 2));
   else if (list->size == list->capacity)
     cell = asPayload(list = enlarge(list, std::size_t{list->capacity} * 2));
-  if (list->size == 0 || state != 0) record->slots()[at] = static_cast<std::uint16_t>(slot | state);
-  record->forgetPlaces();
+  if (list->size == 0 || state != 0) setEntry(record, at, slot, state);
   list->items()[list->size] = item;
   return list->size++;
 }
@@ -228,8 +235,7 @@ void ModelStore::append(ElementRecord* record, std::size_t slot, std::span<const
     cell = asPayload(list = enlarge(list, std::max(wanted, std::size_t{list->capacity} * 2)));
   std::memcpy(list->items() + list->size, items.data(), items.size_bytes());
   list->size = static_cast<std::uint32_t>(wanted);
-  record->slots()[at] = static_cast<cells::Entry>(slot);
-  record->forgetPlaces();
+  setEntry(record, at, slot, 0);
 }
 
 void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {

@@ -184,6 +184,7 @@ class ModelStore {
  private:
   static constexpr std::uint32_t kBlock = 64;  // records of neighbouring indices that lie together
   std::size_t place(ElementRecord* record, std::size_t slot, std::uint16_t state);
+  static void setEntry(ElementRecord* record, std::size_t at, std::size_t slot, std::uint16_t state) noexcept;
   std::size_t placeLast(ElementRecord* record, std::size_t slot, std::uint16_t state) {
     const std::size_t count = record->count;
     record->slots()[count] = static_cast<std::uint16_t>(slot | state);
