@@ -23,6 +23,7 @@ configure_and_run() {
   command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
   cmake -S "$here/consumer" -B consumer -G Ninja "${launcher[@]}" "$@" >/dev/null
   cmake --build consumer -j "$(nproc)" >/dev/null
+  consumer/typed_consumer
   consumer/consumer
 }
 
