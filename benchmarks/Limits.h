@@ -49,6 +49,19 @@ inline constexpr Limit kEventLimits[] = {
     {{"kr0 tagged events", "read"}, {"MessagePack, packer and visitor", "read"}, 2.0},
 };
 
+/// A loop over the items of that library in memory, of which each gets or sets one value. By name: with a
+/// property's name in place of generated code.
+inline constexpr Limit kAccessLimits[] = {
+    {{"kr0 typed", "get number"}, {"Protocol Buffers", "get number"}, 2.0},
+    {{"kr0 typed", "get text"}, {"Protocol Buffers", "get text"}, 2.0},
+    {{"kr0 typed", "set number"}, {"Protocol Buffers", "set number"}, 2.0},
+    {{"kr0 typed", "set text"}, {"Protocol Buffers", "set text"}, 2.0},
+    {{"kr0 typed", "get number"}, {"kr0 by name", "get number"}, 0.25},
+    {{"kr0 typed", "get text"}, {"kr0 by name", "get text"}, 0.25},
+    {{"kr0 typed", "set number"}, {"kr0 by name", "set number"}, 0.25},
+    {{"kr0 typed", "set text"}, {"kr0 by name", "set text"}, 0.25},
+};
+
 /// Time per element of a large library over that of a small one.
 inline constexpr std::size_t kLargeElements = 1000000;
 inline constexpr std::size_t kSmallElements = 10000;

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "Access.h"
 #include "Gate.h"
 #include "Limits.h"
 #include "Peak.h"
@@ -85,12 +86,22 @@ void printLimits() {
   std::cout << "| ratio, ours / theirs | limit |\n|---|---|\n";
   for (const Limit& limit : kLibraryLimits) row(describe(limit), limit.limit);
   for (const Limit& limit : kEventLimits) row(describe(limit), limit.limit);
+  for (const Limit& limit : kAccessLimits) row(describe(limit), limit.limit);
   row(kWriteGrowth, kWriteGrowthLimit);
   row(kReadGrowth, kReadGrowthLimit);
   const std::string real = std::string("real models: direct read / ") + kEmfForms[0] + " and " + kEmfForms[1];
   row(real + ", each model of 1 MB and more", kLargeEmfLimit);
   row(real + ", each smaller one", kSmallEmfLimit);
   row(std::string(kXmiModel) + ": XMI into a model / pugixml's parse", kXmiLimit);
+}
+
+void addAccessRows(const Options& options, Rows& rows) {
+#ifdef KR0_BENCH_HAS_ACCESS
+  measureAccessRows(options.elements, options.rounds, rows);
+#else
+  (void)options;
+  for (const Limit& limit : kAccessLimits) rows.skip(describe(limit), "built without the tool");
+#endif
 }
 
 // The real models are measured by a program of their own, beside a JVM.
@@ -117,6 +128,7 @@ int run(const Options& options) {
   }
   Rows rows(std::cout);
   measureLibraryRows(options.elements, options.rounds, rows);
+  addAccessRows(options, rows);
   if (!options.json.empty()) rows.writeJson(options.json);
   const bool hold = realRowsHold(options.json) && rows.hold();
   return options.gate && !hold ? 1 : 0;

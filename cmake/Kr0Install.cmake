@@ -22,7 +22,7 @@ if(KR0_BUILD_TOOL)
   # The installed tool finds the libraries beside it, wherever the two were put.
   file(RELATIVE_PATH KR0_BIN_TO_LIB "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(kr0 PROPERTIES INSTALL_RPATH "$ORIGIN/${KR0_BIN_TO_LIB}")
-  install(TARGETS kr0)
+  install(TARGETS kr0 EXPORT kr0Targets)
 endif()
 set_target_properties(${KR0_INSTALLED_LIBRARIES} PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS ${KR0_INSTALLED_LIBRARIES} EXPORT kr0Targets)
@@ -43,6 +43,7 @@ configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/kr0Config.cmake.in
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/kr0ConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/kr0Config.cmake ${PROJECT_BINARY_DIR}/kr0ConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/Kr0GenerateCpp.cmake
   DESTINATION ${KR0_PACKAGE_DIR})
 
 # One .pc file per library: kr0_pkg_config(<target> <description> [required packages...])

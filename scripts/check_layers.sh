@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Prints which layer includes how many headers of which other, and fails on an arrow that points back:
 #
-#   apps -> interop, library, framework     interop -> framework
+#   apps -> interop, library, framework     interop -> framework     interop/cpp -> interop/ecore too
 #   library -> framework's public headers   framework -> nothing of the others
 #
 # The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
@@ -19,8 +19,8 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
 inner_layers=(foundation,text log events,rules meta model io) # from the ground up
-allowed=" apps:interop apps:library apps:framework interop:framework library:framework "
-include_folders="src/framework/include include interop/ecore/include src/framework src interop/ecore apps/kr0"
+allowed=" apps:interop apps:cpp apps:library apps:framework cpp:interop cpp:framework interop:framework library:framework "
+include_folders="src/framework/include include interop/ecore/include interop/cpp/include src/framework src interop/ecore interop/cpp apps/kr0"
 
 layer_of() {
   case $1 in
@@ -28,7 +28,10 @@ layer_of() {
     src/framework/*) echo framework-internal ;;
     include/*) echo library ;;
     src/*) echo library-internal ;;
-    interop/*) echo interop ;;
+    interop/cpp/include/*) echo cpp ;;
+    interop/cpp/*) echo cpp-internal ;;
+    interop/ecore/include/*) echo interop ;;
+    interop/*) echo interop-internal ;;
     apps/*) echo apps ;;
     *) echo outside ;;
   esac
@@ -74,7 +77,8 @@ own_folders() {
   case $1 in
     framework*) echo "src/framework/include src/framework" ;;
     library*) echo "include src" ;;
-    interop) echo "interop/ecore/include interop/ecore" ;;
+    interop*) echo "interop/ecore/include interop/ecore" ;;
+    cpp*) echo "interop/cpp/include interop/cpp" ;;
     apps) echo "apps/kr0" ;;
   esac
 }
@@ -129,10 +133,11 @@ check() {
 # A small tree in which every layer has one header of its own.
 make_tree() {
   mkdir -p src/framework/include/{kr/zero/{meta,log,io},modeling/sylvan,fl} src/framework/{new,text,log,meta,model,io/walk,io/files} include/kr/zero/io src/direct \
-    interop/ecore/include/kr/zero/ecore apps/kr0
+    interop/ecore/include/kr/zero/ecore interop/cpp/include/kr/zero/cpp apps/kr0
   touch src/framework/include/kr/zero/Public.h src/framework/model/Internal.h include/kr/zero/io/Library.h \
     src/framework/include/{kr/zero/{meta/Meta.h,log/Log.h,io/Io.h},modeling/sylvan/Event.h,fl/Text.h} \
-    src/framework/io/files/Files.h src/direct/Direct.h interop/ecore/include/kr/zero/ecore/Ecore.h apps/kr0/Tool.h
+    src/framework/io/files/Files.h src/direct/Direct.h interop/ecore/include/kr/zero/ecore/Ecore.h interop/ecore/Inner.h \
+    interop/cpp/include/kr/zero/cpp/Cpp.h interop/cpp/Code.h apps/kr0/Tool.h
 }
 
 # expect <0 or 1> <file> <header>: how a check of a tree with just this include ends.
@@ -162,6 +167,14 @@ self_check() {
   expect 1 interop/ecore/a.cpp kr/zero/io/Library.h
   expect 1 interop/ecore/a.cpp Tool.h
   expect 1 apps/kr0/a.cpp direct/Direct.h
+  expect 0 apps/kr0/a.cpp kr/zero/cpp/Cpp.h
+  expect 0 interop/cpp/a.cpp kr/zero/ecore/Ecore.h
+  expect 0 interop/cpp/a.cpp Code.h
+  expect 0 interop/ecore/a.cpp Inner.h
+  expect 1 apps/kr0/a.cpp Code.h
+  expect 1 interop/cpp/a.cpp ../ecore/Inner.h
+  expect 1 interop/cpp/a.cpp kr/zero/io/Library.h
+  expect 1 interop/ecore/a.cpp kr/zero/cpp/Cpp.h
   expect 0 src/framework/model/a.cpp kr/zero/meta/Meta.h
   expect 0 src/framework/log/a.cpp fl/Text.h
   expect 0 src/framework/io/walk/a.cpp io/files/Files.h

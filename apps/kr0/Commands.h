@@ -39,4 +39,12 @@ struct SchemaOptions {
 /// The types of meta models and their properties.
 void showSchema(const SchemaOptions& options);
 
+struct GenerateOptions {
+  std::vector<std::string> metaModels;
+  std::string folder;            ///< where the files go; made where it is not there
+  std::string space = "models";  ///< the namespace around all others
+};
+/// C++ classes for the classes of meta models, each file all or nothing.
+void generateCpp(const GenerateOptions& options);
+
 }  // namespace kr::zero::tool

@@ -28,6 +28,7 @@ struct Call {
   ShowOptions info;
   ShowOptions cat;
   SchemaOptions schema;
+  GenerateOptions generate;
 };
 
 CLI::IsMember formats() { return CLI::IsMember({"krb", "krt", "xmi"}); }
@@ -99,9 +100,22 @@ void addSchema(CLI::App& app, SchemaOptions& options) {
   show->callback([&options] { showSchema(options); });
 }
 
+void addGenerate(CLI::App& app, GenerateOptions& options) {
+  CLI::App* verb =
+      addVerb(app, "generate", "Write code for meta models", "kr0 generate cpp library.ecore -o generated");
+  needVerb(*verb, "generate cpp");
+  CLI::App* cpp = addVerb(*verb, "cpp", "Write C++ classes that give typed access to the elements of models",
+                          "kr0 generate cpp library.ecore -o generated --namespace acme::models");
+  cpp->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");
+  cpp->add_option("-o,--output", options.folder, "The folder for the files")->required()->type_name("DIR");
+  cpp->add_option("--namespace", options.space, "The namespace around those of the packages")
+      ->capture_default_str();
+  cpp->callback([&options] { generateCpp(options); });
+}
+
 void describe(CLI::App& app, Call& call) {
   app.require_subcommand(0, 1);
-  needVerb(app, "convert, info, cat or schema show");
+  needVerb(app, "convert, info, cat, schema show or generate cpp");
   app.set_version_flag("--version", "kr0 " KR0_VERSION, "Print the version and end");
   app.add_flag_callback(
       "--verbose", [] { log::setSpanListener(log::makeStderrSpanListener()); },
@@ -111,6 +125,7 @@ void describe(CLI::App& app, Call& call) {
   addInfo(app, call.info);
   addCat(app, call.cat);
   addSchema(app, call.schema);
+  addGenerate(app, call.generate);
 }
 
 int complain(const std::string& what, ExitCode code) {

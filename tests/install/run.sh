@@ -43,6 +43,7 @@ configure_and_run() {
   command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
   cmake -S "$here/consumer" -B consumer -G Ninja "${launcher[@]}" "$@" >/dev/null
   cmake --build consumer -j "$(nproc)" >/dev/null
+  if [ "$way" = find_package ]; then consumer/typed_consumer; fi
   consumer/consumer
 }
 

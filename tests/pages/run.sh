@@ -2,6 +2,7 @@
 # Holds the pages of the project to what they show:
 #
 #   tests/pages/run.sh programs PAGE BUILD_FOLDER   its C++ programs compile, run and print what it says
+#   tests/pages/run.sh typed BUILD_FOLDER           so does what README.md shows of generated code
 #   tests/pages/run.sh demo TOOL                    the demo prints what README.md says
 #
 # Every block "```cpp" of a page is a program of its own. Where the next block is "```text", that is what it prints.
@@ -58,6 +59,22 @@ check_programs() {
   done
 }
 
+# What README.md shows of generated code, in a program around it.
+check_typed() {
+  local build=$1
+  split_page "$root/README.md"
+  "$build/apps/kr0/kr0" generate cpp "$root/examples/library/library.ecore" -o "$work/generated"
+  {
+    printf '#include <iostream>\n#include "generated/library.kr0.h"\n#include "generated/meta_models.kr0.cpp"\n'
+    printf 'int main() {\nauto& registry = kr::zero::meta::MetaRegistry::instance();\n'
+    printf 'models::library::registerIn(registry);\nkr::zero::Model model(registry);\n'
+    cat "$work/typed.inc"
+    echo '}'
+  } > "$work/typed.cpp"
+  compile "$work/typed.cpp" "$build"
+  [ "$("$work/typed")" = "Moby Dick" ]
+}
+
 check_demo() {
   "$root/scripts/demo.sh" "$1" > "$work/printed"
   diff <(awk '$0 == "```" { inside = 0 } inside { print } $0 == "```text" && ++seen == 2 { inside = 1 }' \
@@ -66,6 +83,7 @@ check_demo() {
 
 case $1 in
   programs) check_programs "$2" "$(cd "$3" && pwd)" ;;
+  typed) check_typed "$(cd "$2" && pwd)" ;;
   demo) check_demo "$2" ;;
   *) exit 2 ;;
 esac

@@ -21,6 +21,15 @@ int ElementRecord::findSorted(std::size_t slot) const noexcept {
   return it != last && (*it & cells::kSlotMask) == slot ? static_cast<int>(it - first) : -1;
 }
 
+void ElementRecord::notePlaces() noexcept {
+  std::uint32_t noted = 0;
+  for (std::size_t at = 0; at < count && cells::slotOf(slots()[at]) < kQuickSlots; ++at) {
+    if ((slots()[at] & ~cells::kSlotMask) != 0) return;
+    noted |= std::uint32_t{1} << cells::slotOf(slots()[at]);
+  }
+  std::atomic_ref(places).store(noted, std::memory_order_relaxed);
+}
+
 TypeUse& ModelStore::use(StructuredType type) {
   const std::size_t index = type->getIndex();
   if (index < uses_.size() && uses_[index] != nullptr) return *uses_[index];
@@ -32,6 +41,9 @@ TypeUse& ModelStore::use(StructuredType type) {
   made->type = type;
   made->cls = Class(meta::Type(type));
   made->properties = properties.data();
+  made->slotCount = properties.size();
+  for (std::size_t slot = 0; slot < std::min(properties.size(), kQuickSlots); ++slot)
+    made->signatures[slot] = signatureOf(*properties[slot].get());
   makeRoom(useOrder_);
   if (index >= uses_.size()) uses_.resize(index + 1);
   made->ordinal = static_cast<std::uint32_t>(useOrder_.size());
@@ -93,6 +105,7 @@ ElementRecord* ModelStore::makeChild(TypeUse& use, ElementRecord* container, std
 
 void ModelStore::markRemoved(ElementRecord* record) noexcept {
   record->removed = true;
+  record->forgetPlaces();
   --record->use->live;
   if (record->use->cls) --elements_;
   inOrder_ = false;
@@ -151,11 +164,21 @@ std::size_t ModelStore::placeBetween(ElementRecord* record, std::size_t slot, st
   slots[at] = static_cast<std::uint16_t>(slot | state);
   record->payloads[at] = 0;
   ++record->count;
+  record->forgetPlaces();
   return at;
 }
 
+void ModelStore::setEntry(ElementRecord* record, std::size_t at, std::size_t slot,
+                          std::uint16_t state) noexcept {
+  cells::Entry& entry = record->slots()[at];
+  const auto wanted = static_cast<cells::Entry>(slot | state);
+  if (entry == wanted) return;  // what is noted of the element's places still holds
+  entry = wanted;
+  record->forgetPlaces();
+}
+
 void ModelStore::setState(ElementRecord* record, std::size_t slot, std::uint16_t state) noexcept {
-  record->slots()[record->find(slot)] = static_cast<std::uint16_t>(slot | state);
+  setEntry(record, static_cast<std::size_t>(record->find(slot)), slot, state);
 }
 
 void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
@@ -167,6 +190,7 @@ void ModelStore::erase(ElementRecord* record, std::size_t slot) noexcept {
   std::memmove(record->slots() + at, record->slots() + at + 1, behind * sizeof(std::uint16_t));
   std::memmove(record->payloads + at, record->payloads + at + 1, behind * sizeof(std::uint64_t));
   --record->count;
+  record->forgetPlaces();
 }
 
 /// A list with the items of the old one and room for as many as wanted; null stands for a list without room.
@@ -194,7 +218,7 @@ std::uint32_t ModelStore::append(ElementRecord* record, std::size_t slot, std::u
     cell = asPayload(list = enlarge(list, 2));
   else if (list->size == list->capacity)
     cell = asPayload(list = enlarge(list, std::size_t{list->capacity} * 2));
-  if (list->size == 0 || state != 0) record->slots()[at] = static_cast<std::uint16_t>(slot | state);
+  if (list->size == 0 || state != 0) setEntry(record, at, slot, state);
   list->items()[list->size] = item;
   return list->size++;
 }
@@ -211,7 +235,7 @@ void ModelStore::append(ElementRecord* record, std::size_t slot, std::span<const
     cell = asPayload(list = enlarge(list, std::max(wanted, std::size_t{list->capacity} * 2)));
   std::memcpy(list->items() + list->size, items.data(), items.size_bytes());
   list->size = static_cast<std::uint32_t>(wanted);
-  record->slots()[at] = static_cast<cells::Entry>(slot);
+  setEntry(record, at, slot, 0);
 }
 
 void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {

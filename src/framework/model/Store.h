@@ -1,12 +1,11 @@
 /// @file
 /// Internal: how a model lies in memory.
 ///
-/// An element is a record of fixed size; records stand in blocks, in order of creation, so that an
-/// element's index leads to its record. What is set on it stands in one array of its own, `capacity` cells
-/// and then `capacity` entries, as kr/zero/Cells.h describes. Children and datatype values are pointers to
-/// their records. A resolved reference is a number, so that references can be followed into tables beside
-/// the model without touching each target; while a document is read, it is what its reader remembers of
-/// the target instead (isWaiting).
+/// An element is a record of fixed size (kr/zero/Records.h); records stand in blocks, in order of creation,
+/// so that an element's index leads to its record. Children and datatype values are pointers to their
+/// records. A resolved reference is a number, so that references can be followed into tables beside the model
+/// without touching each target; while a document is read, it is what its reader remembers of the target
+/// instead (isWaiting).
 #pragma once
 
 #include <algorithm>
@@ -22,6 +21,7 @@
 
 #include "kr/zero/Cells.h"
 #include "kr/zero/Model.h"
+#include "kr/zero/Records.h"
 #include "kr/zero/TextHash.h"
 #include "kr/zero/meta/Type.h"
 #include "model/Arena.h"
@@ -37,55 +37,6 @@ using cells::ReferenceTexts;
 using cells::targetIndex;
 using cells::Text;
 using meta::PropertyKind;
-
-/// What the meta model says of a property.
-using PropertyRecord = meta::Property::Impl;
-
-/// A type as one model uses it.
-struct TypeUse {
-  meta::StructuredType type;
-  meta::Class cls;                                 // empty for a datatype
-  const meta::Property* properties = nullptr;      // by slot
-  const struct ElementRecord* previous = nullptr;  // the instance before: its size is a good guess
-  std::uint32_t ordinal = 0;                       // position in ModelStore::typesInUse
-  std::size_t live = 0;                            // instances in the model
-
-  const PropertyRecord& property(std::size_t slot) const noexcept { return *properties[slot].get(); }
-};
-
-struct IdentityRecord {
-  const Text* first;
-  const Text* second;
-};
-
-struct ElementRecord {
-  TypeUse* use;
-  ElementRecord* container;  // null for a root
-  std::uint64_t* payloads;   // `capacity` payloads, then `capacity` slot entries
-  const IdentityRecord* identity;
-  std::uint32_t index;
-  std::uint16_t containerSlot;
-  std::uint16_t count;
-  std::uint16_t capacity;
-  bool removed;
-
-  std::uint16_t* slots() const noexcept { return reinterpret_cast<std::uint16_t*>(payloads + capacity); }
-  bool isDatatype() const noexcept { return !use->cls; }
-
-  /// Position of a slot's entry, or -1.
-  int find(std::size_t slot) const noexcept {
-    const std::uint16_t* s = slots();
-    if (count <= 32) {
-      for (int i = 0; i < count; ++i)
-        if ((s[i] & cells::kSlotMask) == slot) return i;
-      return -1;
-    }
-    return findSorted(slot);
-  }
-
- private:
-  int findSorted(std::size_t slot) const noexcept;
-};
 
 inline ElementRecord* asElement(std::uint64_t item) noexcept {
   return reinterpret_cast<ElementRecord*>(item);  // NOLINT: payloads hold pointers
@@ -192,6 +143,7 @@ class ModelStore {
     std::memcpy(record->payloads + record->count, cells, entries.size() * sizeof(cells::Cell));
     std::memcpy(record->slots() + record->count, entries.data(), entries.size_bytes());
     record->count = static_cast<std::uint16_t>(record->count + entries.size());
+    record->forgetPlaces();
   }
   /// See Arena::getFree.
   cells::FreeMemory& getFreeMemory(std::size_t bytes) { return arena_.getFree(bytes); }
@@ -233,10 +185,12 @@ class ModelStore {
  private:
   static constexpr std::uint32_t kBlock = 64;  // records of neighbouring indices that lie together
   std::size_t place(ElementRecord* record, std::size_t slot, std::uint16_t state);
+  static void setEntry(ElementRecord* record, std::size_t at, std::size_t slot, std::uint16_t state) noexcept;
   std::size_t placeLast(ElementRecord* record, std::size_t slot, std::uint16_t state) {
     const std::size_t count = record->count;
     record->slots()[count] = static_cast<std::uint16_t>(slot | state);
     record->payloads[count] = 0;
+    record->forgetPlaces();
     record->count = static_cast<std::uint16_t>(count + 1);
     return count;
   }
@@ -320,6 +274,7 @@ void forEachWaiting(ElementRecord* record, std::size_t at, Visit&& visit) {
 inline void settleCollection(ElementRecord* record, std::size_t at) noexcept {
   cells::Entry& entry = record->slots()[at];
   if (record->use->property(cells::slotOf(entry)).isMany()) entry &= cells::kSlotMask;
+  record->forgetPlaces();
 }
 
 /// Calls `visit(record)` for every child (or, with `datatypes`, every datatype value too) of a record

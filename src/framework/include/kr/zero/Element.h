@@ -35,6 +35,7 @@ class ConstElement;
 class Element;
 
 namespace internal {
+struct ElementAccess;
 struct ElementRecord;
 class ModelStore;
 struct Handles;
@@ -177,7 +178,7 @@ class KR0_FRAMEWORK_API ConstElement {
   std::uint64_t getUnsigned(PropertyKey property, std::size_t position = 0) const;
   double getReal(PropertyKey property, std::size_t position = 0) const;
   /// Texts: String, StdString, DateTime, JsonValue, StringToStringMap, ZoArray and user-defined
-  /// primitives. The view lives until the model goes.
+  /// primitives. The view lives until the model goes, or until the value is set through kr/zero/Typed.h.
   std::string_view getText(PropertyKey property, std::size_t position = 0) const;
   Uuid getUuid(PropertyKey property, std::size_t position = 0) const;
   DateTime getDateTime(PropertyKey property, std::size_t position = 0) const;
@@ -212,6 +213,7 @@ class KR0_FRAMEWORK_API ConstElement {
   friend class Model;
   friend class Element;
   friend class internal::ModelStore;
+  friend struct internal::ElementAccess;
   friend struct internal::Handles;
   template <class T>
   friend class internal::PropertyValues;
@@ -347,6 +349,7 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
   friend class Model;
   friend class ConstElement;
   friend class internal::ModelStore;
+  friend struct internal::ElementAccess;
   friend struct internal::Handles;
   Element(internal::ModelStore* store, internal::ElementRecord* record) noexcept
       : ConstElement(store, record) {}

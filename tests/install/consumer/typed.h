@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+/// A text on its way through a model, by generated code.
+std::string titleByType();
