@@ -118,7 +118,7 @@ void rethrowReadFailure(const FailedDocument& document, ErrorDetails known) {
     throwError(error.getCode(), document, merge(error.getDetails(), known));
   } catch (const std::bad_alloc&) {
     throwError(ErrorCode::outOfMemory, document, std::move(known),
-               "there is not enough memory for what the document asks for");
+               "there is not enough memory for this document");
   } catch (const std::length_error&) {
     throwError(ErrorCode::damaged, document, std::move(known), "a text is said to be longer than any can be");
   } catch (const std::out_of_range& error) {  // a number that stands for nothing here
