@@ -59,10 +59,11 @@ template <class T>
 concept Settable = PropertySource<T> || std::same_as<T, Element>;
 }  // namespace internal
 
-/// The values of one property, by position; random access.
+/// The values of one property, or the children in it. It has what a vector has for reading: begin, end, size,
+/// empty, [], front and back, for positions below size(); its iterators are random access.
 template <class T>
 using ValueRange = internal::PositionRange<internal::PropertyValues<T>>;
-/// The elements at the top of a model; random access.
+/// The elements at the top of a model, by position as in a ValueRange.
 template <class E>
 using RootRange = internal::PositionRange<internal::ModelRoots<E>>;
 template <class E>
@@ -71,7 +72,9 @@ template <class E>
 class ChildRange;
 template <class E>
 class BasicElementRange;
+/// Elements in document order, which can be changed.
 using ElementRange = BasicElementRange<Element>;
+/// Elements in document order, for reading.
 using ConstElementRange = BasicElementRange<ConstElement>;
 
 /// Wrong use of a model: an unknown property, a value of the wrong kind or out of range, a circle of
@@ -90,11 +93,16 @@ class KR0_FRAMEWORK_API ModelError : public Error {
 /// Names a property of an element: by its name or by its handle. A handle saves the look-up.
 class PropertyKey {
  public:
+  ///@{
+  /// The property of that handle, or of that name, which must live as long as the key.
   PropertyKey(meta::Property property) : property_(property) {}
   PropertyKey(std::string_view name) : name_(name) {}
   PropertyKey(const char* name) : name_(name) {}
   PropertyKey(const std::string& name) : name_(name) {}
+  ///@}
+  /// The handle; empty for a key that is a name.
   meta::Property getProperty() const noexcept { return property_; }
+  /// The name; empty for a key that is a handle.
   std::string_view getName() const noexcept { return name_; }
 
  private:
@@ -111,8 +119,8 @@ enum class PropertyState {
 
 /// The two non-empty texts that name an element across documents. Views into the model.
 struct Identity {
-  std::string_view first;
-  std::string_view second;
+  std::string_view first;   ///< not empty
+  std::string_view second;  ///< not empty
   friend bool operator==(const Identity&, const Identity&) = default;
 };
 
@@ -137,14 +145,18 @@ struct UnresolvedReference {
 class KR0_FRAMEWORK_API ConstElement {
  public:
   ConstElement() noexcept = default;
+  /// Whether it denotes anything, be it removed or not.
   explicit operator bool() const noexcept { return record_ != nullptr; }
+  /// Whether both denote the same one.
   friend bool operator==(ConstElement a, ConstElement b) noexcept { return a.record_ == b.record_; }
 
   /// Whether it was taken out of its model, by itself or with one above it.
   bool isRemoved() const noexcept;
+  /// The class, or the datatype of a value.
   meta::StructuredType getType() const;
   /// The class, or an empty handle for a datatype value.
   meta::Class getClass() const;
+  /// The model that it is in, or was removed from.
   const Model& getModel() const;
   /// The element that contains this one, or an empty handle.
   ConstElement getContainer() const;
@@ -154,9 +166,12 @@ class KR0_FRAMEWORK_API ConstElement {
   std::string getPath() const;
   /// Dense number in order of creation, for tables beside the model.
   std::uint32_t getIndex() const;
+  /// The identity, or nothing; good until it is changed.
   std::optional<Identity> getIdentity() const;
 
+  /// Which of the three states the property is in.
   PropertyState getState(PropertyKey property) const;
+  /// Whether anything was said of the property, be it that it is empty.
   bool isSet(PropertyKey property) const { return getState(property) != PropertyState::unset; }
   /// Number of values: of a single-valued property 0 or 1.
   std::size_t size(PropertyKey property) const;
@@ -171,7 +186,8 @@ class KR0_FRAMEWORK_API ConstElement {
     return read<T, ConstElement>(*this, property, position);
   }
 
-  // Primitive values, by name of what they are.
+  ///@{
+  /// A primitive value, by name of what it is. `position` counts the values of a collection from 0.
   bool getBoolean(PropertyKey property, std::size_t position = 0) const;
   /// Any integer type but UInteger64 beyond the range, and enumerations (the literal's number).
   std::int64_t getInteger(PropertyKey property, std::size_t position = 0) const;
@@ -181,10 +197,12 @@ class KR0_FRAMEWORK_API ConstElement {
   /// primitives. The view lives until the model goes, or until the value is set through kr/zero/Typed.h.
   std::string_view getText(PropertyKey property, std::size_t position = 0) const;
   Uuid getUuid(PropertyKey property, std::size_t position = 0) const;
+  /// The point in time that the text says.
   DateTime getDateTime(PropertyKey property, std::size_t position = 0) const;
   /// The value of any primitive or enumeration as text: numbers in their shortest decimal form that
   /// reads back the same, "true", an enumeration literal's name, a UUID in the 8-4-4-4-12 form.
   std::string getTextForm(PropertyKey property, std::size_t position = 0) const;
+  ///@}
 
   /// The child or datatype value, or an empty handle.
   ConstElement getElement(PropertyKey property, std::size_t position = 0) const;
@@ -250,7 +268,8 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
  public:
   Element() noexcept = default;
 
-  // What ConstElement has, leading to elements that can be changed.
+  ///@{
+  /// As in ConstElement, leading to what can be changed.
   Model& getModel() const;
   Element getContainer() const { return Element(ConstElement::getContainer()); }
   Element getElement(PropertyKey property, std::size_t position = 0) const {
@@ -268,11 +287,13 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
   T get(PropertyKey property, std::size_t position = 0) const {
     return read<T, Element>(*this, property, position);
   }
+  ///@}
 
   /// @throws ModelError where a part is empty, is not well-formed UTF-8, or the first part is "#"
   ///   (kept for identities that a document makes for itself). Two elements with one identity are
   ///   found when the model is written, and by validate().
   void setIdentity(std::string_view first, std::string_view second);
+  /// Back to none.
   void clearIdentity();
 
   /// Back to unset. A child is removed with all below it; see Model::remove.
@@ -299,6 +320,7 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
     else
       set(property, std::nullopt);
   }
+  /// Explicitly empty where the property can be, and unset where not.
   void set(PropertyKey property, std::nullopt_t);
   /// Adds a value at the end of a collection, by the type of the argument as `set` does.
   template <internal::Settable T>
@@ -306,7 +328,8 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
     append(property, canonical(value));
   }
 
-  // Primitive values, by name of what they are.
+  ///@{
+  /// Sets a property that holds one primitive value, by name of what it is, in place of what was there.
   void setBoolean(PropertyKey property, bool value);
   /// Any integer type, enumerations (a literal's number), and Real where it has the very number.
   void setInteger(PropertyKey property, std::int64_t value);
@@ -318,6 +341,9 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
   void setDateTime(PropertyKey property, const DateTime& value);
   /// The inverse of getTextForm; an enumeration literal may be given by name or by text.
   void setTextForm(PropertyKey property, std::string_view text);
+  ///@}
+  ///@{
+  /// Adds a primitive value at the end of a collection, as the operation of that name with `set` sets one.
   void addBoolean(PropertyKey property, bool value);
   void addInteger(PropertyKey property, std::int64_t value);
   void addUnsigned(PropertyKey property, std::uint64_t value);
@@ -326,12 +352,14 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
   void addUuid(PropertyKey property, const Uuid& value);
   void addDateTime(PropertyKey property, const DateTime& value);
   void addTextForm(PropertyKey property, std::string_view text);
+  ///@}
 
   // Children and datatype values.
   /// Makes a child (or datatype value) in a composition (or datatype) property: appends to a
   /// collection, else fills the property, which must not hold one yet.
   /// @param type empty: the property's own type.
   Element create(PropertyKey property, meta::StructuredType type = {});
+  /// The same with the qualified name of the type.
   Element create(PropertyKey property, std::string_view typeName);
   /// Moves an element of this model here from wherever it is; `position` beyond the end appends.
   /// @throws ModelError where it is this element or one above it, or of a class that does not fit.
@@ -339,10 +367,13 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
 
   // References. When the property has a stored opposite, setReference and addReference keep both sides
   // in step.
+  /// Points a single reference at an element of this model.
   void setReference(PropertyKey property, Element target);
+  /// Adds a reference at the end of a collection.
   void addReference(PropertyKey property, Element target);
   /// Like setReference/addReference without touching the other side.
   void putReference(PropertyKey property, Element target);
+  /// Sets a single reference, or adds one to a collection, to what is not in the model.
   void putUnresolved(PropertyKey property, const UnresolvedReference& reference);
 
  private:

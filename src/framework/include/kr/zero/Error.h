@@ -56,13 +56,18 @@ struct ErrorDetails {
 /// Copies share their details. An error that was caused by an exception holds it (std::rethrow_if_nested).
 class KR0_FRAMEWORK_API Error : public std::runtime_error {
  public:
+  ///@{
+  /// From what is wrong, with all that is known of its place or without.
   Error(ErrorCode code, ErrorDetails details);
   Error(ErrorCode code, const std::string& problem);
+  ///@}
   ~Error() override;
   Error(const Error&) noexcept;
   Error& operator=(const Error&) noexcept;
 
+  /// What kind of thing went wrong.
   ErrorCode getCode() const noexcept { return code_; }
+  /// What what() says, in parts; lives as long as the error or a copy of it.
   const ErrorDetails& getDetails() const noexcept { return *details_; }
 
  private:

@@ -61,26 +61,34 @@ class KR0_FRAMEWORK_API Model {
   RootRange<Element> roots();
   RootRange<ConstElement> roots() const;
   ///@}
+  ///@{
   /// All elements in document order.
   ElementRange elements();
   ConstElementRange elements() const;
+  ///@}
+  ///@{
   /// Those of a class or of one that inherits from it.
   /// @throws ModelError where there is no such class.
   ElementRange elements(meta::Class type);
   ConstElementRange elements(meta::Class type) const;
   ElementRange elements(std::string_view className);
   ConstElementRange elements(std::string_view className) const;
+  ///@}
   /// Number of elements (datatype values not counted).
   std::size_t size() const;
   /// Bytes of memory that the model holds.
   std::size_t getMemoryUsed() const;
 
+  ///@{
   /// The elements that refer to `target`, in document order. Looks through the whole model.
   std::vector<Element> getReferrers(ConstElement target);
   std::vector<ConstElement> getReferrers(ConstElement target) const;
+  ///@}
+  ///@{
   /// The element of an identity, or an empty handle. Looks through the whole model.
   Element findByIdentity(std::string_view first, std::string_view second);
   ConstElement findByIdentity(std::string_view first, std::string_view second) const;
+  ///@}
 
   /// Takes an element and all below it out of the model, and with them every reference to them.
   /// Handles to them remain and say so (ConstElement::isRemoved); their memory is given back with the

@@ -25,6 +25,7 @@
 
 namespace kr::zero {
 
+/// The bytes of a UUID, in the order in which its text shows them.
 using Uuid = std::array<std::uint8_t, 16>;
 
 namespace internal {

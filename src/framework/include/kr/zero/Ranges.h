@@ -185,15 +185,22 @@ class KR0_FRAMEWORK_API TreeWalk {
 template <class E>
 class ChildRange {
  public:
+  /// Stands at a child, or behind the last one.
   class Iterator {
    public:
+    ///@{
+    /// What algorithms ask of an iterator.
     using value_type = E;
     using difference_type = std::ptrdiff_t;
     using iterator_category = std::input_iterator_tag;  // it gives values, no references
     using iterator_concept = std::forward_iterator_tag;
+    ///@}
 
     Iterator() = default;
+    /// The element that it stands at.
     E operator*() const { return internal::Handles::make<E>(store_, current_); }
+    ///@{
+    /// Goes to the next one.
     Iterator& operator++() {
       ++place_.position;
       current_ = internal::findContained(parent_, place_);
@@ -204,6 +211,8 @@ class ChildRange {
       ++*this;
       return before;
     }
+    ///@}
+    /// Whether both stand at the same place.
     friend bool operator==(const Iterator& a, const Iterator& b) { return a.current_ == b.current_; }
 
    private:
@@ -218,8 +227,11 @@ class ChildRange {
   };
 
   ChildRange() = default;
+  /// Stands at the first one.
   Iterator begin() const { return parent_ == nullptr ? Iterator() : Iterator(store_, parent_); }
+  /// Behind the last one.
   Iterator end() const { return {}; }
+  /// Whether there is none.
   bool empty() const { return begin() == end(); }
 
  private:
@@ -236,15 +248,22 @@ class ChildRange {
 template <class E>
 class ReferenceRange {
  public:
+  /// Stands at a target, or behind the last one.
   class Iterator {
    public:
+    ///@{
+    /// What algorithms ask of an iterator.
     using value_type = E;
     using difference_type = std::ptrdiff_t;
     using iterator_category = std::input_iterator_tag;  // it gives values, no references
     using iterator_concept = std::forward_iterator_tag;
+    ///@}
 
     Iterator() = default;
+    /// The element that it stands at.
     E operator*() const { return current_; }
+    ///@{
+    /// Goes to the next one.
     Iterator& operator++() {
       ++position_;
       skipUnresolved();
@@ -255,6 +274,8 @@ class ReferenceRange {
       ++*this;
       return before;
     }
+    ///@}
+    /// Whether both stand at the same place.
     friend bool operator==(const Iterator& a, const Iterator& b) { return a.position_ == b.position_; }
 
    private:
@@ -274,8 +295,11 @@ class ReferenceRange {
   };
 
   ReferenceRange() = default;
+  /// Stands at the first one.
   Iterator begin() const { return first_; }
+  /// Behind the last one.
   Iterator end() const { return Iterator(first_.targets_, first_.targets_.size()); }
+  /// Whether there is none.
   bool empty() const { return begin() == end(); }
 
  private:
@@ -291,15 +315,22 @@ class ReferenceRange {
 template <class E>
 class BasicElementRange {
  public:
+  /// Stands at an element, or behind the last one.
   class Iterator {
    public:
+    ///@{
+    /// What algorithms ask of an iterator.
     using value_type = E;
     using difference_type = std::ptrdiff_t;
     using iterator_category = std::input_iterator_tag;  // it gives values, no references
     using iterator_concept = std::forward_iterator_tag;
+    ///@}
 
     Iterator() = default;
+    /// The element that it stands at.
     E operator*() const { return internal::Handles::make<E>(walk_.store(), walk_.current()); }
+    ///@{
+    /// Goes to the next one.
     Iterator& operator++() {
       walk_.advance();
       return *this;
@@ -309,11 +340,14 @@ class BasicElementRange {
       ++*this;
       return before;
     }
+    ///@}
     /// Number of elements above the current one, up to the one below which the walk goes.
     std::size_t getDepth() const noexcept { return walk_.depth(); }
+    /// Whether both stand at the same place.
     friend bool operator==(const Iterator& a, const Iterator& b) {
       return a.walk_.current() == b.walk_.current();
     }
+    /// Whether it stands behind the last one.
     friend bool operator==(const Iterator& it, std::default_sentinel_t) {
       return it.walk_.current() == nullptr;
     }
@@ -325,12 +359,15 @@ class BasicElementRange {
   };
 
   BasicElementRange() = default;
+  /// Stands at the first one.
   Iterator begin() const {
     if (store_ == nullptr) return {};
     return Iterator(start_ == nullptr ? internal::TreeWalk(store_, only_)
                                       : internal::TreeWalk(store_, start_));
   }
+  /// Behind the last one.
   std::default_sentinel_t end() const noexcept { return {}; }
+  /// Whether there is none.
   bool empty() const { return begin() == end(); }
 
  private:
@@ -353,6 +390,7 @@ ValueRange<T> ConstElement::values(PropertyKey property) const {
 
 }  // namespace kr::zero
 
+/// @cond
 // What an iterator needs it carries with it: all of these are views, and their iterators outlive them.
 template <class Source>
 inline constexpr bool std::ranges::enable_view<kr::zero::internal::PositionRange<Source>> = true;
@@ -370,3 +408,4 @@ template <class E>
 inline constexpr bool std::ranges::enable_view<kr::zero::BasicElementRange<E>> = true;
 template <class E>
 inline constexpr bool std::ranges::enable_borrowed_range<kr::zero::BasicElementRange<E>> = true;
+/// @endcond

@@ -31,11 +31,12 @@ enum class Rule : std::uint8_t {
 struct Violation {
   std::string path;      ///< of the element or datatype value, as ConstElement::getPath gives it
   std::string property;  ///< its name; empty where an element as such is wrong
-  Rule rule;
-  std::string text;  ///< what is wrong, without path and property
+  Rule rule;             ///< which rule it is
+  std::string text;      ///< what is wrong, without path and property
   friend bool operator==(const Violation&, const Violation&) = default;
 };
 
+/// No limit for validate().
 inline constexpr std::size_t kAllViolations = static_cast<std::size_t>(-1);
 
 /// Looks at every element and datatype value of a model, in document order. Identities that documents make

@@ -27,6 +27,7 @@ namespace kr::zero::ecore {
 /// A document that cannot be taken in or written out.
 class KR0_ECORE_API EcoreError : public Error {
  public:
+  /// As for Error.
   using Error::Error;
   ~EcoreError() override;
 };
@@ -56,9 +57,8 @@ class KR0_ECORE_API Mapping {
 /// Operations are left out. A feature's annotation with the source "urn:kr0:binary" and the key "id" pins
 /// its number.
 /// @param paths may be empty: the mapping then knows what the registry knows.
-/// @throws Error for a file that cannot be read or is not Ecore, a type that is in none of the files, and
-/// where
-///   the registry refuses the result.
+/// @throws Error for a file that cannot be read or is not Ecore, a type that is in none of the files,
+///   and where the registry refuses the result.
 KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                                             meta::MetaRegistry& registry);
 

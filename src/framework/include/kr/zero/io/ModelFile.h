@@ -29,7 +29,7 @@ struct SaveOptions {
   /// A name of IOFormatProvider. Empty: the format whose suffix the path has, and FORMAT_BINARY where there
   /// is none.
   ustring format = {};
-  Progress progress = {};
+  Progress progress = {};  ///< called while elements are written
 };
 
 /// How a document is read.
@@ -41,11 +41,12 @@ struct LoadOptions {
   ustring format = {};
   /// What errors call the document. Empty: its path, or "the document".
   std::string name = {};
-  ReadLimits limits = {};
-  Progress progress = {};
+  ReadLimits limits = {};     ///< how much the document may be
+  Progress progress = {};     ///< called while elements are read
   SkipListener skipped = {};  ///< see ParseOptions
 };
 
+///@{
 /// Writes a model to a file, all or nothing: to memory first, then to a temporary file beside the
 /// target, synchronised to the disk, then renamed. A save that fails leaves the old file as it was and
 /// no temporary file behind. An old file keeps its permissions and, where the system lets it, its owner;
@@ -60,28 +61,34 @@ KR0_FRAMEWORK_API void saveModel(const Model& model, const std::filesystem::path
                                  const SaveOptions& options = {});
 KR0_FRAMEWORK_API void saveModel(const Model& model, const std::filesystem::path& path,
                                  const ustring& format);
+///@}
 
+///@{
 /// Writes a model to memory, in place of what is there, or to a stream where that stands. A model that cannot
 /// be written leaves them as they were.
 KR0_FRAMEWORK_API void writeModel(const Model& model, std::vector<std::uint8_t>& bytes,
                                   const SaveOptions& options = {});
 KR0_FRAMEWORK_API void writeModel(const Model& model, std::string& bytes, const SaveOptions& options = {});
 KR0_FRAMEWORK_API void writeModel(const Model& model, std::ostream& stream, const SaveOptions& options = {});
+///@}
 
+///@{
 /// Reads a model from a file, pipe or device.
 KR0_FRAMEWORK_API Model loadModel(const std::filesystem::path& path, const LoadOptions& options = {});
 KR0_FRAMEWORK_API Model loadModel(const std::filesystem::path& path, const meta::MetaRegistry& registry,
                                   const ustring& format = {});
+///@}
 
+///@{
 /// Reads a model from memory, or from a stream, which holds nothing else, to its end.
 KR0_FRAMEWORK_API Model readModel(const std::vector<std::uint8_t>& bytes, const LoadOptions& options = {});
 KR0_FRAMEWORK_API Model readModel(std::string_view bytes, const LoadOptions& options = {});
 KR0_FRAMEWORK_API Model readModel(std::istream& stream, const LoadOptions& options = {});
+///@}
 
 /// Writes bytes that are there already to a file, as saveModel does.
-/// @throws std::ios_base::failure with the path and the system's reason; std::invalid_argument for a path
-/// that
-///   holds a NUL.
+/// @throws std::ios_base::failure with the path and the system's reason; std::invalid_argument for a
+///   path that holds a NUL.
 KR0_FRAMEWORK_API void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes);
 
 /// Writes all bytes to an open file, pipe, device or socket, and waits where it is full.

@@ -26,8 +26,11 @@ struct ParseOptions;
 /// found.
 class KR0_FRAMEWORK_API ValueError : public zero::Error {
  public:
+  ///@{
+  /// From what is wrong, with its place or without.
   explicit ValueError(const std::string& problem) : zero::Error(ErrorCode::doesNotFit, problem) {}
   explicit ValueError(ErrorDetails details) : zero::Error(ErrorCode::doesNotFit, std::move(details)) {}
+  ///@}
   ~ValueError() override;
 };
 

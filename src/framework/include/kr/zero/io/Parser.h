@@ -59,6 +59,7 @@ class KR0_FRAMEWORK_API Parser {
   void setParseProcessor(std::unique_ptr<ParseProcessor> processor);
   /// Bounds and listeners for the documents to come; what they throw ends the parse.
   void setOptions(ParseOptions options) { options_ = std::move(options); }
+  /// What setOptions was given.
   const ParseOptions& getOptions() const noexcept { return options_; }
   /// The format's name at IOFormatProvider.
   const ustring& getFormatName() const noexcept { return formatName_; }
@@ -68,10 +69,11 @@ class KR0_FRAMEWORK_API Parser {
   const log::Span& getSpan() const noexcept { return span_; }
   /// What is known of a failure of the last parse beyond its exception's text; what is not known is empty.
   struct Failure {
-    std::string detail;
+    std::string detail;                       ///< what is wrong, more closely than the exception says
     std::optional<std::uint64_t> byteOffset;  ///< where reading had come to
     std::string path;                         ///< of the innermost element that was open
   };
+  /// That of the last parse.
   Failure getFailure() const;
   /// The same in one line. Empty where nothing is known.
   std::string describeFailure() const;

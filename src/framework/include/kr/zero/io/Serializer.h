@@ -20,8 +20,11 @@ namespace kr::zero::io {
 /// is not in the document. The text names the element by path.
 class KR0_FRAMEWORK_API SerializeError : public zero::Error {
  public:
+  ///@{
+  /// From what is wrong, with its place or without.
   explicit SerializeError(const std::string& problem) : zero::Error(ErrorCode::inexpressible, problem) {}
   explicit SerializeError(ErrorDetails details) : zero::Error(ErrorCode::inexpressible, std::move(details)) {}
+  ///@}
   ~SerializeError() override;
 };
 

@@ -19,8 +19,11 @@ namespace kr::zero::meta {
 /// A meta model that cannot be taken in. The text says what is wrong and where.
 class KR0_FRAMEWORK_API MetaError : public Error {
  public:
+  ///@{
+  /// From what is wrong, with its place or without.
   explicit MetaError(const std::string& problem) : Error(ErrorCode::badMetaModel, problem) {}
   explicit MetaError(ErrorDetails details) : Error(ErrorCode::badMetaModel, std::move(details)) {}
+  ///@}
   ~MetaError() override;
 };
 
@@ -53,13 +56,12 @@ class KR0_FRAMEWORK_API MetaRegistry {
   /// Takes in packages that may refer to each other and to what is known already. All or nothing: after
   /// an exception, std::bad_alloc among them, the registry is as it was.
   /// @throws MetaError where something is inconsistent: a name that is empty, malformed or there already in
-  /// its
-  ///   package, a property's name that readers take for a mark (" S", " E"), a package's URI there already,
-  ///   an unknown type or supertype, supertypes in a circle, an identifier out of range or met twice in one
-  ///   class, two properties of one name meeting in one class, bounds that contradict, a composite that is no
-  ///   class, a datatype that holds a class or itself, an opposite that does not fit. Also where the
-  ///   properties that all classes list come to more than 8 million (classes that list the same ones counted
-  ///   once): chains of thousands of classes that each add some.
+  ///   its package, a property's name that readers take for a mark (" S", " E"), a package's URI there
+  ///   already, an unknown type or supertype, supertypes in a circle, an identifier out of range or met twice
+  ///   in one class, two properties of one name meeting in one class, bounds that contradict, a composite
+  ///   that is no class, a datatype that holds a class or itself, an opposite that does not fit. Also where
+  ///   the properties that all classes list come to more than 8 million (classes that list the same ones
+  ///   counted once): chains of thousands of classes that each add some.
   void add(const std::vector<PackageDefinition>& packages);
   /// The same for one package.
   void add(const PackageDefinition& package);
