@@ -4,9 +4,9 @@
 ///     kr::zero::io::saveModel(model, "books.krb");
 ///     kr::zero::Model again = kr::zero::io::loadModel("books.krb");
 ///
-/// saveModel, writeModel, loadModel and readModel throw kr::zero::Error and nothing else, an exception that caused it
-/// nested in it; std::bad_alloc only where there is no memory left to say even that.
-/// Threads: each call is on its own; a model may be written by several at once.
+/// saveModel, writeModel, loadModel and readModel throw kr::zero::Error and nothing else, an exception that
+/// caused it nested in it; std::bad_alloc only where there is no memory left to say even that. Threads: each
+/// call is on its own; a model may be written by several at once.
 #pragma once
 
 #include <cstdint>
