@@ -1,5 +1,9 @@
 // Where the reader of the tagged format takes its bytes from.
 
+#include <fstream>
+#include <istream>
+#include <sstream>
+
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
 #include "fl/filesystem/path.h"
@@ -24,24 +28,26 @@ bool BinaryAssembler::Source::isEmpty() {
 }
 
 BinaryAssembler::FileSource::FileSource(const ustring& path)
-    : buffer_(std::make_unique_for_overwrite<char[]>(kFileBufferBytes)) {
+    : buffer_(std::make_unique_for_overwrite<char[]>(kFileBufferBytes)),
+      stream_(std::make_unique<std::ifstream>()) {
   // A buffer must be set before the file is opened, or it is not used.
-  stream_.rdbuf()->pubsetbuf(buffer_.get(), kFileBufferBytes);
-  stream_.open(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path), std::ios::binary);
-  requireGood(stream_);
+  stream_->rdbuf()->pubsetbuf(buffer_.get(), kFileBufferBytes);
+  stream_->open(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path), std::ios::binary);
+  requireGood(*stream_);
 }
 
 BinaryAssembler::FileSource::~FileSource() = default;
-std::istream& BinaryAssembler::FileSource::stream() { return stream_; }
+std::istream& BinaryAssembler::FileSource::stream() { return *stream_; }
 
 BinaryAssembler::StreamSource::StreamSource(std::istream& stream) : stream_(stream) { requireGood(stream_); }
 BinaryAssembler::StreamSource::~StreamSource() = default;
 std::istream& BinaryAssembler::StreamSource::stream() { return stream_; }
 
-BinaryAssembler::StringSource::StringSource(const std::string& bytes) : stream_(bytes, std::ios::binary) {
-  requireGood(stream_);
+BinaryAssembler::StringSource::StringSource(const std::string& bytes)
+    : stream_(std::make_unique<std::istringstream>(bytes, std::ios::binary)) {
+  requireGood(*stream_);
 }
 BinaryAssembler::StringSource::~StringSource() = default;
-std::istream& BinaryAssembler::StringSource::stream() { return stream_; }
+std::istream& BinaryAssembler::StringSource::stream() { return *stream_; }
 
 }  // namespace kr::zero::io

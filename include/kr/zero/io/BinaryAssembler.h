@@ -4,10 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
-#include <istream>
+#include <iosfwd>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -74,7 +72,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
 
    private:
     std::unique_ptr<char[]> buffer_;
-    std::ifstream stream_;
+    std::unique_ptr<std::ifstream> stream_;
   };
 
   /// A stream of the caller's, kept by reference. Raises "CorruptInput" where it has failed already.
@@ -98,7 +96,7 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
     std::istream& stream() override;
 
    private:
-    std::istringstream stream_;
+    std::unique_ptr<std::istream> stream_;
   };
 
   /// @param processor receives the events; must outlive the assembler.

@@ -1,5 +1,6 @@
 #include "kr/zero/io/Sink.h"
 
+#include <fstream>
 #include <ostream>
 
 #include "fl/filesystem/path.h"
@@ -41,8 +42,9 @@ void requireGood(const std::ostream& stream) {
 Sink::~Sink() = default;
 
 FileSink::FileSink(const ustring& path)
-    : path_(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path)) {
-  if (file_.open(path_, std::ios::out | std::ios::binary | std::ios::trunc) == nullptr) {
+    : path_(fl::filesystem::detail::make_native_access_form_with_cleanup_i18n(path)),
+      file_(std::make_unique<std::filebuf>()) {
+  if (file_->open(path_, std::ios::out | std::ios::binary | std::ios::trunc) == nullptr) {
     internal::throwIoFailure("cannot create \"" + path_ + "\"", errno);
   }
 }
@@ -51,24 +53,24 @@ FileSink::~FileSink() = default;
 
 Sink& FileSink::write(const std::string& bytes) {
   errno = 0;
-  if (!put(file_, bytes)) fail(file_, path_);
+  if (!put(*file_, bytes)) fail(*file_, path_);
   return *this;
 }
 
 Sink& FileSink::writeByte(const unsigned char& byte) {
   errno = 0;
-  if (Traits::eq_int_type(file_.sputc(static_cast<char>(byte)), Traits::eof())) fail(file_, path_);
+  if (Traits::eq_int_type(file_->sputc(static_cast<char>(byte)), Traits::eof())) fail(*file_, path_);
   return *this;
 }
 
 void FileSink::flush() {
   errno = 0;
-  if (!file_.is_open() || file_.pubsync() != 0) fail(file_, path_);
+  if (!file_->is_open() || file_->pubsync() != 0) fail(*file_, path_);
 }
 
 void FileSink::close() {
-  if (!file_.is_open()) return;
-  if (file_.close() == nullptr) fail(file_, path_);
+  if (!file_->is_open()) return;
+  if (file_->close() == nullptr) fail(*file_, path_);
 }
 
 StreamSink::StreamSink(std::ostream& stream) : stream_(stream) {}

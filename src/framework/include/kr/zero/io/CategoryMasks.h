@@ -2,7 +2,6 @@
 /// Which properties a walk visits, pass by pass.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -60,7 +59,10 @@ class CategoryMasks {
 
   /// Whether both have the same masks in the same order.
   friend bool operator==(const CategoryMasks& a, const CategoryMasks& b) noexcept {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    if (a.size() != b.size()) return false;
+    for (std::size_t pass = 0; pass < a.size(); ++pass)
+      if (a[pass] != b[pass]) return false;
+    return true;
   }
 
  private:

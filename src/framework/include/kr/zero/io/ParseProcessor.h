@@ -2,7 +2,7 @@
 /// What a format's reader calls: one operation per thing found in a document.
 #pragma once
 
-#include <boost/optional.hpp>
+#include <boost/optional/optional_fwd.hpp>
 #include <memory>
 #include <string>
 #include <utility>

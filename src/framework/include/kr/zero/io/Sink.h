@@ -2,8 +2,8 @@
 /// Byte sinks.
 #pragma once
 
-#include <fstream>
 #include <iosfwd>
+#include <memory>
 #include <string>
 
 #include "kr/zero/export.h"
@@ -44,7 +44,7 @@ class KR0_FRAMEWORK_API FileSink final : public Sink {
 
  private:
   std::string path_;
-  std::filebuf file_;
+  std::unique_ptr<std::filebuf> file_;
 };
 
 /// Writes to a stream of the caller's, kept by reference.
