@@ -1,5 +1,7 @@
 #include "sylvan/StreamBytes.h"
 
+#include <istream>
+
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
 

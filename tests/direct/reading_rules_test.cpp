@@ -1,6 +1,7 @@
 // What the reader of the direct format does with each form, rule by rule.
 #include <gtest/gtest.h>
 
+#include <boost/optional.hpp>
 #include <fstream>
 
 #include "framework/io/LibraryModel.h"

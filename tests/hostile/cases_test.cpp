@@ -1,6 +1,7 @@
 // Mistakes that readers of other formats have made, one test each.
 #include <gtest/gtest.h>
 
+#include <boost/optional.hpp>
 #include <limits>
 
 #include "hostile/DamageCheck.h"

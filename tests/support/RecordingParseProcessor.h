@@ -7,6 +7,7 @@
 #pragma once
 
 #include <algorithm>
+#include <boost/optional.hpp>
 #include <limits>
 #include <map>
 #include <string>

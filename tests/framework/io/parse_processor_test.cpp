@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <boost/optional.hpp>
+
 #include "framework/io/LibraryModel.h"
 #include "kr/zero/io/ParseProcessor.h"
 #include "kr/zero/meta/StandardTypes.h"

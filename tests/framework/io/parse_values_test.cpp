@@ -1,6 +1,8 @@
 // Values on their way from a document into the model: whole, checked, and where they belong.
 #include <gtest/gtest.h>
 
+#include <boost/optional.hpp>
+
 #include "framework/io/LibraryModel.h"
 #include "kr/zero/DateTime.h"
 #include "kr/zero/io/ParseProcessor.h"

@@ -1,6 +1,7 @@
 // References of a document: they wait in the model until all of it was read.
 #include <gtest/gtest.h>
 
+#include <boost/optional.hpp>
 #include <string>
 
 #include "framework/io/LibraryModel.h"

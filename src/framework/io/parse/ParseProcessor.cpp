@@ -2,6 +2,7 @@
 // operations that readers may call directly.
 #include "kr/zero/io/ParseProcessor.h"
 
+#include <boost/optional.hpp>
 #include <typeinfo>
 #include <utility>
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <bit>
+#include <boost/optional.hpp>
 
 #include "fl/i18n/utf8.h"
 #include "kr/zero/KeptMemory.h"

@@ -72,12 +72,13 @@ inline constexpr bool isMutable = std::same_as<Handle, Element>;
 
 /// Marks a constructor that takes a handle's word for it: who calls it knows the element's class.
 struct Unchecked {};
+/// The mark to pass.
 inline constexpr Unchecked kUnchecked{};
 
 /// A type of a meta model by name.
 struct TypeName {
-  std::string_view packageUri;
-  std::string_view qualifiedName;
+  std::string_view packageUri;     ///< URI of the package that it is in
+  std::string_view qualifiedName;  ///< with the names of all packages around it: "library.Book"
 };
 
 }  // namespace typed
@@ -87,14 +88,19 @@ struct TypeName {
 template <class Handle>
 class Typed {
  public:
+  /// An empty handle: there is no element.
   Typed() noexcept = default;
+  /// Takes the handle's word for it; as() and tryAs() look at the element's class first.
   Typed(typed::Unchecked, const Handle& element) noexcept : element_(element) {}
 
-  /// The handle, for access by name.
+  ///@{
+  /// The handle, for access by name. The reference lives as long as this object.
   const Handle& element() const noexcept { return element_; }
   operator const Handle&() const noexcept { return element_; }
+  ///@}
   /// Whether there is an element.
   explicit operator bool() const noexcept { return static_cast<bool>(element_); }
+  /// Whether both denote the same element, or none.
   friend bool operator==(const Typed& a, const Typed& b) noexcept { return a.element_ == b.element_; }
 
  private:
@@ -108,13 +114,14 @@ struct EnumLiterals;
 
 namespace typed {
 
-/// A literal of an enumeration: its name in the meta model, its text in documents and its number.
+/// A literal of an enumeration.
 struct Literal {
-  std::string_view name;
-  std::string_view text;
-  std::int32_t number;
+  std::string_view name;  ///< in the meta model
+  std::string_view text;  ///< in documents
+  std::int32_t number;    ///< that of the enumerator
 };
 
+/// A generated enumeration.
 template <class E>
 concept Enumeration = std::is_enum_v<E> && requires {
   EnumLiterals<E>::kLiterals.size();
@@ -132,6 +139,10 @@ concept Class = requires(const T& value) {
 struct Text {};
 /// The same for DateTime.
 struct DateTimeText {};
+
+// What generated code calls for its properties, up to the collections. Programs call the members that it has
+// instead, so the reference leaves it out.
+/// @cond
 
 /// A property as generated code knows it.
 struct Place {
@@ -546,22 +557,33 @@ inline void setReference(const Typed<Element>& of, Place place, const Element& t
   Element(of.element()).setReference(spot.property(), target);
 }
 
+/// @endcond
+
 // --- Collections -------------------------------------------------------------------------------
 
-/// Goes through the cells of a collection. `Form` makes a value of a cell.
+/// Goes through the cells of a collection until the property is changed. `Form` makes a value of a cell.
 template <class Form>
 class ManyIterator {
  public:
+  ///@{
+  /// What the standard library asks of an iterator. It gives values, not references: in the sense of before
+  /// C++20 it is an input iterator.
   using value_type = decltype(std::declval<const Form&>()(cells::Cell{}));
   using reference = value_type;
   using difference_type = std::ptrdiff_t;
   using pointer = void;
-  using iterator_category = std::input_iterator_tag;  // what it gives is no reference
+  using iterator_category = std::input_iterator_tag;
   using iterator_concept = std::forward_iterator_tag;
+  ///@}
 
+  /// At no collection: only to be assigned to.
   ManyIterator() = default;
+  /// Called by the ranges.
   ManyIterator(const Form& form, const cells::Cell* cell) : form_(form), cell_(cell) {}
+  /// The value here; not to be asked for at the end.
   value_type operator*() const { return form_(*cell_); }
+  ///@{
+  /// Goes to the next value; not to be called at the end.
   ManyIterator& operator++() {
     ++cell_;
     return *this;
@@ -571,6 +593,8 @@ class ManyIterator {
     ++cell_;
     return before;
   }
+  ///@}
+  /// Whether both stand at the same value of one collection.
   friend bool operator==(const ManyIterator& a, const ManyIterator& b) { return a.cell_ == b.cell_; }
 
  private:
@@ -583,11 +607,15 @@ class ManyIterator {
 template <class Handle>
 class Many {
  public:
+  /// Called by the ranges of each kind.
   Many(const Typed<Handle>& of, Place place, const Demand& demand)
       : element_(of.element()), place_(place), demand_(demand) {}
 
+  /// How many there are: 0 where the property is unset or empty.
   std::size_t size() const { return spot().items().size(); }
+  /// Whether there is none.
   bool empty() const { return size() == 0; }
+  /// Which of the three states the property is in.
   PropertyState getState() const { return element_.getState(spot().property()); }
   /// Takes one value out; a child goes with all below it, see Model::remove.
   void removeAt(std::size_t position) const requires isMutable<Handle> {
@@ -597,7 +625,10 @@ class Many {
   void unset() const requires isMutable<Handle> { Handle(element_).unset(spot().property()); }
 
  protected:
+  /// The element and the slot of the property, looked up with each access.
+  /// @throws ModelError where there is no element, or its property is not what is demanded.
   Spot spot() const { return locate(Typed<Handle>(kUnchecked, element_), place_, demand_); }
+  /// The cell at a position.
   /// @throws ModelError where there is no such position.
   static cells::Cell itemAt(const Spot& spot, std::size_t position) {
     const std::span<const cells::Cell> items = spot.items();
@@ -605,6 +636,7 @@ class Many {
       internal::failPosition(spot.store, spot.record, spot.slot, position, items.size());
     return items[position];
   }
+  /// The element that has the property.
   const Handle& element() const noexcept { return element_; }
 
  private:
@@ -613,8 +645,10 @@ class Many {
   Demand demand_;
 };
 
+/// What iterators of Values make of a cell.
 template <class T>
 struct ReadValue {
+  /// The value in a cell.
   Argument<T> operator()(cells::Cell cell) const noexcept { return ValueForm<T>::read(cell); }
 };
 
@@ -622,19 +656,29 @@ struct ReadValue {
 template <class T, class Handle>
 class Values : public Many<Handle> {
  public:
+  /// A number, an enumerator, a UUID, or a view of a text, good until the property is changed.
   using value_type = Argument<T>;
+  /// Goes through the values.
   using iterator = ManyIterator<ReadValue<T>>;
+  /// Called by getters of generated classes.
   Values(const Typed<Handle>& of, Place place) : Many<Handle>(of, place, manyOf(ValueForm<T>::kDemand)) {}
 
+  ///@{
+  /// The values in their order; iterators stand until the property is changed.
   iterator begin() const { return {{}, this->spot().items().data()}; }
   iterator end() const {
     const auto items = this->spot().items();
     return {{}, items.data() + items.size()};
   }
+  ///@}
+  /// The value at a position, from 0.
   /// @throws ModelError where there is no such position.
   value_type operator[](std::size_t position) const {
     return ValueForm<T>::read(this->itemAt(this->spot(), position));
   }
+  /// Adds a value at the end.
+  /// @throws ModelError for a number that no literal of the enumeration has, a text that is not well-formed,
+  ///   and what is no DateTime. Nothing is added then.
   void add(value_type value) const requires isMutable<Handle> { ValueForm<T>::append(this->spot(), value); }
   /// Says that there is no value, which is not the same as unset.
   void setEmpty() const requires isMutable<Handle> {
@@ -642,9 +686,11 @@ class Values : public Many<Handle> {
   }
 };
 
+/// What iterators of Children make of a cell.
 template <class To>
 struct ReadChild {
-  Spot spot{};
+  Spot spot{};  ///< where the collection is
+  /// The child in a cell.
   To operator()(cells::Cell cell) const noexcept { return childAt<To>(spot, cell); }
 };
 
@@ -652,11 +698,16 @@ struct ReadChild {
 template <class To, class Handle>
 class Children : public Many<Handle> {
  public:
+  /// The class of the property.
   using value_type = To;
+  /// Goes through the children.
   using iterator = ManyIterator<ReadChild<To>>;
+  /// Called by getters of generated classes.
   Children(const Typed<Handle>& of, Place place, const Demand& demand = kChild)
       : Many<Handle>(of, place, manyOf(demand)) {}
 
+  ///@{
+  /// The children in their order; iterators stand until the property is changed.
   iterator begin() const {
     const Spot spot = this->spot();
     return {{spot}, spot.items().data()};
@@ -666,6 +717,8 @@ class Children : public Many<Handle> {
     const auto items = spot.items();
     return {{spot}, items.data() + items.size()};
   }
+  ///@}
+  /// The child at a position, from 0.
   /// @throws ModelError where there is no such position.
   To operator[](std::size_t position) const {
     const Spot spot = this->spot();
@@ -685,9 +738,11 @@ class Children : public Many<Handle> {
   }
 };
 
+/// What iterators of References make of a cell.
 template <class To>
 struct ReadReference {
-  Spot spot{};
+  Spot spot{};  ///< where the collection is
+  /// The target of the reference in a cell.
   To operator()(cells::Cell cell) const noexcept {
     return targetAt<To>(spot, cell, cells::isUnresolved(cell));
   }
@@ -697,10 +752,15 @@ struct ReadReference {
 template <class To, class Handle>
 class References : public Many<Handle> {
  public:
+  /// The class of the property.
   using value_type = To;
+  /// Goes through the targets.
   using iterator = ManyIterator<ReadReference<To>>;
+  /// Called by getters of generated classes.
   References(const Typed<Handle>& of, Place place) : Many<Handle>(of, place, manyOf(kReference)) {}
 
+  ///@{
+  /// The targets in their order; iterators stand until the property is changed.
   iterator begin() const {
     const Spot spot = this->spot();
     return {{spot}, spot.items().data()};
@@ -710,6 +770,8 @@ class References : public Many<Handle> {
     const auto items = spot.items();
     return {{spot}, items.data() + items.size()};
   }
+  ///@}
+  /// The target at a position, from 0; an empty handle where it is not in the model.
   /// @throws ModelError where there is no such position.
   To operator[](std::size_t position) const {
     const Spot spot = this->spot();
@@ -746,8 +808,8 @@ To tryAs(const Handle& element) {
   return is<To>(element) ? To(typed::kUnchecked, element) : To();
 }
 
-/// The same.
-/// @throws ModelError where it is not of that class; the text names both.
+/// The element as one of the class `To`.
+/// @throws ModelError where it is not of that class; the text names both. Also where there is no element.
 template <typed::Class To, class Handle>
 To as(const Handle& element) {
   const typename typed::HandleOf<To>::Type& handle = element;

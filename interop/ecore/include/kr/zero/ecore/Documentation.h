@@ -18,10 +18,13 @@ namespace kr::zero::ecore {
 /// control characters. Made by readDocumentation; empty where it is made by itself.
 class KR0_ECORE_API Documentation {
  public:
-  /// The text, or an empty one. Valid as long as this object.
+  ///@{
+  /// The text about a package, a type or a property, or an empty one. Valid as long as this object.
   std::string_view ofPackage(std::string_view uri) const;
   std::string_view of(meta::Type type) const;
   std::string_view of(meta::Property property) const;
+  ///@}
+  /// The text about a literal, likewise.
   /// @param literal one of an enumeration of the registry, not a copy of it.
   std::string_view of(const meta::EnumLiteral& literal) const;
 

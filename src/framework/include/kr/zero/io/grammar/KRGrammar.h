@@ -9,12 +9,11 @@
 #include <vector>
 
 #include "kr/zero/export.h"
+#include "modeling/sylvan/grammar/ProcessorManager.h"
 #include "modeling/sylvan/grammar/RuleSet.h"
 
 namespace modeling::sylvan::grammar {
 class RuleTable;
-template <class Blackboard>
-class ProcessorManager;
 }  // namespace modeling::sylvan::grammar
 
 namespace kr::zero::io::grammar {
