@@ -27,8 +27,8 @@ BinaryEventProcessor::~BinaryEventProcessor() = default;
 
 void BinaryEventProcessor::postprocess(const SerializationOutput& output) { deliver(getBytes(), output); }
 
+// The bytes keep their memory: new pages of the system cost as much time as writing a document into them.
 void BinaryEventProcessor::giveBackMemory() noexcept {
-  bytes_.giveBackLarge();
   clearAndGiveBack(frames_);
   clearAndGiveBack(packageNames_);
   clearAndGiveBack(knownPackageNames_);

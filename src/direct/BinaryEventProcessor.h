@@ -55,9 +55,9 @@ class BinaryEventProcessor : public EventProcessor {
 
   /// Sets or clears both association bits of the first mask.
   void setShouldSerializeAssociations(bool should);
-  /// Forgets the document, however it ended, but for the bytes of a small one.
+  /// Forgets the document, however it ended, but for its bytes; of large tables the memory goes.
   virtual void giveBackMemory() noexcept;
-  /// The bytes of the document, until the next one starts; of a large one, until giveBackMemory().
+  /// The bytes of the document, until the next one starts.
   const values::ByteBuffer& getBytes() const noexcept { return bytes_; }
 
  protected:

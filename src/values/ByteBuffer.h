@@ -12,11 +12,9 @@
 #include <cstring>
 #include <memory>
 
-#include "kr/zero/KeptMemory.h"
-
 namespace kr::zero::io::values {
 
-/// Keeps its memory when it is cleared, until it is told to give it back.
+/// Keeps its memory when it is cleared.
 class ByteBuffer {
  public:
   ByteBuffer() = default;
@@ -28,13 +26,6 @@ class ByteBuffer {
   std::size_t size() const noexcept { return static_cast<std::size_t>(end_ - bytes_.get()); }
   std::size_t capacity() const noexcept { return static_cast<std::size_t>(limit_ - bytes_.get()); }
   void clear() noexcept { end_ = bytes_.get(); }
-
-  /// Empties a buffer whose memory is more than may be kept, and gives that back.
-  void giveBackLarge() noexcept {
-    if (capacity() <= kMostKeptBytes) return;
-    bytes_.reset();
-    end_ = limit_ = nullptr;
-  }
 
   /// Makes the capacity at least this. The bytes stay; after an exception everything does.
   void reserve(std::size_t capacity) {

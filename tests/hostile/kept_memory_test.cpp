@@ -223,11 +223,14 @@ TEST(KeptMemory, ADirectSerializerKeepsNoTablesOfALargeModel) {
   const Model small = makeSmall();
   Bytes first;
   serializer.serialize(small, SerializationOutput::toByteSequence(first));
-  EXPECT_LE(keptAfter([&] {
-              Bytes bytes;
-              serializer.serialize(large, SerializationOutput::toByteSequence(bytes));
-            }),
-            kMostKept);
+  Bytes document;
+  const auto writeLarge = [&] { serializer.serialize(large, SerializationOutput::toByteSequence(document)); };
+  writeLarge();  // the buffer of the bytes stays, and grows by doubling
+  const auto buffer = static_cast<std::ptrdiff_t>(2 * document.size());
+  io::BinarySerializer fresh;
+  EXPECT_LE(keptAfter([&] { fresh.serialize(large, SerializationOutput::toByteSequence(document)); }),
+            buffer + kMostKept);
+  EXPECT_LE(keptAfter(writeLarge), kMostKept);
   Bytes again;
   serializer.serialize(small, SerializationOutput::toByteSequence(again));
   EXPECT_EQ(again, first);

@@ -26,8 +26,9 @@ class KR0_IO_API BinarySerializer : public Serializer {
   ~BinarySerializer() override;
   const char* getFullyQualifiedVornTypeName() const override;
 
-  /// As the base says. Files are closed when it returns or throws, and no more than 64 KiB of memory is kept
-  /// of a document for the next.
+  /// As the base says. Files are closed when it returns or throws, and no more than 64 KiB of a table is kept
+  /// of a document for the next. The buffer of the bytes keeps the size of the largest document as long as
+  /// the serializer lives.
   void serialize(const Model& model, const SerializationOutput& output) override;
 
   /// Whether associations are written; they are unless switched off.
