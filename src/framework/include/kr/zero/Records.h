@@ -51,6 +51,11 @@ struct TypeUse {
   std::array<Signature, kQuickSlots> signatures{};  // by slot, of the first ones
 
   const PropertyRecord& property(std::size_t slot) const noexcept { return *properties[slot].get(); }
+  /// Of any slot; 0, which is no property's, behind the last one.
+  Signature signature(std::size_t slot) const noexcept {
+    if (slot < kQuickSlots) return signatures[slot];
+    return slot < slotCount ? signatureOf(property(slot)) : 0;
+  }
 };
 
 struct IdentityRecord {

@@ -259,8 +259,7 @@ Spot locate(const Typed<Handle>& of, Place place, const Demand& demand) {
   internal::ElementRecord* const record = recordOf(of.element());
   internal::ModelStore* const store = internal::ElementAccess::storeOf(of.element());
   const internal::TypeUse& use = *record->use;
-  if (place.slot < use.slotCount && use.signatures[place.slot] == demand.signatureFor(place.number))
-      [[likely]]
+  if (use.signature(place.slot) == demand.signatureFor(place.number)) [[likely]]
     return {store, record, place.slot};
   return {store, record, internal::findPlace(store, record, place.number, &demand)};
 }
