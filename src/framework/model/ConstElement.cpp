@@ -5,6 +5,7 @@
 
 #include "kr/zero/Model.h"
 #include "model/Numbers.h"
+#include "model/Path.h"
 #include "model/Target.h"
 #include "model/TextForm.h"
 
@@ -27,18 +28,9 @@ using meta::StandardType;
 
 namespace {
 
-/// The payload of a property's default text, or 0 where there is none or it does not parse. Only for
-/// numbers and enumerations: these need no memory of the model.
-std::uint64_t defaultNumber(const Target& target) {
-  const auto& text = target.property().getDefaultText();
-  std::uint64_t payload = 0;
-  if (text) internal::fromTextForm(target.store, target.property(), *text, payload);
-  return payload;
-}
-
 std::uint64_t numberAt(const Target& target, std::size_t position) {
   const std::uint64_t* item = target.item(position);
-  return item != nullptr ? *item : defaultNumber(target);
+  return item != nullptr ? *item : internal::defaultNumberOf(target.store, target.property());
 }
 
 }  // namespace
@@ -136,18 +128,15 @@ double ConstElement::getReal(PropertyKey property, std::size_t position) const {
 std::string_view ConstElement::getText(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property, ValueSort::text);
   if (const std::uint64_t* item = target.item(position); item != nullptr) return asText(*item)->view();
-  const auto& text = target.property().getDefaultText();
-  return text ? std::string_view(*text) : std::string_view();
+  return internal::defaultTextOf(target.property());
 }
 
 Uuid ConstElement::getUuid(PropertyKey property, std::size_t position) const {
   const Target target = locate(store_, record_, property, ValueSort::uuid);
-  Uuid uuid{};
-  if (const std::uint64_t* item = target.item(position); item != nullptr) {
-    std::memcpy(uuid.data(), reinterpret_cast<const void*>(*item), uuid.size());
-  } else if (const auto& text = target.property().getDefaultText(); text) {
-    uuid = internal::parseUuid(*text).value_or(Uuid{});
-  }
+  const std::uint64_t* const item = target.item(position);
+  if (item == nullptr) return internal::defaultUuidOf(target.property());
+  Uuid uuid;
+  std::memcpy(uuid.data(), reinterpret_cast<const void*>(*item), uuid.size());
   return uuid;
 }
 

@@ -1,6 +1,17 @@
 #include "model/Target.h"
 
+#include "model/Path.h"
+
 namespace kr::zero::internal {
+
+void failAt(const ModelStore& store, const ElementRecord* record, std::size_t slot, const std::string& what) {
+  throw ModelError(
+      {.path = pathOf(store, record) + "." + record->use->property(slot).name(), .problem = what});
+}
+
+std::string describePosition(std::size_t position, std::size_t size) {
+  return "has no position " + std::to_string(position) + ", only " + std::to_string(size) + " values";
+}
 
 void failToUse(const ElementRecord* record) {
   throw ModelError(record == nullptr ? "an empty element handle denotes no element"

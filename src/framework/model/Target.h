@@ -4,10 +4,15 @@
 
 #include <string>
 
-#include "model/Path.h"
 #include "model/Store.h"
 
 namespace kr::zero::internal {
+
+/// @throws ModelError with the path of a property of an element.
+[[noreturn]] void failAt(const ModelStore& store, const ElementRecord* record, std::size_t slot,
+                         const std::string& what);
+/// What is wrong with a position behind the last value.
+std::string describePosition(std::size_t position, std::size_t size);
 
 /// A property of an element, with the slot where its values stand.
 struct Target {
@@ -17,9 +22,7 @@ struct Target {
 
   const PropertyRecord& property() const { return record->use->property(slot); }
 
-  [[noreturn]] void fail(const std::string& what) const {
-    throw ModelError({.path = pathOf(store, record) + "." + property().name(), .problem = what});
-  }
+  [[noreturn]] void fail(const std::string& what) const { failAt(store, record, slot, what); }
   std::string typeName() const { return property().getType()->qualifiedName(); }
 
   [[noreturn]] void failToFit(const char* what) const {
@@ -40,11 +43,8 @@ struct Target {
   const std::uint64_t* item(std::size_t position) const {
     const Values all = values();
     if (position < all.size) return all.items + position;
-    if (property().isMany() || position != 0) failPosition(position, all.size);
+    if (property().isMany() || position != 0) fail(describePosition(position, all.size));
     return nullptr;
-  }
-  [[noreturn]] void failPosition(std::size_t position, std::size_t size) const {
-    fail("has no position " + std::to_string(position) + ", only " + std::to_string(size) + " values");
   }
 
   void put(std::uint64_t payload) const {

@@ -66,4 +66,20 @@ bool fromTextForm(ModelStore& store, const PropertyRecord& slot, std::string_vie
   }
 }
 
+std::uint64_t defaultNumberOf(ModelStore& store, const PropertyRecord& slot) {
+  std::uint64_t payload = 0;
+  if (const auto& text = slot.getDefaultText(); text) fromTextForm(store, slot, *text, payload);
+  return payload;
+}
+
+std::string_view defaultTextOf(const PropertyRecord& slot) {
+  const auto& text = slot.getDefaultText();
+  return text ? std::string_view(*text) : std::string_view();
+}
+
+Uuid defaultUuidOf(const PropertyRecord& slot) {
+  const auto& text = slot.getDefaultText();
+  return text ? parseUuid(*text).value_or(Uuid{}) : Uuid{};
+}
+
 }  // namespace kr::zero::internal

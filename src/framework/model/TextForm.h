@@ -17,4 +17,11 @@ std::string toTextForm(const PropertyRecord& slot, std::uint64_t payload);
 bool fromTextForm(ModelStore& store, const PropertyRecord& slot, std::string_view text,
                   std::uint64_t& payload);
 
+// What a property's default text says; 0, an empty text or UUID where there is none, or it does not parse.
+
+/// The payload of a number or enumeration, which needs no memory of the model.
+std::uint64_t defaultNumberOf(ModelStore& store, const PropertyRecord& slot);
+std::string_view defaultTextOf(const PropertyRecord& slot);
+Uuid defaultUuidOf(const PropertyRecord& slot);
+
 }  // namespace kr::zero::internal

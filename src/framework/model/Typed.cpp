@@ -9,17 +9,12 @@
 #include "model/Numbers.h"
 #include "model/Path.h"
 #include "model/Store.h"
+#include "model/Target.h"
 #include "model/TextForm.h"
 
 namespace kr::zero::internal {
 
 namespace {
-
-[[noreturn]] void failAt(const ModelStore* store, const ElementRecord* record, std::size_t slot,
-                         const std::string& what) {
-  throw ModelError(
-      {.path = pathOf(*store, record) + "." + record->use->property(slot).name(), .problem = what});
-}
 
 std::string describe(const typed::Demand& demand) {
   using meta::PropertyKind;
@@ -49,7 +44,7 @@ std::string describe(const typed::Demand& demand) {
 void requireDateTime(const ModelStore* store, const ElementRecord* record, std::size_t slot,
                      std::string_view text) {
   if (!DateTime::isValid(text))
-    failAt(store, record, slot, "\"" + std::string(text) + "\" is not a DateTime");
+    failAt(*store, record, slot, "\"" + std::string(text) + "\" is not a DateTime");
 }
 
 void requireValid(const ModelStore* store, const ElementRecord* record, std::size_t slot,
@@ -57,7 +52,7 @@ void requireValid(const ModelStore* store, const ElementRecord* record, std::siz
   if (record->use->property(slot).getKind() == meta::PropertyKind::dateTime)
     requireDateTime(store, record, slot, text);
   else if (!fl::i18n::isWellFormedUtf8(text))
-    failAt(store, record, slot, "the text is not well-formed UTF-8");
+    failAt(*store, record, slot, "the text is not well-formed UTF-8");
 }
 
 bool isOf(const meta::Type::Impl& type, const typed::TypeName& name) {
@@ -138,32 +133,26 @@ std::size_t findPlace(const ModelStore* store, const ElementRecord* record, std:
 
 void failLiteral(const ModelStore* store, const ElementRecord* record, std::size_t slot,
                  std::int32_t number) {
-  failAt(store, record, slot,
+  failAt(*store, record, slot,
          "enumeration " + record->use->property(slot).getType()->qualifiedName() +
              " has no literal with the number " + std::to_string(number));
 }
 
 void failPosition(const ModelStore* store, const ElementRecord* record, std::size_t slot,
                   std::size_t position, std::size_t size) {
-  failAt(store, record, slot,
-         "has no position " + std::to_string(position) + ", only " + std::to_string(size) + " values");
+  failAt(*store, record, slot, describePosition(position, size));
 }
 
 cells::Cell defaultNumber(ModelStore* store, ElementRecord* record, std::size_t slot) {
-  const auto& text = record->use->property(slot).getDefaultText();
-  std::uint64_t payload = 0;
-  if (text) fromTextForm(*store, record->use->property(slot), *text, payload);
-  return payload;
+  return defaultNumberOf(*store, record->use->property(slot));
 }
 
 std::string_view defaultText(const ElementRecord* record, std::size_t slot) {
-  const auto& text = record->use->property(slot).getDefaultText();
-  return text ? std::string_view(*text) : std::string_view();
+  return defaultTextOf(record->use->property(slot));
 }
 
 Uuid defaultUuid(const ElementRecord* record, std::size_t slot) {
-  const auto& text = record->use->property(slot).getDefaultText();
-  return text ? parseUuid(*text).value_or(Uuid{}) : Uuid{};
+  return defaultUuidOf(record->use->property(slot));
 }
 
 cells::Cell* findCell(ElementRecord* record, std::size_t slot) noexcept {
@@ -196,7 +185,7 @@ bool replaceText(cells::Cell cell, std::string_view text) noexcept {
 }
 
 void putText(ModelStore* store, ElementRecord* record, std::size_t slot, std::string_view text) {
-  if (!fl::i18n::isWellFormedUtf8(text)) failAt(store, record, slot, "the text is not well-formed UTF-8");
+  if (!fl::i18n::isWellFormedUtf8(text)) failAt(*store, record, slot, "the text is not well-formed UTF-8");
   putChecked(store, record, slot, findCell(record, slot), text);
 }
 

@@ -9,6 +9,7 @@
 #include <ostream>
 #include <sstream>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
 #include "kr/zero/io/ReadFailure.h"
@@ -48,7 +49,10 @@ ustring orDirect(const ustring& name) { return name.empty() ? IOFormatProvider::
   std::throw_with_nested(Error(ErrorCode::unwritable, {.file = name, .problem = rest}));
 }
 
-/// Writes a model to memory, and hands its bytes over. Whatever goes wrong is an Error.
+std::string_view asText(const std::ostringstream& stream) { return stream.view(); }
+
+/// Writes a model to memory, and hands that over: a byte vector or a stream, whichever the format fills.
+/// Whatever goes wrong is an Error.
 /// @param suffixed a name that may tell the format.
 template <class Deliver>
 void write(const Model& model, const SaveOptions& options, const std::string& suffixed, Deliver deliver) {
@@ -59,9 +63,9 @@ void write(const Model& model, const SaveOptions& options, const std::string& su
     const std::unique_ptr<Serializer> serializer = format.makeSerializer();
     serializer->setProgress(options.progress);
     if (format.fillsByteVectors)
-      deliver(asText(serializeToBytes(model, *serializer)));
+      deliver(serializeToBytes(model, *serializer));
     else
-      deliver(serializeToStream(model, *serializer).view());
+      deliver(serializeToStream(model, *serializer));
   } catch (const std::ios_base::failure& failure) {
     throwUnwritable(suffixed, failure.what());
   } catch (const std::invalid_argument&) {
@@ -174,7 +178,8 @@ constexpr const char* kUnnamed = "the document";
 }  // namespace
 
 void saveModel(const Model& model, const std::filesystem::path& path, const SaveOptions& options) {
-  write(model, options, path.string(), [&](std::string_view bytes) { writeFileAtomically(path, bytes); });
+  write(model, options, path.string(),
+        [&](const auto& written) { writeFileAtomically(path, asText(written)); });
 }
 
 void saveModel(const Model& model, const std::filesystem::path& path, const ustring& format) {
@@ -182,15 +187,22 @@ void saveModel(const Model& model, const std::filesystem::path& path, const ustr
 }
 
 void writeModel(const Model& model, std::vector<std::uint8_t>& bytes, const SaveOptions& options) {
-  write(model, options, {}, [&](std::string_view written) { bytes.assign(written.begin(), written.end()); });
+  write(model, options, {}, [&](auto written) {
+    if constexpr (std::is_same_v<decltype(written), std::vector<std::uint8_t>>) {
+      bytes = std::move(written);
+    } else {
+      const std::string_view text = asText(written);
+      bytes.assign(text.begin(), text.end());
+    }
+  });
 }
 
 void writeModel(const Model& model, std::string& bytes, const SaveOptions& options) {
-  write(model, options, {}, [&](std::string_view written) { bytes.assign(written); });
+  write(model, options, {}, [&](const auto& written) { bytes.assign(asText(written)); });
 }
 
 void writeModel(const Model& model, std::ostream& stream, const SaveOptions& options) {
-  write(model, options, {}, [&](std::string_view written) { put(stream, written); });
+  write(model, options, {}, [&](const auto& written) { put(stream, asText(written)); });
 }
 
 Model loadModel(const std::filesystem::path& path, const LoadOptions& options) {
