@@ -40,13 +40,25 @@ EcoreFiles::EcoreFiles(const std::vector<fs::path>& paths, const meta::MetaRegis
   for (std::size_t file = 0; file < files_.size(); ++file) collectPackages(file);
 }
 
+EcoreFiles::EcoreFiles(const std::vector<EcoreFile>& files, const meta::MetaRegistry& registry)
+    : registry_(registry) {
+  for (const EcoreFile& file : files)
+    add(placeOf(fs::path(std::u8string(file.name.begin(), file.name.end()))), file.name, file.text);
+  for (std::size_t file = 0; file < files_.size(); ++file) collectPackages(file);
+}
+
 void EcoreFiles::read(const fs::path& path) {
-  File file;
-  file.place = placeOf(path);
+  const fs::path place = placeOf(path);
   for (const File& other : files_)
-    if (other.place == file.place) return;
-  file.text = decodeXml(readFile(path), path.string());
-  const XmlDocument document(file.text, path.string());
+    if (other.place == place) return;
+  add(place, path.string(), readFile(path));
+}
+
+void EcoreFiles::add(fs::path place, const std::string& name, std::string bytes) {
+  File file;
+  file.place = std::move(place);
+  file.text = decodeXml(std::move(bytes), name);
+  const XmlDocument document(file.text, name);
   file.content = readContent(document, ecoreSchema(), {});
   files_.push_back(std::move(file));
 }

@@ -46,6 +46,9 @@ class EcoreFiles {
   /// @throws EcoreError for a file that cannot be read or is not Ecore.
   EcoreFiles(const std::vector<std::filesystem::path>& paths, const meta::MetaRegistry& registry);
 
+  /// The same for files in memory.
+  EcoreFiles(const std::vector<EcoreFile>& files, const meta::MetaRegistry& registry);
+
   std::size_t size() const noexcept { return files_.size(); }
   const XmiContent& content(std::size_t file) const { return *files_[file].content; }
   /// The text of a file in UTF-8.
@@ -72,6 +75,7 @@ class EcoreFiles {
   };
 
   void read(const std::filesystem::path& path);
+  void add(std::filesystem::path place, const std::string& name, std::string bytes);
   void collectPackages(std::size_t file);
   EcorePackage describe(std::size_t file, Element element, std::size_t parent) const;
   EcoreTarget followOut(std::size_t file, std::string_view uri, std::string_view fragment) const;

@@ -49,9 +49,6 @@ void noteEcoreType(TypeUse& type, std::string_view packageUri, std::string_view 
 
 }  // namespace
 
-EcoreImport::EcoreImport(const std::vector<std::filesystem::path>& paths, meta::MetaRegistry& registry)
-    : registry_(registry), files_(paths, registry) {}
-
 std::unique_ptr<const Mapping::Impl> EcoreImport::run() {
   collectClassifiers();
   for (Classifier& classifier : classifiers_) importSupertypes(classifier);
@@ -418,21 +415,31 @@ void EcoreImport::mapClassifier(Mapping::Impl& mapping, const Classifier& classi
 
 namespace {
 
-std::string joinNames(const std::vector<std::filesystem::path>& paths) {
-  std::string names;
-  for (const std::filesystem::path& path : paths) names += (names.empty() ? "" : ", ") + path.string();
-  return names;
+std::string nameOf(const std::filesystem::path& path) { return path.string(); }
+std::string nameOf(const EcoreFile& file) { return file.name; }
+
+/// Imports the files; whatever goes wrong is an Error that names them.
+template <class Files>
+std::shared_ptr<const Mapping> load(const Files& files, meta::MetaRegistry& registry) {
+  try {
+    return std::make_shared<const Mapping>(EcoreImport(files, registry).run());
+  } catch (...) {
+    std::string names;
+    for (const auto& file : files) names += (names.empty() ? "" : ", ") + nameOf(file);
+    rethrowAsError({.file = std::move(names)});
+  }
 }
 
 }  // namespace
 
 std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                               meta::MetaRegistry& registry) {
-  try {
-    return std::make_shared<const Mapping>(EcoreImport(paths, registry).run());
-  } catch (...) {
-    rethrowAsError({.file = joinNames(paths)});
-  }
+  return load(paths, registry);
+}
+
+std::shared_ptr<const Mapping> loadEcoreFiles(const std::vector<EcoreFile>& files,
+                                              meta::MetaRegistry& registry) {
+  return load(files, registry);
 }
 
 }  // namespace kr::zero::ecore

@@ -39,7 +39,10 @@ struct TypeUse {
 
 class EcoreImport {
  public:
-  EcoreImport(const std::vector<std::filesystem::path>& paths, meta::MetaRegistry& registry);
+  /// @param files paths, or files in memory.
+  template <class Files>
+  EcoreImport(const Files& files, meta::MetaRegistry& registry)
+      : registry_(registry), files_(files, registry) {}
 
   /// Fills the registry and says what goes beyond it.
   std::unique_ptr<const Mapping::Impl> run();

@@ -1,5 +1,7 @@
 // A reader of the target never sees half a file: the bytes go to a new file in the same folder, which
 // takes the target's name once it is complete and on the disk.
+#include "kr/zero/io/AtomicFile.h"
+
 #include <fcntl.h>
 #include <limits.h>
 #include <sys/stat.h>
@@ -7,6 +9,8 @@
 
 #include <charconv>
 #include <cstdio>
+#include <exception>
+#include <memory>
 #include <optional>
 #include <random>
 #include <stdexcept>
@@ -163,43 +167,96 @@ void synchroniseFolder(const std::string& target) {
   internal::throwIoFailure("wrote \"" + target + "\" but cannot synchronise its folder", errno);
 }
 
-// Nobody but the owner may open a file that gets the access rights of an old one before it has them.
-void replaceFile(const std::string& target, const std::optional<Status>& old, std::string_view bytes) {
-  TemporaryFile file(target, old ? kOwnerOnly : kAllButUmask);
-  if ((old && !file.takeAccessFrom(*old)) || !file.write(bytes) || !file.moveTo(target)) failToWrite(target);
-  synchroniseFolder(target);
-}
-
-// Devices and pipes hold nothing that could be kept, and must not be replaced by a file.
-void writeInPlace(const std::string& path, std::string_view bytes) {
-  Descriptor file(openFile(path, O_WRONLY | O_TRUNC));
-  if (!file.isOpen() || !file.write(bytes) || !file.close()) failToWrite(path);
-}
-
 bool mayBeWritten(const std::string& path) {
   return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
 }
 
+std::string nativeName(const std::filesystem::path& path) {
+  const std::string name = path.string();
+  if (name.find('\0') != name.npos) throw std::invalid_argument("path holds a NUL");
+  return name;
+}
+
 }  // namespace
 
-void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {
-  const std::string named = path.string();
-  if (named.find('\0') != named.npos) throw std::invalid_argument("path holds a NUL");
-  const Target target = followLinks(named);
-  if (target.descriptor) {
-    if (!internal::writeAll(*target.descriptor, bytes)) failToWrite(named);
-    return;
+/// Where the bytes go: into an open file of this process, a device or pipe, or a new file beside the target.
+struct AtomicFile::Impl {
+  std::string named;
+  int descriptor = -1;
+  std::optional<Descriptor> inPlace;
+  std::string target;
+  std::optional<TemporaryFile> temporary;
+
+  explicit Impl(const std::filesystem::path& path) : named(nativeName(path)) {
+    const Target followed = followLinks(named);
+    target = followed.path;
+    if (followed.descriptor)
+      descriptor = *followed.descriptor;
+    else
+      open();
   }
-  const std::optional<Status> old = statusOf(named);
-  if (old && S_ISDIR(old->st_mode)) failToWrite(named, EISDIR);
-  // The system follows links that no text tells (to a file that was removed, for one), and what it finds
-  // holds.
-  const std::optional<Status> found = statusOf(target.path);
-  if (old && (!S_ISREG(old->st_mode) || !found || !isSameFile(*old, *found)))
-    return writeInPlace(named, bytes);
-  // Replacing a file asks for rights on its folder alone; one that is read-only stays as it is.
-  if (old && !mayBeWritten(target.path)) failToWrite(target.path);
-  replaceFile(target.path, old, bytes);
+
+  void open() {
+    const std::optional<Status> old = statusOf(named);
+    if (old && S_ISDIR(old->st_mode)) failToWrite(named, EISDIR);
+    // The system follows links that no text tells (to a file that was removed, for one), and what it finds
+    // holds.
+    const std::optional<Status> found = statusOf(target);
+    if (old && (!S_ISREG(old->st_mode) || !found || !isSameFile(*old, *found))) return openInPlace();
+    // Replacing a file asks for rights on its folder alone; one that is read-only stays as it is.
+    if (old && !mayBeWritten(target)) failToWrite(target);
+    // Nobody but the owner may open a file that gets the access rights of an old one before it has them.
+    temporary.emplace(target, old ? kOwnerOnly : kAllButUmask);
+    if (old && !temporary->takeAccessFrom(*old)) failToWrite(target);
+  }
+
+  // Devices and pipes hold nothing that could be kept, and must not be replaced by a file.
+  void openInPlace() {
+    inPlace.emplace(openFile(named, O_WRONLY | O_TRUNC));
+    if (!inPlace->isOpen()) failToWrite(named);
+  }
+
+  void write(std::string_view bytes) {
+    if (temporary) {
+      if (!temporary->write(bytes)) failToWrite(target);
+    } else if (!(inPlace ? inPlace->write(bytes) : internal::writeAll(descriptor, bytes))) {
+      failToWrite(named);
+    }
+  }
+
+  void commit() {
+    if (inPlace && !inPlace->close()) failToWrite(named);
+    if (!temporary) return;
+    if (!temporary->moveTo(target)) failToWrite(target);
+    synchroniseFolder(target);
+  }
+};
+
+AtomicFile::AtomicFile(const std::filesystem::path& path) : impl_(std::make_unique<Impl>(path)) {}
+AtomicFile::~AtomicFile() = default;
+void AtomicFile::write(std::string_view bytes) { impl_->write(bytes); }
+void AtomicFile::commit() { impl_->commit(); }
+
+void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {
+  AtomicFile file(path);
+  file.write(bytes);
+  file.commit();
+}
+
+void rethrowWriteFailure(const std::string& name) {
+  try {
+    throw;
+  } catch (const std::ios_base::failure& failure) {
+    // The file's name once.
+    const std::string named = "cannot write \"" + name + "\": ";
+    std::string problem = failure.what();
+    if (problem.starts_with(named)) problem = "cannot be written, " + problem.substr(named.size());
+    std::throw_with_nested(zero::Error(ErrorCode::unwritable, {.file = name, .problem = problem}));
+  } catch (const std::invalid_argument&) {
+    rethrowAsError({.file = name}, ErrorCode::misuse);
+  } catch (...) {
+    rethrowAsError({.file = name});
+  }
 }
 
 void writeToDescriptor(int descriptor, std::string_view bytes) {

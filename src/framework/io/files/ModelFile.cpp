@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "kr/zero/io/AtomicFile.h"
 #include "kr/zero/io/ReadFailure.h"
 
 namespace kr::zero::io {
@@ -41,14 +42,6 @@ std::string_view asText(const std::vector<std::uint8_t>& bytes) {
 
 ustring orDirect(const ustring& name) { return name.empty() ? IOFormatProvider::FORMAT_BINARY : name; }
 
-/// A failure of the system while a file was written, with the file's name once.
-[[noreturn]] void throwUnwritable(const std::string& name, std::string_view problem) {
-  const std::string named = "cannot write \"" + name + "\": ";
-  std::string rest(problem);
-  if (problem.starts_with(named)) rest = "cannot be written, " + rest.substr(named.size());
-  std::throw_with_nested(Error(ErrorCode::unwritable, {.file = name, .problem = rest}));
-}
-
 std::string_view asText(const std::ostringstream& stream) { return stream.view(); }
 
 /// Writes a model to memory, and hands that over: a byte vector or a stream, whichever the format fills.
@@ -66,12 +59,8 @@ void write(const Model& model, const SaveOptions& options, const std::string& su
       deliver(serializeToBytes(model, *serializer));
     else
       deliver(serializeToStream(model, *serializer));
-  } catch (const std::ios_base::failure& failure) {
-    throwUnwritable(suffixed, failure.what());
-  } catch (const std::invalid_argument&) {
-    rethrowAsError({.file = suffixed}, ErrorCode::misuse);
   } catch (...) {
-    rethrowAsError({.file = suffixed});
+    rethrowWriteFailure(suffixed);
   }
 }
 

@@ -62,6 +62,30 @@ class KR0_ECORE_API Mapping {
 KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                                             meta::MetaRegistry& registry);
 
+/// A meta model's file in memory.
+struct EcoreFile {
+  std::string name;  ///< a path by which others refer to it; '/' between folders
+  std::string text;
+};
+
+/// The same for files in memory.
+KR0_ECORE_API std::shared_ptr<const Mapping> loadEcoreFiles(const std::vector<EcoreFile>& files,
+                                                            meta::MetaRegistry& registry);
+
+/// The mapping of what a registry knows, with nothing special about it.
+KR0_ECORE_API std::shared_ptr<const Mapping> describeRegistry(const meta::MetaRegistry& registry);
+
+/// Packages with all that they refer to.
+struct PackageClosure {
+  std::vector<std::string> packageUris;  ///< sorted
+  /// What says them, numbers pinned: the files that they came from, named as they lie beside each other, others
+  /// written from the registry. Packages that this library has built in are in none.
+  std::vector<EcoreFile> files;
+};
+
+/// @throws Error for a package that the registry does not know, or that Ecore has no counterpart for.
+KR0_ECORE_API PackageClosure closureOf(const Mapping& mapping, const std::vector<std::string>& packageUris);
+
 /// Writes a package as an .ecore document in UTF-8. For a package that came from a file that is the whole
 /// document as it was, with all that a registry does not keep (operations, annotations, layout); any other
 /// package is written from the registry: same types, properties, bounds, markers, literals, defaults,

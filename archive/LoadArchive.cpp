@@ -1,0 +1,50 @@
+#include "kr/zero/archive/Archive.h"
+#include "kr/zero/io/ModelFile.h"
+
+namespace kr::zero::archive {
+
+namespace {
+
+Model readModel(ArchiveReader& reader, const std::string& name, const meta::MetaRegistry& registry) {
+  const std::vector<std::uint8_t> document = reader.readDocument();
+  return io::readModel(document,
+                       {.registry = &registry,
+                        .format = reader.getManifest().tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
+                                                              : io::IOFormatProvider::FORMAT_BINARY,
+                        .name = name});
+}
+
+/// Refuses a package that writes or means something else in the registry.
+void requireSame(const meta::MetaRegistry& registry, const ArchivedPackage& package,
+                 const std::string& name) {
+  const auto refuse = [&](const std::string& what) {
+    throw Error(ErrorCode::doesNotFit,
+                {.file = name, .problem = "the package \"" + package.uri + "\" " + what});
+  };
+  if (!registry.hasPackage(package.uri)) refuse("is not known; read the archive by its own meta model");
+  if (fingerprintOf(registry, package.uri) != package.fingerprint)
+    refuse(
+        "is another version than the one that the archive was written with; read it by its own meta model");
+}
+
+}  // namespace
+
+LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {
+  ArchiveReader reader(path, limits);
+  const std::string name = path.string();
+  auto registry = std::make_unique<meta::MetaRegistry>();
+  std::shared_ptr<const ecore::Mapping> mapping = ecore::loadEcoreFiles(reader.readMetaModel(), *registry);
+  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(*registry, package, name);
+  Model model = readModel(reader, name, *registry);
+  return {std::move(registry), std::move(mapping), std::move(model)};
+}
+
+Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& registry,
+                  const ArchiveLimits& limits) {
+  ArchiveReader reader(path, limits);
+  const std::string name = path.string();
+  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(registry, package, name);
+  return readModel(reader, name, registry);
+}
+
+}  // namespace kr::zero::archive

@@ -1,0 +1,149 @@
+// The packages that some packages need, and the files that say them.
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "BuiltInPackages.h"
+#include "EcoreWriting.h"
+#include "MappingImpl.h"
+
+namespace kr::zero::ecore {
+
+namespace {
+
+namespace fs = std::filesystem;
+using meta::PackageInfo;
+
+using PackagesByUri = std::map<std::string, PackageInfo>;
+
+PackagesByUri packagesOf(const meta::MetaRegistry& registry) {
+  PackagesByUri packages;
+  for (PackageInfo& package : registry.getPackages()) packages.emplace(package.uri, std::move(package));
+  return packages;
+}
+
+/// URIs of the packages of all types that the types of a package name.
+std::set<std::string> neighboursOf(const PackageInfo& package) {
+  std::set<std::string> uris;
+  const auto note = [&uris](meta::Type type) {
+    if (!type->packageUri().empty()) uris.insert(type->packageUri());
+  };
+  for (const meta::Type type : package.types) {
+    const meta::StructuredType structured(type);
+    if (!structured) continue;
+    for (const meta::Property property : structured->getOwnedAttributes()) note(property->getType());
+    if (const meta::Class cls(type); cls)
+      for (const meta::Class above : cls->getSupertypes()) note(above);
+  }
+  return uris;
+}
+
+std::set<std::string> closeOver(const PackagesByUri& packages, const std::vector<std::string>& uris) {
+  std::set<std::string> closed;
+  std::vector<std::string> waiting(uris);
+  while (!waiting.empty()) {
+    const std::string uri = std::move(waiting.back());
+    waiting.pop_back();
+    if (!closed.insert(uri).second) continue;
+    const auto found = packages.find(uri);
+    if (found == packages.end())
+      throw EcoreError(ErrorCode::misuse, "there is no package with the URI \"" + uri + "\"");
+    for (const std::string& next : neighboursOf(found->second)) waiting.push_back(next);
+  }
+  return closed;
+}
+
+const SourceDocument* sourceOf(const Mapping::Impl& mapping, const std::string& uri) {
+  for (const SourceDocument& source : mapping.sources)
+    if (std::find(source.packageUris.begin(), source.packageUris.end(), uri) != source.packageUris.end())
+      return &source;
+  return nullptr;
+}
+
+/// The package around this one that is in no other.
+const PackageInfo& rootOf(const PackagesByUri& packages, const PackageInfo& package) {
+  const PackageInfo* root = &package;
+  for (const auto& [uri, other] : packages)
+    if (other.qualifiedName.size() < root->qualifiedName.size() &&
+        root->qualifiedName.starts_with(other.qualifiedName + "."))
+      root = &other;
+  return *root;
+}
+
+/// Names of files as they lie beside each other: without the folders that all of them are in.
+void shorten(std::vector<EcoreFile>& files) {
+  if (files.empty()) return;
+  std::vector<fs::path> places;
+  for (const EcoreFile& file : files)
+    places.push_back(
+        fs::absolute(fs::path(std::u8string(file.name.begin(), file.name.end()))).lexically_normal());
+  fs::path common = places.front().parent_path();
+  const auto isIn = [](const fs::path& place, const fs::path& folder) {
+    return std::mismatch(folder.begin(), folder.end(), place.begin(), place.end()).first == folder.end();
+  };
+  for (const fs::path& place : places)
+    while (common.has_relative_path() && !isIn(place, common)) common = common.parent_path();
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    const std::u8string name = places[i].lexically_relative(common).generic_u8string();
+    files[i].name.assign(name.begin(), name.end());
+  }
+}
+
+class Collector {
+ public:
+  Collector(const Mapping& mapping, const std::vector<std::string>& uris)
+      : mapping_(mapping),
+        packages_(packagesOf(*mapping.impl().registry)),
+        uris_(closeOver(packages_, uris)) {}
+
+  PackageClosure collect() {
+    for (const std::string& uri : uris_) add(uri);
+    PackageClosure closure;
+    shorten(sources_);
+    closure.files = std::move(sources_);
+    closure.files.insert(closure.files.end(), written_.begin(), written_.end());
+    std::sort(closure.files.begin(), closure.files.end(),
+              [](const EcoreFile& a, const EcoreFile& b) { return a.name < b.name; });
+    closure.packageUris.assign(uris_.begin(), uris_.end());
+    return closure;
+  }
+
+ private:
+  void add(const std::string& uri) {
+    if (const SourceDocument* const source = sourceOf(mapping_.impl(), uri); source != nullptr) {
+      if (taken_.insert(source->name).second) sources_.push_back({source->name, textOf(uri)});
+    } else if (findBuiltInPackage(uri) == nullptr) {
+      const std::string& root = rootOf(packages_, packages_.at(uri)).uri;
+      if (taken_.insert("package " + root).second)
+        written_.push_back({packages_.at(root).qualifiedName + ".ecore", textOf(root)});
+    }
+  }
+  std::string textOf(const std::string& uri) const { return writeEcore(mapping_, uri, true); }
+
+  const Mapping& mapping_;
+  const PackagesByUri packages_;
+  const std::set<std::string> uris_;
+  std::set<std::string> taken_;
+  std::vector<EcoreFile> sources_;
+  std::vector<EcoreFile> written_;
+};
+
+}  // namespace
+
+PackageClosure closureOf(const Mapping& mapping, const std::vector<std::string>& packageUris) {
+  try {
+    return Collector(mapping, packageUris).collect();
+  } catch (...) {
+    rethrowAsError({});
+  }
+}
+
+std::shared_ptr<const Mapping> describeRegistry(const meta::MetaRegistry& registry) {
+  auto mapping = std::make_unique<Mapping::Impl>(registry);
+  mapping->addKnownPackages();
+  return std::make_shared<const Mapping>(std::move(mapping));
+}
+
+}  // namespace kr::zero::ecore
