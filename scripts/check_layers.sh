@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Prints which layer includes how many headers of which other, and fails on an arrow that points back:
 #
-#   apps -> interop, library, framework     interop -> framework     interop/cpp -> interop/ecore too
+#   apps -> all others                      archive -> evolution, interop, library, framework
+#   interop -> framework                    evolution -> framework      interop/cpp -> interop/ecore too
 #   library -> framework's public headers   framework -> nothing of the others
 #
 # The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
@@ -19,8 +20,10 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
 inner_layers=(foundation,text log events,rules meta model io) # from the ground up
-allowed=" apps:interop apps:cpp apps:library apps:framework cpp:interop cpp:framework interop:framework library:framework "
-include_folders="src/framework/include include interop/ecore/include interop/cpp/include src/framework src interop/ecore interop/cpp apps/kr0"
+allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution cpp:interop cpp:framework \
+interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework "
+include_folders="src/framework/include include interop/ecore/include interop/cpp/include evolution/include archive/include \
+src/framework src interop/ecore interop/cpp evolution archive apps/kr0"
 
 layer_of() {
   case $1 in
@@ -32,6 +35,10 @@ layer_of() {
     interop/cpp/*) echo cpp-internal ;;
     interop/ecore/include/*) echo interop ;;
     interop/*) echo interop-internal ;;
+    evolution/include/*) echo evolution ;;
+    evolution/*) echo evolution-internal ;;
+    archive/include/*) echo archive ;;
+    archive/*) echo archive-internal ;;
     apps/*) echo apps ;;
     *) echo outside ;;
   esac
@@ -79,6 +86,8 @@ own_folders() {
     library*) echo "include src" ;;
     interop*) echo "interop/ecore/include interop/ecore" ;;
     cpp*) echo "interop/cpp/include interop/cpp" ;;
+    evolution*) echo "evolution/include evolution" ;;
+    archive*) echo "archive/include archive" ;;
     apps) echo "apps/kr0" ;;
   esac
 }
@@ -95,7 +104,7 @@ find_header() {
 }
 
 list_includes() {
-  find apps include interop src \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+  find apps archive evolution include interop src \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
     xargs -0 -r grep -HoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<](kr/|fl/|foundation/|resource_core/|[^">]+\.h")[^">]*' |
     sed -E 's/^([^:]+):.*["<]([^">]+).*/\1 \2/; s/"$//' | sort -u
 }
