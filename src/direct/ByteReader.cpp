@@ -37,4 +37,9 @@ void ByteReader::noteDetail(const std::string& detail) const {
   span_->addContext(foundation::log::logging_event_types::error, "error-message", detail);
 }
 
+void ByteReader::noteProperty(const std::string& name, const std::string& type) const {
+  span_->addContext(foundation::log::logging_event_types::error, "property", name);
+  span_->addContext(foundation::log::logging_event_types::error, "property-type", type);
+}
+
 }  // namespace kr::zero::io

@@ -64,6 +64,8 @@ class ByteReader : public values::ParseState {
   [[noreturn]] void failCorrupt(const char* detail) const;
   /// Says on the span what exactly is wrong, for a failure whose exception does not.
   void noteDetail(const std::string& detail) const;
+  /// Says on the span in which property's value reading failed, and of what type that should be.
+  void noteProperty(const std::string& name, const std::string& type) const;
 
  private:
   /// Whether a text has up to 16 bytes, as most have, and all are ASCII: two loads that may overlap tell.

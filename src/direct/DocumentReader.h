@@ -36,6 +36,7 @@ class DocumentReader {
       while (accepted && !cursor.isAtEnd()) accepted = readItem(cursor);
     } catch (...) {
       target_.handOver();  // what came before the failure, and may fail first
+      noteProperty();
       throw;
     }
     cursor.sync();
@@ -51,6 +52,7 @@ class DocumentReader {
   };
 
   [[gnu::always_inline]] bool readItem(Cursor& cursor) {
+    property_ = nullptr;
     const std::uint64_t token = cursor.readNumber();
     if (token == direct::kStartToken) return apart(cursor, [this] { return pushRoot(); });
     if (token != direct::kEndToken) return readProperty(cursor, findProperty(cursor, token));
@@ -81,7 +83,15 @@ class DocumentReader {
     throw std::out_of_range("invalid unordered_map<K, T> key");
   }
 
+  /// A document that another meta model wrote fails where a value has other bytes than its property's type
+  /// asks for.
+  void noteProperty() const {
+    if (property_ == nullptr) return;
+    reader_.noteProperty(property_->record->name(), property_->record->getType()->qualifiedName());
+  }
+
   [[gnu::always_inline]] bool readProperty(Cursor& cursor, KnownProperty& property) {
+    property_ = &property;
     const Content content = target_.announce(property);
     switch (content) {
       case Content::nothing:
@@ -218,6 +228,7 @@ class DocumentReader {
   // Of the innermost; null where that has no properties.
   const meta::StructuredType::Impl* innerType_ = nullptr;
   KnownProperty* innerProperties_ = nullptr;
+  const KnownProperty* property_ = nullptr;  // whose value is being read; null between values
   KnownType* known_ = nullptr;
   const ustring* newName_ = nullptr;
   ustring typeName_;

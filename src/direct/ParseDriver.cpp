@@ -51,7 +51,7 @@ std::string describeUnknownProperty(const meta::StructuredType::Impl* type, std:
   if (type == nullptr) return "a property with " + number + " stands outside of any element";
   return "class " + type->qualifiedName() + " of the package " + type->packageUri() +
          " has no property with " + number +
-         ": another version of the meta model wrote the document, or it is damaged";
+         " (another version of the meta model may have written the document)";
 }
 
 }  // namespace kr::zero::io

@@ -278,8 +278,8 @@ TEST(Lenient, DoesNotHelpADirectDocument) {
                                            skipped.push_back(what);
                                          }});
       }),
-      testing::HasSubstr("class n.Node of the package urn:n has no property with the number 7: another "
-                         "version of the meta model wrote the document"));
+      testing::HasSubstr("class n.Node of the package urn:n has no property with the number 7 (another "
+                         "version of the meta model may have written the document)"));
   EXPECT_TRUE(skipped.empty());
 }
 

@@ -69,6 +69,10 @@ bool isForeign(const FailedDocument& document) {
                              std::string problem) {
   if (details.problem.empty()) details.problem = std::move(problem);
   details.problem = asPart(std::move(details.problem));
+  // Whether the bytes are at fault or the meta model, which may be another than the writer's, the reader sees
+  // by what should stand there.
+  if (code == ErrorCode::damaged && !details.expected.empty())
+    details.problem += " while a value of type " + details.expected + " was read";
   throwError(code, document, std::move(details));
 }
 
@@ -81,7 +85,11 @@ ErrorDetails merge(ErrorDetails own, const ErrorDetails& known) {
 
 ErrorDetails detailsOf(const Parser& parser) {
   const Parser::Failure failure = parser.getFailure();
-  return {.byteOffset = failure.byteOffset, .path = failure.path, .problem = failure.detail};
+  const std::string property = failure.property.empty() ? std::string() : "." + failure.property;
+  return {.byteOffset = failure.byteOffset,
+          .path = failure.path + property,
+          .problem = failure.detail,
+          .expected = failure.type};
 }
 
 /// "/library/books[3]: what is wrong" as path and problem.

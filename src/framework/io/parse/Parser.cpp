@@ -119,7 +119,12 @@ void Parser::finishParse() {
 
 Parser::Failure Parser::getFailure() const {
   Failure failure;
-  if (const std::string* const detail = span_->findContextBelow("error-message")) failure.detail = *detail;
+  const auto take = [this](const char* key, std::string& into) {
+    if (const std::string* const found = span_->findContextBelow(key)) into = *found;
+  };
+  take("error-message", failure.detail);
+  take("property", failure.property);
+  take("property-type", failure.type);
   if (const std::string* const offset = span_->findContextBelow("byte-offset"))
     failure.byteOffset = std::stoull(*offset);
   if (processor_->getDepth() != 0) failure.path = processor_->getPath();

@@ -27,7 +27,7 @@ enum class ErrorCode {
   unreadable,     ///< a file that cannot be opened or read
   unwritable,     ///< a file that cannot be written
   foreign,        ///< bytes that begin like no document of the format
-  damaged,        ///< bytes that begin like a document and go on like none
+  damaged,        ///< bytes that begin like a document and go on like none of its meta model
   doesNotFit,     ///< a document that does not fit the meta models: an unknown name, a value of another type
   inexpressible,  ///< a model that the format cannot express
   overLimit,      ///< more than a limit that the caller set

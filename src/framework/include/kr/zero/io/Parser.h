@@ -72,6 +72,8 @@ class KR0_FRAMEWORK_API Parser {
     std::string detail;                       ///< what is wrong, more closely than the exception says
     std::optional<std::uint64_t> byteOffset;  ///< where reading had come to
     std::string path;                         ///< of the innermost element that was open
+    std::string property;                     ///< of that element, where its value was being read
+    std::string type;                         ///< of that property, by qualified name
   };
   /// That of the last parse.
   Failure getFailure() const;
