@@ -14,28 +14,79 @@ namespace {
 using meta::PackageInfo;
 using meta::StandardType;
 
-/// The name of Ecore's data type for a standard type, or null.
-const char* ecoreNameOf(StandardType type) {
+/// Ecore's data type for a standard type.
+struct EcoreType {
+  const char* name;
+  bool isSame =
+      true;  ///< whether an import takes it for that type; else it is one that has room for the values
+};
+
+EcoreType ecoreTypeOf(StandardType type) {
   switch (type) {
     case StandardType::boolean:
-      return "EBoolean";
+      return {"EBoolean"};
     case StandardType::integer8:
-      return "EByte";
+      return {"EByte"};
     case StandardType::integer16:
-      return "EShort";
+      return {"EShort"};
     case StandardType::integer:
-      return "EInt";
+      return {"EInt"};
     case StandardType::integer64:
-      return "ELong";
+      return {"ELong"};
     case StandardType::real:
-      return "EDouble";
+      return {"EDouble"};
     case StandardType::string:
-      return "EString";
+      return {"EString"};
     case StandardType::dateTime:
-      return "EDate";
+      return {"EDate"};
+    case StandardType::uinteger8:
+      return {"EShort", false};
+    case StandardType::uinteger16:
+      return {"EInt", false};
+    case StandardType::unlimitedNatural:
+      return {"ELong", false};
+    case StandardType::uinteger64:
+      return {"EBigInteger", false};
     default:
-      return nullptr;
+      return {"EString", false};
   }
+}
+
+StandardType standardTypeOf(meta::Property property) {
+  const meta::PrimitiveType primitive(property->getType());
+  return primitive ? primitive->getStandardType() : StandardType::none;
+}
+
+/// Keys and values of the annotation that says what Ecore has no words for.
+using Details = std::vector<std::pair<std::string_view, std::string>>;
+
+/// How an import takes a feature that has no annotation.
+struct PlainMarkers {
+  bool isTransient;
+  bool isDerived;
+};
+
+bool isContainerSide(meta::Property property) {
+  const meta::Property opposite = property->getOpposite();
+  return opposite && opposite->isComposite();
+}
+
+PlainMarkers plainMarkersOf(meta::Property property) {
+  const bool isContainer = isContainerSide(property);
+  const bool isTransient = property->isTransient() || (!property->isStored() && !isContainer);
+  return {isTransient, isTransient || isContainer};
+}
+
+/// "derived static transient", as far as they hold.
+std::string markersOf(meta::Property property) {
+  std::string markers;
+  const auto add = [&markers](bool holds, std::string_view marker) {
+    if (holds) markers.append(markers.empty() ? "" : " ").append(marker);
+  };
+  add(property->isDerived(), kDerivedMarker);
+  add(property->isStatic(), kStaticMarker);
+  add(property->isTransient(), kTransientMarker);
+  return markers;
 }
 
 bool isInside(const PackageInfo& package, const PackageInfo& other) {
@@ -107,10 +158,8 @@ class Generator {
   }
 
   void writeClassifier(meta::Type type) {
-    if (const meta::Class classType(type); classType) return writeClass(classType);
+    if (const meta::StructuredType structured(type); structured) return writeClass(structured);
     if (const meta::Enum enumeration(type); enumeration) return writeEnumeration(enumeration);
-    if (!meta::PrimitiveType(type))
-      failToExpress({}, join("Ecore has no counterpart for the datatype ", type->qualifiedName()));
     beginClassifier("EDataType", type);
     attribute("instanceClassName", "java.lang.String");
     out_.append("/>\n");
@@ -129,10 +178,21 @@ class Generator {
     line(open_.size(), "</eClassifiers>");
   }
 
-  void writeClass(meta::Class type) {
-    if (type->isUniversal() && root_->uri != kEcoreNamespace)
-      failToExpress({}, join("Ecore has no counterpart for the universal class ", type->qualifiedName()));
+  /// A datatype is a class that is held by value; Ecore has no such thing.
+  void writeClass(meta::StructuredType type) {
     beginClassifier("EClass", type);
+    const meta::Class classType(type);
+    if (classType) writeHead(classType);
+    out_.append(">\n");
+    if (!classType) writeDetails(open_.size() + 1, {{kKindKey, std::string(kDatatypeKind)}});
+    // The root of Ecore's own classes is known.
+    if (classType && classType->isUniversal() && root_->uri != kEcoreNamespace)
+      writeDetails(open_.size() + 1, {{kUniversalKey, "true"}});
+    for (const meta::Property property : type->getOwnedAttributes()) writeFeature(property);
+    line(open_.size(), "</eClassifiers>");
+  }
+
+  void writeHead(meta::Class type) {
     if (type->isAbstract()) attribute("abstract", "true");
     std::string supertypes;
     for (const meta::Class supertype : type->getSupertypes()) {
@@ -140,14 +200,12 @@ class Generator {
       supertypes.append(referenceTo(supertype));
     }
     if (!supertypes.empty()) attribute("eSuperTypes", supertypes);
-    out_.append(">\n");
-    for (const meta::Property property : type->getOwnedAttributes()) writeFeature(property);
-    line(open_.size(), "</eClassifiers>");
   }
 
   void writeFeature(meta::Property property) {
     const meta::Type type = property->getType();
-    const bool isReference = bool(meta::Class(type));
+    const bool isReference = bool(meta::StructuredType(type));
+    const bool isValue = isReference && !meta::Class(type);
     begin(open_.size() + 1, "eStructuralFeatures");
     attribute("xsi:type", isReference ? "ecore:EReference" : "ecore:EAttribute");
     attribute("name", property->name());
@@ -156,26 +214,44 @@ class Generator {
     if (property->getLower() != 0) attribute("lowerBound", std::to_string(property->getLower()));
     if (property->getUpper() != 1) attribute("upperBound", std::to_string(property->getUpper()));
     attribute("eType", typeReference(property));
-    if (!property->isStored() || property->isTransient()) attribute("transient", "true");
-    if (!property->isStored()) attribute("derived", "true");
+    if (plainMarkersOf(property).isTransient) attribute("transient", "true");
+    if (!property->isStored() && !isContainerSide(property)) attribute("derived", "true");
     if (const auto& text = property->getDefaultText())
       attribute("defaultValueLiteral", defaultOf(type, *text));
-    if (property->isComposite()) attribute("containment", "true");
+    if (property->isComposite() || isValue) attribute("containment", "true");
     if (const meta::Property opposite = property->getOpposite())
       attribute("eOpposite", join(referenceTo(opposite->getOwner()), "/", opposite->name()));
-    if (pinIdentifiers_ && property->getIdentifier() != 0)
-      writePin(property->getIdentifier());
-    else
+    const Details details = detailsOf(property);
+    if (details.empty()) {
       out_.append("/>\n");
+    } else {
+      out_.append(">\n");
+      writeDetails(open_.size() + 2, details);
+      line(open_.size() + 1, "</eStructuralFeatures>");
+    }
   }
 
-  void writePin(std::uint32_t number) {
-    const std::size_t depth = open_.size() + 2;
-    out_.append(">\n");
+  Details detailsOf(meta::Property property) const {
+    Details details;
+    if (pinIdentifiers_ && property->getIdentifier() != 0)
+      details.emplace_back(kIdKey, std::to_string(property->getIdentifier()));
+    const StandardType standard = standardTypeOf(property);
+    if (standard != StandardType::none && !ecoreTypeOf(standard).isSame)
+      details.emplace_back(kTypeKey, meta::infoOf(standard).name);
+    const PlainMarkers plain = plainMarkersOf(property);
+    if (property->isStatic() || property->isDerived() != plain.isDerived ||
+        property->isTransient() != plain.isTransient)
+      details.emplace_back(kMarkersKey, markersOf(property));
+    if (meta::Enum(property->getType()) && !property->isMany() && !property->getDefaultText())
+      details.emplace_back(kDefaultKey, kNoDefault);
+    return details;
+  }
+
+  void writeDetails(std::size_t depth, const Details& details) {
     line(depth, join("<eAnnotations source=\"", kBinarySource, "\">"));
-    line(depth + 1, join("<details key=\"id\" value=\"", std::to_string(number), "\"/>"));
+    for (const auto& [key, value] : details)
+      line(depth + 1, join("<details key=\"", key, "\" value=\"", value, "\"/>"));
     line(depth, "</eAnnotations>");
-    line(depth - 1, "</eStructuralFeatures>");
   }
 
   static std::string defaultOf(meta::Type type, const std::string& text) {
@@ -186,13 +262,9 @@ class Generator {
 
   std::string typeReference(meta::Property property) const {
     const meta::Type type = property->getType();
-    const meta::PrimitiveType primitive(type);
-    if (!primitive || primitive->getStandardType() == StandardType::none) return referenceTo(type);
-    const char* name = ecoreNameOf(primitive->getStandardType());
-    if (name == nullptr)
-      failToExpress({}, join("Ecore has no counterpart for the type ", type->name(), " of property ",
-                             property->getOwner()->qualifiedName(), ".", property->name()));
-    return join("ecore:EDataType ", kEcoreNamespace, "#//", name);
+    const StandardType standard = standardTypeOf(property);
+    if (standard == StandardType::none) return referenceTo(type);
+    return join("ecore:EDataType ", kEcoreNamespace, "#//", ecoreTypeOf(standard).name);
   }
 
   /// "#//sub/Book", or the same with kind and URI of a package beside this one.
@@ -202,9 +274,9 @@ class Generator {
     std::string path = "#//" + name.substr(root.qualifiedName.size() + 1);
     std::replace(path.begin(), path.end(), '.', '/');
     if (&root == root_) return path;
-    const char* kind = meta::Class(type)  ? "ecore:EClass "
-                       : meta::Enum(type) ? "ecore:EEnum "
-                                          : "ecore:EDataType ";
+    const char* kind = meta::StructuredType(type) ? "ecore:EClass "
+                       : meta::Enum(type)         ? "ecore:EEnum "
+                                                  : "ecore:EDataType ";
     return join(kind, root.uri, path);
   }
 

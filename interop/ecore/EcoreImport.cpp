@@ -40,6 +40,11 @@ std::string annotatedName(ConstElement element) {
   return isName ? *name : std::string();
 }
 
+/// Whether features may stand in it.
+bool isStructured(const Classifier& classifier) {
+  return classifier.definition.kind == Kind::classType || classifier.definition.kind == Kind::datatype;
+}
+
 /// Some of Ecore's data types are more than their names.
 void noteEcoreType(TypeUse& type, std::string_view packageUri, std::string_view name) {
   if (packageUri != kEcoreNamespace) return;
@@ -83,9 +88,10 @@ void EcoreImport::collectClassifier(std::size_t package, ConstElement element) {
   made.xmlName = annotatedName(element);
   const bool isEcore = around.uri == kEcoreNamespace;
   if (isOf(element, "EClass")) {
-    made.definition.kind = Kind::classType;
+    made.definition.kind = kindOfClass(around.file, element);
     made.definition.isAbstract = element.getBoolean("abstract");
-    made.definition.isUniversal = isEcore && made.definition.name == "EObject";
+    made.definition.isUniversal = (isEcore && made.definition.name == "EObject") ||
+                                  annotated(element, kBinarySource, kUniversalKey) == "true";
   } else {
     made.definition.kind = isOf(element, "EEnum") ? Kind::enumeration : Kind::primitive;
     made.isSerializable = element.getBoolean("serializable");
@@ -95,6 +101,17 @@ void EcoreImport::collectClassifier(std::size_t package, ConstElement element) {
   }
   classifierByElement_[around.file][element.getIndex()] = classifiers_.size();
   classifiers_.push_back(std::move(made));
+}
+
+/// A class, or what an annotation says that it is.
+Kind EcoreImport::kindOfClass(std::size_t file, ConstElement element) const {
+  const auto kind = annotated(element, kBinarySource, kKindKey);
+  if (!kind) return Kind::classType;
+  if (*kind != kDatatypeKind)
+    files_.fail(
+        file, element,
+        join("class ", element.getText("name"), " is annotated to be of the unknown kind ", inQuotes(*kind)));
+  return Kind::datatype;
 }
 
 std::size_t EcoreImport::classifierOf(std::size_t file, ConstElement element) const {
@@ -119,7 +136,7 @@ TypeUse EcoreImport::useClassifier(std::size_t index) const {
   const Classifier& classifier = classifiers_[index];
   TypeUse type;
   type.name = classifier.standardType != nullptr ? classifier.standardType : classifier.qualifiedName;
-  type.isClass = classifier.definition.kind == Kind::classType;
+  type.isClass = isStructured(classifier);
   type.isSerializable = classifier.isSerializable;
   noteEcoreType(type, packageUri(classifier.package), classifier.definition.name);
   type.classifier = index;
@@ -149,7 +166,7 @@ TypeUse EcoreImport::useBuiltIn(std::size_t file, ConstElement source, const Eco
 TypeUse EcoreImport::useKnown(meta::Type known) const {
   TypeUse type;
   type.name = known->qualifiedName();
-  type.isClass = bool(meta::Class(known));
+  type.isClass = bool(meta::StructuredType(known));
   const std::string& uri = known->packageUri();
   const BuiltInPackage* package = findBuiltInPackage(uri);
   const BuiltInType* dataType = package == nullptr ? nullptr : package->findDataType(known->name());
@@ -196,9 +213,11 @@ void EcoreImport::importEnumeration(Classifier& classifier) {
 }
 
 void EcoreImport::importSupertypes(Classifier& classifier) {
-  if (classifier.definition.kind != Kind::classType) return;
+  if (!isStructured(classifier)) return;
   const std::size_t file = fileOf(classifier);
   const ConstElement element = classifier.element;
+  if (classifier.definition.kind == Kind::datatype && element.size("eSuperTypes") != 0)
+    files_.fail(file, element, join("datatype ", classifier.qualifiedName, " has a supertype"));
   for (std::size_t i = 0; i < element.size("eSuperTypes"); ++i)
     addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)), element);
   for (const ConstElement generic : childrenOf(element, "eGenericSuperTypes"))
@@ -217,7 +236,7 @@ void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Cons
 }
 
 void EcoreImport::importClassifier(Classifier& classifier) {
-  if (classifier.definition.kind != Kind::classType) return;
+  if (!isStructured(classifier)) return;
   for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
     importFeature(classifier, feature);
 }
@@ -240,7 +259,8 @@ bool EcoreImport::inherits(std::size_t classifier, std::size_t ancestor) const {
 void EcoreImport::importFeature(Classifier& classifier, ConstElement feature) {
   const std::size_t file = fileOf(classifier);
   const bool isReference = isOf(feature, "EReference");
-  const TypeUse type = typeOf(classifier, feature);
+  const auto typeName = annotated(feature, kBinarySource, kTypeKey);
+  const TypeUse type = typeName ? annotatedType(classifier, feature, *typeName) : typeOf(classifier, feature);
   if (isReference != type.isClass)
     files_.fail(file, feature,
                 join(describe(classifier, feature), " is ", isReference ? "a reference" : "an attribute",
@@ -261,13 +281,56 @@ void EcoreImport::importFeature(Classifier& classifier, ConstElement feature) {
   // The registry's "derived" is "has no stored value". Ecore's is not: it only says how a value comes about.
   definition.derived = mapping.storage != Storage::stored;
   importBounds(classifier, feature, definition);
-  if (!definition.derived) definition.identifier = pinnedIdentifier(classifier, feature);
+  const auto markers = annotated(feature, kBinarySource, kMarkersKey);
+  if (markers) importMarkers(classifier, feature, *markers, definition, mapping);
+  if (!definition.derived || markers) definition.identifier = pinnedIdentifier(classifier, feature);
   if (isReference)
     definition.opposite = oppositeName(classifier, feature, type);
   else
     importDefault(feature, type, definition);
   classifier.definition.properties.push_back(std::move(definition));
   classifier.features.push_back(std::move(mapping));
+}
+
+/// A standard type that an annotation names, in place of Ecore's own that has room for its values.
+TypeUse EcoreImport::annotatedType(const Classifier& classifier, ConstElement feature,
+                                   const std::string& name) const {
+  const auto isNamed = [&name](const meta::StandardTypeInfo& info) { return info.name == name; };
+  const bool isKnown = std::any_of(meta::kStandardTypes.begin() + 1, meta::kStandardTypes.end(),
+                                   isNamed);  // the first is none
+  if (!isKnown || isOf(feature, "EReference"))
+    files_.fail(fileOf(classifier), feature,
+                join(describe(classifier, feature), " is annotated to have the type ", inQuotes(name),
+                     ", which is no standard type for an attribute"));
+  TypeUse type;
+  type.name = name;
+  return type;
+}
+
+/// Markers as a registry has them, in place of what Ecore's come to.
+void EcoreImport::importMarkers(const Classifier& classifier, ConstElement feature,
+                                const std::string& markers, meta::PropertyDefinition& definition,
+                                FeatureMapping& mapping) const {
+  definition.derived = definition.isTransient = false;
+  for (std::string_view rest = markers; !rest.empty();) {
+    const std::string_view marker = rest.substr(0, rest.find(' '));
+    rest.remove_prefix(std::min(rest.size(), marker.size() + 1));
+    if (marker == kDerivedMarker)
+      definition.derived = true;
+    else if (marker == kStaticMarker)
+      definition.isStatic = true;
+    else if (marker == kTransientMarker)
+      definition.isTransient = true;
+    else
+      files_.fail(
+          fileOf(classifier), feature,
+          join(describe(classifier, feature), " is annotated with the unknown marker ", inQuotes(marker)));
+  }
+  const bool isStored = !definition.derived && !definition.isStatic;
+  if (isStored)
+    mapping.storage = Storage::stored;
+  else if (mapping.storage == Storage::stored)
+    mapping.storage = Storage::transient;
 }
 
 void EcoreImport::importBounds(const Classifier& classifier, ConstElement feature,
@@ -290,7 +353,8 @@ void EcoreImport::importDefault(ConstElement feature, const TypeUse& type,
   if (!isEnumeration || definition.upper != 1) return;
   const auto& literals = classifiers_[type.classifier].definition.literals;
   // In Ecore an enumeration's own default is its first literal, whatever its number.
-  if (!isGiven && !literals.empty()) definition.defaultText = literals.front().name;
+  const bool isNone = annotated(feature, kBinarySource, kDefaultKey) == kNoDefault;
+  if (!isGiven && !isNone && !literals.empty()) definition.defaultText = literals.front().name;
   // Ecore gives the text of the literal, where the registry asks for the name first.
   for (const meta::EnumLiteral& literal : literals)
     if (isGiven && (literal.text.empty() ? literal.name : literal.text) == *definition.defaultText) {
@@ -326,7 +390,7 @@ Storage EcoreImport::storageOf(const Classifier& classifier, ConstElement featur
 
 std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& classifier,
                                                            ConstElement feature) const {
-  const auto text = annotated(feature, kBinarySource, "id");
+  const auto text = annotated(feature, kBinarySource, kIdKey);
   if (!text) return std::nullopt;
   const auto number = parseInteger(*text);
   if (!number || *number < 1 || *number > 16382)
@@ -404,8 +468,8 @@ void EcoreImport::mapClassifier(Mapping::Impl& mapping, const Classifier& classi
     package.typesByXmlName.emplace(classifier.xmlName, type);
     mapping.typeXmlNames.emplace(type->getIndex(), classifier.xmlName);
   }
-  if (classifier.definition.kind != Kind::classType) return;
-  const std::vector<meta::Property>& properties = meta::Class(type)->getOwnedAttributes();
+  if (!isStructured(classifier)) return;
+  const std::vector<meta::Property>& properties = meta::StructuredType(type)->getOwnedAttributes();
   for (std::size_t i = 0; i < properties.size(); ++i) {
     FeatureMapping& feature = mapping.make(properties[i]) = classifier.features[i];
     if (!feature.xmlName.empty() && feature.xmlName != properties[i]->name()) package.hasXmlNames = true;

@@ -29,8 +29,8 @@ struct Classifier {
 
 /// The type of a feature, or a supertype.
 struct TypeUse {
-  std::string name;  ///< as a registry knows it
-  bool isClass = false;
+  std::string name;      ///< as a registry knows it
+  bool isClass = false;  ///< an EClass, which a datatype of ours is too
   bool isSerializable = true;
   bool isFeatureMap = false;
   bool isSinglePrecision = false;
@@ -61,12 +61,16 @@ class EcoreImport {
   void importXmlNames(const Classifier& classifier, ConstElement feature, FeatureMapping& mapping) const;
   Storage storageOf(const Classifier& classifier, ConstElement feature, const TypeUse& type,
                     FeatureMapping& mapping) const;
+  TypeUse annotatedType(const Classifier& classifier, ConstElement feature, const std::string& name) const;
+  void importMarkers(const Classifier& classifier, ConstElement feature, const std::string& markers,
+                     meta::PropertyDefinition& definition, FeatureMapping& mapping) const;
   std::optional<std::uint32_t> pinnedIdentifier(const Classifier& classifier, ConstElement feature) const;
   std::string oppositeName(const Classifier& classifier, ConstElement feature, const TypeUse& type);
 
   std::size_t fileOf(const Classifier& classifier) const {
     return files_.packages()[classifier.package].file;
   }
+  meta::TypeDefinition::Kind kindOfClass(std::size_t file, ConstElement element) const;
   std::string describe(const Classifier& classifier, ConstElement feature) const;
   TypeUse typeOf(const Classifier& classifier, ConstElement feature);
   TypeUse use(std::size_t file, ConstElement source, const EcoreTarget& target);

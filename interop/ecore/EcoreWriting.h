@@ -11,7 +11,8 @@
 namespace kr::zero::ecore {
 
 /// From the registry: the root package of that URI with all packages in it.
-/// @throws EcoreError for what Ecore has no counterpart for: datatypes, and standard types beyond its own.
+/// What Ecore has no words for stands in annotations: datatypes, standard types beyond its own, markers.
+/// @throws EcoreError for a text that XML cannot hold.
 std::string generateEcore(const meta::MetaRegistry& registry, std::string_view packageUri,
                           bool pinIdentifiers);
 

@@ -23,8 +23,22 @@ inline constexpr std::string_view kEcoreNamespace = "http://www.eclipse.org/emf/
 /// Source of the annotations that give classes and features other names in XML.
 inline constexpr std::string_view kExtendedMetaDataSource =
     "http:///org/eclipse/emf/ecore/util/ExtendedMetaData";
-/// Source of the annotation that pins the number of a feature, under the key "id".
+/// Source of the annotations that say what Ecore has no words for.
 inline constexpr std::string_view kBinarySource = "urn:kr0:binary";
+// Their keys and values, of features:
+inline constexpr std::string_view kIdKey = "id";      // the number that is pinned
+inline constexpr std::string_view kTypeKey = "type";  // a standard type that is none of Ecore's
+inline constexpr std::string_view kMarkersKey =
+    "markers";  // those that hold, where Ecore's say something else
+inline constexpr std::string_view kDerivedMarker = "derived";
+inline constexpr std::string_view kStaticMarker = "static";
+inline constexpr std::string_view kTransientMarker = "transient";
+inline constexpr std::string_view kDefaultKey = "default";  // "none": not even Ecore's own, the first literal
+inline constexpr std::string_view kNoDefault = "none";
+// Of classes:
+inline constexpr std::string_view kKindKey = "kind";
+inline constexpr std::string_view kDatatypeKind = "datatype";
+inline constexpr std::string_view kUniversalKey = "universal";  // "true": every class conforms to it
 
 /// Every version of XMI has a namespace of its own.
 inline bool isXmiNamespace(std::string_view uri) {

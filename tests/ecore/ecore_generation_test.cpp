@@ -7,7 +7,9 @@
 
 #include "EcoreTesting.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
+#include "support/Environment.h"
 #include "support/Paths.h"
+#include "support/RandomModel.h"
 
 namespace kr::zero::test {
 namespace {
@@ -20,8 +22,9 @@ std::string describe(meta::Property property) {
   return property->name() + ": " + property->getType()->qualifiedName() + " #" +
          std::to_string(property->getIdentifier()) + " " + std::to_string(property->getLower()) + ".." +
          std::to_string(property->getUpper()) + " " + flag(property->isComposite()) +
-         flag(property->isOrdered()) + flag(property->isUnique()) + flag(property->isStored()) +
-         " opposite " + (property->getOpposite() ? property->getOpposite()->name() : "none") + " default " +
+         flag(property->isOrdered()) + flag(property->isUnique()) + flag(property->isDerived()) +
+         flag(property->isStatic()) + flag(property->isTransient()) + " opposite " +
+         (property->getOpposite() ? property->getOpposite()->name() : "none") + " default " +
          property->getDefaultText().value_or("none");
 }
 
@@ -32,11 +35,13 @@ std::string describe(meta::Type type) {
       text += "  " + literal.name + " " + literal.text + " " + std::to_string(literal.number) + "\n";
   if (const meta::Class classType(type); classType) {
     text += classType->isAbstract() ? "  abstract\n" : "";
+    text += classType->isUniversal() ? "  universal\n" : "";
     for (const meta::Class supertype : classType->getSupertypes())
       text += "  is a " + supertype->qualifiedName() + "\n";
-    for (const meta::Property property : classType->getAllProperties())
-      text += "  " + describe(property) + "\n";
   }
+  if (const meta::StructuredType structured(type); structured)
+    for (const meta::Property property : structured->getAllProperties())
+      text += "  " + describe(property) + "\n";
   return text;
 }
 
@@ -137,24 +142,91 @@ TEST(EcoreGeneration, PackagesBesideEachOtherReferByUri) {
   expectSame(registry, *regenerated(registry).registry);
 }
 
-TEST(EcoreGeneration, WhatEcoreHasNoCounterpartForIsRefused) {
-  const auto refusal = [](meta::MetaModelBuilder& builder) -> std::string {
-    meta::MetaRegistry registry;
-    builder.registerIn(registry);
-    const auto mapping = ecore::loadMetaModels({}, registry);
-    try {
-      ecore::writeEcore(*mapping, "urn:n");
-    } catch (const ecore::EcoreError& error) {
-      return error.what();
-    }
-    return "nothing was refused";
+std::string onlyPackage(meta::MetaModelBuilder& builder) {
+  meta::MetaRegistry registry;
+  builder.registerIn(registry);
+  return ecore::writeEcore(*ecore::loadMetaModels({}, registry), "urn:n");
+}
+
+TEST(EcoreGeneration, AStandardTypeThatEcoreDoesNotHaveIsAnAnnotationOnOneThatHasRoom) {
+  meta::MetaModelBuilder builder("urn:n", "n");
+  builder.classType("A").property("a", "UInteger64");
+  EXPECT_THAT(onlyPackage(builder), HasSubstr(R"(
+    <eStructuralFeatures xsi:type="ecore:EAttribute" name="a" eType="ecore:EDataType http://www.eclipse.org/emf/2002/Ecore#//EBigInteger">
+      <eAnnotations source="urn:kr0:binary">
+        <details key="type" value="UInteger64"/>
+      </eAnnotations>
+    </eStructuralFeatures>
+)"));
+}
+
+TEST(EcoreGeneration, ADatatypeIsAClassWithAnAnnotation) {
+  meta::MetaModelBuilder builder("urn:n", "n");
+  builder.datatype("D").property("a", "Integer");
+  builder.classType("A").property("d", "D");
+  EXPECT_THAT(onlyPackage(builder), HasSubstr(R"(
+  <eClassifiers xsi:type="ecore:EClass" name="D">
+    <eAnnotations source="urn:kr0:binary">
+      <details key="kind" value="datatype"/>
+    </eAnnotations>
+    <eStructuralFeatures xsi:type="ecore:EAttribute" name="a" eType="ecore:EDataType http://www.eclipse.org/emf/2002/Ecore#//EInt"/>
+  </eClassifiers>
+  <eClassifiers xsi:type="ecore:EClass" name="A">
+    <eStructuralFeatures xsi:type="ecore:EReference" name="d" eType="#//D" containment="true"/>
+  </eClassifiers>
+)"));
+}
+
+TEST(EcoreGeneration, MarkersOfWhichEcoreSaysSomethingElseAreAnAnnotation) {
+  meta::MetaModelBuilder builder("urn:n", "n");
+  builder.classType("A").property("a", "Integer").isTransient();
+  EXPECT_THAT(onlyPackage(builder), HasSubstr(R"(<details key="markers" value="transient"/>)"));
+}
+
+TEST(EcoreGeneration, EveryMetaModelComesBackAsItWas) {
+  Random random(seedFor("meta models as Ecore"));
+  for (int i = 0; i < 200 && !testing::Test::HasFailure(); ++i) {
+    const auto registry = makeRandomRegistry(random);
+    expectSame(*registry, *regenerated(*registry).registry);
+  }
+}
+
+std::string refusalOf(const std::string& features) {
+  try {
+    loadTexts({{"n.ecore",
+                "<ecore:EPackage xmi:version='2.0' xmlns:xmi='http://www.omg.org/XMI' "
+                "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
+                "xmlns:ecore='http://www.eclipse.org/emf/2002/Ecore' name='n' nsURI='urn:n'>" +
+                    features + "</ecore:EPackage>"}});
+  } catch (const ecore::EcoreError& error) {
+    return error.what();
+  }
+  return "nothing was refused";
+}
+
+std::string annotation(const std::string& key, const std::string& value) {
+  return "<eAnnotations source='urn:kr0:binary'><details key='" + key + "' value='" + value +
+         "'/></eAnnotations>";
+}
+
+TEST(EcoreGeneration, AnnotationsThatMeanNothingAreRefused) {
+  const auto attribute = [](const std::string& inner) {
+    return "<eClassifiers xsi:type='ecore:EClass' name='A'><eStructuralFeatures xsi:type='ecore:EAttribute' "
+           "name='a' "
+           "eType='ecore:EDataType http://www.eclipse.org/emf/2002/Ecore#//EInt'>" +
+           inner + "</eStructuralFeatures></eClassifiers>";
   };
-  meta::MetaModelBuilder unsignedNumber("urn:n", "n");
-  unsignedNumber.classType("A").property("a", "UInteger64");
-  EXPECT_EQ(refusal(unsignedNumber), "Ecore has no counterpart for the type UInteger64 of property n.A.a");
-  meta::MetaModelBuilder datatype("urn:n", "n");
-  datatype.datatype("D").property("a", "Integer");
-  EXPECT_EQ(refusal(datatype), "Ecore has no counterpart for the datatype n.D");
+  EXPECT_THAT(refusalOf(attribute(annotation("type", "Number"))),
+              HasSubstr("feature n.A.a is annotated to have the type \"Number\", which is no standard type"));
+  EXPECT_THAT(refusalOf(attribute(annotation("markers", "static fast"))),
+              HasSubstr("feature n.A.a is annotated with the unknown marker \"fast\""));
+  EXPECT_THAT(refusalOf("<eClassifiers xsi:type='ecore:EClass' name='A'>" + annotation("kind", "union") +
+                        "</eClassifiers>"),
+              HasSubstr("class A is annotated to be of the unknown kind \"union\""));
+  EXPECT_THAT(refusalOf("<eClassifiers xsi:type='ecore:EClass' name='B'/>"
+                        "<eClassifiers xsi:type='ecore:EClass' name='A' eSuperTypes='#//B'>" +
+                        annotation("kind", "datatype") + "</eClassifiers>"),
+              HasSubstr("datatype n.A has a supertype"));
 }
 
 class RealMetaModelGeneration : public testing::TestWithParam<std::vector<std::string>> {};

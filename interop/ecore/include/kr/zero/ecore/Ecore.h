@@ -54,8 +54,10 @@ class KR0_ECORE_API Mapping {
 /// (`platform:/plugin/...`) by file name. Ecore's own data types are known; other parts of Ecore are there
 /// when Ecore.ecore is among the files. What has no stored value in Ecore (transient features, the container
 /// side of a containment, values of data types without a text form, feature maps) is derived in the registry.
-/// Operations are left out. A feature's annotation with the source "urn:kr0:binary" and the key "id" pins
-/// its number.
+/// Operations are left out. Annotations with the source "urn:kr0:binary" say what Ecore has no words for, as
+/// writeEcore writes them: of a feature "id", the number that is pinned, "type", a standard type, "markers",
+/// those of "derived static transient" that hold, and "default" with the value "none"; of a class "kind" with
+/// the value "datatype", and "universal" with the value "true".
 /// @param paths may be empty: the mapping then knows what the registry knows.
 /// @throws Error for a file that cannot be read or is not Ecore, a type that is in none of the files,
 ///   and where the registry refuses the result.
@@ -83,7 +85,7 @@ struct PackageClosure {
   std::vector<EcoreFile> files;
 };
 
-/// @throws Error for a package that the registry does not know, or that Ecore has no counterpart for.
+/// @throws Error for a package that the registry does not know, or a text in it that XML cannot hold.
 KR0_ECORE_API PackageClosure closureOf(const Mapping& mapping, const std::vector<std::string>& packageUris);
 
 /// Writes a package as an .ecore document in UTF-8. For a package that came from a file that is the whole
@@ -92,7 +94,7 @@ KR0_ECORE_API PackageClosure closureOf(const Mapping& mapping, const std::vector
 /// opposites.
 /// @param packageUri URI of the package.
 /// @param pinIdentifiers pins the number of every stored feature by an annotation.
-/// @throws Error where there is no such package, or Ecore has no counterpart for something in it.
+/// @throws Error where there is no such package, or XML cannot hold a text of it.
 KR0_ECORE_API std::string writeEcore(const Mapping& mapping, std::string_view packageUri,
                                      bool pinIdentifiers = false);
 
