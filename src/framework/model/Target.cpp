@@ -14,8 +14,9 @@ std::string describePosition(std::size_t position, std::size_t size) {
 }
 
 void failToUse(const ElementRecord* record) {
-  throw ModelError(record == nullptr ? "an empty element handle denotes no element"
-                                     : "the element was removed from its model");
+  if (record == nullptr) throw ModelError("an empty element handle denotes no element");
+  throw ModelError("the element of type " + record->use->type->qualifiedName() +
+                   " was removed from its model");
 }
 
 void failToLocate(const ModelStore* store, const ElementRecord* record, const PropertyKey& key) {

@@ -57,8 +57,6 @@ struct Target {
 
 inline bool isThere(const ElementRecord* record) noexcept { return record != nullptr && !record->removed; }
 
-/// @throws ModelError: there is no such element (any more).
-[[noreturn]] void failToUse(const ElementRecord* record);
 /// @throws ModelError: there is no such element (any more), or it has no such property.
 [[noreturn]] void failToLocate(const ModelStore* store, const ElementRecord* record, const PropertyKey& key);
 

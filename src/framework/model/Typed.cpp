@@ -108,12 +108,6 @@ void putChecked(ModelStore* store, ElementRecord* record, std::size_t slot, cons
 
 }  // namespace
 
-void failHandle(const ModelStore*, const ElementRecord* record) {
-  if (record == nullptr) throw ModelError("an empty element handle has no properties");
-  throw ModelError("an element of class " + record->use->type->qualifiedName() +
-                   " was removed from its model, its handle is no longer valid");
-}
-
 std::size_t findPlace(const ModelStore* store, const ElementRecord* record, std::uint32_t number,
                       const typed::Demand* demand) {
   const meta::StructuredType type = record->use->type;

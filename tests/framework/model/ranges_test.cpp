@@ -178,7 +178,7 @@ TEST_F(Ranges, WhatIsTakenOutMeanwhileIsMissedOrRefusedAndNeverRead) {
   auto it = children.begin();
   model.remove(first);
   EXPECT_EQ(errorOf<ModelError>([&] { (void)(*it).getText("name"); }),
-            "the element was removed from its model");
+            "the element of type library.Book was removed from its model");
   ++it;
   EXPECT_EQ(*it, author);
 }

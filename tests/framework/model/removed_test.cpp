@@ -9,7 +9,8 @@ namespace {
 
 using test::errorOf;
 
-constexpr const char* kRemoved = "the element was removed from its model";
+constexpr const char* kRemoved = "the element of type library.Book was removed from its model";
+constexpr const char* kRemovedPart = "the element of type library.Span was removed from its model";
 
 class RemovedElement : public ::testing::Test, protected test::LibraryFixture {
  protected:
@@ -102,7 +103,7 @@ TEST_F(RemovedElement, ThrowsFromEveryChange) {
     EXPECT_EQ(errorOf<ModelError>([&] { change(gone); }), kRemoved);
     EXPECT_EQ(errorOf<ModelError>([&] { change(below); }), kRemoved);
   }
-  EXPECT_EQ(errorOf<ModelError>([&] { part.set("first", 1); }), kRemoved);
+  EXPECT_EQ(errorOf<ModelError>([&] { part.set("first", 1); }), kRemovedPart);
   EXPECT_EQ(model.size(), 2u);
 }
 

@@ -38,7 +38,6 @@ namespace internal {
 struct ElementAccess;
 struct ElementRecord;
 class ModelStore;
-struct Handles;
 template <class Source>
 class PositionRange;
 template <class T>
@@ -232,7 +231,6 @@ class KR0_FRAMEWORK_API ConstElement {
   friend class Element;
   friend class internal::ModelStore;
   friend struct internal::ElementAccess;
-  friend struct internal::Handles;
   template <class T>
   friend class internal::PropertyValues;
   ConstElement(internal::ModelStore* store, internal::ElementRecord* record) noexcept
@@ -381,7 +379,6 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
   friend class ConstElement;
   friend class internal::ModelStore;
   friend struct internal::ElementAccess;
-  friend struct internal::Handles;
   Element(internal::ModelStore* store, internal::ElementRecord* record) noexcept
       : ConstElement(store, record) {}
   explicit Element(ConstElement element) noexcept : ConstElement(element) {}
@@ -445,6 +442,26 @@ T ConstElement::read(const E& from, const PropertyKey& property, std::size_t pos
     return T(from.getText(property, position));
   }
 }
+
+namespace internal {
+
+/// The way from a handle to what it denotes and back.
+struct ElementAccess {
+  template <class Handle>
+  static ModelStore* storeOf(const Handle& handle) noexcept {
+    return handle.store_;
+  }
+  template <class Handle>
+  static ElementRecord* recordOf(const Handle& handle) noexcept {
+    return handle.record_;
+  }
+  template <class Handle>
+  static Handle make(ModelStore* store, ElementRecord* record) noexcept {
+    return Handle(store, record);
+  }
+};
+
+}  // namespace internal
 
 template <class T>
 T ConstElement::readInteger(const PropertyKey& property, std::size_t position) const {

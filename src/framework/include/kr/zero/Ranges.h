@@ -29,11 +29,20 @@ namespace kr::zero {
 
 namespace internal {
 
-/// Makes handles of records.
-struct Handles {
-  template <class E>
-  static E make(ModelStore* store, ElementRecord* record) noexcept {
-    return E(store, record);
+/// What an iterator has beside its own members: it gives handles, no references.
+template <class Iterator, class E>
+class ForwardIterator {
+ public:
+  using value_type = E;
+  using difference_type = std::ptrdiff_t;
+  using iterator_category = std::input_iterator_tag;
+  using iterator_concept = std::forward_iterator_tag;
+
+  Iterator operator++(int) {
+    auto& self = static_cast<Iterator&>(*this);
+    Iterator before = self;
+    ++self;
+    return before;
   }
 };
 
@@ -131,7 +140,7 @@ class ModelRoots {
   ModelRoots() = default;
   explicit ModelRoots(ModelStore* store) : store_(store) {}
   std::size_t size() const noexcept { return store_ == nullptr ? 0 : rootCount(*store_); }
-  E at(std::size_t position) const { return Handles::make<E>(store_, rootAt(*store_, position)); }
+  E at(std::size_t position) const { return ElementAccess::make<E>(store_, rootAt(*store_, position)); }
 
  private:
   ModelStore* store_ = nullptr;
@@ -186,19 +195,11 @@ template <class E>
 class ChildRange {
  public:
   /// Stands at a child, or behind the last one.
-  class Iterator {
+  class Iterator : public internal::ForwardIterator<Iterator, E> {
    public:
-    ///@{
-    /// What algorithms ask of an iterator.
-    using value_type = E;
-    using difference_type = std::ptrdiff_t;
-    using iterator_category = std::input_iterator_tag;  // it gives values, no references
-    using iterator_concept = std::forward_iterator_tag;
-    ///@}
-
     Iterator() = default;
     /// The element that it stands at.
-    E operator*() const { return internal::Handles::make<E>(store_, current_); }
+    E operator*() const { return internal::ElementAccess::make<E>(store_, current_); }
     ///@{
     /// Goes to the next one.
     Iterator& operator++() {
@@ -206,11 +207,7 @@ class ChildRange {
       current_ = internal::findContained(parent_, place_);
       return *this;
     }
-    Iterator operator++(int) {
-      Iterator before = *this;
-      ++*this;
-      return before;
-    }
+    using internal::ForwardIterator<Iterator, E>::operator++;
     ///@}
     /// Whether both stand at the same place.
     friend bool operator==(const Iterator& a, const Iterator& b) { return a.current_ == b.current_; }
@@ -249,16 +246,8 @@ template <class E>
 class ReferenceRange {
  public:
   /// Stands at a target, or behind the last one.
-  class Iterator {
+  class Iterator : public internal::ForwardIterator<Iterator, E> {
    public:
-    ///@{
-    /// What algorithms ask of an iterator.
-    using value_type = E;
-    using difference_type = std::ptrdiff_t;
-    using iterator_category = std::input_iterator_tag;  // it gives values, no references
-    using iterator_concept = std::forward_iterator_tag;
-    ///@}
-
     Iterator() = default;
     /// The element that it stands at.
     E operator*() const { return current_; }
@@ -269,11 +258,7 @@ class ReferenceRange {
       skipUnresolved();
       return *this;
     }
-    Iterator operator++(int) {
-      Iterator before = *this;
-      ++*this;
-      return before;
-    }
+    using internal::ForwardIterator<Iterator, E>::operator++;
     ///@}
     /// Whether both stand at the same place.
     friend bool operator==(const Iterator& a, const Iterator& b) { return a.position_ == b.position_; }
@@ -316,30 +301,18 @@ template <class E>
 class BasicElementRange {
  public:
   /// Stands at an element, or behind the last one.
-  class Iterator {
+  class Iterator : public internal::ForwardIterator<Iterator, E> {
    public:
-    ///@{
-    /// What algorithms ask of an iterator.
-    using value_type = E;
-    using difference_type = std::ptrdiff_t;
-    using iterator_category = std::input_iterator_tag;  // it gives values, no references
-    using iterator_concept = std::forward_iterator_tag;
-    ///@}
-
     Iterator() = default;
     /// The element that it stands at.
-    E operator*() const { return internal::Handles::make<E>(walk_.store(), walk_.current()); }
+    E operator*() const { return internal::ElementAccess::make<E>(walk_.store(), walk_.current()); }
     ///@{
     /// Goes to the next one.
     Iterator& operator++() {
       walk_.advance();
       return *this;
     }
-    Iterator operator++(int) {
-      Iterator before = *this;
-      ++*this;
-      return before;
-    }
+    using internal::ForwardIterator<Iterator, E>::operator++;
     ///@}
     /// Number of elements above the current one, up to the one below which the walk goes.
     std::size_t getDepth() const noexcept { return walk_.depth(); }

@@ -123,4 +123,8 @@ struct ElementRecord {
 };
 static_assert(sizeof(ElementRecord) == 48);
 
+/// @param record of a handle; null for an empty one.
+/// @throws ModelError: there is no such element (any more).
+[[noreturn]] KR0_FRAMEWORK_API void failToUse(const ElementRecord* record);
+
 }  // namespace kr::zero::internal

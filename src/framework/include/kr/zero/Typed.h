@@ -44,26 +44,6 @@
 
 namespace kr::zero {
 
-namespace internal {
-
-/// The way from a handle to what it denotes and back.
-struct ElementAccess {
-  template <class Handle>
-  static ModelStore* storeOf(const Handle& handle) noexcept {
-    return handle.store_;
-  }
-  template <class Handle>
-  static ElementRecord* recordOf(const Handle& handle) noexcept {
-    return handle.record_;
-  }
-  template <class Handle>
-  static Handle make(ModelStore* store, ElementRecord* record) noexcept {
-    return Handle(store, record);
-  }
-};
-
-}  // namespace internal
-
 namespace typed {
 
 /// Whether elements can be changed through handles of that type.
@@ -167,8 +147,6 @@ namespace internal {
 
 // The ways that are walked seldom, or need what is not public.
 
-/// @throws ModelError: there is no element, or it was removed.
-[[noreturn]] KR0_FRAMEWORK_API void failHandle(const ModelStore* store, const ElementRecord* record);
 /// The slot of a property that is not where it was expected.
 /// @throws ModelError where there is none, or another one.
 KR0_FRAMEWORK_API std::size_t findPlace(const ModelStore* store, const ElementRecord* record,
@@ -249,7 +227,7 @@ template <class Handle>
 internal::ElementRecord* recordOf(const Handle& handle) {
   internal::ElementRecord* const record = internal::ElementAccess::recordOf(handle);
   if (record == nullptr || record->removed) [[unlikely]]
-    internal::failHandle(internal::ElementAccess::storeOf(handle), record);
+    internal::failToUse(record);
   return record;
 }
 
@@ -620,6 +598,8 @@ class Many {
   void removeAt(std::size_t position) const requires isMutable<Handle> {
     Handle(element_).removeAt(spot().property(), position);
   }
+  /// Says that there is no value, which is not the same as unset; children go with all below them.
+  void setEmpty() const requires isMutable<Handle> { Handle(element_).setEmpty(spot().property()); }
   /// Back to unset; children go with all below them.
   void unset() const requires isMutable<Handle> { Handle(element_).unset(spot().property()); }
 
@@ -644,85 +624,80 @@ class Many {
   Demand demand_;
 };
 
-/// What iterators of Values make of a cell.
-template <class T>
-struct ReadValue {
-  /// The value in a cell.
-  Argument<T> operator()(cells::Cell cell) const noexcept { return ValueForm<T>::read(cell); }
-};
-
-/// The values of a collection of numbers, enumeration literals, texts or UUIDs.
-template <class T, class Handle>
-class Values : public Many<Handle> {
+/// A collection whose cells are read by `Read`, which is made of the place of the collection.
+template <class Read, class Handle>
+class Items : public Many<Handle> {
  public:
-  /// A number, an enumerator, a UUID, or a view of a text, good until the property is changed.
-  using value_type = Argument<T>;
+  /// What is in the collection, as getters give it.
+  using value_type = typename ManyIterator<Read>::value_type;
   /// Goes through the values.
-  using iterator = ManyIterator<ReadValue<T>>;
-  /// Called by getters of generated classes.
-  Values(const Typed<Handle>& of, Place place) : Many<Handle>(of, place, manyOf(ValueForm<T>::kDemand)) {}
+  using iterator = ManyIterator<Read>;
+  using Many<Handle>::Many;
 
   ///@{
   /// The values in their order; iterators stand until the property is changed.
-  iterator begin() const { return {{}, this->spot().items().data()}; }
+  iterator begin() const {
+    const Spot spot = this->spot();
+    return {Read(spot), spot.items().data()};
+  }
   iterator end() const {
-    const auto items = this->spot().items();
-    return {{}, items.data() + items.size()};
+    const Spot spot = this->spot();
+    const auto items = spot.items();
+    return {Read(spot), items.data() + items.size()};
   }
   ///@}
   /// The value at a position, from 0.
   /// @throws ModelError where there is no such position.
   value_type operator[](std::size_t position) const {
-    return ValueForm<T>::read(this->itemAt(this->spot(), position));
-  }
-  /// Adds a value at the end.
-  /// @throws ModelError for a number that no literal of the enumeration has, a text that is not well-formed,
-  ///   and what is no DateTime. Nothing is added then.
-  void add(value_type value) const requires isMutable<Handle> { ValueForm<T>::append(this->spot(), value); }
-  /// Says that there is no value, which is not the same as unset.
-  void setEmpty() const requires isMutable<Handle> {
-    Handle(this->element()).setEmpty(this->spot().property());
+    const Spot spot = this->spot();
+    return Read(spot)(this->itemAt(spot, position));
   }
 };
 
-/// What iterators of Children make of a cell.
+/// Reads a value that is no element.
+template <class T>
+struct ReadValue {
+  ReadValue() = default;
+  /// The place says nothing: the cell is the value.
+  explicit ReadValue(const Spot&) {}
+  /// The value in a cell.
+  Argument<T> operator()(cells::Cell cell) const noexcept { return ValueForm<T>::read(cell); }
+};
+
+/// The values of a collection of numbers, enumeration literals, texts or UUIDs. A text is a view, good until
+/// the property is changed.
+template <class T, class Handle>
+class Values : public Items<ReadValue<T>, Handle> {
+ public:
+  /// Called by getters of generated classes.
+  Values(const Typed<Handle>& of, Place place)
+      : Items<ReadValue<T>, Handle>(of, place, manyOf(ValueForm<T>::kDemand)) {}
+
+  /// Adds a value at the end.
+  /// @throws ModelError for a number that no literal of the enumeration has, a text that is not well-formed,
+  ///   and what is no DateTime. Nothing is added then.
+  void add(Argument<T> value) const requires isMutable<Handle> { ValueForm<T>::append(this->spot(), value); }
+};
+
+/// Reads a child.
 template <class To>
 struct ReadChild {
   Spot spot{};  ///< where the collection is
+  ReadChild() = default;
+  /// Of a collection.
+  explicit ReadChild(const Spot& collection) : spot(collection) {}
   /// The child in a cell.
   To operator()(cells::Cell cell) const noexcept { return childAt<To>(spot, cell); }
 };
 
 /// The children, or the datatype values, in a collection.
 template <class To, class Handle>
-class Children : public Many<Handle> {
+class Children : public Items<ReadChild<To>, Handle> {
  public:
-  /// The class of the property.
-  using value_type = To;
-  /// Goes through the children.
-  using iterator = ManyIterator<ReadChild<To>>;
   /// Called by getters of generated classes.
   Children(const Typed<Handle>& of, Place place, const Demand& demand = kChild)
-      : Many<Handle>(of, place, manyOf(demand)) {}
+      : Items<ReadChild<To>, Handle>(of, place, manyOf(demand)) {}
 
-  ///@{
-  /// The children in their order; iterators stand until the property is changed.
-  iterator begin() const {
-    const Spot spot = this->spot();
-    return {{spot}, spot.items().data()};
-  }
-  iterator end() const {
-    const Spot spot = this->spot();
-    const auto items = spot.items();
-    return {{spot}, items.data() + items.size()};
-  }
-  ///@}
-  /// The child at a position, from 0.
-  /// @throws ModelError where there is no such position.
-  To operator[](std::size_t position) const {
-    const Spot spot = this->spot();
-    return childAt<To>(spot, this->itemAt(spot, position));
-  }
   /// Makes one behind those that are there.
   /// @tparam Made a class that inherits from that of the property.
   template <Class Made = To>
@@ -737,10 +712,13 @@ class Children : public Many<Handle> {
   }
 };
 
-/// What iterators of References make of a cell.
+/// Reads the target of a reference.
 template <class To>
 struct ReadReference {
   Spot spot{};  ///< where the collection is
+  ReadReference() = default;
+  /// Of a collection.
+  explicit ReadReference(const Spot& collection) : spot(collection) {}
   /// The target of the reference in a cell.
   To operator()(cells::Cell cell) const noexcept {
     return targetAt<To>(spot, cell, cells::isUnresolved(cell));
@@ -749,42 +727,16 @@ struct ReadReference {
 
 /// The targets in a collection of references: an empty handle for one that is not in the model.
 template <class To, class Handle>
-class References : public Many<Handle> {
+class References : public Items<ReadReference<To>, Handle> {
  public:
-  /// The class of the property.
-  using value_type = To;
-  /// Goes through the targets.
-  using iterator = ManyIterator<ReadReference<To>>;
   /// Called by getters of generated classes.
-  References(const Typed<Handle>& of, Place place) : Many<Handle>(of, place, manyOf(kReference)) {}
+  References(const Typed<Handle>& of, Place place)
+      : Items<ReadReference<To>, Handle>(of, place, manyOf(kReference)) {}
 
-  ///@{
-  /// The targets in their order; iterators stand until the property is changed.
-  iterator begin() const {
-    const Spot spot = this->spot();
-    return {{spot}, spot.items().data()};
-  }
-  iterator end() const {
-    const Spot spot = this->spot();
-    const auto items = spot.items();
-    return {{spot}, items.data() + items.size()};
-  }
-  ///@}
-  /// The target at a position, from 0; an empty handle where it is not in the model.
-  /// @throws ModelError where there is no such position.
-  To operator[](std::size_t position) const {
-    const Spot spot = this->spot();
-    const cells::Cell cell = this->itemAt(spot, position);
-    return targetAt<To>(spot, cell, cells::isUnresolved(cell));
-  }
   /// Appends a reference, and keeps an opposite in step.
   void add(const To& target) const requires isMutable<Handle> {
     recordOf<Handle>(target);
     Handle(this->element()).addReference(this->spot().property(), target);
-  }
-  /// Says that there is no target, which is not the same as unset.
-  void setEmpty() const requires isMutable<Handle> {
-    Handle(this->element()).setEmpty(this->spot().property());
   }
 };
 
