@@ -104,7 +104,7 @@ void unpack(Document& document) {
   document.packedBytes = document.bytes.size();
   document.packing = archive::packingOf(document.text());
   if (document.packing == archive::Packing::none) return;
-  document.bytes = withinLimit([&] {
+  document.bytes = withinLimit(document, [&] {
     return archive::unpack(document.text(), document.packing,
                            {.name = document.name, .limit = document.limit});
   });
@@ -195,7 +195,7 @@ Model readModel(const Document& document, const MetaModels& metaModels, Progress
   if (document.format == Format::xmi)
     return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
   if (document.format == Format::krz)
-    return withinLimit([&] {
+    return withinLimit(document, [&] {
       return archive::loadArchive(document.asArchive(), metaModels.registry(), {.bytes = document.limit});
     });
   return io::readModel(
@@ -215,8 +215,8 @@ LoadedDocument readModel(const Document& document, const std::vector<std::string
     throw WrongCall(document.name + ": reading the format " + std::string(nameOf(document.format)) +
                     " takes the meta model, give it with -m or --meta");
   progress.startStep("understanding " + document.name);
-  archive::LoadedArchive loaded =
-      withinLimit([&] { return archive::loadArchive(document.asArchive(), {.bytes = document.limit}); });
+  archive::LoadedArchive loaded = withinLimit(
+      document, [&] { return archive::loadArchive(document.asArchive(), {.bytes = document.limit}); });
   return {{std::move(loaded.registry), std::move(loaded.mapping)}, std::move(loaded.model)};
 }
 

@@ -89,16 +89,17 @@ struct BinaryHeader {
 Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress,
                       std::uint64_t limit = kDefaultLimit);
 
-/// Does what may unpack something, and has the error of a limit name the option that raises it.
+/// Does what may unpack a document, and has the error of its limit name the option that raises it.
 template <class Work>
-auto withinLimit(Work work) {
+auto withinLimit(const Document& document, Work work) {
   try {
     return work();
   } catch (const Error& error) {
     if (error.getCode() != ErrorCode::overLimit) throw;
-    ErrorDetails details = error.getDetails();
-    details.problem += "; --limit allows more";
-    throw Error(ErrorCode::overLimit, std::move(details));
+    throw Error(ErrorCode::overLimit,
+                {.file = document.name,
+                 .problem = "it unpacks to more than " + std::to_string(document.limit) +
+                            " bytes; --limit allows more"});
   }
 }
 

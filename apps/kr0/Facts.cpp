@@ -97,17 +97,24 @@ void addInner(const std::vector<std::uint8_t>& bytes, Facts& facts) {
       bytes.size()};
 }
 
+/// How much a part takes in the file, where it is there.
+std::optional<std::uint64_t> sizeOf(const archive::ArchiveReader& reader, const std::string& name) {
+  for (const archive::ArchivePart& part : reader.getParts())
+    if (part.name == name) return part.bytes;
+  return std::nullopt;
+}
+
 void addArchive(const Document& document, const InputOptions& input, Facts& facts, ProgressBar& progress) {
   archive::ArchiveReader reader(document.asArchive(), {.bytes = document.limit});
-  const bool areWhole[] = {
-      facts.faults.attempt([&] { addManifest(reader.getManifest(), facts); }),
-      facts.faults.attempt([&] { withinLimit([&] { return reader.readMetaModel(); }); }),
-      facts.faults.attempt([&] { addInner(withinLimit([&] { return reader.readDocument(); }), facts); })};
-  std::size_t number = 0;
-  for (const archive::ArchivePart& part : reader.getParts())
-    facts.parts.push_back({part.name, part.bytes, areWhole[number++]});
-  const auto [manifestIsWhole, metaModelIsWhole, documentIsWhole] = areWhole;
-  if (manifestIsWhole && documentIsWhole && (metaModelIsWhole || !input.metaModels.empty()))
+  const auto look = [&](const char* part, const auto& read) {
+    const bool isWhole = facts.faults.attempt([&] { withinLimit(document, read); });
+    facts.parts.push_back({part, isWhole, sizeOf(reader, part)});
+    return isWhole;
+  };
+  const bool hasManifest = look("manifest", [&] { addManifest(reader.getManifest(), facts); });
+  const bool hasMetaModel = look("meta model", [&] { reader.readMetaModel(); });
+  const bool hasDocument = look("document", [&] { addInner(reader.readDocument(), facts); });
+  if (hasManifest && hasDocument && (hasMetaModel || !input.metaModels.empty()))
     facts.faults.attempt([&] { addContent(document, input, facts, progress); });
 }
 

@@ -25,8 +25,8 @@ struct PackageFacts {
 /// A part of an archive.
 struct PartFacts {
   std::string name;
-  std::uint64_t bytes = 0;  ///< that it takes in the file
   bool isWhole = false;
+  std::optional<std::uint64_t> bytes = {};  ///< that it takes in the file; nothing where it is not there
 };
 
 /// The document in an archive.

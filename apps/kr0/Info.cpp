@@ -52,8 +52,8 @@ void printPackages(const std::vector<PackageFacts>& packages, TextOut& out) {
 void printParts(const std::vector<PartFacts>& parts, TextOut& out) {
   out << "parts: " << std::to_string(parts.size()) << '\n';
   for (const PartFacts& part : parts)
-    out << "  " << part.name << ": " << (part.isWhole ? "whole" : "damaged") << ", " << inBytes(part.bytes)
-        << '\n';
+    out << "  " << part.name << ": "
+        << (part.bytes ? (part.isWhole ? "whole, " : "damaged, ") + inBytes(*part.bytes) : "missing") << '\n';
 }
 
 void printElements(const Counts& counts, TextOut& out) {
@@ -103,7 +103,7 @@ Json asJson(const std::vector<PackageFacts>& packages) {
 Json asJson(const std::vector<PartFacts>& parts) {
   Json list = Json::array();
   for (const PartFacts& part : parts)
-    list.push_back({{"name", part.name}, {"whole", part.isWhole}, {"bytes", part.bytes}});
+    list.push_back({{"name", part.name}, {"whole", part.isWhole}, {"bytes", part.bytes.value_or(0)}});
   return list;
 }
 

@@ -97,14 +97,15 @@ class Folder {
   std::set<std::string> names_;
 };
 
-void unpackMetaModel(archive::ArchiveReader& reader, Folder& folder) {
-  const std::vector<ecore::EcoreFile> files = withinLimit([&] { return reader.readMetaModel(); });
+void unpackMetaModel(const Document& document, archive::ArchiveReader& reader, Folder& folder) {
+  const std::vector<ecore::EcoreFile> files = withinLimit(document, [&] { return reader.readMetaModel(); });
   for (const ecore::EcoreFile& file : files) folder.reserve(file.name);
   for (const ecore::EcoreFile& file : files) folder.write(file.name, file.text);
 }
 
-void unpackDocument(archive::ArchiveReader& reader, const std::string& stem, Folder& folder) {
-  const std::vector<std::uint8_t> bytes = withinLimit([&] { return reader.readDocument(); });
+void unpackDocument(const Document& document, archive::ArchiveReader& reader, const std::string& stem,
+                    Folder& folder) {
+  const std::vector<std::uint8_t> bytes = withinLimit(document, [&] { return reader.readDocument(); });
   folder.write(stem + '.' + std::string(nameOf(formatOf(reader, bytes))), asText(bytes));
 }
 
@@ -126,8 +127,8 @@ void unpack(const UnpackOptions& options) {
     folder.reserve(own);
   Faults faults(document.name);
   faults.attempt([&] { unpackManifest(reader, folder); });
-  faults.attempt([&] { unpackMetaModel(reader, folder); });
-  faults.attempt([&] { unpackDocument(reader, stem, folder); });
+  faults.attempt([&] { unpackMetaModel(document, reader, folder); });
+  faults.attempt([&] { unpackDocument(document, reader, stem, folder); });
   faults.raise();
 }
 
