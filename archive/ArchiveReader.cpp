@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <boost/interprocess/streams/bufferstream.hpp>
 #include <exception>
 #include <fstream>
 #include <optional>
@@ -32,7 +33,7 @@ std::string_view asText(const std::vector<std::uint8_t>& bytes) {
 struct ArchiveReader::Impl {
   std::string name;
   ArchiveLimits limits;
-  std::ifstream file;
+  std::unique_ptr<std::istream> file;
   std::uint64_t size = 0;
   std::optional<Extent> manifestAt;
   std::optional<Extent> metaModelAt;
@@ -42,9 +43,19 @@ struct ArchiveReader::Impl {
 
   Impl(const std::filesystem::path& path, ArchiveLimits given) : name(path.string()), limits(given) {
     errno = 0;
-    file.open(path, std::ios::binary);
-    if (!file || !std::filesystem::is_regular_file(path)) failToRead(errno == 0 ? EINVAL : errno);
+    file = std::make_unique<std::ifstream>(path, std::ios::binary);
+    if (!*file || !std::filesystem::is_regular_file(path)) failToRead(errno == 0 ? EINVAL : errno);
     size = std::filesystem::file_size(path);
+    open();
+  }
+
+  Impl(const ArchiveBytes& archive, ArchiveLimits given) : name(archive.name), limits(given) {
+    file = std::make_unique<boost::interprocess::ibufferstream>(archive.bytes.data(), archive.bytes.size());
+    size = archive.bytes.size();
+    open();
+  }
+
+  void open() {
     findParts();
     manifestText = readManifestText();
     manifest = parseManifest();
@@ -70,11 +81,11 @@ struct ArchiveReader::Impl {
 
   std::string readAt(std::uint64_t offset, std::size_t bytes) {
     std::string read(bytes, '\0');
-    file.clear();
-    file.seekg(static_cast<std::streamoff>(offset));
-    file.read(read.data(), static_cast<std::streamsize>(bytes));
-    if (file.bad()) failToRead(EIO);
-    read.resize(static_cast<std::size_t>(std::max<std::streamsize>(0, file.gcount())));
+    file->clear();
+    file->seekg(static_cast<std::streamoff>(offset));
+    file->read(read.data(), static_cast<std::streamsize>(bytes));
+    if (file->bad()) failToRead(EIO);
+    read.resize(static_cast<std::size_t>(std::max<std::streamsize>(0, file->gcount())));
     return read;
   }
 
@@ -198,7 +209,21 @@ ArchiveReader::ArchiveReader(const std::filesystem::path& path, ArchiveLimits li
   }
 }
 
+ArchiveReader::ArchiveReader(const ArchiveBytes& archive, ArchiveLimits limits) {
+  try {
+    impl_ = std::make_unique<Impl>(archive, limits);
+  } catch (...) {
+    rethrowAsError({.file = archive.name}, ErrorCode::unreadable);
+  }
+}
+
 ArchiveReader::~ArchiveReader() = default;
+
+std::vector<ArchivePart> ArchiveReader::getParts() const {
+  return {{"manifest", impl_->manifestAt->size},
+          {"meta model", impl_->metaModelAt->size},
+          {"document", impl_->documentAt->size}};
+}
 
 const Manifest& ArchiveReader::getManifest() const { return impl_->requireManifest(); }
 
@@ -239,7 +264,13 @@ std::vector<std::uint8_t> ArchiveReader::readDocument() try {
 }
 
 bool looksLikeArchive(std::string_view beginning) {
-  return beginning.starts_with(littleEndian(kManifestMagic, kMagicBytes));
+  if (!beginning.starts_with(littleEndian(kManifestMagic, kMagicBytes))) return false;
+  const std::uint64_t size = fromLittleEndian(beginning.substr(kMagicBytes, kFrameHeadBytes - kMagicBytes));
+  const auto from = [&](std::uint64_t place) {
+    return beginning.substr(static_cast<std::size_t>(std::min<std::uint64_t>(place, beginning.size())));
+  };
+  return from(kFrameHeadBytes + kChecksumBytes).starts_with('{') ||
+         from(kFrameHeadBytes + size).starts_with(littleEndian(kMetaModelMagic, kMagicBytes));
 }
 
 }  // namespace kr::zero::archive

@@ -27,11 +27,7 @@ void requireSame(const meta::MetaRegistry& registry, const ArchivedPackage& pack
         "is another version than the one that the archive was written with; read it by its own meta model");
 }
 
-}  // namespace
-
-LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {
-  ArchiveReader reader(path, limits);
-  const std::string name = path.string();
+LoadedArchive load(ArchiveReader& reader, const std::string& name) {
   auto registry = std::make_unique<meta::MetaRegistry>();
   std::shared_ptr<const ecore::Mapping> mapping = ecore::loadEcoreFiles(reader.readMetaModel(), *registry);
   for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(*registry, package, name);
@@ -39,12 +35,33 @@ LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits
   return {std::move(registry), std::move(mapping), std::move(model)};
 }
 
+Model load(ArchiveReader& reader, const std::string& name, const meta::MetaRegistry& registry) {
+  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(registry, package, name);
+  return readModel(reader, name, registry);
+}
+
+}  // namespace
+
+LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {
+  ArchiveReader reader(path, limits);
+  return load(reader, path.string());
+}
+
+LoadedArchive loadArchive(const ArchiveBytes& archive, const ArchiveLimits& limits) {
+  ArchiveReader reader(archive, limits);
+  return load(reader, archive.name);
+}
+
 Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& registry,
                   const ArchiveLimits& limits) {
   ArchiveReader reader(path, limits);
-  const std::string name = path.string();
-  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(registry, package, name);
-  return readModel(reader, name, registry);
+  return load(reader, path.string(), registry);
+}
+
+Model loadArchive(const ArchiveBytes& archive, const meta::MetaRegistry& registry,
+                  const ArchiveLimits& limits) {
+  ArchiveReader reader(archive, limits);
+  return load(reader, archive.name, registry);
 }
 
 }  // namespace kr::zero::archive

@@ -1,4 +1,5 @@
 #include <ios>
+#include <optional>
 
 #include "Frames.h"
 #include "Hash.h"
@@ -45,7 +46,7 @@ std::string compressed(std::string_view bytes, int level) {
   return frame;
 }
 
-void write(const Model& model, const std::filesystem::path& path, const ArchiveOptions& options) {
+void write(const Model& model, const ArchiveOptions& options, const TakePiece& take) {
   const std::shared_ptr<const ecore::Mapping> made =
       options.mapping == nullptr ? ecore::describeRegistry(model.getRegistry()) : nullptr;
   const ecore::PackageClosure closure =
@@ -64,20 +65,30 @@ void write(const Model& model, const std::filesystem::path& path, const ArchiveO
   manifest.hash = hashOf(asText(document));
 
   const std::string text = toJson(manifest);
-  io::AtomicFile file(path);
-  file.write(frame(kManifestMagic, littleEndian(checksumOf(text), kChecksumBytes) + text));
-  file.write(frame(kMetaModelMagic, compressed(metaModel, options.level)));
-  compress(asText(document), options.level, [&](std::string_view piece) { file.write(piece); });
-  file.commit();
+  take(frame(kManifestMagic, littleEndian(checksumOf(text), kChecksumBytes) + text));
+  take(frame(kMetaModelMagic, compressed(metaModel, options.level)));
+  compress(asText(document), options.level, take);
 }
 
 }  // namespace
 
 void saveArchive(const Model& model, const std::filesystem::path& path, const ArchiveOptions& options) {
   try {
-    write(model, path, options);
+    std::optional<io::AtomicFile> file;  // not before there is something to write
+    write(model, options, [&](std::string_view piece) { (file ? *file : file.emplace(path)).write(piece); });
+    file->commit();
   } catch (...) {
     io::rethrowWriteFailure(path.string());
+  }
+}
+
+void writeArchive(const Model& model, std::string& bytes, const ArchiveOptions& options) {
+  try {
+    std::string written;
+    write(model, options, [&](std::string_view piece) { written += piece; });
+    bytes = std::move(written);
+  } catch (...) {
+    rethrowAsError({});
   }
 }
 

@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "Frames.h"
+
 namespace kr::zero::archive {
 
 namespace {
@@ -69,6 +71,29 @@ void decompress(const GivePiece& give, const TakePiece& take) {
     }
   }
   if (!isWhole) throw std::runtime_error("it is cut short");
+}
+
+bool beginsFrame(std::string_view bytes) {
+  if (bytes.size() < kMagicBytes) return false;
+  const std::uint64_t magic = fromLittleEndian(bytes.substr(0, kMagicBytes));
+  return magic == kDataMagic || (magic >= kFirstSkippableMagic && magic <= kLastSkippableMagic);
+}
+
+void decompressFrames(std::string_view bytes, const TakePiece& take) {
+  const auto context = owned(ZSTD_createDCtx());
+  require(ZSTD_DCtx_setParameter(context.get(), ZSTD_d_windowLogMax, kLargestWindowLog));
+  std::vector<char> piece(kPiece);
+  ZSTD_inBuffer in{bytes.data(), bytes.size(), 0};
+  while (in.pos < in.size) {
+    if (!beginsFrame(bytes.substr(in.pos))) throw std::runtime_error("there is more behind its end");
+    for (std::size_t left = 1; left != 0;) {
+      ZSTD_outBuffer out{piece.data(), piece.size(), 0};
+      left = require(ZSTD_decompressStream(context.get(), &out, &in));
+      take({piece.data(), out.pos});
+      // Room that was left says that nothing waits inside.
+      if (left != 0 && in.pos == in.size && out.pos < out.size) throw std::runtime_error("it is cut short");
+    }
+  }
 }
 
 }  // namespace kr::zero::archive

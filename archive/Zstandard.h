@@ -26,4 +26,11 @@ void compress(std::string_view bytes, int level, const TakePiece& take);
 ///   more memory than our frames do, or is not the end. What take throws passes through.
 void decompress(const GivePiece& give, const TakePiece& take);
 
+/// Whether a frame begins here, a skippable one or one of data.
+bool beginsFrame(std::string_view bytes);
+
+/// Decompresses all frames of a file, and passes over skippable ones.
+/// @throws std::runtime_error that says what is wrong. What take throws passes through.
+void decompressFrames(std::string_view bytes, const TakePiece& take);
+
 }  // namespace kr::zero::archive

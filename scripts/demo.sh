@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes the example model from XMI to both binary formats and back, and looks at it on the way.
+# Takes the example model from XMI to both binary formats, back, and into an archive, and looks at it on the way.
 #
 #   scripts/demo.sh         installs what is missing and builds the tool first
 #   scripts/demo.sh TOOL    uses a tool that is there
@@ -34,6 +34,12 @@ echo '$ kr0 cat library.krt | head -n 6'
 "$tool" cat library.krt | head -n 6
 run convert library.krt back.xmi -m library.ecore
 cmp library.xmi back.xmi
+run convert library.xmi library.krz -m library.ecore
+echo '$ kr0 cat library.krz | head -n 2'
+"$tool" cat library.krz | head -n 2
+echo '$ kr0 unpack library.krz -d parts && ls parts'
+"$tool" unpack library.krz -d parts && ls parts
+cmp library.krb parts/library.krb
 xmi=$(stat -c %s library.xmi) krb=$(stat -c %s library.krb) krt=$(stat -c %s library.krt)
 echo "The model came back byte for byte: $xmi bytes as XMI, $krb bytes as krb ($((100 * krb / xmi)) %),"
 echo "$krt bytes as krt, which needs no meta model to be looked at ($((100 * krt / xmi)) %)."

@@ -62,48 +62,48 @@ void catModel(const Model& model, const ShowOptions& options, TextOut& out) {
     print([&](TreeVisitor& printer) { visitModel(model, printer); }, options, out);
 }
 
-Document load(const ShowOptions& options) {
+Document load(const InputOptions& input) {
   ProgressBar progress;  // gone before the first line is printed
-  return readDocument(options.input, formatNamed(options.from), progress);
+  return readDocument(input.path, formatNamed(input.from), progress, input.limit);
 }
 
-Model load(const Document& document, const MetaModels& metaModels) {
+LoadedDocument load(const Document& document, const InputOptions& input) {
   ProgressBar progress;
-  return readModel(document, metaModels, progress);
+  return readModel(document, input.metaModels, progress);
 }
 
-void requireMetaModels(const Document& document, const ShowOptions& options) {
-  if (options.metaModels.empty())
-    throw WrongCall(document.name + ": printing the format " + std::string(nameOf(document.format)) +
-                    " takes the meta model, give it with -m or --meta");
+void requireUse(const WriteOptions& options, const std::string& output, Format format) {
+  const bool isCompressed = format == Format::krz || archive::packingOfName(output) != archive::Packing::none;
+  if (options.level && !isCompressed)
+    throw WrongCall("--level is for outputs that are compressed: .krz, .gz and .zst");
+  if (options.tagged && format != Format::krz)
+    throw WrongCall("--tagged tells what is inside an archive: the output is none");
 }
 
 }  // namespace
 
 void convert(const ConvertOptions& options) {
+  const InputOptions& input = options.input;
   const std::optional<Format> wanted = formatNamed(options.to);
   const Format format = wanted ? *wanted : outputFormat(options.output);
+  requireUse(options.writing, options.output, format);
   ProgressBar progress;
-  progress.startStep("loading the meta models");
-  const MetaModels metaModels(options.metaModels);
-  Document document = readDocument(options.input, formatNamed(options.from), progress);
-  const Model model = readModel(document, metaModels, progress);
+  Document document = readDocument(input.path, formatNamed(input.from), progress, input.limit);
+  const LoadedDocument loaded = readModel(document, input.metaModels, progress);
   document.bytes = {};  // the model holds everything now
-  writeModel(model, options.output, format, metaModels, progress);
+  writeModel(loaded.model, options.output, format, loaded.metaModels, progress, options.writing);
 }
 
 void cat(const ShowOptions& options) {
   if (options.json && options.events) throw WrongCall("--json and --events are two ways of printing");
-  Document document = load(options);
+  Document document = load(options.input);
   TextOut out;
-  if (document.format == Format::krt && (options.metaModels.empty() || options.events)) {
+  if (document.format == Format::krt && (options.input.metaModels.empty() || options.events)) {
     catTagged(document, options, out);
   } else {
-    requireMetaModels(document, options);
-    const MetaModels metaModels(options.metaModels);
-    const Model model = load(document, metaModels);
+    const LoadedDocument loaded = load(document, options.input);
     document.bytes = {};  // the model holds everything now
-    catModel(model, options, out);
+    catModel(loaded.model, options, out);
   }
   out.flush();
 }

@@ -11,26 +11,39 @@
 
 namespace kr::zero::tool {
 
+/// The document that a verb reads.
+struct InputOptions {
+  std::string path;                     ///< "-": standard input
+  std::vector<std::string> metaModels;  ///< the files; archives need none
+  std::string from;                     ///< its format, empty: find out
+  std::uint64_t limit = kDefaultLimit;  ///< bytes that it may unpack to
+};
+
 struct ConvertOptions {
-  std::string input;
+  InputOptions input;
   std::string output;
-  std::vector<std::string> metaModels;
-  std::string from;  ///< format of the input, empty: find out
-  std::string to;    ///< format of the output, empty: by the extension
+  std::string to;  ///< format of the output, empty: by the extension
+  WriteOptions writing;
 };
 void convert(const ConvertOptions& options);
 
 struct ShowOptions {
-  std::string input;
-  std::vector<std::string> metaModels;
-  std::string from;
+  InputOptions input;
   bool json = false;
   bool events = false;  ///< print the tree events
 };
-/// What a document is: format, version, packages, size, elements by class.
+/// What a document is: format, version, packages, size, elements by class; of an archive also its parts, and
+/// whether each is whole.
 void info(const ShowOptions& options);
 /// All that a document holds.
 void cat(const ShowOptions& options);
+
+struct UnpackOptions {
+  InputOptions input;  ///< an archive
+  std::string folder;  ///< where the files go; made where it is not there
+};
+/// The parts of an archive as files: what is whole, also where another part is damaged.
+void unpack(const UnpackOptions& options);
 
 struct SchemaOptions {
   std::vector<std::string> metaModels;

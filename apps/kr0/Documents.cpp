@@ -1,6 +1,7 @@
 #include "Documents.h"
 
 #include <filesystem>
+#include <set>
 
 #include "Errors.h"
 #include "Files.h"
@@ -28,6 +29,8 @@ class HeaderOnly final : public io::ParseCustomizer {
   std::vector<std::string> packages_;
 };
 
+constexpr int kUsualGzipLevel = 6;
+
 const ustring& libraryName(Format format) {
   return format == Format::krt ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
                                : io::IOFormatProvider::FORMAT_BINARY;
@@ -43,17 +46,40 @@ std::string asBinary(const Model& model, Format format) {
   return bytes;
 }
 
+std::string asArchive(const Model& model, const MetaModels& metaModels, const WriteOptions& options) {
+  std::string bytes;
+  archive::writeArchive(model, bytes,
+                        {.mapping = &metaModels.mapping(),
+                         .tagged = options.tagged,
+                         .level = options.level.value_or(archive::kDefaultLevel)});
+  return bytes;
+}
+
+std::string packed(std::string bytes, const std::string& path, const WriteOptions& options) {
+  const archive::Packing packing = archive::packingOfName(path);
+  if (packing == archive::Packing::none) return bytes;
+  const int usual = packing == archive::Packing::gzip ? kUsualGzipLevel : archive::kDefaultLevel;
+  return archive::pack(bytes, packing, options.level.value_or(usual));
+}
+
+std::string encode(const Model& model, Format format, const MetaModels& metaModels, ProgressBar& progress,
+                   const WriteOptions& options) {
+  if (format == Format::xmi) return asXmi(model, metaModels, progress);
+  if (format == Format::krz) return asArchive(model, metaModels, options);
+  return asBinary(model, format);
+}
+
 std::string encode(const Model& model, const std::string& path, Format format, const MetaModels& metaModels,
-                   ProgressBar& progress) {
+                   ProgressBar& progress, const WriteOptions& options) {
   try {
-    return format == Format::xmi ? asXmi(model, metaModels, progress) : asBinary(model, format);
+    return packed(encode(model, format, metaModels, progress, options), path, options);
   } catch (...) {
     rethrowAsError({.file = path});
   }
 }
 
-std::optional<Format> formatOfExtension(const std::string& path) {
-  const std::string extension = std::filesystem::path(path).extension().string();
+std::optional<Format> formatOfExtension(std::string_view path) {
+  const std::string extension = std::filesystem::path(archive::unpackedName(path)).extension().string();
   return formatNamed(extension.empty() ? std::string_view() : std::string_view(extension).substr(1));
 }
 
@@ -66,39 +92,84 @@ std::optional<Format> formatOfContent(const Document& document) {
   return std::nullopt;
 }
 
+Format formatOf(const Document& document, const std::string& path) {
+  if (archive::looksLikeArchive(document.text())) return Format::krz;
+  std::optional<Format> format = formatOfExtension(path);
+  if (!format) format = formatOfContent(document);
+  return format.value_or(Format::krb);
+}
+
+// Once is what anybody does on purpose, and more layers than one would hide how much there is to unpack.
+void unpack(Document& document) {
+  document.packedBytes = document.bytes.size();
+  document.packing = archive::packingOf(document.text());
+  if (document.packing == archive::Packing::none) return;
+  document.bytes = withinLimit(document, [&] {
+    return archive::unpack(document.text(), document.packing,
+                           {.name = document.name, .limit = document.limit});
+  });
+  if (archive::packingOf(document.text()) != archive::Packing::none)
+    throw Error(ErrorCode::foreign,
+                {.file = document.name, .problem = "it is packed twice: unpack the outer layer first"});
+}
+
+Document readBytes(const std::string& path, std::uint64_t limit) {
+  Document document{.name = inputName(path), .bytes = readInput(path), .limit = limit};
+  unpack(document);
+  return document;
+}
+
+std::vector<ecore::EcoreFile> readEcoreFiles(const std::vector<std::string>& paths, std::uint64_t limit) {
+  std::vector<ecore::EcoreFile> files;
+  std::set<std::filesystem::path> places;
+  for (const std::string& path : paths) {
+    const std::string name(archive::unpackedName(path));
+    if (places.insert(std::filesystem::absolute(name).lexically_normal()).second)
+      files.push_back({name, std::string(readBytes(path, limit).text())});
+  }
+  return files;
+}
+
 }  // namespace
 
 std::optional<Format> formatNamed(std::string_view name) {
-  for (const Format format : {Format::krb, Format::krt, Format::xmi})
+  for (const Format format : {Format::krb, Format::krt, Format::xmi, Format::krz})
     if (name == nameOf(format)) return format;
   return std::nullopt;
 }
 
 std::string_view nameOf(Format format) {
-  return format == Format::krb ? "krb" : format == Format::krt ? "krt" : "xmi";
+  switch (format) {
+    case Format::krb:
+      return "krb";
+    case Format::krt:
+      return "krt";
+    case Format::krz:
+      return "krz";
+    default:
+      return "xmi";
+  }
 }
 
 Format outputFormat(const std::string& path) {
   if (path == "-")
-    throw WrongCall("standard output has no name that tells a format: give --to krb, --to krt or --to xmi");
+    throw WrongCall("standard output has no name that tells a format: give --to krb, krt, xmi or krz");
   return formatOfExtension(path).value_or(Format::xmi);
 }
 
-MetaModels::MetaModels(const std::vector<std::string>& paths)
+MetaModels::MetaModels(const std::vector<std::string>& paths, std::uint64_t limit)
     : registry_(std::make_unique<meta::MetaRegistry>()),
-      mapping_(ecore::loadMetaModels(std::vector<std::filesystem::path>(paths.begin(), paths.end()),
-                                     *registry_)) {}
+      mapping_(ecore::loadEcoreFiles(readEcoreFiles(paths, limit), *registry_)) {}
 
 std::string_view Document::text() const {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress) {
+Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress,
+                      std::uint64_t limit) {
   progress.startStep("reading " + inputName(path));
-  Document document{inputName(path), readInput(path)};
-  if (!format) format = formatOfExtension(path);
-  if (!format) format = formatOfContent(document);
-  document.format = format.value_or(Format::krb);
+  Document document = readBytes(path, limit);
+  document.format = format ? *format : formatOf(document, path);
   return document;
 }
 
@@ -123,15 +194,36 @@ Model readModel(const Document& document, const MetaModels& metaModels, Progress
   progress.startStep("understanding " + document.name);
   if (document.format == Format::xmi)
     return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
+  if (document.format == Format::krz)
+    return withinLimit(document, [&] {
+      return archive::loadArchive(document.asArchive(), metaModels.registry(), {.bytes = document.limit});
+    });
   return io::readModel(
       document.bytes,
       {.registry = &metaModels.registry(), .format = libraryName(document.format), .name = document.name});
 }
 
+LoadedDocument readModel(const Document& document, const std::vector<std::string>& metaModels,
+                         ProgressBar& progress) {
+  if (!metaModels.empty()) {
+    progress.startStep("loading the meta models");
+    MetaModels given(metaModels, document.limit);
+    Model model = readModel(document, given, progress);
+    return {std::move(given), std::move(model)};
+  }
+  if (document.format != Format::krz)
+    throw WrongCall(document.name + ": reading the format " + std::string(nameOf(document.format)) +
+                    " takes the meta model, give it with -m or --meta");
+  progress.startStep("understanding " + document.name);
+  archive::LoadedArchive loaded = withinLimit(
+      document, [&] { return archive::loadArchive(document.asArchive(), {.bytes = document.limit}); });
+  return {{std::move(loaded.registry), std::move(loaded.mapping)}, std::move(loaded.model)};
+}
+
 std::size_t writeModel(const Model& model, const std::string& path, Format format,
-                       const MetaModels& metaModels, ProgressBar& progress) {
+                       const MetaModels& metaModels, ProgressBar& progress, const WriteOptions& options) {
   progress.startStep("writing " + (path == "-" ? "standard output" : path));
-  const std::string bytes = encode(model, path, format, metaModels, progress);
+  const std::string bytes = encode(model, path, format, metaModels, progress, options);
   writeOutput(path, bytes);
   return bytes.size();
 }

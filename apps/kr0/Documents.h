@@ -11,20 +11,26 @@
 
 #include "ProgressBar.h"
 #include "kr/zero/Model.h"
+#include "kr/zero/archive/Archive.h"
+#include "kr/zero/archive/Packing.h"
 #include "kr/zero/ecore/Ecore.h"
 #include "kr/zero/io/ReadFailure.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
 namespace kr::zero::tool {
 
-/// krb is the direct binary format, krt the tagged one.
-enum class Format { krb, krt, xmi };
+/// krb is the direct binary format, krt the tagged one, krz an archive of either.
+enum class Format { krb, krt, xmi, krz };
 
-/// The format of a name that --from or --to gives ("krb", "krt", "xmi"); nothing for an empty name.
+/// How much an input may unpack to unless the call says otherwise, in bytes.
+inline constexpr std::uint64_t kDefaultLimit = std::uint64_t{4} << 30;
+
+/// The format of a name that --from or --to gives ("krb", "krt", "xmi", "krz"); nothing for an empty name.
 std::optional<Format> formatNamed(std::string_view name);
 std::string_view nameOf(Format format);
 
-/// The format in which a path is written: that of the extension .krb or .krt, XMI for any other.
+/// The format in which a path is written: that of the extension .krb, .krt or .krz, XMI for any other; .gz
+/// and .zst behind it say nothing of the format.
 /// @throws WrongCall for standard output, whose name tells nothing.
 Format outputFormat(const std::string& path);
 
@@ -32,7 +38,10 @@ Format outputFormat(const std::string& path);
 class MetaModels {
  public:
   /// @throws Error where they cannot be taken in.
-  explicit MetaModels(const std::vector<std::string>& paths);
+  explicit MetaModels(const std::vector<std::string>& paths, std::uint64_t limit = kDefaultLimit);
+  /// Those of an archive.
+  MetaModels(std::unique_ptr<meta::MetaRegistry> registry, std::shared_ptr<const ecore::Mapping> mapping)
+      : registry_(std::move(registry)), mapping_(std::move(mapping)) {}
   const meta::MetaRegistry& registry() const { return *registry_; }
   const ecore::Mapping& mapping() const { return *mapping_; }
 
@@ -44,10 +53,27 @@ class MetaModels {
 /// The bytes of a document, and their format.
 struct Document {
   std::string name;
-  std::vector<std::uint8_t> bytes;
+  std::vector<std::uint8_t> bytes;  ///< unpacked
   Format format = Format::krb;
+  archive::Packing packing = archive::Packing::none;  ///< how the file is compressed as a whole
+  std::size_t packedBytes = 0;                        ///< of the file
+  std::uint64_t limit = kDefaultLimit;                ///< bytes that it may unpack to
 
   std::string_view text() const;
+  /// As an archive, which it is where its format is krz.
+  archive::ArchiveBytes asArchive() const { return {text(), name}; }
+};
+
+/// A model with the meta models that it lives by.
+struct LoadedDocument {
+  MetaModels metaModels;
+  Model model;
+};
+
+/// What there is to say of how a model is written.
+struct WriteOptions {
+  std::optional<int> level = {};  ///< of compression, 1 to 19; empty: the usual one
+  bool tagged = false;            ///< whether the document in an archive is in the tagged format
 };
 
 /// What a direct binary document says of itself before its first element.
@@ -56,9 +82,26 @@ struct BinaryHeader {
   std::vector<std::string> packages;
 };
 
-/// Reads a file or standard input. Its format is the one given, else that of the extension (.krb,
-/// .krt, .xmi), else what the content looks like.
-Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress);
+/// Reads a file or standard input, and unpacks what its content says is packed. Its format is the one given,
+/// else krz where the content is an archive, else that of the extension (.krb, .krt, .xmi, .krz), else what
+/// the content looks like.
+/// @throws Error where it cannot be read or unpacked.
+Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress,
+                      std::uint64_t limit = kDefaultLimit);
+
+/// Does what may unpack a document, and has the error of its limit name the option that raises it.
+template <class Work>
+auto withinLimit(const Document& document, Work work) {
+  try {
+    return work();
+  } catch (const Error& error) {
+    if (error.getCode() != ErrorCode::overLimit) throw;
+    throw Error(ErrorCode::overLimit,
+                {.file = document.name,
+                 .problem = "it unpacks to more than " + std::to_string(document.limit) +
+                            " bytes; --limit allows more"});
+  }
+}
 
 /// A binary document for what the library says of failures to read.
 io::FailedDocument asFailed(const Document& document);
@@ -69,10 +112,15 @@ BinaryHeader readBinaryHeader(const Document& document);
 /// @throws Error where the document is malformed or does not fit the meta models.
 Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress);
 
-/// Writes a model to a file or standard output; a failure leaves no file behind.
+/// Reads a model by the meta models in these files or, where there are none, by those that an archive brings.
+/// @throws WrongCall where there are neither.
+LoadedDocument readModel(const Document& document, const std::vector<std::string>& metaModels,
+                         ProgressBar& progress);
+
+/// Writes a model to a file or standard output, packed as its name says; a failure leaves no file behind.
 /// @throws Error for a model that the format cannot express.
 /// @return the number of bytes written.
 std::size_t writeModel(const Model& model, const std::string& path, Format format,
-                       const MetaModels& metaModels, ProgressBar& progress);
+                       const MetaModels& metaModels, ProgressBar& progress, const WriteOptions& options = {});
 
 }  // namespace kr::zero::tool

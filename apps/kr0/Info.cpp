@@ -1,99 +1,14 @@
 #include <algorithm>
-#include <map>
-#include <optional>
+#include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "Facts.h"
 #include "Files.h"
-#include "Tree.h"
 #include "Visible.h"
-#include "kr/zero/io/SerializeCustomizer.h"
 
 namespace kr::zero::tool {
 
 namespace {
-
-using Counts = std::map<std::string, std::size_t>;
-
-struct Facts {
-  Format format = Format::krb;
-  std::string version;  // empty: not said
-  std::size_t bytes = 0;
-  std::optional<std::vector<std::string>> packages;
-  std::optional<Counts> elements;
-};
-
-// XMI says its version in an attribute of the root, near the beginning.
-std::string xmiVersion(std::string_view text) {
-  constexpr std::string_view kAttribute = "xmi:version=";
-  constexpr std::size_t kHeadBytes = 4096, kLongest = 16;
-  text = text.substr(0, kHeadBytes);
-  const std::size_t start = text.find(kAttribute);
-  if (start == std::string_view::npos) return {};
-  text.remove_prefix(start + kAttribute.size());
-  if (text.empty()) return {};
-  const std::size_t end = text.find(text.front(), 1);
-  return end > kLongest ? std::string() : std::string(text.substr(1, end - 1));
-}
-
-std::vector<std::string> packagesOf(const Model& model) {
-  std::vector<std::string> packages;
-  for (const ustring& uri : io::SerializeCustomizer().getPackageUris(model)) packages.push_back(toUtf8(uri));
-  return packages;
-}
-
-Counts countByClass(const Model& model) {
-  Counts counts;
-  for (const ConstElement element : model.elements()) ++counts[element.getType()->qualifiedName()];
-  return counts;
-}
-
-// A tagged document says everything itself.
-class TaggedFacts final : public TreeVisitor {
- public:
-  explicit TaggedFacts(Facts& facts) : facts_(facts) { facts_.elements.emplace(); }
-  void packages(const std::vector<std::string>& uris) override {
-    facts_.version = '1';  // there is no other
-    facts_.packages = uris;
-  }
-  void beginElement(const TreeNode& node) override {
-    if (node.number != 0) ++(*facts_.elements)[std::string(node.type)];
-  }
-
- private:
-  Facts& facts_;
-};
-
-void addHeader(const Document& document, Facts& facts) {
-  if (document.format == Format::krt) {
-    TaggedFacts visitor(facts);
-    return checkTagged(document, visitor);
-  }
-  if (document.format == Format::xmi) {
-    facts.version = xmiVersion(document.text());
-    return;
-  }
-  BinaryHeader header = readBinaryHeader(document);
-  facts.version = std::move(header.version);
-  facts.packages = std::move(header.packages);
-}
-
-void addContent(const Document& document, const ShowOptions& options, Facts& facts, ProgressBar& progress) {
-  const MetaModels metaModels(options.metaModels);
-  const Model model = readModel(document, metaModels, progress);
-  facts.elements = countByClass(model);
-  if (!facts.packages) facts.packages = packagesOf(model);
-}
-
-Facts gather(const ShowOptions& options) {
-  ProgressBar progress;
-  const Document document = readDocument(options.input, formatNamed(options.from), progress);
-  Facts facts;
-  facts.format = document.format;
-  facts.bytes = document.bytes.size();
-  addHeader(document, facts);
-  if (!options.metaModels.empty()) addContent(document, options, facts, progress);
-  return facts;
-}
 
 using Row = std::pair<std::string, std::size_t>;
 
@@ -103,10 +18,46 @@ std::vector<Row> mostFirst(const Counts& counts) {
   return rows;
 }
 
-void printElements(const Counts& counts, TextOut& out) {
+std::size_t totalOf(const Counts& counts) {
   std::size_t total = 0;
   for (const auto& row : counts) total += row.second;
-  out << "elements: " << std::to_string(total) << '\n';
+  return total;
+}
+
+bool isWhole(const Facts& facts) {
+  return std::all_of(facts.parts.begin(), facts.parts.end(),
+                     [](const PartFacts& part) { return part.isWhole; });
+}
+
+// --- As text
+
+std::string inBytes(std::uint64_t bytes) { return std::to_string(bytes) + " bytes"; }
+
+void printManifest(const archive::Manifest& manifest, TextOut& out) {
+  out << "meta model: " << std::to_string(manifest.files.size())
+      << (manifest.files.size() == 1 ? " file, " : " files, ") << inBytes(manifest.metaBytes) << '\n';
+  for (const auto& [name, bytes] : manifest.files)
+    out << "  " << asName(name) << ", " << inBytes(bytes) << '\n';
+}
+
+void printPackages(const std::vector<PackageFacts>& packages, TextOut& out) {
+  out << "packages: " << std::to_string(packages.size()) << '\n';
+  for (const PackageFacts& package : packages) {
+    out << "  " << asName(package.uri);
+    if (!package.fingerprint.empty()) out << ", fingerprint " << asName(package.fingerprint);
+    out << '\n';
+  }
+}
+
+void printParts(const std::vector<PartFacts>& parts, TextOut& out) {
+  out << "parts: " << std::to_string(parts.size()) << '\n';
+  for (const PartFacts& part : parts)
+    out << "  " << part.name << ": "
+        << (part.bytes ? (part.isWhole ? "whole, " : "damaged, ") + inBytes(*part.bytes) : "missing") << '\n';
+}
+
+void printElements(const Counts& counts, TextOut& out) {
+  out << "elements: " << std::to_string(totalOf(counts)) << '\n';
   for (const auto& [name, count] : mostFirst(counts)) {
     const std::string number = std::to_string(count);
     out << std::string(number.size() < 8 ? 8 - number.size() : 0, ' ') << number << "  " << asName(name)
@@ -114,26 +65,77 @@ void printElements(const Counts& counts, TextOut& out) {
   }
 }
 
-void print(const Facts& facts, TextOut& out) {
+void printText(const Facts& facts, TextOut& out) {
   out << "format: " << nameOf(facts.format) << '\n';
   if (!facts.version.empty()) out << "version: " << asName(facts.version) << '\n';
   out << "bytes: " << std::to_string(facts.bytes) << '\n';
-  if (facts.packages) {
-    out << "packages: " << std::to_string(facts.packages->size()) << '\n';
-    for (const std::string& uri : *facts.packages) out << "  " << asName(uri) << '\n';
-  }
+  if (facts.packing != archive::Packing::none)
+    out << "packed: " << nameOf(facts.packing) << ", " << inBytes(facts.packedBytes) << '\n';
+  if (facts.inner) out << "document: " << facts.inner->format << ", " << inBytes(facts.inner->bytes) << '\n';
+  if (facts.manifest) printManifest(*facts.manifest, out);
+  if (facts.packages) printPackages(*facts.packages, out);
+  if (!facts.parts.empty()) printParts(facts.parts, out);
   if (facts.elements)
     printElements(*facts.elements, out);
-  else
+  else if (isWhole(facts))
     out << "elements: give the meta model with -m to count them\n";
+}
+
+// --- As JSON
+
+using Json = nlohmann::ordered_json;
+
+Json asJson(const archive::Manifest& manifest) {
+  Json files = Json::array();
+  for (const auto& [name, bytes] : manifest.files) files.push_back({{"name", name}, {"bytes", bytes}});
+  return {{"bytes", manifest.metaBytes}, {"files", std::move(files)}};
+}
+
+Json asJson(const std::vector<PackageFacts>& packages) {
+  Json list = Json::array();
+  for (const PackageFacts& package : packages) {
+    list.push_back({{"uri", package.uri}});
+    if (!package.fingerprint.empty()) list.back()["fingerprint"] = package.fingerprint;
+  }
+  return list;
+}
+
+Json asJson(const std::vector<PartFacts>& parts) {
+  Json list = Json::array();
+  for (const PartFacts& part : parts)
+    list.push_back({{"name", part.name}, {"whole", part.isWhole}, {"bytes", part.bytes.value_or(0)}});
+  return list;
+}
+
+Json asJson(const Counts& counts) {
+  Json classes = Json::object();
+  for (const auto& [name, count] : mostFirst(counts)) classes[name] = count;
+  return {{"total", totalOf(counts)}, {"classes", std::move(classes)}};
+}
+
+void printJson(const Facts& facts, TextOut& out) {
+  Json json{{"format", nameOf(facts.format)}};
+  if (!facts.version.empty()) json["version"] = facts.version;
+  json["bytes"] = facts.bytes;
+  if (facts.packing != archive::Packing::none)
+    json["packed"] = {{"by", nameOf(facts.packing)}, {"bytes", facts.packedBytes}};
+  if (facts.inner) json["document"] = {{"format", facts.inner->format}, {"bytes", facts.inner->bytes}};
+  if (facts.manifest) json["metaModel"] = asJson(*facts.manifest);
+  if (facts.packages) json["packages"] = asJson(*facts.packages);
+  if (!facts.parts.empty()) json["parts"] = asJson(facts.parts);
+  if (facts.elements) json["elements"] = asJson(*facts.elements);
+  // Names in a damaged document may be no UTF-8.
+  out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace
 
 void info(const ShowOptions& options) {
+  const Facts facts = gatherFacts(options.input);
   TextOut out;
-  print(gather(options), out);
+  options.json ? printJson(facts, out) : printText(facts, out);
   out.flush();
+  facts.faults.raise();
 }
 
 }  // namespace kr::zero::tool

@@ -27,21 +27,31 @@ struct Call {
   ConvertOptions convert;
   ShowOptions info;
   ShowOptions cat;
+  UnpackOptions unpack;
   SchemaOptions schema;
   GenerateOptions generate;
 };
 
-CLI::IsMember formats() { return CLI::IsMember({"krb", "krt", "xmi"}); }
+CLI::IsMember formats() { return CLI::IsMember({"krb", "krt", "xmi", "krz"}); }
 
 CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
   return verb.add_option("-m,--meta", paths, "The .ecore files that say what the elements are")
       ->type_name("META.ecore");
 }
 
-void addDocument(CLI::App& verb, ShowOptions& options) {
-  verb.add_option("FILE", options.input, "The document, - for standard input")->required();
-  verb.add_option("--from", options.from, "Format of the document, where its name and content do not tell")
+void addLimit(CLI::App& verb, std::uint64_t& limit) {
+  verb.add_option("--limit", limit, "How much what is compressed may unpack to; 4G unless given")
+      ->type_name("BYTES")
+      ->transform(CLI::AsSizeValue(false));
+}
+
+void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what) {
+  verb.add_option(name, input.path, what + ", - for standard input")->required();
+  verb.add_option("--from", input.from, "Format of " + name + ", where its name and content do not tell")
       ->check(formats());
+  addMetaModels(verb, input.metaModels)
+      ->description("The .ecore files that say what the elements are; a .krz brings them along");
+  addLimit(verb, input.limit);
 }
 
 CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& deed,
@@ -59,35 +69,50 @@ void needVerb(CLI::App& app, const std::string& verbs) {
 
 void addConvert(CLI::App& app, ConvertOptions& options) {
   CLI::App* verb = addVerb(app, "convert", "Write a document in another format",
-                           "kr0 convert books.xmi books.krb -m library.ecore");
-  verb->add_option("IN", options.input, "The document to read, - for standard input")->required();
+                           "kr0 convert books.xmi books.krz -m library.ecore\n"
+                           "  kr0 convert books.krz books.xmi.gz");
+  addInput(*verb, options.input, "IN", "The document to read");
   verb->add_option("OUT", options.output, "The document to write, - for standard output")->required();
-  addMetaModels(*verb, options.metaModels)->required();
-  verb->add_option("--from", options.from, "Format of IN, where its name and content do not tell")
+  verb->add_option(
+          "--to", options.to,
+          "Format of OUT, where it is not krb, krt or krz for a name that ends so and xmi for all else")
       ->check(formats());
-  verb->add_option("--to", options.to,
-                   "Format of OUT, where it is not krb for .krb, krt for .krt and xmi for all else")
-      ->check(formats());
+  verb->add_option("--level", options.writing.level,
+                   "How much to compress .krz, .gz and .zst: 1 fast, 19 small")
+      ->check(CLI::Range(1, 19));
+  verb->add_flag("--tagged", options.writing.tagged, "Have the .krz hold a .krt and not a .krb");
   verb->callback([&options] { convert(options); });
 }
 
 void addInfo(CLI::App& app, ShowOptions& options) {
   CLI::App* verb = addVerb(app, "info", "Tell format, version, packages, size and elements of a document",
-                           "kr0 info books.krb -m library.ecore");
-  addDocument(*verb, options);
-  addMetaModels(*verb, options.metaModels);
+                           "kr0 info books.krz\n  kr0 info books.krb -m library.ecore --json");
+  addInput(*verb, options.input, "FILE", "The document");
+  verb->add_flag("--json", options.json, "Print JSON");
   verb->callback([&options] { info(options); });
 }
 
 void addCat(CLI::App& app, ShowOptions& options) {
   CLI::App* verb = addVerb(app, "cat", "Print all that a document holds as a tree",
-                           "kr0 cat books.krb -m library.ecore --json\n  kr0 cat books.krt");
-  addDocument(*verb, options);
-  addMetaModels(*verb, options.metaModels)
-      ->description("The .ecore files that say what the elements are; a .krt document can do without");
+                           "kr0 cat books.krb -m library.ecore --json\n  kr0 cat books.krz");
+  addInput(*verb, options.input, "FILE", "The document");
+  verb->get_option("--meta")->description(
+      "The .ecore files that say what the elements are; .krz and .krt can do without");
   verb->add_flag("--json", options.json, "Print JSON");
   verb->add_flag("--events", options.events, "Print the tree events of the document, one a line");
   verb->callback([&options] { cat(options); });
+}
+
+void addUnpack(CLI::App& app, UnpackOptions& options) {
+  CLI::App* verb =
+      addVerb(app, "unpack", "Write the parts of an archive as files: document, meta model, manifest",
+              "kr0 unpack books.krz -d books");
+  verb->add_option("FILE", options.input.path, "The archive, - for standard input")->required();
+  verb->add_option("-d,--directory", options.folder, "The folder for the files")
+      ->required()
+      ->type_name("DIR");
+  addLimit(*verb, options.input.limit);
+  verb->callback([&options] { unpack(options); });
 }
 
 void addSchema(CLI::App& app, SchemaOptions& options) {
@@ -115,7 +140,7 @@ void addGenerate(CLI::App& app, GenerateOptions& options) {
 
 void describe(CLI::App& app, Call& call) {
   app.require_subcommand(0, 1);
-  needVerb(app, "convert, info, cat, schema show or generate cpp");
+  needVerb(app, "convert, info, cat, unpack, schema show or generate cpp");
   app.set_version_flag("--version", "kr0 " KR0_VERSION, "Print the version and end");
   app.add_flag_callback(
       "--verbose", [] { log::setSpanListener(log::makeStderrSpanListener()); },
@@ -124,6 +149,7 @@ void describe(CLI::App& app, Call& call) {
   addConvert(app, call.convert);
   addInfo(app, call.info);
   addCat(app, call.cat);
+  addUnpack(app, call.unpack);
   addSchema(app, call.schema);
   addGenerate(app, call.generate);
 }
@@ -160,14 +186,21 @@ int complainOfMemory() {
   return exitBadInput;
 }
 
-// Memory may run out where nobody catches: before main, or for the exception itself, so that there is none.
+bool isMemoryLeft() {
+  constexpr std::size_t kLittle = 4096;
+  void* volatile probe = std::malloc(kLittle);  // volatile, or the compiler takes it for granted
+  return probe != nullptr;
+}
+
+// Memory may run out where nobody catches: before main, or for the exception itself, so that there is none,
+// or only the one that was being handled.
 [[noreturn]] void endUncaught() {
   if (std::current_exception() != nullptr) {
     try {
       throw;
     } catch (const std::bad_alloc&) {
     } catch (...) {
-      std::abort();
+      if (isMemoryLeft()) std::abort();
     }
   }
   ::_exit(complainOfMemory());

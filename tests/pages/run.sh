@@ -1,19 +1,21 @@
 #!/usr/bin/env bash
 # Holds the pages of the project to what they show:
 #
-#   tests/pages/run.sh programs PAGE BUILD_FOLDER   its C++ programs compile, run and print what it says
+#   tests/pages/run.sh page PAGE BUILD_FOLDER       its programs and commands run and print what it says
 #   tests/pages/run.sh typed BUILD_FOLDER           so does what README.md shows of generated code
 #   tests/pages/run.sh demo TOOL                    the demo prints what README.md says
 #
-# Every block "```cpp" of a page is a program of its own. Where the next block is "```text", that is what it prints.
-# A block with a name behind its language ("```xml shelf.ecore") is a file, which lies where the programs run.
+# Every block "```cpp" of a page is a program of its own, and every block "```sh" are commands of bash, which ends at
+# the first that fails. Where the next block is "```text", that is what they print, on either stream; "..." stands for
+# anything within a line. Blocks run in one folder, one behind the other, with the example model in it and the tool in
+# the PATH. A block with a name behind its language ("```xml shelf.ecore") is a file, which lies there from the beginning.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 most_readme_lines=20
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# Puts each block of a page down as a file: N.cpp, N.text for what program N prints, or the file that it names.
+# Puts each block of a page down as a file: NN.cpp or NN.sh, NN.text for what block NN prints, or the file that it names.
 split_page() {
   awk -v folder="$work" '
     $0 == "```" && file != "" { close(file); file = ""; next }
@@ -22,8 +24,8 @@ split_page() {
       language = substr($1, 4)
       file = "/dev/null"
       if (NF > 1) file = folder "/" $2
-      else if (language == "cpp") file = folder "/" ++programs ".cpp"
-      else if (language == "text" && before == "cpp") file = folder "/" programs ".text"
+      else if (language == "cpp" || language == "sh") file = sprintf("%s/%02d.%s", folder, ++blocks, language)
+      else if (language == "text" && (before == "cpp" || before == "sh")) file = sprintf("%s/%02d.text", folder, blocks)
       before = language
       printf "" > file
     }' "$1"
@@ -32,31 +34,58 @@ split_page() {
 # compile <program> <build folder>
 compile() {
   local build=$2 libraries=(-lkr0_binary_io -lkr0_framework)
-  if grep -q kr/zero/ecore "$1"; then libraries=(-lkr0_ecore "${libraries[@]}"); fi
+  if grep -qE 'kr/zero/(ecore|archive)' "$1"; then libraries=(-lkr0_ecore "${libraries[@]}"); fi
+  if grep -q kr/zero/archive "$1"; then libraries=(-lkr0_archive "${libraries[@]}"); fi
   "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror -I"$root/include" -I"$root/src/framework/include" \
-    -I"$root/interop/ecore/include" "$1" -o "${1%.cpp}" -pthread \
-    -L"$build/src" -L"$build/src/framework" -L"$build/interop/ecore" "${libraries[@]}" \
-    -Wl,-rpath,"$build/src:$build/src/framework:$build/interop/ecore"
+    -I"$root/interop/ecore/include" -I"$root/archive/include" "$1" -o "${1%.cpp}" -pthread \
+    -L"$build/src" -L"$build/src/framework" -L"$build/interop/ecore" -L"$build/archive" "${libraries[@]}" \
+    -Wl,-rpath,"$build/src:$build/src/framework:$build/interop/ecore:$build/archive"
 }
 
-check_programs() {
-  local page=$1 build=$2 program shown printed
+# compare <shown> <printed>
+compare() {
+  local shown printed is_same=1
+  while IFS= read -r shown <&3; do
+    IFS= read -r printed <&4 || is_same=0
+    case $shown in
+      *...*) [[ $printed == "${shown%%...*}"*"${shown#*...}" ]] || is_same=0 ;;
+      *) [ "$shown" = "$printed" ] || is_same=0 ;;
+    esac
+  done 3< "$1" 4< "$2"
+  [ "$(wc -l < "$1")" -eq "$(wc -l < "$2")" ] || is_same=0
+  if [ "$is_same" = 1 ]; then return 0; fi
+  diff "$1" "$2" >&2
+  return 1
+}
+
+check_page() {
+  local page=$1 build=$2 block name
+  cp "$root"/examples/library/library.{ecore,xmi} "$work"
   split_page "$root/$page"
-  if [ ! -s "$work/1.cpp" ]; then
-    echo "$page shows no program" >&2
+  cd "$work"
+  find . -name '[0-9][0-9].cpp' -o -name '[0-9][0-9].sh' | sort > blocks
+  if [ ! -s blocks ]; then
+    echo "$page shows no program and no commands" >&2
     exit 1
   fi
-  if [ "$page" = README.md ] && [ "$(wc -l < "$work/1.cpp")" -gt "$most_readme_lines" ]; then
+  if [ "$page" = README.md ] && [ "$(wc -l < 01.cpp)" -gt "$most_readme_lines" ]; then
     echo "the program has more than $most_readme_lines lines" >&2
     exit 1
   fi
-  cd "$work"
-  for program in *.cpp; do
-    compile "$work/$program" "$build"
-    shown=${program%.cpp}.text printed=${program%.cpp}.printed
-    "./${program%.cpp}" > "$printed"
-    if [ -e "$shown" ]; then diff "$shown" "$printed"; fi
-  done
+  while read -r block <&5; do
+    name=${block%.*}
+    case $block in
+      *.cpp)
+        compile "$work/$block" "$build"
+        "$name" > "$name.printed"
+        ;;
+      *.sh) PATH="$build/apps/kr0:$PATH" bash -euo pipefail "$block" > "$name.printed" 2>&1 || {
+        cat "$name.printed" >&2
+        exit 1
+      } ;;
+    esac
+    if [ -e "$name.text" ]; then compare "$name.text" "$name.printed"; fi
+  done 5< blocks
 }
 
 # What README.md shows of generated code, in a program around it.
@@ -82,7 +111,7 @@ check_demo() {
 }
 
 case $1 in
-  programs) check_programs "$2" "$(cd "$3" && pwd)" ;;
+  page) check_page "$2" "$(cd "$3" && pwd)" ;;
   typed) check_typed "$(cd "$2" && pwd)" ;;
   demo) check_demo "$2" ;;
   *) exit 2 ;;

@@ -8,7 +8,10 @@
 #include <functional>
 #include <map>
 
+#include "Archives.h"
 #include "Tool.h"
+#include "kr/zero/archive/Archive.h"
+#include "kr/zero/archive/Packing.h"
 #include "kr/zero/ecore/Ecore.h"
 #include "support/Paths.h"
 
@@ -29,6 +32,7 @@ struct Good {
   std::string krt;
   std::string xmi = readFile(libraryXmi());
   std::string ecore = readFile(libraryEcore());
+  std::string krz = libraryArchive();
 
   Good() {
     const std::string path = freshFolder() + "/library.krt";
@@ -126,6 +130,42 @@ std::vector<BadFile> textFiles(const Good& good) {
   };
 }
 
+std::vector<BadFile> archives(const Good& good) {
+  const std::string& krz = good.krz;
+  const PartPlace manifest = manifestOf(krz), metaModel = metaModelOf(krz), document = documentOf(krz);
+  const auto claiming = [&](const char* part, const char* what, nlohmann::json value) {
+    return withManifest(krz, [&](nlohmann::json& json) { json[part][what] = std::move(value); });
+  };
+  return {
+      {"empty.krz", "no bytes", ""},
+      {"notes.krz", "a text", "hello, world\n"},
+      {"direct.krz", "a document without an archive around it", good.krb},
+      {"manifest.krz", "a damaged manifest", damaged(krz, manifest)},
+      {"meta.krz", "a damaged meta model", damaged(krz, metaModel)},
+      {"document.krz", "a damaged document", damaged(krz, document)},
+      {"begun.krz", "cut in the manifest", cut(krz, 20)},
+      {"half.krz", "cut behind the manifest", cut(krz, manifest.offset + manifest.size)},
+      {"end.krz", "cut in the document", cut(krz, krz.size() - 1)},
+      {"behind.krz", "a byte too many", krz + "x"},
+      {"short.krz", "a document that is longer than is said", claiming("document", "bytes", 3264)},
+      {"hash.krz", "a document of another hash", claiming("document", "xxh3", std::string(32, '0'))},
+      {"later.krz", "an archive of a later version",
+       withManifest(krz, [](nlohmann::json& json) { json["kr0"] = 2; })},
+  };
+}
+
+std::vector<BadFile> packedFiles(const Good& good) {
+  constexpr int kLevel = 6;
+  const std::string gzip = archive::pack(good.xmi, archive::Packing::gzip, kLevel);
+  const std::string zst = archive::pack(good.xmi, archive::Packing::zstandard, kLevel);
+  return {
+      {"half.xmi.gz", "cut in the middle", cut(gzip, gzip.size() / 2)},
+      {"behind.xmi.gz", "a byte too many", gzip + "x"},
+      {"half.xmi.zst", "cut in the middle", cut(zst, zst.size() / 2)},
+      {"behind.xmi.zst", "a byte too many", zst + "x"},
+  };
+}
+
 // --- What is said of them
 
 class Library {
@@ -144,7 +184,12 @@ class Library {
 
  private:
   void read(const std::string& path) const {
-    if (path.ends_with(".ecore")) {
+    if (path.ends_with(".krz")) {
+      archive::loadArchive(path);
+    } else if (archive::packingOfName(path) != archive::Packing::none) {
+      const std::string bytes = readFile(path);
+      archive::unpack(bytes, archive::packingOf(bytes), {.name = path});
+    } else if (path.ends_with(".ecore")) {
       meta::MetaRegistry registry;
       ecore::loadMetaModels({path}, registry);
     } else if (path.ends_with(".xmi")) {
@@ -159,8 +204,12 @@ class Library {
 };
 
 std::string refusalByTool(const std::string& path) {
-  const Ended ended = path.ends_with(".ecore") ? kr0({"schema", "show", path})
-                                               : kr0({"convert", path, path + ".xmi", "-m", libraryEcore()});
+  std::vector<std::string> call = {"convert", path, path + ".xmi"};
+  if (path.ends_with(".ecore"))
+    call = {"schema", "show", path};
+  else if (!path.ends_with(".krz"))  // these bring theirs
+    call.insert(call.end(), {"-m", libraryEcore()});
+  const Ended ended = kr0(call);
   EXPECT_EQ(ended.code, 1) << path;
   EXPECT_EQ(ended.out, "") << path;
   EXPECT_TRUE(ended.err.starts_with("kr0: ")) << ended.err;
@@ -176,7 +225,7 @@ std::string without(std::string text, const std::string& part) {
 std::vector<BadFile> allFiles() {
   const Good good;
   std::vector<BadFile> files = directFiles(good);
-  for (const auto& more : {taggedFiles(good), textFiles(good)})
+  for (const auto& more : {taggedFiles(good), textFiles(good), archives(good), packedFiles(good)})
     files.insert(files.end(), more.begin(), more.end());
   return files;
 }

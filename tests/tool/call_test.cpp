@@ -24,11 +24,16 @@ void expectWrongCall(const std::vector<std::string>& arguments, const std::strin
 }  // namespace
 
 TEST(Call, WrongCallsEndWithTwoAndOneSentence) {
-  expectWrongCall({}, "convert, info, cat, schema show or generate cpp");
+  expectWrongCall({}, "convert, info, cat, unpack, schema show or generate cpp");
   expectWrongCall({"polish"}, "polish");
   expectWrongCall({"convert", "a.xmi"}, "OUT");
   expectWrongCall({"convert", libraryXmi(), "a.krb"}, "--meta");
   expectWrongCall({"cat", libraryXmi()}, "--meta");
+  expectWrongCall({"unpack", "a.krz"}, "--directory");
+  expectWrongCall({"convert", libraryXmi(), "a.krz", "-m", libraryEcore(), "--level", "20"}, "--level");
+  expectWrongCall({"convert", libraryXmi(), "a.krb", "-m", libraryEcore(), "--level", "3"}, "--level");
+  expectWrongCall({"convert", libraryXmi(), "a.krb", "-m", libraryEcore(), "--tagged"}, "--tagged");
+  expectWrongCall({"info", libraryXmi(), "--limit", "much"}, "--limit");
   expectWrongCall({"schema"}, "schema show");
   expectWrongCall({"schema", "polish"}, "polish");
   expectWrongCall({"schema", "show"}, "META");
@@ -42,7 +47,7 @@ TEST(Call, StandardOutputNeedsAFormat) {
 
 TEST(Call, EveryVerbHasHelpWithAnExample) {
   for (const std::vector<std::string>& verb : std::vector<std::vector<std::string>>{
-           {"convert"}, {"info"}, {"cat"}, {"schema"}, {"schema", "show"}}) {
+           {"convert"}, {"info"}, {"cat"}, {"unpack"}, {"schema"}, {"schema", "show"}}) {
     std::vector<std::string> arguments = verb;
     arguments.push_back("--help");
     const Ended ended = kr0(arguments);
@@ -55,7 +60,7 @@ TEST(Call, EveryVerbHasHelpWithAnExample) {
 TEST(Call, HelpNamesAllVerbsAndExitCodes) {
   const Ended ended = kr0({"--help"});
   EXPECT_EQ(ended.code, 0);
-  for (const char* word : {"convert", "info", "cat", "schema", "Exit code"})
+  for (const char* word : {"convert", "info", "cat", "unpack", "schema", "Exit code"})
     EXPECT_THAT(ended.out, HasSubstr(word));
 }
 

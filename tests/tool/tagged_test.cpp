@@ -210,7 +210,7 @@ TEST(Tagged, EventsOfOtherFormatsComeByTheModel) {
 TEST(Tagged, OtherFormatsNeedTheMetaModelToBePrinted) {
   for (const char* flag : {"--json", "--events"})
     expectRefused(kr0({"cat", libraryKrb(), flag}),
-                  HasSubstr("printing the format krb takes the meta model, give it with -m"), 2);
+                  HasSubstr("reading the format krb takes the meta model, give it with -m"), 2);
 }
 
 TEST(Tagged, EventsAndJsonExcludeEachOther) {

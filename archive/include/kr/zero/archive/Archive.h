@@ -41,6 +41,8 @@ struct ArchiveOptions {
 /// same level: same bytes.
 KR0_ARCHIVE_API void saveArchive(const Model& model, const std::filesystem::path& path,
                                  const ArchiveOptions& options = {});
+/// The same to memory, in place of what is there. A model that cannot be written leaves it as it was.
+KR0_ARCHIVE_API void writeArchive(const Model& model, std::string& bytes, const ArchiveOptions& options = {});
 
 /// A package of the meta model of an archive.
 struct ArchivedPackage {
@@ -66,16 +68,32 @@ struct ArchiveLimits {
   std::uint64_t bytes = std::numeric_limits<std::uint64_t>::max();  ///< of document and meta model, each
 };
 
+/// An archive in memory; the bytes are the caller's and must outlive their reader.
+struct ArchiveBytes {
+  std::string_view bytes;
+  std::string name = "the archive";  ///< what errors call it
+};
+
+/// A part of an archive as it lies in its file.
+struct ArchivePart {
+  std::string name;         ///< "manifest", "meta model" or "document"
+  std::uint64_t bytes = 0;  ///< that it takes there
+};
+
 /// Reads the parts of an archive one by one. What is whole can be had although another part is damaged.
 class KR0_ARCHIVE_API ArchiveReader {
  public:
   /// Opens the file and finds its parts.
   /// @throws Error for a file that cannot be read, or is no archive.
   explicit ArchiveReader(const std::filesystem::path& path, ArchiveLimits limits = {});
+  /// The same for an archive in memory.
+  explicit ArchiveReader(const ArchiveBytes& archive, ArchiveLimits limits = {});
   ~ArchiveReader();
   ArchiveReader(const ArchiveReader&) = delete;
   ArchiveReader& operator=(const ArchiveReader&) = delete;
 
+  /// The parts in their order, damaged ones too.
+  std::vector<ArchivePart> getParts() const;
   /// The manifest; lives as long as the reader.
   /// @throws Error where it is damaged.
   const Manifest& getManifest() const;
@@ -98,14 +116,21 @@ struct LoadedArchive {
   Model model;  ///< of `registry`
 };
 
+///@{
 /// Reads an archive by the meta model that it brings.
 KR0_ARCHIVE_API LoadedArchive loadArchive(const std::filesystem::path& path,
                                           const ArchiveLimits& limits = {});
+KR0_ARCHIVE_API LoadedArchive loadArchive(const ArchiveBytes& archive, const ArchiveLimits& limits = {});
+///@}
 
+///@{
 /// Reads an archive by a meta model that is there already.
 /// @throws Error also where a package of the archive has another fingerprint in the registry.
 KR0_ARCHIVE_API Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& registry,
                                   const ArchiveLimits& limits = {});
+KR0_ARCHIVE_API Model loadArchive(const ArchiveBytes& archive, const meta::MetaRegistry& registry,
+                                  const ArchiveLimits& limits = {});
+///@}
 
 /// 32 hexadecimal digits that tell whether two packages write and mean the same: made from class names,
 /// supertypes, abstractness, property names, numbers, types, bounds, markers, and literals with numbers, and
@@ -113,7 +138,11 @@ KR0_ARCHIVE_API Model loadArchive(const std::filesystem::path& path, const meta:
 /// @throws Error for a URI that the registry does not know.
 KR0_ARCHIVE_API std::string fingerprintOf(const meta::MetaRegistry& registry, const std::string& packageUri);
 
-/// Whether a document begins like an archive.
+/// Whether a document begins like an archive, and not like a Zstandard file with a note of some other program
+/// in front.
+/// @param beginning as much of the document as there is: where one of the first two parts is damaged, the
+/// other
+///   tells.
 KR0_ARCHIVE_API bool looksLikeArchive(std::string_view beginning);
 
 }  // namespace kr::zero::archive
