@@ -36,10 +36,28 @@ constexpr Effects kIncomplete{Effect::incomplete, Effect::incomplete, Effect::in
 
 std::string numberText(Property property) { return std::to_string(property->getIdentifier()); }
 
-/// "lastName as firstName".
-Consequences shownAs(Property before, Property after) {
-  return {"its values as " + (before->name() == after->name() ? describe(after) : after->name()),
-          "lack what is asked for now"};
+std::string boundsOf(Property property) {
+  const std::string upper = property->getUpper() < 0 ? "*" : std::to_string(property->getUpper());
+  return std::to_string(property->getLower()) + ".." + upper;
+}
+
+/// What follows where values are read as those of another form.
+Consequences afterReforming(Property before, Property after) {
+  const bool fallsApart = !before->isMany() && after->isMany();
+  Consequences consequences;
+  consequences.shown = fallsApart ? "each word of a text as a value of its own"
+                                  : "its values as values of " + after->getType()->qualifiedName();
+  consequences.lacking = "may have fewer or more values than is asked for now";
+  const bool isOnlyTighter = before->getType()->qualifiedName() == after->getType()->qualifiedName() &&
+                             before->isOptional() && !after->isMany();
+  if (after->isTransient()) return consequences;
+  if (isOnlyTighter && meta::isPrimitive(before->getKind()))
+    consequences.refused = "in which it is explicitly empty are refused, and others may lack it";
+  else if (meta::isPrimitive(before->getKind()) && !before->isMany() && !after->isMany())
+    consequences.refused = "with values that do not fit are refused";
+  else if (before->getKind() == after->getKind() && before->isMany() == after->isMany())
+    consequences.refused = consequences.refusedDirect = "with elements that do not fit are refused";
+  return consequences;
 }
 
 }  // namespace
@@ -191,10 +209,10 @@ void PropertyDiff::compareForms(const PropertyFate& fate, const std::string& sub
     kind = ChangeKind::storageChanged;
     happened = "it is held in memory only now, and saving again leaves it out";
   } else {
-    happened = "it was " + describe(before) + " and is " + describe(after) + " now";
+    happened = "its bounds were " + boundsOf(before) + " and are " + boundsOf(after) + " now";
   }
   report({kind, subject, describe(before), describe(after), effects,
-          tell(happened, effects, shownAs(before, after))});
+          tell(happened, effects, afterReforming(before, after))});
 }
 
 /// What readers do not look at.

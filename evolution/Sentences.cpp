@@ -7,10 +7,11 @@ namespace kr::zero::evolution {
 namespace {
 
 /// "old documents" for all, else "old .krb and .krt documents"; empty where no format has that effect.
-std::string documentsWith(const Effects& effects, Effect effect) {
+template <class Counts>
+std::string documentsWith(const Effects& effects, Effect effect, const Counts& counts) {
   std::vector<std::string> names;
   for (const DocumentFormat format : kDocumentFormats)
-    if (effects.of(format) == effect) names.push_back('.' + std::string(nameOf(format)));
+    if (effects.of(format) == effect && counts(format)) names.push_back('.' + std::string(nameOf(format)));
   if (names.empty()) return {};
   if (names.size() == kDocumentFormats.size()) return "old documents";
   std::string text = "old ";
@@ -45,15 +46,22 @@ std::string tell(const std::string& happened, const Effects& effects, const Cons
   if (effects.worst() == Effect::nothing) return happened + ": old documents read as before";
   std::string text = happened;
   const char* before = ": ";
-  const auto add = [&](Effect effect, const std::string& what) {
-    const std::string documents = documentsWith(effects, effect);
+  const auto addOf = [&](Effect effect, const std::string& what, const auto& counts) {
+    const std::string documents = documentsWith(effects, effect, counts);
     if (documents.empty()) return;
     text += before + documents + ' ' + what;
     before = "; ";
   };
-  add(Effect::wrong, "show " + consequences.shown);
-  add(Effect::refused, "that use it are refused");
-  add(Effect::incomplete, consequences.lacking);
+  const auto all = [](DocumentFormat) { return true; };
+  const auto direct = [](DocumentFormat format) { return format == DocumentFormat::krb; };
+  addOf(Effect::wrong, "show " + consequences.shown, all);
+  if (consequences.refused == consequences.refusedDirect) {
+    addOf(Effect::refused, consequences.refused, all);
+  } else {
+    addOf(Effect::refused, consequences.refusedDirect, direct);
+    addOf(Effect::refused, consequences.refused, [&](DocumentFormat format) { return !direct(format); });
+  }
+  addOf(Effect::incomplete, consequences.lacking, all);
   return text;
 }
 

@@ -18,8 +18,10 @@ std::string qualifiedNameOf(meta::Property property);
 
 /// What old documents do, by what they do.
 struct Consequences {
-  std::string shown = {};    ///< of what is wrong: "lastName as firstName"
-  std::string lacking = {};  ///< of what is incomplete: "lack it"
+  std::string shown = {};                           ///< of what is wrong: "lastName as firstName"
+  std::string lacking = {};                         ///< of what is incomplete: "lack it"
+  std::string refused = "that use it are refused";  ///< those that go by names
+  std::string refusedDirect = "that use it are refused";
 };
 
 /// "happened: old .krb documents show ...; old .krt and .xmi documents that use it are refused".

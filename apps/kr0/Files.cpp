@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <ios>
 #include <system_error>
 
@@ -92,6 +93,16 @@ std::vector<std::uint8_t> readInput(const std::string& path) {
 void writeOutput(const std::string& path, std::string_view bytes) {
   if (path == "-") return writeStandardOutput(bytes);
   writeForReader([&] { io::writeFileAtomically(path, bytes); });
+}
+
+void makeFolder(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  if (!error && !std::filesystem::is_directory(path, error) && !error)
+    error = std::make_error_code(std::errc::not_a_directory);
+  if (error)
+    throw Error(ErrorCode::unwritable,
+                {.file = path, .problem = "cannot be made a folder, " + error.message()});
 }
 
 TextOut& TextOut::operator<<(std::string_view text) {

@@ -25,6 +25,10 @@ std::vector<std::uint8_t> readInput(const std::string& path);
 /// @throws std::ios_base::failure where that fails; ReaderGone.
 void writeOutput(const std::string& path, std::string_view bytes);
 
+/// Makes a folder, and those around it, where it is not there.
+/// @throws Error where that fails.
+void makeFolder(const std::string& path);
+
 /// Text on its way to standard output, in large pieces, and without what a terminal would obey.
 class TextOut {
  public:
