@@ -14,12 +14,14 @@ namespace {
 using meta::Property;
 using meta::StructuredType;
 
-/// The first meaning of a type's numbers, inherited ones included.
+/// What a number means in a type.
 struct Meaning {
+  std::uint32_t number;
   const LockedProperty* property;
-  const std::string* owner;  ///< qualified name
+  const std::string* owner;  ///< qualified name of the type that says so
 };
-using Meanings = std::map<std::uint32_t, Meaning>;
+/// All of a type, inherited ones included, by number.
+using Meanings = std::vector<Meaning>;
 
 /// A type of the lock.
 struct KnownType {
@@ -46,7 +48,7 @@ class Check {
   }
 
  private:
-  static constexpr std::size_t kMostMeanings = std::size_t{8} * 1024 * 1024;
+  static constexpr std::size_t kMostMeanings = std::size_t{4} * 1024 * 1024;
   using Seen = std::tuple<const LockedProperty*, const void*, const void*>;
 
   void error(const std::string& subject, std::string sentence) {
@@ -101,16 +103,25 @@ class Check {
     if (type.locked->numbers.empty() && inherited.size() == 1) return inherited.front();
     auto meanings = std::make_shared<Meanings>();
     for (const auto& [number, property] : type.locked->numbers)
-      meanings->emplace(number, Meaning{&property, &type.name});
-    for (const auto& above : inherited)
-      for (const auto& [number, meaning] : *above) {
-        const auto [known, isNew] = meanings->emplace(number, meaning);
-        const bool isRetired = known->second.property->isRetired && known->second.owner != &type.name;
-        if (!isNew && isRetired && !meaning.property->isRetired) known->second = meaning;
-      }
+      meanings->push_back({number, &property, &type.name});
+    for (const auto& above : inherited) meanings->insert(meanings->end(), above->begin(), above->end());
     if ((total_ += meanings->size()) > kMostMeanings)
       throw Error(ErrorCode::overLimit, "the classes of the lock inherit too many numbers together");
+    keepFirst(type, *meanings);
     return meanings;
+  }
+
+  /// Of each number the type's own meaning, else one that is not retired, else the first.
+  static void keepFirst(const KnownType& type, Meanings& meanings) {
+    const auto rank = [&](const Meaning& meaning) {
+      return meaning.owner == &type.name ? 0 : meaning.property->isRetired ? 2 : 1;
+    };
+    std::stable_sort(meanings.begin(), meanings.end(), [&](const Meaning& a, const Meaning& b) {
+      return std::tuple(a.number, rank(a)) < std::tuple(b.number, rank(b));
+    });
+    const auto isSame = [](const Meaning& a, const Meaning& b) { return a.number == b.number; };
+    meanings.erase(std::unique(meanings.begin(), meanings.end(), isSame), meanings.end());
+    meanings.shrink_to_fit();
   }
 
   // --- Types -----------------------------------------------------------------------------------
@@ -128,7 +139,7 @@ class Check {
     if (type.locked->kind == LockedKind::enumeration) return checkLiterals(type, meta::Enum(type.now));
     const StructuredType structured(type.now);
     if (!structured) return;
-    for (const auto& [number, meaning] : meaningsOf(index)) checkNumber(type, structured, number, meaning);
+    for (const Meaning& meaning : meaningsOf(index)) checkNumber(type, structured, meaning);
   }
 
   static Property propertyOf(StructuredType type, std::uint32_t number) {
@@ -137,7 +148,8 @@ class Check {
   }
 
   /// The same finding for a class and for those that inherit from it is one finding.
-  void checkNumber(const KnownType& type, StructuredType now, std::uint32_t number, const Meaning& was) {
+  void checkNumber(const KnownType& type, StructuredType now, const Meaning& was) {
+    const std::uint32_t number = was.number;
     const Property numbered = propertyOf(now, number);
     const Property named = now->findProperty(std::string_view(was.property->name));
     if (!seen_.insert({was.property, numbered.get(), named.get()}).second) return;

@@ -11,6 +11,7 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <unordered_set>
 
 #include "LockContents.h"
 
@@ -21,7 +22,7 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr int kVersion = 1;
-constexpr int kDeepest = 8;  // levels of a lock file, and one more
+constexpr std::size_t kDeepest = 7;  // levels of a lock file
 constexpr const char* kMark = "kr0-lock";
 constexpr std::uint32_t kMostNumber = 16382;
 
@@ -31,34 +32,50 @@ std::string inQuotes(const std::string& text) { return Json(text).dump(); }
 
 // --- Reading
 
-/// JSON of few levels in which no object has a key twice.
-class Parsing {
+/// Refuses what is no JSON, nests too deep or has a key twice in an object. (The parser of documents can be
+/// told to look for that too, but then takes time that grows with the square of an object's size.)
+class Shape {
  public:
-  static Json parse(std::string_view text) {
-    Parsing parsing;
-    try {
-      return Json::parse(text, [&](int depth, Json::parse_event_t event, const Json& value) {
-        return parsing.hear(depth, event, value);
-      });
-    } catch (const Json::parse_error& error) {
-      fail("it is not JSON from byte " + std::to_string(error.byte) + " on");
-    } catch (const Json::exception&) {
+  bool null() { return true; }
+  bool boolean(bool) { return true; }
+  bool number_integer(Json::number_integer_t) { return true; }
+  bool number_unsigned(Json::number_unsigned_t) { return true; }
+  bool number_float(Json::number_float_t, const std::string&) { return true; }
+  bool string(std::string&) { return true; }
+  bool binary(Json::binary_t&) { return true; }
+  bool start_object(std::size_t) { return open(); }
+  bool key(std::string& key) {
+    if (!keys_.back().insert(key).second) fail("the key " + inQuotes(key) + " is there twice");
+    return true;
+  }
+  bool end_object() { return close(); }
+  bool start_array(std::size_t) { return open(); }
+  bool end_array() { return close(); }
+  bool parse_error(std::size_t position, const std::string&, const Json::exception& error) {
+    if (dynamic_cast<const Json::out_of_range*>(&error) != nullptr)
       fail("it holds a number that is too large");
-    }
+    fail("it is not JSON from byte " + std::to_string(position) + " on");
   }
 
  private:
-  bool hear(int depth, Json::parse_event_t event, const Json& value) {
-    if (depth > kDeepest) fail("its values are nested too deep");
-    if (event == Json::parse_event_t::object_start) keys_.emplace_back();
-    if (event == Json::parse_event_t::object_end) keys_.pop_back();
-    if (event == Json::parse_event_t::key && !keys_.back().insert(value.get<std::string>()).second)
-      fail("the key " + value.dump() + " is there twice");
+  bool open() {
+    if (keys_.size() == kDeepest) fail("its values are nested too deep");
+    keys_.emplace_back();
+    return true;
+  }
+  bool close() {
+    keys_.pop_back();
     return true;
   }
 
-  std::vector<std::set<std::string>> keys_;
+  std::vector<std::unordered_set<std::string>> keys_;  // of what is open, innermost last
 };
+
+Json parse(std::string_view text) {
+  Shape shape;
+  static_cast<void>(Json::sax_parse(text, &shape));
+  return Json::parse(text);
+}
 
 /// An object of the file, and what to call it.
 class Entry {
@@ -265,7 +282,7 @@ class Writing {
 }  // namespace
 
 Lock::Contents fromText(std::string_view text) {
-  const Json json = Parsing::parse(text);
+  const Json json = parse(text);
   const Entry file(json, "the file");
   file.allow({kMark, "packages"});
   const Json* const version = file.find(kMark);

@@ -55,7 +55,7 @@ class KR0_EVOLUTION_API Lock {
 
   /// Compares with a registry.
   /// @return errors and notices, by package and type in the order of the file, then what is new.
-  /// @throws Error (ErrorCode::overLimit) where classes inherit more than 8 million numbers together.
+  /// @throws Error (ErrorCode::overLimit) where classes inherit more than 4 million numbers together.
   std::vector<LockFinding> check(const meta::MetaRegistry& registry) const;
 
   /// @cond
