@@ -52,6 +52,36 @@ struct SchemaOptions {
 /// The types of meta models and their properties.
 void showSchema(const SchemaOptions& options);
 
+struct SchemaDiffOptions {
+  std::vector<std::string> before;
+  std::vector<std::string> after;
+  std::vector<std::string> formats;  ///< those that count; empty: all
+  std::vector<std::string> renames;  ///< "books.Book.title=name"
+  bool json = false;
+};
+/// What changed between two versions of meta models.
+/// @throws AnsweredNo where old documents of one of the formats are refused or show something wrong.
+void diffSchemas(const SchemaDiffOptions& options);
+
+struct SchemaLockOptions {
+  std::vector<std::string> metaModels;
+  std::string lock;     ///< path of the lock file
+  bool accept = false;  ///< take in numbers that changed their meaning, too
+};
+/// Writes down what the numbers of meta models mean, beside what is written there already.
+/// @throws AnsweredNo where that contradicts what is written there.
+void lockSchema(const SchemaLockOptions& options);
+/// Compares meta models with a lock file.
+/// @throws AnsweredNo where a number changed its meaning.
+void checkSchema(const SchemaLockOptions& options);
+
+struct SchemaPinOptions {
+  std::vector<std::string> metaModels;
+  std::string folder;  ///< where the files go; empty: to where they came from
+};
+/// Writes numbers into meta models.
+void pinSchema(const SchemaPinOptions& options);
+
 struct GenerateOptions {
   std::vector<std::string> metaModels;
   std::string folder;            ///< where the files go; made where it is not there

@@ -15,6 +15,12 @@ class WrongCall : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The answer is no: what was asked for is printed, and there is nothing to complain about. Exit code 1.
+class AnsweredNo : public std::exception {
+ public:
+  const char* what() const noexcept override { return "the answer is no"; }
+};
+
 /// Whoever read the tool's output has seen enough; not an error.
 class ReaderGone : public std::exception {
  public:

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -10,6 +11,8 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -29,8 +32,16 @@ struct Call {
   ShowOptions cat;
   UnpackOptions unpack;
   SchemaOptions schema;
+  SchemaDiffOptions schemaDiff;
+  SchemaLockOptions schemaLock;
+  SchemaLockOptions schemaCheck;
+  SchemaPinOptions schemaPin;
   GenerateOptions generate;
 };
+
+// What "--" means between the files of `schema diff`: the option parser would only take it for the end of
+// options.
+constexpr const char* kNewSchemas = "--new";
 
 CLI::IsMember formats() { return CLI::IsMember({"krb", "krt", "xmi", "krz"}); }
 
@@ -115,9 +126,71 @@ void addUnpack(CLI::App& app, UnpackOptions& options) {
   verb->callback([&options] { unpack(options); });
 }
 
-void addSchema(CLI::App& app, SchemaOptions& options) {
+CLI::Option* addSchemas(CLI::App& verb, std::vector<std::string>& paths) {
+  return verb.add_option("META", paths, "The .ecore files")->required()->type_name("META.ecore");
+}
+
+void addSchemaDiff(CLI::App& schema, SchemaDiffOptions& options) {
+  CLI::App* verb =
+      addVerb(schema, "diff", "Tell every change between two versions, and what it does to old documents",
+              "kr0 schema diff 2025/library.ecore -- library.ecore\n"
+              "  kr0 schema diff old.ecore -- new.ecore --format krb --rename library.Book.name=title\n"
+              "Exit code: 0 nothing breaks, 1 old documents are refused or show something wrong.");
+  verb->add_option("OLD", options.before, "The .ecore files as they were")
+      ->required()
+      ->type_name("OLD.ecore");
+  verb->add_option(kNewSchemas, options.after, "The .ecore files as they are; behind OLD a -- says the same")
+      ->type_name("NEW.ecore");
+  verb->add_option("--format", options.formats,
+                   "A format whose documents matter (all); more than once for more")
+      ->check(CLI::IsMember({"krb", "krt", "xmi", "krz"}))
+      ->allow_extra_args(false);
+  verb->add_option("--rename", options.renames,
+                   "A type, property or literal that only has another name now; more than once for more")
+      ->type_name("OLD=NEW")
+      ->allow_extra_args(false);
+  verb->add_flag("--json", options.json, "Print JSON");
+  verb->callback([&options] { diffSchemas(options); });
+}
+
+void addSchemaLock(CLI::App& schema, SchemaLockOptions& options) {
+  CLI::App* verb = addVerb(schema, "lock", "Write down what the numbers of properties and literals mean",
+                           "kr0 schema lock library.ecore -o library.lock\n"
+                           "A lock file that is there keeps what is gone, so that no number is used again.");
+  addSchemas(*verb, options.metaModels);
+  verb->add_option("-o,--output", options.lock, "The lock file")->required()->type_name("LOCK");
+  verb->add_flag("--accept", options.accept, "Write numbers that changed their meaning, too");
+  verb->callback([&options] { lockSchema(options); });
+}
+
+void addSchemaCheck(CLI::App& schema, SchemaLockOptions& options) {
+  CLI::App* verb =
+      addVerb(schema, "check", "Compare meta models with a lock file, in a build for one",
+              "kr0 schema check library.ecore --lock library.lock\n"
+              "Exit code: 0 all is as locked but for what is new or gone, 1 a number changed its meaning.");
+  addSchemas(*verb, options.metaModels);
+  verb->add_option("--lock", options.lock, "The lock file")->required()->type_name("LOCK");
+  verb->callback([&options] { checkSchema(options); });
+}
+
+void addSchemaPin(CLI::App& schema, SchemaPinOptions& options) {
+  CLI::App* verb = addVerb(schema, "pin", "Write numbers into meta models, so that they stay",
+                           "kr0 schema pin library.ecore\n  kr0 schema pin shop.ecore base.ecore -o pinned");
+  addSchemas(*verb, options.metaModels);
+  verb->add_option("-o,--output", options.folder,
+                   "The folder for the files, where they shall not be replaced")
+      ->type_name("DIR");
+  verb->callback([&options] { pinSchema(options); });
+}
+
+void addSchema(CLI::App& app, Call& call) {
+  SchemaOptions& options = call.schema;
   CLI::App* verb = addVerb(app, "schema", "Look at meta models", "kr0 schema show library.ecore");
-  needVerb(*verb, "schema show");
+  needVerb(*verb, "schema show, diff, lock, check or pin");
+  addSchemaDiff(*verb, call.schemaDiff);
+  addSchemaLock(*verb, call.schemaLock);
+  addSchemaCheck(*verb, call.schemaCheck);
+  addSchemaPin(*verb, call.schemaPin);
   CLI::App* show = addVerb(*verb, "show", "Print types and properties with their numbers",
                            "kr0 schema show library.ecore --json");
   show->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");
@@ -140,7 +213,7 @@ void addGenerate(CLI::App& app, GenerateOptions& options) {
 
 void describe(CLI::App& app, Call& call) {
   app.require_subcommand(0, 1);
-  needVerb(app, "convert, info, cat, unpack, schema show or generate cpp");
+  needVerb(app, "convert, info, cat, unpack, schema or generate cpp");
   app.set_version_flag("--version", "kr0 " KR0_VERSION, "Print the version and end");
   app.add_flag_callback(
       "--verbose", [] { log::setSpanListener(log::makeStderrSpanListener()); },
@@ -150,7 +223,7 @@ void describe(CLI::App& app, Call& call) {
   addInfo(app, call.info);
   addCat(app, call.cat);
   addUnpack(app, call.unpack);
-  addSchema(app, call.schema);
+  addSchema(app, call);
   addGenerate(app, call.generate);
 }
 
@@ -166,13 +239,24 @@ int answer(const CLI::App& app, const CLI::ParseError& error) {
   return app.exit(error);
 }
 
+// Of `schema diff OLD... -- NEW...`.
+void nameSeparator(std::vector<std::string>& words) {
+  const std::vector<std::string> verb{"schema", "diff"};
+  const auto diff = std::search(words.begin(), words.end(), verb.begin(), verb.end());
+  const auto separator = std::find(diff, words.end(), "--");
+  if (separator != words.end()) *separator = kNewSchemas;
+}
+
 int perform(int count, char** arguments) {
   io::registerBinaryFormats();
   Call call;
   CLI::App app("Stores models compactly: converts them, and tells what is in them.", "kr0");
   describe(app, call);
   try {
-    app.parse(count, arguments);
+    std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
+    nameSeparator(words);
+    std::reverse(words.begin(), words.end());  // as the parser wants them
+    app.parse(std::move(words));
     return exitDone;
   } catch (const CLI::ParseError& error) {
     return answer(app, error);
@@ -216,6 +300,8 @@ int run(int count, char** arguments) {
     return complain(error.what(), exitWrongCall);
   } catch (const ReaderGone&) {
     return exitDone;
+  } catch (const AnsweredNo&) {
+    return exitBadInput;
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& error) {

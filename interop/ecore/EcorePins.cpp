@@ -5,8 +5,8 @@
 #include "EcoreWriting.h"
 #include "Errors.h"
 #include "Namespaces.h"
+#include "PinPlan.h"
 #include "XmlDocument.h"
-#include "kr/zero/meta/MetaRegistry.h"
 
 namespace kr::zero::ecore {
 
@@ -62,20 +62,14 @@ std::size_t endTagOf(std::string_view text, std::size_t offset) {
   }
 }
 
-std::string nameOf(pugi::xml_node node) {
-  if (const pugi::xml_attribute name = node.attribute("name")) return name.value();
-  return textOf(node.child("name"));
-}
-
-std::string_view localName(pugi::xml_node node) { return splitQName(node.name()).local; }
-
 class Pins {
  public:
-  Pins(const SourceDocument& source, const meta::MetaRegistry& registry)
-      : text_(source.text), document_(source.text, source.name), registry_(registry) {}
+  Pins(const SourceDocument& source, const Mapping::Impl& mapping, const PinPlan& plan)
+      : text_(source.text), document_(source.text, source.name), mapping_(mapping), plan_(plan) {}
 
   std::string write() {
-    collect();
+    forEachClass(document_, mapping_,
+                 [this](pugi::xml_node node, meta::Class type) { pinClass(node, type); });
     std::sort(insertions_.begin(), insertions_.end(),
               [](const Insertion& a, const Insertion& b) { return a.offset < b.offset; });
     std::string written;
@@ -88,49 +82,52 @@ class Pins {
   }
 
  private:
-  struct Package {
-    pugi::xml_node node;
-    std::string around;  // qualified name of the package around it and a dot, or nothing
-  };
-
-  void collect() {
-    std::vector<Package> waiting;
-    if (localName(document_.root()) == "EPackage") waiting.push_back({document_.root(), {}});
-    for (const pugi::xml_node node : document_.root().children())
-      if (localName(node) == "EPackage") waiting.push_back({node, {}});
-    while (!waiting.empty()) {
-      const Package package = waiting.back();
-      waiting.pop_back();
-      const std::string prefix = package.around + nameOf(package.node) + ".";
-      for (const pugi::xml_node nested : package.node.children("eSubpackages"))
-        waiting.push_back({nested, prefix});
-      for (const pugi::xml_node classifier : package.node.children("eClassifiers"))
-        pinClass(classifier, prefix);
-    }
-  }
-
-  void pinClass(pugi::xml_node node, const std::string& prefix) {
-    const meta::Class type(registry_.findType(prefix + nameOf(node)));
-    if (!type) return;
+  void pinClass(pugi::xml_node node, meta::Class type) {
+    if (!plan_.last.empty() && plan_.last[type->getIndex()] != 0)
+      annotateLast(node, plan_.last[type->getIndex()]);
     for (const pugi::xml_node feature : node.children("eStructuralFeatures")) {
-      const meta::Property property = type->findProperty(std::string_view(nameOf(feature)));
-      if (property && property->getIdentifier() != 0 && !isPinned(feature))
-        pin(feature, property->getIdentifier());
+      const meta::Property property = type->findProperty(std::string_view(valueOf(feature, "name")));
+      if (!property || !binaryDetails(feature, kNumberKey).empty()) continue;
+      if (const std::uint32_t number = plan_.numbers[property->getIndex()]; number != 0)
+        annotate(feature, kNumberKey, number);
     }
   }
 
-  static bool isPinned(pugi::xml_node feature) {
-    return std::any_of(
-        feature.children("eAnnotations").begin(), feature.children("eAnnotations").end(),
-        [](pugi::xml_node annotation) { return annotation.attribute("source").value() == kBinarySource; });
+  /// The highest of those that are there counts; one that is an XML attribute is replaced.
+  void annotateLast(pugi::xml_node node, std::uint32_t number) {
+    std::string_view replaceable;
+    for (const pugi::xml_node detail : binaryDetails(node, kLastNumberKey)) {
+      if (valueOf(detail, "value") == std::to_string(number)) return;
+      replaceable = attributeText(detail, "value");
+    }
+    if (replaceable.empty()) return annotate(node, kLastNumberKey, number);
+    const auto offset = static_cast<std::size_t>(replaceable.data() - text_.data());
+    insertions_.push_back({offset, replaceable.size(), std::to_string(number)});
   }
 
-  void pin(pugi::xml_node feature, std::uint32_t number) {
+  /// What stands between the quotes of an attribute; empty where it has none of that name.
+  std::string_view attributeText(pugi::xml_node node, std::string_view name) const {
+    const std::size_t start = XmlDocument::offsetOf(node);
+    const std::string_view tag = text_.substr(start, endOfTag(text_, start) - start);
+    for (std::size_t quote = tag.find_first_of("\"'"); quote != std::string_view::npos;) {
+      const std::size_t end = tag.find(tag[quote], quote + 1);
+      std::string_view before = tag.substr(0, quote);
+      while (!before.empty() && (isBlank(before.back()) || before.back() == '=')) before.remove_suffix(1);
+      const std::size_t named = before.size() - std::min(before.size(), name.size());
+      if (before.substr(named) == name && named > 0 && isBlank(before[named - 1]))
+        return tag.substr(quote + 1, end - quote - 1);
+      quote = tag.find_first_of("\"'", end + 1);
+    }
+    return {};
+  }
+
+  /// Adds an annotation to a class or feature.
+  void annotate(pugi::xml_node feature, std::string_view key, std::uint32_t number) {
     const std::size_t start = XmlDocument::offsetOf(feature) - 1;
     const std::string indent(blanksBefore(start).value_or(""));
-    const std::string annotation = join(indent, "  <eAnnotations source=\"", kBinarySource, "\">\n", indent,
-                                        "    <details key=\"id\" value=\"", std::to_string(number), "\"/>\n",
-                                        indent, "  </eAnnotations>\n");
+    const std::string annotation =
+        join(indent, "  <eAnnotations source=\"", kBinarySource, "\">\n", indent, "    <details key=\"", key,
+             "\" value=\"", std::to_string(number), "\"/>\n", indent, "  </eAnnotations>\n");
     const std::size_t end = endOfTag(text_, start);
     if (isEmptyTag(text_, end)) {
       insertions_.push_back({end - 2, 2, join(">\n", annotation, indent, "</", feature.name(), ">")});
@@ -162,14 +159,15 @@ class Pins {
 
   std::string_view text_;
   XmlDocument document_;
-  const meta::MetaRegistry& registry_;
+  const Mapping::Impl& mapping_;
+  const PinPlan& plan_;
   std::vector<Insertion> insertions_;
 };
 
 }  // namespace
 
-std::string pinIdentifiers(const SourceDocument& source, const meta::MetaRegistry& registry) {
-  return Pins(source, registry).write();
+std::string pinIdentifiers(const SourceDocument& source, const Mapping::Impl& mapping, const PinPlan& plan) {
+  return Pins(source, mapping, plan).write();
 }
 
 }  // namespace kr::zero::ecore

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "MappingImpl.h"
+#include "PinPlan.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
 namespace kr::zero::ecore {
@@ -16,8 +17,8 @@ namespace kr::zero::ecore {
 std::string generateEcore(const meta::MetaRegistry& registry, std::string_view packageUri,
                           bool pinIdentifiers);
 
-/// From the file that it came from: its text, with an annotation for every stored feature that has none yet.
-/// Everything else stays as it was, to the blank.
-std::string pinIdentifiers(const SourceDocument& source, const meta::MetaRegistry& registry);
+/// From the file that it came from: its text, with an annotation for every stored feature that has none yet,
+/// and for the last number of a class where the plan has one. Everything else stays as it was, to the blank.
+std::string pinIdentifiers(const SourceDocument& source, const Mapping::Impl& mapping, const PinPlan& plan);
 
 }  // namespace kr::zero::ecore

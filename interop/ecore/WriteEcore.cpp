@@ -31,7 +31,19 @@ std::string writeEcore(const Mapping& mapping, std::string_view packageUri, bool
     const Mapping::Impl& impl = mapping.impl();
     const SourceDocument* source = findSource(impl, packageUri);
     if (source == nullptr) return generateEcore(*impl.registry, packageUri, withIdentifiers);
-    return declareUtf8(withIdentifiers ? pinIdentifiers(*source, *impl.registry) : source->text);
+    return declareUtf8(withIdentifiers ? pinIdentifiers(*source, impl, planAsNumbered(impl)) : source->text);
+  } catch (...) {
+    rethrowAsError({});
+  }
+}
+
+std::vector<EcoreFile> pinMetaModels(const Mapping& mapping) {
+  try {
+    const PinPlan plan = planForGood(mapping.impl());
+    std::vector<EcoreFile> files;
+    for (const SourceDocument& source : mapping.impl().sources)
+      files.push_back({source.name, declareUtf8(pinIdentifiers(source, mapping.impl(), plan))});
+    return files;
   } catch (...) {
     rethrowAsError({});
   }

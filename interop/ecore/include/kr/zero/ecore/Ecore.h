@@ -98,6 +98,18 @@ KR0_ECORE_API PackageClosure closureOf(const Mapping& mapping, const std::vector
 KR0_ECORE_API std::string writeEcore(const Mapping& mapping, std::string_view packageUri,
                                      bool pinIdentifiers = false);
 
+/// Writes numbers into the files of a mapping, for good: every stored feature gets an annotation with its
+/// number (source "urn:kr0:binary", key "id"), and every class one with the highest number that its elements
+/// ever had (key "lastId"). All else stays as it was, as in writeEcore.
+///
+/// What has a number keeps it. Files that were never pinned get the numbers that the registry gave, so
+/// documents that are there stay readable. A feature that came later gets a number above all that a class
+/// which it can meet ever had: that of a removed one is not given again. Pinning twice changes nothing. Files
+/// whose classes inherit from each other belong into one call.
+/// @return the files that the mapping was loaded from, by the names that they were loaded by, in UTF-8.
+/// @throws Error where no number up to 16382 is left, or an annotation holds something else.
+KR0_ECORE_API std::vector<EcoreFile> pinMetaModels(const Mapping& mapping);
+
 /// Hears how far a long reading or writing has come, 0 to 1. May be empty.
 using Progress = std::function<void(double)>;
 
