@@ -101,10 +101,11 @@ class Carrier {
       const ConstElement target = by.from.getReference(step.from, i);
       if (target && !isPlaced(target) && fits(target, step) && hasRoom(by.made, step.to)) {
         placeTree({target, by.made, step.to});
-        note(Event::claimed, by, step, "became an element inside " + qualifiedName(step.to));
+        note(Event::claimed, by, step, "turned into containment, in " + qualifiedName(step.to));
       } else {
         lose(Event::targetElsewhere, by, step,
-             "left out, " + qualifiedName(step.to) + " contains elements, and these have no place there");
+             "left out, " + qualifiedName(step.to) +
+                 " contains elements, and these have their places elsewhere");
       }
     }
   }
@@ -266,7 +267,6 @@ class Carrier {
   }
 
   Left whyLeftOut(ConstElement element, const TypePlan& plan) {
-    const auto path = [&] { return element.getPath(); };
     const bool isElement = static_cast<bool>(element.getClass());
     const auto describe = [&](std::string what) {
       return Finding{.subject = plan.from->qualifiedName(), .unit = "element", .what = std::move(what)};
@@ -275,7 +275,7 @@ class Carrier {
       rules_.use(plan.rule);
       losses_.note(
           {Event::typeGone, &plan, 0, plan.asked}, 1, [&] { return describe("left out, " + plan.why); },
-          path);
+          element);
       return plan.asked ? Left::asked : Left::lost;
     }
     const ConstElement container = element.getContainer();
@@ -288,7 +288,7 @@ class Carrier {
     if (isElement)
       losses_.note(
           {Event::placeGone, &plan, 0, asked}, 1,
-          [&] { return describe("left out with what contains them"); }, path);
+          [&] { return describe("left out with what contains them"); }, element);
     return asked ? Left::asked : Left::lost;
   }
 
@@ -369,7 +369,7 @@ class Carrier {
           return describe(step, inQuotes(move.from->name) + " left out, " +
                                     step.to->getType()->qualifiedName() + " has no such literal");
         },
-        [&] { return placed.from.getPath(); });
+        placed.from);
   }
 
   void carryReference(Placed& placed, const Step& step, std::size_t position) {
@@ -383,7 +383,7 @@ class Carrier {
     placed.made.putReference(step.to, made_[target.getIndex()]);
     if (step.action == Action::release)
       note(Event::released, placed, step,
-           "became a reference, " + qualifiedName(step.to) + " contains nothing");
+           "turned into references and became roots, " + qualifiedName(step.to) + " contains nothing");
   }
 
   void carryUnresolved(Placed& placed, const Step& step, std::size_t position) {
@@ -417,7 +417,7 @@ class Carrier {
                          .unit = "element",
                          .what = "with more than " + std::to_string(upper) + " values"};
         },
-        [&] { return placed.from.getPath(); });
+        placed.from);
   }
 
   void lookAtNeeds(Placed& placed) {
@@ -431,7 +431,7 @@ class Carrier {
             return Finding{
                 .subject = qualifiedName(property), .unit = "element", .what = "without the required value"};
           },
-          [&] { return placed.from.getPath(); });
+          placed.from);
     }
   }
 
@@ -451,7 +451,7 @@ class Carrier {
                          .unit = "element",
                          .what = "given " + inQuotes(rule.to) + ", as the map says"};
         },
-        [&] { return placed.from.getPath(); });
+        placed.from);
   }
 
   // Findings.
@@ -463,7 +463,7 @@ class Carrier {
   /// A change that has to be allowed, and loses no value.
   void note(Event event, const Placed& placed, const Step& step, const std::string& what) {
     losses_.note(
-        {event, step.row}, 1, [&] { return describe(step, what); }, [&] { return placed.from.getPath(); });
+        {event, step.row}, 1, [&] { return describe(step, what); }, placed.from);
   }
 
   void lose(Event event, const Placed& placed, const Step& step, const std::string& what) {
@@ -475,8 +475,7 @@ class Carrier {
     step.row->lost += values;
     losses_.note(
         {Event::propertyGone, step.row, 0, step.asked}, values,
-        [&] { return describe(step, "left out, " + step.row->detail); },
-        [&] { return placed.from.getPath(); });
+        [&] { return describe(step, "left out, " + step.row->detail); }, placed.from);
   }
 
   void loseMore(const Placed& placed, const Step& step) {
@@ -487,7 +486,7 @@ class Carrier {
     ++step.row->lost;
     losses_.note(
         {Event::targetGone, step.row, 0, leftOf(target) == Left::asked}, 1,
-        [&] { return describe(step, "left out with the element"); }, [&] { return placed.from.getPath(); });
+        [&] { return describe(step, "left out with the element"); }, placed.from);
   }
 
   void loseMisfit(const Placed& placed, const Step& step, ConstElement element) {
@@ -500,7 +499,7 @@ class Carrier {
           return describe(step, "left out, " + plan.to->qualifiedName() + " is no " +
                                     step.to->getType()->qualifiedName());
         },
-        [&] { return placed.from.getPath(); });
+        placed.from);
   }
 
   CarryOverReport makeReport() {

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <map>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "kr/zero/Model.h"
 #include "kr/zero/evolution/CarryOverReport.h"
 
 namespace kr::zero::evolution {
@@ -47,25 +47,34 @@ struct FindingKey {
 class Findings {
  public:
   /// @param describe makes the finding without count and paths, when it comes up first.
-  /// @param path names the place; asked for the first few. nullptr: there is none.
-  template <class Describe, class Path>
-  void note(const FindingKey& key, std::uint64_t count, Describe&& describe, Path&& path) {
-    const auto [place, isNew] = positions_.try_emplace(key, findings_.size());
+  /// @param where names the place, for the first few; empty: there is none.
+  template <class Describe>
+  void note(const FindingKey& key, std::uint64_t count, Describe&& describe, ConstElement where = {}) {
+    const auto [place, isNew] = positions_.try_emplace(key, entries_.size());
     if (isNew) {
-      findings_.push_back(describe());
-      findings_.back().asked = key.asked;
+      entries_.push_back({describe(), {}});
+      entries_.back().finding.asked = key.asked;
     }
-    Finding& finding = findings_[place->second];
-    finding.count += count;
-    if constexpr (!std::is_null_pointer_v<std::remove_cvref_t<Path>>)
-      if (finding.paths.size() < kShownPaths) finding.paths.push_back(path());
+    Entry& entry = entries_[place->second];
+    entry.finding.count += count;
+    if (!where || entry.last == where || entry.finding.paths.size() == kShownPaths) return;
+    entry.finding.paths.push_back(where.getPath());
+    entry.last = where;
   }
-  std::vector<Finding> take() { return std::move(findings_); }
+  std::vector<Finding> take() {
+    std::vector<Finding> findings;
+    for (Entry& entry : entries_) findings.push_back(std::move(entry.finding));
+    return findings;
+  }
 
  private:
+  struct Entry {
+    Finding finding;
+    ConstElement last;  // whose path was put down last: an element is named once
+  };
   static constexpr std::size_t kShownPaths = 3;
   std::map<FindingKey, std::size_t> positions_;
-  std::vector<Finding> findings_;
+  std::vector<Entry> entries_;
 };
 
 }  // namespace kr::zero::evolution

@@ -38,6 +38,13 @@ std::string describeForm(meta::Property from, meta::Property to) {
   return text;
 }
 
+/// Whether a property must have a value, and the one that its values come from did not have to.
+bool isNewlyRequired(const TypePlan& plan, meta::Property property) {
+  if (property->getLower() == 0 || property->getDefaultText()) return false;
+  return std::none_of(plan.steps.begin(), plan.steps.end(),
+                      [&](const Step& step) { return step.to == property && step.from->getLower() > 0; });
+}
+
 }  // namespace
 
 Plans::Plans(const meta::MetaRegistry& from, Rules& rules) : from_(from), rules_(rules) {}
@@ -86,7 +93,7 @@ void Plans::addSteps(TypePlan& plan) {
 void Plans::addNeeds(TypePlan& plan) const {
   for (const meta::Property property : plan.to->getAllProperties()) {
     if (property->getKind() == PropertyKind::none) continue;
-    if (property->getLower() > 0 && !property->getDefaultText()) plan.required.push_back(property);
+    if (isNewlyRequired(plan, property)) plan.required.push_back(property);
     if (const MemberRule* const rule = rules_.defaultFor(plan.to, property); rule != nullptr)
       plan.defaults.emplace_back(property, rule);
   }
@@ -112,7 +119,10 @@ std::vector<meta::Property> Plans::targetsOfRules(const TypePlan& plan) const {
 Step Plans::stepFor(const TypePlan& plan, meta::Property property, const std::vector<meta::Property>& taken) {
   Step step{.from = property};
   std::string detail;
-  if (plan.to) findTarget(plan, step, detail, taken);
+  if (plan.to)
+    findTarget(plan, step, detail, taken);
+  else
+    detail = "with " + plan.from->qualifiedName();
   if (step.to) step.action = actionFor(step, detail);
   if (step.action == Action::leaveOut) {
     // A property that never holds anything has nothing to lose.
@@ -214,7 +224,7 @@ void Plans::noteDefaults(Findings& notices) const {
                        .what = "unset, and the default is " + shown(step.to->getDefaultText()) + ", not " +
                                shown(step.from->getDefaultText())};
       };
-      notices.note({Event::defaultChanged, step.row}, plan->carried - step.set, describe, nullptr);
+      notices.note({Event::defaultChanged, step.row}, plan->carried - step.set, describe);
     }
   }
 }

@@ -91,7 +91,7 @@ std::string toText(const CarryOverReport& report) {
       "carried over: " + std::to_string(report.carried) + " of " + counted(report.elements, "element") + '\n';
   for (const TypeFate& type : report.types) text += asText(type);
   for (const Finding& loss : report.losses)
-    text += (loss.asked ? "asked for: " : "lost: ") + loss.sentence() + '\n';
+    text += (loss.asked ? "asked for: " : "loss: ") + loss.sentence() + '\n';
   for (const Finding& notice : report.notices) text += "notice: " + notice.sentence() + '\n';
   return text;
 }
