@@ -57,9 +57,12 @@ class Findings {
     }
     Entry& entry = entries_[place->second];
     entry.finding.count += count;
-    if (!where || entry.last == where || entry.finding.paths.size() == kShownPaths) return;
-    entry.finding.paths.push_back(where.getPath());
+    if (!where || entry.last == where) return;
     entry.last = where;
+    if (entry.finding.paths.size() < kShownPaths)
+      entry.finding.paths.push_back(where.getPath());
+    else
+      entry.finding.hasMore = true;
   }
   std::vector<Finding> take() {
     std::vector<Finding> findings;
@@ -70,7 +73,7 @@ class Findings {
  private:
   struct Entry {
     Finding finding;
-    ConstElement last;  // whose path was put down last: an element is named once
+    ConstElement last;  // where it came up last: an element is named once
   };
   static constexpr std::size_t kShownPaths = 3;
   std::map<FindingKey, std::size_t> positions_;

@@ -79,7 +79,7 @@ std::string Finding::sentence() const {
   if (paths.empty()) return text;
   text += " (";
   for (const std::string& path : paths) text += (&path == paths.data() ? "" : ", ") + path;
-  return text + (count > paths.size() ? ", ...)" : ")");
+  return text + (hasMore ? ", ...)" : ")");
 }
 
 bool CarryOverReport::isLossless() const noexcept {
@@ -105,7 +105,7 @@ std::string toJson(const CarryOverReport& report) {
                     {"types", std::move(types)},
                     {"losses", asJson(report.losses)},
                     {"notices", asJson(report.notices)}};
-  return all.dump(1) + '\n';
+  return all.dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 }  // namespace kr::zero::evolution

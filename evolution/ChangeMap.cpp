@@ -130,7 +130,7 @@ std::string toJson(const ChangeMap& map) {
   add("literals", map.literals);
   add("drop", map.drop);
   add("default", map.defaults);
-  return json.dump(2) + '\n';
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
 }  // namespace kr::zero::evolution

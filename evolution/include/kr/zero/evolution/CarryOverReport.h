@@ -52,6 +52,7 @@ struct Finding {
   std::string what = {};                ///< "left out, shelf.Book has no property \"pages\""
   bool asked = false;                   ///< a rule of the map asked for it
   std::vector<std::string> paths = {};  ///< the first few places in the old model
+  bool hasMore = false;                 ///< there are more places than these
 
   /// All of it in one line.
   KR0_EVOLUTION_API std::string sentence() const;

@@ -21,19 +21,19 @@ namespace kr::zero::evolution {
 /// when they are used.
 struct ChangeMap {
   /// Old package to new one. What is nested in the old one goes along, unless it has a rule of its own.
-  std::map<std::string, std::string> packages;
+  std::map<std::string, std::string> packages = {};
   /// Old type to new type ("shelf.Book" to "library.Volume"), and property of an old type to the name of a
   /// property of the new one ("shelf.Book.pages" to "sheets"). A rule for a property of a class holds for the
   /// classes that inherit from it too; the nearest class counts.
-  std::map<std::string, std::string> rename;
+  std::map<std::string, std::string> rename = {};
   /// Literal of an old enumeration to the name of one of the new ("shelf.Colour.blue" to "azure").
-  std::map<std::string, std::string> literals;
+  std::map<std::string, std::string> literals = {};
   /// What of the old meta model may be left out: classes (with all that their elements contain), properties,
   /// literals.
-  std::set<std::string> drop;
+  std::set<std::string> drop = {};
   /// Property of a new type to the text that it gets where it is unset: numbers, texts, Booleans, literals by
   /// name.
-  std::map<std::string, std::string> defaults;
+  std::map<std::string, std::string> defaults = {};
 
   /// Whether there is no rule.
   bool empty() const noexcept {
