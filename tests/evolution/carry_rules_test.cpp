@@ -83,9 +83,10 @@ TEST(CarryRules, ADefaultFillsWhatIsUnset) {
   EXPECT_EQ(rootsOf(result)[0].getText("isbn"), "unknown");
   EXPECT_EQ(rootsOf(result)[1].getText("tags", 0), "map");
   EXPECT_FALSE(rootsOf(result)[0].isSet("tags"));
-  EXPECT_THAT(sentencesOf(result.report.notices),
-              ElementsAre("shelf.Volume.isbn: 2 elements given \"unknown\", as the map says (/book[0], /atlas[1])",
-                          "shelf.Volume.tags: 1 element given \"map\", as the map says (/atlas[1])"));
+  EXPECT_THAT(
+      sentencesOf(result.report.notices),
+      ElementsAre("shelf.Volume.isbn: 2 elements given \"unknown\", as the map says (/book[0], /atlas[1])",
+                  "shelf.Volume.tags: 1 element given \"map\", as the map says (/atlas[1])"));
 }
 
 TEST(CarryRules, WhatIsDroppedByARuleIsAskedForAndToldAllTheSame) {
