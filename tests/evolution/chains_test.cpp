@@ -85,18 +85,15 @@ class Chain {
     noteOrigins();
   }
 
-  /// Makes so many changes, those that keep one of many values last: which one stays depends on what went
-  /// before.
+  /// Makes so many changes. Those that keep one of many values come last, that of references behind that of
+  /// elements: which one stays depends on what went before.
   void change(std::size_t count) {
-    std::size_t narrowing = 0;
-    for (; count > 0; --count) {
-      const std::size_t sort = random_.below(kSorts);
-      if (sort == kManyToSingle)
-        ++narrowing;
-      else
-        tryToChange(sort);
-    }
-    for (; narrowing > 0; --narrowing) tryToChange(kManyToSingle);
+    std::vector<std::size_t> sorts;
+    for (; count > 0; --count) sorts.push_back(random_.below(kSorts));
+    std::stable_sort(sorts.begin(), sorts.end(), [](std::size_t a, std::size_t b) {
+      return std::max(a, kManyToSingle - 1) < std::max(b, kManyToSingle - 1);
+    });
+    for (const std::size_t sort : sorts) tryToChange(sort);
   }
 
   const Definitions& definitions() const { return definitions_; }
@@ -105,7 +102,7 @@ class Chain {
   bool hasLost() const { return hasLost_; }
 
  private:
-  static constexpr std::size_t kSorts = 17;
+  static constexpr std::size_t kSorts = 18;
   static constexpr std::size_t kManyToSingle = 16;
 
   // Each name of types, properties and literals occurs once in these meta models.
@@ -177,8 +174,10 @@ class Chain {
         return makeAbstract();
       case 15:
         return removeLiteral();
+      case kManyToSingle:
+        return manyToSingle(false);
       default:
-        return manyToSingle();
+        return manyToSingle(true);
     }
   }
 
@@ -386,9 +385,10 @@ class Chain {
     rebounded_.insert(owned->property->name);
   }
 
-  void manyToSingle() {
+  void manyToSingle(bool references) {
     const auto owned = someProperty([&](const Place&, const PropertyDefinition& property) {
-      return property.upper != 1 && rebounded_.count(property.name) == 0;
+      const bool isReference = isOf(property.type, Kind::classType) && !property.composite;
+      return property.upper != 1 && rebounded_.count(property.name) == 0 && isReference == references;
     });
     if (!owned) return;
     owned->property->lower = 0;
