@@ -535,10 +535,7 @@ ErrorDetails detailsOf(const CarryOverReport& report) {
   ErrorDetails details;
   for (const Finding& loss : report.losses)
     if (!loss.asked) details.problems.push_back(loss.sentence());
-  if (details.problems.empty()) return details;
-  details.problem = details.problems.front();
-  if (const std::size_t more = details.problems.size() - 1; more != 0)
-    details.problem += "; and " + std::to_string(more) + " more " + (more == 1 ? "loss" : "losses");
+  if (!details.problems.empty()) details.problem = details.problems.front();
   return details;
 }
 
