@@ -1,4 +1,8 @@
+#include <algorithm>
+#include <exception>
+
 #include "kr/zero/archive/Archive.h"
+#include "kr/zero/evolution/CarryOver.h"
 #include "kr/zero/io/ModelFile.h"
 
 namespace kr::zero::archive {
@@ -27,6 +31,34 @@ void requireSame(const meta::MetaRegistry& registry, const ArchivedPackage& pack
         "is another version than the one that the archive was written with; read it by its own meta model");
 }
 
+/// Whether all packages write and mean the same in the registry.
+bool isSame(const meta::MetaRegistry& registry, const Manifest& manifest) {
+  return std::all_of(manifest.packages.begin(), manifest.packages.end(), [&](const ArchivedPackage& package) {
+    return registry.hasPackage(package.uri) && fingerprintOf(registry, package.uri) == package.fingerprint;
+  });
+}
+
+[[noreturn]] void refuseLoss(const evolution::CarryOverRefused& refused, const std::string& name) {
+  ErrorDetails details{.file = name, .problems = refused.getDetails().problems};
+  details.problem =
+      "it was written by another version of its meta model: `kr0 migrate \"" + name +
+      "\" NEW.krz --to META.ecore --allow-loss` carries over all but this: " + refused.getDetails().problem;
+  std::throw_with_nested(Error(ErrorCode::doesNotFit, std::move(details)));
+}
+
+Model carryOver(const Model& model, const std::string& name, const meta::MetaRegistry& registry,
+                evolution::CarryOverReport* report) {
+  try {
+    evolution::CarryOverResult result = evolution::carryOver(model, registry);
+    if (report != nullptr) *report = std::move(result.report);
+    return std::move(result.model);
+  } catch (const evolution::CarryOverRefused& refused) {
+    refuseLoss(refused, name);
+  } catch (...) {
+    rethrowAsError({.file = name});
+  }
+}
+
 }  // namespace
 
 LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {
@@ -40,11 +72,11 @@ LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits
 }
 
 Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& registry,
-                  const ArchiveLimits& limits) {
+                  const ArchiveLimits& limits, evolution::CarryOverReport* report) {
   ArchiveReader reader(path, limits);
   const std::string name = path.string();
-  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(registry, package, name);
-  return readModel(reader, name, registry);
+  if (isSame(registry, reader.getManifest())) return readModel(reader, name, registry);
+  return carryOver(loadArchive(path, limits).model, name, registry, report);
 }
 
 }  // namespace kr::zero::archive
