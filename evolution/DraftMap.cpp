@@ -277,17 +277,36 @@ class Drafter {
       for (std::size_t k = first; k < fresh.size() && k < first + kMostCandidates; ++k)
         addNameMatch(matches, i, missing[i], k, fresh[k]);
     }
+    addLonelyMatches(matches, missing, fresh);
     adopt(
         chooseBest(std::move(matches)), old, missing, [&](std::size_t i) { return fresh[i]->name(); },
         draft_.map.rename);
   }
 
-  bool isSameType(Type old, Type now) const {
-    if (old == now) return true;
-    const auto renamed = draft_.map.rename.find(old->qualifiedName());
-    return (renamed != draft_.map.rename.end() ? renamed->second : nameAfterPackages(old)) ==
-           now->qualifiedName();
+  /// Two properties that are the only ones of their type on either side, whatever their names, where that
+  /// type is one of the meta model's own.
+  void addLonelyMatches(std::vector<Match>& matches, const std::vector<Property>& missing,
+                        const std::vector<Property>& fresh) const {
+    std::map<std::string, std::vector<std::size_t>> before, now;
+    for (std::size_t i = 0; i < missing.size(); ++i) before[nameInNew(missing[i]->getType())].push_back(i);
+    for (std::size_t k = 0; k < fresh.size(); ++k) now[fresh[k]->getType()->qualifiedName()].push_back(k);
+    for (const auto& [type, ones] : before) {
+      const auto others = now.find(type);
+      if (ones.size() != 1 || others == now.end() || others->second.size() != 1) continue;
+      const Property old = missing[ones[0]], fitting = fresh[others->second[0]];
+      const bool hasOwnType = meta::Enum(old->getType()) || meta::StructuredType(old->getType());
+      if (!hasOwnType || static_cast<bool>(old->getTarget()) != static_cast<bool>(fitting->getTarget()))
+        continue;
+      matches.push_back({ones[0], others->second[0], 0.4, "the only ones of the type " + type});
+    }
   }
+
+  std::string nameInNew(Type old) const {
+    const auto renamed = draft_.map.rename.find(old->qualifiedName());
+    return renamed != draft_.map.rename.end() ? renamed->second : nameAfterPackages(old);
+  }
+
+  bool isSameType(Type old, Type now) const { return old == now || nameInNew(old) == now->qualifiedName(); }
 
   void addNumberMatch(std::vector<Match>& matches, std::size_t from, Property old, std::size_t to,
                       Property now) const {

@@ -97,6 +97,7 @@ evolution::CarryOverResult carry(const Model& model, const MetaModels& target,
 void migrateModel(const MigrateOptions& options) {
   if (options.input.empty() || options.output.empty())
     throw WrongCall("migrate: say which document to read and which to write (see kr0 migrate --help)");
+  if (options.output == "-") throw WrongCall("migrate: OUT must be a file, whose name tells the format");
   ProgressBar progress;
   const MetaModels target(options.to);
   const Loaded loaded = load(options, progress);

@@ -65,6 +65,18 @@ TEST(Draft, ANumberThatMeansAnotherSortOfValueIsNoReason) {
   EXPECT_THAT(draft.unmatched, ElementsAre("shelf.Book.pages"));
 }
 
+TEST(Draft, TheOnlyOnesOfAClassMayHaveAnyNames) {
+  const auto define = [](const char* to, const char* name) {
+    return [=](meta::MetaModelBuilder& package) {
+      package.classType("Pen").property(to, "Paper").many().id(std::string(to).size() > 4 ? 1u : 2u);
+      package.classType("Paper").property(name, "String").id(std::string(name).size() > 4 ? 1u : 2u);
+    };
+  };
+  const DraftMap draft = draftOf(define("writes", "x"), define("ink", "abcdef"));
+  EXPECT_THAT(linesOf(draft), ElementsAre("shelf.Pen.writes -> ink: the only ones of the type shelf.Paper"));
+  EXPECT_THAT(draft.unmatched, ElementsAre("shelf.Paper.x"));
+}
+
 TEST(Draft, ATypeIsKnownByItsMembersOrItsName) {
   const DraftMap draft = draftOf(
       [](auto& package) {

@@ -7,6 +7,7 @@
 
 #include "evolution/CarryTesting.h"
 #include "kr/zero/ecore/Ecore.h"
+#include "kr/zero/evolution/DraftMap.h"
 #include "support/Paths.h"
 
 namespace kr::zero::test {
@@ -86,6 +87,16 @@ TEST_F(CarryReal, ARailwayKeepsWhatItsRoutesAndSensorsHoldNow) {
   EXPECT_EQ(position.getReference("switch").getReference("positions", 0), position);
   // The literals of a signal have other numbers now.
   EXPECT_EQ(countOf(result.model, "railway.Semaphore"), 0u);
+}
+
+TEST_F(CarryReal, ADraftFindsWhatARailwayCallsAnotherNameNow) {
+  const Loaded before("railway/railway.ecore"), now("railway/railway-ttc.ecore");
+  const evolution::DraftMap draft = evolution::draftMap(before.registry, now.registry);
+  EXPECT_EQ(draft.map, (ChangeMap{.rename = {{"railway.Route.requires", "definedBy"},
+                                             {"railway.Sensor.monitors", "elements"},
+                                             {"railway.SwitchPosition.target", "switch"}},
+                                  .literals = {{"railway.Position.DIVERGING", "RIGHT"}}}));
+  EXPECT_THAT(draft.unmatched, Contains("railway.Region"));
 }
 
 TEST_F(CarryReal, LiteralsOfARailwayKeepTheirNamesUnderOtherNumbers) {

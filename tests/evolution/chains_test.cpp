@@ -512,7 +512,7 @@ void checkChain(std::uint64_t seed, Tally& tally) {
 }  // namespace
 
 TEST(Chains, CarriedInOneStepIsWhatChangingByHandGives) {
-  const std::uint64_t chains = numberFromEnvironment("KR0_CHAINS", underAddressSanitizer() ? 500 : 2500);
+  const std::uint64_t chains = numberFromEnvironment("KR0_CHAINS", underAddressSanitizer() ? 200 : 1000);
   const std::uint64_t seed = seedFor("chains of changes");
   Tally tally;
   for (std::uint64_t i = 0; i < chains && !testing::Test::HasFailure(); ++i) {

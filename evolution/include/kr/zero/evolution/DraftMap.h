@@ -29,7 +29,8 @@ struct DraftMap {
 
 /// Looks for renames. The same meta models give the same draft. What has its old name in the new meta model
 /// is never renamed; a name of the new meta model is proposed once. Of a property the same number and type
-/// count most, then a similar name and the same type. Numbers mean little where they were not pinned.
+/// count most, then a similar name and the same type, then being the only ones of a class or enumeration.
+/// Numbers mean little where they were not pinned.
 /// Time grows with the size of the meta models times a bound.
 KR0_EVOLUTION_API DraftMap draftMap(const meta::MetaRegistry& from, const meta::MetaRegistry& to);
 
