@@ -90,4 +90,18 @@ struct GenerateOptions {
 /// C++ classes for the classes of meta models, each file all or nothing.
 void generateCpp(const GenerateOptions& options);
 
+struct MigrateOptions {
+  std::string input;
+  std::string output;
+  std::vector<std::string> from;  ///< the old meta model; archives bring theirs
+  std::vector<std::string> to;    ///< the new meta model
+  std::string map;                ///< a change map, empty: none
+  bool allowLoss = false;
+  std::string report;    ///< where the report goes, empty: what matters of it to standard error
+  bool isDraft = false;  ///< propose a change map, and look at no document
+  std::string draft;     ///< where that goes, empty: standard output
+};
+/// A document of another version of its meta model, or a draft of the map that this takes.
+void migrate(const MigrateOptions& options);
+
 }  // namespace kr::zero::tool

@@ -37,6 +37,7 @@ struct Call {
   SchemaLockOptions schemaCheck;
   SchemaPinOptions schemaPin;
   GenerateOptions generate;
+  MigrateOptions migrate;
 };
 
 // What "--" means between the files of `schema diff`: the option parser would only take it for the end of
@@ -211,9 +212,38 @@ void addGenerate(CLI::App& app, GenerateOptions& options) {
   cpp->callback([&options] { generateCpp(options); });
 }
 
+void addMigrate(CLI::App& app, MigrateOptions& options) {
+  CLI::App* verb =
+      addVerb(app, "migrate", "Carry a document over to a changed meta model",
+              "kr0 migrate old.krb new.krb --from old.ecore --to new.ecore\n"
+              "  kr0 migrate old.krz new.krz --to new.ecore --map changes.json --report report.txt\n"
+              "  kr0 migrate --draft-map --from old.ecore --to new.ecore -o changes.json");
+  verb->add_option("IN", options.input, "The document to read, - for standard input");
+  verb->add_option("OUT", options.output,
+                   "The document to write: krb for .krb, krt for .krt, krz for .krz and xmi for all else");
+  verb->add_option("--from", options.from, "The .ecore files that IN was written with; a .krz brings its own")
+      ->type_name("OLD.ecore");
+  verb->add_option("--to", options.to, "The .ecore files of the new meta model")
+      ->required()
+      ->type_name("NEW.ecore");
+  verb->add_option("--map", options.map,
+                   "Rules: what has another name, what may go, what fills new properties")
+      ->type_name("MAP.json");
+  verb->add_flag("--allow-loss", options.allowLoss, "Leave out what has no place in the new meta model");
+  verb->add_option("--report", options.report,
+                   "Write what became of every class, property and value: JSON for .json, else text");
+  CLI::Option* draft = verb->add_flag("--draft-map", options.isDraft,
+                                      "Propose a map of renames, with reasons, for a person to check");
+  verb->add_option("-o,--output", options.draft,
+                   "The file for the proposed map; standard output unless given")
+      ->needs(draft)
+      ->type_name("MAP.json");
+  verb->callback([&options] { migrate(options); });
+}
+
 void describe(CLI::App& app, Call& call) {
   app.require_subcommand(0, 1);
-  needVerb(app, "convert, info, cat, unpack, schema or generate cpp");
+  needVerb(app, "convert, info, cat, unpack, migrate, schema or generate cpp");
   app.set_version_flag("--version", "kr0 " KR0_VERSION, "Print the version and end");
   app.add_flag_callback(
       "--verbose", [] { log::setSpanListener(log::makeStderrSpanListener()); },
@@ -225,6 +255,7 @@ void describe(CLI::App& app, Call& call) {
   addUnpack(app, call.unpack);
   addSchema(app, call);
   addGenerate(app, call.generate);
+  addMigrate(app, call.migrate);
 }
 
 int complain(const std::string& what, ExitCode code) {

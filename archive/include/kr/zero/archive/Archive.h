@@ -22,6 +22,7 @@
 #include "kr/zero/Model.h"
 #include "kr/zero/archive/export.h"
 #include "kr/zero/ecore/Ecore.h"
+#include "kr/zero/evolution/CarryOverReport.h"
 #include "kr/zero/io/ParseOptions.h"
 
 namespace kr::zero::archive {
@@ -124,12 +125,19 @@ KR0_ARCHIVE_API LoadedArchive loadArchive(const ArchiveBytes& archive, const Arc
 ///@}
 
 ///@{
-/// Reads an archive by a meta model that is there already.
-/// @throws Error also where a package of the archive has another fingerprint in the registry.
+/// Reads an archive by a meta model that is there already. Where a package of the archive has another
+/// fingerprint in the registry, the archive is read by the meta model that it brings, and its model carried
+/// over (kr/zero/evolution/CarryOver.h).
+/// @param registry must outlive the model.
+/// @param report where it is not null, and the model had to be carried over: gets what became of everything.
+/// @throws Error also where carrying over would lose something (ErrorCode::doesNotFit; the problems are the
+///   losses, and the sentence says which command carries over the rest).
 KR0_ARCHIVE_API Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& registry,
-                                  const ArchiveLimits& limits = {});
+                                  const ArchiveLimits& limits = {},
+                                  evolution::CarryOverReport* report = nullptr);
 KR0_ARCHIVE_API Model loadArchive(const ArchiveBytes& archive, const meta::MetaRegistry& registry,
-                                  const ArchiveLimits& limits = {});
+                                  const ArchiveLimits& limits = {},
+                                  evolution::CarryOverReport* report = nullptr);
 ///@}
 
 /// 32 hexadecimal digits that tell whether two packages write and mean the same: made from class names,

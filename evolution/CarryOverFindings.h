@@ -1,0 +1,83 @@
+/// @file
+/// Internal: what happened to elements and values, gathered by what and where.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "kr/zero/Model.h"
+#include "kr/zero/evolution/CarryOverReport.h"
+
+namespace kr::zero::evolution {
+
+/// What can happen.
+enum class Event : std::uint8_t {
+  typeGone,         ///< an element whose class has no counterpart
+  placeGone,        ///< an element whose place is left out
+  propertyGone,     ///< a value whose property has no counterpart
+  notExact,         ///< a value that the new type does not have
+  literalGone,      ///< an enumeration's value without counterpart
+  noRoom,           ///< one of several values where one can be
+  misfit,           ///< an element of a class that does not fit
+  targetGone,       ///< a reference to what is left out
+  targetElsewhere,  ///< a reference that should contain what has its place elsewhere
+  released,         ///< a child that became a root
+  claimed,          ///< a reference that became a child
+  cannotBeEmpty,    ///< an explicitly empty value where there is no such state
+  required,         ///< nothing where something is required
+  tooMany,          ///< more values than the upper bound
+  defaultChanged,   ///< unset, and the default is another
+  defaultGiven,     ///< unset, and a rule gave it a value
+};
+
+/// What findings are told apart by.
+struct FindingKey {
+  Event event;
+  const void* subject;      ///< what it happened to
+  std::int64_t detail = 0;  ///< tells cases apart that have sentences of their own
+  bool asked = false;       ///< a rule of the map asked for it
+  friend auto operator<=>(const FindingKey&, const FindingKey&) = default;
+};
+
+/// Findings in the order in which they came up first.
+class Findings {
+ public:
+  /// @param describe makes the finding without count and paths, when it comes up first.
+  /// @param where names the place, for the first few; empty: there is none.
+  template <class Describe>
+  void note(const FindingKey& key, std::uint64_t count, Describe&& describe, ConstElement where = {}) {
+    const auto [place, isNew] = positions_.try_emplace(key, entries_.size());
+    if (isNew) {
+      entries_.push_back({describe(), {}});
+      entries_.back().finding.asked = key.asked;
+    }
+    Entry& entry = entries_[place->second];
+    entry.finding.count += count;
+    if (!where || entry.last == where) return;
+    entry.last = where;
+    if (entry.finding.paths.size() < kShownPaths)
+      entry.finding.paths.push_back(where.getPath());
+    else
+      entry.finding.hasMore = true;
+  }
+  std::vector<Finding> take() {
+    std::vector<Finding> findings;
+    for (Entry& entry : entries_) findings.push_back(std::move(entry.finding));
+    return findings;
+  }
+
+ private:
+  struct Entry {
+    Finding finding;
+    ConstElement last;  // where it came up last: an element is named once
+  };
+  static constexpr std::size_t kShownPaths = 3;
+  std::map<FindingKey, std::size_t> positions_;
+  std::vector<Entry> entries_;
+};
+
+}  // namespace kr::zero::evolution
