@@ -69,9 +69,9 @@ struct ArchiveLimits {
   std::uint64_t bytes = std::numeric_limits<std::uint64_t>::max();  ///< of document and meta model, each
 };
 
-/// An archive in memory; the bytes are the caller's and must outlive their reader.
+/// An archive in memory.
 struct ArchiveBytes {
-  std::string_view bytes;
+  std::string_view bytes;            ///< the whole file; the caller's, and must outlive the reader
   std::string name = "the archive";  ///< what errors call it
 };
 
