@@ -1,3 +1,5 @@
+#include <exception>
+
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/io/ModelFile.h"
 
@@ -5,13 +7,37 @@ namespace kr::zero::archive {
 
 namespace {
 
+/// What is wrong in a part is wrong with the archive.
+/// @param part what the sentence lacks to name it.
+[[noreturn]] void rethrowOfPart(const std::string& name, const std::string& part) {
+  try {
+    throw;
+  } catch (const Error& error) {
+    if (error.getCode() == ErrorCode::outOfMemory) throw;
+    std::throw_with_nested(Error(error.getCode(), {.file = name, .problem = part + error.what()}));
+  }
+}
+
 Model readModel(ArchiveReader& reader, const std::string& name, const meta::MetaRegistry& registry) {
   const std::vector<std::uint8_t> document = reader.readDocument();
-  return io::readModel(document,
-                       {.registry = &registry,
-                        .format = reader.getManifest().tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
-                                                              : io::IOFormatProvider::FORMAT_BINARY,
-                        .name = name});
+  const ustring format = reader.getManifest().tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
+                                                     : io::IOFormatProvider::FORMAT_BINARY;
+  try {
+    return io::readModel(document,
+                         {.registry = &registry, .format = format, .name = "the document of the archive"});
+  } catch (...) {
+    rethrowOfPart(name, {});
+  }
+}
+
+std::shared_ptr<const ecore::Mapping> loadMetaModel(ArchiveReader& reader, const std::string& name,
+                                                    meta::MetaRegistry& registry) {
+  const std::vector<ecore::EcoreFile> files = reader.readMetaModel();
+  try {
+    return ecore::loadEcoreFiles(files, registry);
+  } catch (...) {
+    rethrowOfPart(name, "the meta model of the archive: ");
+  }
 }
 
 /// Refuses a package that writes or means something else in the registry.
@@ -27,16 +53,28 @@ void requireSame(const meta::MetaRegistry& registry, const ArchivedPackage& pack
         "is another version than the one that the archive was written with; read it by its own meta model");
 }
 
+/// The manifest and the meta model were made together.
+void requireBrought(const meta::MetaRegistry& registry, const ArchivedPackage& package,
+                    const std::string& name) {
+  if (!registry.hasPackage(package.uri) || fingerprintOf(registry, package.uri) != package.fingerprint)
+    throw Error(ErrorCode::damaged,
+                {.file = name,
+                 .problem = "the meta model of the archive has no package \"" + package.uri +
+                            "\" with the fingerprint that the manifest says"});
+}
+
 }  // namespace
 
-LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {
-  ArchiveReader reader(path, limits);
-  const std::string name = path.string();
+LoadedArchive ArchiveReader::readModel() {
   auto registry = std::make_unique<meta::MetaRegistry>();
-  std::shared_ptr<const ecore::Mapping> mapping = ecore::loadEcoreFiles(reader.readMetaModel(), *registry);
-  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(*registry, package, name);
-  Model model = readModel(reader, name, *registry);
+  std::shared_ptr<const ecore::Mapping> mapping = loadMetaModel(*this, name(), *registry);
+  for (const ArchivedPackage& package : getManifest().packages) requireBrought(*registry, package, name());
+  Model model = archive::readModel(*this, name(), *registry);
   return {std::move(registry), std::move(mapping), std::move(model)};
+}
+
+LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {
+  return ArchiveReader(path, limits).readModel();
 }
 
 Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& registry,

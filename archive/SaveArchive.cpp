@@ -1,21 +1,18 @@
 #include <ios>
+#include <span>
 
+#include "DocumentText.h"
 #include "Frames.h"
 #include "Hash.h"
 #include "Manifest.h"
 #include "Zstandard.h"
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/io/AtomicFile.h"
-#include "kr/zero/io/ModelFile.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
 namespace kr::zero::archive {
 
 namespace {
-
-std::string_view asText(const std::vector<std::uint8_t>& bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
 
 std::vector<std::string> packagesOf(const Model& model) {
   std::vector<std::string> uris;
@@ -23,51 +20,76 @@ std::vector<std::string> packagesOf(const Model& model) {
   return uris;
 }
 
+ecore::PackageClosure closureOf(const Model& model, const ecore::Mapping* mapping) {
+  if (mapping != nullptr) return ecore::closureOf(*mapping, packagesOf(model));
+  return ecore::closureOf(*ecore::describeRegistry(model.getRegistry()), packagesOf(model));
+}
+
 ArchivedPackage describe(const meta::MetaRegistry& registry, const std::string& uri) {
   return {uri, registry.findPackageName(uri).value_or(std::string()), fingerprintOf(registry, uri)};
 }
 
-/// The files of a meta model, one behind the other, and what the manifest says of them.
-std::string joinFiles(const std::vector<ecore::EcoreFile>& files, Manifest& manifest) {
-  std::string text;
-  for (const ecore::EcoreFile& file : files) {
-    manifest.files.emplace_back(file.name, file.text.size());
-    text += file.text;
+/// What the manifest says of texts that stand one behind the other.
+void noteContent(std::span<const std::string_view> texts, std::uint64_t& bytes, std::string& hash) {
+  Hasher hasher;
+  bytes = 0;
+  for (const std::string_view text : texts) {
+    hasher.add(text);
+    bytes += text.size();
   }
-  manifest.metaBytes = text.size();
-  manifest.metaHash = hashOf(text);
-  return text;
+  hash = hasher.digits();
 }
 
-std::string compressed(std::string_view bytes, int level) {
+/// The frame of the meta model; nothing where all of it is built in.
+std::string packMetaModel(const std::vector<ecore::EcoreFile>& files, Compressor& compressor,
+                          Manifest& manifest) {
+  std::vector<std::string_view> texts;
+  for (const ecore::EcoreFile& file : files) {
+    manifest.files.emplace_back(file.name, file.text.size());
+    texts.push_back(file.text);
+  }
+  noteContent(texts, manifest.metaBytes, manifest.metaHash);
   std::string frame;
-  if (!bytes.empty()) compress(bytes, level, [&](std::string_view piece) { frame += piece; });
+  if (!files.empty()) compressor.compress(texts, [&](std::string_view piece) { frame += piece; });
   return frame;
 }
 
+std::string manifestText(const Manifest& manifest) {
+  std::string text = toJson(manifest);
+  if (text.size() > kLargestManifest)
+    throw Error(ErrorCode::inexpressible, "the model uses more packages than a manifest can name");
+  return text;
+}
+
+void requireSense(const Model& model, const ArchiveOptions& options) {
+  if (options.level < kFastestLevel || options.level > kSmallestLevel)
+    throw Error(ErrorCode::misuse, "the level " + std::to_string(options.level) + " is not between " +
+                                       std::to_string(kFastestLevel) + " and " +
+                                       std::to_string(kSmallestLevel));
+  if (options.mapping != nullptr && &options.mapping->getRegistry() != &model.getRegistry())
+    throw Error(ErrorCode::misuse, "the mapping belongs to another registry than the model");
+}
+
 void write(const Model& model, const std::filesystem::path& path, const ArchiveOptions& options) {
-  const std::shared_ptr<const ecore::Mapping> made =
-      options.mapping == nullptr ? ecore::describeRegistry(model.getRegistry()) : nullptr;
-  const ecore::PackageClosure closure =
-      ecore::closureOf(options.mapping == nullptr ? *made : *options.mapping, packagesOf(model));
+  requireSense(model, options);
+  Compressor compressor(options.level);
   Manifest manifest;
   manifest.tagged = options.tagged;
-  for (const std::string& uri : closure.packageUris)
-    manifest.packages.push_back(describe(model.getRegistry(), uri));
-  const std::string metaModel = joinFiles(closure.files, manifest);
-  std::vector<std::uint8_t> document;
-  io::writeModel(model, document,
-                 {.format = options.tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
-                                           : io::IOFormatProvider::FORMAT_BINARY,
-                  .progress = options.progress});
-  manifest.bytes = document.size();
-  manifest.hash = hashOf(asText(document));
+  std::string metaModel;
+  {
+    const ecore::PackageClosure closure = closureOf(model, options.mapping);
+    for (const std::string& uri : closure.packageUris)
+      manifest.packages.push_back(describe(model.getRegistry(), uri));
+    metaModel = packMetaModel(closure.files, compressor, manifest);
+  }
+  const DocumentText document(model, options.tagged, options.progress);
+  noteContent(document.pieces(), manifest.bytes, manifest.hash);
 
-  const std::string text = toJson(manifest);
+  const std::string text = manifestText(manifest);
   io::AtomicFile file(path);
   file.write(frame(kManifestMagic, littleEndian(checksumOf(text), kChecksumBytes) + text));
-  file.write(frame(kMetaModelMagic, compressed(metaModel, options.level)));
-  compress(asText(document), options.level, [&](std::string_view piece) { file.write(piece); });
+  file.write(frame(kMetaModelMagic, metaModel));
+  compressor.compress(document.pieces(), [&](std::string_view piece) { file.write(piece); });
   file.commit();
 }
 

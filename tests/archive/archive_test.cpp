@@ -189,7 +189,8 @@ TEST(Archive, MoreThanTheLimitIsRefused) {
   EXPECT_EQ(ArchiveReader(path, {enough}).readDocument(), good.document);
   EXPECT_THAT(refusalOf([&] { ArchiveReader(path, {good.document.size() - 1}).readDocument(); }),
               "overLimit: " + path + ": the document of the archive unpacks to more than " +
-                  std::to_string(good.document.size() - 1) + " bytes");
+                  std::to_string(good.document.size() - 1) +
+                  " bytes, which is the limit; ArchiveLimits::bytes sets it");
 }
 
 TEST(Archive, WhatIsNoArchiveIsForeign) {
