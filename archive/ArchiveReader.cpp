@@ -195,8 +195,10 @@ std::vector<std::uint8_t> ArchiveReader::readDocument() try {
     claim.emplace(Impl::Claim{manifest->bytes, manifest->hash});
     bytes.reserve(roomFor(std::min(claim->bytes, impl_->limits.bytes), at.size));
   }
-  impl_->unpack(kDocumentPart, at, claim,
-                [&](std::string_view piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); });
+  impl_->unpack(kDocumentPart, at, claim, [&](std::string_view piece) {
+    const auto* const begin = reinterpret_cast<const std::uint8_t*>(piece.data());
+    bytes.insert(bytes.end(), begin, begin + piece.size());
+  });
   return bytes;
 } catch (...) {
   rethrowAsError({.file = name()});

@@ -1,5 +1,6 @@
 #include <exception>
 
+#include "Fingerprint.h"
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/io/ModelFile.h"
 
@@ -40,27 +41,31 @@ std::shared_ptr<const ecore::Mapping> loadMetaModel(ArchiveReader& reader, const
   }
 }
 
-/// Refuses a package that writes or means something else in the registry.
-void requireSame(const meta::MetaRegistry& registry, const ArchivedPackage& package,
-                 const std::string& name) {
-  const auto refuse = [&](const std::string& what) {
-    throw Error(ErrorCode::doesNotFit,
-                {.file = name, .problem = "the package \"" + package.uri + "\" " + what});
-  };
-  if (!registry.hasPackage(package.uri)) refuse("is not known; read the archive by its own meta model");
-  if (fingerprintOf(registry, package.uri) != package.fingerprint)
-    refuse(
-        "is another version than the one that the archive was written with; read it by its own meta model");
+/// Refuses packages that write or mean something else in the registry.
+void requireSame(const meta::MetaRegistry& registry, const Manifest& manifest, const std::string& name) {
+  const Fingerprints fingerprints(registry);
+  for (const ArchivedPackage& package : manifest.packages) {
+    const auto refuse = [&](const std::string& what) {
+      throw Error(ErrorCode::doesNotFit,
+                  {.file = name, .problem = "the package \"" + package.uri + "\" " + what});
+    };
+    const std::optional<std::string> known = fingerprints.find(package.uri);
+    if (!known) refuse("is not known; read the archive by its own meta model");
+    if (known != package.fingerprint)
+      refuse(
+          "is another version than the one that the archive was written with; read it by its own meta model");
+  }
 }
 
 /// The manifest and the meta model were made together.
-void requireBrought(const meta::MetaRegistry& registry, const ArchivedPackage& package,
-                    const std::string& name) {
-  if (!registry.hasPackage(package.uri) || fingerprintOf(registry, package.uri) != package.fingerprint)
-    throw Error(ErrorCode::damaged,
-                {.file = name,
-                 .problem = "the meta model of the archive has no package \"" + package.uri +
-                            "\" with the fingerprint that the manifest says"});
+void requireBrought(const meta::MetaRegistry& registry, const Manifest& manifest, const std::string& name) {
+  const Fingerprints fingerprints(registry);
+  for (const ArchivedPackage& package : manifest.packages)
+    if (fingerprints.find(package.uri) != package.fingerprint)
+      throw Error(ErrorCode::damaged,
+                  {.file = name,
+                   .problem = "the meta model of the archive has no package \"" + package.uri +
+                              "\" with the fingerprint that the manifest says"});
 }
 
 }  // namespace
@@ -68,7 +73,7 @@ void requireBrought(const meta::MetaRegistry& registry, const ArchivedPackage& p
 LoadedArchive ArchiveReader::readModel() {
   auto registry = std::make_unique<meta::MetaRegistry>();
   std::shared_ptr<const ecore::Mapping> mapping = loadMetaModel(*this, name(), *registry);
-  for (const ArchivedPackage& package : getManifest().packages) requireBrought(*registry, package, name());
+  requireBrought(*registry, getManifest(), name());
   Model model = archive::readModel(*this, name(), *registry);
   return {std::move(registry), std::move(mapping), std::move(model)};
 }
@@ -81,7 +86,7 @@ Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& r
                   const ArchiveLimits& limits) {
   ArchiveReader reader(path, limits);
   const std::string name = path.string();
-  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(registry, package, name);
+  requireSame(registry, reader.getManifest(), name);
   return readModel(reader, name, registry);
 }
 

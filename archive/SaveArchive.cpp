@@ -2,6 +2,7 @@
 #include <span>
 
 #include "DocumentText.h"
+#include "Fingerprint.h"
 #include "Frames.h"
 #include "Hash.h"
 #include "Manifest.h"
@@ -25,8 +26,13 @@ ecore::PackageClosure closureOf(const Model& model, const ecore::Mapping* mappin
   return ecore::closureOf(*ecore::describeRegistry(model.getRegistry()), packagesOf(model));
 }
 
-ArchivedPackage describe(const meta::MetaRegistry& registry, const std::string& uri) {
-  return {uri, registry.findPackageName(uri).value_or(std::string()), fingerprintOf(registry, uri)};
+std::vector<ArchivedPackage> describe(const meta::MetaRegistry& registry,
+                                      const std::vector<std::string>& uris) {
+  const Fingerprints fingerprints(registry);
+  std::vector<ArchivedPackage> packages;
+  for (const std::string& uri : uris)
+    packages.push_back({uri, registry.findPackageName(uri).value(), fingerprints.find(uri).value()});
+  return packages;
 }
 
 /// What the manifest says of texts that stand one behind the other.
@@ -78,8 +84,7 @@ void write(const Model& model, const std::filesystem::path& path, const ArchiveO
   std::string metaModel;
   {
     const ecore::PackageClosure closure = closureOf(model, options.mapping);
-    for (const std::string& uri : closure.packageUris)
-      manifest.packages.push_back(describe(model.getRegistry(), uri));
+    manifest.packages = describe(model.getRegistry(), closure.packageUris);
     metaModel = packMetaModel(closure.files, compressor, manifest);
   }
   const DocumentText document(model, options.tagged, options.progress);
