@@ -5,13 +5,14 @@
 #include <gtest/gtest.h>
 #include <kr0/kr0.h>
 
+#include "archive/ArchiveTesting.h"
 #include "support/Paths.h"
 
 namespace kr::zero::archive {
 
 namespace {
 
-using testing::AllOf;
+using test::refusalOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -36,17 +37,6 @@ std::string save(const std::string& name, bool tagged = false) {
   const std::string path = test::temporaryPath(name);
   saveArchive(library().model, path, {.mapping = library().mapping.get(), .tagged = tagged});
   return path;
-}
-
-/// Code and sentence of the Error that something throws.
-template <class Action>
-std::string refusalOf(Action action) {
-  try {
-    action();
-  } catch (const Error& error) {
-    return std::string(nameOf(error.getCode())) + ": " + error.what();
-  }
-  return "nothing was refused";
 }
 
 /// A few elements of a meta model that was made in code.
@@ -134,34 +124,6 @@ TEST(Archive, PartsAreReadOneByOne) {
   ASSERT_EQ(files.size(), 1u);
   EXPECT_EQ(files[0].name, "library.ecore");
   EXPECT_EQ(files[0].text, ecore::writeEcore(*library().mapping, "http://www.example.org/library", true));
-}
-
-TEST(Archive, EveryCutIsRefused) {
-  const std::string path = saveSmall("cut.krz");
-  const std::string whole = test::readFile(path);
-  for (std::size_t size = 0; size < whole.size(); ++size) {
-    test::writeFile(path, whole.substr(0, size));
-    EXPECT_THAT(refusalOf([&] { readParts(path); }), HasSubstr(path)) << size;
-  }
-}
-
-TEST(Archive, EveryBitThatIsFlippedIsNoticedOrChangesNothing) {
-  const std::string path = saveSmall("flip.krz");
-  const std::string whole = test::readFile(path);
-  const Parts good = readParts(path);
-  std::size_t noticed = 0;
-  for (std::size_t bit = 0; bit < whole.size() * 8; ++bit) {
-    std::string damaged = whole;
-    damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ (1 << bit % 8));
-    test::writeFile(path, damaged);
-    try {
-      EXPECT_EQ(readParts(path), good) << "byte " << bit / 8 << " bit " << bit % 8;
-    } catch (const Error& error) {
-      EXPECT_EQ(error.getDetails().file, path) << error.what();
-      ++noticed;
-    }
-  }
-  EXPECT_GT(noticed, whole.size() * 8 * 98 / 100);
 }
 
 TEST(Archive, APackageThatWasMadeInCodeIsBroughtAlong) {
