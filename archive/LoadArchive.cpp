@@ -14,7 +14,6 @@ namespace {
   try {
     throw;
   } catch (const Error& error) {
-    if (error.getCode() == ErrorCode::outOfMemory) throw;
     std::throw_with_nested(Error(error.getCode(), {.file = name, .problem = part + error.what()}));
   }
 }

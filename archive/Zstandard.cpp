@@ -24,10 +24,15 @@ struct Memory {
   int hash;
   int chain;
 };
-constexpr Memory kOfFastLevels{20, 18, 18};
-// From here on a tree is searched, and several ways of writing a block are weighed.
-constexpr int kFirstThoroughLevel = 13;
-constexpr Memory kOfThoroughLevels{19, 17, 18};
+constexpr int kAsTheLevelHasIt = 0;
+
+Memory memoryOf(int level) {
+  constexpr int kFirstThatTakesMuch = 5;
+  constexpr int kFirstThorough = 13;  // which keeps a tree, and weighs several ways of writing a block
+  if (level < kFirstThatTakesMuch) return {20, kAsTheLevelHasIt, kAsTheLevelHasIt};
+  if (level < kFirstThorough) return {20, 18, 17};
+  return {19, 17, 18};
+}
 
 struct FreeDecompressor {
   void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
@@ -61,7 +66,7 @@ void requireProof(std::string_view head) {
 void Compressor::Free::operator()(ZSTD_CCtx_s* context) const { ZSTD_freeCCtx(context); }
 
 Compressor::Compressor(int level) : context_(orBadAlloc(ZSTD_createCCtx())) {
-  const Memory& memory = level < kFirstThoroughLevel ? kOfFastLevels : kOfThoroughLevels;
+  const Memory memory = memoryOf(level);
   set(context_.get(), ZSTD_c_compressionLevel, level);
   set(context_.get(), ZSTD_c_checksumFlag, 1);
   set(context_.get(), ZSTD_c_windowLog, memory.window);

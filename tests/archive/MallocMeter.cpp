@@ -10,7 +10,14 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "support/Environment.h"
+// Sanitizers bring a malloc of their own.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KR0_TEST_MALLOC_IS_TAKEN
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define KR0_TEST_MALLOC_IS_TAKEN
+#endif
+#endif
 
 namespace kr::zero::test {
 
@@ -21,6 +28,7 @@ std::atomic<std::ptrdiff_t> peak{0};
 std::atomic<std::ptrdiff_t> atStart{0};
 std::atomic<std::size_t> largest{0};
 
+#if !defined(KR0_TEST_MALLOC_IS_TAKEN)
 constexpr auto relaxed = std::memory_order_relaxed;
 
 template <class T>
@@ -30,7 +38,6 @@ void raise(std::atomic<T>& maximum, T value) {
   }
 }
 
-#if !defined(KR0_TEST_MALLOC_IS_TAKEN)
 void* countBlock(void* block, std::size_t asked) {
   raise(largest, asked);
   if (block == nullptr) return nullptr;

@@ -164,4 +164,123 @@ TEST(Archive, WhatIsNoArchiveIsForeign) {
             "unreadable: /no/such.krz: cannot be read, No such file or directory");
 }
 
+// --- Meta models that the library has built in
+
+TEST(Archive, PackagesThatAreBuiltInAreNamedAndNotBrought) {
+  const std::string text = R"(<?xml version="1.0" encoding="UTF-8"?>
+<ecore:EPackage xmi:version="2.0" xmlns:xmi="http://www.omg.org/XMI"
+    xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xmlns:ecore="http://www.eclipse.org/emf/2002/Ecore"
+    name="leaf" nsURI="urn:leaf" nsPrefix="leaf">
+  <eClassifiers xsi:type="ecore:EClass" name="Leaf">
+    <eStructuralFeatures xsi:type="ecore:EAttribute" name="big"
+        eType="ecore:EDataType http://www.eclipse.org/emf/2002/Ecore#//EBigInteger"/>
+    <eStructuralFeatures xsi:type="ecore:EAttribute" name="duration"
+        eType="ecore:EDataType http://www.eclipse.org/emf/2003/XMLType#//Duration"/>
+  </eClassifiers>
+</ecore:EPackage>
+)";
+  meta::MetaRegistry registry;
+  const auto mapping = ecore::loadEcoreFiles({{"leaf.ecore", text}}, registry);
+  Model model(registry);
+  Element leaf = model.createRoot("leaf.Leaf");
+  leaf.setTextForm("big", "123456789012345678901234567890");
+  leaf.setTextForm("duration", "P1D");
+  const std::string path = test::temporaryPath("built-in.krz");
+  saveArchive(model, path, {.mapping = mapping.get()});
+  ArchiveReader reader(path);
+  std::vector<std::string> uris;
+  for (const ArchivedPackage& package : reader.getManifest().packages) {
+    uris.push_back(package.uri);
+    EXPECT_EQ(package.fingerprint, fingerprintOf(registry, package.uri));
+  }
+  EXPECT_THAT(uris, testing::ElementsAre("http://www.eclipse.org/emf/2002/Ecore",
+                                         "http://www.eclipse.org/emf/2003/XMLType", "urn:leaf"));
+  ASSERT_EQ(reader.readMetaModel().size(), 1u);
+  EXPECT_EQ(reader.readMetaModel()[0].name, "leaf.ecore");
+  EXPECT_EQ(findDifference(reader.readModel().model, model), std::nullopt);
+}
+
+TEST(Archive, AModelThatUsesNothingBringsNoMetaModel) {
+  meta::MetaRegistry registry;
+  const std::string path = test::temporaryPath("empty.krz");
+  saveArchive(Model(registry), path);
+  ArchiveReader reader(path);
+  EXPECT_TRUE(reader.readMetaModel().empty());
+  EXPECT_EQ(reader.getManifest().metaBytes, 0u);
+  EXPECT_EQ(loadArchive(path).model.size(), 0u);
+}
+
+// --- The model by itself, levels, failures
+
+TEST(Archive, AReaderGivesTheModelByItself) {
+  ArchiveReader reader(save("reader.krz"));
+  EXPECT_EQ(findDifference(reader.readModel().model, library().model), std::nullopt);
+}
+
+TEST(Archive, EveryLevelGivesTheModelBack) {
+  const std::string path = test::temporaryPath("level.krz");
+  for (int level = kFastestLevel; level <= kSmallestLevel; ++level) {
+    saveArchive(library().model, path, {.mapping = library().mapping.get(), .level = level});
+    EXPECT_EQ(findDifference(loadArchive(path).model, library().model), std::nullopt) << level;
+  }
+}
+
+TEST(Archive, ALevelOutOfRangeIsMisuse) {
+  const std::string path = test::temporaryPath("misuse.krz");
+  for (const int level : {0, 20, -1})
+    EXPECT_EQ(refusalOf([&] { saveArchive(library().model, path, {.level = level}); }),
+              "misuse: " + path + ": the level " + std::to_string(level) + " is not between 1 and 19");
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(Archive, AMappingOfAnotherRegistryIsMisuse) {
+  const std::string path = test::temporaryPath("misuse.krz");
+  const Library other;
+  EXPECT_EQ(refusalOf([&] { saveArchive(library().model, path, {.mapping = other.mapping.get()}); }),
+            "misuse: " + path + ": the mapping belongs to another registry than the model");
+}
+
+TEST(Archive, ASaveThatIsCancelledLeavesTheOldFile) {
+  const std::string path = saveSmall("old.krz");
+  const std::string before = test::readFile(path);
+  Model large(test::goldenArchiveRegistry());
+  for (int i = 0; i < 10000; ++i) large.createRoot("golden.Node");
+  for (const bool tagged : {false, true})
+    EXPECT_THAT(refusalOf([&] {
+                  saveArchive(large, path,
+                              {.tagged = tagged, .progress = [](std::uint64_t) { return false; }});
+                }),
+                StartsWith("cancelled: " + path));
+  EXPECT_TRUE(test::readFile(path) == before);
+}
+
+TEST(Archive, AFolderAndAPipeAreUnreadable) {
+  EXPECT_EQ(refusalOf([] { ArchiveReader reader("/tmp"); }),
+            "unreadable: /tmp: cannot be read, it is no regular file");
+  EXPECT_EQ(refusalOf([] { ArchiveReader reader("/dev/null"); }),
+            "unreadable: /dev/null: cannot be read, it is no regular file");
+}
+
+// --- Models that others made
+
+TEST(Archive, RealModelsComeBack) {
+  if (!test::haveModels()) GTEST_SKIP() << "no folder of models at " << test::modelsDir();
+  const std::pair<const char*, const char*> models[] = {
+      {"modisco/Bug_318638.kdm", "modisco/kdm.ecore"},
+      {"pivot/Pivot.ecore", "ecore/Ecore.ecore"},
+      {"social/initial-1.xmi", "social/social_network.ecore"},
+      {"archimate/Archisurance.archimate", "archimate/archimate.ecore"},
+  };
+  for (const auto& [file, metaModel] : models) {
+    meta::MetaRegistry registry;
+    const auto mapping = ecore::loadMetaModels({test::modelsDir() + "/" + metaModel}, registry);
+    const Model model = ecore::readXmiFile(test::modelsDir() + "/" + file, *mapping);
+    const std::string path = test::temporaryPath("real.krz");
+    saveArchive(model, path, {.mapping = mapping.get()});
+    const LoadedArchive loaded = loadArchive(path);
+    EXPECT_EQ(findDifference(loaded.model, model), std::nullopt) << file;
+    EXPECT_EQ(ecore::writeXmi(loaded.model, *loaded.mapping), ecore::writeXmi(model, *mapping)) << file;
+  }
+}
+
 }  // namespace kr::zero::archive
