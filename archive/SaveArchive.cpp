@@ -1,4 +1,4 @@
-#include <ios>
+#include <algorithm>
 #include <span>
 
 #include "DocumentText.h"
@@ -46,9 +46,11 @@ void noteContent(std::span<const std::string_view> texts, std::uint64_t& bytes, 
   hash = hasher.digits();
 }
 
+// A meta model is small beside most documents, and yet the larger half of the archives of small ones.
+int levelOfMetaModel(int level) { return std::min(level + 2, kSmallestLevel); }
+
 /// The frame of the meta model; nothing where all of it is built in.
-std::string packMetaModel(const std::vector<ecore::EcoreFile>& files, Compressor& compressor,
-                          Manifest& manifest) {
+std::string packMetaModel(const std::vector<ecore::EcoreFile>& files, int level, Manifest& manifest) {
   std::vector<std::string_view> texts;
   for (const ecore::EcoreFile& file : files) {
     manifest.files.emplace_back(file.name, file.text.size());
@@ -56,7 +58,8 @@ std::string packMetaModel(const std::vector<ecore::EcoreFile>& files, Compressor
   }
   noteContent(texts, manifest.metaBytes, manifest.metaHash);
   std::string frame;
-  if (!files.empty()) compressor.compress(texts, [&](std::string_view piece) { frame += piece; });
+  if (!files.empty())
+    Compressor(levelOfMetaModel(level)).compress(texts, [&](std::string_view piece) { frame += piece; });
   return frame;
 }
 
@@ -78,14 +81,13 @@ void requireSense(const Model& model, const ArchiveOptions& options) {
 
 void write(const Model& model, const std::filesystem::path& path, const ArchiveOptions& options) {
   requireSense(model, options);
-  Compressor compressor(options.level);
   Manifest manifest;
   manifest.tagged = options.tagged;
   std::string metaModel;
   {
     const ecore::PackageClosure closure = closureOf(model, options.mapping);
     manifest.packages = describe(model.getRegistry(), closure.packageUris);
-    metaModel = packMetaModel(closure.files, compressor, manifest);
+    metaModel = packMetaModel(closure.files, options.level, manifest);
   }
   const DocumentText document(model, options.tagged, options.progress);
   noteContent(document.pieces(), manifest.bytes, manifest.hash);
@@ -94,7 +96,7 @@ void write(const Model& model, const std::filesystem::path& path, const ArchiveO
   io::AtomicFile file(path);
   file.write(frame(kManifestMagic, littleEndian(checksumOf(text), kChecksumBytes) + text));
   file.write(frame(kMetaModelMagic, metaModel));
-  compressor.compress(document.pieces(), [&](std::string_view piece) { file.write(piece); });
+  Compressor(options.level).compress(document.pieces(), [&](std::string_view piece) { file.write(piece); });
   file.commit();
 }
 
