@@ -1,10 +1,9 @@
 #include <algorithm>
-#include <boost/interprocess/streams/bufferstream.hpp>
 #include <exception>
-#include <fstream>
 #include <optional>
 #include <utility>
 
+#include "ArchiveFile.h"
 #include "Frames.h"
 #include "Hash.h"
 #include "Manifest.h"
@@ -15,189 +14,144 @@ namespace kr::zero::archive {
 
 namespace {
 
-constexpr std::uint64_t kLargestManifest = std::uint64_t{64} << 20;
 constexpr std::size_t kPiece = std::size_t{1} << 17;
+// 8 MiB, which RFC 8878 asks every decompressor to have; our frames need an eighth of it.
+constexpr FrameRules kRules{.largestWindowLog = 23, .provesItself = true};
+// Documents become 10 to 30 times smaller.
+constexpr std::uint64_t kUsualRatio = 256;
 
-/// A part of the file.
-struct Extent {
-  std::uint64_t offset = 0;
-  std::uint64_t size = 0;
-};
-
-std::string_view asText(const std::vector<std::uint8_t>& bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+/// Room for a document before it is there: all that is claimed, so that it never lies in memory twice; less
+/// where the frame is far too small for that, which then grows as bytes come.
+std::size_t roomFor(std::uint64_t claimed, std::uint64_t compressed) {
+  std::uint64_t room = claimed;
+  while (room / kUsualRatio > compressed) room = (room + 1) / 2;
+  return static_cast<std::size_t>(room);
 }
+
+/// Hands the bytes of a meta model out to its files, by the sizes in the manifest, whose sum is its size.
+class FilesOfMetaModel {
+ public:
+  explicit FilesOfMetaModel(const Manifest& manifest) : manifest_(manifest) {
+    for (const auto& [name, bytes] : manifest.files) files_.push_back({name, {}});
+  }
+
+  void add(std::string_view bytes) {
+    while (!bytes.empty() && at_ < files_.size()) {
+      std::string& text = files_[at_].text;
+      const std::uint64_t missing = manifest_.files[at_].second - text.size();
+      const auto taken = static_cast<std::size_t>(std::min<std::uint64_t>(missing, bytes.size()));
+      text.append(bytes.substr(0, taken));
+      bytes.remove_prefix(taken);
+      if (taken == missing) ++at_;
+    }
+  }
+  std::vector<ecore::EcoreFile> take() { return std::move(files_); }
+
+ private:
+  const Manifest& manifest_;
+  std::vector<ecore::EcoreFile> files_;
+  std::size_t at_ = 0;  // the file that is being filled
+};
 
 }  // namespace
 
 struct ArchiveReader::Impl {
-  std::string name;
+  ArchiveFile file;
   ArchiveLimits limits;
-  std::unique_ptr<std::istream> file;
-  std::uint64_t size = 0;
-  std::optional<Extent> manifestAt;
-  std::optional<Extent> metaModelAt;
-  std::optional<Extent> documentAt;
   std::string manifestText;
-  std::optional<Manifest> manifest;
+  std::optional<Manifest> manifest;  // nothing: manifestFault
+  std::optional<Error> manifestFault;
 
-  Impl(const std::filesystem::path& path, ArchiveLimits given) : name(path.string()), limits(given) {
-    errno = 0;
-    file = std::make_unique<std::ifstream>(path, std::ios::binary);
-    if (!*file || !std::filesystem::is_regular_file(path)) failToRead(errno == 0 ? EINVAL : errno);
-    size = std::filesystem::file_size(path);
-    open();
-  }
-
-  Impl(const ArchiveBytes& archive, ArchiveLimits given) : name(archive.name), limits(given) {
-    file = std::make_unique<boost::interprocess::ibufferstream>(archive.bytes.data(), archive.bytes.size());
-    size = archive.bytes.size();
-    open();
-  }
-
-  void open() {
-    findParts();
-    manifestText = readManifestText();
-    manifest = parseManifest();
-  }
-
-  // --- Failures
-
-  [[noreturn]] void fail(ErrorCode code, const std::string& problem) const {
-    throw Error(code, {.file = name, .problem = problem});
-  }
-  [[noreturn]] void failToRead(int error) const {
-    fail(ErrorCode::unreadable, "cannot be read, " + std::generic_category().message(error));
-  }
-  [[noreturn]] void failDamaged(const char* part, const std::string& why) const {
-    fail(ErrorCode::damaged, "the " + std::string(part) + " of the archive is damaged: " + why);
-  }
-  [[noreturn]] void failStructure(std::uint64_t offset, const std::string& why) const {
-    throw Error(offset == 0 ? ErrorCode::foreign : ErrorCode::damaged,
-                {.file = name, .byteOffset = offset, .problem = why});
-  }
-
-  // --- The file
-
-  std::string readAt(std::uint64_t offset, std::size_t bytes) {
-    std::string read(bytes, '\0');
-    file->clear();
-    file->seekg(static_cast<std::streamoff>(offset));
-    file->read(read.data(), static_cast<std::streamsize>(bytes));
-    if (file->bad()) failToRead(EIO);
-    read.resize(static_cast<std::size_t>(std::max<std::streamsize>(0, file->gcount())));
-    return read;
-  }
-
-  void findParts() {
-    std::uint64_t offset = 0;
-    while (!documentAt) {
-      const std::string head = readAt(offset, kFrameHeadBytes);
-      if (head.size() < kFrameHeadBytes) failStructure(offset, "the archive ends before its document");
-      const auto magic = static_cast<std::uint32_t>(fromLittleEndian(head.substr(0, kMagicBytes)));
-      if (offset == 0 && magic != kManifestMagic)
-        failStructure(offset, "this does not begin like an archive");
-      if (magic == kDataMagic) {
-        documentAt = {offset, size - offset};
-      } else if (magic < kFirstSkippableMagic || magic > kLastSkippableMagic) {
-        failStructure(offset, "there is no frame of an archive here");
-      } else {
-        const Extent content{offset + kFrameHeadBytes, fromLittleEndian(head.substr(kMagicBytes))};
-        if (content.size > size - content.offset) failStructure(offset, "a frame is longer than the file");
-        noteFrame(magic, offset, content);
-        offset = content.offset + content.size;
-      }
+  /// @param from a path, or bytes.
+  template <class From>
+  Impl(const From& from, ArchiveLimits given) : file(from), limits(given) {
+    try {
+      manifestText = readManifestText();
+      manifest = parseManifest();
+    } catch (const Error& error) {
+      if (error.getCode() != ErrorCode::damaged) throw;
+      manifestFault = error;
     }
-    if (!metaModelAt) failStructure(documentAt->offset, "the archive has no frame for a meta model");
-  }
-
-  void noteFrame(std::uint32_t magic, std::uint64_t offset, Extent content) {
-    if (magic != kManifestMagic && magic != kMetaModelMagic) return;  // somebody else's
-    std::optional<Extent>& part = magic == kManifestMagic ? manifestAt : metaModelAt;
-    if (part) failStructure(offset, "a frame of the archive is there twice");
-    part = content;
   }
 
   // --- The manifest
 
   std::string readManifestText() {
-    if (manifestAt->size > kLargestManifest || manifestAt->size < kChecksumBytes) return {};
-    return readAt(manifestAt->offset + kChecksumBytes,
-                  static_cast<std::size_t>(manifestAt->size) - kChecksumBytes);
+    const Extent at = file.manifest();
+    if (at.size < kChecksumBytes) file.failDamaged(kManifestPart, "it is cut short");
+    if (at.size - kChecksumBytes > kLargestManifest)
+      file.failDamaged(kManifestPart, "it has more than " + std::to_string(kLargestManifest) + " bytes");
+    const std::string checksum = file.read(at.offset, kChecksumBytes);
+    std::string text =
+        file.read(at.offset + kChecksumBytes, static_cast<std::size_t>(at.size - kChecksumBytes));
+    if (fromLittleEndian(checksum) != checksumOf(text))
+      file.failDamaged(kManifestPart, "its checksum is another");
+    return text;
   }
 
-  /// Nothing for a damaged one; requireManifest() says why.
-  std::optional<Manifest> parseManifest() {
-    if (!isManifestSound()) return std::nullopt;
+  Manifest parseManifest() const {
     try {
       return fromJson(manifestText);
-    } catch (const std::bad_alloc&) {
-      throw;
-    } catch (const std::exception& error) {
-      manifestFault = error.what();
-      return std::nullopt;
+    } catch (const std::runtime_error& error) {
+      file.failDamaged(kManifestPart, error.what());
     }
   }
 
-  bool isManifestSound() {
-    const std::string checksum = readAt(manifestAt->offset, kChecksumBytes);
-    return !manifestText.empty() && fromLittleEndian(checksum) == checksumOf(manifestText);
-  }
-
   const Manifest& requireManifest() const {
-    if (!manifest) failDamaged("manifest", manifestFault);
+    if (!manifest) throw *manifestFault;
     return *manifest;
   }
-  std::string manifestFault = "its checksum is another";
 
   // --- Content
 
+  /// What the manifest says of a part.
+  struct Claim {
+    std::uint64_t bytes;
+    const std::string& hash;
+  };
+
   /// Decompresses a part.
-  /// @param claimed its size as the manifest says it; nothing where there is no manifest.
+  /// @param claim nothing where there is no manifest.
   template <class Append>
-  void unpack(const char* part, Extent at, std::optional<std::uint64_t> claimed, Append append) {
-    if (claimed.value_or(0) > limits.bytes) failLimit(part);
+  void unpack(const char* part, Extent at, const std::optional<Claim>& claim, Append append) {
+    if (claim && claim->bytes > limits.bytes) failLimit(part);
     std::string piece;
     std::uint64_t read = 0;
     const auto give = [&] {
-      piece =
-          readAt(at.offset + read, static_cast<std::size_t>(std::min<std::uint64_t>(kPiece, at.size - read)));
+      piece = file.read(at.offset + read,
+                        static_cast<std::size_t>(std::min<std::uint64_t>(kPiece, at.size - read)));
       read += piece.size();
       return std::string_view(piece);
     };
     std::uint64_t unpacked = 0;
+    Hasher hasher;
     const auto take = [&](std::string_view bytes) {
       unpacked += bytes.size();
       if (unpacked > limits.bytes) failLimit(part);
-      if (unpacked > claimed.value_or(unpacked)) failDamaged(part, "it is longer than the manifest says");
+      if (claim && unpacked > claim->bytes) file.failDamaged(part, "it is longer than the manifest says");
+      if (claim) hasher.add(bytes);
       append(bytes);
     };
+    decompressPart(part, give, take);
+    if (claim && unpacked < claim->bytes) file.failDamaged(part, "it is shorter than the manifest says");
+    if (claim && hasher.digits() != claim->hash)
+      file.failDamaged(part, "the manifest has another hash for it");
+  }
+
+  void decompressPart(const char* part, const GivePiece& give, const TakePiece& take) const {
     try {
-      decompress(give, take);
+      decompress(give, take, kRules);
     } catch (const Error&) {
       throw;
     } catch (const std::runtime_error& error) {
-      failDamaged(part, error.what());
+      file.failDamaged(part, error.what());
     }
-    if (claimed && unpacked < *claimed) failDamaged(part, "it is shorter than the manifest says");
   }
 
   [[noreturn]] void failLimit(const char* part) const {
-    fail(ErrorCode::overLimit, "the " + std::string(part) + " of the archive unpacks to more than " +
-                                   std::to_string(limits.bytes) + " bytes");
-  }
-
-  void requireHash(const char* part, std::string_view bytes, const std::string& hash) const {
-    if (hashOf(bytes) != hash) failDamaged(part, "the manifest has another hash for it");
-  }
-
-  std::string unpackMetaModel() {
-    const Manifest& known = requireManifest();
-    std::string text;
-    if (metaModelAt->size != 0)
-      unpack("meta model", *metaModelAt, known.metaBytes, [&](std::string_view bytes) { text += bytes; });
-    requireHash("meta model", text, known.metaHash);
-    return text;
+    file.fail(ErrorCode::overLimit, "the " + std::string(part) + " of the archive unpacks to more than " +
+                                        std::to_string(limits.bytes) +
+                                        " bytes, which is the limit; ArchiveLimits::bytes sets it");
   }
 };
 
@@ -219,11 +173,9 @@ ArchiveReader::ArchiveReader(const ArchiveBytes& archive, ArchiveLimits limits) 
 
 ArchiveReader::~ArchiveReader() = default;
 
-std::vector<ArchivePart> ArchiveReader::getParts() const {
-  return {{"manifest", impl_->manifestAt->size},
-          {"meta model", impl_->metaModelAt->size},
-          {"document", impl_->documentAt->size}};
-}
+std::vector<ArchivePart> ArchiveReader::getParts() const { return impl_->file.parts(); }
+
+const std::string& ArchiveReader::name() const { return impl_->file.name(); }
 
 const Manifest& ArchiveReader::getManifest() const { return impl_->requireManifest(); }
 
@@ -233,34 +185,35 @@ const std::string& ArchiveReader::getManifestText() const {
 }
 
 std::vector<ecore::EcoreFile> ArchiveReader::readMetaModel() try {
-  const std::string text = impl_->unpackMetaModel();
-  std::vector<ecore::EcoreFile> files;
-  std::size_t at = 0;
-  for (const auto& [name, bytes] : impl_->requireManifest().files) {
-    if (bytes > text.size() - at) impl_->failDamaged("manifest", "its files are longer than the meta model");
-    files.push_back({name, text.substr(at, static_cast<std::size_t>(bytes))});
-    at += static_cast<std::size_t>(bytes);
-  }
-  if (at != text.size()) impl_->failDamaged("manifest", "its files are shorter than the meta model");
-  return files;
+  const Manifest& manifest = impl_->requireManifest();
+  const Extent at = impl_->file.metaModel();
+  FilesOfMetaModel files(manifest);
+  if (at.size != 0)
+    impl_->unpack(kMetaModelPart, at, Impl::Claim{manifest.metaBytes, manifest.metaHash},
+                  [&](std::string_view bytes) { files.add(bytes); });
+  else if (manifest.metaBytes != 0)
+    impl_->file.failDamaged(kMetaModelPart, "it is shorter than the manifest says");
+  return files.take();
 } catch (...) {
-  rethrowAsError({.file = impl_->name});
+  rethrowAsError({.file = name()});
 }
 
 std::vector<std::uint8_t> ArchiveReader::readDocument() try {
+  const Extent at = impl_->file.document();
   const std::optional<Manifest>& manifest = impl_->manifest;
   std::vector<std::uint8_t> bytes;
-  std::optional<std::uint64_t> claimed;
-  if (manifest) claimed = manifest->bytes;
-  // Room for all of it, within the limit, so that it never lies in memory twice; the system gives memory to
-  // what is written there, not to what was asked for.
-  if (claimed && *claimed <= impl_->limits.bytes) bytes.reserve(static_cast<std::size_t>(*claimed));
-  impl_->unpack("document", *impl_->documentAt, claimed,
-                [&](std::string_view piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); });
-  if (manifest) impl_->requireHash("document", asText(bytes), manifest->hash);
+  std::optional<Impl::Claim> claim;
+  if (manifest) {
+    claim.emplace(Impl::Claim{manifest->bytes, manifest->hash});
+    bytes.reserve(roomFor(std::min(claim->bytes, impl_->limits.bytes), at.size));
+  }
+  impl_->unpack(kDocumentPart, at, claim, [&](std::string_view piece) {
+    const auto* const begin = reinterpret_cast<const std::uint8_t*>(piece.data());
+    bytes.insert(bytes.end(), begin, begin + piece.size());
+  });
   return bytes;
 } catch (...) {
-  rethrowAsError({.file = impl_->name});
+  rethrowAsError({.file = name()});
 }
 
 bool looksLikeArchive(std::string_view beginning) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "Fingerprint.h"
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/evolution/CarryOver.h"
 #include "kr/zero/io/ModelFile.h"
@@ -9,33 +10,55 @@ namespace kr::zero::archive {
 
 namespace {
 
-Model readModel(ArchiveReader& reader, const std::string& name, const meta::MetaRegistry& registry) {
-  const std::vector<std::uint8_t> document = reader.readDocument();
-  return io::readModel(document,
-                       {.registry = &registry,
-                        .format = reader.getManifest().tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
-                                                              : io::IOFormatProvider::FORMAT_BINARY,
-                        .name = name});
+/// What is wrong in a part is wrong with the archive.
+/// @param part what the sentence lacks to name it.
+[[noreturn]] void rethrowOfPart(const std::string& name, const std::string& part) {
+  try {
+    throw;
+  } catch (const Error& error) {
+    std::throw_with_nested(Error(error.getCode(), {.file = name, .problem = part + error.what()}));
+  }
 }
 
-/// Refuses a package that writes or means something else in the registry.
-void requireSame(const meta::MetaRegistry& registry, const ArchivedPackage& package,
-                 const std::string& name) {
-  const auto refuse = [&](const std::string& what) {
-    throw Error(ErrorCode::doesNotFit,
-                {.file = name, .problem = "the package \"" + package.uri + "\" " + what});
-  };
-  if (!registry.hasPackage(package.uri)) refuse("is not known; read the archive by its own meta model");
-  if (fingerprintOf(registry, package.uri) != package.fingerprint)
-    refuse(
-        "is another version than the one that the archive was written with; read it by its own meta model");
+Model readModel(ArchiveReader& reader, const std::string& name, const meta::MetaRegistry& registry) {
+  const std::vector<std::uint8_t> document = reader.readDocument();
+  const ustring format = reader.getManifest().tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
+                                                     : io::IOFormatProvider::FORMAT_BINARY;
+  try {
+    return io::readModel(document,
+                         {.registry = &registry, .format = format, .name = "the document of the archive"});
+  } catch (...) {
+    rethrowOfPart(name, {});
+  }
+}
+
+std::shared_ptr<const ecore::Mapping> loadMetaModel(ArchiveReader& reader, const std::string& name,
+                                                    meta::MetaRegistry& registry) {
+  const std::vector<ecore::EcoreFile> files = reader.readMetaModel();
+  try {
+    return ecore::loadEcoreFiles(files, registry);
+  } catch (...) {
+    rethrowOfPart(name, "the meta model of the archive: ");
+  }
 }
 
 /// Whether all packages write and mean the same in the registry.
 bool isSame(const meta::MetaRegistry& registry, const Manifest& manifest) {
+  const Fingerprints fingerprints(registry);
   return std::all_of(manifest.packages.begin(), manifest.packages.end(), [&](const ArchivedPackage& package) {
-    return registry.hasPackage(package.uri) && fingerprintOf(registry, package.uri) == package.fingerprint;
+    return fingerprints.find(package.uri) == package.fingerprint;
   });
+}
+
+/// The manifest and the meta model were made together.
+void requireBrought(const meta::MetaRegistry& registry, const Manifest& manifest, const std::string& name) {
+  const Fingerprints fingerprints(registry);
+  for (const ArchivedPackage& package : manifest.packages)
+    if (fingerprints.find(package.uri) != package.fingerprint)
+      throw Error(ErrorCode::damaged,
+                  {.file = name,
+                   .problem = "the meta model of the archive has no package \"" + package.uri +
+                              "\" with the fingerprint that the manifest says"});
 }
 
 [[noreturn]] void refuseLoss(const evolution::CarryOverRefused& refused, const std::string& name) {
@@ -59,30 +82,28 @@ Model carryOver(const Model& model, const std::string& name, const meta::MetaReg
   }
 }
 
-LoadedArchive load(ArchiveReader& reader, const std::string& name) {
-  auto registry = std::make_unique<meta::MetaRegistry>();
-  std::shared_ptr<const ecore::Mapping> mapping = ecore::loadEcoreFiles(reader.readMetaModel(), *registry);
-  for (const ArchivedPackage& package : reader.getManifest().packages) requireSame(*registry, package, name);
-  Model model = readModel(reader, name, *registry);
-  return {std::move(registry), std::move(mapping), std::move(model)};
-}
-
 Model load(ArchiveReader& reader, const std::string& name, const meta::MetaRegistry& registry,
            evolution::CarryOverReport* report) {
   if (isSame(registry, reader.getManifest())) return readModel(reader, name, registry);
-  return carryOver(load(reader, name).model, name, registry, report);
+  return carryOver(reader.readModel().model, name, registry, report);
 }
 
 }  // namespace
 
+LoadedArchive ArchiveReader::readModel() {
+  auto registry = std::make_unique<meta::MetaRegistry>();
+  std::shared_ptr<const ecore::Mapping> mapping = loadMetaModel(*this, name(), *registry);
+  requireBrought(*registry, getManifest(), name());
+  Model model = archive::readModel(*this, name(), *registry);
+  return {std::move(registry), std::move(mapping), std::move(model)};
+}
+
 LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {
-  ArchiveReader reader(path, limits);
-  return load(reader, path.string());
+  return ArchiveReader(path, limits).readModel();
 }
 
 LoadedArchive loadArchive(const ArchiveBytes& archive, const ArchiveLimits& limits) {
-  ArchiveReader reader(archive, limits);
-  return load(reader, archive.name);
+  return ArchiveReader(archive, limits).readModel();
 }
 
 Model loadArchive(const std::filesystem::path& path, const meta::MetaRegistry& registry,

@@ -11,12 +11,7 @@ using Json = nlohmann::json;  // an object's keys are sorted
 
 constexpr const char* kDirect = "krb";
 constexpr const char* kTagged = "krt";
-
-bool isTagged(const std::string& format) {
-  if (format != kDirect && format != kTagged)
-    throw std::runtime_error("the document is in the unknown format \"" + format + "\"");
-  return format == kTagged;
-}
+constexpr std::uint64_t kVersion = 1;
 
 // Deeper than any manifest is; the library's parser of JSON keeps a bit for each level, and values of what it
 // has read are dropped one inside the other.
@@ -27,7 +22,72 @@ Json parse(std::string_view text) {
     if (depth > kDeepest) throw std::runtime_error("its values are nested too deep");
     return true;
   };
-  return Json::parse(text, refuseDepth);
+  try {
+    return Json::parse(text, refuseDepth);
+  } catch (const Json::exception&) {
+    throw std::runtime_error("it is no JSON");
+  }
+}
+
+// --- Values that must be there
+
+/// @param key a key of an object.
+const Json& get(const Json& object, const char* key) {
+  const auto found = object.find(key);  // the end of what is no object
+  if (found == object.end()) throw std::runtime_error("it lacks \"" + std::string(key) + "\"");
+  return *found;
+}
+
+std::uint64_t getNumber(const Json& object, const char* key) {
+  const Json& value = get(object, key);
+  if (!value.is_number_unsigned())
+    throw std::runtime_error("its \"" + std::string(key) + "\" is no natural number");
+  return value.get<std::uint64_t>();
+}
+
+std::string getText(const Json& object, const char* key) {
+  const Json& value = get(object, key);
+  if (!value.is_string()) throw std::runtime_error("its \"" + std::string(key) + "\" is no text");
+  return value.get<std::string>();
+}
+
+const Json& getList(const Json& object, const char* key) {
+  const Json& value = get(object, key);
+  if (!value.is_array()) throw std::runtime_error("its \"" + std::string(key) + "\" is no list");
+  return value;
+}
+
+// --- What they say
+
+bool isTagged(const std::string& format) {
+  if (format != kDirect && format != kTagged)
+    throw std::runtime_error("the document is in a format that is not known here");
+  return format == kTagged;
+}
+
+void requireVersion(std::uint64_t version) {
+  if (version != kVersion)
+    throw std::runtime_error("the archive has the version " + std::to_string(version) +
+                             ", and only 1 is known here");
+}
+
+void readDocument(const Json& document, Manifest& manifest) {
+  manifest.tagged = isTagged(getText(document, "format"));
+  manifest.bytes = getNumber(document, "bytes");
+  manifest.hash = getText(document, "xxh3");
+}
+
+void readMetaModel(const Json& metaModel, Manifest& manifest) {
+  manifest.metaBytes = getNumber(metaModel, "bytes");
+  manifest.metaHash = getText(metaModel, "xxh3");
+  std::uint64_t left = manifest.metaBytes;
+  for (const Json& file : getList(metaModel, "files")) {
+    const std::uint64_t bytes = getNumber(file, "bytes");
+    if (bytes > left) throw std::runtime_error("its files are longer than the meta model");
+    left -= bytes;
+    manifest.files.emplace_back(getText(file, "name"), bytes);
+  }
+  if (left != 0) throw std::runtime_error("its files are shorter than the meta model");
 }
 
 }  // namespace
@@ -48,23 +108,13 @@ std::string toJson(const Manifest& manifest) {
 
 Manifest fromJson(std::string_view text) {
   const Json json = parse(text);
+  requireVersion(getNumber(json, "kr0"));
   Manifest manifest;
-  manifest.version = json.at("kr0").get<int>();
-  if (manifest.version != 1)
-    throw std::runtime_error("the archive has the version " + std::to_string(manifest.version) +
-                             ", and only 1 is known here");
-  const Json& document = json.at("document");
-  manifest.tagged = isTagged(document.at("format").get<std::string>());
-  manifest.bytes = document.at("bytes").get<std::uint64_t>();
-  manifest.hash = document.at("xxh3").get<std::string>();
-  const Json& metaModel = json.at("metaModel");
-  manifest.metaBytes = metaModel.at("bytes").get<std::uint64_t>();
-  manifest.metaHash = metaModel.at("xxh3").get<std::string>();
-  for (const Json& file : metaModel.at("files"))
-    manifest.files.emplace_back(file.at("name").get<std::string>(), file.at("bytes").get<std::uint64_t>());
-  for (const Json& package : json.at("packages"))
-    manifest.packages.push_back({package.at("uri").get<std::string>(), package.at("name").get<std::string>(),
-                                 package.at("fingerprint").get<std::string>()});
+  readDocument(get(json, "document"), manifest);
+  readMetaModel(get(json, "metaModel"), manifest);
+  for (const Json& package : getList(json, "packages"))
+    manifest.packages.push_back(
+        {getText(package, "uri"), getText(package, "name"), getText(package, "fingerprint")});
   return manifest;
 }
 

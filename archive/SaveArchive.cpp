@@ -1,22 +1,20 @@
-#include <ios>
+#include <algorithm>
 #include <optional>
+#include <span>
 
+#include "DocumentText.h"
+#include "Fingerprint.h"
 #include "Frames.h"
 #include "Hash.h"
 #include "Manifest.h"
 #include "Zstandard.h"
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/io/AtomicFile.h"
-#include "kr/zero/io/ModelFile.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
 namespace kr::zero::archive {
 
 namespace {
-
-std::string_view asText(const std::vector<std::uint8_t>& bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
 
 std::vector<std::string> packagesOf(const Model& model) {
   std::vector<std::string> uris;
@@ -24,50 +22,81 @@ std::vector<std::string> packagesOf(const Model& model) {
   return uris;
 }
 
-ArchivedPackage describe(const meta::MetaRegistry& registry, const std::string& uri) {
-  return {uri, registry.findPackageName(uri).value_or(std::string()), fingerprintOf(registry, uri)};
+ecore::PackageClosure closureOf(const Model& model, const ecore::Mapping* mapping) {
+  if (mapping != nullptr) return ecore::closureOf(*mapping, packagesOf(model));
+  return ecore::closureOf(*ecore::describeRegistry(model.getRegistry()), packagesOf(model));
 }
 
-/// The files of a meta model, one behind the other, and what the manifest says of them.
-std::string joinFiles(const std::vector<ecore::EcoreFile>& files, Manifest& manifest) {
-  std::string text;
+std::vector<ArchivedPackage> describe(const meta::MetaRegistry& registry,
+                                      const std::vector<std::string>& uris) {
+  const Fingerprints fingerprints(registry);
+  std::vector<ArchivedPackage> packages;
+  for (const std::string& uri : uris)
+    packages.push_back({uri, registry.findPackageName(uri).value(), fingerprints.find(uri).value()});
+  return packages;
+}
+
+/// What the manifest says of texts that stand one behind the other.
+void noteContent(std::span<const std::string_view> texts, std::uint64_t& bytes, std::string& hash) {
+  Hasher hasher;
+  bytes = 0;
+  for (const std::string_view text : texts) {
+    hasher.add(text);
+    bytes += text.size();
+  }
+  hash = hasher.digits();
+}
+
+// A meta model is small beside most documents, and yet the larger half of the archives of small ones.
+int levelOfMetaModel(int level) { return std::min(level + 2, kSmallestLevel); }
+
+/// The frame of the meta model; nothing where all of it is built in.
+std::string packMetaModel(const std::vector<ecore::EcoreFile>& files, int level, Manifest& manifest) {
+  std::vector<std::string_view> texts;
   for (const ecore::EcoreFile& file : files) {
     manifest.files.emplace_back(file.name, file.text.size());
-    text += file.text;
+    texts.push_back(file.text);
   }
-  manifest.metaBytes = text.size();
-  manifest.metaHash = hashOf(text);
-  return text;
-}
-
-std::string compressed(std::string_view bytes, int level) {
+  noteContent(texts, manifest.metaBytes, manifest.metaHash);
   std::string frame;
-  if (!bytes.empty()) compress(bytes, level, [&](std::string_view piece) { frame += piece; });
+  if (!files.empty())
+    Compressor(levelOfMetaModel(level)).compress(texts, [&](std::string_view piece) { frame += piece; });
   return frame;
 }
 
+std::string manifestText(const Manifest& manifest) {
+  std::string text = toJson(manifest);
+  if (text.size() > kLargestManifest)
+    throw Error(ErrorCode::inexpressible, "the model uses more packages than a manifest can name");
+  return text;
+}
+
+void requireSense(const Model& model, const ArchiveOptions& options) {
+  if (options.level < kFastestLevel || options.level > kSmallestLevel)
+    throw Error(ErrorCode::misuse, "the level " + std::to_string(options.level) + " is not between " +
+                                       std::to_string(kFastestLevel) + " and " +
+                                       std::to_string(kSmallestLevel));
+  if (options.mapping != nullptr && &options.mapping->getRegistry() != &model.getRegistry())
+    throw Error(ErrorCode::misuse, "the mapping belongs to another registry than the model");
+}
+
 void write(const Model& model, const ArchiveOptions& options, const TakePiece& take) {
-  const std::shared_ptr<const ecore::Mapping> made =
-      options.mapping == nullptr ? ecore::describeRegistry(model.getRegistry()) : nullptr;
-  const ecore::PackageClosure closure =
-      ecore::closureOf(options.mapping == nullptr ? *made : *options.mapping, packagesOf(model));
+  requireSense(model, options);
   Manifest manifest;
   manifest.tagged = options.tagged;
-  for (const std::string& uri : closure.packageUris)
-    manifest.packages.push_back(describe(model.getRegistry(), uri));
-  const std::string metaModel = joinFiles(closure.files, manifest);
-  std::vector<std::uint8_t> document;
-  io::writeModel(model, document,
-                 {.format = options.tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
-                                           : io::IOFormatProvider::FORMAT_BINARY,
-                  .progress = options.progress});
-  manifest.bytes = document.size();
-  manifest.hash = hashOf(asText(document));
+  std::string metaModel;
+  {
+    const ecore::PackageClosure closure = closureOf(model, options.mapping);
+    manifest.packages = describe(model.getRegistry(), closure.packageUris);
+    metaModel = packMetaModel(closure.files, options.level, manifest);
+  }
+  const DocumentText document(model, options.tagged, options.progress);
+  noteContent(document.pieces(), manifest.bytes, manifest.hash);
 
-  const std::string text = toJson(manifest);
+  const std::string text = manifestText(manifest);
   take(frame(kManifestMagic, littleEndian(checksumOf(text), kChecksumBytes) + text));
-  take(frame(kMetaModelMagic, compressed(metaModel, options.level)));
-  compress(asText(document), options.level, take);
+  take(frame(kMetaModelMagic, metaModel));
+  Compressor(options.level).compress(document.pieces(), take);
 }
 
 }  // namespace

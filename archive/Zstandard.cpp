@@ -1,7 +1,9 @@
 #include "Zstandard.h"
 
 #include <zstd.h>
+#include <zstd_errors.h>
 
+#include <new>
 #include <stdexcept>
 #include <vector>
 
@@ -11,24 +13,41 @@ namespace kr::zero::archive {
 
 namespace {
 
-// What a decompressor has to keep of what came before: with more, frames become a little smaller and take
-// more memory on both sides.
-constexpr int kWindowLog = 21;
-constexpr int kLargestWindowLog = 27;
 constexpr std::size_t kPiece = std::size_t{1} << 17;
+// Third byte of the head of a frame: RFC 8878, 3.1.1.1.1.
+constexpr std::size_t kDescriptorAt = 4;
+constexpr unsigned char kChecksumFlag = 4;
 
-struct Free {
-  void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
+/// How much of what came before a compressor looks at, and how large its tables are, as powers of two. With
+/// what libzstd takes by itself, large documents become 1 % smaller at level 8 (10 % at 19) and take 9 MB
+/// (90).
+struct Memory {
+  int window;
+  int hash;
+  int chain;
+};
+constexpr int kAsTheLevelHasIt = 0;
+
+Memory memoryOf(int level) {
+  constexpr int kFirstThatTakesMuch = 5;
+  constexpr int kFirstThorough = 13;  // which keeps a tree, and weighs several ways of writing a block
+  if (level < kFirstThatTakesMuch) return {20, kAsTheLevelHasIt, kAsTheLevelHasIt};
+  if (level < kFirstThorough) return {20, 18, 17};
+  return {19, 17, 18};
+}
+
+struct FreeDecompressor {
   void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
 };
 
 template <class Context>
-std::unique_ptr<Context, Free> owned(Context* context) {
+Context* orBadAlloc(Context* context) {
   if (context == nullptr) throw std::bad_alloc();
-  return std::unique_ptr<Context, Free>(context);
+  return context;
 }
 
 std::size_t require(std::size_t result) {
+  if (ZSTD_getErrorCode(result) == ZSTD_error_memory_allocation) throw std::bad_alloc();
   if (ZSTD_isError(result) != 0) throw std::runtime_error(ZSTD_getErrorName(result));
   return result;
 }
@@ -37,29 +56,55 @@ void set(ZSTD_CCtx* context, ZSTD_cParameter parameter, int value) {
   require(ZSTD_CCtx_setParameter(context, parameter, value));
 }
 
-}  // namespace
-
-void compress(std::string_view bytes, int level, const TakePiece& take) {
-  const auto context = owned(ZSTD_createCCtx());
-  set(context.get(), ZSTD_c_compressionLevel, level);
-  set(context.get(), ZSTD_c_checksumFlag, 1);
-  if (bytes.size() > (std::size_t{1} << kWindowLog)) set(context.get(), ZSTD_c_windowLog, kWindowLog);
-  require(ZSTD_CCtx_setPledgedSrcSize(context.get(), bytes.size()));
-  std::vector<char> piece(ZSTD_CStreamOutSize());
-  ZSTD_inBuffer in{bytes.data(), bytes.size(), 0};
-  for (std::size_t left = 1; left != 0;) {
-    ZSTD_outBuffer out{piece.data(), piece.size(), 0};
-    left = require(ZSTD_compressStream2(context.get(), &out, &in, ZSTD_e_end));
-    take({piece.data(), out.pos});
-  }
+void requireProof(std::string_view head) {
+  if (ZSTD_getFrameContentSize(head.data(), head.size()) >= ZSTD_CONTENTSIZE_ERROR)
+    throw std::runtime_error("it does not say its size");
+  if ((static_cast<unsigned char>(head[kDescriptorAt]) & kChecksumFlag) == 0)
+    throw std::runtime_error("it has no checksum");
 }
 
-void decompress(const GivePiece& give, const TakePiece& take) {
-  const auto context = owned(ZSTD_createDCtx());
-  require(ZSTD_DCtx_setParameter(context.get(), ZSTD_d_windowLogMax, kLargestWindowLog));
+}  // namespace
+
+void Compressor::Free::operator()(ZSTD_CCtx_s* context) const { ZSTD_freeCCtx(context); }
+
+Compressor::Compressor(int level) : context_(orBadAlloc(ZSTD_createCCtx())) {
+  const Memory memory = memoryOf(level);
+  set(context_.get(), ZSTD_c_compressionLevel, level);
+  set(context_.get(), ZSTD_c_checksumFlag, 1);
+  set(context_.get(), ZSTD_c_windowLog, memory.window);
+  set(context_.get(), ZSTD_c_hashLog, memory.hash);
+  set(context_.get(), ZSTD_c_chainLog, memory.chain);
+}
+
+void Compressor::compress(std::span<const std::string_view> texts, const TakePiece& take) {
+  std::size_t size = 0;
+  for (const std::string_view text : texts) size += text.size();
+  ZSTD_CCtx* const context = context_.get();
+  require(ZSTD_CCtx_reset(context, ZSTD_reset_session_only));
+  require(ZSTD_CCtx_setPledgedSrcSize(context, size));
+  std::vector<char> piece(kPiece);
+  const auto put = [&](std::string_view text, ZSTD_EndDirective directive) {
+    ZSTD_inBuffer in{text.data(), text.size(), 0};
+    for (bool isDone = false; !isDone;) {
+      ZSTD_outBuffer out{piece.data(), piece.size(), 0};
+      const std::size_t left = require(ZSTD_compressStream2(context, &out, &in, directive));
+      isDone = directive == ZSTD_e_end ? left == 0 : in.pos == in.size;
+      if (out.pos != 0) take({piece.data(), out.pos});
+    }
+  };
+  for (const std::string_view text : texts) put(text, ZSTD_e_continue);
+  put({}, ZSTD_e_end);
+}
+
+void decompress(const GivePiece& give, const TakePiece& take, const FrameRules& rules) {
+  const std::unique_ptr<ZSTD_DCtx, FreeDecompressor> context(orBadAlloc(ZSTD_createDCtx()));
+  require(ZSTD_DCtx_setParameter(context.get(), ZSTD_d_windowLogMax, rules.largestWindowLog));
   std::vector<char> piece(kPiece);
   bool isWhole = false;
+  bool isFirst = true;
   for (std::string_view given = give(); !given.empty(); given = give()) {
+    if (isFirst && rules.provesItself) requireProof(given);
+    isFirst = false;
     ZSTD_inBuffer in{given.data(), given.size(), 0};
     // A full buffer may hide more that is already decompressed.
     for (bool isFull = false; in.pos < in.size || isFull;) {

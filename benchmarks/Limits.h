@@ -81,4 +81,12 @@ inline constexpr double kSmallEmfLimit = 0.90;
 inline constexpr const char* kXmiModel = "railway-repair-64.xmi";
 inline constexpr double kXmiLimit = 8.0;
 
+/// Archives of real models, over gzip -6 of the XMI document and over files of the direct format. Large
+/// models only, but for the document inside, whose size does not hang on that of the meta model.
+inline constexpr double kArchiveBytesLimit = 1.0;
+inline constexpr double kArchiveDocumentMeanLimit = 0.88;
+inline constexpr double kArchiveSaveLimit = 0.90;
+inline constexpr double kFastArchiveSaveLimit = 0.35;
+inline constexpr double kArchiveLoadLimit = 1.60;
+
 }  // namespace kr::zero::bench

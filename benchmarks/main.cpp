@@ -92,6 +92,13 @@ void printLimits() {
   const std::string real = std::string("real models: direct read / ") + kEmfForms[0] + " and " + kEmfForms[1];
   row(real + ", each model of 1 MB and more", kLargeEmfLimit);
   row(real + ", each smaller one", kSmallEmfLimit);
+  const std::string gzip = " / gzip -6 of the XMI, each model of 1 MB and more";
+  row("real models: bytes of an archive" + gzip, kArchiveBytesLimit);
+  row("real models: saving an archive" + gzip, kArchiveSaveLimit);
+  row("real models: saving an archive, level 3" + gzip, kFastArchiveSaveLimit);
+  row("real models: loading an archive / loading the .krb, each model of 1 MB and more", kArchiveLoadLimit);
+  row("real models: bytes of an archive's document / gzip -6 of the XMI, each model", kArchiveBytesLimit);
+  row("real models: the same, geometric mean", kArchiveDocumentMeanLimit);
   row(std::string(kXmiModel) + ": XMI into a model / pugixml's parse", kXmiLimit);
 }
 

@@ -9,6 +9,7 @@
 """
 import argparse
 import json
+import math
 import os
 import platform
 import time
@@ -121,6 +122,8 @@ def markdown(report):
 
 
 LARGE_DOCUMENT = 1000000  # bytes of the XMI document
+ARCHIVE, GZIP, FILE, EMF = "kr0 archive", "XMI, gzip -6", "kr0 file", "EMF binary 1.1"
+OF_ARCHIVES = (ARCHIVE, ARCHIVE + ", level 3", GZIP, FILE)  # in a table of their own
 
 
 def real_rows(figures, workload):
@@ -128,7 +131,7 @@ def real_rows(figures, workload):
     operations = ("bytes", "read", "write")
     for system in ordered(figures, "system"):
         of = {f["operation"]: f for f in figures if f["system"] == system and f["workload"] == workload}
-        if not of:
+        if not of or system in OF_ARCHIVES:
             continue
         ours = system == OURS
         name = [workload, f"{int(next(iter(of.values()))['elements']):,}"] if ours else ["", ""]
@@ -149,6 +152,55 @@ def real_markdown(figures, about):
                 lines += ["| " + " | ".join(row) + " |" for row in real_rows(figures, workload)]
         lines.append("")
     return "\n".join(lines[:-1])
+
+
+def mean(ratios):
+    return math.exp(sum(map(math.log, ratios)) / len(ratios)) if ratios else float("nan")
+
+
+def archive_markdown(figures, about):
+    """Sizes and times of archives, a row for each real model."""
+    of = {(f["workload"], f["system"], f["operation"]): f["value"] for f in figures}
+    names = [name for name in ordered(figures, "workload") if (name, ARCHIVE, "bytes") in of]
+
+    def table(title, columns, ratios):
+        lines = ["", f"### {title}", "", "| model | " + " | ".join(head for head, _, _ in columns) + " | " +
+                 " | ".join(head for head, _, _ in ratios) + " |",
+                 "|---" + "|---:" * (len(columns) + len(ratios)) + "|"]
+        found = {head: [] for head, _, _ in ratios}
+        for name in names:
+            cells = []
+            for _, key, digits in columns:
+                value = of.get((name, *key))
+                cells.append("" if value is None else f"{value:,.{digits}f}")
+            for head, above, below in ratios:
+                if (name, *above) in of and (name, *below) in of:
+                    found[head].append(of[(name, *above)] / of[(name, *below)])
+                    cells.append(f"{found[head][-1]:.2f}")
+                else:
+                    cells.append("")
+            lines.append(f"| {name} | " + " | ".join(cells) + " |")
+        return lines + ["| geometric mean" + " |" * len(columns) + " | " +
+                        " | ".join(f"{mean(found[head]):.2f}" for head, _, _ in ratios) + " |"]
+
+    krz, gz = (ARCHIVE, "bytes"), (GZIP, "bytes")
+    fast = ARCHIVE + ", level 3"
+    lines = [about]
+    lines += table("Bytes", [("XMI", ("kr0 XMI", "bytes"), 0), ("gzip -6", gz, 0), (".krb", (OURS, "bytes"), 0),
+                             (".krt", ("kr0 tagged", "bytes"), 0), (".krz", krz, 0),
+                             ("document in it", (ARCHIVE, "document bytes"), 0),
+                             (".krz, level 3", (fast, "bytes"), 0), (EMF, (EMF, "bytes"), 0)],
+                   [(".krz / gzip", krz, gz), ("document / gzip", (ARCHIVE, "document bytes"), gz),
+                    (".krz / EMF", krz, (EMF, "bytes"))])
+    lines += table("Saving, ms", [("gzip -6", (GZIP, "write"), 2), (".krb", (FILE, "write"), 2),
+                                  (".krz", (ARCHIVE, "write"), 2), (".krz, level 3", (fast, "write"), 2),
+                                  (".krb, wall", (FILE, "write, wall"), 2), (".krz, wall", (ARCHIVE, "write, wall"), 2)],
+                   [(".krz / gzip", (ARCHIVE, "write"), (GZIP, "write")),
+                    ("level 3 / gzip", (fast, "write"), (GZIP, "write"))])
+    lines += table("Loading, ms", [(".krb", (FILE, "read"), 2), (".krz", (ARCHIVE, "read"), 2),
+                                   (".krz, own meta model", (ARCHIVE, "read alone"), 2)],
+                   [(".krz / .krb", (ARCHIVE, "read"), (FILE, "read"))])
+    return "\n".join(lines)
 
 
 def put_into_page(path, part, text):
@@ -230,6 +282,8 @@ def main():
             put_into_page(options.page, "limits", limits.read())
     if options.real_page and real:
         put_into_page(options.real_page, "figures", real_markdown(
+            real, f"{report['date']}; {report['machine']}; load average {report['load']}; g++ {report['compiler']}."))
+        put_into_page(options.real_page, "archives", archive_markdown(
             real, f"{report['date']}; {report['machine']}; load average {report['load']}; g++ {report['compiler']}."))
 
 

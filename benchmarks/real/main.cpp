@@ -11,6 +11,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "Archives.h"
 #include "Figures.h"
 #include "Forms.h"
 #include "RealRows.h"
@@ -77,6 +78,7 @@ void measure(const RealModel& real, Figures& figures) {
   measureTagged(loaded, real.name, figures);
   measureXmi(loaded, real.name, figures);
   measureDom(loaded, real.name, figures);
+  measureArchives(loaded, real.name, figures);
 }
 
 void prepareAll(const std::vector<RealModel>& models, const std::string& workFolder) {
@@ -109,7 +111,9 @@ int run(const std::vector<std::string>& arguments) {
     std::optional<EmfProcess> emf;
     if (arguments.size() == 5) emf.emplace(arguments[3], arguments[4]);
     Rows rows(std::cout);
-    measureRealRows(readList(arguments[1]), emf ? &*emf : nullptr, rows);
+    const std::vector<RealModel> models = readList(arguments[1]);
+    measureRealRows(models, emf ? &*emf : nullptr, rows);
+    measureArchiveRows(models, rows);
     if (!arguments[2].empty()) rows.writeJson(arguments[2]);
     return rows.hold() ? 0 : 1;
   }

@@ -7,6 +7,7 @@ EcoreError::~EcoreError() = default;
 
 Mapping::Mapping(std::unique_ptr<const Impl> impl) : impl_(std::move(impl)) {}
 Mapping::~Mapping() = default;
+const meta::MetaRegistry& Mapping::getRegistry() const noexcept { return *impl_->registry; }
 
 meta::Type PackageMapping::findType(std::string_view name) const {
   if (const auto it = typesByXmlName.find(name); it != typesByXmlName.end()) return it->second;

@@ -25,7 +25,9 @@ constexpr std::uint32_t kAssociations = PropertyCategory::AssociationAny().getMa
 BinaryEventProcessor::BinaryEventProcessor() = default;
 BinaryEventProcessor::~BinaryEventProcessor() = default;
 
-void BinaryEventProcessor::postprocess(const SerializationOutput& output) { deliver(getBytes(), output); }
+void BinaryEventProcessor::postprocess(const SerializationOutput& output) {
+  if (delivers_) deliver(getBytes(), output);
+}
 
 // The bytes keep their memory: new pages of the system cost as much time as writing a document into them.
 void BinaryEventProcessor::giveBackMemory() noexcept {

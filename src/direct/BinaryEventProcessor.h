@@ -59,6 +59,8 @@ class BinaryEventProcessor : public EventProcessor {
   virtual void giveBackMemory() noexcept;
   /// The bytes of the document, until the next one starts.
   const values::ByteBuffer& getBytes() const noexcept { return bytes_; }
+  /// Whether postprocess() puts the bytes anywhere; it does unless told otherwise.
+  void setDelivers(bool delivers) noexcept { delivers_ = delivers; }
 
  protected:
   const CategoryMasks& getCategoryMasks() const noexcept { return categoryMasks_; }
@@ -91,6 +93,7 @@ class BinaryEventProcessor : public EventProcessor {
                                const ustring& id2);
 
   values::ByteBuffer bytes_;
+  bool delivers_ = true;
   std::vector<Frame> frames_;
   std::uint64_t count_ = 0;  // items so far of the innermost collection
   CategoryMasks categoryMasks_{0x7FFFFFFF};

@@ -44,6 +44,19 @@ void BinarySerializer::serialize(const Model& model, const SerializationOutput& 
   Serializer::serialize(model, output);
 }
 
+std::span<const std::uint8_t> BinarySerializer::serializeInPlace(const Model& model) {
+  struct Delivery {
+    BinaryEventProcessor& processor;
+    explicit Delivery(BinaryEventProcessor& of) : processor(of) { processor.setDelivers(false); }
+    ~Delivery() { processor.setDelivers(true); }
+  };
+  const Delivery delivery(static_cast<BinaryEventProcessor&>(getEventProcessor()));
+  std::vector<std::uint8_t> nothing;
+  serialize(model, SerializationOutput::toByteSequence(nothing));
+  const values::ByteBuffer& bytes = delivery.processor.getBytes();
+  return {bytes.data(), bytes.size()};
+}
+
 void BinarySerializer::setShouldSerializeAssociations(bool should) {
   static_cast<BinaryEventProcessor&>(getEventProcessor()).setShouldSerializeAssociations(should);
 }

@@ -29,10 +29,10 @@ check_listing() {
   local found page
   found=$(ls prefix/include)
   [ "$found" = kr0 ] || fail "include/ holds: $found"
-  for page in kr0.h kr/zero/Model.h kr/zero/io/BinaryParser.h kr/zero/ecore/Ecore.h foundation/core/except.h; do
+  for page in kr0.h kr/zero/Model.h kr/zero/io/BinaryParser.h kr/zero/ecore/Ecore.h kr/zero/archive/Archive.h foundation/core/except.h; do
     [ -f "prefix/include/kr0/$page" ] || fail "there is no include/kr0/$page"
   done
-  for page in LICENSE README.md CHANGELOG.md docs/formats/direct.md docs/formats/tagged.md docs/guide/first-model.md; do
+  for page in LICENSE README.md CHANGELOG.md docs/formats/direct.md docs/formats/tagged.md docs/formats/archive.md docs/guide/first-model.md; do
     cmp -s "$root/$page" "prefix/share/doc/kr0/$page" || fail "share/doc/kr0/$page is not the project's"
   done
 }
@@ -51,7 +51,7 @@ use_pkg_config() {
   export PKG_CONFIG_PATH
   PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name kr0-binary-io.pc)")
   local flags
-  flags=$(pkg-config --cflags --libs kr0-binary-io kr0-ecore)
+  flags=$(pkg-config --cflags --libs kr0-archive)
   # shellcheck disable=SC2086 # the flags are words
   ${CXX:-g++} -std=c++20 "$here/consumer/main.cpp" $flags -o program
   ./program

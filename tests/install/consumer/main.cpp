@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "kr/zero/Model.h"
+#include "kr/zero/archive/Archive.h"
 #include "kr/zero/ecore/Ecore.h"
 #include "modeling/sylvan/EventPrinter.h"
 
@@ -18,5 +19,8 @@ int main() {
   const kr::zero::Model again = kr::zero::io::loadModel("note.krb");
   const std::string xmi = kr::zero::ecore::writeXmi(again, *kr::zero::ecore::loadMetaModels({}, registry));
   if (xmi.find("it came back") == std::string::npos) return 1;
+  kr::zero::archive::saveArchive(again, "note.krz");
+  const kr::zero::archive::LoadedArchive archived = kr::zero::archive::loadArchive("note.krz");
+  if (archived.model.getRoots().at(0).getText("text") != "it came back") return 1;
   std::cout << again.getRoots().at(0).getText("text") << '\n';
 }

@@ -2,6 +2,9 @@
 /// The writer of the direct binary format.
 #pragma once
 
+#include <cstdint>
+#include <span>
+
 #include "kr/zero/io/Serializer.h"
 #include "kr/zero/io/export.h"
 
@@ -30,6 +33,11 @@ class KR0_IO_API BinarySerializer : public Serializer {
   /// of a document for the next. The buffer of the bytes keeps the size of the largest document as long as
   /// the serializer lives.
   void serialize(const Model& model, const SerializationOutput& output) override;
+
+  /// Writes a document to memory of the serializer, without another copy of it as the outputs have one.
+  /// @return the document; until the next call, or the end of the serializer.
+  /// @throws what serialize() throws.
+  std::span<const std::uint8_t> serializeInPlace(const Model& model);
 
   /// Whether associations are written; they are unless switched off.
   void setShouldSerializeAssociations(bool should);

@@ -12,7 +12,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -27,19 +26,31 @@
 
 namespace kr::zero::archive {
 
-/// Level of compression, as Zstandard counts them: from 1, fast, to 19, small.
+///@{
+/// Levels of compression, as Zstandard counts them: from fast to small.
+inline constexpr int kFastestLevel = 1;
+inline constexpr int kSmallestLevel = 19;
+/// Smaller than gzip makes the XMI document, in less time.
 inline constexpr int kDefaultLevel = 8;
+///@}
 
+/// How an archive is written.
 struct ArchiveOptions {
-  /// Whose files go into the archive. Null: the meta model is written from the model's registry.
+  /// Whose files go into the archive; of the model's registry. Null: the meta model is written from the
+  /// registry, without what a registry does not keep (documentation, operations).
   const ecore::Mapping* mapping = nullptr;
-  bool tagged = false;  ///< whether the document inside is in the tagged format; else in the direct one
-  int level = kDefaultLevel;
-  io::Progress progress = {};
+  bool tagged = false;        ///< whether the document inside is in the tagged format; else in the direct one
+  int level = kDefaultLevel;  ///< kFastestLevel to kSmallestLevel
+  io::Progress progress = {};  ///< called while elements are written
 };
 
-/// Writes a model and the meta model that it uses to a file, all or nothing. Same model, same meta model,
-/// same level: same bytes.
+/// Writes a model and the meta model that it uses to a file, all or nothing, as io::saveModel does. Same
+/// model, same meta model, same level: same bytes, with the same release of libzstd. Takes the memory of the
+/// document and less than 4 MiB beside the model.
+/// @throws Error: misuse for a level out of range or the mapping of another registry; inexpressible for a
+/// model
+///   that the format, or a meta model that Ecore cannot express; unwritable, with the system's reason;
+///   cancelled by `progress`. The old file is then as it was.
 KR0_ARCHIVE_API void saveArchive(const Model& model, const std::filesystem::path& path,
                                  const ArchiveOptions& options = {});
 /// The same to memory, in place of what is there. A model that cannot be written leaves it as it was.
@@ -47,26 +58,27 @@ KR0_ARCHIVE_API void writeArchive(const Model& model, std::string& bytes, const 
 
 /// A package of the meta model of an archive.
 struct ArchivedPackage {
-  std::string uri;
+  std::string uri;          ///< its namespace URI
   std::string name;         ///< qualified
   std::string fingerprint;  ///< see fingerprintOf
 };
 
 /// What an archive says of itself.
 struct Manifest {
-  int version = 1;          ///< of the archive format
-  bool tagged = false;      ///< format of the document
-  std::uint64_t bytes = 0;  ///< of the document
-  std::string hash;         ///< of the document: XXH3-128 in 32 hexadecimal digits
-  std::uint64_t metaBytes = 0;
-  std::string metaHash;  ///< of the meta model's files, one behind the other
+  int version = 1;              ///< of the archive format
+  bool tagged = false;          ///< whether the document is in the tagged format; else in the direct one
+  std::uint64_t bytes = 0;      ///< of the document
+  std::string hash;             ///< of the document: XXH3-128 in 32 hexadecimal digits
+  std::uint64_t metaBytes = 0;  ///< of the meta model: the sum of its files
+  std::string metaHash;         ///< of the meta model's files, one behind the other
   std::vector<std::pair<std::string, std::uint64_t>> files;  ///< names and sizes of these files
-  std::vector<ArchivedPackage> packages;
+  std::vector<ArchivedPackage> packages;                     ///< all that the model uses, sorted by URI
 };
 
-/// How much an archive may unpack to.
+/// How much an archive may unpack to. More than that is refused (ErrorCode::overLimit) as soon as it is met.
 struct ArchiveLimits {
-  std::uint64_t bytes = std::numeric_limits<std::uint64_t>::max();  ///< of document and meta model, each
+  /// Of document and meta model, each: 4 GiB. io::ReadLimits::kNone for no limit.
+  std::uint64_t bytes = std::uint64_t{4} << 30;
 };
 
 /// An archive in memory.
@@ -81,11 +93,23 @@ struct ArchivePart {
   std::uint64_t bytes = 0;  ///< that it takes there
 };
 
-/// Reads the parts of an archive one by one. What is whole can be had although another part is damaged.
+/// A model with what it needs to live.
+struct LoadedArchive {
+  std::unique_ptr<meta::MetaRegistry> registry;   ///< the archive's own, with nothing else in it
+  std::shared_ptr<const ecore::Mapping> mapping;  ///< for XMI, and for another archive; of `registry`
+  Model model;                                    ///< of `registry`
+};
+
+/// Reads the parts of an archive one by one. What is whole can be had although another part is damaged:
+/// without the manifest the document is still proved by its own checksum; the manifest and the meta model do
+/// not need the document. Errors name the part. Reading takes the memory of what is read and less than 4 MiB
+/// (10 MiB where another program wrote the archive, with a larger window); what is claimed allocates nothing.
 class KR0_ARCHIVE_API ArchiveReader {
  public:
   /// Opens the file and finds its parts.
-  /// @throws Error for a file that cannot be read, or is no archive.
+  /// @throws Error: unreadable for a file that cannot be read, or is no regular one; foreign for one that
+  /// does not
+  ///   begin like an archive.
   explicit ArchiveReader(const std::filesystem::path& path, ArchiveLimits limits = {});
   /// The same for an archive in memory.
   explicit ArchiveReader(const ArchiveBytes& archive, ArchiveLimits limits = {});
@@ -98,27 +122,30 @@ class KR0_ARCHIVE_API ArchiveReader {
   /// The manifest; lives as long as the reader.
   /// @throws Error where it is damaged.
   const Manifest& getManifest() const;
-  /// The manifest as it stands in the file: JSON.
+  /// The manifest as it stands in the file: JSON; lives as long as the reader.
+  /// @throws Error where it is damaged.
   const std::string& getManifestText() const;
-  /// The files of the meta model; none where all of it is built in.
+  /// The files of the meta model; none where all of it is built in. Names are paths with '/', and whoever
+  /// writes files by them must look at where they lead.
+  /// @throws Error where the meta model or the manifest is damaged, or it is over the limit.
   std::vector<ecore::EcoreFile> readMetaModel();
   /// The bytes of the document. Where the manifest is damaged their own checksum has to do.
+  /// @throws Error where it is damaged, or over the limit.
   std::vector<std::uint8_t> readDocument();
+  /// The model, by the meta model of the archive.
+  /// @throws Error where any part is damaged, or over the limit.
+  LoadedArchive readModel();
 
  private:
   struct Impl;
-  std::unique_ptr<Impl> impl_;
-};
+  const std::string& name() const;
 
-/// A model with what it needs to live.
-struct LoadedArchive {
-  std::unique_ptr<meta::MetaRegistry> registry;
-  std::shared_ptr<const ecore::Mapping> mapping;
-  Model model;  ///< of `registry`
+  std::unique_ptr<Impl> impl_;
 };
 
 ///@{
 /// Reads an archive by the meta model that it brings.
+/// @throws Error as ArchiveReader and its readModel do.
 KR0_ARCHIVE_API LoadedArchive loadArchive(const std::filesystem::path& path,
                                           const ArchiveLimits& limits = {});
 KR0_ARCHIVE_API LoadedArchive loadArchive(const ArchiveBytes& archive, const ArchiveLimits& limits = {});
@@ -142,8 +169,8 @@ KR0_ARCHIVE_API Model loadArchive(const ArchiveBytes& archive, const meta::MetaR
 
 /// 32 hexadecimal digits that tell whether two packages write and mean the same: made from class names,
 /// supertypes, abstractness, property names, numbers, types, bounds, markers, and literals with numbers, and
-/// not from documentation, order or layout.
-/// @throws Error for a URI that the registry does not know.
+/// not from documentation, order or layout. docs/formats/archive.md defines it.
+/// @throws Error (misuse) for a URI that the registry does not know.
 KR0_ARCHIVE_API std::string fingerprintOf(const meta::MetaRegistry& registry, const std::string& packageUri);
 
 /// Whether a document begins like an archive, and not like a Zstandard file with a note of some other program

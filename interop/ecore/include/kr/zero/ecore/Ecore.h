@@ -38,6 +38,8 @@ class KR0_ECORE_API EcoreError : public Error {
 class KR0_ECORE_API Mapping {
  public:
   struct Impl;
+  /// The registry that this belongs to.
+  const meta::MetaRegistry& getRegistry() const noexcept;
   /// @cond
   explicit Mapping(std::unique_ptr<const Impl> impl);
   ~Mapping();
