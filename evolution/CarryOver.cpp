@@ -274,8 +274,8 @@ class Carrier {
     if (isElement && !plan.to) {
       rules_.use(plan.rule);
       losses_.note(
-          {Event::typeGone, &plan, 0, plan.asked}, 1, [&] { return describe("left out, " + plan.why); },
-          element);
+          {subjectOf(plan.from), Event::typeGone, 0, plan.asked}, 1,
+          [&] { return describe("left out, " + plan.why); }, element);
       return plan.asked ? Left::asked : Left::lost;
     }
     const ConstElement container = element.getContainer();
@@ -287,7 +287,7 @@ class Carrier {
     }
     if (isElement)
       losses_.note(
-          {Event::placeGone, &plan, 0, asked}, 1,
+          {subjectOf(plan.from), Event::placeGone, 0, asked}, 1,
           [&] { return describe("left out with what contains them"); }, element);
     return asked ? Left::asked : Left::lost;
   }
@@ -359,8 +359,9 @@ class Carrier {
       return;
     }
     ++step.row->lost;
-    const FindingKey key{Event::literalGone, step.row, move.from == nullptr ? INT64_MAX : move.from->number,
-                         move.asked};
+    const std::uint64_t literal =
+        move.from == nullptr ? UINT64_MAX : static_cast<std::uint32_t>(move.from->number);
+    const FindingKey key{step.subject(), Event::literalGone, literal, move.asked};
     losses_.note(
         key, 1,
         [&] {
@@ -411,7 +412,7 @@ class Carrier {
     const std::int32_t upper = step.to->getUpper();
     if (upper <= 1 || placed.made.size(step.to) <= static_cast<std::size_t>(upper)) return;
     notices_.note(
-        {Event::tooMany, step.row}, 1,
+        {step.subject(), Event::tooMany}, 1,
         [&] {
           return Finding{.subject = qualifiedName(step.to),
                          .unit = "element",
@@ -426,7 +427,7 @@ class Carrier {
     for (const meta::Property property : placed.plan->required) {
       if (placed.made.isSet(property)) continue;
       notices_.note(
-          {Event::required, property.get()}, 1,
+          {subjectOf(property), Event::required}, 1,
           [&] {
             return Finding{
                 .subject = qualifiedName(property), .unit = "element", .what = "without the required value"};
@@ -445,7 +446,7 @@ class Carrier {
     }
     rules_.use(rule.rule);
     notices_.note(
-        {Event::defaultGiven, property.get(), static_cast<std::int64_t>(rule.rule)}, 1,
+        {subjectOf(property), Event::defaultGiven, rule.rule}, 1,
         [&] {
           return Finding{.subject = qualifiedName(property),
                          .unit = "element",
@@ -463,7 +464,7 @@ class Carrier {
   /// A change that has to be allowed, and loses no value.
   void note(Event event, const Placed& placed, const Step& step, const std::string& what) {
     losses_.note(
-        {event, step.row}, 1, [&] { return describe(step, what); }, placed.from);
+        {step.subject(), event}, 1, [&] { return describe(step, what); }, placed.from);
   }
 
   void lose(Event event, const Placed& placed, const Step& step, const std::string& what) {
@@ -474,7 +475,7 @@ class Carrier {
   void loseProperty(const Placed& placed, const Step& step, std::size_t values) {
     step.row->lost += values;
     losses_.note(
-        {Event::propertyGone, step.row, 0, step.asked}, values,
+        {step.subject(), Event::propertyGone, 0, step.asked}, values,
         [&] { return describe(step, "left out, " + step.row->detail); }, placed.from);
   }
 
@@ -485,7 +486,7 @@ class Carrier {
   void loseReference(const Placed& placed, const Step& step, ConstElement target) {
     ++step.row->lost;
     losses_.note(
-        {Event::targetGone, step.row, 0, leftOf(target) == Left::asked}, 1,
+        {step.subject(), Event::targetGone, 0, leftOf(target) == Left::asked}, 1,
         [&] { return describe(step, "left out with the element"); }, placed.from);
   }
 
@@ -494,7 +495,7 @@ class Carrier {
     const TypePlan& plan = plans_.of(element.getType());
     if (!plan.to) return;  // told where its type is told of
     losses_.note(
-        {Event::misfit, step.row, plan.from->getIndex()}, 1,
+        {step.subject(), Event::misfit, plan.from->getIndex()}, 1,
         [&] {
           return describe(step, "left out, " + plan.to->qualifiedName() + " is no " +
                                     step.to->getType()->qualifiedName());

@@ -174,8 +174,7 @@ Action Plans::actionFor(Step& step, std::string& why) {
     return Action::leaveOut;
   }
   if (isText(from) && isText(to)) return Action::text;
-  if (from == PropertyKind::number && to == from && areNumbersAlike(step.from, step.to))
-    return Action::number;
+  if (areNumbersAlike(step.from, step.to)) return Action::number;
   if (from == PropertyKind::enumeration && to == from) {
     step.literals = literalsFor(meta::Enum(step.from->getType()), meta::Enum(step.to->getType()));
     return Action::literal;
@@ -198,7 +197,8 @@ PropertyRow* Plans::rowFor(const Step& step, Fate fate, const std::string& detai
   std::vector<PropertyRow*>& rows = rowsOf_[step.from.get()];
   for (PropertyRow* const row : rows)
     if (row->to == step.to && row->fate == fate && row->detail == detail) return row;
-  rows_.push_back({.from = step.from, .to = step.to, .fate = fate, .detail = detail});
+  const auto number = static_cast<std::uint32_t>(rows.size());
+  rows_.push_back({.from = step.from, .to = step.to, .number = number, .fate = fate, .detail = detail});
   rows.push_back(&rows_.back());
   return rows.back();
 }
@@ -224,7 +224,7 @@ void Plans::noteDefaults(Findings& notices) const {
                        .what = "unset, and the default is " + shown(step.to->getDefaultText()) + ", not " +
                                shown(step.from->getDefaultText())};
       };
-      notices.note({Event::defaultChanged, step.row}, plan->carried - step.set, describe);
+      notices.note({step.subject(), Event::defaultChanged}, plan->carried - step.set, describe);
     }
   }
 }

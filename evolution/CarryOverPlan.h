@@ -35,7 +35,8 @@ enum class Action : std::uint8_t {
 /// A row of the report, and what its sentences say.
 struct PropertyRow {
   meta::Property from = {};
-  meta::Property to = {};  ///< empty: there is none
+  meta::Property to = {};    ///< empty: there is none
+  std::uint32_t number = 0;  ///< of the rows for one property
   Fate fate = Fate::kept;
   std::string detail = {};
   std::uint64_t values = 0;
@@ -54,6 +55,8 @@ struct Step {
   const LiteralTable* literals = nullptr;  ///< for literals
   PropertyRow* row = nullptr;
   std::uint64_t set = 0;  ///< instances that have it set
+
+  Subject subject() const { return subjectOf(from, row->number); }
 };
 
 /// What is done with the instances of a type.
