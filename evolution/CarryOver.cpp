@@ -60,6 +60,8 @@ class Carrier {
     ConstElement from;
     Element made;
     TypePlan* plan;
+    bool claims = false;    // has a step that does
+    bool releases = false;  // has a step that does
   };
   /// One whose place is known, and not there yet.
   struct Pending {
@@ -82,12 +84,12 @@ class Carrier {
       // What is referred to as a child goes first: its container is better than none.
       if (claimed < placed_.size()) {
         const Placed by = placed_[claimed++];  // a copy: placing adds to the vector
-        if (!by.plan->hasClaims) continue;
+        if (!by.claims) continue;
         for (const Step* const step : std::vector<Step*>(stepsOf(by)))
           if (step->action == Action::claim) claim(by, *step);
       } else {
         const Placed by = placed_[released++];
-        if (!by.plan->hasReleases) continue;
+        if (!by.releases) continue;
         for (const Step* const step : std::vector<Step*>(stepsOf(by)))
           if (step->action == Action::release) release(by, *step);
       }
@@ -144,14 +146,16 @@ class Carrier {
     ++plan.instances;
     ++plan.carried;
     rules_.use(plan.rule);
-    placed_.push_back({next.from, made, &plan});
+    placed_.push_back({.from = next.from, .made = made, .plan = &plan});
     reportProgress();
     pushChildren(placed_.back());
   }
 
-  void pushChildren(const Placed& parent) {
+  void pushChildren(Placed& parent) {
     const std::size_t first = pending_.size();
     for (Step* const step : stepsOf(parent)) {
+      parent.claims |= step->action == Action::claim;
+      parent.releases |= step->action == Action::release;
       const PropertyKind kind = step->from->getKind();
       if (kind != PropertyKind::composition && kind != PropertyKind::datatype) continue;
       if (step->action == Action::child)
@@ -203,7 +207,7 @@ class Carrier {
     steps_.clear();
     const internal::ElementRecord& record = *internal::ElementAccess::recordOf(placed.from);
     for (std::size_t i = 0; i < record.count; ++i)
-      steps_.push_back(&placed.plan->steps[cells::slotOf(record.slots()[i])]);
+      steps_.push_back(&plans_.stepAt(*placed.plan, cells::slotOf(record.slots()[i])));
     const auto isBefore = [](const Step* a, const Step* b) { return a->toSlot < b->toSlot; };
     if (!std::is_sorted(steps_.begin(), steps_.end(), isBefore))
       std::stable_sort(steps_.begin(), steps_.end(), isBefore);
@@ -250,7 +254,7 @@ class Carrier {
   void countLeftOut(ConstElement element) {
     TypePlan& plan = plans_.of(element.getType());
     ++plan.instances;
-    for (const Step* const step : stepsOf({element, {}, &plan})) {
+    for (const Step* const step : stepsOf({.from = element, .made = {}, .plan = &plan})) {
       const std::uint64_t values = std::max<std::uint64_t>(1, element.size(step->from));
       step->row->values += values;
       step->row->lost += values;
@@ -282,8 +286,8 @@ class Carrier {
     const meta::Property property = element.getContainingProperty();
     bool asked = leftOf(container) == Left::asked;
     if (isPlaced(container)) {
-      const TypePlan& outer = plans_.of(container.getType());
-      asked = outer.steps[outer.from->slotOf(property)].asked;
+      TypePlan& outer = plans_.of(container.getType());
+      asked = plans_.stepAt(outer, outer.from->slotOf(property)).asked;
     }
     if (isElement)
       losses_.note(

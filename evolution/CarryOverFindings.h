@@ -73,10 +73,12 @@ class Findings {
     entry.finding.count += count;
     if (!where || entry.last == where) return;
     entry.last = where;
-    if (entry.finding.paths.size() < kShownPaths)
-      entry.finding.paths.push_back(where.getPath());
-    else
+    if (entry.finding.paths.size() == kShownPaths || paths_ == kMostPaths) {
       entry.finding.hasMore = true;
+      return;
+    }
+    entry.finding.paths.push_back(where.getPath());
+    ++paths_;
   }
   std::vector<Finding> take() {
     std::vector<Finding> findings;
@@ -90,6 +92,8 @@ class Findings {
     ConstElement last;  // where it came up last: an element is named once
   };
   static constexpr std::size_t kShownPaths = 3;
+  static constexpr std::size_t kMostPaths = 3000;  // of all findings: each is looked for among siblings
+  std::size_t paths_ = 0;
   std::map<FindingKey, Entry> entries_;
 };
 

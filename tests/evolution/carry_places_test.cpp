@@ -283,6 +283,25 @@ TEST(CarryPlaces, AHundredThousandLevelsAreNoDeeperThanOne) {
   }
 }
 
+TEST(CarryPlaces, ManyClassesThatInheritManyPropertiesCostWhatIsUsed) {
+  const auto define = [](meta::MetaModelBuilder& package) {
+    auto& base = package.classType("Base").abstractType();
+    for (int i = 0; i < 10'000; ++i) base.property("p" + std::to_string(i), "Integer");
+    for (int i = 0; i < 3'000; ++i) package.classType("C" + std::to_string(i)).supertype("Base");
+  };
+  // A step for each property of each class would take gigabytes.
+  const Versions versions(define, [](auto& package) {
+    package.classType("C0").property("p7", "Integer");
+    package.classType("C1");
+  });
+  Model model(versions.before);
+  for (int i = 0; i < 3'000; ++i) model.createRoot("shelf.C" + std::to_string(i)).set("p7", i);
+  const CarryOverResult result = versions.carry(model, allowing());
+  EXPECT_EQ(result.model.size(), 2u);
+  EXPECT_EQ(rootsOf(result)[0].get<int>("p7"), 0);
+  EXPECT_EQ(result.report.losses.size(), 2'998u + 1u);
+}
+
 TEST(CarryPlaces, ARemovedElementIsNotCarried) {
   const Versions versions(defineShelves, defineShelves);
   Model model = makeShelves(versions.before);

@@ -54,7 +54,7 @@ TEST(CarryReport, HasALineForEveryClassAndPropertyAndEveryLoss) {
             "  weight: left out, shelf.Book has no property \"weight\": 0 of 1 value\n"
             "  notes: converted to shelf.Book.notes, many values to one: 1 of 2 values\n"
             "shelf.Pamphlet: left out, as the map says: 0 of 1 element\n"
-            "  title: left out, with shelf.Pamphlet: 0 of 1 value\n"
+            "  title: left out, with what has it: 0 of 1 value\n"
             "shelf.Unused: kept\n"
             "  nothing: converted to shelf.Unused.nothing, one value to many\n"
             "loss: shelf.Book.weight: 1 value left out, shelf.Book has no property \"weight\" (/book[0])\n"
