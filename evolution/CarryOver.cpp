@@ -271,29 +271,28 @@ class Carrier {
   }
 
   Left whyLeftOut(ConstElement element, const TypePlan& plan) {
-    const bool isElement = static_cast<bool>(element.getClass());
-    const auto describe = [&](std::string what) {
-      return Finding{.subject = plan.from->qualifiedName(), .unit = "element", .what = std::move(what)};
-    };
-    if (isElement && !plan.to) {
-      rules_.use(plan.rule);
-      losses_.note(
-          {subjectOf(plan.from), Event::typeGone, 0, plan.asked}, 1,
-          [&] { return describe("left out, " + plan.why); }, element);
-      return plan.asked ? Left::asked : Left::lost;
-    }
-    const ConstElement container = element.getContainer();
-    const meta::Property property = element.getContainingProperty();
-    bool asked = leftOf(container) == Left::asked;
-    if (isPlaced(container)) {
-      TypePlan& outer = plans_.of(container.getType());
-      asked = plans_.stepAt(outer, outer.from->slotOf(property)).asked;
-    }
-    if (isElement)
-      losses_.note(
-          {subjectOf(plan.from), Event::placeGone, 0, asked}, 1,
-          [&] { return describe("left out with what contains them"); }, element);
+    // Whoever asks for something to be left out asks for all that is in it, too.
+    const bool asked = plan.asked || isPlaceDropped(element);
+    if (!element.getClass()) return asked ? Left::asked : Left::lost;
+    if (!plan.to) rules_.use(plan.rule);
+    const FindingKey key{subjectOf(plan.from), plan.to ? Event::placeGone : Event::typeGone, 0, asked};
+    losses_.note(
+        key, 1,
+        [&] {
+          return Finding{.subject = plan.from->qualifiedName(),
+                         .unit = "element",
+                         .what = plan.to ? "left out with what contains them" : "left out, " + plan.why};
+        },
+        element);
     return asked ? Left::asked : Left::lost;
+  }
+
+  bool isPlaceDropped(ConstElement element) {
+    const ConstElement container = element.getContainer();
+    if (!container) return false;
+    if (!isPlaced(container)) return leftOf(container) == Left::asked;
+    TypePlan& plan = plans_.of(container.getType());
+    return plans_.stepAt(plan, plan.from->slotOf(element.getContainingProperty())).asked;
   }
 
   // Values.
@@ -478,8 +477,25 @@ class Carrier {
 
   void loseProperty(const Placed& placed, const Step& step, std::size_t values) {
     step.row->lost += values;
+    std::size_t asked = 0;
+    for (std::size_t i = 0; i < placed.from.size(step.from); ++i) asked += isLeftAsAsked(placed, step, i);
+    losePart(placed, step, asked, true);
+    losePart(placed, step, values - asked, step.asked);
+  }
+
+  /// Whether what a property contains or refers to would be left out anyway, as somebody asked.
+  bool isLeftAsAsked(const Placed& placed, const Step& step, std::size_t position) const {
+    const PropertyKind kind = step.from->getKind();
+    ConstElement element;
+    if (kind == PropertyKind::composition) element = placed.from.getElement(step.from, position);
+    if (kind == PropertyKind::association) element = placed.from.getReference(step.from, position);
+    return element && leftOf(element) == Left::asked;
+  }
+
+  void losePart(const Placed& placed, const Step& step, std::size_t values, bool asked) {
+    if (values == 0) return;
     losses_.note(
-        {step.subject(), Event::propertyGone, 0, step.asked}, values,
+        {step.subject(), Event::propertyGone, 0, asked}, values,
         [&] { return describe(step, "left out, " + step.row->detail); }, placed.from);
   }
 

@@ -184,7 +184,9 @@ Action Plans::actionFor(Step& step, std::string& why) {
 }
 
 bool Plans::isSameType(meta::Property from, meta::Property to) const {
-  return from->getType() == to->getType() || rules_.counterpartOf(from->getType()).type == to->getType();
+  if (from->getType() == to->getType()) return true;
+  const Counterpart now = rules_.counterpartOf(from->getType());
+  return now.type == to->getType() || (now.isDropped && now.name == to->getType()->qualifiedName());
 }
 
 PropertyRow* Plans::rowFor(const Step& step, Fate fate, const std::string& detail) {

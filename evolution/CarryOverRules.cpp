@@ -122,7 +122,7 @@ void Rules::readDrop(const std::string& key) {
   if (old.member.empty()) {
     if (!meta::Class(old.type)) refuse(texts_[rule], "only classes, properties and literals can be dropped");
     refuseDouble(types_.count(old.type.get()) != 0);
-    types_[old.type.get()] = {.rule = rule, .isDropped = true};
+    types_[old.type.get()] = {.name = key, .rule = rule, .isDropped = true};
   } else if (const meta::StructuredType owner(old.type); owner) {
     const meta::Property property = owner->findProperty(old.member);
     if (!property) refuse(texts_[rule], owner->qualifiedName() + " has no property " + inQuotes(old.member));
@@ -185,6 +185,7 @@ void Rules::requireNewProperty(const Owned& owned) const {
     for (const meta::Type type : package.types)
       if (const meta::StructuredType old(type); old && conforms(old, owned.owner) && has(old)) return;
   const Counterpart now = counterpartOf(owned.owner);
+  if (now.isDropped) refuse(texts_[owned.rule.rule], "another rule drops " + owned.owner->qualifiedName());
   if (!now.type)
     refuse(texts_[owned.rule.rule], "there is no type " + inQuotes(now.name) + " in the new meta model");
   refuse(texts_[owned.rule.rule], now.type->qualifiedName() + " has no property " + inQuotes(owned.rule.to));
