@@ -89,7 +89,7 @@ std::string pack(std::string_view bytes, Packing packing, int level) {
     if (packing == Packing::gzip)
       compressGzip(bytes, std::min(level, kHighestGzipLevel), take);
     else
-      compress(bytes, level, take);
+      Compressor(level).compress({&bytes, 1}, take);
     return packed;
   } catch (...) {
     rethrowAsError({});

@@ -40,6 +40,8 @@ struct FreeDecompressor {
   void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
 };
 
+using Decompressor = std::unique_ptr<ZSTD_DCtx, FreeDecompressor>;
+
 template <class Context>
 Context* orBadAlloc(Context* context) {
   if (context == nullptr) throw std::bad_alloc();
@@ -54,6 +56,12 @@ std::size_t require(std::size_t result) {
 
 void set(ZSTD_CCtx* context, ZSTD_cParameter parameter, int value) {
   require(ZSTD_CCtx_setParameter(context, parameter, value));
+}
+
+Decompressor makeDecompressor(int largestWindowLog) {
+  Decompressor context(orBadAlloc(ZSTD_createDCtx()));
+  require(ZSTD_DCtx_setParameter(context.get(), ZSTD_d_windowLogMax, largestWindowLog));
+  return context;
 }
 
 void requireProof(std::string_view head) {
@@ -97,8 +105,7 @@ void Compressor::compress(std::span<const std::string_view> texts, const TakePie
 }
 
 void decompress(const GivePiece& give, const TakePiece& take, const FrameRules& rules) {
-  const std::unique_ptr<ZSTD_DCtx, FreeDecompressor> context(orBadAlloc(ZSTD_createDCtx()));
-  require(ZSTD_DCtx_setParameter(context.get(), ZSTD_d_windowLogMax, rules.largestWindowLog));
+  const Decompressor context = makeDecompressor(rules.largestWindowLog);
   std::vector<char> piece(kPiece);
   bool isWhole = false;
   bool isFirst = true;
@@ -125,8 +132,7 @@ bool beginsFrame(std::string_view bytes) {
 }
 
 void decompressFrames(std::string_view bytes, const TakePiece& take) {
-  const auto context = owned(ZSTD_createDCtx());
-  require(ZSTD_DCtx_setParameter(context.get(), ZSTD_d_windowLogMax, kLargestWindowLog));
+  const Decompressor context = makeDecompressor(FrameRules{}.largestWindowLog);
   std::vector<char> piece(kPiece);
   ZSTD_inBuffer in{bytes.data(), bytes.size(), 0};
   while (in.pos < in.size) {

@@ -60,6 +60,8 @@ class Carrier {
     ConstElement from;
     Element made;
     TypePlan* plan;
+    bool claims = false;    // has a step that does
+    bool releases = false;  // has a step that does
   };
   /// One whose place is known, and not there yet.
   struct Pending {
@@ -82,12 +84,12 @@ class Carrier {
       // What is referred to as a child goes first: its container is better than none.
       if (claimed < placed_.size()) {
         const Placed by = placed_[claimed++];  // a copy: placing adds to the vector
-        if (!by.plan->hasClaims) continue;
+        if (!by.claims) continue;
         for (const Step* const step : std::vector<Step*>(stepsOf(by)))
           if (step->action == Action::claim) claim(by, *step);
       } else {
         const Placed by = placed_[released++];
-        if (!by.plan->hasReleases) continue;
+        if (!by.releases) continue;
         for (const Step* const step : std::vector<Step*>(stepsOf(by)))
           if (step->action == Action::release) release(by, *step);
       }
@@ -144,14 +146,16 @@ class Carrier {
     ++plan.instances;
     ++plan.carried;
     rules_.use(plan.rule);
-    placed_.push_back({next.from, made, &plan});
+    placed_.push_back({.from = next.from, .made = made, .plan = &plan});
     reportProgress();
     pushChildren(placed_.back());
   }
 
-  void pushChildren(const Placed& parent) {
+  void pushChildren(Placed& parent) {
     const std::size_t first = pending_.size();
     for (Step* const step : stepsOf(parent)) {
+      parent.claims |= step->action == Action::claim;
+      parent.releases |= step->action == Action::release;
       const PropertyKind kind = step->from->getKind();
       if (kind != PropertyKind::composition && kind != PropertyKind::datatype) continue;
       if (step->action == Action::child)
@@ -203,7 +207,7 @@ class Carrier {
     steps_.clear();
     const internal::ElementRecord& record = *internal::ElementAccess::recordOf(placed.from);
     for (std::size_t i = 0; i < record.count; ++i)
-      steps_.push_back(&placed.plan->steps[cells::slotOf(record.slots()[i])]);
+      steps_.push_back(&plans_.stepAt(*placed.plan, cells::slotOf(record.slots()[i])));
     const auto isBefore = [](const Step* a, const Step* b) { return a->toSlot < b->toSlot; };
     if (!std::is_sorted(steps_.begin(), steps_.end(), isBefore))
       std::stable_sort(steps_.begin(), steps_.end(), isBefore);
@@ -250,7 +254,7 @@ class Carrier {
   void countLeftOut(ConstElement element) {
     TypePlan& plan = plans_.of(element.getType());
     ++plan.instances;
-    for (const Step* const step : stepsOf({element, {}, &plan})) {
+    for (const Step* const step : stepsOf({.from = element, .made = {}, .plan = &plan})) {
       const std::uint64_t values = std::max<std::uint64_t>(1, element.size(step->from));
       step->row->values += values;
       step->row->lost += values;
@@ -267,29 +271,28 @@ class Carrier {
   }
 
   Left whyLeftOut(ConstElement element, const TypePlan& plan) {
-    const bool isElement = static_cast<bool>(element.getClass());
-    const auto describe = [&](std::string what) {
-      return Finding{.subject = plan.from->qualifiedName(), .unit = "element", .what = std::move(what)};
-    };
-    if (isElement && !plan.to) {
-      rules_.use(plan.rule);
-      losses_.note(
-          {Event::typeGone, &plan, 0, plan.asked}, 1, [&] { return describe("left out, " + plan.why); },
-          element);
-      return plan.asked ? Left::asked : Left::lost;
-    }
-    const ConstElement container = element.getContainer();
-    const meta::Property property = element.getContainingProperty();
-    bool asked = leftOf(container) == Left::asked;
-    if (isPlaced(container)) {
-      const TypePlan& outer = plans_.of(container.getType());
-      asked = outer.steps[outer.from->slotOf(property)].asked;
-    }
-    if (isElement)
-      losses_.note(
-          {Event::placeGone, &plan, 0, asked}, 1,
-          [&] { return describe("left out with what contains them"); }, element);
+    // Whoever asks for something to be left out asks for all that is in it, too.
+    const bool asked = plan.asked || isPlaceDropped(element);
+    if (!element.getClass()) return asked ? Left::asked : Left::lost;
+    if (!plan.to) rules_.use(plan.rule);
+    const FindingKey key{subjectOf(plan.from), plan.to ? Event::placeGone : Event::typeGone, 0, asked};
+    losses_.note(
+        key, 1,
+        [&] {
+          return Finding{.subject = plan.from->qualifiedName(),
+                         .unit = "element",
+                         .what = plan.to ? "left out with what contains them" : "left out, " + plan.why};
+        },
+        element);
     return asked ? Left::asked : Left::lost;
+  }
+
+  bool isPlaceDropped(ConstElement element) {
+    const ConstElement container = element.getContainer();
+    if (!container) return false;
+    if (!isPlaced(container)) return leftOf(container) == Left::asked;
+    TypePlan& plan = plans_.of(container.getType());
+    return plans_.stepAt(plan, plan.from->slotOf(element.getContainingProperty())).asked;
   }
 
   // Values.
@@ -359,8 +362,9 @@ class Carrier {
       return;
     }
     ++step.row->lost;
-    const FindingKey key{Event::literalGone, step.row, move.from == nullptr ? INT64_MAX : move.from->number,
-                         move.asked};
+    const std::uint64_t literal =
+        move.from == nullptr ? UINT64_MAX : static_cast<std::uint32_t>(move.from->number);
+    const FindingKey key{step.subject(), Event::literalGone, literal, move.asked};
     losses_.note(
         key, 1,
         [&] {
@@ -411,7 +415,7 @@ class Carrier {
     const std::int32_t upper = step.to->getUpper();
     if (upper <= 1 || placed.made.size(step.to) <= static_cast<std::size_t>(upper)) return;
     notices_.note(
-        {Event::tooMany, step.row}, 1,
+        {step.subject(), Event::tooMany}, 1,
         [&] {
           return Finding{.subject = qualifiedName(step.to),
                          .unit = "element",
@@ -426,7 +430,7 @@ class Carrier {
     for (const meta::Property property : placed.plan->required) {
       if (placed.made.isSet(property)) continue;
       notices_.note(
-          {Event::required, property.get()}, 1,
+          {subjectOf(property), Event::required}, 1,
           [&] {
             return Finding{
                 .subject = qualifiedName(property), .unit = "element", .what = "without the required value"};
@@ -445,7 +449,7 @@ class Carrier {
     }
     rules_.use(rule.rule);
     notices_.note(
-        {Event::defaultGiven, property.get(), static_cast<std::int64_t>(rule.rule)}, 1,
+        {subjectOf(property), Event::defaultGiven, rule.rule}, 1,
         [&] {
           return Finding{.subject = qualifiedName(property),
                          .unit = "element",
@@ -463,7 +467,7 @@ class Carrier {
   /// A change that has to be allowed, and loses no value.
   void note(Event event, const Placed& placed, const Step& step, const std::string& what) {
     losses_.note(
-        {event, step.row}, 1, [&] { return describe(step, what); }, placed.from);
+        {step.subject(), event}, 1, [&] { return describe(step, what); }, placed.from);
   }
 
   void lose(Event event, const Placed& placed, const Step& step, const std::string& what) {
@@ -473,8 +477,25 @@ class Carrier {
 
   void loseProperty(const Placed& placed, const Step& step, std::size_t values) {
     step.row->lost += values;
+    std::size_t asked = 0;
+    for (std::size_t i = 0; i < placed.from.size(step.from); ++i) asked += isLeftAsAsked(placed, step, i);
+    losePart(placed, step, asked, true);
+    losePart(placed, step, values - asked, step.asked);
+  }
+
+  /// Whether what a property contains or refers to would be left out anyway, as somebody asked.
+  bool isLeftAsAsked(const Placed& placed, const Step& step, std::size_t position) const {
+    const PropertyKind kind = step.from->getKind();
+    ConstElement element;
+    if (kind == PropertyKind::composition) element = placed.from.getElement(step.from, position);
+    if (kind == PropertyKind::association) element = placed.from.getReference(step.from, position);
+    return element && leftOf(element) == Left::asked;
+  }
+
+  void losePart(const Placed& placed, const Step& step, std::size_t values, bool asked) {
+    if (values == 0) return;
     losses_.note(
-        {Event::propertyGone, step.row, 0, step.asked}, values,
+        {step.subject(), Event::propertyGone, 0, asked}, values,
         [&] { return describe(step, "left out, " + step.row->detail); }, placed.from);
   }
 
@@ -485,7 +506,7 @@ class Carrier {
   void loseReference(const Placed& placed, const Step& step, ConstElement target) {
     ++step.row->lost;
     losses_.note(
-        {Event::targetGone, step.row, 0, leftOf(target) == Left::asked}, 1,
+        {step.subject(), Event::targetGone, 0, leftOf(target) == Left::asked}, 1,
         [&] { return describe(step, "left out with the element"); }, placed.from);
   }
 
@@ -494,7 +515,7 @@ class Carrier {
     const TypePlan& plan = plans_.of(element.getType());
     if (!plan.to) return;  // told where its type is told of
     losses_.note(
-        {Event::misfit, step.row, plan.from->getIndex()}, 1,
+        {step.subject(), Event::misfit, plan.from->getIndex()}, 1,
         [&] {
           return describe(step, "left out, " + plan.to->qualifiedName() + " is no " +
                                     step.to->getType()->qualifiedName());

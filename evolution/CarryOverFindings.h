@@ -34,39 +34,55 @@ enum class Event : std::uint8_t {
   defaultGiven,     ///< unset, and a rule gave it a value
 };
 
-/// What findings are told apart by.
+/// What a finding is about: a type, or a property that it declares.
+struct Subject {
+  std::uint32_t type;
+  std::uint32_t place =
+      0;  ///< 0: the type itself; else the property's position among those of the type, from 1
+  std::uint32_t row = 0;  ///< tells rows of one property apart
+  friend auto operator<=>(const Subject&, const Subject&) = default;
+};
+
+inline Subject subjectOf(meta::Type type) { return {.type = type->getIndex()}; }
+inline Subject subjectOf(meta::Property property, std::uint32_t row = 0) {
+  return {.type = property->getOwner()->getIndex(), .place = property->getPosition() + 1, .row = row};
+}
+
+/// What findings are told apart by, and ordered by: subjects come in the order of their meta model.
 struct FindingKey {
+  Subject subject;
   Event event;
-  const void* subject;      ///< what it happened to
-  std::int64_t detail = 0;  ///< tells cases apart that have sentences of their own
-  bool asked = false;       ///< a rule of the map asked for it
+  std::uint64_t detail = 0;  ///< tells cases apart that have sentences of their own
+  bool asked = false;        ///< a rule of the map asked for it
   friend auto operator<=>(const FindingKey&, const FindingKey&) = default;
 };
 
-/// Findings in the order in which they came up first.
+/// Findings by their keys.
 class Findings {
  public:
   /// @param describe makes the finding without count and paths, when it comes up first.
   /// @param where names the place, for the first few; empty: there is none.
   template <class Describe>
   void note(const FindingKey& key, std::uint64_t count, Describe&& describe, ConstElement where = {}) {
-    const auto [place, isNew] = positions_.try_emplace(key, entries_.size());
+    const auto [place, isNew] = entries_.try_emplace(key);
+    Entry& entry = place->second;
     if (isNew) {
-      entries_.push_back({describe(), {}});
-      entries_.back().finding.asked = key.asked;
+      entry.finding = describe();
+      entry.finding.asked = key.asked;
     }
-    Entry& entry = entries_[place->second];
     entry.finding.count += count;
     if (!where || entry.last == where) return;
     entry.last = where;
-    if (entry.finding.paths.size() < kShownPaths)
-      entry.finding.paths.push_back(where.getPath());
-    else
+    if (entry.finding.paths.size() == kShownPaths || paths_ == kMostPaths) {
       entry.finding.hasMore = true;
+      return;
+    }
+    entry.finding.paths.push_back(where.getPath());
+    ++paths_;
   }
   std::vector<Finding> take() {
     std::vector<Finding> findings;
-    for (Entry& entry : entries_) findings.push_back(std::move(entry.finding));
+    for (auto& [key, entry] : entries_) findings.push_back(std::move(entry.finding));
     return findings;
   }
 
@@ -76,8 +92,9 @@ class Findings {
     ConstElement last;  // where it came up last: an element is named once
   };
   static constexpr std::size_t kShownPaths = 3;
-  std::map<FindingKey, std::size_t> positions_;
-  std::vector<Entry> entries_;
+  static constexpr std::size_t kMostPaths = 3000;  // of all findings: each is looked for among siblings
+  std::size_t paths_ = 0;
+  std::map<FindingKey, Entry> entries_;
 };
 
 }  // namespace kr::zero::evolution

@@ -38,11 +38,11 @@ std::string describeForm(meta::Property from, meta::Property to) {
   return text;
 }
 
-/// Whether a property must have a value, and the one that its values come from did not have to.
-bool isNewlyRequired(const TypePlan& plan, meta::Property property) {
-  if (property->getLower() == 0 || property->getDefaultText()) return false;
-  return std::none_of(plan.steps.begin(), plan.steps.end(),
-                      [&](const Step& step) { return step.to == property && step.from->getLower() > 0; });
+/// The property whose values a rule moves to a new one; empty: none.
+meta::Property sourceByRule(const TypePlan& plan, meta::Property to) {
+  for (const auto& [source, target] : plan.renamed)
+    if (target == to) return source;
+  return {};
 }
 
 }  // namespace
@@ -50,12 +50,6 @@ bool isNewlyRequired(const TypePlan& plan, meta::Property property) {
 Plans::Plans(const meta::MetaRegistry& from, Rules& rules) : from_(from), rules_(rules) {}
 
 TypePlan& Plans::of(meta::StructuredType type) {
-  TypePlan& plan = head(type);
-  if (!plan.hasSteps) addSteps(plan);
-  return plan;
-}
-
-TypePlan& Plans::head(meta::StructuredType type) {
   const std::size_t index = type->getIndex();
   if (index >= plans_.size()) plans_.resize(index + 1);
   std::unique_ptr<TypePlan>& plan = plans_[index];
@@ -67,62 +61,63 @@ TypePlan& Plans::head(meta::StructuredType type) {
   plan->asked = now.isDropped;
   const bool isSameSort = now.type && &now.type->getMetaClass() == &type->getMetaClass();
   // Abstract classes have no instances to lose; in a report they stand beside what took their place.
-  if (isSameSort && (canHaveInstances(now.type) || !canHaveInstances(type)))
+  if (isSameSort && (canHaveInstances(now.type) || !canHaveInstances(type))) {
     plan->to = meta::StructuredType(now.type);
-  else
+    findRenamed(*plan);
+    findNeeds(*plan);
+  } else {
     plan->why = whyNot(now);
+  }
   return *plan;
 }
 
-void Plans::addSteps(TypePlan& plan) {
-  const std::vector<meta::Property> taken = targetsOfRules(plan);
-  plan.steps.reserve(plan.from->getAllProperties().size());
-  for (const meta::Property property : plan.from->getAllProperties())
-    plan.steps.push_back(stepFor(plan, property, taken));
-  const auto has = [&](Action action) {
-    return std::any_of(plan.steps.begin(), plan.steps.end(),
-                       [&](const Step& s) { return s.action == action; });
-  };
-  plan.hasClaims = has(Action::claim);
-  plan.hasReleases = has(Action::release);
-  if (plan.to) addNeeds(plan);
-  plan.hasSteps = true;
+Step& Plans::addStep(TypePlan& plan, std::size_t slot) {
+  return plan.steps.emplace(slot, makeStep(plan, plan.from->getAllProperties()[slot])).first->second;
 }
 
-/// What an instance of the new type is looked at for when it has its values.
-void Plans::addNeeds(TypePlan& plan) const {
-  for (const meta::Property property : plan.to->getAllProperties()) {
-    if (property->getKind() == PropertyKind::none) continue;
-    if (isNewlyRequired(plan, property)) plan.required.push_back(property);
-    if (const MemberRule* const rule = rules_.defaultFor(plan.to, property); rule != nullptr)
-      plan.defaults.emplace_back(property, rule);
-  }
-}
-
-/// Properties that rules move values to: no other property gets there by its name.
-std::vector<meta::Property> Plans::targetsOfRules(const TypePlan& plan) const {
-  std::vector<meta::Property> taken;
-  if (!plan.to || !rules_.hasPropertyRules()) return taken;
-  for (const meta::Property property : plan.from->getAllProperties()) {
+/// Where rules move values to: no other property gets there by its name.
+void Plans::findRenamed(TypePlan& plan) const {
+  for (const meta::Property property : rules_.ruledProperties()) {
+    if (plan.from->slotOf(property) == meta::StructuredType::Impl::npos) continue;
     const MemberRule* const rule = rules_.ruleFor(plan.from, property);
     if (rule == nullptr || rule->isDropped) continue;
     const meta::Property to = plan.to->findProperty(rule->to);
     if (!to) continue;
-    if (std::find(taken.begin(), taken.end(), to) != taken.end())
+    if (sourceByRule(plan, to))
       throw Error(ErrorCode::doesNotFit, "two rules rename properties of " + plan.from->qualifiedName() +
                                              " to " + inQuotes(rule->to));
-    taken.push_back(to);
+    plan.renamed.emplace_back(property, to);
   }
-  return taken;
 }
 
-Step Plans::stepFor(const TypePlan& plan, meta::Property property, const std::vector<meta::Property>& taken) {
+/// What an instance of the new type is looked at for when it has its values.
+void Plans::findNeeds(TypePlan& plan) const {
+  for (const meta::Property property : rules_.defaultedProperties()) {
+    if (plan.to->slotOf(property) == meta::StructuredType::Impl::npos) continue;
+    if (const MemberRule* const rule = rules_.defaultFor(plan.to, property); rule != nullptr)
+      plan.defaults.emplace_back(property, rule);
+  }
+  for (const meta::Property property : plan.to->getAllProperties()) {
+    if (property->getKind() == PropertyKind::none || property->getLower() == 0) continue;
+    if (property->getDefaultText()) continue;
+    // What was as much required before is no news.
+    if (const meta::Property source = sourceOf(plan, property); source && source->getLower() > 0) continue;
+    plan.required.push_back(property);
+  }
+}
+
+meta::Property Plans::sourceOf(const TypePlan& plan, meta::Property to) {
+  if (const meta::Property source = sourceByRule(plan, to); source) return source;
+  const meta::Property source = plan.from->findProperty(to->name());
+  const bool isRenamed = std::any_of(plan.renamed.begin(), plan.renamed.end(),
+                                     [&](const auto& pair) { return pair.first == source; });
+  return isRenamed ? meta::Property() : source;
+}
+
+Step Plans::makeStep(const TypePlan& plan, meta::Property property) {
   Step step{.from = property};
-  std::string detail;
-  if (plan.to)
-    findTarget(plan, step, detail, taken);
-  else
-    detail = "with " + plan.from->qualifiedName();
+  std::string detail = "with what has it";
+  if (plan.to) findTarget(plan, step, detail);
   if (step.to) step.action = actionFor(step, detail);
   if (step.action == Action::leaveOut) {
     // A property that never holds anything has nothing to lose.
@@ -143,8 +138,7 @@ Step Plans::stepFor(const TypePlan& plan, meta::Property property, const std::ve
   return step;
 }
 
-void Plans::findTarget(const TypePlan& plan, Step& step, std::string& why,
-                       const std::vector<meta::Property>& taken) const {
+void Plans::findTarget(const TypePlan& plan, Step& step, std::string& why) const {
   const MemberRule* const rule = rules_.ruleFor(plan.from, step.from);
   if (rule != nullptr) {
     step.rule = rule->rule;
@@ -154,7 +148,7 @@ void Plans::findTarget(const TypePlan& plan, Step& step, std::string& why,
   }
   const std::string& name = rule != nullptr ? rule->to : step.from->name();
   step.to = plan.to->findProperty(name);
-  if (step.to && rule == nullptr && std::find(taken.begin(), taken.end(), step.to) != taken.end()) {
+  if (step.to && rule == nullptr && sourceByRule(plan, step.to)) {
     step.to = {};
     why = "a rule gives its name to another property";
     return;
@@ -174,8 +168,7 @@ Action Plans::actionFor(Step& step, std::string& why) {
     return Action::leaveOut;
   }
   if (isText(from) && isText(to)) return Action::text;
-  if (from == PropertyKind::number && to == from && areNumbersAlike(step.from, step.to))
-    return Action::number;
+  if (areNumbersAlike(step.from, step.to)) return Action::number;
   if (from == PropertyKind::enumeration && to == from) {
     step.literals = literalsFor(meta::Enum(step.from->getType()), meta::Enum(step.to->getType()));
     return Action::literal;
@@ -191,14 +184,17 @@ Action Plans::actionFor(Step& step, std::string& why) {
 }
 
 bool Plans::isSameType(meta::Property from, meta::Property to) const {
-  return from->getType() == to->getType() || rules_.counterpartOf(from->getType()).type == to->getType();
+  if (from->getType() == to->getType()) return true;
+  const Counterpart now = rules_.counterpartOf(from->getType());
+  return now.type == to->getType() || (now.isDropped && now.name == to->getType()->qualifiedName());
 }
 
 PropertyRow* Plans::rowFor(const Step& step, Fate fate, const std::string& detail) {
   std::vector<PropertyRow*>& rows = rowsOf_[step.from.get()];
   for (PropertyRow* const row : rows)
     if (row->to == step.to && row->fate == fate && row->detail == detail) return row;
-  rows_.push_back({.from = step.from, .to = step.to, .fate = fate, .detail = detail});
+  const auto number = static_cast<std::uint32_t>(rows.size());
+  rows_.push_back({.from = step.from, .to = step.to, .number = number, .fate = fate, .detail = detail});
   rows.push_back(&rows_.back());
   return rows.back();
 }
@@ -209,23 +205,28 @@ const LiteralTable* Plans::literalsFor(meta::Enum from, meta::Enum to) {
   return table.get();
 }
 
-void Plans::noteDefaults(Findings& notices) const {
-  for (const std::unique_ptr<TypePlan>& plan : plans_) {
-    if (plan == nullptr) continue;
-    for (const Step& step : plan->steps) {
-      if (!step.to || step.to->isMany() || step.from->getDefaultText() == step.to->getDefaultText()) continue;
-      if (plan->carried == step.set || !meta::isPrimitive(step.to->getKind())) continue;
-      const auto describe = [&] {
-        const auto shown = [](const std::optional<std::string>& text) {
-          return text ? inQuotes(*text) : "none";
-        };
-        return Finding{.subject = qualifiedName(step.from),
-                       .unit = "value",
-                       .what = "unset, and the default is " + shown(step.to->getDefaultText()) + ", not " +
-                               shown(step.from->getDefaultText())};
+void Plans::noteDefaults(Findings& notices) {
+  for (std::size_t index = 0; index < plans_.size(); ++index)
+    if (plans_[index] != nullptr && plans_[index]->carried != 0) noteDefaults(*plans_[index], notices);
+}
+
+void Plans::noteDefaults(TypePlan& plan, Findings& notices) {
+  for (const meta::Property to : plan.to->getAllProperties()) {
+    if (to->isMany() || !meta::isPrimitive(to->getKind())) continue;
+    const meta::Property from = sourceOf(plan, to);
+    if (!from || from->isMany() || from->getDefaultText() == to->getDefaultText()) continue;
+    const Step& step = stepAt(plan, plan.from->slotOf(from));
+    if (step.to != to || plan.carried == step.set) continue;
+    const auto describe = [&] {
+      const auto shown = [](const std::optional<std::string>& text) {
+        return text ? inQuotes(*text) : "none";
       };
-      notices.note({Event::defaultChanged, step.row}, plan->carried - step.set, describe);
-    }
+      return Finding{.subject = qualifiedName(from),
+                     .unit = "value",
+                     .what = "unset, and the default is " + shown(to->getDefaultText()) + ", not " +
+                             shown(from->getDefaultText())};
+    };
+    notices.note({step.subject(), Event::defaultChanged}, plan.carried - step.set, describe);
   }
 }
 
@@ -235,7 +236,7 @@ std::vector<TypeFate> Plans::rows() {
     for (const meta::Type type : package.types) {
       const meta::StructuredType structured(type);
       if (!structured) continue;
-      TypePlan& plan = head(structured);
+      TypePlan& plan = of(structured);
       TypeFate fate{.from = type->qualifiedName(), .detail = plan.why};
       fate.fate = !plan.to                                ? Fate::leftOut
                   : fate.from == plan.to->qualifiedName() ? Fate::kept
@@ -243,9 +244,8 @@ std::vector<TypeFate> Plans::rows() {
       if (plan.to) fate.to = plan.to->qualifiedName();
       fate.elements = plan.instances;
       fate.carried = plan.carried;
-      const std::vector<meta::Property> taken = targetsOfRules(plan);
       for (const meta::Property property : structured->getOwnedAttributes()) {
-        if (rowsOf_.count(property.get()) == 0) stepFor(plan, property, taken);
+        if (rowsOf_.count(property.get()) == 0) makeStep(plan, property);
         for (const PropertyRow* const row : rowsOf_[property.get()])
           fate.properties.push_back(
               {.from = property->name(),

@@ -35,7 +35,8 @@ enum class Action : std::uint8_t {
 /// A row of the report, and what its sentences say.
 struct PropertyRow {
   meta::Property from = {};
-  meta::Property to = {};  ///< empty: there is none
+  meta::Property to = {};    ///< empty: there is none
+  std::uint32_t number = 0;  ///< of the rows for one property
   Fate fate = Fate::kept;
   std::string detail = {};
   std::uint64_t values = 0;
@@ -54,6 +55,8 @@ struct Step {
   const LiteralTable* literals = nullptr;  ///< for literals
   PropertyRow* row = nullptr;
   std::uint64_t set = 0;  ///< instances that have it set
+
+  Subject subject() const { return subjectOf(from, row->number); }
 };
 
 /// What is done with the instances of a type.
@@ -63,10 +66,10 @@ struct TypePlan {
   std::string why;          ///< for what reason
   bool asked = false;       ///< a rule says so
   RuleId rule = kNoRule;
-  bool hasSteps = false;
-  bool hasClaims = false;
-  bool hasReleases = false;
-  std::vector<Step> steps;                                             ///< by slot of `from`
+  /// By slot of `from`, for properties that some instance has set: types may inherit far more than anybody
+  /// uses.
+  std::unordered_map<std::size_t, Step> steps;
+  std::vector<std::pair<meta::Property, meta::Property>> renamed;      ///< by rules: old one, new one
   std::vector<meta::Property> required;                                ///< of `to`
   std::vector<std::pair<meta::Property, const MemberRule*>> defaults;  ///< of `to`
   std::uint64_t instances = 0;
@@ -80,19 +83,25 @@ class Plans {
 
   /// The plan for instances of a type; lives as long as the plans.
   TypePlan& of(meta::StructuredType type);
+  /// The step for a slot of a type; lives as long as the plans.
+  Step& stepAt(TypePlan& plan, std::size_t slot) {
+    const auto found = plan.steps.find(slot);
+    return found != plan.steps.end() ? found->second : addStep(plan, slot);
+  }
+  /// The property that the values of a new one come from; empty: none.
+  static meta::Property sourceOf(const TypePlan& plan, meta::Property to);
   /// A row for each class and datatype of the old meta model, met or not.
   std::vector<TypeFate> rows();
   /// Notes properties that are unset in some instances and have another default now.
-  void noteDefaults(Findings& notices) const;
+  void noteDefaults(Findings& notices);
 
  private:
-  TypePlan& head(meta::StructuredType type);
-  void addSteps(TypePlan& plan);
-  void addNeeds(TypePlan& plan) const;
-  Step stepFor(const TypePlan& plan, meta::Property property, const std::vector<meta::Property>& taken);
-  std::vector<meta::Property> targetsOfRules(const TypePlan& plan) const;
-  void findTarget(const TypePlan& plan, Step& step, std::string& why,
-                  const std::vector<meta::Property>& taken) const;
+  void noteDefaults(TypePlan& plan, Findings& notices);
+  Step& addStep(TypePlan& plan, std::size_t slot);
+  void findRenamed(TypePlan& plan) const;
+  void findNeeds(TypePlan& plan) const;
+  Step makeStep(const TypePlan& plan, meta::Property property);
+  void findTarget(const TypePlan& plan, Step& step, std::string& why) const;
   Action actionFor(Step& step, std::string& why);
   PropertyRow* rowFor(const Step& step, Fate fate, const std::string& detail);
   const LiteralTable* literalsFor(meta::Enum from, meta::Enum to);

@@ -104,7 +104,7 @@ void Rules::readRename(const std::string& key, const std::string& to) {
     const meta::Property property = owner ? owner->findProperty(old.member) : meta::Property();
     if (!property)
       refuse(texts_[rule], old.type->qualifiedName() + " has no property " + inQuotes(old.member));
-    properties_[property.get()].push_back({owner, {.to = to, .rule = rule}});
+    addOwned(properties_, ruled_, property, {owner, {.to = to, .rule = rule}});
     return;
   }
   const meta::Type type = to_.findType(to);
@@ -122,13 +122,14 @@ void Rules::readDrop(const std::string& key) {
   if (old.member.empty()) {
     if (!meta::Class(old.type)) refuse(texts_[rule], "only classes, properties and literals can be dropped");
     refuseDouble(types_.count(old.type.get()) != 0);
-    types_[old.type.get()] = {.rule = rule, .isDropped = true};
+    types_[old.type.get()] = {.name = key, .rule = rule, .isDropped = true};
   } else if (const meta::StructuredType owner(old.type); owner) {
     const meta::Property property = owner->findProperty(old.member);
     if (!property) refuse(texts_[rule], owner->qualifiedName() + " has no property " + inQuotes(old.member));
-    std::vector<Owned>& rules = properties_[property.get()];
-    refuseDouble(std::any_of(rules.begin(), rules.end(), [&](const Owned& o) { return o.owner == owner; }));
-    rules.push_back({owner, {.isDropped = true, .rule = rule}});
+    if (const auto rules = properties_.find(property.get()); rules != properties_.end())
+      refuseDouble(std::any_of(rules->second.begin(), rules->second.end(),
+                               [&](const Owned& owned) { return owned.owner == owner; }));
+    addOwned(properties_, ruled_, property, {owner, {.isDropped = true, .rule = rule}});
   } else {
     const meta::Enum type(old.type);
     const meta::EnumLiteral* const literal = type ? literalNamed(type, old.member) : nullptr;
@@ -164,7 +165,7 @@ void Rules::readDefault(const std::string& key, const std::string& text) {
   if (!property) refuse(texts_[rule], now.type->qualifiedName() + " has no property " + inQuotes(now.member));
   if (!meta::isPrimitive(property->getKind()))
     refuse(texts_[rule], "only a property that holds numbers, texts or literals can get a default");
-  defaults_[property.get()].push_back({owner, {.to = text, .rule = rule}});
+  addOwned(defaults_, defaulted_, property, {owner, {.to = text, .rule = rule}});
 }
 
 /// A new name must be a property's, at least in one class that the rule holds for.
@@ -184,6 +185,7 @@ void Rules::requireNewProperty(const Owned& owned) const {
     for (const meta::Type type : package.types)
       if (const meta::StructuredType old(type); old && conforms(old, owned.owner) && has(old)) return;
   const Counterpart now = counterpartOf(owned.owner);
+  if (now.isDropped) refuse(texts_[owned.rule.rule], "another rule drops " + owned.owner->qualifiedName());
   if (!now.type)
     refuse(texts_[owned.rule.rule], "there is no type " + inQuotes(now.name) + " in the new meta model");
   refuse(texts_[owned.rule.rule], now.type->qualifiedName() + " has no property " + inQuotes(owned.rule.to));
@@ -203,6 +205,13 @@ Counterpart Rules::counterpartOf(meta::Type old) const {
   }
   return {.type = to_.findType(old->getQualifiedName(), {old->getPackageUri()}),
           .name = old->qualifiedName()};
+}
+
+void Rules::addOwned(ByProperty& rules, std::vector<meta::Property>& properties, meta::Property property,
+                     Owned owned) {
+  std::vector<Owned>& all = rules[property.get()];
+  if (all.empty()) properties.push_back(property);
+  all.push_back(std::move(owned));
 }
 
 const MemberRule* Rules::nearest(const ByProperty& rules, meta::StructuredType type,

@@ -41,8 +41,9 @@ class Rules {
   Rules(const ChangeMap& map, const meta::MetaRegistry& from, const meta::MetaRegistry& to);
 
   Counterpart counterpartOf(meta::Type old) const;
-  /// Whether there is a rule for any property.
-  bool hasPropertyRules() const noexcept { return !properties_.empty(); }
+  /// Old properties that have rules, and new ones that have defaults, for some types or other.
+  const std::vector<meta::Property>& ruledProperties() const noexcept { return ruled_; }
+  const std::vector<meta::Property>& defaultedProperties() const noexcept { return defaulted_; }
   /// The rule for a property of instances of a type, or null.
   const MemberRule* ruleFor(meta::StructuredType old, meta::Property property) const;
   /// The rule for a literal, or null.
@@ -74,6 +75,8 @@ class Rules {
   void checkPropertyRules() const;
   void requireNewProperty(const Owned& owned) const;
   RuleId add(const char* section, const std::string& key);
+  static void addOwned(ByProperty& rules, std::vector<meta::Property>& properties, meta::Property property,
+                       Owned owned);
   static const MemberRule* nearest(const ByProperty& rules, meta::StructuredType type,
                                    meta::Property property);
 
@@ -86,6 +89,8 @@ class Rules {
   ByProperty properties_;
   std::unordered_map<const meta::Type::Impl*, ByLiteral> literals_;  // keys live in the old registry
   ByProperty defaults_;
+  std::vector<meta::Property> ruled_;
+  std::vector<meta::Property> defaulted_;
 };
 
 }  // namespace kr::zero::evolution

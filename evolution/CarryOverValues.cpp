@@ -116,7 +116,8 @@ void putText(Element element, meta::Property property, std::string_view text) {
 }  // namespace
 
 bool areNumbersAlike(meta::Property from, meta::Property to) {
-  return (infoOf(from).kind == StandardKind::boolean) == (infoOf(to).kind == StandardKind::boolean);
+  return from->getKind() == PropertyKind::number && to->getKind() == PropertyKind::number &&
+         (infoOf(from).kind == StandardKind::boolean) == (infoOf(to).kind == StandardKind::boolean);
 }
 
 bool copyNumber(const ValuePlace& from, Element element, meta::Property property) {

@@ -18,7 +18,7 @@ struct ValuePlace {
   std::size_t position;
 };
 
-/// Whether values of numbers of one type may be numbers of the other.
+/// Whether both hold numbers, or both hold Booleans: values of the one may be values of the other.
 bool areNumbersAlike(meta::Property from, meta::Property to);
 /// Puts the number into a property of another element: at the end of a collection, else in place of what is
 /// there.

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "CarryOverValues.h"
 #include "kr/zero/TextHash.h"
 
 namespace kr::zero::evolution {
@@ -311,12 +312,15 @@ class Drafter {
   void addNumberMatch(std::vector<Match>& matches, std::size_t from, Property old, std::size_t to,
                       Property now) const {
     if (old->getKind() != now->getKind()) return;
-    const bool isSame = isSameType(old->getType(), now->getType());
+    const std::string &before = old->getType()->qualifiedName(), &after = now->getType()->qualifiedName();
+    const std::string number = "same number " + std::to_string(old->getIdentifier());
     const double names = similarity(old->name(), now->name());
-    std::string reason = "same number " + std::to_string(old->getIdentifier());
-    reason +=
-        isSame ? " and same type " + now->getType()->qualifiedName() : ", names alike by " + percent(names);
-    if (isSame || names >= kSimilar) matches.push_back({from, to, 2 + names, std::move(reason)});
+    if (isSameType(old->getType(), now->getType()))
+      matches.push_back({from, to, 3 + names, number + " and same type " + after});
+    else if (areNumbersAlike(old, now))
+      matches.push_back({from, to, 2 + names, number + ", " + before + " to " + after});
+    else if (names >= kSimilar)
+      matches.push_back({from, to, 2 + names, number + ", names alike by " + percent(names)});
   }
 
   void addNameMatch(std::vector<Match>& matches, std::size_t from, Property old, std::size_t to,

@@ -84,7 +84,7 @@ void PlainModel::sweep() {
 bool PlainModel::removeValues(PlainNode& node, const std::string& property,
                               const std::function<bool(const PlainValue&, std::size_t)>& isGone) {
   const auto found = node.slots.find(property);
-  if (found == node.slots.end() || found->second.values.empty()) return false;
+  if (node.isGone || found == node.slots.end() || found->second.values.empty()) return false;
   PlainSlot& slot = found->second;
   std::vector<PlainValue> kept;
   for (std::size_t i = 0; i < slot.values.size(); ++i) {
@@ -101,7 +101,7 @@ bool PlainModel::removeValues(PlainNode& node, const std::string& property,
 }
 
 bool PlainModel::removeSlot(PlainNode& node, const std::string& property) {
-  if (node.slots.count(property) == 0) return false;
+  if (node.isGone || node.slots.count(property) == 0) return false;
   removeValues(node, property, [](const PlainValue&, std::size_t) { return true; });
   node.slots.erase(property);
   return true;

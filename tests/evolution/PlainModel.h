@@ -42,6 +42,8 @@ class PlainModel {
   explicit PlainModel(const Model& model);
 
   std::vector<PlainNode>& nodes() { return nodes_; }
+  // What is gone stays as it is in all of these.
+
   /// Takes values for which `isGone` says so out of a property of a node; without values left it is unset.
   /// What is contained in them goes too.
   /// @return whether there were any.

@@ -57,6 +57,13 @@ TEST(Draft, ASimilarNameAndTheSameTypeComeNext) {
               ElementsAre("shelf.Book.pageCount -> page_count: names alike by 100 % and same type Integer"));
 }
 
+TEST(Draft, TheSameNumberForAWiderTypeIsAReasonToo) {
+  const DraftMap draft =
+      draftOf([](auto& package) { package.classType("Book").property("pages", "Integer16").id(2); },
+              [](auto& package) { package.classType("Book").property("sheets", "Integer").id(2); });
+  EXPECT_THAT(linesOf(draft), ElementsAre("shelf.Book.pages -> sheets: same number 2, Integer16 to Integer"));
+}
+
 TEST(Draft, ANumberThatMeansAnotherSortOfValueIsNoReason) {
   const DraftMap draft =
       draftOf([](auto& package) { package.classType("Book").property("pages", "Integer").id(2); },

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "evolution/CarryTesting.h"
+#include "support/Paths.h"
 
 namespace kr::zero::test {
 
@@ -34,6 +35,15 @@ TEST(ChangeMapFile, WhatIsWrittenIsReadTheSame) {
   EXPECT_EQ(evolution::parseChangeMap(toJson(map)), map);
   EXPECT_EQ(toJson(ChangeMap{.rename = {{"b", "2"}, {"a", "1"}}}),
             "{\n  \"kr0\": 1,\n  \"rename\": {\n    \"a\": \"1\",\n    \"b\": \"2\"\n  }\n}\n");
+}
+
+TEST(ChangeMapFile, TheExampleOfThePageIsOne) {
+  const std::string page = readFile(sourceDir() + "/docs/formats/change-map.md");
+  const std::size_t begin = page.find("```json\n") + 8, end = page.find("```", begin);
+  const ChangeMap map = evolution::parseChangeMap(page.substr(begin, end - begin));
+  EXPECT_EQ(map.rename.at("books.Book.pages"), "sheets");
+  EXPECT_EQ(map.drop.size(), 3u);
+  EXPECT_EQ(map.defaults.at("library.Volume.isbn"), "none");
 }
 
 TEST(ChangeMapFile, WhatIsNoMapIsRefusedInOneSentence) {

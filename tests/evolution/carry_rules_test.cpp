@@ -109,8 +109,25 @@ TEST(CarryRules, ReferencesToWhatIsDroppedGoWithIt) {
   const CarryOverResult result = versions.carry(model, withMap({.drop = {"shelf.Old"}}));
   EXPECT_FALSE(rootsOf(result)[0].isSet("next"));
   EXPECT_THAT(sentencesOf(result.report.losses),
-              ElementsAre("shelf.Old: 2 elements left out, as the map says (/old[1], /old[1]/inside)",
-                          "shelf.Book.next: 1 reference left out with the element (/book[0])"));
+              ElementsAre("shelf.Book.next: 1 reference left out with the element (/book[0])",
+                          "shelf.Old: 2 elements left out, as the map says (/old[1], /old[1]/inside)"));
+}
+
+TEST(CarryRules, WhatIsInADroppedPropertyIsAskedForToo) {
+  const Versions versions(
+      [](auto& package) {
+        package.classType("Box").property("inside", "Box").many().composite();
+        package.classType("Gone").supertype("Box");
+      },
+      [](auto& package) { package.classType("Box").property("inside", "Box").many().composite(); });
+  Model model(versions.before);
+  model.createRoot("shelf.Box").create("inside", "shelf.Gone").create("inside");
+  const CarryOverResult result = versions.carry(model, withMap({.drop = {"shelf.Box.inside"}}));
+  EXPECT_EQ(result.model.size(), 1u);
+  EXPECT_THAT(sentencesOf(result.report.losses),
+              ElementsAre("shelf.Box: 1 element left out with what contains them (/box/inside[0]/inside[0])",
+                          "shelf.Box.inside: 1 element left out, as the map says (/box)",
+                          "shelf.Gone: 1 element left out, there is no shelf.Gone (/box/inside[0])"));
 }
 
 TEST(CarryRules, ADroppedPropertyIsLeftOutThoughItIsThereStill) {
@@ -230,6 +247,8 @@ TEST(CarryRules, WhatMakesNoSenseIsRefused) {
       "doesNotFit: the rule drop \"shelf.Colour\": only classes, properties and literals can be dropped");
   EXPECT_EQ(refusalOfMap({.rename = {{"shelf.Atlas.pages", "folded"}}, .drop = {"shelf.Atlas.pages"}}),
             "doesNotFit: the rule drop \"shelf.Atlas.pages\": another rule says what becomes of it");
+  EXPECT_EQ(refusalOfMap({.rename = {{"shelf.Shelf.items", "things"}}, .drop = {"shelf.Shelf"}}),
+            "doesNotFit: the rule rename \"shelf.Shelf.items\": another rule drops shelf.Shelf");
   EXPECT_EQ(refusalOfMap({.rename = {{"shelf.Book", "shelf.Volume"}}, .drop = {"shelf.Book"}}),
             "doesNotFit: the rule drop \"shelf.Book\": another rule says what becomes of it");
   EXPECT_EQ(refusalOfMap({.literals = {{"shelf.Colour.blue", "azure"}}, .drop = {"shelf.Colour.blue"}}),

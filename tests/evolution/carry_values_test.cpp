@@ -262,6 +262,8 @@ TEST(CarryValues, AnotherDefaultForWhatIsUnsetIsNoticed) {
   const Versions versions(define("1"), define("2"));
   Model model(versions.before);
   model.createRoot("shelf.Thing");
+  EXPECT_THAT(sentencesOf(versions.carry(model).report.notices),
+              ElementsAre("shelf.Thing.value: 1 value unset, and the default is \"2\", not \"1\""));
   model.createRoot("shelf.Thing").set("value", 1);
   EXPECT_THAT(sentencesOf(versions.carry(model).report.notices),
               ElementsAre("shelf.Thing.value: 1 value unset, and the default is \"2\", not \"1\""));

@@ -85,15 +85,29 @@ class Chain {
     noteOrigins();
   }
 
-  /// Makes so many changes. Those that keep one of many values come last, that of references behind that of
-  /// elements: which one stays depends on what went before.
+  /// Makes so many changes. What rules drop goes first: it takes along what later changes would lose. Those
+  /// that keep one of many values come last, that of references behind that of elements: which one stays
+  /// depends on what went before.
   void change(std::size_t count) {
     std::vector<std::size_t> sorts;
     for (; count > 0; --count) sorts.push_back(random_.below(kSorts));
-    std::stable_sort(sorts.begin(), sorts.end(), [](std::size_t a, std::size_t b) {
-      return std::max(a, kManyToSingle - 1) < std::max(b, kManyToSingle - 1);
-    });
+    std::stable_sort(sorts.begin(), sorts.end(),
+                     [](std::size_t a, std::size_t b) { return phaseOf(a) < phaseOf(b); });
     for (const std::size_t sort : sorts) tryToChange(sort);
+  }
+  /// Adds a rule that fills a property where it is unset.
+  void fillSomething(const meta::MetaRegistry& registry) {
+    const auto owned = someProperty([](const Place&, const PropertyDefinition& property) {
+      return isIntegerType(property.type) && isStored(property);
+    });
+    if (!owned) return;
+    const std::string& name = owned->property->name;
+    map_.defaults[owned->owner.name + '.' + name] = "7";
+    for (PlainNode& node : plain_.nodes()) {
+      const meta::StructuredType type(registry.findType(node.type));
+      if (!node.isGone && type->findProperty(name) && node.slots.count(name) == 0)
+        node.slots[name].values.push_back({.text = "7"});
+    }
   }
 
   const Definitions& definitions() const { return definitions_; }
@@ -102,8 +116,9 @@ class Chain {
   bool hasLost() const { return hasLost_; }
 
  private:
-  static constexpr std::size_t kSorts = 18;
+  static constexpr std::size_t kSorts = 20;
   static constexpr std::size_t kManyToSingle = 16;
+  static std::size_t phaseOf(std::size_t sort) { return sort >= 18 ? 0 : sort < kManyToSingle ? 1 : sort; }
 
   // Each name of types, properties and literals occurs once in these meta models.
   void noteOrigins() {
@@ -125,7 +140,7 @@ class Chain {
     const PlainModel plain = plain_;
     const ChangeMap map = map_;
     const auto types = typeOrigins_, members = memberOrigins_;
-    const auto retyped = retyped_, rebounded = rebounded_;
+    const auto retyped = retyped_, rebounded = rebounded_, dropped = dropped_;
     const bool hasLost = hasLost_;
     apply(sort);
     try {
@@ -135,7 +150,7 @@ class Chain {
       plain_ = plain;
       map_ = map;
       typeOrigins_ = types, memberOrigins_ = members;
-      retyped_ = retyped, rebounded_ = rebounded;
+      retyped_ = retyped, rebounded_ = rebounded, dropped_ = dropped;
       hasLost_ = hasLost;
     }
   }
@@ -176,8 +191,12 @@ class Chain {
         return removeLiteral();
       case kManyToSingle:
         return manyToSingle(false);
-      default:
+      case kManyToSingle + 1:
         return manyToSingle(true);
+      case 18:
+        return dropProperty();
+      default:
+        return dropClass();
     }
   }
 
@@ -230,7 +249,10 @@ class Chain {
   // Names.
 
   void renameProperty() {
-    const auto owned = someProperty();
+    // Of what a rule drops nothing is left to rename.
+    const auto owned = someProperty([&](const Place& place, const PropertyDefinition& property) {
+      return dropped_.count(place.name) == 0 && !isDropped(property.name);
+    });
     if (!owned) return;
     const std::string old = owned->property->name, name = freshName("renamed");
     if (!owned->property->opposite.empty()) findProperty(owned->property->opposite)->opposite = name;
@@ -258,6 +280,7 @@ class Chain {
 
   void renameType() {
     const Place place = random_.pick(typesOf(definitions_));
+    if (dropped_.count(place.name) != 0) return;
     const std::string name = freshName("Renamed");
     const std::string qualified = place.name.substr(0, place.name.size() - place.type->name.size()) + name;
     const std::string old = place.name;
@@ -279,6 +302,11 @@ class Chain {
           if (value.unresolved && value.unresolved->targetType == old)
             value.unresolved->targetType = qualified;
     }
+  }
+
+  bool isDropped(const std::string& property) const {
+    return std::any_of(map_.drop.begin(), map_.drop.end(),
+                       [&](const std::string& name) { return name.ends_with('.' + property); });
   }
 
   template <class Visit>
@@ -434,7 +462,7 @@ class Chain {
     if (!removed.opposite.empty()) findProperty(removed.opposite)->opposite.clear();
     std::erase_if(owned->owner.type->properties, [&](const auto& p) { return p.name == removed.name; });
     dropRule(removed.name, map_.rename);
-    for (PlainNode& node : plain_.nodes()) hasLost_ |= !node.isGone && plain_.removeSlot(node, removed.name);
+    for (PlainNode& node : plain_.nodes()) hasLost_ |= plain_.removeSlot(node, removed.name);
   }
 
   void dropRule(const std::string& name, std::map<std::string, std::string>& rules) {
@@ -442,6 +470,28 @@ class Chain {
     if (origin == memberOrigins_.end()) return;
     rules.erase(origin->second);
     memberOrigins_.erase(origin);
+  }
+
+  // What rules take away, though it might stay.
+
+  void dropProperty() {
+    const auto owned = someProperty(
+        [&](const Place& place, const PropertyDefinition&) { return dropped_.count(place.name) == 0; });
+    if (!owned) return;
+    const auto origin = memberOrigins_.find(owned->property->name);
+    if (origin == memberOrigins_.end()) return;
+    map_.drop.insert(origin->second);
+    memberOrigins_.erase(origin);
+    for (PlainNode& node : plain_.nodes()) plain_.removeSlot(node, owned->property->name);
+  }
+
+  void dropClass() {
+    const auto place = someType(Kind::classType);
+    if (!place) return;
+    map_.drop.insert(place->name);
+    dropped_.insert(place->name);
+    for (const PropertyDefinition& property : place->type->properties) memberOrigins_.erase(property.name);
+    plain_.removeNodes([&](const PlainNode& node) { return node.type == place->name; });
   }
 
   void makeAbstract() {
@@ -474,6 +524,7 @@ class Chain {
   std::set<std::string> sharing_;                     // literals that share their number with others
   std::set<std::string> retyped_;
   std::set<std::string> rebounded_;
+  std::set<std::string> dropped_;  // classes
   bool hasLost_ = false;
   std::size_t names_ = 1000;
 };
@@ -493,6 +544,7 @@ void checkChain(std::uint64_t seed, Tally& tally) {
   Chain chain(definitions, model, random);
   chain.change(random.between(1, 10));
   now.add(chain.definitions());
+  if (random.percent(30)) chain.fillSomething(now);
   const Model expected = chain.plain().build(now);
 
   const CarryOverResult result = evolution::carryOver(model, now, allowing(chain.map()));

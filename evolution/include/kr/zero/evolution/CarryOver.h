@@ -5,19 +5,19 @@
 ///     auto [model, report] = kr::zero::evolution::carryOver(old, now);
 ///     std::cout << toText(report);
 ///
-/// | what the meta model says now | what becomes of the value |
-/// |---|---|
-/// | same name and type, or renamed by a rule | kept |
-/// | a number of another type | kept where the very number is one of the new type, else a loss |
-/// | another enumeration, or another literal number | the literal of the same name, or of the rule's |
-/// | text, DateTime or UUID in place of each other | kept where the very text is one of the new type |
-/// | a collection in place of one value | its only value |
-/// | one value in place of a collection | kept where there is one only, else the first, and a loss of the
-/// others | | another class as type of children or references | kept where the element's class fits there,
-/// else a loss | | references in place of children | a loss: the children become roots, and are referred to |
-/// | children in place of references | a loss: elements that would have no other place move there, the first
-///     reference to each counts; other references are left out |
-/// | anything else, or no such property, literal or class | a loss: left out |
+/// What becomes of a value, by what the new meta model says:
+///
+///     same name and type, or a rule's name     it is kept
+///     a number of another type                 kept where the new type has the very number, else lost
+///     other literals, other numbers of them    the literal of the same name or of the rule's, else lost
+///     text, DateTime, UUID for each other      kept where the text is one of the new type, else lost
+///     a collection for one value               its only value
+///     one value for a collection               the first one; all others are lost
+///     another class of children or targets     kept where the element's class fits there, else lost
+///     references for children                  a loss: children become roots that are referred to
+///     children for references                  a loss: what has no other place moves there, to the
+///                                              first that refers to it; other references are left out
+///     anything else, or no such property       lost
 ///
 /// An element's class is that of its old class's name, or of the rule's. An element whose class is gone, is
 /// abstract now or is no class any more is left out with all that it contains, and so are references to it.
