@@ -80,8 +80,8 @@ KR0_ECORE_API std::shared_ptr<const Mapping> describeRegistry(const meta::MetaRe
 /// Packages with all that they refer to.
 struct PackageClosure {
   std::vector<std::string> packageUris;  ///< sorted
-  /// What says them, numbers pinned: the files that they came from, named as they lie beside each other, others
-  /// written from the registry. Packages that this library has built in are in none.
+  /// What says them, numbers pinned: the files that they came from, named as they lie beside each other,
+  /// others written from the registry. Packages that this library has built in are in none.
   std::vector<EcoreFile> files;
 };
 

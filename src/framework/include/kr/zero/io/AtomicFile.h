@@ -32,8 +32,8 @@ class KR0_FRAMEWORK_API AtomicFile {
   std::unique_ptr<Impl> impl_;
 };
 
-/// Makes an Error of the exception that is being handled, as rethrowAsError does; a failure of the system while a
-/// file was written is ErrorCode::unwritable. To be called in a catch block.
+/// Makes an Error of the exception that is being handled, as rethrowAsError does; a failure of the system
+/// while a file was written is ErrorCode::unwritable. To be called in a catch block.
 [[noreturn]] KR0_FRAMEWORK_API void rethrowWriteFailure(const std::string& name);
 
 }  // namespace kr::zero::io
