@@ -4,6 +4,7 @@
 #include "Fingerprint.h"
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/evolution/CarryOver.h"
+#include "kr/zero/io/BinaryFormats.h"
 #include "kr/zero/io/ModelFile.h"
 
 namespace kr::zero::archive {
@@ -20,7 +21,19 @@ namespace {
   }
 }
 
+/// Documents are read by the formats that the process knows; a host may have put others in their place.
+void requireFormats() {
+  static const bool areThere = [] {
+    const std::vector<ustring> known = io::IOFormatProvider::getFormatNames();
+    if (std::find(known.begin(), known.end(), io::IOFormatProvider::FORMAT_BINARY) == known.end())
+      io::registerBinaryFormats();
+    return true;
+  }();
+  static_cast<void>(areThere);
+}
+
 Model readModel(ArchiveReader& reader, const std::string& name, const meta::MetaRegistry& registry) {
+  requireFormats();
   const std::vector<std::uint8_t> document = reader.readDocument();
   const ustring format = reader.getManifest().tagged ? io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN
                                                      : io::IOFormatProvider::FORMAT_BINARY;

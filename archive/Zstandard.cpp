@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Frames.h"
+#include "kr/zero/archive/Archive.h"
 
 namespace kr::zero::archive {
 
@@ -35,6 +36,11 @@ Memory memoryOf(int level) {
   if (level < kFirstThorough) return {20, 18, 17};
   return {19, 17, 18};
 }
+
+// At the default level a large document is searched for matches a little less: 12 % less time for 1 % more
+// bytes.
+constexpr std::size_t kLargeContent = std::size_t{1} << 20;
+constexpr int kDefaultSearchOfLarge = 3;
 
 struct FreeDecompressor {
   void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
@@ -75,7 +81,7 @@ void requireProof(std::string_view head) {
 
 void Compressor::Free::operator()(ZSTD_CCtx_s* context) const { ZSTD_freeCCtx(context); }
 
-Compressor::Compressor(int level) : context_(orBadAlloc(ZSTD_createCCtx())) {
+Compressor::Compressor(int level) : level_(level), context_(orBadAlloc(ZSTD_createCCtx())) {
   const Memory memory = memoryOf(level);
   set(context_.get(), ZSTD_c_compressionLevel, level);
   set(context_.get(), ZSTD_c_checksumFlag, 1);
@@ -89,6 +95,8 @@ void Compressor::compress(std::span<const std::string_view> texts, const TakePie
   for (const std::string_view text : texts) size += text.size();
   ZSTD_CCtx* const context = context_.get();
   require(ZSTD_CCtx_reset(context, ZSTD_reset_session_only));
+  const bool isEased = level_ == kDefaultLevel && size > kLargeContent;
+  set(context, ZSTD_c_searchLog, isEased ? kDefaultSearchOfLarge : kAsTheLevelHasIt);
   require(ZSTD_CCtx_setPledgedSrcSize(context, size));
   std::vector<char> piece(kPiece);
   const auto put = [&](std::string_view text, ZSTD_EndDirective directive) {

@@ -33,6 +33,7 @@ class Compressor {
   struct Free {
     void operator()(ZSTD_CCtx_s* context) const;
   };
+  int level_;
   std::unique_ptr<ZSTD_CCtx_s, Free> context_;
 };
 

@@ -12,6 +12,7 @@
 #include "Limits.h"
 #include "Timing.h"
 #include "kr/zero/archive/Archive.h"
+#include "kr/zero/io/BinaryFormats.h"
 #include "kr/zero/io/ModelFile.h"
 #endif
 
@@ -74,7 +75,7 @@ void compressByGzip(const std::string& from, std::string& to) {
 /// One model in files: an archive, and the direct format.
 class Files {
  public:
-  explicit Files(const LoadedModel& loaded) : loaded_(loaded) {}
+  explicit Files(const LoadedModel& loaded) : loaded_(loaded) { io::registerBinaryFormats(); }
 
   void saveArchive(int level = archive::kDefaultLevel) const {
     archive::saveArchive(loaded_.model, archive_.path(), {.mapping = loaded_.mapping.get(), .level = level});

@@ -55,7 +55,6 @@ std::string saveSmall(const std::string& name) {
 struct Parts {
   std::string metaModel;
   std::vector<std::uint8_t> document;
-  friend bool operator==(const Parts&, const Parts&) = default;
 };
 
 Parts readParts(const std::string& path) {

@@ -10,6 +10,7 @@
 #include "archive/ArchiveTesting.h"
 #include "archive/GoldenArchives.h"
 #include "archive/UnusedBits.h"
+#include "support/Environment.h"
 #include "support/Paths.h"
 
 namespace kr::zero::test {
@@ -20,6 +21,8 @@ using testing::AnyOf;
 using testing::HasSubstr;
 
 constexpr std::size_t kFrameHead = 8;
+// Each bit; with AddressSanitizer, which takes ten times as long, one of seven.
+constexpr std::size_t kEvery = underAddressSanitizer() ? 7 : 1;
 
 std::string writeTo(const std::string& name, const std::string& bytes) {
   const std::string path = temporaryPath(name);
@@ -94,7 +97,7 @@ TEST(GoldenArchive, EveryBitThatTurnsOverIsNoticedOrMeansNothing) {
     const std::set<BitPlace> mayBeHarmless = harmlessBitsOf(golden);
     PatchedFile file("bits-" + golden.name + ".krz", whole);
     std::size_t harmless = 0;
-    for (std::size_t i = 0; i < whole.size() * 8 && !HasFailure(); ++i) {
+    for (std::size_t i = 0; i < whole.size() * 8 && !HasFailure(); i += kEvery) {
       const BitPlace at{i / 8, static_cast<unsigned>(i % 8)};
       SCOPED_TRACE(golden.name + ", byte " + std::to_string(at.byte) + ", bit " + std::to_string(at.bit));
       file.turn(at.byte, at.bit);
@@ -111,8 +114,11 @@ TEST(GoldenArchive, EveryBitThatTurnsOverIsNoticedOrMeansNothing) {
       }
       file.turn(at.byte, at.bit);
     }
-    std::cout << golden.name << ": " << harmless << " of " << whole.size() * 8 << " bits mean nothing\n";
-    EXPECT_GT(harmless, 0u);
+    std::cout << golden.name << ": " << harmless << " of " << whole.size() * 8 / kEvery
+              << " bits mean nothing\n";
+    if (kEvery == 1) {
+      EXPECT_GT(harmless, 0u);
+    }
   }
 }
 

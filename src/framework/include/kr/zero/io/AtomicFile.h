@@ -23,6 +23,7 @@ class KR0_FRAMEWORK_API AtomicFile {
   AtomicFile(const AtomicFile&) = delete;
   AtomicFile& operator=(const AtomicFile&) = delete;
 
+  /// Adds bytes at the end.
   void write(std::string_view bytes);
   /// Synchronises the file to the disk and puts it in its place. Call it once, as the last thing.
   void commit();
