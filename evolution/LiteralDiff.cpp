@@ -109,7 +109,7 @@ Effects fateOf(meta::Enum before, const EnumLiteral& literal, meta::Enum after, 
   return {shownAs(after, after->findByNumber(literal.number), newName),
           shownAs(after, after->findByName(literal.name), newName),
           isTold ? shownAs(after, byText, newName) : Effect::refused,
-          literalNamed(after, literal.name) == nullptr ? Effect::refused : Effect::nothing};
+          shownAs(after, literalNamed(after, literal.name), newName)};
 }
 
 Effects worstFate(meta::Enum before, meta::Enum after) {

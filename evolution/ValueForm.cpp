@@ -34,6 +34,11 @@ Effect readText(const ValueForm& before, const ValueForm& after) noexcept {
   return before.kind == after.kind || after.kind == PropertyKind::text ? Effect::nothing : Effect::refused;
 }
 
+bool isTextual(const ValueForm& form) noexcept {
+  return form.kind == PropertyKind::text || form.kind == PropertyKind::uuid ||
+         form.kind == PropertyKind::dateTime;
+}
+
 /// Where nothing may be explicitly empty any more.
 bool losesEmptiness(const ValueForm& before, const ValueForm& after) noexcept {
   return before.isPrimitive() && before.isOptional && !after.isOptional && !after.isMany;
@@ -94,11 +99,11 @@ Effect readXmi(const ValueForm& before, const ValueForm& after) noexcept {
 
 Effect carryOver(const ValueForm& before, const ValueForm& after) noexcept {
   if (before.isPrimitive() != after.isPrimitive() || (before.isMany && !after.isMany)) return Effect::refused;
-  if (before.kind != after.kind || losesEmptiness(before, after)) return Effect::refused;
-  if (before.kind == PropertyKind::number)
-    return readNumber(before, after, fitsReal(before) ? Effect::nothing : Effect::refused);
-  const bool isText = before.isPrimitive() && before.kind != PropertyKind::enumeration;
-  return isText && before.type != after.type ? Effect::refused : Effect::nothing;
+  if (losesEmptiness(before, after)) return Effect::refused;
+  if (isTextual(before) && isTextual(after)) return readText(before, after);
+  if (before.kind != after.kind) return Effect::refused;
+  if (before.kind != PropertyKind::number) return Effect::nothing;
+  return readNumber(before, after, fitsReal(before) ? Effect::nothing : Effect::refused);
 }
 
 }  // namespace kr::zero::evolution

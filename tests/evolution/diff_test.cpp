@@ -279,7 +279,8 @@ TEST(SchemaDiff, FindsWhatIsDifferentInTheRailwayOfAnotherContest) {
   ASSERT_NE(failure, nullptr);
   EXPECT_EQ(failure->sentence,
             "number 0 was FAILURE and is STOP now: old .krb documents show FAILURE as STOP");
-  const SchemaChange* const diverging = find(changes, ChangeKind::literalRemoved, "railway.Position.DIVERGING");
+  const SchemaChange* const diverging =
+      find(changes, ChangeKind::literalRemoved, "railway.Position.DIVERGING");
   ASSERT_NE(diverging, nullptr);
   EXPECT_EQ(diverging->effects, (Effects{Effect::wrong, Effect::refused, Effect::refused, Effect::refused}));
   EXPECT_NE(find(changes, ChangeKind::typeRemoved, "railway.Region"), nullptr);

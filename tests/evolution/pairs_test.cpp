@@ -10,6 +10,9 @@
 #include "kr/zero/Validate.h"
 #include "kr/zero/ecore/Ecore.h"
 #include "support/Reading.h"
+#if __has_include("kr/zero/evolution/CarryOver.h")
+#include "kr/zero/evolution/CarryOver.h"
+#endif
 #include "support/TaggedReading.h"
 
 namespace kr::zero::test {
@@ -166,6 +169,13 @@ TEST_P(Pairs, XmiDocumentsDoWhatIsSaid) {
 TEST_P(Pairs, ArchivesAreSaidToBeCarriedOverWhereNothingIsLost) {
   EXPECT_EQ(nameOf(predicted().krz), nameOf(GetParam().effects.krz));
 }
+
+#if __has_include("kr/zero/evolution/CarryOver.h")
+TEST_P(Pairs, CarryingOverDoesWhatIsSaidOfArchives) {
+  const Effect effect = effectOf([&] { return std::move(evolution::carryOver(*old_, after_).model); });
+  EXPECT_EQ(nameOf(predicted().krz), nameOf(effect));
+}
+#endif
 
 TEST_P(Pairs, TheChangeIsNamed) {
   const auto all = changes();
