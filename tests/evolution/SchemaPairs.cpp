@@ -198,7 +198,7 @@ void appendTypes(std::vector<SchemaPair>& pairs) {
   add("longNumberMadeReal", "Integer64", "Real", bookWith(kNoReal), {kWrong, kRefused, kWrong, kRefused});
   add("realMadeNumber", "Real", "Integer64", bookWith(0.5), {kWrong, kRefused, kRefused, kRefused});
   add("signDropped", "Integer", "UnlimitedNatural", bookWith(-1), {kWrong, kRefused, kRefused, kRefused});
-  add("booleanMadeNumber", "Boolean", "Integer8", bookWith(true), {kWrong, kRefused, kRefused, kRefused});
+  add("booleanMadeNumber", "Boolean", "Integer8", bookWith(false), {kWrong, kRefused, kRefused, kRefused});
   add("numberMadeBoolean", "Integer8", "Boolean", bookWith(7), {kWrong, kRefused, kRefused, kRefused});
   add("numberMadeText", "Integer", "String", bookWith(300), {kRefused, kRefused, kNothing, kRefused});
   add("textMadeNumber", "String", "Integer", bookWith("many"), kAllRefused);
@@ -299,6 +299,30 @@ void appendContainment(std::vector<SchemaPair>& pairs) {
                    ChangeKind::containmentChanged, subject, kAllRefused});
   pairs.push_back({"referencesMadeChildren", pages(false, -1), pages(true, -1), referred,
                    ChangeKind::containmentChanged, subject, kAllRefused});
+  const auto notes = [](const char* type, bool isAbstract) {
+    return books([=](MetaModelBuilder& builder) {
+      auto& page = builder.classType("Page");
+      if (isAbstract) page.abstractType();
+      page.property("text", "String").id(1);
+      builder.classType("Note").supertype("Page");
+      builder.classType("Book").property("pages", type).id(1).many().composite();
+    });
+  };
+  // XMI leaves the class of such a child to the meta model.
+  pairs.push_back({"childClassWidened",
+                   notes("Note", false),
+                   notes("Page", false),
+                   contained(2),
+                   ChangeKind::propertyTypeChanged,
+                   subject,
+                   {kNothing, kNothing, kWrong, kNothing}});
+  pairs.push_back({"childClassWidenedToAnAbstractOne",
+                   notes("Note", true),
+                   notes("Page", true),
+                   contained(2),
+                   ChangeKind::propertyTypeChanged,
+                   subject,
+                   {kNothing, kNothing, kRefused, kNothing}});
 }
 
 // --- Markers --------------------------------------------------------------------------------------
@@ -341,6 +365,9 @@ void appendMarkers(std::vector<SchemaPair>& pairs) {
   add(
       "defaultChanged", [](auto& p) { p.defaultText("whale"); }, [](auto& p) { p.defaultText("shark"); },
       oneBook([](Element) {}), ChangeKind::defaultChanged, kAllNothing);
+  add(
+      "defaultOfARequiredOneRemoved", [](auto& p) { p.required().defaultText("whale"); },
+      [](auto& p) { p.required(); }, oneBook([](Element) {}), ChangeKind::defaultChanged, kAllIncomplete);
   const auto friends = [](bool areOpposite) {
     return book([=](TypeBuilder& type) {
       auto& before = type.property("prequel", "Book").id(1);
