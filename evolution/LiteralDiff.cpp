@@ -88,7 +88,8 @@ class LiteralDiff {
     if (kind == ChangeKind::literalRenamed) return "it is called " + now->name + " now";
     if (kind == ChangeKind::literalTextChanged)
       return "its text was \"" + literal.text + "\" and is \"" + now->text + "\" now";
-    if (other == nullptr || other == now)
+    const bool isShown = before_->findByNumber(literal.number) == &literal;
+    if (!isShown || other == nullptr || other == now)
       return now == nullptr ? "the literal is gone"
                             : "its number was " + number + " and is " + std::to_string(now->number) + " now";
     return "number " + number + " was " + literal.name + " and is " + other->name + " now";

@@ -70,9 +70,10 @@ Consequences afterReforming(Property before, Property after) {
   const bool isSameType = before->getType()->qualifiedName() == after->getType()->qualifiedName();
   if (isPrimitive && isSameType && before->isOptional() && !after->isMany())
     consequences.refused = "in which it is explicitly empty are refused, and others may lack it";
-  else if (isPrimitive && !before->isMany() && !after->isMany())
+  else if (isPrimitive && before->isMany() == after->isMany())
     consequences.refused = "with values that do not fit are refused";
-  else if (before->getKind() == after->getKind() && before->isMany() == after->isMany())
+  else if (before->getTarget() && after->getTarget() && before->isMany() == after->isMany() &&
+           before->isComposite() == after->isComposite())
     consequences.refused = consequences.refusedDirect = "with elements that do not fit are refused";
   return consequences;
 }

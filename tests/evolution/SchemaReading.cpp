@@ -20,13 +20,12 @@ using evolution::Effects;
 namespace {
 
 using Lines = std::multiset<std::string>;
+const std::map<std::string, std::string> kNone;
 
 /// All that a model shows, by names, in lines that two meta models can share.
 class Shown {
  public:
   Shown(const Model& model, const std::map<std::string, std::string>& renames) : renames_(renames) {
-    for (const ConstElement element : model.elements())
-      positions_.emplace(element.getIndex(), positions_.size() + 1);
     for (const ConstElement element : model.elements()) show(element, placeOf(element) + ": ");
   }
   const Lines& lines() const { return lines_; }
@@ -51,8 +50,12 @@ class Shown {
   }
 
   std::string textOf(ConstElement element, meta::Property property, std::size_t i) const {
-    if (property->isComposite()) return placeOf(element.getElement(property, i));
-    if (property->getTarget()) return placeOf(element.getReference(property, i));
+    if (property->getKind() == meta::PropertyKind::composition)
+      return placeOf(element.getElement(property, i));
+    if (property->getKind() == meta::PropertyKind::association) {
+      const auto unresolved = element.getUnresolved(property, i);
+      return unresolved ? "elsewhere " + unresolved->id2 : placeOf(element.getReference(property, i));
+    }
     const std::string text = element.getTextForm(property, i);
     if (property->getKind() == meta::PropertyKind::enumeration)
       return lastName(newName(property->getType()->qualifiedName() + '.' + text));
@@ -62,6 +65,7 @@ class Shown {
   /// A number is the same in every type that has it, and as a text; the truth values are 1 and 0.
   static std::string canonical(const std::string& text) {
     if (text == "true" || text == "false") return text == "true" ? "1" : "0";
+    if (text == "-0.0" || text == "-0") return "0";  // the one number that the tagged format does not keep
     const bool isWhole = text.find_first_not_of("-0123456789") == std::string::npos;
     double number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -70,8 +74,12 @@ class Shown {
     return {digits, static_cast<std::size_t>(std::snprintf(digits, sizeof digits, "%.20g", number))};
   }
 
-  std::string placeOf(ConstElement element) const {
-    return "element " + std::to_string(positions_.at(element.getIndex()));
+  /// The first one of a collection stands where a single one does.
+  static std::string placeOf(ConstElement element) {
+    constexpr std::string_view kFirst = "[0]";
+    std::string path = element.getPath();
+    for (std::size_t at; (at = path.find(kFirst)) != std::string::npos;) path.erase(at, kFirst.size());
+    return path;
   }
 
   std::string newName(const std::string& name) const {
@@ -81,7 +89,6 @@ class Shown {
   static std::string lastName(const std::string& name) { return name.substr(name.rfind('.') + 1); }
 
   const std::map<std::string, std::string>& renames_;
-  std::map<std::size_t, std::size_t> positions_;
   Lines lines_;
 };
 
@@ -113,16 +120,19 @@ Effects worstOf(const std::vector<evolution::SchemaChange>& changes) {
 }
 
 WrittenModel::WrittenModel(const Model& model, std::map<std::string, std::string> renames)
-    : model_(model),
-      renames_(std::move(renames)),
-      direct_(writeDirect(model)),
-      tagged_(writeTagged(model)),
-      xmi_(ecore::writeXmi(model, *ecore::describeRegistry(model.getRegistry()))) {}
+    : model_(model), renames_(std::move(renames)), direct_(writeDirect(model)), tagged_(writeTagged(model)) {
+  const auto mapping = ecore::describeRegistry(model.getRegistry());
+  try {
+    xmi_ = ecore::writeXmi(model, *mapping);
+  } catch (const Error&) {
+  }
+  withoutChange_ = effectsWith(model.getRegistry());
+}
 
 Effects WrittenModel::effectsWith(const meta::MetaRegistry& registry) const {
   const auto effectOf = [&](const std::function<Model()>& read) {
     try {
-      return effectOn(model_, read(), renames_);
+      return effectOn(model_, read(), &registry == &model_.getRegistry() ? kNone : renames_);
     } catch (const std::exception&) {
       return Effect::refused;
     }
@@ -136,7 +146,12 @@ Effects WrittenModel::effectsWith(const meta::MetaRegistry& registry) const {
     const auto parser = makeTaggedParser(registry);
     return taken(*parser, parser->parse(io::ParsingInput::fromString(tagged_)));
   });
-  effects.xmi = effectOf([&] { return ecore::readXmi(xmi_, "old.xmi", *ecore::describeRegistry(registry)); });
+  if (!xmi_.empty())
+    effects.xmi =
+        effectOf([&] { return ecore::readXmi(xmi_, "old.xmi", *ecore::describeRegistry(registry)); });
+  // What a format does not keep in the first place is no effect of a change.
+  for (auto member : {&Effects::krb, &Effects::krt, &Effects::xmi})
+    if (withoutChange_.*member != Effect::nothing) effects.*member = Effect::nothing;
   return effects;
 }
 

@@ -35,7 +35,8 @@ class WrittenModel {
   const std::map<std::string, std::string> renames_;
   Bytes direct_;
   std::string tagged_;
-  std::string xmi_;
+  std::string xmi_;  // empty where XMI cannot say what the model says
+  evolution::Effects withoutChange_;
 };
 
 }  // namespace kr::zero::test
