@@ -88,7 +88,8 @@ class LiteralDiff {
     if (kind == ChangeKind::literalRenamed) return "it is called " + now->name + " now";
     if (kind == ChangeKind::literalTextChanged)
       return "its text was \"" + literal.text + "\" and is \"" + now->text + "\" now";
-    if (other == nullptr || other == now)
+    const bool isShown = before_->findByNumber(literal.number) == &literal;
+    if (!isShown || other == nullptr || other == now)
       return now == nullptr ? "the literal is gone"
                             : "its number was " + number + " and is " + std::to_string(now->number) + " now";
     return "number " + number + " was " + literal.name + " and is " + other->name + " now";
@@ -109,7 +110,7 @@ Effects fateOf(meta::Enum before, const EnumLiteral& literal, meta::Enum after, 
   return {shownAs(after, after->findByNumber(literal.number), newName),
           shownAs(after, after->findByName(literal.name), newName),
           isTold ? shownAs(after, byText, newName) : Effect::refused,
-          literalNamed(after, literal.name) == nullptr ? Effect::refused : Effect::nothing};
+          shownAs(after, literalNamed(after, literal.name), newName)};
 }
 
 Effects worstFate(meta::Enum before, meta::Enum after) {

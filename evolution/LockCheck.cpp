@@ -166,11 +166,18 @@ class Check {
       reportGone(subject, *was.property, named);
   }
 
+  /// Bytes that are taken for others are refused, unless they happen to be what is expected.
+  static std::string refused(const LockedProperty& was, Property now) {
+    const ValueForm before = formOf(was);
+    const ValueForm after = formOf(now);
+    const bool isMisread = !haveSameFrame(before, after) || before.width() != after.width();
+    return "with " + was.name + " are refused" + (isMisread ? ", or show nonsense" : "");
+  }
+
   void reportReused(const std::string& subject, const LockedProperty& was, Property now) {
     const bool isRead = now->isStored() && readDirect(formOf(was), formOf(now)) != Effect::refused;
-    error(subject,
-          "was " + was.name + " and is " + now->name() + " now: old .krb documents " +
-              (isRead ? "show " + was.name + " as " + now->name() : "with " + was.name + " are refused"));
+    error(subject, "was " + was.name + " and is " + now->name() + " now: old .krb documents " +
+                       (isRead ? "show " + was.name + " as " + now->name() : refused(was, now)));
   }
 
   void reportGone(const std::string& subject, const LockedProperty& was, Property named) {
@@ -189,7 +196,7 @@ class Check {
     if (effect == Effect::nothing) return;
     error(subject, "(" + was.name + ") was " + describe(was) + kindIn(was, is) + " and is " + describe(is) +
                        kindIn(is, was) + " now: old .krb documents " +
-                       (effect == Effect::wrong ? "show other values" : "with " + was.name + " are refused"));
+                       (effect == Effect::wrong ? "show other values" : refused(was, now)));
   }
 
   /// Told only where it is what changed.

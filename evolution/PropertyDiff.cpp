@@ -41,22 +41,93 @@ std::string boundsOf(Property property) {
   return std::to_string(property->getLower()) + ".." + upper;
 }
 
+/// Bytes that are taken for others are refused, unless they happen to be what is expected.
+constexpr const char* kMisread = "that use it are refused, or show nonsense where their bytes happen to fit";
+
+bool isMisread(Property before, Property after) {
+  const ValueForm from = formOf(before);
+  const ValueForm into = formOf(after);
+  return !haveSameFrame(from, into) || from.width() != into.width();
+}
+
+std::string shownText(Property before, Property after) {
+  if (before->isComposite() && after->isComposite())
+    return "children whose class they leave to the meta model as " + after->getType()->qualifiedName();
+  if (before->getTarget()) return "the places of what it refers to as texts";
+  if (before->getKind() == PropertyKind::text && !before->isMany() && after->isMany())
+    return "each word of a text as a value of its own";
+  return "its values as values of " + after->getType()->qualifiedName();
+}
+
 /// What follows where values are read as those of another form.
 Consequences afterReforming(Property before, Property after) {
-  const bool fallsApart = !before->isMany() && after->isMany();
   Consequences consequences;
-  consequences.shown = fallsApart ? "each word of a text as a value of its own"
-                                  : "its values as values of " + after->getType()->qualifiedName();
+  consequences.shown = shownText(before, after);
   consequences.lacking = "may have fewer or more values than is asked for now";
-  const bool isOnlyTighter = before->getType()->qualifiedName() == after->getType()->qualifiedName() &&
-                             before->isOptional() && !after->isMany();
+  if (isMisread(before, after)) consequences.refusedDirect = kMisread;
   if (after->isTransient()) return consequences;
-  if (isOnlyTighter && meta::isPrimitive(before->getKind()))
+  const bool isPrimitive = meta::isPrimitive(before->getKind());
+  const bool isSameType = before->getType()->qualifiedName() == after->getType()->qualifiedName();
+  if (isPrimitive && isSameType && before->isOptional() && !after->isMany())
     consequences.refused = "in which it is explicitly empty are refused, and others may lack it";
-  else if (meta::isPrimitive(before->getKind()) && !before->isMany() && !after->isMany())
+  else if (isPrimitive && before->isMany() == after->isMany())
     consequences.refused = "with values that do not fit are refused";
-  else if (before->getKind() == after->getKind() && before->isMany() == after->isMany())
+  else if (before->getTarget() && after->getTarget() && before->isMany() == after->isMany() &&
+           before->isComposite() == after->isComposite())
     consequences.refused = consequences.refusedDirect = "with elements that do not fit are refused";
+  return consequences;
+}
+
+/// A marker as it was and is, and the change in words.
+struct Words {
+  std::string before;
+  std::string after;
+  std::string happened;
+};
+
+Words wordsOfOrder(bool isOrdered) {
+  if (isOrdered) return {"unordered", "ordered", "the order of its values has a meaning now"};
+  return {"ordered", "unordered", "the order of its values has no meaning now"};
+}
+
+Words wordsOfUniqueness(bool isUnique) {
+  if (isUnique) return {"not unique", "unique", "a value may occur once only now"};
+  return {"unique", "not unique", "a value may occur more than once now"};
+}
+
+Words wordsOfDefaults(Property before, Property after) {
+  const auto text = [](Property property) {
+    const auto& given = property->getDefaultText();
+    return given ? '"' + *given + '"' : std::string("none");
+  };
+  return {text(before), text(after),
+          "its default, which is what unset values show, was " + text(before) + " and is " + text(after) +
+              " now"};
+}
+
+std::string nameOfOpposite(Property property) {
+  const Property opposite = property->getOpposite();
+  return opposite ? opposite->name() : std::string();
+}
+
+Words wordsOfOpposites(Property before, Property after) {
+  const std::string now = nameOfOpposite(after);
+  return {nameOfOpposite(before), now,
+          now.empty() ? "it has no opposite now" : "its opposite is " + now + " now"};
+}
+
+/// Whether what it refers to has to refer back.
+bool mustBeReferredTo(Property property) {
+  const Property opposite = property->getOpposite();
+  return opposite && opposite->isStored() && property->getKind() == PropertyKind::association;
+}
+
+/// What follows where a number is another property's now.
+Consequences afterReuse(Property before, Property taker) {
+  Consequences consequences;
+  if (!taker) return consequences;
+  consequences.shown = before->name() + " as " + taker->name();
+  if (isMisread(before, taker)) consequences.refusedDirect = kMisread;
   return consequences;
 }
 
@@ -106,6 +177,7 @@ void PropertyDiff::refine(Effects& effects, Property before, Property after) {
     case PropertyKind::composition:
     case PropertyKind::association:
       if (!targetFits(before, after)) effects = kRefused;
+      if (before->isComposite()) refineImplied(effects.xmi, before, after);
       return;
     case PropertyKind::datatype:
       // The parts have numbers and names of their own, and may well be there.
@@ -113,6 +185,12 @@ void PropertyDiff::refine(Effects& effects, Property before, Property after) {
     default:
       return;
   }
+}
+
+/// XMI says the class of a child only where it is not that of the property.
+void PropertyDiff::refineImplied(Effect& effect, Property before, Property after) {
+  if (before->getTarget()->isAbstract()) return;
+  effect = after->getTarget()->isAbstract() ? Effect::refused : Effect::wrong;
 }
 
 Effects PropertyDiff::readAs(Property before, Property after) {
@@ -148,16 +226,15 @@ void PropertyDiff::reportGone(const PropertyFate& fate, const std::string& subje
   report({ChangeKind::numberReused, subject, describe(fate.before), describe(fate.numbered), effects,
           tell("number " + numberText(fate.before) + " was " + fate.before->name() + " and is " +
                    fate.numbered->name() + " now",
-               effects, {fate.before->name() + " as " + fate.numbered->name()})});
+               effects, afterReuse(fate.before, fate.numbered))});
 }
 
 void PropertyDiff::reportUnstored(const PropertyFate& fate, const std::string& subject,
                                   const Report& report) {
   Effects effects = kRefused;
   if (fate.numbered) effects.krb = readAsAnother(fate.before, fate.numbered);
-  const std::string taker = fate.numbered ? fate.numbered->name() : std::string();
   report({ChangeKind::storageChanged, subject, describe(fate.before), describe(fate.named), effects,
-          tell("it has no stored value now", effects, {fate.before->name() + " as " + taker})});
+          tell("it has no stored value now", effects, afterReuse(fate.before, fate.numbered))});
 }
 
 void PropertyDiff::compareNumbers(const PropertyFate& fate, const std::string& subject,
@@ -173,14 +250,12 @@ void PropertyDiff::compareNumbers(const PropertyFate& fate, const std::string& s
   Effects effects{Effect::refused, Effect::nothing, Effect::nothing, Effect::nothing};
   std::string happened =
       "its number was " + numberText(before) + " and is " + numberText(fate.named) + " now";
-  std::string shown;
   if (fate.numbered) {
     effects.krb = readAsAnother(before, fate.numbered);
     happened += ", and number " + numberText(before) + " is " + fate.numbered->name();
-    shown = before->name() + " as " + fate.numbered->name();
   }
   report({ChangeKind::propertyRenumbered, subject, describe(before), describe(fate.named), effects,
-          tell(happened, effects, {shown})});
+          tell(happened, effects, afterReuse(before, fate.numbered))});
 }
 
 /// Type, bounds and containment. A direct document goes by the number, so they count there if that is the
@@ -218,44 +293,24 @@ void PropertyDiff::compareForms(const PropertyFate& fate, const std::string& sub
 /// What readers do not look at.
 void PropertyDiff::compareMarkers(const PropertyFate& fate, const std::string& subject,
                                   const Report& report) {
+  const auto add = [&](ChangeKind kind, const Words& words, const Effects& effects, const char* lacking) {
+    report({kind, subject, words.before, words.after, effects,
+            tell(words.happened, effects, {.shown = {}, .lacking = lacking})});
+  };
   const Property before = fate.before;
   const Property after = fate.named;
-  const auto add = [&](ChangeKind kind, const std::string& was, const std::string& is,
-                       const std::string& happened, const Effects& effects, const std::string& lacking) {
-    report({kind, subject, was, is, effects, tell(happened, effects, {{}, lacking})});
-  };
-  if (before->isMany() && after->isMany()) {
-    if (before->isOrdered() != after->isOrdered())
-      add(ChangeKind::orderedChanged, before->isOrdered() ? "ordered" : "unordered",
-          after->isOrdered() ? "ordered" : "unordered",
-          after->isOrdered() ? "its order has a meaning now" : "its order has no meaning now", {}, {});
-    if (before->isUnique() != after->isUnique())
-      add(ChangeKind::uniqueChanged, before->isUnique() ? "unique" : "not unique",
-          after->isUnique() ? "unique" : "not unique",
-          after->isUnique() ? "a value may occur once only now" : "a value may occur more than once now",
-          after->isUnique() ? kIncomplete : Effects{}, "may hold a value twice");
-  }
-  if (before->getDefaultText() != after->getDefaultText()) {
-    const auto text = [](Property property) {
-      const auto& given = property->getDefaultText();
-      return given ? '"' + *given + '"' : std::string("none");
-    };
-    add(ChangeKind::defaultChanged, text(before), text(after),
-        "its default was " + text(before) + " and is " + text(after) +
-            " now, which is what unset values show",
-        {}, {});
-  }
-  const auto otherEnd = [](Property property) {
-    const Property opposite = property->getOpposite();
-    return opposite ? opposite->name() : std::string();
-  };
-  if (otherEnd(before) != otherEnd(after)) {
-    const Property opposite = after->getOpposite();
-    const bool mustRefer = opposite && opposite->isStored() && after->getKind() == PropertyKind::association;
-    add(ChangeKind::oppositeChanged, otherEnd(before), otherEnd(after),
-        opposite ? "its opposite is " + opposite->name() + " now" : "it has no opposite now",
-        mustRefer ? kIncomplete : Effects{}, "may refer in one direction only");
-  }
+  if (before->isMany() && after->isMany() && before->isOrdered() != after->isOrdered())
+    add(ChangeKind::orderedChanged, wordsOfOrder(after->isOrdered()), {}, "");
+  if (before->isMany() && after->isMany() && before->isUnique() != after->isUnique())
+    add(ChangeKind::uniqueChanged, wordsOfUniqueness(after->isUnique()),
+        after->isUnique() ? kIncomplete : Effects{}, "may hold a value twice");
+  if (before->getDefaultText() != after->getDefaultText())
+    add(ChangeKind::defaultChanged, wordsOfDefaults(before, after),
+        after->getLower() > 0 && !after->getDefaultText() ? kIncomplete : Effects{},
+        "may lack it, and it is required");
+  if (nameOfOpposite(before) != nameOfOpposite(after))
+    add(ChangeKind::oppositeChanged, wordsOfOpposites(before, after),
+        mustBeReferredTo(after) ? kIncomplete : Effects{}, "may refer in one direction only");
 }
 
 }  // namespace kr::zero::evolution

@@ -39,6 +39,7 @@ class PropertyDiff {
   /// The effect on a direct document where a number is another property's now.
   Effect readAsAnother(meta::Property before, meta::Property after);
   void refine(Effects& effects, meta::Property before, meta::Property after);
+  static void refineImplied(Effect& effect, meta::Property before, meta::Property after);
   const Effects& literalsReadAs(meta::Type before, meta::Type after);
   bool holdSameType(meta::Property before, meta::Property after) const;
   bool targetFits(meta::Property before, meta::Property after) const;

@@ -34,6 +34,11 @@ Effect readText(const ValueForm& before, const ValueForm& after) noexcept {
   return before.kind == after.kind || after.kind == PropertyKind::text ? Effect::nothing : Effect::refused;
 }
 
+bool isTextual(const ValueForm& form) noexcept {
+  return form.kind == PropertyKind::text || form.kind == PropertyKind::uuid ||
+         form.kind == PropertyKind::dateTime;
+}
+
 /// Where nothing may be explicitly empty any more.
 bool losesEmptiness(const ValueForm& before, const ValueForm& after) noexcept {
   return before.isPrimitive() && before.isOptional && !after.isOptional && !after.isMany;
@@ -78,15 +83,22 @@ Effect readTagged(const ValueForm& before, const ValueForm& after) noexcept {
 }
 
 Effect readXmi(const ValueForm& before, const ValueForm& after) noexcept {
-  if (before.isPrimitive() != after.isPrimitive() || (before.isMany && !after.isMany)) return Effect::refused;
-  if (!before.isPrimitive()) return before.kind == after.kind ? Effect::nothing : Effect::refused;
-  Effect effect = Effect::nothing;
+  // References stand in an attribute, and any attribute is a text. An empty text is an empty element, as a
+  // child is.
+  if (before.kind == PropertyKind::association && after.kind == PropertyKind::text) return Effect::wrong;
+  if (before.kind == PropertyKind::text && before.isMany && after.kind == PropertyKind::composition)
+    return Effect::wrong;
+  const bool isCut = before.isMany && !after.isMany;
+  if (!before.isPrimitive() || !after.isPrimitive())
+    return before.kind == after.kind && !isCut ? Effect::nothing : Effect::refused;
+  Effect effect = isCut ? Effect::refused : Effect::nothing;
+  if (before.isOptional && !after.isOptional) effect = Effect::refused;  // xsi:nil
   if (after.kind != PropertyKind::text) {
     const bool areNumbers = before.kind == PropertyKind::number && after.kind == PropertyKind::number;
-    effect = areNumbers ? readNumber(before, after, fitsReal(before) ? Effect::nothing : Effect::wrong)
-                        : readText(before, after);
+    effect = std::max(
+        effect, areNumbers ? readNumber(before, after, fitsReal(before) ? Effect::nothing : Effect::wrong)
+                           : readText(before, after));
   }
-  if (before.isOptional && !after.isOptional) effect = std::max(effect, Effect::refused);  // xsi:nil
   // A single value stands in an attribute, and blanks in an attribute divide the values of a collection.
   const bool fallsApart = !before.isMany && after.isMany && before.kind == PropertyKind::text;
   return fallsApart ? Effect::wrong : effect;
@@ -94,11 +106,11 @@ Effect readXmi(const ValueForm& before, const ValueForm& after) noexcept {
 
 Effect carryOver(const ValueForm& before, const ValueForm& after) noexcept {
   if (before.isPrimitive() != after.isPrimitive() || (before.isMany && !after.isMany)) return Effect::refused;
-  if (before.kind != after.kind || losesEmptiness(before, after)) return Effect::refused;
-  if (before.kind == PropertyKind::number)
-    return readNumber(before, after, fitsReal(before) ? Effect::nothing : Effect::refused);
-  const bool isText = before.isPrimitive() && before.kind != PropertyKind::enumeration;
-  return isText && before.type != after.type ? Effect::refused : Effect::nothing;
+  if (losesEmptiness(before, after)) return Effect::refused;
+  if (isTextual(before) && isTextual(after)) return readText(before, after);
+  if (before.kind != after.kind) return Effect::refused;
+  if (before.kind != PropertyKind::number) return Effect::nothing;
+  return readNumber(before, after, fitsReal(before) ? Effect::nothing : Effect::refused);
 }
 
 }  // namespace kr::zero::evolution

@@ -260,11 +260,11 @@ TEST(Lock, TellsValuesThatAreShownWrongFromValuesThatAreRefused) {
       findings(pages("Integer", 1), pages("Integer64", 1)),
       ElementsAre(
           "error: books.Book 1 (pages) was Integer 1..1 and is Integer64 1..1 now: old .krb documents "
-          "with pages are refused"));
+          "with pages are refused, or show nonsense"));
   EXPECT_THAT(
       findings(pages("Integer", 1), pages("Integer", 0)),
       ElementsAre("error: books.Book 1 (pages) was Integer 1..1 and is Integer 0..1 now: old .krb documents "
-                  "with pages are refused"));
+                  "with pages are refused, or show nonsense"));
 }
 
 TEST(Lock, TakesInWhatIsAcceptedAndIsContentAfterwards) {

@@ -25,8 +25,11 @@ enum class Effect : std::uint8_t {
   nothing,     ///< it reads as before
   incomplete,  ///< it reads, and then lacks a value or breaks a bound of the new meta model, as validate()
                ///< finds
-  refused,     ///< it cannot be read
-  wrong        ///< it reads, and shows something that nobody wrote
+  /// It cannot be read. A direct document whose bytes are taken for others, as after a change of width or
+  /// bounds, counts as such: it is refused unless these happen to be what is expected, and then shows
+  /// nonsense.
+  refused,
+  wrong  ///< it reads, and shows something that nobody wrote
 };
 
 /// How a document is written.
@@ -115,7 +118,9 @@ struct CompareOptions {
 /// what is
 ///   new. Empty where documents cannot tell the two apart.
 ///
-/// Takes time in proportion to the properties that all classes list. Threads: as MetaRegistry for reading.
+/// Not told: what lies in names that only XML has, and texts of more digits than a real number has that are
+/// read as one. Takes time in proportion to the properties that all classes list. Threads: as MetaRegistry
+/// for reading.
 /// @throws std::bad_alloc and nothing else.
 KR0_EVOLUTION_API std::vector<SchemaChange> compareSchemas(const meta::MetaRegistry& before,
                                                            const meta::MetaRegistry& after,

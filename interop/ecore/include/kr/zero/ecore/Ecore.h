@@ -69,7 +69,7 @@ KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<st
 /// A meta model's file in memory.
 struct EcoreFile {
   std::string name;  ///< a path by which others refer to it; '/' between folders
-  std::string text;  ///< its content
+  std::string text;  ///< the .ecore document
 };
 
 /// The same for files in memory.
