@@ -17,13 +17,16 @@ class Faults {
   explicit Faults(std::string document) : document_(std::move(document)) {}
 
   /// Does something with a part.
-  /// @return whether that went well; otherwise the Error is noted, and any other exception passes.
+  /// @return whether that went well; otherwise the Error is noted. One that says nothing of the part (there
+  /// is a
+  ///   limit or no memory) passes, and so does any other exception.
   template <class Work>
   bool attempt(Work work) {
     try {
       work();
       return true;
     } catch (const Error& error) {
+      if (error.getCode() == ErrorCode::overLimit || error.getCode() == ErrorCode::outOfMemory) throw;
       note(error);
       return false;
     }

@@ -51,10 +51,16 @@ CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
       ->type_name("META.ecore");
 }
 
+std::string refuseNegative(std::string number) {
+  if (number.starts_with('-')) throw CLI::ValidationError("it cannot be negative");
+  return number;
+}
+
 void addLimit(CLI::App& verb, std::uint64_t& limit) {
   verb.add_option("--limit", limit, "How much what is compressed may unpack to; 4G unless given")
       ->type_name("BYTES")
-      ->transform(CLI::AsSizeValue(false));
+      ->transform(CLI::AsSizeValue(false))
+      ->transform(refuseNegative, "");  // runs before the one above, which would take it for a large number
 }
 
 void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what) {

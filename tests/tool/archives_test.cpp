@@ -224,6 +224,12 @@ TEST(Archives, UnpackToNoMoreThanTheLimit) {
   EXPECT_EQ(outOf({"cat", libraryKrz(), "--limit", "1M"}), outOf({"cat", libraryKrz()}));
 }
 
+TEST(Archives, ALimitSaysNothingOfWholeness) {
+  const Ended ended = kr0({"info", libraryKrz(), "--limit", "4K"});
+  expectRefused(ended, HasSubstr("--limit allows more"));
+  EXPECT_EQ(ended.out, "");
+}
+
 TEST(Archives, MoreThanFourGigabytesTakeALimitOfTheCaller) {
   const std::string path = fileWith("a.krz", withManifest(libraryArchive(), [](Json& manifest) {
                                       manifest["document"]["bytes"] = (std::uint64_t{4} << 30) + 1;

@@ -34,6 +34,7 @@ TEST(Call, WrongCallsEndWithTwoAndOneSentence) {
   expectWrongCall({"convert", libraryXmi(), "a.krb", "-m", libraryEcore(), "--level", "3"}, "--level");
   expectWrongCall({"convert", libraryXmi(), "a.krb", "-m", libraryEcore(), "--tagged"}, "--tagged");
   expectWrongCall({"info", libraryXmi(), "--limit", "much"}, "--limit");
+  expectWrongCall({"info", libraryXmi(), "--limit", "-5"}, "--limit");
   expectWrongCall({"schema"}, "schema show");
   expectWrongCall({"schema", "polish"}, "polish");
   expectWrongCall({"schema", "show"}, "META");
