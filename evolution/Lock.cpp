@@ -1,8 +1,11 @@
 #include "kr/zero/evolution/Lock.h"
 
 #include <algorithm>
+#include <map>
+#include <set>
 
 #include "LockContents.h"
+#include "LockMeanings.h"
 
 namespace kr::zero::evolution {
 
@@ -22,14 +25,41 @@ void updateLiterals(meta::Enum type, LockedType& locked) {
 void updateNumbers(meta::StructuredType type, LockedType& locked) {
   for (auto& [number, property] : locked.numbers) property.isRetired = true;
   for (const meta::Property property : type->getAllProperties()) {
-    const std::uint32_t number = property->getIdentifier();
-    const bool isOwn = property->getOwner() == type;
-    if (isOwn && property->isWritten()) {
-      locked.numbers[number] = lockedFormOf(property);
-    } else if (const auto old = locked.numbers.find(number); old != locked.numbers.end()) {
-      if (old->second.name != property->name()) locked.numbers.erase(old);
-    }
+    if (property->getOwner() == type && property->isStored())
+      locked.numbers[property->getIdentifier()] = lockedFormOf(property);
+    else
+      locked.numbers.erase(property->getIdentifier());
   }
+}
+
+/// A class that lost a supertype, with all that its elements had from it.
+struct Orphan {
+  std::string uri;
+  std::string name;
+  std::map<std::uint32_t, LockedProperty> numbers;
+};
+
+bool losesSupertype(const LockedType& locked, meta::Class now) {
+  std::set<std::string> names;
+  for (const meta::Class above : now->getSupertypes()) names.insert(above->qualifiedName());
+  return !std::includes(names.begin(), names.end(), locked.supertypes.begin(), locked.supertypes.end());
+}
+
+std::vector<Orphan> findOrphans(const Lock::Contents& contents, const meta::MetaRegistry& registry) {
+  std::map<std::pair<std::string, std::string>, meta::Class> classes;
+  for (const meta::PackageInfo& package : registry.getPackages())
+    for (const meta::Type type : package.types)
+      if (meta::Class(type)) classes.emplace(std::pair(package.uri, type->name()), meta::Class(type));
+  std::vector<Orphan> orphans;
+  LockMeanings meanings(contents);
+  for (std::size_t i = 0; i < meanings.types().size(); ++i) {
+    const LockMeanings::Type& type = meanings.types()[i];
+    const auto now = classes.find({*type.uri, *type.name});
+    if (now == classes.end() || !losesSupertype(*type.locked, now->second)) continue;
+    Orphan& orphan = orphans.emplace_back(Orphan{*type.uri, *type.name, {}});
+    for (const Meaning& meaning : meanings.of(i)) orphan.numbers.emplace(meaning.number, *meaning.property);
+  }
+  return orphans;
 }
 
 void updateType(meta::Type type, LockedType& locked) {
@@ -37,6 +67,7 @@ void updateType(meta::Type type, LockedType& locked) {
   if (kind != locked.kind) locked = {};
   locked.kind = kind;
   locked.isRetired = false;
+  locked.supertypes.clear();
   if (const meta::Class cls(type); cls)
     for (const meta::Class above : cls->getSupertypes()) locked.supertypes.insert(above->qualifiedName());
   if (const meta::Enum enumeration(type); enumeration) updateLiterals(enumeration, locked);
@@ -96,6 +127,8 @@ Lock Lock::parse(std::string_view text, std::string_view name) {
 std::string Lock::write() const { return toText(*contents_); }
 
 void Lock::update(const meta::MetaRegistry& registry) {
+  for (Orphan& orphan : findOrphans(*contents_, registry))
+    contents_->packages[orphan.uri].types[orphan.name].numbers.merge(orphan.numbers);
   for (const meta::PackageInfo& package : registry.getPackages()) {
     LockedPackage& locked = contents_->packages[package.uri];
     locked.name = package.qualifiedName;

@@ -1,11 +1,12 @@
 // Holds what numbers mean now against what they meant.
 
 #include <algorithm>
+#include <map>
+#include <set>
 #include <tuple>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "LockContents.h"
+#include "LockMeanings.h"
 
 namespace kr::zero::evolution {
 
@@ -14,41 +15,22 @@ namespace {
 using meta::Property;
 using meta::StructuredType;
 
-/// What a number means in a type.
-struct Meaning {
-  std::uint32_t number;
-  const LockedProperty* property;
-  const std::string* owner;  ///< qualified name of the type that says so
-};
-/// All of a type, inherited ones included, by number.
-using Meanings = std::vector<Meaning>;
-
-/// A type of the lock.
-struct KnownType {
-  const LockedType* locked;
-  std::string name;  ///< qualified
-  meta::Type now;    ///< empty: gone
-  std::shared_ptr<const Meanings> meanings = {};
-  bool isOpen = false;  ///< its supertypes are being looked at
-};
-
 class Check {
  public:
   Check(const Lock::Contents& contents, const meta::MetaRegistry& registry)
-      : contents_(contents), registry_(registry) {}
+      : contents_(contents), registry_(registry), meanings_(contents) {}
 
   std::vector<LockFinding> run() {
     collect();
     for (const auto& [uri, package] : contents_.packages)
       if (!registry_.hasPackage(uri))
         notice(uri, "the package " + package.name + " is locked and not among the meta models");
-    for (KnownType& type : types_) checkType(type);
+    for (std::size_t type = 0; type < now_.size(); ++type) checkType(type);
     for (const meta::PackageInfo& package : registry_.getPackages()) noticeNew(package);
     return std::move(findings_);
   }
 
  private:
-  static constexpr std::size_t kMostMeanings = std::size_t{4} * 1024 * 1024;
   using Seen = std::tuple<const LockedProperty*, const void*, const void*>;
 
   void error(const std::string& subject, std::string sentence) {
@@ -58,88 +40,34 @@ class Check {
     findings_.push_back({false, subject, std::move(sentence)});
   }
 
-  // --- What there is ---------------------------------------------------------------------------
-
+  /// The types of the registry, in the order of the lock's; empty: gone.
   void collect() {
     std::map<std::pair<std::string, std::string>, meta::Type> now;
     for (const meta::PackageInfo& package : registry_.getPackages())
       for (const meta::Type type : package.types) now.emplace(std::pair(package.uri, type->name()), type);
-    for (const auto& [uri, package] : contents_.packages)
-      for (const auto& [name, type] : package.types) {
-        const auto found = now.find({uri, name});
-        types_.push_back(
-            {&type, package.name + '.' + name, found == now.end() ? meta::Type() : found->second});
-        isGiven_.push_back(registry_.hasPackage(uri));
-      }
-    for (std::size_t i = 0; i < types_.size(); ++i) byName_.emplace(types_[i].name, i);
-  }
-
-  /// Supertypes first. Where they come in a circle, which no meta model has, the circle is cut.
-  const Meanings& meaningsOf(std::size_t index) {
-    std::vector<std::size_t> open{index};
-    while (!open.empty()) {
-      KnownType& type = types_[open.back()];
-      if (type.meanings == nullptr && !type.isOpen) {
-        type.isOpen = true;
-        for (const std::string& above : type.locked->supertypes)
-          if (const auto found = byName_.find(above); found != byName_.end() &&
-                                                      types_[found->second].meanings == nullptr &&
-                                                      !types_[found->second].isOpen)
-            open.push_back(found->second);
-        continue;
-      }
-      if (type.meanings == nullptr) type.meanings = merge(type);
-      open.pop_back();
+    for (const LockMeanings::Type& type : meanings_.types()) {
+      const auto found = now.find({*type.uri, *type.name});
+      now_.push_back(found == now.end() ? meta::Type() : found->second);
     }
-    return *types_[index].meanings;
-  }
-
-  std::shared_ptr<const Meanings> merge(const KnownType& type) {
-    std::vector<std::shared_ptr<const Meanings>> inherited;
-    for (const std::string& above : type.locked->supertypes)
-      if (const auto found = byName_.find(above);
-          found != byName_.end() && types_[found->second].meanings != nullptr)
-        inherited.push_back(types_[found->second].meanings);
-    if (type.locked->numbers.empty() && inherited.size() == 1) return inherited.front();
-    auto meanings = std::make_shared<Meanings>();
-    for (const auto& [number, property] : type.locked->numbers)
-      meanings->push_back({number, &property, &type.name});
-    for (const auto& above : inherited) meanings->insert(meanings->end(), above->begin(), above->end());
-    if ((total_ += meanings->size()) > kMostMeanings)
-      throw Error(ErrorCode::overLimit, "the classes of the lock inherit too many numbers together");
-    keepFirst(type, *meanings);
-    return meanings;
-  }
-
-  /// Of each number the type's own meaning, else one that is not retired, else the first.
-  static void keepFirst(const KnownType& type, Meanings& meanings) {
-    const auto rank = [&](const Meaning& meaning) {
-      return meaning.owner == &type.name ? 0 : meaning.property->isRetired ? 2 : 1;
-    };
-    std::stable_sort(meanings.begin(), meanings.end(), [&](const Meaning& a, const Meaning& b) {
-      return std::tuple(a.number, rank(a)) < std::tuple(b.number, rank(b));
-    });
-    const auto isSame = [](const Meaning& a, const Meaning& b) { return a.number == b.number; };
-    meanings.erase(std::unique(meanings.begin(), meanings.end(), isSame), meanings.end());
-    meanings.shrink_to_fit();
   }
 
   // --- Types -----------------------------------------------------------------------------------
 
-  void checkType(KnownType& type) {
-    const auto index = static_cast<std::size_t>(&type - types_.data());
-    if (!isGiven_[index]) return;
-    if (!type.now) {
-      if (!type.locked->isRetired)
-        notice(type.name, type.name + " is gone: old documents with it are refused");
+  void checkType(std::size_t index) {
+    const LockMeanings::Type& type = meanings_.types()[index];
+    const meta::Type now = now_[index];
+    if (!registry_.hasPackage(*type.uri)) return;
+    const std::string& name = type.qualifiedName;
+    if (!now) {
+      if (!type.locked->isRetired) notice(name, name + " is gone: old documents with it are refused");
       return;
     }
-    if (lockedKindOf(type.now) != type.locked->kind)
-      return notice(type.name, type.name + " is another kind of type now: old documents with it are refused");
-    if (type.locked->kind == LockedKind::enumeration) return checkLiterals(type, meta::Enum(type.now));
-    const StructuredType structured(type.now);
+    if (lockedKindOf(now) != type.locked->kind)
+      return notice(name, name + " is another kind of type now: old documents with it are refused");
+    if (type.locked->kind == LockedKind::enumeration) return checkLiterals(type, meta::Enum(now));
+    const StructuredType structured(now);
     if (!structured) return;
-    for (const Meaning& meaning : meaningsOf(index)) checkNumber(type, structured, meaning);
+    for (const Meaning& meaning : meanings_.of(index)) checkNumber(name, structured, meaning);
   }
 
   static Property propertyOf(StructuredType type, std::uint32_t number) {
@@ -148,19 +76,18 @@ class Check {
   }
 
   /// The same finding for a class and for those that inherit from it is one finding.
-  void checkNumber(const KnownType& type, StructuredType now, const Meaning& was) {
-    const std::uint32_t number = was.number;
-    const Property numbered = propertyOf(now, number);
+  void checkNumber(const std::string& type, StructuredType now, const Meaning& was) {
+    const Property numbered = propertyOf(now, was.number);
     const Property named = now->findProperty(std::string_view(was.property->name));
     if (!seen_.insert({was.property, numbered.get(), named.get()}).second) return;
-    const auto owner = byName_.find(*was.owner);
-    const StructuredType ownerNow(owner == byName_.end() ? meta::Type() : types_[owner->second].now);
-    const bool isOfOwner = ownerNow && propertyOf(ownerNow, number) == numbered &&
-                           ownerNow->findProperty(std::string_view(was.property->name)) == named;
-    const std::string subject = (isOfOwner ? *was.owner : type.name) + ' ' + std::to_string(number);
+    const StructuredType owner(now_[was.owner]);
+    const bool isOfOwner = owner && propertyOf(owner, was.number) == numbered &&
+                           owner->findProperty(std::string_view(was.property->name)) == named;
+    const std::string subject =
+        (isOfOwner ? meanings_.types()[was.owner].qualifiedName : type) + ' ' + std::to_string(was.number);
     if (numbered && numbered == named && numbered->isStored())
       checkForm(subject, *was.property, numbered);
-    else if (numbered)
+    else if (numbered && (numbered->isStored() || !was.property->isRetired))
       reportReused(subject, *was.property, numbered);
     else if (!was.property->isRetired)
       reportGone(subject, *was.property, named);
@@ -214,9 +141,9 @@ class Check {
     return before && before->conformsTo(now->getTarget()) ? Effect::nothing : Effect::refused;
   }
 
-  void checkLiterals(const KnownType& type, meta::Enum now) {
+  void checkLiterals(const LockMeanings::Type& type, meta::Enum now) {
     for (const auto& [number, literal] : type.locked->literals) {
-      const std::string subject = type.name + ' ' + std::to_string(number);
+      const std::string subject = type.qualifiedName + ' ' + std::to_string(number);
       const meta::EnumLiteral* const numbered = now->findByNumber(number);
       const meta::EnumLiteral* const found = now->findByName(literal.name);
       const bool isNamed = found != nullptr && found->name == literal.name;
@@ -254,7 +181,7 @@ class Check {
     };
     if (const StructuredType structured(type); structured)
       for (const Property property : structured->getOwnedAttributes())
-        if (property->isWritten() && !locked.numbers.contains(property->getIdentifier()))
+        if (property->isStored() && !locked.numbers.contains(property->getIdentifier()))
           add(property->getIdentifier(), property->name());
     if (const meta::Enum enumeration(type); enumeration)
       for (const meta::EnumLiteral& literal : enumeration->getLiterals())
@@ -263,11 +190,9 @@ class Check {
 
   const Lock::Contents& contents_;
   const meta::MetaRegistry& registry_;
-  std::vector<KnownType> types_;
-  std::vector<bool> isGiven_;  // whether the package is among the meta models
-  std::unordered_map<std::string, std::size_t> byName_;
+  LockMeanings meanings_;
+  std::vector<meta::Type> now_;
   std::set<Seen> seen_;
-  std::size_t total_ = 0;
   std::vector<LockFinding> findings_;
 };
 

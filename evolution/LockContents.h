@@ -37,7 +37,7 @@ enum class LockedKind : std::uint8_t { primitive, enumeration, datatype, classTy
 struct LockedType {
   LockedKind kind = LockedKind::classType;
   bool isRetired = false;
-  std::set<std::string> supertypes;  ///< qualified names, of all that it ever had
+  std::set<std::string> supertypes;  ///< qualified names
   std::map<std::uint32_t, LockedProperty> numbers;
   std::map<std::int32_t, LockedLiteral> literals;
 };

@@ -16,6 +16,7 @@ using evolution::Lock;
 using evolution::LockFinding;
 using meta::MetaModelBuilder;
 using meta::MetaRegistry;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -221,6 +222,27 @@ TEST(Lock, NoticesThatASubclassTookANumberOfAFormerSupertype) {
           "error: books.Book 2 was isbn, which has the number 1 now: old .krb documents with isbn are "
           "refused",
           "notice: books.Book 1 (isbn) is new"));
+}
+
+TEST(Lock, RemembersWhatAClassHadFromASupertypeThatItLost) {
+  const auto named = [](bool inherits, std::uint32_t number) {
+    return [=](MetaModelBuilder& builder) {
+      auto& type = builder.classType("Named");
+      type.property("name", "String").id(1);
+      type.property("label", "String").id(2);
+      auto& book = builder.classType("Book");
+      if (inherits) book.supertype("Named");
+      book.property("isbn", "String").id(number);
+    };
+  };
+  Lock lock = lockOf(Books(named(true, 3)));
+  lock.update(Books(named(false, 3)));
+  EXPECT_THAT(findingsOf(lock, Books(named(false, 3))), IsEmpty());
+  EXPECT_THAT(
+      findingsOf(lock, Books(named(false, 2))),
+      Contains("error: books.Book 2 was label and is isbn now: old .krb documents show label as isbn"));
+  lock.update(Books(named(false, 2)));
+  EXPECT_THAT(findingsOf(lock, Books(named(false, 2))), IsEmpty());
 }
 
 TEST(Lock, KnowsAPropertyThatMovedToASupertypeWithItsNumber) {

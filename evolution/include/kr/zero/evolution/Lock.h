@@ -51,6 +51,7 @@ class KR0_EVOLUTION_API Lock {
 
   /// Takes in what a registry says. What is gone from its packages is retired; other packages stay as they
   /// are. Numbers that mean something else now are taken in as they are: call check() first.
+  /// @throws Error as check() does.
   void update(const meta::MetaRegistry& registry);
 
   /// Compares with a registry.
