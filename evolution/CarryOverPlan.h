@@ -88,6 +88,13 @@ class Plans {
     const auto found = plan.steps.find(slot);
     return found != plan.steps.end() ? found->second : addStep(plan, slot);
   }
+  /// Notes that an instance has its place in the new model.
+  void countPlaced(TypePlan& plan) {
+    ++plan.instances;
+    ++plan.carried;
+    use(plan.rule);
+  }
+  void use(RuleId rule) { rules_.use(rule); }
   /// The property that the values of a new one come from; empty: none.
   static meta::Property sourceOf(const TypePlan& plan, meta::Property to);
   /// A row for each class and datatype of the old meta model, met or not.
