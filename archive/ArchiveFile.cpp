@@ -40,6 +40,7 @@ void ArchiveFile::open(const std::filesystem::path& path) {
 }
 
 void ArchiveFile::requireBeginning() {
+  if (size_ == 0) throw Error(ErrorCode::foreign, {.file = name_, .problem = "the document is empty"});
   const std::string magic = read(0, kMagicBytes);
   if (magic.size() < kMagicBytes || fromLittleEndian(magic) != kManifestMagic)
     throw Error(ErrorCode::foreign,

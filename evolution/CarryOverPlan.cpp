@@ -72,7 +72,9 @@ TypePlan& Plans::of(meta::StructuredType type) {
 }
 
 Step& Plans::addStep(TypePlan& plan, std::size_t slot) {
-  return plan.steps.emplace(slot, makeStep(plan, plan.from->getAllProperties()[slot])).first->second;
+  Step& step = plan.steps.emplace(slot, makeStep(plan, plan.from->getAllProperties()[slot])).first->second;
+  if (slot < plan.firstSteps.size()) plan.firstSteps[slot] = &step;
+  return step;
 }
 
 /// Where rules move values to: no other property gets there by its name.

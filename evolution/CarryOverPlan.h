@@ -2,6 +2,7 @@
 /// Internal: what is to be done with the instances of each type, worked out once per type.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -69,6 +70,8 @@ struct TypePlan {
   /// By slot of `from`, for properties that some instance has set: types may inherit far more than anybody
   /// uses.
   std::unordered_map<std::size_t, Step> steps;
+  std::array<Step*, 32>
+      firstSteps{};  ///< those of the first slots again, found without a table; null: none yet
   std::vector<std::pair<meta::Property, meta::Property>> renamed;      ///< by rules: old one, new one
   std::vector<meta::Property> required;                                ///< of `to`
   std::vector<std::pair<meta::Property, const MemberRule*>> defaults;  ///< of `to`
@@ -85,9 +88,17 @@ class Plans {
   TypePlan& of(meta::StructuredType type);
   /// The step for a slot of a type; lives as long as the plans.
   Step& stepAt(TypePlan& plan, std::size_t slot) {
+    if (slot < plan.firstSteps.size() && plan.firstSteps[slot] != nullptr) return *plan.firstSteps[slot];
     const auto found = plan.steps.find(slot);
     return found != plan.steps.end() ? found->second : addStep(plan, slot);
   }
+  /// Notes that an instance has its place in the new model.
+  void countPlaced(TypePlan& plan) {
+    ++plan.instances;
+    ++plan.carried;
+    use(plan.rule);
+  }
+  void use(RuleId rule) { rules_.use(rule); }
   /// The property that the values of a new one come from; empty: none.
   static meta::Property sourceOf(const TypePlan& plan, meta::Property to);
   /// A row for each class and datatype of the old meta model, met or not.

@@ -77,6 +77,15 @@ PlainMarkers plainMarkersOf(meta::Property property) {
   return {isTransient, isTransient || isContainer};
 }
 
+/// Whether Ecore would give a default where there is none: its first literal. That of the number 0 is what a
+/// value that is unset reads as anyway.
+bool lacksDefault(meta::Property property) {
+  const meta::Enum enumeration(property->getType());
+  if (!enumeration || property->isMany() || property->getDefaultText()) return false;
+  const std::vector<meta::EnumLiteral>& literals = enumeration->getLiterals();
+  return !literals.empty() && literals.front().number != 0;
+}
+
 /// "derived static transient", as far as they hold.
 std::string markersOf(meta::Property property) {
   std::string markers;
@@ -242,7 +251,7 @@ class Generator {
     if (property->isStatic() || property->isDerived() != plain.isDerived ||
         property->isTransient() != plain.isTransient)
       details.emplace_back(kMarkersKey, markersOf(property));
-    if (meta::Enum(property->getType()) && !property->isMany() && !property->getDefaultText())
+    if (lacksDefault(property))
       details.emplace_back(kDefaultKey, kNoDefault);
     return details;
   }

@@ -16,6 +16,15 @@ namespace {
 
 using testing::HasSubstr;
 
+/// The default; where an enumeration has none and the number 0 stands first, that literal is it.
+std::string defaultOf(meta::Property property) {
+  if (const auto& text = property->getDefaultText()) return *text;
+  const meta::Enum enumeration(property->getType());
+  if (!enumeration || property->isMany() || enumeration->getLiterals().empty()) return "none";
+  const meta::EnumLiteral& first = enumeration->getLiterals().front();
+  return first.number == 0 ? first.name : "none";
+}
+
 /// Everything about a property that Ecore can say, as one text.
 std::string describe(meta::Property property) {
   const auto flag = [](bool value) { return value ? "1" : "0"; };
@@ -25,7 +34,7 @@ std::string describe(meta::Property property) {
          flag(property->isOrdered()) + flag(property->isUnique()) + flag(property->isDerived()) +
          flag(property->isStatic()) + flag(property->isTransient()) + " opposite " +
          (property->getOpposite() ? property->getOpposite()->name() : "none") + " default " +
-         property->getDefaultText().value_or("none");
+         defaultOf(property);
 }
 
 std::string describe(meta::Type type) {

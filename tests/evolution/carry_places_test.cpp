@@ -185,6 +185,26 @@ TEST(CarryPlaces, ChildrenThatAreReferredToNowBecomeRootsWhereThatIsAllowed) {
   EXPECT_EQ(roots[0].getReference("books", 1), roots[3]);
 }
 
+TEST(CarryPlaces, OfChildrenForWhichOneReferenceIsThereTheFirstBecomesARoot) {
+  const Versions versions(
+      [](auto& package) {
+        package.classType("Book").property("title", "String");
+        package.classType("Shelf").property("books", "Book").many().composite();
+      },
+      [](auto& package) {
+        package.classType("Book").property("title", "String");
+        package.classType("Shelf").property("books", "Book");
+      });
+  Model model(versions.before);
+  Element shelf = model.createRoot("shelf.Shelf");
+  for (const char* title : {"a", "b"}) shelf.create("books").set("title", title);
+  const CarryOverResult result = versions.carry(model, allowing());
+  ASSERT_EQ(rootsOf(result).size(), 2u);
+  EXPECT_EQ(rootsOf(result)[0].getReference("books").getText("title"), "a");
+  EXPECT_THAT(sentencesOf(result.report.losses),
+              testing::Contains("shelf.Book: 1 element left out with what contains them (/shelf/books[1])"));
+}
+
 TEST(CarryPlaces, WhatIsReferredToBecomesAChildWhereItHasNoOtherPlace) {
   const Versions versions(
       [](auto& package) {

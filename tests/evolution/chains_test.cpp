@@ -250,8 +250,8 @@ class Chain {
 
   void renameProperty() {
     // Of what a rule drops nothing is left to rename.
-    const auto owned = someProperty([&](const Place& place, const PropertyDefinition& property) {
-      return dropped_.count(place.name) == 0 && !isDropped(property.name);
+    const auto owned = someProperty([&](const Place&, const PropertyDefinition& property) {
+      return fixed_.count(property.name) == 0 && !isDropped(property.name);
     });
     if (!owned) return;
     const std::string old = owned->property->name, name = freshName("renamed");
@@ -490,7 +490,7 @@ class Chain {
     if (!place) return;
     map_.drop.insert(place->name);
     dropped_.insert(place->name);
-    for (const PropertyDefinition& property : place->type->properties) memberOrigins_.erase(property.name);
+    for (const PropertyDefinition& property : place->type->properties) fixed_.insert(property.name);
     plain_.removeNodes([&](const PlainNode& node) { return node.type == place->name; });
   }
 
@@ -525,6 +525,7 @@ class Chain {
   std::set<std::string> retyped_;
   std::set<std::string> rebounded_;
   std::set<std::string> dropped_;  // classes
+  std::set<std::string> fixed_;    // properties that those had: no rule can name them
   bool hasLost_ = false;
   std::size_t names_ = 1000;
 };

@@ -26,6 +26,8 @@
 /// texts (the type's name follows the rules), both sides of opposites as they stand. Identities that a
 /// document made for itself ("#") are not: documents make them anew. What is required in the new meta model
 /// and not there stays unset, with a notice in the report.
+///
+/// Threads: each call is on its own; others may read the source meanwhile.
 #pragma once
 
 #include <memory>
