@@ -85,7 +85,7 @@ inline constexpr double kXmiLimit = 8.0;
 /// models only, but for the document inside, whose size does not hang on that of the meta model.
 inline constexpr double kArchiveBytesLimit = 1.0;
 inline constexpr double kArchiveDocumentMeanLimit = 0.88;
-inline constexpr double kArchiveSaveLimit = 0.90;
+inline constexpr double kArchiveSaveLimit = 0.80;
 inline constexpr double kFastArchiveSaveLimit = 0.35;
 inline constexpr double kArchiveLoadLimit = 1.60;
 

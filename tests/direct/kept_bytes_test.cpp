@@ -52,5 +52,22 @@ TEST_F(KeptBytes, ThoseOfALargeDocumentStayToo) {
   EXPECT_EQ(kept().capacity(), capacity);
 }
 
+TEST_F(KeptBytes, ADocumentMayBeTakenWhereItWasWritten) {
+  std::vector<unsigned char> delivered;
+  serializer_.serialize(makeModel(1000), SerializationOutput::toByteSequence(delivered));
+  const std::span<const std::uint8_t> inPlace = serializer_.serializeInPlace(makeModel(1000));
+  EXPECT_EQ(std::vector<unsigned char>(inPlace.begin(), inPlace.end()), delivered);
+  EXPECT_EQ(inPlace.data(), kept().data());
+}
+
+TEST_F(KeptBytes, AfterADocumentInPlaceTheNextIsDelivered) {
+  Model broken = makeModel(10);
+  broken.createRoot("note.Note").setIdentity("a", "b");
+  broken.createRoot("note.Note").setIdentity("a", "b");
+  EXPECT_THROW(serializer_.serializeInPlace(broken), SerializeError);
+  serializer_.serializeInPlace(makeModel(10));
+  write(1000);
+}
+
 }  // namespace
 }  // namespace kr::zero::io
