@@ -86,8 +86,7 @@ Format outputFormat(const std::string& path) {
 
 MetaModels::MetaModels(const std::vector<std::string>& paths)
     : registry_(std::make_unique<meta::MetaRegistry>()),
-      mapping_(ecore::loadMetaModels(std::vector<std::filesystem::path>(paths.begin(), paths.end()),
-                                     *registry_)) {}
+      mapping_(ecore::loadMetaModels(std::vector<std::filesystem::path>(paths.begin(), paths.end()), *registry_)) {}
 
 std::string_view Document::text() const {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};

@@ -215,8 +215,8 @@ int answer(const CLI::App& app, const CLI::ParseError& error) {
 
 // Of `schema diff OLD... -- NEW...`.
 void nameSeparator(std::vector<std::string>& words) {
-  const std::vector<std::string> verb{"schema", "diff"};
-  const auto diff = std::search(words.begin(), words.end(), verb.begin(), verb.end());
+  const auto schema = std::find(words.begin(), words.end(), "schema");
+  const auto diff = std::find(schema, words.end(), "diff");
   const auto separator = std::find(diff, words.end(), "--");
   if (separator != words.end()) *separator = kNewSchemas;
 }
