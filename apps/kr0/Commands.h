@@ -91,11 +91,10 @@ struct GenerateOptions {
 void generateCpp(const GenerateOptions& options);
 
 struct MigrateOptions {
-  std::string input;
+  InputOptions input;  ///< its meta models are the old ones
   std::string output;
-  std::vector<std::string> from;  ///< the old meta model; archives bring theirs
-  std::vector<std::string> to;    ///< the new meta model
-  std::string map;                ///< a change map, empty: none
+  std::vector<std::string> to;  ///< the new meta model
+  std::string map;              ///< a change map, empty: none
   bool allowLoss = false;
   std::string report;    ///< where the report goes, empty: what matters of it to standard error
   bool isDraft = false;  ///< propose a change map, and look at no document

@@ -5,7 +5,6 @@
 #include "Errors.h"
 #include "Files.h"
 #include "Visible.h"
-#include "kr/zero/archive/Archive.h"
 #include "kr/zero/evolution/CarryOver.h"
 #include "kr/zero/evolution/DraftMap.h"
 
@@ -16,41 +15,12 @@ namespace {
 using evolution::CarryOverReport;
 using evolution::Finding;
 
-// A model with the meta model that it lives by.
-struct Loaded {
-  archive::LoadedArchive archive;
-  std::unique_ptr<MetaModels> metaModels;
-  std::optional<Model> own;
-
-  const Model& model() const { return own ? *own : archive.model; }
-};
-
-bool isArchiveName(const std::string& path) { return std::filesystem::path(path).extension() == ".krz"; }
-
-Loaded load(const MigrateOptions& options, ProgressBar& progress) {
-  Loaded loaded;
-  if (isArchiveName(options.input) && options.from.empty()) {
-    progress.startStep("reading " + options.input);
-    loaded.archive = archive::loadArchive(options.input);
-    return loaded;
-  }
-  if (options.from.empty())
-    throw WrongCall(inputName(options.input) +
+LoadedDocument load(const InputOptions& input, ProgressBar& progress) {
+  const Document document = readDocument(input.path, std::nullopt, progress, input.limit);
+  if (document.format != Format::krz && input.metaModels.empty())
+    throw WrongCall(document.name +
                     ": only archives bring their meta model, give that of other documents with --from");
-  loaded.metaModels = std::make_unique<MetaModels>(options.from);
-  if (isArchiveName(options.input))
-    loaded.own = archive::loadArchive(options.input, loaded.metaModels->registry());
-  else
-    loaded.own = readModel(readDocument(options.input, std::nullopt, progress), *loaded.metaModels, progress);
-  return loaded;
-}
-
-void save(const Model& model, const std::string& path, const MetaModels& metaModels, ProgressBar& progress) {
-  progress.startStep("writing " + path);
-  if (isArchiveName(path))
-    archive::saveArchive(model, path, {.mapping = &metaModels.mapping()});
-  else
-    writeModel(model, path, outputFormat(path), metaModels, progress);
+  return readModel(document, input.metaModels, progress);
 }
 
 bool isJsonName(const std::string& path) { return std::filesystem::path(path).extension() == ".json"; }
@@ -85,33 +55,35 @@ evolution::CarryOverResult carry(const Model& model, const MetaModels& target,
     tell(refused.getReport(), options);
     const std::size_t losses = refused.getDetails().problems.size();
     throw Error(ErrorCode::doesNotFit,
-                {.file = inputName(options.input),
+                {.file = inputName(options.input.path),
                  .problem = "carrying it over would lose something in " + std::to_string(losses) +
                             (losses == 1 ? " way" : " ways") +
                             ": say with --map what becomes of it, or allow it with --allow-loss"});
   } catch (...) {
-    rethrowAsError({.file = inputName(options.input)});
+    rethrowAsError({.file = inputName(options.input.path)});
   }
 }
 
 void migrateModel(const MigrateOptions& options) {
-  if (options.input.empty() || options.output.empty())
+  if (options.input.path.empty() || options.output.empty())
     throw WrongCall("migrate: say which document to read and which to write (see kr0 migrate --help)");
   if (options.output == "-") throw WrongCall("migrate: OUT must be a file, whose name tells the format");
+  const Format format = outputFormat(options.output);
   ProgressBar progress;
   const MetaModels target(options.to);
-  const Loaded loaded = load(options, progress);
-  progress.startStep("carrying " + inputName(options.input) + " over");
-  const evolution::CarryOverResult result = carry(loaded.model(), target, options);
-  save(result.model, options.output, target, progress);
+  const LoadedDocument loaded = load(options.input, progress);
+  progress.startStep("carrying " + inputName(options.input.path) + " over");
+  const evolution::CarryOverResult result = carry(loaded.model, target, options);
+  writeModel(result.model, options.output, format, target, progress);
   tell(result.report, options);
 }
 
 void draft(const MigrateOptions& options) {
-  if (!options.input.empty())
+  if (!options.input.path.empty())
     throw WrongCall("migrate --draft-map: looks at meta models, and at no document");
-  if (options.from.empty()) throw WrongCall("migrate --draft-map: give the old meta model with --from");
-  const MetaModels from(options.from), to(options.to);
+  if (options.input.metaModels.empty())
+    throw WrongCall("migrate --draft-map: give the old meta model with --from");
+  const MetaModels from(options.input.metaModels), to(options.to);
   const evolution::DraftMap drafted = evolution::draftMap(from.registry(), to.registry());
   std::string reasons;
   for (const evolution::Proposal& proposal : drafted.proposals)

@@ -224,10 +224,11 @@ void addMigrate(CLI::App& app, MigrateOptions& options) {
               "kr0 migrate old.krb new.krb --from old.ecore --to new.ecore\n"
               "  kr0 migrate old.krz new.krz --to new.ecore --map changes.json --report report.txt\n"
               "  kr0 migrate --draft-map --from old.ecore --to new.ecore -o changes.json");
-  verb->add_option("IN", options.input, "The document to read, - for standard input");
+  verb->add_option("IN", options.input.path, "The document to read, - for standard input");
   verb->add_option("OUT", options.output,
                    "The document to write: krb for .krb, krt for .krt, krz for .krz and xmi for all else");
-  verb->add_option("--from", options.from, "The .ecore files that IN was written with; a .krz brings its own")
+  verb->add_option("--from", options.input.metaModels,
+                   "The .ecore files that IN was written with; a .krz brings its own")
       ->type_name("OLD.ecore");
   verb->add_option("--to", options.to, "The .ecore files of the new meta model")
       ->required()
@@ -238,6 +239,7 @@ void addMigrate(CLI::App& app, MigrateOptions& options) {
   verb->add_flag("--allow-loss", options.allowLoss, "Leave out what has no place in the new meta model");
   verb->add_option("--report", options.report,
                    "Write what became of every class, property and value: JSON for .json, else text");
+  addLimit(*verb, options.input.limit);
   CLI::Option* draft = verb->add_flag("--draft-map", options.isDraft,
                                       "Propose a map of renames, with reasons, for a person to check");
   verb->add_option("-o,--output", options.draft,
@@ -278,8 +280,8 @@ int answer(const CLI::App& app, const CLI::ParseError& error) {
 
 // Of `schema diff OLD... -- NEW...`.
 void nameSeparator(std::vector<std::string>& words) {
-  const std::vector<std::string> verb{"schema", "diff"};
-  const auto diff = std::search(words.begin(), words.end(), verb.begin(), verb.end());
+  const auto schema = std::find(words.begin(), words.end(), "schema");
+  const auto diff = std::find(schema, words.end(), "diff");
   const auto separator = std::find(diff, words.end(), "--");
   if (separator != words.end()) *separator = kNewSchemas;
 }

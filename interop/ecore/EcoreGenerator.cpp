@@ -251,8 +251,7 @@ class Generator {
     if (property->isStatic() || property->isDerived() != plain.isDerived ||
         property->isTransient() != plain.isTransient)
       details.emplace_back(kMarkersKey, markersOf(property));
-    if (lacksDefault(property))
-      details.emplace_back(kDefaultKey, kNoDefault);
+    if (lacksDefault(property)) details.emplace_back(kDefaultKey, kNoDefault);
     return details;
   }
 

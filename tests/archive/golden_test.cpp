@@ -130,7 +130,8 @@ TEST(GoldenArchive, EveryCutNamesThePartThatItHit) {
     const std::string path = writeTo("cut.krz", whole);
     for (std::size_t size = whole.size(); size-- > 0;) {
       std::filesystem::resize_file(path, size);
-      const char* const part = size < 4             ? "does not begin like an archive"
+      const char* const part = size == 0            ? "the document is empty"
+                               : size < 4           ? "does not begin like an archive"
                                : size < metaModelAt ? "manifest"
                                : size < documentAt  ? "meta model"
                                                     : "document";

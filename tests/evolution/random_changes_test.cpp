@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "SchemaReading.h"
 #include "kr/zero/evolution/Lock.h"
+#include "support/Environment.h"
 #include "support/RandomModel.h"
 
 namespace kr::zero::test {
@@ -155,18 +155,13 @@ std::vector<std::string> errorsOf(const Lock& lock, const MetaRegistry& registry
   return errors;
 }
 
-/// Seeds for this run: KR0_SEEDS asks for more.
-std::uint64_t seeds() {
-  const char* const text = std::getenv("KR0_SEEDS");
-  return text == nullptr ? 200 : std::strtoull(text, nullptr, 10);
-}
-
 }  // namespace
 
 TEST(RandomChanges, DoNoWorseThanIsSaid) {
+  const std::uint64_t seeds = numberFromEnvironment("KR0_SCHEMA_CHANGES", 200);
   std::size_t compared = 0;
   std::size_t noticed = 0;
-  for (std::uint64_t seed = 0; seed < seeds(); ++seed) {
+  for (std::uint64_t seed = 0; seed < seeds; ++seed) {
     Random random(seed);
     std::vector<PackageDefinition> definitions = makeRandomDefinitions(random);
     MetaRegistry before;
@@ -198,8 +193,8 @@ TEST(RandomChanges, DoNoWorseThanIsSaid) {
     EXPECT_EQ(errorsOf(Lock::parse(lock.write(), "books.lock"), after), std::vector<std::string>())
         << "seed " << seed;
   }
-  EXPECT_GT(compared, seeds() / 3);
-  EXPECT_GT(noticed, seeds() / 20);
+  EXPECT_GT(compared, seeds / 3);
+  EXPECT_GT(noticed, seeds / 20);
 }
 
 }  // namespace kr::zero::test
