@@ -43,7 +43,8 @@ class PieceBuffer : public std::streambuf {
   }
 
  private:
-  static constexpr std::size_t kPiece = std::size_t{1} << 18;
+  // With what malloc puts before it, a piece fills its pages.
+  static constexpr std::size_t kPiece = (std::size_t{1} << 18) - 64;
   std::vector<std::unique_ptr<char[]>> pieces_;
 };
 
