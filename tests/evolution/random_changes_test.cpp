@@ -158,7 +158,7 @@ std::vector<std::string> errorsOf(const Lock& lock, const MetaRegistry& registry
 }  // namespace
 
 TEST(RandomChanges, DoNoWorseThanIsSaid) {
-  const std::uint64_t seeds = numberFromEnvironment("KR0_SCHEMA_CHANGES", 200);
+  const std::uint64_t seeds = numberFromEnvironment("KR0_SCHEMA_CHANGES", 100);
   std::size_t compared = 0;
   std::size_t noticed = 0;
   for (std::uint64_t seed = 0; seed < seeds; ++seed) {
