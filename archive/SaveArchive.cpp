@@ -22,11 +22,6 @@ std::vector<std::string> packagesOf(const Model& model) {
   return uris;
 }
 
-ecore::PackageClosure closureOf(const Model& model, const ecore::Mapping* mapping) {
-  if (mapping != nullptr) return ecore::closureOf(*mapping, packagesOf(model));
-  return ecore::closureOf(*ecore::describeRegistry(model.getRegistry()), packagesOf(model));
-}
-
 std::vector<ArchivedPackage> describe(const meta::MetaRegistry& registry,
                                       const std::vector<std::string>& uris) {
   const Fingerprints fingerprints(registry);
@@ -50,18 +45,39 @@ void noteContent(std::span<const std::string_view> texts, std::uint64_t& bytes, 
 // A meta model is small beside most documents, and yet the larger half of the archives of small ones.
 int levelOfMetaModel(int level) { return std::min(level + 2, kSmallestLevel); }
 
-/// The frame of the meta model; nothing where all of it is built in.
-std::string packMetaModel(const std::vector<ecore::EcoreFile>& files, int level, Manifest& manifest) {
+/// The meta model of some packages.
+struct MetaModel {
+  Manifest said;      // what the manifest says of it
+  std::string frame;  // nothing where all of it is built in
+};
+
+MetaModel packMetaModel(const ecore::Mapping& mapping, const std::vector<std::string>& packageUris,
+                        int level) {
+  const ecore::PackageClosure closure = ecore::closureOf(mapping, packageUris);
+  MetaModel made;
+  made.said.packages = describe(mapping.getRegistry(), closure.packageUris);
   std::vector<std::string_view> texts;
-  for (const ecore::EcoreFile& file : files) {
-    manifest.files.emplace_back(file.name, file.text.size());
+  for (const ecore::EcoreFile& file : closure.files) {
+    made.said.files.emplace_back(file.name, file.text.size());
     texts.push_back(file.text);
   }
-  noteContent(texts, manifest.metaBytes, manifest.metaHash);
-  std::string frame;
-  if (!files.empty())
-    Compressor(levelOfMetaModel(level)).compress(texts, [&](std::string_view piece) { frame += piece; });
-  return frame;
+  noteContent(texts, made.said.metaBytes, made.said.metaHash);
+  if (!texts.empty())
+    Compressor(levelOfMetaModel(level)).compress(texts, [&](std::string_view piece) { made.frame += piece; });
+  return made;
+}
+
+/// A program that saves many models packs their meta model once.
+std::shared_ptr<const MetaModel> metaModelOf(const Model& model, const ArchiveOptions& options) {
+  const std::vector<std::string> uris = packagesOf(model);
+  const auto pack = [&](const ecore::Mapping& mapping) {
+    return packMetaModel(mapping, uris, options.level);
+  };
+  if (options.mapping == nullptr)
+    return std::make_shared<const MetaModel>(pack(*ecore::describeRegistry(model.getRegistry())));
+  std::string key = "archive " + std::to_string(options.level);
+  for (const std::string& uri : uris) key.append("\n").append(uri);
+  return options.mapping->memo().get<MetaModel>(key, [&] { return pack(*options.mapping); });
 }
 
 std::string manifestText(const Manifest& manifest) {
@@ -82,20 +98,15 @@ void requireSense(const Model& model, const ArchiveOptions& options) {
 
 void write(const Model& model, const ArchiveOptions& options, const TakePiece& take) {
   requireSense(model, options);
-  Manifest manifest;
+  const std::shared_ptr<const MetaModel> metaModel = metaModelOf(model, options);
+  Manifest manifest = metaModel->said;
   manifest.tagged = options.tagged;
-  std::string metaModel;
-  {
-    const ecore::PackageClosure closure = closureOf(model, options.mapping);
-    manifest.packages = describe(model.getRegistry(), closure.packageUris);
-    metaModel = packMetaModel(closure.files, options.level, manifest);
-  }
   const DocumentText document(model, options.tagged, options.progress);
   noteContent(document.pieces(), manifest.bytes, manifest.hash);
 
   const std::string text = manifestText(manifest);
   take(frame(kManifestMagic, littleEndian(checksumOf(text), kChecksumBytes) + text));
-  take(frame(kMetaModelMagic, metaModel));
+  take(frame(kMetaModelMagic, metaModel->frame));
   Compressor(options.level).compress(document.pieces(), take);
 }
 

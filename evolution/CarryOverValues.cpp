@@ -150,7 +150,8 @@ LiteralTable::LiteralTable(meta::Enum from, meta::Enum to, const Rules& rules) {
   for (const meta::EnumLiteral& literal : from->getLiterals()) {
     const Move move = moveOf(literal, from, to, rules);
     const auto [place, isNew] = moves_.try_emplace(literal.number, move);
-    // Of several literals with one number any that has its place will do: they mean the same.
+    // Of several literals with one number any that has its place will do, unless a rule drops it: they mean
+    // the same.
     if (!isNew && !place->second.asked && place->second.to == nullptr && move.to != nullptr)
       place->second = move;
   }
@@ -161,13 +162,14 @@ LiteralTable::Move LiteralTable::moveOf(const meta::EnumLiteral& literal, meta::
   Move move{.from = &literal};
   const MemberRule* const rule = rules.ruleFor(from, literal.name);
   if (rule != nullptr) {
-    move.asked = true;
     move.rule = rule->rule;
+    move.asked = rule->isDropped;
     if (rule->isDropped) return move;
   }
   const std::string& name = rule != nullptr ? rule->to : literal.name;
   const meta::EnumLiteral* const found = to->findByName(name);
-  if (found != nullptr && found->name == name) move.to = found;
+  // A model holds numbers: of two literals that share one it shows the first.
+  if (found != nullptr && found->name == name && to->findByNumber(found->number) == found) move.to = found;
   return move;
 }
 

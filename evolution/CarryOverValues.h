@@ -34,7 +34,7 @@ class LiteralTable {
   struct Move {
     const meta::EnumLiteral* from = nullptr;  ///< null: the number is no literal's
     const meta::EnumLiteral* to = nullptr;    ///< null: there is none
-    bool asked = false;                       ///< a rule says so
+    bool asked = false;                       ///< a rule says to leave it out
     RuleId rule = kNoRule;
   };
   LiteralTable(meta::Enum from, meta::Enum to, const Rules& rules);

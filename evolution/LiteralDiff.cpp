@@ -106,11 +106,12 @@ class LiteralDiff {
 Effects fateOf(meta::Enum before, const EnumLiteral& literal, meta::Enum after, const std::string& newName) {
   if (before->findByNumber(literal.number) != &literal) return {};  // models show the first one of its number
   const EnumLiteral* const byText = after->findByText(literal.text);
+  // Carrying over refuses a literal that would show as another.
+  const Effect carried = shownAs(after, literalNamed(after, literal.name), newName);
   const bool isTold = byText != nullptr && after->findByNumber(byText->number) == byText;
   return {shownAs(after, after->findByNumber(literal.number), newName),
           shownAs(after, after->findByName(literal.name), newName),
-          isTold ? shownAs(after, byText, newName) : Effect::refused,
-          shownAs(after, literalNamed(after, literal.name), newName)};
+          isTold ? shownAs(after, byText, newName) : Effect::refused, std::min(carried, Effect::refused)};
 }
 
 Effects worstFate(meta::Enum before, meta::Enum after) {

@@ -7,6 +7,7 @@ EcoreError::~EcoreError() = default;
 
 Mapping::Mapping(std::unique_ptr<const Impl> impl) : impl_(std::move(impl)) {}
 Mapping::~Mapping() = default;
+Memo& Mapping::memo() const noexcept { return impl_->memo; }
 const meta::MetaRegistry& Mapping::getRegistry() const noexcept { return *impl_->registry; }
 
 meta::Type PackageMapping::findType(std::string_view name) const {

@@ -80,6 +80,7 @@ struct Mapping::Impl {
   bool hasContent = false;                                      ///< some feature has the form `content`
   std::unordered_map<std::uint32_t, std::string> typeXmlNames;  ///< by the type's index
   std::vector<SourceDocument> sources;
+  mutable Memo memo;
 
   const FeatureMapping& of(meta::Property property) const;
   FeatureMapping& make(meta::Property property);

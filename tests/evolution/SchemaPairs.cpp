@@ -419,7 +419,7 @@ void appendLiterals(std::vector<SchemaPair>& pairs) {
   add("literalMovedToAFreeNumber", {{"red", "", 0}, {"blue", "", 5}}, ChangeKind::literalRenumbered, subject,
       {kRefused, kNothing, kNothing, kNothing});
   add("literalSharesItsNumber", {{"red", "", 0}, {"green", "", 1}, {"blue", "", 1}},
-      ChangeKind::literalRenumbered, subject, {kWrong, kWrong, kRefused, kWrong});
+      ChangeKind::literalRenumbered, subject, {kWrong, kWrong, kRefused, kRefused});
   add("literalRenamedWithoutAWord", {{"red", "", 0}, {"navy", "", 1}}, ChangeKind::literalRemoved, subject,
       {kWrong, kRefused, kRefused, kRefused});
   pairs.push_back({"literalRenamed",

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <numeric>
 #include <set>
 
 #include "evolution/CarryTesting.h"
@@ -336,8 +337,12 @@ class Chain {
   void renumberLiterals() {
     const auto place = someType(Kind::enumeration);
     if (!place) return;
-    for (meta::EnumLiteral& literal : place->type->literals)
-      literal.number = static_cast<std::int32_t>(random_.between(0, 9)) - 3;
+    // No two alike: a literal behind another one of its number would be lost.
+    std::vector<std::int32_t> numbers(place->type->literals.size() + 4);
+    std::iota(numbers.begin(), numbers.end(), -3);
+    shuffle(numbers);
+    for (std::size_t i = 0; i < place->type->literals.size(); ++i)
+      place->type->literals[i].number = numbers[i];
   }
 
   void renumberProperties() {
@@ -383,8 +388,10 @@ class Chain {
   void addLiteral() {
     const auto place = someType(Kind::enumeration);
     if (!place) return;
-    place->type->literals.push_back(
-        {freshName("literal"), "", static_cast<std::int32_t>(random_.between(0, 9)) - 3});
+    std::int32_t number = static_cast<std::int32_t>(random_.between(0, 9)) - 3;
+    const auto isTaken = [&](const meta::EnumLiteral& literal) { return literal.number == number; };
+    while (std::any_of(place->type->literals.begin(), place->type->literals.end(), isTaken)) ++number;
+    place->type->literals.push_back({freshName("literal"), "", number});
   }
 
   // Types and bounds.

@@ -7,9 +7,7 @@
 #include "SchemaPairs.h"
 #include "SchemaReading.h"
 #include "kr/zero/Validate.h"
-#if __has_include("kr/zero/evolution/CarryOver.h")
 #include "kr/zero/evolution/CarryOver.h"
-#endif
 
 namespace kr::zero::test {
 namespace {
@@ -60,7 +58,6 @@ TEST_P(Pairs, ArchivesAreSaidToBeCarriedOverWhereNothingIsLost) {
   EXPECT_EQ(nameOf(said().krz), nameOf(GetParam().effects.krz));
 }
 
-#if __has_include("kr/zero/evolution/CarryOver.h")
 TEST_P(Pairs, CarryingOverDoesWhatIsSaidOfArchives) {
   evolution::Effect effect = evolution::Effect::refused;
   try {
@@ -69,7 +66,6 @@ TEST_P(Pairs, CarryingOverDoesWhatIsSaidOfArchives) {
   }
   EXPECT_EQ(nameOf(said().krz), nameOf(effect));
 }
-#endif
 
 TEST_P(Pairs, TheChangeIsNamed) {
   const auto all = changes();

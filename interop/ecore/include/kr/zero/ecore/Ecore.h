@@ -19,6 +19,7 @@
 
 #include "kr/zero/Error.h"
 #include "kr/zero/Model.h"
+#include "kr/zero/ecore/Memo.h"
 #include "kr/zero/ecore/export.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
@@ -44,6 +45,8 @@ class KR0_ECORE_API Mapping {
   explicit Mapping(std::unique_ptr<const Impl> impl);
   ~Mapping();
   const Impl& impl() const noexcept { return *impl_; }
+  /// For what others work out from a mapping again and again.
+  Memo& memo() const noexcept;
   /// @endcond
 
  private:
