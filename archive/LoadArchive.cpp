@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "BuiltIn.h"
 #include "Fingerprint.h"
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/evolution/CarryOver.h"
@@ -49,6 +50,7 @@ std::shared_ptr<const ecore::Mapping> loadMetaModel(ArchiveReader& reader, const
                                                     meta::MetaRegistry& registry) {
   const std::vector<ecore::EcoreFile> files = reader.readMetaModel();
   try {
+    registerBuiltIn(reader.getManifest(), registry);
     return ecore::loadEcoreFiles(files, registry);
   } catch (...) {
     rethrowOfPart(name, "the meta model of the archive: ");

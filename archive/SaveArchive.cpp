@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <span>
 
+#include "BuiltIn.h"
 #include "DocumentText.h"
 #include "Fingerprint.h"
 #include "Frames.h"
@@ -20,15 +22,6 @@ std::vector<std::string> packagesOf(const Model& model) {
   std::vector<std::string> uris;
   for (const ustring& uri : io::SerializeCustomizer().getPackageUris(model)) uris.push_back(toUtf8(uri));
   return uris;
-}
-
-std::vector<ArchivedPackage> describe(const meta::MetaRegistry& registry,
-                                      const std::vector<std::string>& uris) {
-  const Fingerprints fingerprints(registry);
-  std::vector<ArchivedPackage> packages;
-  for (const std::string& uri : uris)
-    packages.push_back({uri, registry.findPackageName(uri).value(), fingerprints.find(uri).value()});
-  return packages;
 }
 
 /// What the manifest says of texts that stand one behind the other.
@@ -53,9 +46,15 @@ struct MetaModel {
 
 MetaModel packMetaModel(const ecore::Mapping& mapping, const std::vector<std::string>& packageUris,
                         int level) {
-  const ecore::PackageClosure closure = ecore::closureOf(mapping, packageUris);
+  const meta::MetaRegistry& registry = mapping.getRegistry();
+  const Fingerprints fingerprints(registry);
+  std::map<std::string, std::string> found;  // fingerprints by URI
+  const ecore::PackageClosure closure = ecore::closureOf(mapping, packageUris, [&](const std::string& uri) {
+    return isBuiltIn(uri, found[uri] = fingerprints.find(uri).value());
+  });
   MetaModel made;
-  made.said.packages = describe(mapping.getRegistry(), closure.packageUris);
+  for (const std::string& uri : closure.packageUris)
+    made.said.packages.push_back({uri, registry.findPackageName(uri).value(), found.at(uri)});
   std::vector<std::string_view> texts;
   for (const ecore::EcoreFile& file : closure.files) {
     made.said.files.emplace_back(file.name, file.text.size());

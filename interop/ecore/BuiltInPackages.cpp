@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "Namespaces.h"
+#include "WholeEcore.h"
+#include "kr/zero/ecore/Ecore.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
 
 namespace kr::zero::ecore {
@@ -145,6 +147,14 @@ const BuiltInPackage* findBuiltInPackage(std::string_view uri) {
   for (const BuiltInPackage& package : kPackages)
     if (package.uri == uri) return &package;
   return nullptr;
+}
+
+std::vector<meta::PackageDefinition> builtInVersionsOf(std::string_view packageUri) {
+  std::vector<meta::PackageDefinition> versions;
+  if (const BuiltInPackage* const package = findBuiltInPackage(packageUri))
+    versions.push_back(package->definition());
+  if (packageUri == kEcoreNamespace) versions.push_back(wholeEcore());
+  return versions;
 }
 
 const BuiltInPackage* findBuiltInFile(std::string_view file) {

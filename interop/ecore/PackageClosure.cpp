@@ -5,7 +5,6 @@
 #include <map>
 #include <set>
 
-#include "BuiltInPackages.h"
 #include "EcoreWriting.h"
 #include "MappingImpl.h"
 
@@ -98,8 +97,9 @@ class Collector {
         packages_(packagesOf(*mapping.impl().registry)),
         uris_(closeOver(packages_, uris)) {}
 
-  PackageClosure collect() {
-    for (const std::string& uri : uris_) add(uri);
+  PackageClosure collect(const std::function<bool(const std::string&)>& isKnown) {
+    for (const std::string& uri : uris_)
+      if (!isKnown(uri)) add(uri);
     PackageClosure closure;
     shorten(sources_);
     closure.files = std::move(sources_);
@@ -114,7 +114,7 @@ class Collector {
   void add(const std::string& uri) {
     if (const SourceDocument* const source = sourceOf(mapping_.impl(), uri); source != nullptr) {
       if (taken_.insert(source->name).second) sources_.push_back({source->name, textOf(uri)});
-    } else if (findBuiltInPackage(uri) == nullptr) {
+    } else {
       const std::string& root = rootOf(packages_, packages_.at(uri)).uri;
       if (taken_.insert("package " + root).second)
         written_.push_back({packages_.at(root).qualifiedName + ".ecore", textOf(root)});
@@ -132,9 +132,10 @@ class Collector {
 
 }  // namespace
 
-PackageClosure closureOf(const Mapping& mapping, const std::vector<std::string>& packageUris) {
+PackageClosure closureOf(const Mapping& mapping, const std::vector<std::string>& packageUris,
+                         const std::function<bool(const std::string& uri)>& isKnown) {
   try {
-    return Collector(mapping, packageUris).collect();
+    return Collector(mapping, packageUris).collect(isKnown);
   } catch (...) {
     rethrowAsError({});
   }

@@ -196,6 +196,62 @@ TEST(Archive, AModelThatUsesNothingBringsNoMetaModel) {
   EXPECT_EQ(loadArchive(path).model.size(), 0u);
 }
 
+// --- What is built in
+
+constexpr const char* kEcoreUri = "http://www.eclipse.org/emf/2002/Ecore";
+
+/// A model of Ecore: a package with a class.
+Model makeMetaModel(const meta::MetaRegistry& registry) {
+  Model model(registry);
+  Element package = model.createRoot("ecore.EPackage");
+  package.set("name", "zoo");
+  package.create("eClassifiers", "ecore.EClass").set("name", "Animal");
+  return model;
+}
+
+TEST(Archive, AModelOfEcoreNamesEcoreAndDoesNotBringIt) {
+  meta::MetaRegistry registry;
+  registry.add(ecore::builtInVersionsOf(kEcoreUri).back());
+  const Model model = makeMetaModel(registry);
+  const std::string path = test::temporaryPath("zoo.krz");
+  saveArchive(model, path);
+  ArchiveReader reader(path);
+  EXPECT_TRUE(reader.readMetaModel().empty());
+  ASSERT_EQ(reader.getManifest().packages.size(), 1u);
+  EXPECT_EQ(reader.getManifest().packages[0].uri, kEcoreUri);
+  EXPECT_EQ(findDifference(reader.readModel().model, model), std::nullopt);
+}
+
+TEST(Archive, EcoreFromItsFileIsTheOneThatIsBuiltIn) {
+  const std::string file = std::string(KR0_MODELS_DIR) + "/ecore/Ecore.ecore";
+  if (!std::filesystem::exists(file)) GTEST_SKIP() << file << " is not on this machine";
+  meta::MetaRegistry fromFile;
+  const auto mapping = ecore::loadMetaModels({file}, fromFile);
+  meta::MetaRegistry builtIn;
+  builtIn.add(ecore::builtInVersionsOf(kEcoreUri).back());
+  EXPECT_EQ(fingerprintOf(fromFile, kEcoreUri), fingerprintOf(builtIn, kEcoreUri));
+
+  const Model model = ecore::readXmiFile(file, *mapping);
+  const std::string path = test::temporaryPath("ecore.krz");
+  saveArchive(model, path, {.mapping = mapping.get()});
+  EXPECT_TRUE(ArchiveReader(path).readMetaModel().empty());
+  const LoadedArchive loaded = loadArchive(path);
+  EXPECT_EQ(findDifference(loaded.model, model), std::nullopt);
+  EXPECT_EQ(ecore::writeXmi(loaded.model, *loaded.mapping), ecore::writeXmi(model, *mapping));
+}
+
+TEST(Archive, AnotherPackageOfTheUriOfEcoreIsBrought) {
+  meta::PackageDefinition another = ecore::builtInVersionsOf(kEcoreUri).back();
+  another.types.front().properties.front().name = "ID";
+  meta::MetaRegistry registry;
+  registry.add(another);
+  const Model model = makeMetaModel(registry);
+  const std::string path = test::temporaryPath("another.krz");
+  saveArchive(model, path);
+  EXPECT_EQ(ArchiveReader(path).readMetaModel().size(), 1u);
+  EXPECT_EQ(findDifference(loadArchive(path).model, model), std::nullopt);
+}
+
 // --- The model by itself, levels, failures
 
 TEST(Archive, AReaderGivesTheModelByItself) {

@@ -120,6 +120,22 @@ TEST(Fingerprint, IsTheSameWithOtherDocumentationAndLayout) {
   EXPECT_EQ(fingerprintOf(plain, uri), fingerprintOf(documented, uri));
 }
 
+// Documents name what is built in by these, so they may never change.
+TEST(Fingerprint, OfWhatIsBuiltInIsThatOfThePage) {
+  const std::string page = formatPage();
+  std::size_t versions = 0;
+  for (const char* uri : {"http://www.eclipse.org/emf/2002/Ecore", "http://www.eclipse.org/emf/2003/XMLType",
+                          "http://www.w3.org/XML/1998/namespace"})
+    for (const meta::PackageDefinition& definition : ecore::builtInVersionsOf(uri)) {
+      MetaRegistry registry;
+      registry.add(definition);
+      EXPECT_THAT(page, testing::ContainsRegex("`" + std::string(uri) + "` \\| .* \\| `" +
+                                               fingerprintOf(registry, uri)));
+      ++versions;
+    }
+  EXPECT_EQ(versions, 4u);
+}
+
 TEST(Fingerprint, OfAPackageThatIsNotThereIsMisuse) {
   EXPECT_EQ(refusalOf([] { fingerprintOf(MetaRegistry(), "urn:none"); }),
             "misuse: there is no package with the URI \"urn:none\"");

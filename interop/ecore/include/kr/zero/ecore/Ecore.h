@@ -21,6 +21,7 @@
 #include "kr/zero/Model.h"
 #include "kr/zero/ecore/Memo.h"
 #include "kr/zero/ecore/export.h"
+#include "kr/zero/meta/Definitions.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
 namespace kr::zero::ecore {
@@ -82,16 +83,23 @@ KR0_ECORE_API std::shared_ptr<const Mapping> loadEcoreFiles(const std::vector<Ec
 /// The mapping of what a registry knows, with nothing special about it.
 KR0_ECORE_API std::shared_ptr<const Mapping> describeRegistry(const meta::MetaRegistry& registry);
 
+/// What a package is where no file says it: of Ecore its data types with EObject and the entries of maps,
+/// which meta models lean on, and all of it; of Ecore's types for XML schemas the data types. None for other
+/// packages.
+KR0_ECORE_API std::vector<meta::PackageDefinition> builtInVersionsOf(std::string_view packageUri);
+
 /// Packages with all that they refer to.
 struct PackageClosure {
   std::vector<std::string> packageUris;  ///< sorted
   /// What says them, numbers pinned: the files that they came from, named as they lie beside each other,
-  /// others written from the registry. Packages that this library has built in are in none.
+  /// others written from the registry.
   std::vector<EcoreFile> files;
 };
 
+/// @param isKnown asked for the URI of each package: whether nobody needs it in a file.
 /// @throws Error for a package that the registry does not know, or a text in it that XML cannot hold.
-KR0_ECORE_API PackageClosure closureOf(const Mapping& mapping, const std::vector<std::string>& packageUris);
+KR0_ECORE_API PackageClosure closureOf(const Mapping& mapping, const std::vector<std::string>& packageUris,
+                                       const std::function<bool(const std::string& uri)>& isKnown);
 
 /// Writes a package as an .ecore document in UTF-8. For a package that came from a file that is the whole
 /// document as it was, with all that a registry does not keep (operations, annotations, layout); any other
