@@ -634,18 +634,17 @@ class Items : public Many<Handle> {
   using iterator = ManyIterator<Read>;
   using Many<Handle>::Many;
 
-  ///@{
-  /// The values in their order; iterators stand until the property is changed.
+  /// The first value; iterators stand until the property is changed.
   iterator begin() const {
     const Spot spot = this->spot();
     return {Read(spot), spot.items().data()};
   }
+  /// Behind the last value.
   iterator end() const {
     const Spot spot = this->spot();
     const auto items = spot.items();
     return {Read(spot), items.data() + items.size()};
   }
-  ///@}
   /// The value at a position, from 0.
   /// @throws ModelError where there is no such position.
   value_type operator[](std::size_t position) const {
