@@ -18,8 +18,7 @@ class Faults {
 
   /// Does something with a part.
   /// @return whether that went well; otherwise the Error is noted. One that says nothing of the part (there
-  /// is a
-  ///   limit or no memory) passes, and so does any other exception.
+  ///   is a limit or no memory) passes, and so does any other exception.
   template <class Work>
   bool attempt(Work work) {
     try {

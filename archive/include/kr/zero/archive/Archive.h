@@ -48,8 +48,7 @@ struct ArchiveOptions {
 /// model, same meta model, same level: same bytes, with the same release of libzstd. Takes the memory of the
 /// document and less than 4 MiB beside the model.
 /// @throws Error: misuse for a level out of range or the mapping of another registry; inexpressible for a
-/// model
-///   that the format, or a meta model that Ecore cannot express; unwritable, with the system's reason;
+///   model that the format, or a meta model that Ecore cannot express; unwritable, with the system's reason;
 ///   cancelled by `progress`. The old file is then as it was.
 KR0_ARCHIVE_API void saveArchive(const Model& model, const std::filesystem::path& path,
                                  const ArchiveOptions& options = {});
@@ -108,8 +107,7 @@ class KR0_ARCHIVE_API ArchiveReader {
  public:
   /// Opens the file and finds its parts.
   /// @throws Error: unreadable for a file that cannot be read, or is no regular one; foreign for one that
-  /// does not
-  ///   begin like an archive.
+  ///   does not begin like an archive.
   explicit ArchiveReader(const std::filesystem::path& path, ArchiveLimits limits = {});
   /// The same for an archive in memory.
   explicit ArchiveReader(const ArchiveBytes& archive, ArchiveLimits limits = {});
@@ -176,8 +174,7 @@ KR0_ARCHIVE_API std::string fingerprintOf(const meta::MetaRegistry& registry, co
 /// Whether a document begins like an archive, and not like a Zstandard file with a note of some other program
 /// in front.
 /// @param beginning as much of the document as there is: where one of the first two parts is damaged, the
-/// other
-///   tells.
+///   other tells.
 KR0_ARCHIVE_API bool looksLikeArchive(std::string_view beginning);
 
 }  // namespace kr::zero::archive

@@ -75,8 +75,7 @@ class KR0_EVOLUTION_API CarryOverRefused : public Error {
 /// @param target the new meta model; must outlive the result. The old one is the source's registry.
 /// @throws CarryOverRefused where something would be lost that neither a rule nor `allowLoss` allows.
 /// @throws Error (ErrorCode::doesNotFit) for a rule that names what is not there, or whose default is no
-/// value
-///   of its property; (ErrorCode::cancelled) where `progress` says to stop.
+///   value of its property; (ErrorCode::cancelled) where `progress` says to stop.
 KR0_EVOLUTION_API CarryOverResult carryOver(const Model& source, const meta::MetaRegistry& target,
                                             const CarryOverOptions& options = {});
 

@@ -115,8 +115,7 @@ struct CompareOptions {
 /// Compares two versions of meta models. Numbers are compared as the registries gave them, pinned or not. The
 /// order of declarations counts only where it decides about numbers or defaults.
 /// @return the changes: packages, then types with what is in them in the order of the old meta model, then
-/// what is
-///   new. Empty where documents cannot tell the two apart.
+///   what is new. Empty where documents cannot tell the two apart.
 ///
 /// Not told: what lies in names that only XML has, and texts of more digits than a real number has that are
 /// read as one. Takes time in proportion to the properties that all classes list. Threads: as MetaRegistry
