@@ -15,6 +15,7 @@ namespace kr::zero::archive {
 namespace {
 
 constexpr std::size_t kPiece = std::size_t{1} << 17;
+constexpr std::uint64_t kMostAtOnce = std::uint64_t{1} << 20;  // compressed bytes that may lie in memory
 // 8 MiB, which RFC 8878 asks every decompressor to have; our frames need an eighth of it.
 constexpr FrameRules kRules{.largestWindowLog = 23, .provesItself = true};
 // Documents become 10 to 30 times smaller.
@@ -138,6 +139,19 @@ struct ArchiveReader::Impl {
       file.failDamaged(part, "the manifest has another hash for it");
   }
 
+  /// Decompresses a document of usual size in one step.
+  /// @return false, and nothing is there, where that cannot be done: unpack() does it, or says why not.
+  bool unpackAtOnce(Extent at, const Claim& claim, std::vector<std::uint8_t>& bytes) {
+    if (at.size > kMostAtOnce || claim.bytes > limits.bytes || roomFor(claim.bytes, at.size) != claim.bytes)
+      return false;
+    const std::string frame = file.read(at.offset, static_cast<std::size_t>(at.size));
+    bytes.resize(static_cast<std::size_t>(claim.bytes));
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (decompressAtOnce(frame, bytes, kRules) && hashOf(text) == claim.hash) return true;
+    bytes.clear();
+    return false;
+  }
+
   void decompressPart(const char* part, const GivePiece& give, const TakePiece& take) const {
     try {
       decompress(give, take, kRules);
@@ -205,6 +219,7 @@ std::vector<std::uint8_t> ArchiveReader::readDocument() try {
   std::optional<Impl::Claim> claim;
   if (manifest) {
     claim.emplace(Impl::Claim{manifest->bytes, manifest->hash});
+    if (impl_->unpackAtOnce(at, *claim, bytes)) return bytes;
     bytes.reserve(roomFor(std::min(claim->bytes, impl_->limits.bytes), at.size));
   }
   impl_->unpack(kDocumentPart, at, claim, [&](std::string_view piece) {

@@ -48,6 +48,10 @@ struct FrameRules {
 ///   or is not the end. What take throws passes through.
 void decompress(const GivePiece& give, const TakePiece& take, const FrameRules& rules = {});
 
+/// Decompresses one frame, which is all of the input, into memory of its size: quicker than piece by piece.
+/// @return whether all went well. If not, the memory holds anything, and decompress() says what is wrong.
+bool decompressAtOnce(std::string_view frame, std::span<std::uint8_t> into, const FrameRules& rules);
+
 /// Whether a frame begins here, a skippable one or one of data.
 bool beginsFrame(std::string_view bytes);
 

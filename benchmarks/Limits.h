@@ -87,6 +87,6 @@ inline constexpr double kArchiveBytesLimit = 1.0;
 inline constexpr double kArchiveDocumentMeanLimit = 0.88;
 inline constexpr double kArchiveSaveLimit = 0.80;
 inline constexpr double kFastArchiveSaveLimit = 0.35;
-inline constexpr double kArchiveLoadLimit = 1.70;
+inline constexpr double kArchiveLoadLimit = 1.50;
 
 }  // namespace kr::zero::bench

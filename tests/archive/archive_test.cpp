@@ -7,6 +7,7 @@
 
 #include "archive/ArchiveTesting.h"
 #include "support/Paths.h"
+#include "support/Random.h"
 
 namespace kr::zero::archive {
 
@@ -264,6 +265,24 @@ TEST(Archive, EveryLevelGivesTheModelBack) {
   for (int level = kFastestLevel; level <= kSmallestLevel; ++level) {
     saveArchive(library().model, path, {.mapping = library().mapping.get(), .level = level});
     EXPECT_EQ(findDifference(loadArchive(path).model, library().model), std::nullopt) << level;
+  }
+}
+
+// Documents up to a megabyte of compressed bytes are decompressed in one step, larger ones piece by piece.
+TEST(Archive, DocumentsOfEverySizeComeBack) {
+  const std::string path = test::temporaryPath("large.krz");
+  test::Random random(7);
+  for (const std::size_t texts : {1u, 3000u, 60000u}) {
+    Model model(library().registry);
+    Element root = model.createRoot("library.Library");
+    for (std::size_t i = 0; i < texts; ++i) {
+      std::string text;  // of nothing that repeats
+      for (int part = 0; part < 3; ++part) text += std::to_string(random.next());
+      root.create("authors").set("name", text);
+    }
+    saveArchive(model, path, {.mapping = library().mapping.get(), .level = 1});
+    EXPECT_EQ(std::filesystem::file_size(path) > std::size_t{1} << 20, texts == 60000) << texts;
+    EXPECT_EQ(findDifference(loadArchive(path).model, model), std::nullopt) << texts;
   }
 }
 
