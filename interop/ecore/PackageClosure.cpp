@@ -39,7 +39,46 @@ std::set<std::string> neighboursOf(const PackageInfo& package) {
   return uris;
 }
 
-std::set<std::string> closeOver(const PackagesByUri& packages, const std::vector<std::string>& uris) {
+const SourceDocument* sourceOf(const Mapping::Impl& mapping, const std::string& uri) {
+  for (const SourceDocument& source : mapping.sources)
+    if (std::find(source.packageUris.begin(), source.packageUris.end(), uri) != source.packageUris.end())
+      return &source;
+  return nullptr;
+}
+
+/// Packages by the one that is around them all, which they are written into one file with.
+class Trees {
+ public:
+  explicit Trees(const PackagesByUri& packages) {
+    std::map<std::string_view, const PackageInfo*> byName;
+    for (const auto& [uri, package] : packages) byName.emplace(package.qualifiedName, &package);
+    for (const auto& [uri, package] : packages) {
+      const PackageInfo* const root = findRoot(byName, package);
+      roots_[uri] = root;
+      members_[root].push_back(uri);
+    }
+  }
+  const PackageInfo& rootOf(const std::string& uri) const { return *roots_.at(uri); }
+  const std::vector<std::string>& aroundOf(const std::string& uri) const {
+    return members_.at(roots_.at(uri));
+  }
+
+ private:
+  static const PackageInfo* findRoot(const std::map<std::string_view, const PackageInfo*>& byName,
+                                     const PackageInfo& package) {
+    const std::string_view name = package.qualifiedName;
+    for (std::size_t dot = name.find('.'); dot != name.npos; dot = name.find('.', dot + 1))
+      if (const auto found = byName.find(name.substr(0, dot)); found != byName.end()) return found->second;
+    return &package;
+  }
+
+  std::map<std::string, const PackageInfo*> roots_;
+  std::map<const PackageInfo*, std::vector<std::string>> members_;
+};
+
+/// Packages with all that they need: what their types name, and what stands in one file with them.
+std::set<std::string> closeOver(const Mapping::Impl& mapping, const PackagesByUri& packages,
+                                const Trees& trees, const std::vector<std::string>& uris) {
   std::set<std::string> closed;
   std::vector<std::string> waiting(uris);
   while (!waiting.empty()) {
@@ -50,25 +89,11 @@ std::set<std::string> closeOver(const PackagesByUri& packages, const std::vector
     if (found == packages.end())
       throw EcoreError(ErrorCode::misuse, "there is no package with the URI \"" + uri + "\"");
     for (const std::string& next : neighboursOf(found->second)) waiting.push_back(next);
+    const SourceDocument* const source = sourceOf(mapping, uri);
+    for (const std::string& next : source != nullptr ? source->packageUris : trees.aroundOf(uri))
+      waiting.push_back(next);
   }
   return closed;
-}
-
-const SourceDocument* sourceOf(const Mapping::Impl& mapping, const std::string& uri) {
-  for (const SourceDocument& source : mapping.sources)
-    if (std::find(source.packageUris.begin(), source.packageUris.end(), uri) != source.packageUris.end())
-      return &source;
-  return nullptr;
-}
-
-/// The package around this one that is in no other.
-const PackageInfo& rootOf(const PackagesByUri& packages, const PackageInfo& package) {
-  const PackageInfo* root = &package;
-  for (const auto& [uri, other] : packages)
-    if (other.qualifiedName.size() < root->qualifiedName.size() &&
-        root->qualifiedName.starts_with(other.qualifiedName + "."))
-      root = &other;
-  return *root;
 }
 
 /// Names of files as they lie beside each other: without the folders that all of them are in.
@@ -95,7 +120,8 @@ class Collector {
   Collector(const Mapping& mapping, const std::vector<std::string>& uris)
       : mapping_(mapping),
         packages_(packagesOf(*mapping.impl().registry)),
-        uris_(closeOver(packages_, uris)) {}
+        trees_(packages_),
+        uris_(closeOver(mapping.impl(), packages_, trees_, uris)) {}
 
   PackageClosure collect(const std::function<bool(const std::string&)>& isKnown) {
     for (const std::string& uri : uris_)
@@ -115,7 +141,7 @@ class Collector {
     if (const SourceDocument* const source = sourceOf(mapping_.impl(), uri); source != nullptr) {
       if (taken_.insert(source->name).second) sources_.push_back({source->name, textOf(uri)});
     } else {
-      const std::string& root = rootOf(packages_, packages_.at(uri)).uri;
+      const std::string& root = trees_.rootOf(uri).uri;
       if (taken_.insert("package " + root).second)
         written_.push_back({packages_.at(root).qualifiedName + ".ecore", textOf(root)});
     }
@@ -124,6 +150,7 @@ class Collector {
 
   const Mapping& mapping_;
   const PackagesByUri packages_;
+  const Trees trees_;
   const std::set<std::string> uris_;
   std::set<std::string> taken_;
   std::vector<EcoreFile> sources_;

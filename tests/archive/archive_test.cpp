@@ -197,6 +197,21 @@ TEST(Archive, AModelThatUsesNothingBringsNoMetaModel) {
   EXPECT_EQ(loadArchive(path).model.size(), 0u);
 }
 
+TEST(Archive, WhatIsInOneFileWithAPackageNeedsItsNeighboursToo) {
+  meta::MetaModelBuilder outer("urn:outer", "outer");
+  outer.classType("Outer").property("mood", "moods.Mood");
+  outer.package("urn:inner", "inner").classType("Inner");
+  meta::MetaModelBuilder moods("urn:moods", "moods");
+  moods.enumeration("Mood").literal("good", 0);
+  meta::MetaRegistry registry;
+  registry.add({outer.definition(), moods.definition()});
+  Model model(registry);
+  model.createRoot("outer.inner.Inner");  // the outer package is not used, and is in the same file
+  const std::string path = test::temporaryPath("inner.krz");
+  saveArchive(model, path);
+  EXPECT_EQ(findDifference(loadArchive(path).model, model), std::nullopt);
+}
+
 // --- What is built in
 
 constexpr const char* kEcoreUri = "http://www.eclipse.org/emf/2002/Ecore";
