@@ -76,6 +76,8 @@ bool MallocMeter::isWatching() {
 #if !defined(KR0_TEST_MALLOC_IS_TAKEN)
 namespace meter = kr::zero::test;
 
+// The libraries find what is visible; some compilers hide these with all else.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* __libc_malloc(std::size_t size);
@@ -106,6 +108,7 @@ void free(void* block) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 #else
 // A sanitizer's operator new ends the program where a forged length asks for more than there is; its malloc
 // does not.
