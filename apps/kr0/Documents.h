@@ -23,7 +23,7 @@ namespace kr::zero::tool {
 enum class Format { krb, krt, xmi, krz };
 
 /// How much an input may unpack to unless the call says otherwise, in bytes.
-inline constexpr std::uint64_t kDefaultLimit = std::uint64_t{4} << 30;
+inline constexpr std::uint64_t kDefaultLimit = archive::ArchiveLimits{}.bytes;
 
 /// The format of a name that --from or --to gives ("krb", "krt", "xmi", "krz"); nothing for an empty name.
 std::optional<Format> formatNamed(std::string_view name);

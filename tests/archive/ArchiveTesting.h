@@ -9,19 +9,9 @@
 #include <vector>
 
 #include "kr/zero/archive/Archive.h"
+#include "support/Refusal.h"
 
 namespace kr::zero::test {
-
-/// Code and sentence of the Error that something throws: "damaged: x.krz: the document ...".
-template <class Action>
-std::string refusalOf(Action action) {
-  try {
-    action();
-  } catch (const Error& error) {
-    return std::string(nameOf(error.getCode())) + ": " + error.what();
-  }
-  return "nothing was refused";
-}
 
 /// The meta model and the model of the golden archives: a few nodes, with texts that repeat.
 const meta::MetaRegistry& goldenArchiveRegistry();

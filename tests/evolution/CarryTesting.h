@@ -8,6 +8,7 @@
 
 #include "kr/zero/evolution/CarryOver.h"
 #include "kr/zero/meta/MetaModelBuilder.h"
+#include "support/Refusal.h"
 
 namespace kr::zero::test {
 
@@ -59,17 +60,6 @@ inline std::vector<std::string> lossesOf(const Versions& versions, const Model& 
     return refused.getDetails().problems;
   }
   return {};
-}
-
-/// The sentence that something is refused with.
-template <class Action>
-std::string refusalOf(Action action) {
-  try {
-    action();
-  } catch (const Error& error) {
-    return std::string(nameOf(error.getCode())) + ": " + error.what();
-  }
-  return "nothing was refused";
 }
 
 }  // namespace kr::zero::test

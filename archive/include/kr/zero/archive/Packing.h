@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kr/zero/archive/Archive.h"
 #include "kr/zero/archive/export.h"
 
 namespace kr::zero::archive {
@@ -37,8 +38,8 @@ KR0_ARCHIVE_API std::string_view unpackedName(std::string_view path);
 
 /// How a packed file is read.
 struct UnpackOptions {
-  std::string name = "the document";             ///< what errors call it
-  std::uint64_t limit = std::uint64_t{4} << 30;  ///< bytes that it may unpack to
+  std::string name = "the document";            ///< what errors call it
+  std::uint64_t limit = ArchiveLimits{}.bytes;  ///< bytes that it may unpack to
 };
 
 /// Unpacks a file as a whole: all of its members or frames, one behind the other. Memory grows with what was
