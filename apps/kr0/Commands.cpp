@@ -62,16 +62,6 @@ void catModel(const Model& model, const ShowOptions& options, TextOut& out) {
     print([&](TreeVisitor& printer) { visitModel(model, printer); }, options, out);
 }
 
-Document load(const InputOptions& input) {
-  ProgressBar progress;  // gone before the first line is printed
-  return readDocument(input.path, formatNamed(input.from), progress, input.limit);
-}
-
-LoadedDocument load(const Document& document, const InputOptions& input) {
-  ProgressBar progress;
-  return readModel(document, input.metaModels, progress);
-}
-
 void requireUse(const WriteOptions& options, const std::string& output, Format format) {
   const bool isCompressed = format == Format::krz || archive::packingOfName(output) != archive::Packing::none;
   if (options.level && !isCompressed)
@@ -89,23 +79,25 @@ void convert(const ConvertOptions& options) {
   requireUse(options.writing, options.output, format);
   ProgressBar progress;
   Document document = readDocument(input.path, formatNamed(input.from), progress, input.limit);
-  const LoadedDocument loaded = readModel(document, input.metaModels, progress);
+  const LoadedDocument loaded = readModel(document, input, progress);
   document.bytes = {};  // the model holds everything now
   writeModel(loaded.model, options.output, format, loaded.metaModels, progress, options.writing);
 }
 
 void cat(const ShowOptions& options) {
   if (options.json && options.events) throw WrongCall("--json and --events are two ways of printing");
-  Document document = load(options.input);
-  TextOut out;
-  if (document.format == Format::krt && (options.input.metaModels.empty() || options.events)) {
-    catTagged(document, options, out);
-  } else {
-    const LoadedDocument loaded = load(document, options.input);
+  forEachInput(options.inputs, [&](const InputOptions& input, TextOut& out) {
+    Document document = loadBytes(input);
+    if (!options.json) addHeading(options.inputs, input, out);
+    if (document.format == Format::krt && (input.metaModels.empty() || options.events))
+      return catTagged(document, options, out);
+    const LoadedDocument loaded = [&] {
+      ProgressBar progress;  // gone before the first line is printed
+      return readModel(document, input, progress);
+    }();
     document.bytes = {};  // the model holds everything now
     catModel(loaded.model, options, out);
-  }
-  out.flush();
+  });
 }
 
 }  // namespace kr::zero::tool

@@ -8,16 +8,9 @@
 #include <vector>
 
 #include "Documents.h"
+#include "Inputs.h"
 
 namespace kr::zero::tool {
-
-/// The document that a verb reads.
-struct InputOptions {
-  std::string path;                     ///< "-": standard input
-  std::vector<std::string> metaModels;  ///< the files; archives need none
-  std::string from;                     ///< its format, empty: find out
-  std::uint64_t limit = kDefaultLimit;  ///< bytes that it may unpack to
-};
 
 struct ConvertOptions {
   InputOptions input;
@@ -28,14 +21,14 @@ struct ConvertOptions {
 void convert(const ConvertOptions& options);
 
 struct ShowOptions {
-  InputOptions input;
+  InputsOptions inputs;
   bool json = false;
   bool events = false;  ///< print the tree events
 };
-/// What a document is: format, version, packages, size, elements by class; of an archive also its parts, and
+/// What documents are: format, version, packages, size, elements by class; of an archive also its parts, and
 /// whether each is whole.
 void info(const ShowOptions& options);
-/// All that a document holds.
+/// All that documents hold.
 void cat(const ShowOptions& options);
 
 struct UnpackOptions {

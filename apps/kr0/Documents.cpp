@@ -1,6 +1,8 @@
 #include "Documents.h"
 
 #include <filesystem>
+#include <map>
+#include <mutex>
 #include <set>
 
 #include "Errors.h"
@@ -40,9 +42,9 @@ std::string asXmi(const Model& model, const MetaModels& metaModels, ProgressBar&
   return ecore::writeXmi(model, metaModels.mapping(), progress.reporter());
 }
 
-std::string asBinary(const Model& model, Format format) {
+std::string asBinary(const Model& model, Format format, ProgressBar& progress) {
   std::string bytes;
-  io::writeModel(model, bytes, {.format = libraryName(format)});
+  io::writeModel(model, bytes, {.format = libraryName(format), .progress = progress.counter(model.size())});
   return bytes;
 }
 
@@ -66,7 +68,7 @@ std::string encode(const Model& model, Format format, const MetaModels& metaMode
                    const WriteOptions& options) {
   if (format == Format::xmi) return asXmi(model, metaModels, progress);
   if (format == Format::krz) return asArchive(model, metaModels, options);
-  return asBinary(model, format);
+  return asBinary(model, format, progress);
 }
 
 std::string encode(const Model& model, const std::string& path, Format format, const MetaModels& metaModels,
@@ -157,9 +159,20 @@ Format outputFormat(const std::string& path) {
   return formatOfExtension(path).value_or(Format::xmi);
 }
 
-MetaModels::MetaModels(const std::vector<std::string>& paths, std::uint64_t limit)
-    : registry_(std::make_unique<meta::MetaRegistry>()),
-      mapping_(ecore::loadEcoreFiles(readEcoreFiles(paths, limit), *registry_)) {}
+MetaModels::MetaModels(const std::vector<std::string>& paths, std::uint64_t limit) {
+  auto registry = std::make_shared<meta::MetaRegistry>();
+  mapping_ = ecore::loadEcoreFiles(readEcoreFiles(paths, limit), *registry);
+  registry_ = std::move(registry);
+}
+
+MetaModels MetaModels::of(const std::vector<std::string>& paths, std::uint64_t limit) {
+  static std::mutex mutex;
+  static std::map<std::vector<std::string>, MetaModels> known;
+  const std::lock_guard lock(mutex);
+  auto found = known.find(paths);
+  if (found == known.end()) found = known.emplace(paths, MetaModels(paths, limit)).first;
+  return found->second;
+}
 
 std::string_view Document::text() const {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -198,16 +211,16 @@ Model readModel(const Document& document, const MetaModels& metaModels, Progress
     return withinLimit(document, [&] {
       return archive::loadArchive(document.asArchive(), metaModels.registry(), {.bytes = document.limit});
     });
-  return io::readModel(
-      document.bytes,
-      {.registry = &metaModels.registry(), .format = libraryName(document.format), .name = document.name});
+  return io::readModel(document.bytes, {.registry = &metaModels.registry(),
+                                        .format = libraryName(document.format),
+                                        .name = document.name,
+                                        .progress = progress.counter()});
 }
 
-LoadedDocument readModel(const Document& document, const std::vector<std::string>& metaModels,
-                         ProgressBar& progress) {
-  if (!metaModels.empty()) {
+LoadedDocument readModel(const Document& document, const ReadOptions& options, ProgressBar& progress) {
+  if (!options.metaModels.empty()) {
     progress.startStep("loading the meta models");
-    MetaModels given(metaModels, document.limit);
+    MetaModels given = MetaModels::of(options.metaModels, options.limit);
     Model model = readModel(document, given, progress);
     return {std::move(given), std::move(model)};
   }
@@ -218,6 +231,17 @@ LoadedDocument readModel(const Document& document, const std::vector<std::string
   archive::LoadedArchive loaded = withinLimit(
       document, [&] { return archive::loadArchive(document.asArchive(), {.bytes = document.limit}); });
   return {{std::move(loaded.registry), std::move(loaded.mapping)}, std::move(loaded.model)};
+}
+
+Document loadBytes(const InputOptions& input) {
+  ProgressBar progress;
+  return readDocument(input.path, formatNamed(input.from), progress, input.limit);
+}
+
+LoadedDocument loadDocument(const InputOptions& input) {
+  ProgressBar progress;
+  const Document document = readDocument(input.path, formatNamed(input.from), progress, input.limit);
+  return readModel(document, input, progress);
 }
 
 std::size_t writeModel(const Model& model, const std::string& path, Format format,

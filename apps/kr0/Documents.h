@@ -25,6 +25,18 @@ enum class Format { krb, krt, xmi, krz };
 /// How much an input may unpack to unless the call says otherwise, in bytes.
 inline constexpr std::uint64_t kDefaultLimit = archive::ArchiveLimits{}.bytes;
 
+/// How documents are read.
+struct ReadOptions {
+  std::vector<std::string> metaModels;  ///< the files; archives need none
+  std::string from;                     ///< format of the documents, empty: find out
+  std::uint64_t limit = kDefaultLimit;  ///< bytes that one may unpack to
+};
+
+/// A document to read.
+struct InputOptions : ReadOptions {
+  std::string path;  ///< "-": standard input
+};
+
 /// The format of a name that --from or --to gives ("krb", "krt", "xmi", "krz"); nothing for an empty name.
 std::optional<Format> formatNamed(std::string_view name);
 std::string_view nameOf(Format format);
@@ -34,7 +46,7 @@ std::string_view nameOf(Format format);
 /// @throws WrongCall for standard output, whose name tells nothing.
 Format outputFormat(const std::string& path);
 
-/// Meta models in a registry of their own.
+/// Meta models in a registry of their own. Copies share it.
 class MetaModels {
  public:
   /// @throws Error where they cannot be taken in.
@@ -42,11 +54,15 @@ class MetaModels {
   /// Those of an archive.
   MetaModels(std::unique_ptr<meta::MetaRegistry> registry, std::shared_ptr<const ecore::Mapping> mapping)
       : registry_(std::move(registry)), mapping_(std::move(mapping)) {}
+  /// Those in these files, which are read once however many documents need them.
+  /// @throws Error where they cannot be taken in.
+  static MetaModels of(const std::vector<std::string>& paths, std::uint64_t limit);
+
   const meta::MetaRegistry& registry() const { return *registry_; }
   const ecore::Mapping& mapping() const { return *mapping_; }
 
  private:
-  std::unique_ptr<meta::MetaRegistry> registry_;
+  std::shared_ptr<const meta::MetaRegistry> registry_;
   std::shared_ptr<const ecore::Mapping> mapping_;
 };
 
@@ -112,10 +128,18 @@ BinaryHeader readBinaryHeader(const Document& document);
 /// @throws Error where the document is malformed or does not fit the meta models.
 Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress);
 
-/// Reads a model by the meta models in these files or, where there are none, by those that an archive brings.
+/// Reads a model by the meta models that the options name or, where they name none, by those that an archive
+/// brings.
 /// @throws WrongCall where there are neither.
-LoadedDocument readModel(const Document& document, const std::vector<std::string>& metaModels,
-                         ProgressBar& progress);
+LoadedDocument readModel(const Document& document, const ReadOptions& options, ProgressBar& progress);
+
+///@{
+/// Reads a document, or its model, and shows how far that has come.
+/// @throws Error where it is malformed or does not fit the meta models.
+/// @throws WrongCall where it needs a meta model and there is none.
+Document loadBytes(const InputOptions& input);
+LoadedDocument loadDocument(const InputOptions& input);
+///@}
 
 /// Writes a model to a file or standard output, packed as its name says; a failure leaves no file behind.
 /// @throws Error for a model that the format cannot express.

@@ -71,7 +71,7 @@ void addHeader(const Document& document, Facts& facts) {
 }
 
 void addContent(const Document& document, const InputOptions& input, Facts& facts, ProgressBar& progress) {
-  const LoadedDocument loaded = readModel(document, input.metaModels, progress);
+  const LoadedDocument loaded = readModel(document, input, progress);
   facts.elements = countByClass(loaded.model);
   if (!facts.packages) facts.packages = packagesOf(loaded.model);
 }

@@ -114,7 +114,10 @@ TextOut& TextOut::operator<<(std::string_view text) {
 TextOut& TextOut::operator<<(char character) { return *this << std::string_view(&character, 1); }
 
 void TextOut::flush() {
-  writeStandardOutput(pending_);
+  if (target_ != nullptr)
+    *target_ += pending_;
+  else
+    writeStandardOutput(pending_);
   pending_.clear();
 }
 

@@ -32,6 +32,9 @@ void makeFolder(const std::string& path);
 /// Text on its way to standard output, in large pieces, and without what a terminal would obey.
 class TextOut {
  public:
+  TextOut() = default;
+  /// Text that goes to a string instead.
+  explicit TextOut(std::string& target) : target_(&target) {}
   TextOut& operator<<(std::string_view text);
   TextOut& operator<<(char character);
   /// Writes what is left. A text that is never flushed is not written.
@@ -39,6 +42,7 @@ class TextOut {
 
  private:
   std::string pending_;
+  std::string* target_ = nullptr;
 };
 
 }  // namespace kr::zero::tool

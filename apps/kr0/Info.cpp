@@ -113,8 +113,8 @@ Json asJson(const Counts& counts) {
   return {{"total", totalOf(counts)}, {"classes", std::move(classes)}};
 }
 
-void printJson(const Facts& facts, TextOut& out) {
-  Json json{{"format", nameOf(facts.format)}};
+void printJson(const Facts& facts, const std::string& file, TextOut& out) {
+  Json json{{"file", file}, {"format", nameOf(facts.format)}};
   if (!facts.version.empty()) json["version"] = facts.version;
   json["bytes"] = facts.bytes;
   if (facts.packing != archive::Packing::none)
@@ -131,11 +131,12 @@ void printJson(const Facts& facts, TextOut& out) {
 }  // namespace
 
 void info(const ShowOptions& options) {
-  const Facts facts = gatherFacts(options.input);
-  TextOut out;
-  options.json ? printJson(facts, out) : printText(facts, out);
-  out.flush();
-  facts.faults.raise();
+  forEachInput(options.inputs, [&](const InputOptions& input, TextOut& out) {
+    const Facts facts = gatherFacts(input);
+    if (!options.json) addHeading(options.inputs, input, out);
+    options.json ? printJson(facts, inputName(input.path), out) : printText(facts, out);
+    facts.faults.raise();
+  });
 }
 
 }  // namespace kr::zero::tool

@@ -20,7 +20,7 @@ LoadedDocument load(const InputOptions& input, ProgressBar& progress) {
   if (document.format != Format::krz && input.metaModels.empty())
     throw WrongCall(document.name +
                     ": only archives bring their meta model, give that of other documents with --from");
-  return readModel(document, input.metaModels, progress);
+  return readModel(document, input, progress);
 }
 
 bool isJsonName(const std::string& path) { return std::filesystem::path(path).extension() == ".json"; }

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -11,8 +13,9 @@
 
 namespace kr::zero::tool {
 
-/// Shows a bar on standard error once work has taken a second, and wipes it out at the end. Where
-/// standard error is no terminal, nothing at all happens.
+/// Shows a bar on standard error once work has taken a second, with how long it may still take, and wipes it
+/// out at the end. Where standard error is no terminal, nothing at all happens. Of several bars at once, on
+/// several threads, only the first is shown.
 class ProgressBar {
  public:
   ProgressBar();
@@ -25,15 +28,21 @@ class ProgressBar {
   void startStep(std::string what);
   /// Takes fractions of the step, 0 to 1; cheap enough to be called often.
   std::function<void(double)> reporter();
+  /// Takes how many elements are done, of so many or, for 0, of nobody knows how many. Empty where nothing is
+  /// shown.
+  std::function<bool(std::uint64_t)> counter(std::uint64_t total = 0);
 
  private:
   void draw();
   std::string line(int seconds);
+  std::string rest(double fraction) const;
 
   std::atomic<double> fraction_{-1};  // negative: not known
+  std::atomic<std::uint64_t> elements_{0};
   std::mutex mutex_;
   std::condition_variable wake_;
   std::string what_;
+  std::chrono::steady_clock::time_point begun_ = {};  // of the step
   bool over_ = false;
   std::thread drawer_;
 };

@@ -5,32 +5,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 #include <new>
-#include <string>
-#include <string_view>
 
 #include "CommandLine.h"
 #include "Errors.h"
 #include "Files.h"
-#include "Visible.h"
 #include "kr/zero/io/BinaryFormats.h"
 
 namespace kr::zero::tool {
 
 namespace {
-
-int complain(const std::string& what, ExitCode code) {
-  std::cerr << "kr0: " + asOneLine(what) + '\n';  // whole or, without memory for it, not at all
-  return code;
-}
-
-// Takes no memory: there is none.
-int complainOfMemory() {
-  constexpr std::string_view kSentence = "kr0: there is not enough memory for this document\n";
-  static_cast<void>(!::write(STDERR_FILENO, kSentence.data(), kSentence.size()));
-  return exitBadInput;
-}
 
 bool isMemoryLeft() {
   constexpr std::size_t kLittle = 4096;
@@ -59,16 +43,8 @@ int run(int count, char** arguments) {
   try {
     io::registerBinaryFormats();
     return performCall(count, arguments);
-  } catch (const WrongCall& error) {
-    return complain(error.what(), exitWrongCall);
-  } catch (const ReaderGone&) {
-    return exitDone;
-  } catch (const AnsweredNo&) {
-    return exitBadInput;
-  } catch (const std::bad_alloc&) {
-    throw;
-  } catch (const std::exception& error) {
-    return complain(error.what(), exitBadInput);
+  } catch (...) {
+    return complain(std::current_exception());
   }
 }
 

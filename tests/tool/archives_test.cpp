@@ -162,7 +162,8 @@ TEST(Archives, TellTheSameAsJson) {
 
 TEST(Archives, OtherDocumentsTellThemselvesAsJsonToo) {
   const Json bare = jsonOf(kr0({"info", libraryKrb(), "--json"}));
-  EXPECT_EQ(bare, Json({{"format", "krb"},
+  EXPECT_EQ(bare, Json({{"file", libraryKrb()},
+                        {"format", "krb"},
                         {"version", "1"},
                         {"bytes", 3265},
                         {"packages", {{{"uri", "http://www.example.org/library"}}}}}));

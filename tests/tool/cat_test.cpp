@@ -54,7 +54,7 @@ TEST(Cat, CollectionsStandOnOneLine) {
 }
 
 TEST(Cat, BothFormatsOfAModelPrintTheSame) {
-  for (const char* kind : {"--verbose", "--json"})
+  for (const char* kind : {"--quiet", "--json"})
     EXPECT_EQ(cat({libraryKrb(), "-m", libraryEcore(), kind}),
               cat({libraryXmi(), "-m", libraryEcore(), kind}));
 }
@@ -103,7 +103,7 @@ TEST(Cat, AReferenceOutOfTheDocumentIsPrintedWithItsTexts) {
 TEST(Cat, ADeepModelIsPrintedOnASmallStackInLinearSize) {
   const std::string folder = freshFolder();
   writeFile(folder + "/deep.xmi", chainXmi(30'000));
-  for (const char* kind : {"--verbose", "--json"}) {
+  for (const char* kind : {"--quiet", "--json"}) {
     const Ended ended =
         bash("ulimit -s 256 && $KR0 cat $1/deep.xmi -m $2 $3 2>/dev/null", {folder, chainEcore(), kind});
     EXPECT_EQ(ended.code, 0);

@@ -140,7 +140,7 @@ TEST(Tagged, CatNeedsNoMetaModel) {
 }
 
 TEST(Tagged, CatWithAMetaModelPrintsWhatTheOtherFormatsPrint) {
-  for (const char* kind : {"--verbose", "--json"})
+  for (const char* kind : {"--quiet", "--json"})
     EXPECT_EQ(outOf({"cat", libraryKrt(), "-m", libraryEcore(), kind}),
               outOf({"cat", libraryKrb(), "-m", libraryEcore(), kind}));
 }
@@ -241,7 +241,7 @@ TEST(Tagged, ADocumentCutBehindItsLastElementIsRefused) {
 TEST(Tagged, AMalformedTextIsRefusedBeforeAnythingIsPrinted) {
   std::string bytes = readFile(libraryKrt());
   bytes[bytes.find("Riverside")] = '\xFF';
-  for (const char* flag : {"--json", "--events", "--verbose"})
+  for (const char* flag : {"--json", "--events", "--quiet"})
     expectRefused(kr0({"cat", "-", flag}, bytes),
                   testing::ContainsRegex(", byte [0-9]+: a text is not well-formed UTF-8"));
 }
@@ -272,7 +272,7 @@ TEST(Tagged, NothingThatATerminalWouldObeyIsPrinted) {
       "\x03" + entry("type", text(evil)) + id + entry("qualifier", text(evil)) + "\x04";
   const std::string bytes = document(
       object(entry("type", text(evil)) + id, entry(evil, text(evil)) + entry("ref", reference)), text(evil));
-  for (const char* flag : {"--json", "--events", "--verbose"})
+  for (const char* flag : {"--json", "--events", "--quiet"})
     EXPECT_TRUE(isFitForATerminal(outOf({"cat", "-", flag}, bytes))) << flag;
   EXPECT_TRUE(isFitForATerminal(outOf({"info", "-"}, bytes)));
   // A name cannot end its line.

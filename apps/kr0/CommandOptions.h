@@ -1,0 +1,51 @@
+/// @file
+/// Internal: what the descriptions of verbs share. Only the files *Commands.cpp describe verbs, so that the
+/// option parser, which takes long to compile, stays in them.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+
+namespace kr::zero::tool {
+
+/// Has "--" mean this option where it stands behind the verb `schema diff`: the option parser would only take
+/// it for the end of options.
+inline constexpr const char* kNewSchemas = "--new";
+
+///@{
+/// The groups of verbs; each has a file of its own.
+void addDocumentCommands(CLI::App& app);
+void addSchemaCommands(CLI::App& app);
+///@}
+
+/// A verb. What it does is set as its callback, which keeps its options.
+/// @param example calls of it, without the first two spaces.
+CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& deed,
+                  const std::string& example);
+
+/// Complains where none of an app's verbs is given. The parser's own check would hide an unknown verb behind
+/// the complaint that there is none.
+/// @param verbs how the sentence names them.
+void needVerb(CLI::App& app, const std::string& verbs);
+
+/// Accepts the names of formats that are read.
+CLI::IsMember isFormat();
+
+///@{
+/// -m; --limit; all options of ReadOptions.
+/// @param name what the help calls the documents.
+CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths);
+void addLimit(CLI::App& verb, std::uint64_t& limit);
+void addReading(CLI::App& verb, ReadOptions& reading, const std::string& name);
+///@}
+
+/// One document, with all that tells how to read it.
+void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what);
+/// One document or more.
+void addInputs(CLI::App& verb, InputsOptions& inputs, const std::string& what);
+
+}  // namespace kr::zero::tool
