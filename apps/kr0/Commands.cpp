@@ -46,9 +46,11 @@ void print(const Walk& walk, const ShowOptions& options, TextOut& out) {
   options.json ? printJson(walk, out) : printText(walk, out);
 }
 
+void addHeading(const ShowOptions& options, const InputOptions& input, TextOut& out) {
+  if (!options.json) addHeading(options.inputs, input, out);
+}
+
 void catTagged(const Document& document, const ShowOptions& options, TextOut& out) {
-  TreeVisitor nobody;
-  checkTagged(document, nobody);  // before the first line is printed
   if (options.events)
     printEvents(out, [&](auto& printer) { sendTagged(document, printer); });
   else
@@ -88,14 +90,19 @@ void cat(const ShowOptions& options) {
   if (options.json && options.events) throw WrongCall("--json and --events are two ways of printing");
   forEachInput(options.inputs, [&](const InputOptions& input, TextOut& out) {
     Document document = loadBytes(input);
-    if (!options.json) addHeading(options.inputs, input, out);
-    if (document.format == Format::krt && (input.metaModels.empty() || options.events))
+    const bool isTagged = document.format == Format::krt && (input.metaModels.empty() || options.events);
+    if (isTagged) {
+      TreeVisitor nobody;
+      checkTagged(document, nobody);  // before the first line is printed
+      addHeading(options, input, out);
       return catTagged(document, options, out);
+    }
     const LoadedDocument loaded = [&] {
       ProgressBar progress;  // gone before the first line is printed
       return readModel(document, input, progress);
     }();
     document.bytes = {};  // the model holds everything now
+    addHeading(options, input, out);
     catModel(loaded.model, options, out);
   });
 }
