@@ -44,6 +44,16 @@ void nameSeparator(std::vector<std::string>& words) {
   if (separator != words.end()) *separator = kNewSchemas;
 }
 
+// Without -o the last file of `convert` is the one to write. So there are two at least, which the parser must
+// know, or -m in front of them takes the first.
+void countFiles(CLI::App& app, const std::vector<std::string>& words) {
+  constexpr int kFewest = 2, kMost = 1 << 29;  // the parser's own idea of any number
+  const bool hasOutput = std::any_of(words.begin(), words.end(), [](const std::string& word) {
+    return word.starts_with("-o") || word.starts_with("--output");
+  });
+  if (!hasOutput) app.get_subcommand("convert")->get_option("FILE")->expected(kFewest, kMost);
+}
+
 }  // namespace
 
 int performCall(int count, char** arguments) {
@@ -52,6 +62,7 @@ int performCall(int count, char** arguments) {
   try {
     std::vector<std::string> words(arguments + std::min(count, 1), arguments + count);
     nameSeparator(words);
+    countFiles(app, words);
     std::reverse(words.begin(), words.end());  // as the parser wants them
     app.parse(std::move(words));
     return exitDone;

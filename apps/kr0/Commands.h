@@ -13,11 +13,12 @@
 namespace kr::zero::tool {
 
 struct ConvertOptions {
-  InputOptions input;
-  std::string output;
-  std::string to;  ///< format of the output, empty: by the extension
+  InputsOptions inputs;  ///< the last is the output where that is empty
+  std::string output;    ///< a file, or a folder for all
+  std::string to;        ///< format of the output, empty: by the extension
   WriteOptions writing;
 };
+/// Documents in another format.
 void convert(const ConvertOptions& options);
 
 struct ShowOptions {

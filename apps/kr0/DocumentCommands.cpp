@@ -13,14 +13,14 @@ namespace {
 void addConvert(CLI::App& app) {
   const auto kept = std::make_shared<ConvertOptions>();
   ConvertOptions& options = *kept;
-  CLI::App* verb = addVerb(app, "convert", "Write a document in another format",
+  CLI::App* verb = addVerb(app, "convert", "Write documents in another format",
                            "kr0 convert books.xmi books.krz -m library.ecore\n"
-                           "  kr0 convert books.krz books.xmi.gz");
-  addInput(*verb, options.input, "IN", "The document to read");
-  verb->add_option("OUT", options.output, "The document to write, - for standard output")->required();
-  verb->add_option(
-          "--to", options.to,
-          "Format of OUT, where it is not krb, krt or krz for a name that ends so and xmi for all else")
+                           "  kr0 convert books.krz books.xmi.gz\n"
+                           "  kr0 convert *.xmi -o stored --to krz -m library.ecore -j 4");
+  addInputs(*verb, options.inputs, "The document to read and the one to write; with -o, those to read");
+  verb->add_option("-o,--output", options.output, "The document to write, or the folder for several")
+      ->type_name("FILE|DIR");
+  verb->add_option("--to", options.to, "Format of what is written, where its name does not tell")
       ->check(isFormat());
   verb->add_option("--level", options.writing.level,
                    "How much to compress .krz, .gz and .zst: 1 fast, 19 small")
@@ -75,8 +75,7 @@ void addMigrate(CLI::App& app) {
               "  kr0 migrate old.krz new.krz --to new.ecore --map changes.json --report report.txt\n"
               "  kr0 migrate --draft-map --from old.ecore --to new.ecore -o changes.json");
   verb->add_option("IN", options.input.path, "The document to read, - for standard input");
-  verb->add_option("OUT", options.output,
-                   "The document to write: krb for .krb, krt for .krt, krz for .krz and xmi for all else");
+  verb->add_option("OUT", options.output, "The document to write: .krb, .krt, .krz or .xmi");
   verb->add_option("--from", options.input.metaModels,
                    "The .ecore files that IN was written with; a .krz brings its own")
       ->type_name("OLD.ecore");

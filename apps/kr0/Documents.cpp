@@ -82,6 +82,7 @@ std::string encode(const Model& model, const std::string& path, Format format, c
 
 std::optional<Format> formatOfExtension(std::string_view path) {
   const std::string extension = std::filesystem::path(archive::unpackedName(path)).extension().string();
+  if (extension == ".ecore") return Format::xmi;  // a meta model as a document
   return formatNamed(extension.empty() ? std::string_view() : std::string_view(extension).substr(1));
 }
 
@@ -153,10 +154,11 @@ std::string_view nameOf(Format format) {
   }
 }
 
-Format outputFormat(const std::string& path) {
-  if (path == "-")
-    throw WrongCall("standard output has no name that tells a format: give --to krb, krt, xmi or krz");
-  return formatOfExtension(path).value_or(Format::xmi);
+Format outputFormat(const std::string& path, std::string_view remedy) {
+  if (const std::optional<Format> format = formatOfExtension(path)) return *format;
+  throw WrongCall((path == "-" ? "standard output has no name that tells a format"
+                               : path + ": its name tells no format that is written") +
+                  ": end it in .krb, .krt, .krz or .xmi" + std::string(remedy));
 }
 
 MetaModels::MetaModels(const std::vector<std::string>& paths, std::uint64_t limit) {

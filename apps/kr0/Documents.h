@@ -41,10 +41,11 @@ struct InputOptions : ReadOptions {
 std::optional<Format> formatNamed(std::string_view name);
 std::string_view nameOf(Format format);
 
-/// The format in which a path is written: that of the extension .krb, .krt or .krz, XMI for any other; .gz
-/// and .zst behind it say nothing of the format.
-/// @throws WrongCall for standard output, whose name tells nothing.
-Format outputFormat(const std::string& path);
+/// The format in which a path is written: that of the extension .krb, .krt, .krz or .xmi; .gz and .zst behind
+/// it say nothing of the format.
+/// @param remedy what else may tell the format, as the complaint ends.
+/// @throws WrongCall for a name that tells none.
+Format outputFormat(const std::string& path, std::string_view remedy = {});
 
 /// Meta models in a registry of their own. Copies share it.
 class MetaModels {

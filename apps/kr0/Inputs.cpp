@@ -13,11 +13,11 @@ namespace kr::zero::tool {
 
 namespace {
 
-using Look = std::function<void(const InputOptions& input, TextOut& out)>;
+using Look = std::function<void(const InputOptions& input, std::size_t position, TextOut& out)>;
 
-ExitCode lookAtOne(const InputOptions& input, const Look& look, TextOut& out) {
+ExitCode lookAtOne(const InputsOptions& inputs, std::size_t position, const Look& look, TextOut& out) {
   try {
-    look(input, out);
+    look(inputs.at(position), position, out);
     out.flush();
     return exitDone;
   } catch (const ReaderGone&) {
@@ -32,7 +32,7 @@ ExitCode lookInTurn(const InputsOptions& inputs, const Look& look) {
   ExitCode worst = exitDone;
   for (std::size_t i = 0; i < inputs.paths.size(); ++i) {
     TextOut out;
-    worst = worseOf(worst, lookAtOne(inputs.at(i), look, out));
+    worst = worseOf(worst, lookAtOne(inputs, i, look, out));
   }
   return worst;
 }
@@ -95,7 +95,7 @@ class SideBySide {
     Result result{.isThere = true};
     TextOut out(result.text);
     try {
-      look_(inputs_.at(position), out);
+      look_(inputs_.at(position), position, out);
     } catch (...) {
       result.failure = std::current_exception();
     }
@@ -136,7 +136,7 @@ void forEachInput(const InputsOptions& inputs, const Look& look) {
   if (inputs.isOne()) {
     TextOut out;
     try {
-      look(inputs.at(0), out);
+      look(inputs.at(0), 0, out);
     } catch (const ReaderGone&) {
       throw;
     } catch (...) {
@@ -147,6 +147,11 @@ void forEachInput(const InputsOptions& inputs, const Look& look) {
   }
   const ExitCode worst = inputs.jobs == 1 ? lookInTurn(inputs, look) : SideBySide(inputs, look).run();
   if (worst != exitDone) throw AlreadyTold(worst);
+}
+
+void forEachInput(const InputsOptions& inputs,
+                  const std::function<void(const InputOptions& input, TextOut& out)>& look) {
+  forEachInput(inputs, [&](const InputOptions& input, std::size_t, TextOut& out) { look(input, out); });
 }
 
 }  // namespace kr::zero::tool

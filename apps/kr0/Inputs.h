@@ -34,7 +34,12 @@ void addHeading(const InputsOptions& inputs, const InputOptions& input, TextOut&
 /// threw
 ///   is printed.
 /// @throws AlreadyTold where not all went well, when all is done.
+///@{
 void forEachInput(const InputsOptions& inputs,
                   const std::function<void(const InputOptions& input, TextOut& out)>& look);
+void forEachInput(
+    const InputsOptions& inputs,
+    const std::function<void(const InputOptions& input, std::size_t position, TextOut& out)>& look);
+///@}
 
 }  // namespace kr::zero::tool

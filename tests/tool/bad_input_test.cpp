@@ -153,8 +153,14 @@ TEST(BadInput, AnOutputInAMissingFolderIsNamed) {
 
 TEST(BadInput, AnOutputThatIsADirectoryIsRefused) {
   const std::string folder = freshFolder();
-  expectRefused(kr0({"convert", libraryXmi(), folder, "-m", libraryEcore()}), HasSubstr("directory"));
-  EXPECT_THAT(filesIn(folder), IsEmpty());
+  const Ended ended = kr0({"convert", libraryXmi(), folder, "-m", libraryEcore()});
+  EXPECT_EQ(ended.code, 2);
+  EXPECT_EQ(ended.err, "kr0: a folder tells no format: say with --to what the documents become\n");
+  // One that stands where a document of the folder would go.
+  std::filesystem::create_directory(folder + "/library.krb");
+  expectRefused(kr0({"convert", libraryXmi(), folder, "--to", "krb", "-m", libraryEcore()}),
+                HasSubstr("directory"));
+  EXPECT_THAT(filesIn(folder + "/library.krb"), IsEmpty());
 }
 
 TEST(BadInput, AFailureLeavesTheOldOutputAsItWas) {
@@ -168,7 +174,7 @@ TEST(BadInput, AFailureLeavesTheOldOutputAsItWas) {
 TEST(BadInput, AFullDeviceIsReported) {
   const Ended ended = bash("$KR0 cat $1 -m $2 > /dev/full", {libraryXmi(), libraryEcore()});
   expectRefused(ended, AllOf(HasSubstr("standard output"), HasSubstr("No space left on device")));
-  expectRefused(kr0({"convert", libraryXmi(), "/dev/full", "-m", libraryEcore()}),
+  expectRefused(kr0({"convert", libraryXmi(), "/dev/full", "--to", "xmi", "-m", libraryEcore()}),
                 HasSubstr("No space left on device"));
 }
 

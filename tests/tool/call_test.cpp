@@ -26,7 +26,7 @@ void expectWrongCall(const std::vector<std::string>& arguments, const std::strin
 TEST(Call, WrongCallsEndWithTwoAndOneSentence) {
   expectWrongCall({}, "convert, info, cat, unpack, migrate, schema or generate cpp");
   expectWrongCall({"polish"}, "polish");
-  expectWrongCall({"convert", "a.xmi"}, "OUT");
+  expectWrongCall({"convert", "a.xmi"}, "FILE");
   expectWrongCall({"convert", libraryXmi(), "a.krb"}, "--meta");
   expectWrongCall({"cat", libraryXmi()}, "--meta");
   expectWrongCall({"unpack", "a.krz"}, "--directory");

@@ -1,4 +1,5 @@
 // What `kr0 convert` makes of a document.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -60,10 +61,52 @@ TEST(Convert, AnEcoreFileThatCameBackStillDescribesTheSameTypes) {
             kr0({"schema", "show", libraryEcore(), "--json"}).out);
 }
 
-TEST(Convert, AnExtensionThatIsNotKrbMeansXmi) {
+TEST(Convert, ADocumentUnderAnyNameIsReadByItsContent) {
   if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
-  expectRoundTrip(model("archimate/Archisurance.archimate"), ".archimate",
-                  {model("archimate/archimate.ecore")});
+  expectRoundTrip(model("archimate/Archisurance.archimate"), ".xmi", {model("archimate/archimate.ecore")});
+}
+
+TEST(Convert, ANameThatTellsNoFormatIsRefused) {
+  for (const char* name : {"out.json5", "out", "out.KRX", "out.gz", "krb"}) {
+    const std::string output = freshFolder() + "/" + name;
+    const Ended ended = kr0({"convert", libraryXmi(), output, "-m", libraryEcore()});
+    EXPECT_EQ(ended.code, 2) << name;
+    EXPECT_THAT(ended.err, testing::StartsWith("kr0: " + output + ": its name tells no format"));
+    EXPECT_FALSE(std::filesystem::exists(output));
+    expectDone(kr0({"convert", libraryXmi(), output, "--to", "xmi", "-m", libraryEcore()}));
+    EXPECT_TRUE(std::filesystem::exists(output));
+  }
+}
+
+TEST(Convert, SeveralDocumentsGoIntoAFolderUnderTheirNames) {
+  const std::string from = freshFolder(), to = from + "/new/stored";
+  for (const char* name : {"a.xmi", "b.v2.xmi", "c"})
+    std::filesystem::copy_file(libraryXmi(), from + "/" + name);
+  for (const char* jobs : {"1", "3"}) {
+    expectDone(kr0({"convert", from + "/a.xmi", from + "/b.v2.xmi", from + "/c", "-o", to + "/", "--to",
+                    "krb", "-m", libraryEcore(), "-j", jobs}));
+    for (const char* name : {"/a.krb", "/b.v2.krb", "/c.krb"}) {
+      EXPECT_EQ(readFile(to + name), readFile(libraryKrb())) << name;
+      std::filesystem::remove(to + name);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(to));
+  }
+}
+
+TEST(Convert, DocumentsThatWouldReplaceEachOtherAreRefused) {
+  const std::string to = freshFolder() + "/to/";
+  const Ended ended =
+      kr0({"convert", libraryXmi(), libraryKrb(), "-o", to, "--to", "krz", "-m", libraryEcore()});
+  EXPECT_EQ(ended.code, 2);
+  EXPECT_THAT(ended.err, testing::HasSubstr("would both become " + to + "library.krz"));
+  EXPECT_FALSE(std::filesystem::exists(to));
+}
+
+TEST(Convert, OneOutputForSeveralDocumentsIsRefused) {
+  const std::string output = freshFolder() + "/all.krb";
+  const Ended ended = kr0({"convert", libraryXmi(), libraryKrb(), "-o", output, "-m", libraryEcore()});
+  EXPECT_EQ(ended.code, 2);
+  EXPECT_THAT(ended.err, testing::HasSubstr("several documents take a folder"));
 }
 
 TEST(Convert, TheFormatOfAnInputWithoutExtensionIsSeenFromItsContent) {
@@ -109,7 +152,7 @@ TEST(Convert, ADocumentMayBeReplacedByItself) {
 }
 
 TEST(Convert, ADeviceIsWrittenAndNotReplaced) {
-  expectDone(kr0({"convert", libraryXmi(), "/dev/null", "-m", libraryEcore()}));
+  expectDone(kr0({"convert", libraryXmi(), "/dev/null", "--to", "xmi", "-m", libraryEcore()}));
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 

@@ -115,7 +115,7 @@ TEST(Packed, DotsInNamesAreNames) {
   EXPECT_EQ(readFile(folder + "/a.gz.krb"), readFile(libraryKrb()));
   outOf({"convert", libraryXmi(), folder + "/a.v1.2.krb.gz", "-m", libraryEcore()});
   EXPECT_EQ(unpacked(readFile(folder + "/a.v1.2.krb.gz")), readFile(libraryKrb()));
-  outOf({"convert", libraryXmi(), folder + "/plain.gz", "-m", libraryEcore()});
+  outOf({"convert", libraryXmi(), folder + "/plain.gz", "--to", "xmi", "-m", libraryEcore()});
   EXPECT_EQ(unpacked(readFile(folder + "/plain.gz")), readFile(libraryXmi()));
 }
 

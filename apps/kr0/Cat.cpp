@@ -1,8 +1,7 @@
-#include "Commands.h"
-
 #include <ostream>
 #include <streambuf>
 
+#include "Commands.h"
 #include "Errors.h"
 #include "Files.h"
 #include "Tree.h"
@@ -64,27 +63,7 @@ void catModel(const Model& model, const ShowOptions& options, TextOut& out) {
     print([&](TreeVisitor& printer) { visitModel(model, printer); }, options, out);
 }
 
-void requireUse(const WriteOptions& options, const std::string& output, Format format) {
-  const bool isCompressed = format == Format::krz || archive::packingOfName(output) != archive::Packing::none;
-  if (options.level && !isCompressed)
-    throw WrongCall("--level is for outputs that are compressed: .krz, .gz and .zst");
-  if (options.tagged && format != Format::krz)
-    throw WrongCall("--tagged tells what is inside an archive: the output is none");
-}
-
 }  // namespace
-
-void convert(const ConvertOptions& options) {
-  const InputOptions& input = options.input;
-  const std::optional<Format> wanted = formatNamed(options.to);
-  const Format format = wanted ? *wanted : outputFormat(options.output);
-  requireUse(options.writing, options.output, format);
-  ProgressBar progress;
-  Document document = readDocument(input.path, formatNamed(input.from), progress, input.limit);
-  const LoadedDocument loaded = readModel(document, input, progress);
-  document.bytes = {};  // the model holds everything now
-  writeModel(loaded.model, options.output, format, loaded.metaModels, progress, options.writing);
-}
 
 void cat(const ShowOptions& options) {
   if (options.json && options.events) throw WrongCall("--json and --events are two ways of printing");
