@@ -2,18 +2,86 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "CommandOptions.h"
+#include "Definitions.h"
 #include "Errors.h"
+#include "Files.h"
 #include "Manner.h"
+#include "Spelling.h"
 #include "kr/zero/log/Span.h"
 
 namespace kr::zero::tool {
 
 namespace {
+
+// --- What was described, for others than the parser
+
+// The names between the braces of "TEXT:{krb,krt}".
+std::vector<std::string> choicesOf(const std::string& type) {
+  const std::size_t start = type.find('{'), end = type.find('}');
+  if (start == std::string::npos || end == std::string::npos) return {};
+  return CLI::detail::split(type.substr(start + 1, end - start - 1), ',');
+}
+
+OptionDefinition definitionOf(const CLI::Option& option) {
+  OptionDefinition definition{.meaning = option.get_description(),
+                              .isRequired = option.get_required(),
+                              .isMany = option.get_items_expected_max() > 1};
+  if (option.get_positional()) definition.names.push_back(option.get_name(true));
+  for (const std::string& name : option.get_snames()) definition.names.push_back('-' + name);
+  for (const std::string& name : option.get_lnames()) definition.names.push_back("--" + name);
+  if (option.get_items_expected_max() == 0) return definition;
+  const std::string type = option.get_type_name();
+  definition.choices = choicesOf(type);
+  definition.value = definition.choices.empty() ? type.substr(0, type.find(':'))
+                                                : CLI::detail::join(definition.choices, "|");
+  return definition;
+}
+
+// As deep as the descriptions go.
+VerbDefinition definitionOf(const CLI::App& app) {
+  VerbDefinition definition{
+      .name = app.get_name(), .deed = app.get_description(), .example = app.get_footer()};
+  for (const CLI::Option* option : app.get_options())
+    (option->get_positional() ? definition.files : definition.options).push_back(definitionOf(*option));
+  for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; }))
+    definition.verbs.push_back(definitionOf(*verb));
+  return definition;
+}
+
+void addCompletion(CLI::App& app) {
+  CLI::App* verb = addVerb(app, "completion", "Print a script that lets a shell complete calls",
+                           "kr0 completion bash > ~/.local/share/bash-completion/completions/kr0");
+  const auto shell = std::make_shared<std::string>();
+  verb->add_option("SHELL", *shell, "The shell")->required()->check(CLI::IsMember({"bash", "zsh", "fish"}));
+  verb->callback([&app, shell] { writeOutput("-", completionScript(definitionOf(app), *shell)); });
+}
+
+void writePages(const CLI::App& app, const std::string& folder) {
+  makeFolder(folder);
+  for (const auto& [name, page] : allManPages(definitionOf(app))) writeOutput(folder + '/' + name, page);
+}
+
+void addMan(CLI::App& app) {
+  CLI::App* verb = addVerb(app, "man", "Print the manual page of a verb",
+                           "kr0 man schema diff | man -l -\n  kr0 man -o man1");
+  struct Options {
+    std::vector<std::string> path;
+    std::string folder;
+  };
+  const auto kept = std::make_shared<Options>();
+  verb->add_option("VERB", kept->path, "Its words; without any, that of all");
+  verb->add_option("-o,--output", kept->folder, "The folder for all pages, instead of one")->type_name("DIR");
+  verb->callback([&app, kept] {
+    if (!kept->folder.empty()) return writePages(app, kept->folder);
+    writeOutput("-", manPage(definitionOf(app), kept->path));
+  });
+}
 
 void describe(CLI::App& app) {
   app.require_subcommand(0, 1);
@@ -34,6 +102,29 @@ void describe(CLI::App& app) {
       "2 the call is wrong, 3 done as far as a bad input let it be.");
   addDocumentCommands(app);
   addSchemaCommands(app);
+  addCompletion(app);
+  addMan(app);
+}
+
+// The verb that was understood last.
+const CLI::App& deepestOf(const CLI::App& app) {
+  const CLI::App* verb = &app;
+  while (!verb->get_subcommands().empty()) verb = verb->get_subcommands().front();
+  return *verb;
+}
+
+// What may have been meant by words that nobody expected; empty where they are like nothing.
+std::string guess(const CLI::App& app) {
+  const std::vector<std::string> words = app.remaining(true);
+  if (words.empty()) return {};
+  const VerbDefinition program = definitionOf(app), verb = definitionOf(deepestOf(app));
+  std::vector<std::string> names;
+  for (const VerbDefinition* known : {&verb, &program})
+    for (const OptionDefinition& option : known->options)
+      names.insert(names.end(), option.names.begin(), option.names.end());
+  for (const VerbDefinition& below : verb.verbs) names.push_back(below.name);
+  const std::string meant = nearestName(words.front(), names);
+  return meant.empty() ? meant : "; did you mean " + meant + "?";
 }
 
 // Of `schema diff OLD... -- NEW...`.
@@ -69,7 +160,7 @@ int performCall(int count, char** arguments) {
   } catch (const CLI::ParseError& error) {
     // Help and version are results.
     if (error.get_exit_code() == 0) return app.exit(error);
-    throw WrongCall(std::string(error.what()) + " (see kr0 --help)");
+    throw WrongCall(error.what() + guess(app) + " (see kr0 --help)");
   }
 }
 

@@ -27,6 +27,7 @@ install_and_move() {
 # Nothing but one folder lies in include/, and the documentation is there.
 check_listing() {
   local found page
+  check_shell_helpers
   found=$(ls prefix/include)
   [ "$found" = kr0 ] || fail "include/ holds: $found"
   for page in kr0.h kr/zero/Model.h kr/zero/io/BinaryParser.h kr/zero/ecore/Ecore.h kr/zero/archive/Archive.h foundation/core/except.h; do
@@ -34,6 +35,15 @@ check_listing() {
   done
   for page in LICENSE README.md CHANGELOG.md docs/formats/direct.md docs/formats/tagged.md docs/formats/archive.md docs/guide/first-model.md; do
     cmp -s "$root/$page" "prefix/share/doc/kr0/$page" || fail "share/doc/kr0/$page is not the project's"
+  done
+}
+
+# Manual pages of all verbs, and completion scripts where shells look for them.
+check_shell_helpers() {
+  local page
+  for page in man/man1/kr0.1 man/man1/kr0-convert.1 man/man1/kr0-schema-diff.1 bash-completion/completions/kr0 \
+    zsh/site-functions/_kr0 fish/vendor_completions.d/kr0.fish; do
+    [ -s "prefix/share/$page" ] || fail "there is no share/$page"
   done
 }
 
