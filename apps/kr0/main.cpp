@@ -10,6 +10,7 @@
 #include "CommandLine.h"
 #include "Errors.h"
 #include "Files.h"
+#include "kr/zero/io/AtomicFile.h"
 #include "kr/zero/io/BinaryFormats.h"
 
 namespace kr::zero::tool {
@@ -39,6 +40,19 @@ bool isMemoryLeft() {
 // Before all else in this program: the constants of the option parser already take memory.
 [[gnu::constructor(101)]] void handleUncaught() { std::set_terminate(endUncaught); }
 
+extern "C" void endBySignal(int number) {
+  io::removeUnfinishedFiles();
+  std::signal(number, SIG_DFL);
+  std::raise(number);  // so that whoever called sees what ended it
+}
+
+// Who stops a conversion keeps the old file, and finds no other. What is ignored (by nohup, for one) stays
+// so.
+void leaveNothingHalfWritten() {
+  for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    if (std::signal(number, endBySignal) == SIG_IGN) std::signal(number, SIG_IGN);
+}
+
 int run(int count, char** arguments) {
   try {
     io::registerBinaryFormats();
@@ -65,6 +79,7 @@ int main(int count, char** arguments) {
   // A reader that is gone and a limit on file sizes are errors of the write that meets them.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
+  kr::zero::tool::leaveNothingHalfWritten();
   kr::zero::tool::holdStandardStreams();
   return kr::zero::tool::runInMemory(count, arguments);
 }

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "foundation/core/except.h"
+#include "kr/zero/io/AtomicFile.h"
 #include "support/Paths.h"
 
 namespace kr::zero::io {
@@ -784,6 +785,19 @@ TEST_F(ModelFiles, AnUnknownFormatIsRefused) {
   test::writeFile(path, "x");
   expectError(ErrorCode::misuse, problem,
               [&] { loadModel(path, meta::MetaRegistry::instance(), u"unheard of"); });
+}
+
+TEST_F(ModelFiles, WhatIsUnfinishedIsRemovedOnDemandAndNothingElse) {
+  writeFileAtomically(at("a"), "finished");
+  AtomicFile begun(at("a"));
+  begun.write("half of");
+  {
+    AtomicFile given(at("b"));
+    given.write("up");
+  }
+  removeUnfinishedFiles();
+  EXPECT_EQ(names(), std::vector<std::string>{"a"});
+  EXPECT_EQ(test::readFile(at("a")), "finished");
 }
 
 // While one thread saves two documents in turn, others never see anything but one of the two.

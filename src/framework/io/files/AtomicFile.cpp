@@ -19,6 +19,7 @@
 
 #include "io/files/Descriptor.h"
 #include "io/files/IoFailure.h"
+#include "io/files/UnfinishedFiles.h"
 #include "kr/zero/io/ModelFile.h"
 
 namespace kr::zero::io {
@@ -123,6 +124,7 @@ class TemporaryFile {
 
   std::string path_;
   bool waiting_ = false;
+  internal::UnfinishedFile unfinished_;
   Descriptor file_;
 };
 
@@ -137,10 +139,12 @@ int TemporaryFile::create(const std::string& target, mode_t mode) {
   int descriptor = -1;
   for (int i = 0; i < kNameAttempts; ++i) {
     path_ = folderOf(target) + "/" + temporaryName();
+    unfinished_.remember(path_);  // before it is there, or a signal in between leaves it
     descriptor = openFile(path_, O_WRONLY | O_CREAT | O_EXCL, mode);
     if (descriptor >= 0 || errno != EEXIST) break;
   }
   waiting_ = descriptor >= 0;
+  if (!waiting_) unfinished_.forget();
   return descriptor;
 }
 

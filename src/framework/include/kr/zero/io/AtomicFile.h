@@ -33,6 +33,12 @@ class KR0_FRAMEWORK_API AtomicFile {
   std::unique_ptr<Impl> impl_;
 };
 
+/// Removes the temporary files of every AtomicFile that is neither committed nor gone; those they were to
+/// replace stay as they are. For a handler of the signals that end a program: may be called there (it is
+/// async-signal-safe), and nothing should be written afterwards. Of more than 64 files at once it knows the
+/// first 64.
+KR0_FRAMEWORK_API void removeUnfinishedFiles() noexcept;
+
 /// Makes an Error of the exception that is being handled, as rethrowAsError does; a failure of the system
 /// while a file was written is ErrorCode::unwritable. To be called in a catch block.
 [[noreturn]] KR0_FRAMEWORK_API void rethrowWriteFailure(const std::string& name);
