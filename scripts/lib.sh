@@ -38,6 +38,7 @@ install_packages() {
 build_preset() {
   local preset=$1
   shift
+  export CCACHE_SLOPPINESS=pch_defines,time_macros # or it passes over whatever uses precompiled headers
   command -v ccache >/dev/null && set -- -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@"
   echo "== building $preset"
   # shellcheck disable=SC2086 # the options are words
