@@ -6,11 +6,13 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "Names.h"
 #include "Pointer.h"
+#include "kr/zero/TextHash.h"
 #include "kr/zero/json/Json.h"
 
 namespace kr::zero::json {
@@ -53,7 +55,7 @@ class Reader {
     if (skipping()) return true;
     Slot slot = slotFor("null");
     if (slot.isItem) fail("a collection has no place for null");
-    slot.holder.setEmpty(slot.property);
+    if (!isHeld(slot.property)) slot.holder.setEmpty(slot.property);  // no child is no child
     return true;
   }
   bool boolean(bool value) {
@@ -255,10 +257,15 @@ class Reader {
 
   bool setType(Frame& frame, const std::string& name) {
     if (frame.element) fail("\"$type\" comes before all properties");
-    const meta::Type type = registry_.findType(name);
-    if (!meta::StructuredType(type)) fail("there is no type \"" + name + "\" with properties");
-    make(frame, meta::StructuredType(type));
+    make(frame, typeNamed(name));
     return true;
+  }
+
+  meta::StructuredType typeNamed(const std::string& name) {
+    meta::StructuredType& type = types_[name];
+    if (!type) type = meta::StructuredType(registry_.findType(toUstring(name), packages_));
+    if (!type) fail("there is no type \"" + name + "\" with properties");
+    return type;
   }
 
   /// The element of a frame; one without a type has that of the property which holds it.
@@ -386,8 +393,9 @@ class Reader {
     return value;
   }
 
-  bool requirePackage(const std::string& uri) const {
+  bool requirePackage(const std::string& uri) {
     if (!registry_.hasPackage(uri)) fail("the package \"" + uri + "\" is not known; give its meta model");
+    packages_.push_back(toUstring(uri));
     return true;
   }
 
@@ -433,6 +441,8 @@ class Reader {
   const io::LoadOptions& options_;
   const meta::MetaRegistry& registry_;
   Model model_;
+  std::vector<ustring> packages_;  // that the document lists
+  std::unordered_map<std::string, meta::StructuredType, TextHash> types_;
   std::vector<Frame> frames_;
   std::vector<std::string> pair_;   // of the identity that is being read
   std::vector<std::string> early_;  // identity of an element that is not there yet

@@ -1,13 +1,14 @@
-#include <array>
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <ostream>
 #include <unordered_map>
 #include <vector>
 
+#include "JsonText.h"
 #include "Names.h"
+#include "kr/zero/SetValues.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 #include "kr/zero/json/Json.h"
 
@@ -15,124 +16,117 @@ namespace kr::zero::json {
 
 namespace {
 
+using cells::Cell;
 using meta::Property;
 using meta::PropertyKind;
 using meta::StandardKind;
 
-constexpr std::size_t kPiece = std::size_t{1} << 16;
 constexpr std::uint64_t kMostExact = std::uint64_t{1} << 53;  // from here on not every number is a double
 constexpr std::uint64_t kProgressStep = 4096;
 
-/// Text in pieces for whoever takes them.
-template <class Take>
-class Out {
- public:
-  explicit Out(Take take) : take_(std::move(take)) {}
+bool isHeld(Property property) {
+  return property.get()->getKind() == PropertyKind::composition ||
+         property.get()->getKind() == PropertyKind::datatype;
+}
 
-  Out& operator<<(std::string_view text) {
-    text_ += text;
-    return *this;
-  }
-  Out& operator<<(char c) {
-    text_ += c;
-    return *this;
-  }
-  void quoted(std::string_view text) {
-    text_ += '"';
-    inside(text);
-    text_ += '"';
-  }
-  /// What stands between quotes.
-  void inside(std::string_view text) {
-    std::size_t done = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      const auto c = static_cast<unsigned char>(text[i]);
-      if (c >= 0x20 && c != '"' && c != '\\') continue;
-      text_.append(text, done, i - done);
-      escape(c);
-      done = i + 1;
-    }
-    text_.append(text, done);
-  }
-  template <class Number, class... Base>
-  void number(Number value, Base... base) {
-    std::array<char, 32> digits;
-    text_.append(digits.data(),
-                 std::to_chars(digits.data(), digits.data() + digits.size(), value, base...).ptr);
-  }
-  void passOn(bool isEnd = false) {
-    if (text_.size() < kPiece && !isEnd) return;
-    take_(text_);
-    text_.clear();
+class ToString final : public PieceTaker {
+ public:
+  explicit ToString(std::string& text) : text_(text) {}
+  void take(std::string_view piece) override { text_ += piece; }
+
+ private:
+  std::string& text_;
+};
+
+class ToStream final : public PieceTaker {
+ public:
+  explicit ToStream(std::ostream& stream) : stream_(stream) {}
+  void take(std::string_view piece) override {
+    stream_.write(piece.data(), static_cast<std::streamsize>(piece.size()));
+    if (!stream_.good()) throw Error(ErrorCode::unwritable, "the stream takes no bytes");
   }
 
  private:
-  void escape(unsigned char c) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    switch (c) {
-      case '"':
-      case '\\':
-        (text_ += '\\') += static_cast<char>(c);
-        return;
-      case '\n':
-        text_ += "\\n";
-        return;
-      case '\t':
-        text_ += "\\t";
-        return;
-      default:
-        ((text_ += "\\u00") += kDigits[c >> 4]) += kDigits[c & 15];
-    }
-  }
-
-  Take take_;
-  std::string text_;
+  std::ostream& stream_;
 };
 
-/// Where each element stands below its container, so that the pointer to it is found from below.
+std::string escaped(std::string_view text) {
+  std::string json;
+  ToString taker(json);
+  JsonText out(taker);
+  out.inside(text);
+  out.finish();
+  return json;
+}
+
+/// Where each written element stands below its container, so that the pointer to it is found from below.
+/// Worked out when the first reference asks for it.
 class Places {
  public:
-  explicit Places(const Model& model) {
-    std::uint32_t position = 0;
-    for (const ConstElement root : model.roots()) note(root, position++);
-    for (const ConstElement element : model.elements()) noteChildren(element);
+  explicit Places(const Model& model) : model_(model) {}
+
+  std::uint32_t of(ConstElement container) const { return places_[container.getIndex()]; }
+  /// The same for an element that may not be written.
+  /// @param from,property what refers to the element, for the error.
+  /// @throws Error for an element that the document does not hold.
+  std::uint32_t of(ConstElement element, ConstElement from, Property property) {
+    if (places_.empty()) note();
+    const std::uint32_t place = find(element);
+    if (place == kNowhere)
+      throw Error(ErrorCode::inexpressible,
+                  {.path = from.getPath() + "." + property->name(),
+                   .problem = "refers to " + element.getPath() + ", which is not written"});
+    return place;
   }
-  std::uint32_t of(ConstElement element) const { return places_[element.getIndex()]; }
 
  private:
+  static constexpr std::uint32_t kNowhere = ~std::uint32_t{0};
+
+  std::uint32_t find(ConstElement element) const {
+    const std::size_t index = element.getIndex();
+    return index < places_.size() ? places_[index] : kNowhere;
+  }
+
+  void note() {
+    std::uint32_t position = 0;
+    for (const ConstElement root : model_.roots()) note(root, position++);
+    for (const ConstElement element : model_.elements())
+      if (find(element) != kNowhere) noteChildren(element);
+  }
+
   void note(ConstElement element, std::uint32_t position) {
     const std::size_t index = element.getIndex();
-    if (index >= places_.size()) places_.resize(index + index / 2 + 1);
+    if (index >= places_.size()) places_.resize(index + index / 2 + 1, kNowhere);
     places_[index] = position;
   }
+
   void noteChildren(ConstElement element) {
-    Property last;
-    std::uint32_t position = 0;
-    for (const ConstElement child : element.children()) {
-      const Property property = child.getContainingProperty();
-      position = property == last ? position + 1 : 0;
-      last = property;
-      note(child, position);
+    const SetValues set(element);
+    for (std::size_t at = 0; at < set.size(); ++at) {
+      const Property::Impl& property = *set.property(at).get();
+      if (property.getKind() != PropertyKind::composition || !property.isWritten()) continue;
+      std::uint32_t position = 0;
+      for (const Cell cell : set.cells(at)) note(set.element(cell), position++);
     }
   }
 
-  std::vector<std::uint32_t> places_;
+  const Model& model_;
+  std::vector<std::uint32_t> places_;  // by index
 };
 
-template <class Take>
 class Writer {
  public:
-  Writer(const Model& model, const io::Progress& progress, Take take)
-      : model_(model), progress_(progress), out_(std::move(take)), places_(model) {}
+  Writer(const Model& model, const io::Progress& progress, PieceTaker& taker)
+      : model_(model), progress_(progress), out_(taker), places_(model) {}
 
   void write() {
     out_ << "{\"" << kVersionKey << "\":";
     out_.number(kVersion);
     out_ << ",\"" << kPackagesKey << "\":[";
     std::string_view between;
-    for (const ustring& uri : io::SerializeCustomizer().getPackageUris(model_)) {
+    for (const std::string& uri : packageUris()) {
       out_ << between;
-      out_.quoted(toUtf8(uri));
+      out_.quoted(uri);
       between = ",";
     }
     out_ << "],\"" << kRootsKey << "\":[";
@@ -144,58 +138,81 @@ class Writer {
       between = ",";
     }
     out_ << "\n]}\n";
-    out_.passOn(true);
+    out_.finish();
   }
 
  private:
   /// A property as documents name it.
   struct Written {
     Property property;
-    std::string key;  // with quotes and colon
+    std::string key;  // with comma, quotes and colon; empty: the property is not written
+    /// The pointer to the container of the element that was referred to last: many stand side by side.
+    ConstElement lastContainer = {};
+    Property lastContaining = {};
+    std::string lastPointer = {};
   };
-  using Properties = std::vector<Written>;
+  struct Plan {
+    std::string head;                 // of an element, up to its type
+    std::vector<Written> properties;  // by slot
+  };
 
   struct Frame {
-    ConstElement element;
-    const Properties* properties;
-    std::size_t next = 0;      // of the properties, or the one that is being written
+    SetValues set;
+    Plan* plan;
+    std::size_t at = 0;        // of what is set, the one that is next or is being written
     std::size_t position = 0;  // of the child that is next
   };
 
-  const Properties& propertiesOf(meta::StructuredType type) {
-    const auto [place, isNew] = properties_.try_emplace(type.get());
-    if (isNew)
-      for (const Property property : type->getAllProperties())
-        if (property->isStored() && !property->isTransient())
-          place->second.push_back({property, keyOf(property->name())});
-    return place->second;
+  /// @throws Error for two packages that types' names do not tell apart.
+  std::vector<std::string> packageUris() const {
+    std::vector<std::string> uris;
+    std::unordered_map<std::string, std::string> urisByName;
+    for (const ustring& wide : io::SerializeCustomizer().getPackageUris(model_)) {
+      const std::string& uri = uris.emplace_back(toUtf8(wide));
+      const std::string name = model_.getRegistry().findPackageName(uri).value_or(uri);
+      const auto [other, isNew] = urisByName.emplace(name, uri);
+      if (!isNew && other->second != uri)
+        throw Error(ErrorCode::inexpressible, "the packages \"" + other->second + "\" and \"" + uri +
+                                                  "\" are both named " + name +
+                                                  "; a document tells types by name and cannot hold both");
+    }
+    return uris;
   }
 
-  static std::string keyOf(const std::string& name) {
-    std::string key;
-    Out out([&key](const std::string& text) { key = text; });
-    out << ",\"";
-    if (name.front() == kMark) out << kMark;
-    out.inside(name);
-    out << "\":";
-    out.passOn(true);
-    return key;
+  Plan& planOf(meta::StructuredType type) {
+    const std::size_t index = type->getIndex();
+    if (index >= plans_.size()) plans_.resize(index + 1);
+    if (plans_[index] == nullptr) plans_[index] = std::make_unique<Plan>(makePlan(type));
+    return *plans_[index];
+  }
+
+  static Plan makePlan(meta::StructuredType type) {
+    Plan plan;
+    plan.head = meta::Class(type) ? "\n" : "";
+    plan.head.append("{\"").append(kTypeKey).append("\":\"").append(escaped(type->qualifiedName())) += '"';
+    for (const Property property : type->getAllProperties()) {
+      Written& written = plan.properties.emplace_back();
+      written.property = property;
+      if (!property->isWritten()) continue;
+      written.key = ",\"";
+      if (property->name().starts_with(kMark)) written.key += kMark;
+      written.key.append(escaped(property->name())).append("\":");
+    }
+    return plan;
   }
 
   void open(ConstElement element) {
-    out_.passOn();
+    Plan& plan = planOf(element.getType());
+    out_ << plan.head;
     if (element.getClass()) {
       if (progress_ && ++written_ % kProgressStep == 0 && !progress_(written_))
         throw Error(ErrorCode::cancelled, "writing was cancelled");
-      out_ << '\n';
+      if (const auto identity = element.getIdentity()) {
+        out_ << ",\"" << kIdentityKey << "\":";
+        pair(identity->first, identity->second);
+      }
     }
-    out_ << "{\"" << kTypeKey << "\":";
-    out_.quoted(element.getType()->qualifiedName());
-    if (const auto identity = element.getClass() ? element.getIdentity() : std::nullopt) {
-      out_ << ",\"" << kIdentityKey << "\":";
-      pair(identity->first, identity->second);
-    }
-    frames_.push_back({element, &propertiesOf(element.getType())});
+    frames_.push_back({SetValues(element), &plan});
   }
 
   void pair(std::string_view first, std::string_view second) {
@@ -206,83 +223,88 @@ class Writer {
     out_ << ']';
   }
 
+  /// Goes on with the innermost element, up to its next child or its end.
   void step() {
     Frame& frame = frames_.back();
-    if (frame.next == frame.properties->size()) {
-      out_ << '}';
-      frames_.pop_back();
-      return;
+    for (; frame.at < frame.set.size(); ++frame.at) {
+      Written& written = frame.plan->properties[frame.set.slot(frame.at)];
+      if (written.key.empty()) continue;
+      if (!isHeld(written.property)) {
+        out_ << written.key;
+        values(frame, written);
+      } else if (frame.position < frame.set.cells(frame.at).size()) {
+        return nextChild(frame, written);
+      } else {
+        endChildren(frame, written);
+      }
     }
-    const Written& written = (*frame.properties)[frame.next];
-    const PropertyState state = frame.element.getState(written.property);
-    if (state == PropertyState::value && isHeld(written.property)) return nextChild(frame, written);
-    ++frame.next;
-    if (state == PropertyState::unset) return;
-    out_ << written.key;
-    if (state == PropertyState::empty)
-      out_ << "null";
-    else
-      values(frame.element, written.property);
-  }
-
-  static bool isHeld(Property property) {
-    return property.get()->getKind() == PropertyKind::composition ||
-           property.get()->getKind() == PropertyKind::datatype;
+    out_ << '}';
+    frames_.pop_back();
   }
 
   void nextChild(Frame& frame, const Written& written) {
-    const bool isMany = written.property->isMany();
-    if (frame.position == frame.element.size(written.property)) {
-      if (isMany) out_ << ']';
-      frame.position = 0;
-      ++frame.next;
-      return;
-    }
     if (frame.position != 0)
       out_ << ',';
     else
-      out_ << written.key << (isMany ? "[" : "");
-    open(frame.element.getElement(written.property, frame.position++));
+      out_ << written.key << (written.property->isMany() ? "[" : "");
+    open(frame.set.element(frame.set.cells(frame.at)[frame.position++]));  // may move the frame
   }
 
-  void values(ConstElement element, Property property) {
-    const std::size_t count = element.size(property);
-    if (property->isMany()) out_ << '[';
-    for (std::size_t i = 0; i < count; ++i) {
-      if (i != 0) out_ << ',';
-      if (property.get()->getKind() == PropertyKind::association)
-        reference(element, property, i);
-      else
-        value(element, property, i);
+  void endChildren(Frame& frame, const Written& written) {
+    if (frame.position != 0 && written.property->isMany()) out_ << ']';
+    frame.position = 0;
+  }
+
+  void values(const Frame& frame, Written& written) {
+    if (frame.set.isEmpty(frame.at)) {
+      out_ << "null";
+      return;
     }
-    if (property->isMany()) out_ << ']';
+    const bool isMany = written.property->isMany();
+    if (isMany) out_ << '[';
+    const std::span<const Cell> cells = frame.set.cells(frame.at);
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+      if (i != 0) out_ << ',';
+      if (written.property.get()->getKind() == PropertyKind::association)
+        reference(frame, written, cells[i]);
+      else
+        value(frame, written.property, cells[i], i);
+    }
+    if (isMany) out_ << ']';
   }
 
-  void value(ConstElement element, Property property, std::size_t position) {
+  void value(const Frame& frame, Property property, Cell cell, std::size_t position) {
     switch (property.get()->getKind()) {
       case PropertyKind::text:
       case PropertyKind::dateTime:
-        return out_.quoted(element.getText(property, position));
+        return out_.quoted(cells::asText(cell)->view());
       case PropertyKind::number:
-        return number(element, property, position);
+        return number(property.get()->getNumberInfo().kind, cell);
+      case PropertyKind::enumeration:
+        return literal(meta::Enum(property->getType()), static_cast<std::int64_t>(cell));
       default:
-        out_.quoted(element.getTextForm(property, position));
+        out_.quoted(frame.set.element().getTextForm(property, position));
     }
   }
 
-  void number(ConstElement element, Property property, std::size_t position) {
-    switch (property.get()->getNumberInfo().kind) {
+  void literal(meta::Enum type, std::int64_t number) {
+    if (const meta::EnumLiteral* found = type->findByNumber(number)) return out_.quoted(found->name);
+    out_ << '"';
+    out_.number(number);
+    out_ << '"';
+  }
+
+  void number(StandardKind kind, Cell cell) {
+    switch (kind) {
       case StandardKind::boolean:
-        out_ << (element.getBoolean(property, position) ? "true" : "false");
+        out_ << (cell != 0 ? "true" : "false");
         return;
       case StandardKind::real:
-        return real(element.getReal(property, position));
+        return real(std::bit_cast<double>(cell));
       case StandardKind::unsignedInteger:
-        return whole(element.getUnsigned(property, position), element.getUnsigned(property, position));
-      default: {
-        const std::int64_t value = element.getInteger(property, position);
-        whole(value, value < 0 ? -static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value));
-      }
+        return whole(cell, cell);
+      default:
+        whole(static_cast<std::int64_t>(cell), static_cast<std::int64_t>(cell) < 0 ? -cell : cell);
     }
   }
 
@@ -317,61 +339,95 @@ class Writer {
     out_ << '"';
   }
 
-  void reference(ConstElement element, Property property, std::size_t position) {
+  // --- References
+
+  void reference(const Frame& frame, Written& written, Cell cell) {
     out_ << "{\"" << kReferenceKey << "\":";
-    if (const auto missing = element.getUnresolved(property, position)) {
-      pair(missing->id1, missing->id2);
-      out_ << ",\"" << kTypeKey << "\":";
-      out_.quoted(missing->targetType);
-      if (missing->qualifier) {
-        out_ << ",\"" << kQualifierKey << "\":";
-        out_.quoted(*missing->qualifier);
-      }
+    if (frame.set.isUnresolved(frame.at, cell)) {
+      missing(frame, written, cell);
     } else {
       out_ << '"';
-      pointer(element.getReference(property, position));
+      pointer(frame, written, frame.set.target(cell));
       out_ << '"';
     }
     out_ << '}';
   }
 
+  void missing(const Frame& frame, const Written& written, Cell cell) {
+    const cells::ReferenceTexts* const texts = cells::asUnresolved(cell);
+    if (texts == nullptr)
+      throw Error(ErrorCode::inexpressible,
+                  {.path = frame.set.element().getPath() + "." + written.property->name(),
+                   .problem = "the reference was never resolved"});
+    pair(texts->id1->view(), texts->id2->view());
+    out_ << ",\"" << kTypeKey << "\":";
+    out_.quoted(texts->targetType->view());
+    if (texts->qualifier == nullptr) return;
+    out_ << ",\"" << kQualifierKey << "\":";
+    out_.quoted(texts->qualifier->view());
+  }
+
   /// "#/roots/0/books/3"
-  void pointer(ConstElement target) {
-    chain_.clear();
-    for (ConstElement at = target; at; at = at.getContainer()) chain_.push_back(at);
-    out_ << kRootPointer;
-    out_.number(places_.of(chain_.back()));
-    for (std::size_t i = chain_.size() - 1; i-- > 0;) {
-      const Property property = chain_[i].getContainingProperty();
-      out_ << '/';
-      for (const char c : property->name()) {
-        if (c == '~')
-          out_ << "~0";
-        else if (c == '/')
-          out_ << "~1";
-        else
-          out_.inside({&c, 1});
-      }
-      if (!property->isMany()) continue;
-      out_ << '/';
-      out_.number(places_.of(chain_[i]));
+  void pointer(const Frame& frame, Written& written, ConstElement target) {
+    const ConstElement container = target.getContainer();
+    const Property containing = target.getContainingProperty();
+    const std::uint32_t place = places_.of(target, frame.set.element(), written.property);
+    if (!container) {
+      out_ << kRootPointer;
+      return out_.number(place);
     }
+    if (written.lastContainer != container || written.lastContaining != containing) {
+      written.lastPointer = pointerInto(container, containing);
+      written.lastContainer = container;
+      written.lastContaining = containing;
+    }
+    out_ << written.lastPointer;
+    if (!containing->isMany()) return;
+    out_ << '/';
+    out_.number(place);
+  }
+
+  /// What stands before the positions of those in a property.
+  std::string pointerInto(ConstElement container, Property containing) {
+    std::vector<ConstElement> chain;
+    for (ConstElement at = container; at; at = at.getContainer()) chain.push_back(at);
+    std::string pointer(kRootPointer);
+    pointer += std::to_string(places_.of(chain.back()));
+    for (std::size_t i = chain.size() - 1; i-- > 0;) {
+      const Property property = chain[i].getContainingProperty();
+      appendName(pointer, property);
+      if (property->isMany()) (pointer += '/') += std::to_string(places_.of(chain[i]));
+    }
+    appendName(pointer, containing);
+    return pointer;
+  }
+
+  static void appendName(std::string& pointer, Property property) {
+    pointer += '/';
+    std::string name;
+    for (const char c : property->name()) {
+      if (c == '~')
+        name += "~0";
+      else if (c == '/')
+        name += "~1";
+      else
+        name += c;
+    }
+    pointer += escaped(name);
   }
 
   const Model& model_;
   const io::Progress& progress_;
-  Out<Take> out_;
+  JsonText out_;
   Places places_;
-  std::unordered_map<const meta::Type::Impl*, Properties> properties_;
+  std::vector<std::unique_ptr<Plan>> plans_;  // by the type's index
   std::vector<Frame> frames_;
-  std::vector<ConstElement> chain_;
   std::uint64_t written_ = 0;
 };
 
-template <class Take>
-void write(const Model& model, const io::Progress& progress, Take take) {
+void write(const Model& model, const io::Progress& progress, PieceTaker& taker) {
   try {
-    Writer(model, progress, std::move(take)).write();
+    Writer(model, progress, taker).write();
   } catch (...) {
     rethrowAsError({});
   }
@@ -381,15 +437,14 @@ void write(const Model& model, const io::Progress& progress, Take take) {
 
 std::string writeJson(const Model& model, const io::Progress& progress) {
   std::string json;
-  write(model, progress, [&json](const std::string& piece) { json += piece; });
+  ToString taker(json);
+  write(model, progress, taker);
   return json;
 }
 
 void writeJson(const Model& model, std::ostream& stream, const io::Progress& progress) {
-  write(model, progress, [&stream](const std::string& piece) {
-    stream.write(piece.data(), static_cast<std::streamsize>(piece.size()));
-    if (!stream.good()) throw Error(ErrorCode::unwritable, "the stream takes no bytes");
-  });
+  ToStream taker(stream);
+  write(model, progress, taker);
 }
 
 }  // namespace kr::zero::json

@@ -114,6 +114,60 @@ TEST(WriteJson, WritesRealsThatReadBackToTheBit) {
   }
 }
 
+TEST(WriteJson, SaysNothingOfChildrenThatAreGone) {
+  Model model(registry());
+  Element item = model.createRoot("shop.Item");
+  model.remove(item.create("parts"));
+  const std::string json = writeJson(model);
+  EXPECT_THAT(json, HasSubstr("{\"$type\":\"shop.Item\"}"));
+  EXPECT_EQ(findDifference(readJson(json, {.registry = &registry()}), model), std::nullopt);
+}
+
+TEST(WriteJson, RefusesAReferenceToWhatIsNotWritten) {
+  MetaRegistry own;
+  MetaModelBuilder package("urn:t", "t");
+  auto& node = package.classType("Node");
+  node.property("shadow", "Node").composite().isTransient();
+  node.property("to", "Node");
+  package.registerIn(own);
+  Model model(own);
+  Element root = model.createRoot("t.Node");
+  root.set("to", root.create("shadow"));
+  try {
+    writeJson(model);
+    FAIL() << "nothing was refused";
+  } catch (const Error& error) {
+    EXPECT_STREQ(error.what(), "/node.to: refers to /node/shadow, which is not written");
+  }
+}
+
+TEST(WriteJson, TellsPlacesOfTargetsInSeveralContainers) {
+  Model model(registry());
+  Element item = model.createRoot("shop.Item");
+  Element left = item.create("parts");
+  Element right = item.create("parts");
+  for (const Element target :
+       {left.create("parts"), right.create("parts"), left.create("parts"), right, item})
+    item.putReference("$like", target);
+  EXPECT_THAT(writeJson(model), HasSubstr(R"("$$like":[{"$ref":"#/roots/0/parts/0/parts/0"},)"
+                                          R"({"$ref":"#/roots/0/parts/1/parts/0"},)"
+                                          R"({"$ref":"#/roots/0/parts/0/parts/1"},)"
+                                          R"({"$ref":"#/roots/0/parts/1"},{"$ref":"#/roots/0"}])"));
+}
+
+TEST(WriteJson, EscapesAtEveryPlaceOfATextOfAnyLength) {
+  for (std::size_t length = 1; length < 40; ++length)
+    for (std::size_t at = 0; at < length; ++at)
+      for (const char c : {'\0', '\x1F', '"', '\\', '\x7F'}) {
+        std::string text(length, 'x');
+        text[at] = c;
+        Model model(registry());
+        model.createRoot("shop.Item").set("name", text);
+        const Model again = readJson(writeJson(model), {.registry = &registry()});
+        ASSERT_EQ(again.roots()[0].getText("name"), text);
+      }
+}
+
 TEST(WriteJson, EndsWhereProgressSaysSo) {
   Model model(registry());
   Element root = model.createRoot("shop.Item");
@@ -137,6 +191,10 @@ TEST(ReadJson, TakesNumbersAsNumbersAndAsTexts) {
   EXPECT_EQ(item.getUnsigned("big"), 12u);
   EXPECT_EQ(item.getReal("weight"), 3.0);
   EXPECT_EQ(item.getInteger("size"), 1);
+}
+
+TEST(ReadJson, TakesNullForNoChildren) {
+  EXPECT_EQ(read(R"({"$type":"shop.Item","parts":null})").roots()[0].getState("parts"), PropertyState::unset);
 }
 
 TEST(ReadJson, TakesAnEmptyArrayForNothing) {
@@ -242,6 +300,30 @@ TEST(ReadJson, EndsWellWhateverByteIsAnother) {
     }
   EXPECT_GT(read, 0u);
   EXPECT_GT(refused, read);
+}
+
+TEST(JsonOfSharedPackageNames, MeansTheTypesOfThePackagesThatItLists) {
+  MetaRegistry own;
+  for (const std::string name : {"first", "second"}) {
+    MetaModelBuilder package("urn:" + name, "p");
+    package.classType("C").property(name, "String");
+    package.registerIn(own);
+  }
+  const auto classOf = [&](const ustring& uri) {
+    return meta::Class(own.findType(u"p.C", std::vector<ustring>{uri}));
+  };
+  Model model(own);
+  model.createRoot(classOf(u"urn:second")).set("second", "value");
+  EXPECT_EQ(readJson(writeJson(model), {.registry = &own}).roots()[0].getText("second"), "value");
+  model.createRoot(classOf(u"urn:first"));
+  try {
+    writeJson(model);
+    FAIL() << "nothing was refused";
+  } catch (const Error& error) {
+    EXPECT_STREQ(error.what(),
+                 "the packages \"urn:second\" and \"urn:first\" are both named p; a document tells types by "
+                 "name and cannot hold both");
+  }
 }
 
 TEST(LooksLikeJson, TellsItByTheFirstCharacters) {
