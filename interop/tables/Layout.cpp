@@ -74,7 +74,18 @@ Form formOf(Property property) {
   }
 }
 
-/// Types whose values the packages of a model may hold: concrete classes and datatypes.
+/// Adds the datatypes, of any package, that properties of these types hold.
+void addDatatypes(std::vector<meta::StructuredType>& types) {
+  std::set<std::uint32_t> known;
+  for (const meta::StructuredType type : types) known.insert(type->getIndex());
+  for (std::size_t i = 0; i < types.size(); ++i)
+    for (const Property property : types[i]->getAllProperties())
+      if (property.get()->getKind() == PropertyKind::datatype &&
+          known.insert(property->getType()->getIndex()).second)
+        types.push_back(meta::StructuredType(property->getType()));
+}
+
+/// Types of which a model may hold values: concrete classes and datatypes.
 std::vector<meta::StructuredType> typesOf(const Model& model) {
   const std::vector<ustring> uris = io::SerializeCustomizer().getPackageUris(model);
   std::vector<meta::StructuredType> types;
@@ -86,6 +97,7 @@ std::vector<meta::StructuredType> typesOf(const Model& model) {
         types.push_back(structured);
     }
   }
+  addDatatypes(types);
   return types;
 }
 
