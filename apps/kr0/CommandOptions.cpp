@@ -25,7 +25,10 @@ void needVerb(CLI::App& app, const std::string& verbs) {
   });
 }
 
-CLI::IsMember isFormat() { return CLI::IsMember({"krb", "krt", "xmi", "krz"}); }
+CLI::IsMember isFormat() { return CLI::IsMember({"krb", "krt", "xmi", "krz", "json"}); }
+CLI::IsMember isWrittenFormat() {
+  return CLI::IsMember({"krb", "krt", "xmi", "krz", "json", "sqlite", "csv", "ndjson"});
+}
 
 CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
   return verb.add_option("-m,--meta", paths, "The .ecore files that say what the elements are")

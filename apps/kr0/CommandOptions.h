@@ -20,6 +20,7 @@ inline constexpr const char* kNewSchemas = "--new";
 /// The groups of verbs; each has a file of its own.
 void addDocumentCommands(CLI::App& app);
 void addSchemaCommands(CLI::App& app);
+void addTableCommands(CLI::App& app);
 ///@}
 
 /// A verb. What it does is set as its callback, which keeps its options.
@@ -34,6 +35,8 @@ void needVerb(CLI::App& app, const std::string& verbs);
 
 /// Accepts the names of formats that are read.
 CLI::IsMember isFormat();
+/// Accepts these, and the names of tables.
+CLI::IsMember isWrittenFormat();
 
 ///@{
 /// -m; --limit; all options of ReadOptions.
