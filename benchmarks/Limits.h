@@ -38,6 +38,8 @@ inline constexpr Limit kLibraryLimits[] = {
     {{"floor: direct, builds nothing", "read"}, {"kr0 direct", "read"}, 0.45},
     {{"kr0 tagged", "read"}, {"Protocol Buffers, heap", "read"}, 1.0},
     {{"kr0 tagged", "write"}, {"CBOR, nlohmann DOM", "write"}, 0.60},
+    {{"kr0 JSON", "write"}, {"JSON, nlohmann DOM", "write"}, 1.0},
+    {{"kr0 JSON", "read"}, {"JSON, nlohmann DOM", "read"}, 1.0},
     {{"kr0 direct", "memory"}, {"Protocol Buffers, heap", "memory"}, 0.60},
 };
 

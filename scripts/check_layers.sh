@@ -3,6 +3,7 @@
 #
 #   apps -> all others                      archive -> evolution, interop, library, framework
 #   interop -> framework                    evolution -> framework      interop/cpp -> interop/ecore too
+#   interop/json, interop/tables -> framework
 #   library -> framework's public headers   framework -> nothing of the others
 #
 # The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
@@ -21,9 +22,10 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 inner_layers=(foundation,text log events,rules meta model io) # from the ground up
 allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution cpp:interop cpp:framework \
-interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework "
-include_folders="src/framework/include include interop/ecore/include interop/cpp/include evolution/include archive/include \
-src/framework src interop/ecore interop/cpp evolution archive apps/kr0"
+interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework \
+apps:json apps:tables json:framework tables:framework "
+include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include archive/include \
+src/framework src interop/ecore interop/cpp interop/json interop/tables evolution archive apps/kr0"
 
 layer_of() {
   case $1 in
@@ -33,6 +35,10 @@ layer_of() {
     src/*) echo library-internal ;;
     interop/cpp/include/*) echo cpp ;;
     interop/cpp/*) echo cpp-internal ;;
+    interop/json/include/*) echo json ;;
+    interop/json/*) echo json-internal ;;
+    interop/tables/include/*) echo tables ;;
+    interop/tables/*) echo tables-internal ;;
     interop/ecore/include/*) echo interop ;;
     interop/*) echo interop-internal ;;
     evolution/include/*) echo evolution ;;
@@ -86,6 +92,8 @@ own_folders() {
     library*) echo "include src" ;;
     interop*) echo "interop/ecore/include interop/ecore" ;;
     cpp*) echo "interop/cpp/include interop/cpp" ;;
+    json*) echo "interop/json/include interop/json" ;;
+    tables*) echo "interop/tables/include interop/tables" ;;
     evolution*) echo "evolution/include evolution" ;;
     archive*) echo "archive/include archive" ;;
     apps) echo "apps/kr0" ;;
@@ -142,11 +150,12 @@ check() {
 # A small tree in which every layer has one header of its own.
 make_tree() {
   mkdir -p src/framework/include/{kr/zero/{meta,log,io},modeling/sylvan,fl} src/framework/{new,text,log,meta,model,io/walk,io/files} include/kr/zero/io src/direct \
-    interop/ecore/include/kr/zero/ecore interop/cpp/include/kr/zero/cpp apps/kr0
+    interop/ecore/include/kr/zero/ecore interop/cpp/include/kr/zero/cpp interop/json interop/tables/include/kr/zero/tables apps/kr0
   touch src/framework/include/kr/zero/Public.h src/framework/model/Internal.h include/kr/zero/io/Library.h \
     src/framework/include/{kr/zero/{meta/Meta.h,log/Log.h,io/Io.h},modeling/sylvan/Event.h,fl/Text.h} \
     src/framework/io/files/Files.h src/direct/Direct.h interop/ecore/include/kr/zero/ecore/Ecore.h interop/ecore/Inner.h \
-    interop/cpp/include/kr/zero/cpp/Cpp.h interop/cpp/Code.h apps/kr0/Tool.h
+    interop/cpp/include/kr/zero/cpp/Cpp.h interop/cpp/Code.h apps/kr0/Tool.h interop/json/Names.h \
+    interop/tables/include/kr/zero/tables/Tables.h
 }
 
 # expect <0 or 1> <file> <header>: how a check of a tree with just this include ends.
@@ -184,6 +193,11 @@ self_check() {
   expect 1 interop/cpp/a.cpp ../ecore/Inner.h
   expect 1 interop/cpp/a.cpp kr/zero/io/Library.h
   expect 1 interop/ecore/a.cpp kr/zero/cpp/Cpp.h
+  expect 0 interop/json/a.cpp kr/zero/Public.h
+  expect 0 apps/kr0/a.cpp kr/zero/tables/Tables.h
+  expect 1 apps/kr0/a.cpp ../../interop/json/Names.h
+  expect 1 interop/tables/a.cpp ../json/Names.h
+  expect 1 interop/json/a.cpp kr/zero/io/Library.h
   expect 0 src/framework/model/a.cpp kr/zero/meta/Meta.h
   expect 0 src/framework/log/a.cpp fl/Text.h
   expect 0 src/framework/io/walk/a.cpp io/files/Files.h

@@ -1,5 +1,7 @@
 #include "CommandOptions.h"
 
+#include <utility>
+
 #include "Errors.h"
 
 namespace kr::zero::tool {
@@ -19,13 +21,22 @@ CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& dee
   return verb->footer("Example:\n  " + example);
 }
 
-void needVerb(CLI::App& app, const std::string& verbs) {
-  app.callback([&app, verbs] {
-    if (app.get_subcommands().empty()) throw WrongCall("say what to do: " + verbs + " (see kr0 --help)");
+void needVerb(CLI::App& app) {
+  app.callback([&app] {
+    if (!app.get_subcommands().empty()) return;
+    std::string verbs = app.get_parent() == nullptr ? "" : app.get_name() + ' ';
+    const std::vector<const CLI::App*> all =
+        std::as_const(app).get_subcommands([](const CLI::App*) { return true; });
+    for (const CLI::App* verb : all)
+      verbs += (verb == all.front() ? "" : verb == all.back() ? " or " : ", ") + verb->get_name();
+    throw WrongCall("say what to do: " + verbs + " (see kr0 --help)");
   });
 }
 
-CLI::IsMember isFormat() { return CLI::IsMember({"krb", "krt", "xmi", "krz"}); }
+CLI::IsMember isFormat() { return CLI::IsMember({"krb", "krt", "xmi", "krz", "json"}); }
+CLI::IsMember isWrittenFormat() {
+  return CLI::IsMember({"krb", "krt", "xmi", "krz", "json", "sqlite", "csv", "ndjson"});
+}
 
 CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths) {
   return verb.add_option("-m,--meta", paths, "The .ecore files that say what the elements are")

@@ -20,6 +20,7 @@ inline constexpr const char* kNewSchemas = "--new";
 /// The groups of verbs; each has a file of its own.
 void addDocumentCommands(CLI::App& app);
 void addSchemaCommands(CLI::App& app);
+void addTableCommands(CLI::App& app);
 ///@}
 
 /// A verb. What it does is set as its callback, which keeps its options.
@@ -29,11 +30,12 @@ CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& dee
 
 /// Complains where none of an app's verbs is given. The parser's own check would hide an unknown verb behind
 /// the complaint that there is none.
-/// @param verbs how the sentence names them.
-void needVerb(CLI::App& app, const std::string& verbs);
+void needVerb(CLI::App& app);
 
 /// Accepts the names of formats that are read.
 CLI::IsMember isFormat();
+/// Accepts these, and the names of tables.
+CLI::IsMember isWrittenFormat();
 
 ///@{
 /// -m; --limit; all options of ReadOptions.

@@ -22,6 +22,10 @@ void requireUse(const WriteOptions& options, const std::string& output, Format f
   const bool isCompressed = format == Format::krz || archive::packingOfName(output) != archive::Packing::none;
   if (options.level && !isCompressed)
     throw WrongCall("--level is for outputs that are compressed: .krz, .gz and .zst");
+  if (isTables(format) && archive::packingOfName(output) != archive::Packing::none)
+    throw WrongCall(output + ": tables are not packed");
+  if (isTables(format) && output == "-")
+    throw WrongCall("tables go to files: standard output is none; kr0 query --csv prints one table");
   if (options.tagged && format != Format::krz)
     throw WrongCall("--tagged tells what is inside an archive: the output is none");
 }
@@ -33,6 +37,7 @@ Format formatFor(const std::string& output, const ConvertOptions& options) {
 
 bool isFolder(const std::string& path) {
   std::error_code ignored;
+  if (path.ends_with(".csv") || path.ends_with(".ndjson")) return false;  // a folder that is itself written
   return path.ends_with('/') || fs::is_directory(path, ignored);
 }
 

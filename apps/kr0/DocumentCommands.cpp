@@ -16,12 +16,13 @@ void addConvert(CLI::App& app) {
   CLI::App* verb = addVerb(app, "convert", "Write documents in another format",
                            "kr0 convert books.xmi books.krz -m library.ecore\n"
                            "  kr0 convert books.krz books.xmi.gz\n"
+                           "  kr0 convert books.krz books.sqlite\n"
                            "  kr0 convert *.xmi -o stored --to krz -m library.ecore -j 4");
   addInputs(*verb, options.inputs, "The document to read and the one to write; with -o, those to read");
   verb->add_option("-o,--output", options.output, "The document to write, or the folder for several")
       ->type_name("FILE|DIR");
   verb->add_option("--to", options.to, "Format of what is written, where its name does not tell")
-      ->check(isFormat());
+      ->check(isWrittenFormat());
   verb->add_option("--level", options.writing.level,
                    "How much to compress .krz, .gz and .zst: 1 fast, 19 small")
       ->check(CLI::Range(1, 19));

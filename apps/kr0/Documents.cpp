@@ -7,8 +7,10 @@
 
 #include "Errors.h"
 #include "Files.h"
+#include "Tables.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/ModelFile.h"
+#include "kr/zero/json/Json.h"
 
 namespace kr::zero::tool {
 
@@ -68,6 +70,7 @@ std::string encode(const Model& model, Format format, const MetaModels& metaMode
                    const WriteOptions& options) {
   if (format == Format::xmi) return asXmi(model, metaModels, progress);
   if (format == Format::krz) return asArchive(model, metaModels, options);
+  if (format == Format::json) return json::writeJson(model, progress.counter(model.size()));
   return asBinary(model, format, progress);
 }
 
@@ -92,6 +95,7 @@ std::optional<Format> formatOfContent(const Document& document) {
   if (name == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN) return Format::krt;
   if (name == io::IOFormatProvider::FORMAT_BINARY) return Format::krb;
   if (io::looksLikeXml(document.text())) return Format::xmi;
+  if (json::looksLikeJson(document.text())) return Format::json;
   return std::nullopt;
 }
 
@@ -122,6 +126,14 @@ Document readBytes(const std::string& path, std::uint64_t limit) {
   return document;
 }
 
+void refuseTables(const std::string& path, std::optional<Format> format) {
+  if (!format) format = formatOfExtension(path);
+  if (format && isTables(*format))
+    throw Error(ErrorCode::foreign,
+                ErrorDetails{.file = inputName(path),
+                             .problem = "tables are only written: they do not tell all of a model"});
+}
+
 std::vector<ecore::EcoreFile> readEcoreFiles(const std::vector<std::string>& paths, std::uint64_t limit) {
   std::vector<ecore::EcoreFile> files;
   std::set<std::filesystem::path> places;
@@ -136,7 +148,8 @@ std::vector<ecore::EcoreFile> readEcoreFiles(const std::vector<std::string>& pat
 }  // namespace
 
 std::optional<Format> formatNamed(std::string_view name) {
-  for (const Format format : {Format::krb, Format::krt, Format::xmi, Format::krz})
+  for (const Format format : {Format::krb, Format::krt, Format::xmi, Format::krz, Format::json,
+                              Format::sqlite, Format::csv, Format::ndjson})
     if (name == nameOf(format)) return format;
   return std::nullopt;
 }
@@ -149,6 +162,14 @@ std::string_view nameOf(Format format) {
       return "krt";
     case Format::krz:
       return "krz";
+    case Format::json:
+      return "json";
+    case Format::sqlite:
+      return "sqlite";
+    case Format::csv:
+      return "csv";
+    case Format::ndjson:
+      return "ndjson";
     default:
       return "xmi";
   }
@@ -158,7 +179,7 @@ Format outputFormat(const std::string& path, std::string_view remedy) {
   if (const std::optional<Format> format = formatOfExtension(path)) return *format;
   throw WrongCall((path == "-" ? "standard output has no name that tells a format"
                                : path + ": its name tells no format that is written") +
-                  ": end it in .krb, .krt, .krz or .xmi" + std::string(remedy));
+                  ": end it in .krb, .krt, .krz, .xmi or .json" + std::string(remedy));
 }
 
 MetaModels::MetaModels(const std::vector<std::string>& paths, std::uint64_t limit) {
@@ -183,6 +204,7 @@ std::string_view Document::text() const {
 Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress,
                       std::uint64_t limit) {
   progress.startStep("reading " + inputName(path));
+  refuseTables(path, format);
   Document document = readBytes(path, limit);
   document.format = format ? *format : formatOf(document, path);
   return document;
@@ -209,6 +231,10 @@ Model readModel(const Document& document, const MetaModels& metaModels, Progress
   progress.startStep("understanding " + document.name);
   if (document.format == Format::xmi)
     return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
+  if (document.format == Format::json)
+    return json::readJson(
+        document.text(),
+        {.registry = &metaModels.registry(), .name = document.name, .progress = progress.counter()});
   if (document.format == Format::krz)
     return withinLimit(document, [&] {
       return archive::loadArchive(document.asArchive(), metaModels.registry(), {.bytes = document.limit});
@@ -249,6 +275,10 @@ LoadedDocument loadDocument(const InputOptions& input) {
 std::size_t writeModel(const Model& model, const std::string& path, Format format,
                        const MetaModels& metaModels, ProgressBar& progress, const WriteOptions& options) {
   progress.startStep("writing " + (path == "-" ? "standard output" : path));
+  if (isTables(format)) {
+    writeTables(model, path, format, progress);
+    return 0;
+  }
   const std::string bytes = encode(model, path, format, metaModels, progress, options);
   writeOutput(path, bytes);
   return bytes.size();

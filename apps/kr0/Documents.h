@@ -19,8 +19,11 @@
 
 namespace kr::zero::tool {
 
-/// krb is the direct binary format, krt the tagged one, krz an archive of either.
-enum class Format { krb, krt, xmi, krz };
+/// krb is the direct binary format, krt the tagged one, krz an archive of either. The last three are tables.
+enum class Format { krb, krt, xmi, krz, json, sqlite, csv, ndjson };
+
+/// Whether documents of a format are only written: tables do not tell all of a model.
+constexpr bool isTables(Format format) { return format >= Format::sqlite; }
 
 /// How much an input may unpack to unless the call says otherwise, in bytes.
 inline constexpr std::uint64_t kDefaultLimit = archive::ArchiveLimits{}.bytes;
@@ -37,7 +40,8 @@ struct InputOptions : ReadOptions {
   std::string path;  ///< "-": standard input
 };
 
-/// The format of a name that --from or --to gives ("krb", "krt", "xmi", "krz"); nothing for an empty name.
+/// The format of a name that --from or --to gives ("krb", "krt", "xmi", "krz", "json"), or of tables;
+/// nothing for an empty name.
 std::optional<Format> formatNamed(std::string_view name);
 std::string_view nameOf(Format format);
 
@@ -144,7 +148,7 @@ LoadedDocument loadDocument(const InputOptions& input);
 
 /// Writes a model to a file or standard output, packed as its name says; a failure leaves no file behind.
 /// @throws Error for a model that the format cannot express.
-/// @return the number of bytes written.
+/// @return the number of bytes written; 0 for tables.
 std::size_t writeModel(const Model& model, const std::string& path, Format format,
                        const MetaModels& metaModels, ProgressBar& progress, const WriteOptions& options = {});
 

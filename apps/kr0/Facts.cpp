@@ -65,6 +65,7 @@ void addHeader(const Document& document, Facts& facts) {
     facts.version = xmiVersion(document.text());
     return;
   }
+  if (document.format == Format::json) return;  // what it says of itself may stand anywhere in it
   BinaryHeader header = readBinaryHeader(document);
   facts.version = std::move(header.version);
   facts.packages = packagesNamed(header.packages);

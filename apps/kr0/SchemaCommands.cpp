@@ -29,7 +29,7 @@ void addSchemaDiff(CLI::App& schema) {
       ->type_name("NEW.ecore");
   verb->add_option("--format", options.formats,
                    "A format whose documents matter (all); more than once for more")
-      ->check(isFormat())
+      ->check(CLI::IsMember({"krb", "krt", "xmi", "krz"}))
       ->allow_extra_args(false);
   verb->add_option("--rename", options.renames,
                    "A type, property or literal that only has another name now; more than once for more")
@@ -79,7 +79,7 @@ void addSchema(CLI::App& app) {
   const auto kept = std::make_shared<SchemaOptions>();
   SchemaOptions& options = *kept;
   CLI::App* verb = addVerb(app, "schema", "Look at meta models", "kr0 schema show library.ecore");
-  needVerb(*verb, "schema show, diff, lock, check or pin");
+  needVerb(*verb);
   addSchemaDiff(*verb);
   addSchemaLock(*verb);
   addSchemaCheck(*verb);
@@ -96,7 +96,7 @@ void addGenerate(CLI::App& app) {
   GenerateOptions& options = *kept;
   CLI::App* verb =
       addVerb(app, "generate", "Write code for meta models", "kr0 generate cpp library.ecore -o generated");
-  needVerb(*verb, "generate cpp");
+  needVerb(*verb);
   CLI::App* cpp = addVerb(*verb, "cpp", "Write C++ classes that give typed access to the elements of models",
                           "kr0 generate cpp library.ecore -o generated --namespace acme::models");
   cpp->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");

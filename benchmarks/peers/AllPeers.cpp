@@ -26,6 +26,11 @@ Peers makePeers(std::vector<std::string>& skipped) {
   missing("MessagePack");
 #endif
   addNlohmannCbor(peers);
+#if KR0_BENCH_HAS_JSON
+  addJson(peers);
+#else
+  missing("kr0::json");
+#endif
 #if KR0_BENCH_HAS_BOOST_SERIALIZATION
   addBoostSerialization(peers);
 #else

@@ -70,6 +70,7 @@ void addFlatBuffers(Peers& peers);
 void addCapnProto(Peers& peers);
 void addMessagePack(Peers& peers);
 void addNlohmannCbor(Peers& peers);
+void addJson(Peers& peers);
 void addBoostSerialization(Peers& peers);
 void addCereal(Peers& peers);
 void addLibCbor(Peers& peers);

@@ -111,7 +111,8 @@ TEST(Completion, FishKnowsTheFormatsOfConvert) {
   const std::string script = outOf({"completion", "fish"});
   EXPECT_THAT(
       script,
-      HasSubstr("complete -c kr0 -n '__fish_seen_subcommand_from convert' -l to -x -a 'krb krt xmi krz'"));
+      HasSubstr(
+          "complete -c kr0 -n '__fish_seen_subcommand_from convert' -l to -x -a 'krb krt xmi krz json"));
 }
 
 }  // namespace
