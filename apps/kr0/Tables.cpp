@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <variant>
 
+#include "Signals.h"
 #include "Visible.h"
 #include "kr/zero/tables/Database.h"
 #include "kr/zero/tables/Tables.h"
@@ -202,7 +203,11 @@ void answer(const tables::Database& database, const std::string& sql, Printer pr
 }  // namespace
 
 void writeTables(const Model& model, const std::string& path, Format format, ProgressBar& progress) {
-  const io::Progress counter = progress.counter(model.size());
+  const PatientEnd end;  // a handler cannot clear folders and databases away
+  const io::Progress shown = progress.counter(model.size());
+  const io::Progress counter = [&](std::uint64_t elements) {
+    return (!shown || shown(elements)) && !PatientEnd::isWanted();
+  };
   if (format == Format::sqlite) return tables::writeSqlite(model, path, counter);
   tables::writeTextTables(
       model, path, format == Format::csv ? tables::TextTables::csv : tables::TextTables::ndjson, counter);

@@ -10,7 +10,7 @@
 #include "CommandLine.h"
 #include "Errors.h"
 #include "Files.h"
-#include "kr/zero/io/AtomicFile.h"
+#include "Signals.h"
 #include "kr/zero/io/BinaryFormats.h"
 
 namespace kr::zero::tool {
@@ -39,19 +39,6 @@ bool isMemoryLeft() {
 
 // Before all else in this program: the constants of the option parser already take memory.
 [[gnu::constructor(101)]] void handleUncaught() { std::set_terminate(endUncaught); }
-
-extern "C" void endBySignal(int number) {
-  io::removeUnfinishedFiles();
-  std::signal(number, SIG_DFL);
-  std::raise(number);  // so that whoever called sees what ended it
-}
-
-// Who stops a conversion keeps the old file, and finds no other. What is ignored (by nohup, for one) stays
-// so.
-void leaveNothingHalfWritten() {
-  for (const int number : {SIGINT, SIGTERM, SIGHUP})
-    if (std::signal(number, endBySignal) == SIG_IGN) std::signal(number, SIG_IGN);
-}
 
 int run(int count, char** arguments) {
   try {

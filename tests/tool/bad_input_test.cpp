@@ -185,6 +185,18 @@ TEST(BadInput, AnEndInTheMiddleLeavesTheOldFileOrTheNewOneAndNothingElse) {
   }
 }
 
+TEST(BadInput, AnEndInTheMiddleLeavesNoHalfTables) {
+  const std::string folder = freshFolder(), script =
+                                                "for moment in 01 02 04 06 08 10 15 20 30 40 60; do timeout "
+                                                "-s $3 0.0$moment $KR0 convert $1/deep.xmi "
+                                                "$1/out.$4 -m $2; ls -A $1; rm -rf $1/out.$4; done";
+  writeFile(folder + "/deep.xmi", chainXmi(5'000));
+  for (const char* form : {"sqlite", "csv"}) {
+    const Ended ended = bash(script, {folder, chainEcore(), "INT", form});
+    EXPECT_THAT(ended.out, testing::MatchesRegex(std::string("(deep.xmi\n(out.") + form + "\n)?)+"));
+  }
+}
+
 TEST(BadInput, AFullDeviceIsReported) {
   const Ended ended = bash("$KR0 cat $1 -m $2 > /dev/full", {libraryXmi(), libraryEcore()});
   expectRefused(ended, AllOf(HasSubstr("standard output"), HasSubstr("No space left on device")));
