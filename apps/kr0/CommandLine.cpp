@@ -102,6 +102,8 @@ void describe(CLI::App& app) {
       "2 the call is wrong, 3 done as far as a bad input let it be.");
   addDocumentCommands(app);
   addSchemaCommands(app);
+  addStudyCommands(app);
+  addAssembleCommands(app);
   addCompletion(app);
   addMan(app);
 }
