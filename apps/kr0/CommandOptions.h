@@ -45,6 +45,9 @@ void addLimit(CLI::App& verb, std::uint64_t& limit);
 void addReading(CLI::App& verb, ReadOptions& reading, const std::string& name);
 ///@}
 
+/// --to, --level and --tagged.
+void addWriting(CLI::App& verb, std::string& format, WriteOptions& writing);
+
 /// One document, with all that tells how to read it.
 void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what);
 /// One document or more.

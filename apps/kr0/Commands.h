@@ -18,6 +18,9 @@ struct ConvertOptions {
   std::string to;        ///< format of the output, empty: by the extension
   WriteOptions writing;
 };
+/// Refuses options that have no meaning for an output.
+/// @throws WrongCall.
+void requireUse(const WriteOptions& options, const std::string& output, Format format);
 /// Documents in another format.
 void convert(const ConvertOptions& options);
 

@@ -20,12 +20,7 @@ void addConvert(CLI::App& app) {
   addInputs(*verb, options.inputs, "The document to read and the one to write; with -o, those to read");
   verb->add_option("-o,--output", options.output, "The document to write, or the folder for several")
       ->type_name("FILE|DIR");
-  verb->add_option("--to", options.to, "Format of what is written, where its name does not tell")
-      ->check(isFormat());
-  verb->add_option("--level", options.writing.level,
-                   "How much to compress .krz, .gz and .zst: 1 fast, 19 small")
-      ->check(CLI::Range(1, 19));
-  verb->add_flag("--tagged", options.writing.tagged, "Have the .krz hold a .krt and not a .krb");
+  addWriting(*verb, options.to, options.writing);
   verb->callback([kept] { convert(*kept); });
 }
 
