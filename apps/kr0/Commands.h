@@ -28,6 +28,7 @@ struct ShowOptions {
   InputsOptions inputs;
   bool json = false;
   bool events = false;  ///< print the tree events
+  bool stable = false;  ///< call elements by names that stay when others come or go
 };
 /// What documents are: format, version, packages, size, elements by class; of an archive also its parts, and
 /// whether each is whole.

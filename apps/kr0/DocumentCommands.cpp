@@ -44,6 +44,8 @@ void addCat(CLI::App& app) {
       "The .ecore files that say what the elements are; .krz and .krt can do without");
   verb->add_flag("--json", options.json, "Print JSON");
   verb->add_flag("--events", options.events, "Print the tree events of the document, one a line");
+  verb->add_flag("--stable", options.stable,
+                 "Call elements by names and not by numbers, so that a change changes few lines");
   verb->callback([kept] { cat(*kept); });
 }
 

@@ -105,14 +105,11 @@ class PathReader {
     const auto position = this->position();
     if (!isAtEndOfStep()) return {};
     const auto isMeant = [&](ConstElement root) { return internal::rootName(root.getType()) == name; };
-    if (!asked) {
-      const std::size_t at = position.value_or(kFirst);
-      return at < roots.size() && (position || roots.size() == 1) && isMeant(roots[at]) ? roots[at]
-                                                                                        : ConstElement();
-    }
+    if (!asked && position)
+      return *position < roots.size() && isMeant(roots[*position]) ? roots[*position] : ConstElement();
     std::size_t skipped = position.value_or(kFirst);
     for (const ConstElement root : roots)
-      if (isMeant(root) && has(root, *asked) && skipped-- == 0) return root;
+      if (isMeant(root) && (!asked || has(root, *asked)) && skipped-- == 0) return root;
     return {};
   }
 

@@ -44,7 +44,13 @@ TEST_F(ElementPathTest, OneOfSeveralRootsHasAPosition) {
   EXPECT_EQ(findElement(model, "/author[1]"), author);
   EXPECT_EQ(findElement(model, "/library[0]"), library);
   EXPECT_FALSE(findElement(model, "/author[0]"));
-  EXPECT_FALSE(findElement(model, "/author"));
+}
+
+TEST_F(ElementPathTest, WithoutAPositionTheFirstRootOfAClassIsMeant) {
+  const Element author = model.createRoot("library.Author");
+  model.createRoot("library.Author");
+  EXPECT_EQ(findElement(model, "/author"), author);
+  EXPECT_EQ(findElement(model, "/library/books[1]"), other);
 }
 
 TEST_F(ElementPathTest, AStepMayAskForAValue) {

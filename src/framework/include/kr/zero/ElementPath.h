@@ -8,6 +8,7 @@
 ///
 /// Whoever asks by a path may also say
 ///
+///     /library                               the first root of that class, where there are several
 ///     /library/books[title="Moby Dick"]      the first one with that value, as getTextForm gives it
 ///     /library/books[title="Moby Dick"][1]   the second of those
 ///     id "isbn" "123"/chapters[0]            a path that begins at the element of an identity
