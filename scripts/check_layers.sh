@@ -4,6 +4,7 @@
 #   apps -> all others                      archive -> evolution, interop, library, framework
 #   interop -> framework                    evolution -> framework      interop/cpp -> interop/ecore too
 #   interop/json, interop/tables -> framework
+#   study -> framework
 #   library -> framework's public headers   framework -> nothing of the others
 #
 # The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
@@ -23,9 +24,9 @@ here=$(cd "$(dirname "$0")" && pwd)
 inner_layers=(foundation,text log events,rules meta model io) # from the ground up
 allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution cpp:interop cpp:framework \
 interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework \
-apps:json apps:tables json:framework tables:framework "
-include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include archive/include \
-src/framework src interop/ecore interop/cpp interop/json interop/tables evolution archive apps/kr0"
+apps:json apps:tables json:framework tables:framework apps:study study:framework "
+include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include archive/include study/include \
+src/framework src interop/ecore interop/cpp interop/json interop/tables evolution archive study apps/kr0"
 
 layer_of() {
   case $1 in
@@ -43,6 +44,8 @@ layer_of() {
     interop/*) echo interop-internal ;;
     evolution/include/*) echo evolution ;;
     evolution/*) echo evolution-internal ;;
+    study/include/*) echo study ;;
+    study/*) echo study-internal ;;
     archive/include/*) echo archive ;;
     archive/*) echo archive-internal ;;
     apps/*) echo apps ;;
@@ -95,6 +98,7 @@ own_folders() {
     json*) echo "interop/json/include interop/json" ;;
     tables*) echo "interop/tables/include interop/tables" ;;
     evolution*) echo "evolution/include evolution" ;;
+    study*) echo "study/include study" ;;
     archive*) echo "archive/include archive" ;;
     apps) echo "apps/kr0" ;;
   esac
@@ -112,7 +116,7 @@ find_header() {
 }
 
 list_includes() {
-  find apps archive evolution include interop src \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+  find apps archive evolution include interop src study \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
     xargs -0 -r grep -HoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<](kr/|fl/|foundation/|resource_core/|[^">]+\.h")[^">]*' |
     sed -E 's/^([^:]+):.*["<]([^">]+).*/\1 \2/; s/"$//' | sort -u
 }

@@ -5,7 +5,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc 2>/dev/null || echo 2)
 
 build_packages="g++ cmake ninja-build libboost-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev \
-  libzstd-dev libxxhash-dev zlib1g-dev libsqlite3-dev pkg-config"
+  libzstd-dev libxxhash-dev zlib1g-dev libssl-dev libsqlite3-dev pkg-config"
 test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format python3 xz-utils zstd"
 ci_packages="clang ccache doxygen default-jdk-headless libeclipse-emf-common-java libeclipse-emf-ecore-java libeclipse-emf-ecore-xmi-java"
 cross_packages="g++-s390x-linux-gnu g++-aarch64-linux-gnu qemu-user"

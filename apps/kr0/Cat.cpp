@@ -42,7 +42,8 @@ void printEvents(TextOut& out, const Send& send) {
 }
 
 void print(const Walk& walk, const ShowOptions& options, TextOut& out) {
-  options.json ? printJson(walk, out) : printText(walk, out);
+  const Naming naming = options.stable ? Naming::stable : Naming::numbers;
+  options.json ? printJson(walk, out, naming) : printText(walk, out, naming);
 }
 
 void addHeading(const ShowOptions& options, const InputOptions& input, TextOut& out) {
@@ -60,16 +61,23 @@ void catModel(const Model& model, const ShowOptions& options, TextOut& out) {
   if (options.events)
     printEvents(out, [&](auto& printer) { io::sendEvents(model, printer); });
   else
-    print([&](TreeVisitor& printer) { visitModel(model, printer); }, options, out);
+    print(
+        [&](TreeVisitor& printer) {
+          visitModel(model, printer, options.stable ? Naming::stable : Naming::numbers);
+        },
+        options, out);
 }
 
 }  // namespace
 
 void cat(const ShowOptions& options) {
   if (options.json && options.events) throw WrongCall("--json and --events are two ways of printing");
+  if (options.stable && options.events)
+    throw WrongCall("--stable names elements, and --events tells no names");
   forEachInput(options.inputs, [&](const InputOptions& input, TextOut& out) {
     Document document = loadBytes(input);
-    const bool isTagged = document.format == Format::krt && (input.metaModels.empty() || options.events);
+    const bool isTagged =
+        document.format == Format::krt && !options.stable && (input.metaModels.empty() || options.events);
     if (isTagged) {
       TreeVisitor nobody;
       checkTagged(document, nobody);  // before the first line is printed

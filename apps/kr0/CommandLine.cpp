@@ -103,6 +103,8 @@ void describe(CLI::App& app) {
   addDocumentCommands(app);
   addTableCommands(app);
   addSchemaCommands(app);
+  addStudyCommands(app);
+  addAssembleCommands(app);
   addCompletion(app);
   addMan(app);
 }

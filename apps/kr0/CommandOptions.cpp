@@ -58,6 +58,14 @@ void addReading(CLI::App& verb, ReadOptions& reading, const std::string& name) {
   addLimit(verb, reading.limit);
 }
 
+void addWriting(CLI::App& verb, std::string& format, WriteOptions& writing) {
+  verb.add_option("--to", format, "Format of what is written, where its name does not tell")
+      ->check(isWrittenFormat());
+  verb.add_option("--level", writing.level, "How much to compress .krz, .gz and .zst: 1 fast, 19 small")
+      ->check(CLI::Range(1, 19));
+  verb.add_flag("--tagged", writing.tagged, "Have the .krz hold a .krt and not a .krb");
+}
+
 void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what) {
   verb.add_option(name, input.path, what + ", - for standard input")->required();
   addReading(verb, input, name);

@@ -21,6 +21,8 @@ inline constexpr const char* kNewSchemas = "--new";
 void addDocumentCommands(CLI::App& app);
 void addSchemaCommands(CLI::App& app);
 void addTableCommands(CLI::App& app);
+void addStudyCommands(CLI::App& app);
+void addAssembleCommands(CLI::App& app);
 ///@}
 
 /// A verb. What it does is set as its callback, which keeps its options.
@@ -44,6 +46,9 @@ CLI::Option* addMetaModels(CLI::App& verb, std::vector<std::string>& paths);
 void addLimit(CLI::App& verb, std::uint64_t& limit);
 void addReading(CLI::App& verb, ReadOptions& reading, const std::string& name);
 ///@}
+
+/// --to, --level and --tagged.
+void addWriting(CLI::App& verb, std::string& format, WriteOptions& writing);
 
 /// One document, with all that tells how to read it.
 void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what);

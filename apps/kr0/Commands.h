@@ -18,6 +18,9 @@ struct ConvertOptions {
   std::string to;        ///< format of the output, empty: by the extension
   WriteOptions writing;
 };
+/// Refuses options that have no meaning for an output.
+/// @throws WrongCall.
+void requireUse(const WriteOptions& options, const std::string& output, Format format);
 /// Documents in another format.
 void convert(const ConvertOptions& options);
 
@@ -25,6 +28,7 @@ struct ShowOptions {
   InputsOptions inputs;
   bool json = false;
   bool events = false;  ///< print the tree events
+  bool stable = false;  ///< call elements by names that stay when others come or go
 };
 /// What documents are: format, version, packages, size, elements by class; of an archive also its parts, and
 /// whether each is whole.

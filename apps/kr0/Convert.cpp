@@ -18,18 +18,6 @@ struct Job {
   Format format;
 };
 
-void requireUse(const WriteOptions& options, const std::string& output, Format format) {
-  const bool isCompressed = format == Format::krz || archive::packingOfName(output) != archive::Packing::none;
-  if (options.level && !isCompressed)
-    throw WrongCall("--level is for outputs that are compressed: .krz, .gz and .zst");
-  if (isTables(format) && archive::packingOfName(output) != archive::Packing::none)
-    throw WrongCall(output + ": tables are not packed");
-  if (isTables(format) && output == "-")
-    throw WrongCall("tables go to files: standard output is none; kr0 query --csv prints one table");
-  if (options.tagged && format != Format::krz)
-    throw WrongCall("--tagged tells what is inside an archive: the output is none");
-}
-
 Format formatFor(const std::string& output, const ConvertOptions& options) {
   const std::optional<Format> wanted = formatNamed(options.to);
   return wanted ? *wanted : outputFormat(output, ", or give --to");
@@ -95,6 +83,18 @@ void convertOne(const InputOptions& input, const Job& job, const WriteOptions& w
 }
 
 }  // namespace
+
+void requireUse(const WriteOptions& options, const std::string& output, Format format) {
+  const bool isCompressed = format == Format::krz || archive::packingOfName(output) != archive::Packing::none;
+  if (options.level && !isCompressed)
+    throw WrongCall("--level is for outputs that are compressed: .krz, .gz and .zst");
+  if (isTables(format) && archive::packingOfName(output) != archive::Packing::none)
+    throw WrongCall(output + ": tables are not packed");
+  if (isTables(format) && output == "-")
+    throw WrongCall("tables go to files: standard output is none; kr0 query --csv prints one table");
+  if (options.tagged && format != Format::krz)
+    throw WrongCall("--tagged tells what is inside an archive: the output is none");
+}
 
 void convert(const ConvertOptions& call) {
   const ConvertOptions options = withOutput(call);

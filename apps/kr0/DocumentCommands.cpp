@@ -21,12 +21,7 @@ void addConvert(CLI::App& app) {
   addInputs(*verb, options.inputs, "The document to read and the one to write; with -o, those to read");
   verb->add_option("-o,--output", options.output, "The document to write, or the folder for several")
       ->type_name("FILE|DIR");
-  verb->add_option("--to", options.to, "Format of what is written, where its name does not tell")
-      ->check(isWrittenFormat());
-  verb->add_option("--level", options.writing.level,
-                   "How much to compress .krz, .gz and .zst: 1 fast, 19 small")
-      ->check(CLI::Range(1, 19));
-  verb->add_flag("--tagged", options.writing.tagged, "Have the .krz hold a .krt and not a .krb");
+  addWriting(*verb, options.to, options.writing);
   verb->callback([kept] { convert(*kept); });
 }
 
@@ -50,6 +45,8 @@ void addCat(CLI::App& app) {
       "The .ecore files that say what the elements are; .krz and .krt can do without");
   verb->add_flag("--json", options.json, "Print JSON");
   verb->add_flag("--events", options.events, "Print the tree events of the document, one a line");
+  verb->add_flag("--stable", options.stable,
+                 "Call elements by names and not by numbers, so that a change changes few lines");
   verb->callback([kept] { cat(*kept); });
 }
 

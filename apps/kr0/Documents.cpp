@@ -272,6 +272,11 @@ LoadedDocument loadDocument(const InputOptions& input) {
   return readModel(document, input, progress);
 }
 
+std::string encodeModel(const Model& model, Format format, const MetaModels& metaModels,
+                        ProgressBar& progress) {
+  return encode(model, format, metaModels, progress, {});
+}
+
 std::size_t writeModel(const Model& model, const std::string& path, Format format,
                        const MetaModels& metaModels, ProgressBar& progress, const WriteOptions& options) {
   progress.startStep("writing " + (path == "-" ? "standard output" : path));

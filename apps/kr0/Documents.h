@@ -146,6 +146,11 @@ Document loadBytes(const InputOptions& input);
 LoadedDocument loadDocument(const InputOptions& input);
 ///@}
 
+/// The bytes of a model in a format, not packed.
+/// @throws Error for a model that the format cannot express.
+std::string encodeModel(const Model& model, Format format, const MetaModels& metaModels,
+                        ProgressBar& progress);
+
 /// Writes a model to a file or standard output, packed as its name says; a failure leaves no file behind.
 /// @throws Error for a model that the format cannot express.
 /// @return the number of bytes written; 0 for tables.

@@ -19,13 +19,13 @@ bool isBare(std::string_view text, ValueForm form) {
 // stack.
 class JsonPrinter final : public TreeVisitor {
  public:
-  explicit JsonPrinter(TextOut& out) : out_(out) {}
+  JsonPrinter(TextOut& out, Naming naming) : out_(out), naming_(naming) {}
 
   void beginElement(const TreeNode& node) override {
     separate();
     out_ << "\n{";
     if (node.number != 0)
-      out_ << "\"class\":" << inQuotes(node.type) << ",\"number\":" << std::to_string(node.number) << ',';
+      out_ << "\"class\":" << inQuotes(node.type) << ',' << nameOf(node) << ',';
     else if (!node.type.empty())
       out_ << "\"datatype\":" << inQuotes(node.type) << ',';
     if (node.identity) {
@@ -71,7 +71,9 @@ class JsonPrinter final : public TreeVisitor {
   void reference(const TreeNode& target) override {
     separate();
     out_ << "{\"ref\":";
-    if (target.number != 0)
+    if (!target.name.empty())
+      out_ << inQuotes(target.name);
+    else if (target.number != 0)
       out_ << std::to_string(target.number);
     else
       unknown(target);
@@ -79,6 +81,10 @@ class JsonPrinter final : public TreeVisitor {
   }
 
  private:
+  std::string nameOf(const TreeNode& node) const {
+    return naming_ == Naming::stable ? "\"name\":" + inQuotes(node.name)
+                                     : "\"number\":" + std::to_string(node.number);
+  }
   void separate() {
     if (follows_.back()) out_ << ',';
     follows_.back() = true;
@@ -94,13 +100,14 @@ class JsonPrinter final : public TreeVisitor {
   }
 
   TextOut& out_;
+  const Naming naming_;
   std::vector<bool> follows_{false};  // of everything that is open: whether something was written in it
 };
 
 }  // namespace
 
-void printJson(const Walk& walk, TextOut& out) {
-  JsonPrinter printer(out);
+void printJson(const Walk& walk, TextOut& out, Naming naming) {
+  JsonPrinter printer(out, naming);
   out << "{\"elements\":[";
   walk(printer);
   out << "]}\n";

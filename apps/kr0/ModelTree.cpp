@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <unordered_map>
 
+#include "StableNames.h"
 #include "Tree.h"
 #include "kr/zero/io/ModelTraverser.h"
 
@@ -46,7 +47,10 @@ std::vector<std::size_t> numberElements(const Model& model) {
 
 class ModelWalk {
  public:
-  ModelWalk(const Model& model, TreeVisitor& visitor) : visitor_(visitor), numbers_(numberElements(model)) {}
+  ModelWalk(const Model& model, TreeVisitor& visitor, Naming naming)
+      : visitor_(visitor), numbers_(numberElements(model)) {
+    if (naming == Naming::stable) names_.emplace(model);
+  }
 
   void root(ConstElement element) {
     open(element);
@@ -79,7 +83,9 @@ class ModelWalk {
 
   void open(ConstElement element) {
     const std::size_t number = element.getClass() ? numbers_.at(element.getIndex()) : 0;
-    visitor_.beginElement({element.getType()->qualifiedName(), number, element.getIdentity(), std::nullopt});
+    TreeNode node{element.getType()->qualifiedName(), number, element.getIdentity(), std::nullopt};
+    if (names_ && number != 0) node.name = names_->amongSiblings(element);
+    visitor_.beginElement(node);
     frames_.push_back({element, propertiesOf(element.getType())});
   }
 
@@ -140,21 +146,24 @@ class ModelWalk {
       visitor_.reference({missing->targetType, 0, Identity{missing->id1, missing->id2}, missing->qualifier});
     } else {
       const ConstElement target = element.getReference(property, position);
-      visitor_.reference({{}, numbers_.at(target.getIndex()), std::nullopt, std::nullopt});
+      TreeNode node{{}, numbers_.at(target.getIndex()), std::nullopt, std::nullopt};
+      if (names_) node.name = names_->pathOf(target);
+      visitor_.reference(node);
     }
   }
 
   TreeVisitor& visitor_;
   io::ModelTraverser traverser_;
   std::vector<std::size_t> numbers_;
+  std::optional<StableNames> names_;
   std::unordered_map<const meta::Type::Impl*, Properties> properties_;
   std::vector<Frame> frames_;
 };
 
 }  // namespace
 
-void visitModel(const Model& model, TreeVisitor& visitor) {
-  ModelWalk walk(model, visitor);
+void visitModel(const Model& model, TreeVisitor& visitor, Naming naming) {
+  ModelWalk walk(model, visitor, naming);
   for (const ConstElement root : model.getRoots()) walk.root(root);
 }
 

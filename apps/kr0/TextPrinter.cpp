@@ -13,7 +13,7 @@ constexpr std::size_t kDeepestIndentation = 40;
 
 class TextPrinter final : public TreeVisitor {
  public:
-  explicit TextPrinter(TextOut& out) : out_(out) {}
+  TextPrinter(TextOut& out, Naming naming) : out_(out), naming_(naming) {}
 
   void beginElement(const TreeNode& node) override {
     indent();
@@ -22,7 +22,8 @@ class TextPrinter final : public TreeVisitor {
       if (!properties_.empty()) out_ << ' ';
       out_ << asName(node.type);
     }
-    if (node.number != 0) out_ << " #" << std::to_string(node.number);
+    if (naming_ == Naming::numbers && node.number != 0) out_ << " #" << std::to_string(node.number);
+    if (!node.name.empty()) out_ << ' ' << asName(node.name);
     if (node.identity) identity(*node.identity);
     out_ << '\n';
     ++depth_;
@@ -51,6 +52,10 @@ class TextPrinter final : public TreeVisitor {
 
   void reference(const TreeNode& target) override {
     item(" -> ");
+    if (!target.name.empty()) {
+      out_ << asName(target.name);
+      return;
+    }
     if (target.number != 0) {
       out_ << '#' << std::to_string(target.number);
       return;
@@ -76,7 +81,8 @@ class TextPrinter final : public TreeVisitor {
   // What stands in front of an element.
   void place(Property& property) {
     out_ << property.name;
-    if (property.isList) out_ << '[' << std::to_string(property.count++) << ']';
+    if (property.isList && naming_ == Naming::numbers) out_ << '[' << std::to_string(property.count) << ']';
+    ++property.count;
     out_ << ':';
   }
 
@@ -97,14 +103,15 @@ class TextPrinter final : public TreeVisitor {
   }
 
   TextOut& out_;
+  const Naming naming_;
   std::vector<Property> properties_;
   std::size_t depth_ = 0;
 };
 
 }  // namespace
 
-void printText(const Walk& walk, TextOut& out) {
-  TextPrinter printer(out);
+void printText(const Walk& walk, TextOut& out, Naming naming) {
+  TextPrinter printer(out, naming);
   walk(printer);
 }
 

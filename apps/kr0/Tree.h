@@ -22,6 +22,9 @@ struct TreeNode {
       0;  ///< of an element, in document order from 1; 0: a datatype value, an unknown target
   std::optional<Identity> identity;
   std::optional<std::string_view> document;  ///< where a target is, if not in the same document
+  /// Stands for the number where names are to be stable: of an element what tells it from its siblings, of a
+  /// target its path.
+  std::string name = {};
 };
 
 /// What the text of a value could be taken for.
@@ -51,8 +54,14 @@ class TreeVisitor {
   virtual void reference(const TreeNode& /*target*/) {}
 };
 
+/// How elements are called.
+enum class Naming {
+  numbers,  ///< by their numbers
+  stable    ///< by names that stay when another element comes or goes; see StableNames
+};
+
 /// Walks a whole model on a stack of its own, however deep it is.
-void visitModel(const Model& model, TreeVisitor& visitor);
+void visitModel(const Model& model, TreeVisitor& visitor, Naming naming = Naming::numbers);
 
 /// Reads a tagged document to see that it is whole: its bytes, its texts and its shape.
 /// @param visitor hears of everything up to the first fault; ends may then not balance.

@@ -23,7 +23,13 @@ using Walk = std::function<void(TreeVisitor&)>;
 /// Elements carry their number; references name it, or else type and identity of their target. Indentation
 /// stops growing at a depth of 40, from where the depth stands in front: the text of a chain of 100,000
 /// elements would otherwise take gigabytes.
-void printText(const Walk& walk, TextOut& out);
+///
+/// With stable names these stand for numbers, and no positions are printed:
+///
+///     library.Library /library
+///       books: library.Book [title="Moby Dick"]
+///       authors -> /library/authors[name="Herman Melville"]
+void printText(const Walk& walk, TextOut& out, Naming naming = Naming::numbers);
 
 /// {"elements": [ELEMENT...]}, an element a line:
 ///
@@ -33,6 +39,7 @@ void printText(const Walk& walk, TextOut& out);
 /// and "number". A value is a boolean, number, text (enumeration literals by name; numbers that JSON has
 /// not, such as NaN, too), null for explicitly empty, an element, {"ref": N} for a reference to element
 /// N, {"ref": {"class", "identity", "document"}} for one to an element that is not known, or a list of those.
-void printJson(const Walk& walk, TextOut& out);
+/// With stable names these are texts in the place of numbers: "name" of an element, "ref" a path.
+void printJson(const Walk& walk, TextOut& out, Naming naming = Naming::numbers);
 
 }  // namespace kr::zero::tool

@@ -11,6 +11,10 @@ std::string lowerFirst(std::string name) {
   return name;
 }
 
+}  // namespace
+
+std::string rootName(const meta::StructuredType& type) { return lowerFirst(type->name()); }
+
 std::size_t positionOf(const ModelStore& store, const ElementRecord* record) {
   if (record->container == nullptr) {
     const auto& roots = store.roots();
@@ -21,14 +25,27 @@ std::size_t positionOf(const ModelStore& store, const ElementRecord* record) {
   return static_cast<std::size_t>(std::find(values.items, end, asPayload(record)) - values.items);
 }
 
-}  // namespace
+std::vector<std::uint32_t> positionsIn(const ModelStore& store) {
+  std::vector<std::uint32_t> positions(store.recordCount());
+  for (std::size_t i = 0; i < store.roots().size(); ++i)
+    positions[store.roots()[i]->index] = static_cast<std::uint32_t>(i);
+  for (std::uint32_t i = 0; i < store.recordCount(); ++i) {
+    ChildPlace place;
+    while (const ElementRecord* child =
+               findContained(store.record(i), place, Contained::childrenAndDatatypes)) {
+      if (!child->removed) positions[child->index] = place.position;
+      ++place.position;
+    }
+  }
+  return positions;
+}
 
 std::string segmentOf(const ModelStore& store, const ElementRecord* record, std::size_t position) {
   const auto numbered = [&](std::string name) {
     return std::move(name) + "[" + std::to_string(position) + "]";
   };
   if (record->container == nullptr) {
-    std::string name = lowerFirst(record->use->type->name());
+    std::string name = rootName(record->use->type);
     return store.roots().size() < 2 ? name : numbered(std::move(name));
   }
   const PropertyRecord& slot = record->container->use->property(record->containerSlot);

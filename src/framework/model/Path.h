@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "model/Store.h"
 
@@ -16,6 +18,15 @@ std::string pathOf(const ModelStore& store, const ElementRecord* record);
 /// How a path names a record.
 /// @param position among the values of its container's property, or among the roots.
 std::string segmentOf(const ModelStore& store, const ElementRecord* record, std::size_t position);
+
+/// Where a record stands among the values of its container's property, or among the roots. Looks for it
+/// there.
+std::size_t positionOf(const ModelStore& store, const ElementRecord* record);
+/// The same of each record of a model, by index; of what is not in it any more it means nothing.
+std::vector<std::uint32_t> positionsIn(const ModelStore& store);
+
+/// What a path calls a root of that type: the type's name with a small first letter.
+std::string rootName(const meta::StructuredType& type);
 
 /// Segments that a path shows at each end.
 inline constexpr std::size_t kShownSegments = 24;

@@ -45,22 +45,6 @@ bool isResolved(const Values& values, std::size_t i) {
   return !values.unresolvedSingle && !cells::isUnresolved(values.items[i]);
 }
 
-/// Where each record stands among the values of its container's property, or among the roots.
-std::vector<std::uint32_t> positionsIn(const ModelStore& store) {
-  std::vector<std::uint32_t> positions(store.recordCount());
-  for (std::size_t i = 0; i < store.roots().size(); ++i)
-    positions[store.roots()[i]->index] = static_cast<std::uint32_t>(i);
-  for (std::uint32_t i = 0; i < store.recordCount(); ++i) {
-    ChildPlace place;
-    constexpr auto kAll = internal::Contained::childrenAndDatatypes;
-    while (const ElementRecord* child = findContained(store.record(i), place, kAll)) {
-      if (!child->removed) positions[child->index] = place.position;
-      ++place.position;
-    }
-  }
-  return positions;
-}
-
 /// All links by properties that have an opposite which is stored as references too.
 std::unordered_set<Link, LinkHash> linksWithOpposite(const ModelStore& store) {
   std::unordered_set<Link, LinkHash> links;
@@ -299,7 +283,7 @@ class Validation {
   /// The end of another one's path: all of it where it is not deep. Going up further would cost as much as
   /// the model is deep, each time.
   std::string pathOfOther(const ElementRecord* record) {
-    if (positions_.empty()) positions_ = positionsIn(store_);
+    if (positions_.empty()) positions_ = internal::positionsIn(store_);
     std::array<const ElementRecord*, internal::kShownSegments> chain;
     std::size_t size = 0;
     for (; record != nullptr && size < chain.size(); record = record->container) chain[size++] = record;
