@@ -58,6 +58,7 @@ std::unique_ptr<const Mapping::Impl> EcoreImport::run() {
   collectClassifiers();
   for (Classifier& classifier : classifiers_) importSupertypes(classifier);
   for (Classifier& classifier : classifiers_) importEnumeration(classifier);
+  for (const Classifier& classifier : classifiers_) findLostFeatures(classifier);
   for (Classifier& classifier : classifiers_) importClassifier(classifier);
   registry_.add(definitions());
   auto mapping = std::make_unique<Mapping::Impl>(registry_);
@@ -219,9 +220,58 @@ void EcoreImport::importSupertypes(Classifier& classifier) {
   if (classifier.definition.kind == Kind::datatype && element.size("eSuperTypes") != 0)
     files_.fail(file, element, join("datatype ", classifier.qualifiedName, " has a supertype"));
   for (std::size_t i = 0; i < element.size("eSuperTypes"); ++i)
-    addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)), element);
+    attempt(
+        [&] {
+          addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)),
+                       element);
+        },
+        join("class ", classifier.qualifiedName, " goes without this supertype"));
   for (const ConstElement generic : childrenOf(element, "eGenericSuperTypes"))
-    addSupertype(classifier, erasure(file, generic, true), generic);
+    attempt([&] { addSupertype(classifier, erasure(file, generic, true), generic); },
+            join("class ", classifier.qualifiedName, " goes without this supertype"));
+}
+
+/// Does something that is refused where a type is missing.
+/// @param loss what is said where that is tolerated.
+/// @return whether it was not refused.
+template <class Work>
+bool EcoreImport::attempt(Work work, std::string_view loss) {
+  if (!options_.onProblem) {
+    work();
+    return true;
+  }
+  std::optional<Problem> problem;
+  try {
+    work();
+  } catch (const EcoreError& error) {
+    const ErrorDetails& details = error.getDetails();
+    problem = {ProblemKind::missingType, details.file, details.line.value_or(0),
+               join(details.problem, "; ", loss)};
+  }
+  if (problem) options_.onProblem(*problem);
+  return !problem;
+}
+
+/// Finds the features that are left out before any is imported: an opposite may be one of them.
+void EcoreImport::findLostFeatures(const Classifier& classifier) {
+  if (!options_.onProblem || !isStructured(classifier)) return;
+  for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
+    if (!annotated(feature, kBinarySource, kTypeKey) &&
+        !attempt([&] { typeOf(classifier, feature); }, describe(classifier, feature) + " is left out"))
+      lostFeatures_.emplace(fileOf(classifier), feature.getIndex());
+}
+
+/// Nothing where it is missing and that is tolerated.
+EcoreTarget EcoreImport::oppositeOf(const Classifier& classifier, ConstElement feature) const {
+  const std::size_t file = fileOf(classifier);
+  try {
+    EcoreTarget target = files_.follow(file, feature, "eOpposite");
+    const bool isLost = target.element && lostFeatures_.contains({target.file, target.element.getIndex()});
+    return isLost ? EcoreTarget() : target;
+  } catch (const EcoreError&) {
+    if (!options_.onProblem) throw;
+    return {};
+  }
 }
 
 void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source) {
@@ -238,7 +288,7 @@ void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Cons
 void EcoreImport::importClassifier(Classifier& classifier) {
   if (!isStructured(classifier)) return;
   for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
-    importFeature(classifier, feature);
+    if (!lostFeatures_.contains({fileOf(classifier), feature.getIndex()})) importFeature(classifier, feature);
 }
 
 bool EcoreImport::inherits(std::size_t classifier, std::size_t ancestor) const {
@@ -383,7 +433,7 @@ Storage EcoreImport::storageOf(const Classifier& classifier, ConstElement featur
     return mapping.group.empty() ? Storage::transient : Storage::featureMapMember;
   if (!type.isSerializable) return Storage::notSerializable;
   if (!type.isClass || !feature.isSet("eOpposite")) return Storage::stored;
-  const EcoreTarget opposite = files_.follow(fileOf(classifier), feature, "eOpposite");
+  const EcoreTarget opposite = oppositeOf(classifier, feature);
   const bool isContained = opposite.element && opposite.element.getBoolean("containment");
   return isContained ? Storage::container : Storage::stored;
 }
@@ -405,7 +455,7 @@ std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& cla
 std::string EcoreImport::oppositeName(const Classifier& classifier, ConstElement feature,
                                       const TypeUse& type) {
   if (!feature.isSet("eOpposite") || type.classifier == kNowhere) return {};
-  const EcoreTarget there = files_.follow(fileOf(classifier), feature, "eOpposite");
+  const EcoreTarget there = oppositeOf(classifier, feature);
   if (!there.element || !there.element.isSet("eOpposite")) return {};
   const ConstElement back = files_.follow(there.file, there.element, "eOpposite").element;
   const std::size_t self = classifierOf(fileOf(classifier), classifier.element);
@@ -484,9 +534,10 @@ std::string nameOf(const EcoreFile& file) { return file.name; }
 
 /// Imports the files; whatever goes wrong is an Error that names them.
 template <class Files>
-std::shared_ptr<const Mapping> load(const Files& files, meta::MetaRegistry& registry) {
+std::shared_ptr<const Mapping> load(const Files& files, meta::MetaRegistry& registry,
+                                    const MetaModelOptions& options) {
   try {
-    return std::make_shared<const Mapping>(EcoreImport(files, registry).run());
+    return std::make_shared<const Mapping>(EcoreImport(files, registry, options).run());
   } catch (...) {
     std::string names;
     for (const auto& file : files) names += (names.empty() ? "" : ", ") + nameOf(file);
@@ -498,12 +549,17 @@ std::shared_ptr<const Mapping> load(const Files& files, meta::MetaRegistry& regi
 
 std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                               meta::MetaRegistry& registry) {
-  return load(paths, registry);
+  return load(paths, registry, {});
 }
 
 std::shared_ptr<const Mapping> loadEcoreFiles(const std::vector<EcoreFile>& files,
                                               meta::MetaRegistry& registry) {
-  return load(files, registry);
+  return load(files, registry, {});
+}
+
+std::shared_ptr<const Mapping> loadEcoreFiles(const std::vector<EcoreFile>& files,
+                                              meta::MetaRegistry& registry, const MetaModelOptions& options) {
+  return load(files, registry, options);
 }
 
 }  // namespace kr::zero::ecore
