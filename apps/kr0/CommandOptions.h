@@ -43,6 +43,10 @@ void addLimit(CLI::App& verb, std::uint64_t& limit);
 void addReading(CLI::App& verb, ReadOptions& reading, const std::string& name);
 ///@}
 
+/// --meta-path, --map-uri and --keep-going.
+/// @param name what the help calls what is read.
+void addFinding(CLI::App& verb, ReadOptions& reading, const std::string& name);
+
 /// One document, with all that tells how to read it.
 void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what);
 /// One document or more.

@@ -6,6 +6,7 @@
 #include "Errors.h"
 #include "Namespaces.h"
 #include "Values.h"
+#include "WholeEcore.h"
 
 namespace kr::zero::ecore {
 
@@ -148,7 +149,10 @@ TypeUse EcoreImport::useBuiltIn(std::size_t file, ConstElement source, const Eco
   const BuiltInPackage& package = *target.package;
   const std::string& name = target.builtIn;
   const BuiltInType* dataType = package.findDataType(name);
-  if (dataType == nullptr && !package.hasClass(name))
+  const bool isOfWhole = dataType == nullptr && !package.hasClass(name);
+  const bool isThere = isOfWhole && !registry_.hasPackage(package.uri) && package.wholeHasClass(name);
+  if (isThere) needsWholeEcore_ = true;
+  if (isOfWhole && !isThere)
     files_.fail(file, source,
                 join("it needs ", name, " of the package ", package.name, ": give ", package.file,
                      " as a meta model too"));
@@ -491,7 +495,9 @@ std::vector<meta::PackageDefinition> EcoreImport::definitions() const {
     (parent == kNowhere ? roots : flat[parent].packages).push_back(std::move(flat[i]));
   }
   for (const BuiltInPackage* package : neededPackages_)
-    if (!registry_.hasPackage(package->uri)) roots.push_back(package->definition());
+    if (!registry_.hasPackage(package->uri))
+      roots.push_back(needsWholeEcore_ && package->uri == kEcoreNamespace ? wholeEcore()
+                                                                          : package->definition());
   std::reverse(roots.begin(), roots.end());
   return roots;
 }

@@ -98,6 +98,7 @@ class EcoreImport {
   std::vector<Classifier> classifiers_;
   std::vector<std::vector<std::size_t>> classifierByElement_;  // by file, by the element's index
   std::vector<const BuiltInPackage*> neededPackages_;
+  bool needsWholeEcore_ = false;
   std::set<std::pair<std::size_t, std::uint32_t>> lostFeatures_;  // left out: by file and element
 };
 
