@@ -94,7 +94,7 @@ void EcoreFiles::completeFiles() {
   for (std::size_t file = 0; file < given; ++file) collectPackages(file);
   std::vector<Missing> missing;
   for (std::size_t file = 0; file < files_.size(); ++file) completeFile(file, missing);  // which adds more
-  if (!missing.empty() && !options_.onProblem) failMissing(missing);
+  if (!missing.empty()) tellMissing(missing);
 }
 
 void EcoreFiles::completeFile(std::size_t file, std::vector<Missing>& missing) {
@@ -127,17 +127,20 @@ bool EcoreFiles::bring(std::size_t from, const std::string& uri) {
   return isKnown(from, uri);
 }
 
-void EcoreFiles::failMissing(const std::vector<Missing>& missing) const {
+void EcoreFiles::tellMissing(const std::vector<Missing>& missing) const {
   constexpr std::string_view kAdvice = " (--meta-path or --map-uri can help)";
   std::vector<std::string> uris;
   for (const Missing& each : missing)
     if (std::find(uris.begin(), uris.end(), each.uri) == uris.end()) uris.push_back(each.uri);
   const Missing& first = missing.front();
-  if (uris.size() == 1)
-    fail(first.file, first.source, join(first.text, " is in none of the given files", kAdvice));
   std::string list;
   for (const std::string& uri : uris) list += join(list.empty() ? "" : ", ", inQuotes(uri));
-  fail(first.file, first.source, join("what these URIs mean is in none of the given files: ", list, kAdvice));
+  const std::string sentence =
+      uris.size() == 1 ? join(first.text, " is in none of the given files", kAdvice)
+                       : join("what these URIs mean is in none of the given files: ", list, kAdvice);
+  if (!options_.onProblem) fail(first.file, first.source, sentence);
+  const XmiContent& file = content(first.file);
+  options_.onProblem({ProblemKind::missingType, file.name, file.lineOf(first.source), sentence});
 }
 
 void EcoreFiles::fail(std::size_t file, ConstElement element, std::string_view what) const {

@@ -95,7 +95,7 @@ class EcoreFiles {
   void completeFile(std::size_t file, std::vector<Missing>& missing);
   bool isKnown(std::size_t from, const std::string& uri) const;
   bool bring(std::size_t from, const std::string& uri);
-  [[noreturn]] void failMissing(const std::vector<Missing>& missing) const;
+  void tellMissing(const std::vector<Missing>& missing) const;
   void collectPackages(std::size_t file);
   EcorePackage describe(std::size_t file, Element element, std::size_t parent) const;
   EcoreTarget followOut(std::size_t file, std::string_view uri, std::string_view fragment) const;
