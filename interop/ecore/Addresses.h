@@ -41,8 +41,8 @@ class Addresses {
   ClassTables& tables_;
   std::vector<Place> places_;  // by the element's index
   std::size_t rootCount_ = 0;
-  std::unordered_set<std::string_view> xmiIds_;  // views into the model
-  TextMap<std::uint32_t> idUses_;                // number of elements that an id could mean
+  std::unordered_set<std::string_view, TextHash> xmiIds_;  // views into the model
+  TextMap<std::uint32_t> idUses_;                          // number of elements that an id could mean
   std::vector<ConstElement> steps_;
 };
 

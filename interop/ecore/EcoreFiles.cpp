@@ -98,12 +98,12 @@ void EcoreFiles::completeFiles() {
 }
 
 void EcoreFiles::completeFile(std::size_t file, std::vector<Missing>& missing) {
-  TextMap<bool> seen;
+  TextSet seen;
   for (const ConstElement element : std::as_const(files_[file].content->model).elements())
     for (const char* property : followedReferences(element))
       for (std::size_t i = 0; i < element.size(property); ++i) {
         const auto reference = element.getUnresolved(property, i);
-        if (!reference || !seen.emplace(*reference->qualifier, true).second) continue;
+        if (!reference || !seen.insert(*reference->qualifier).second) continue;
         const std::string uri = options_.uriMap.map(*reference->qualifier);
         if (!isKnown(file, uri) && !bring(file, uri))
           missing.push_back(

@@ -4,7 +4,6 @@
 #include <deque>
 #include <exception>
 #include <optional>
-#include <unordered_set>
 
 #include "DeclaredPackages.h"
 #include "Errors.h"
@@ -112,8 +111,8 @@ struct Proxy {
 struct Shared {
   const Mapping::Impl& mapping;
   const XmiReadOptions& options;
-  XmiContent& content;                          // of the first document, with the model of all
-  std::unordered_set<std::string> xmiIds = {};  // that elements have, where there may be several documents
+  XmiContent& content;  // of the first document, with the model of all
+  TextSet xmiIds = {};  // that elements have, where there may be several documents
 };
 
 /// Reads one document. Its three steps are taken one behind the other, each by all documents.
@@ -957,13 +956,13 @@ class Reader {
   std::deque<std::string> texts_;  // of references given as character data
   std::vector<Proxy> proxies_;
   // What URIs of the document mean.
-  std::unordered_set<std::string> mappedUris_;
+  TextSet mappedUris_;
   std::unordered_map<std::string_view, std::string_view, TextHash> packageAtLocation_;
   // What was wrong last, where it is tolerated.
   mutable ProblemKind kind_ = ProblemKind::other;
   std::string wrong_;
   std::string missingUri_;
-  std::unordered_map<std::string, MissingPackage> missing_;
+  TextMap<MissingPackage> missing_;
   bool isEnding_ = false;  // the listener said so
   // The element that is looked at, and its attributes.
   pugi::xml_node current_;
