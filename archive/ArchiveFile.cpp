@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "Frames.h"
+#include "kr/zero/io/ReadFailure.h"
 
 namespace kr::zero::archive {
 
@@ -25,9 +26,7 @@ ArchiveFile::ArchiveFile(const ArchiveBytes& archive)
 }
 
 void ArchiveFile::open(const std::filesystem::path& path) {
-  const auto refuse = [this](const std::string& why) {
-    fail(ErrorCode::unreadable, "cannot be read, " + why);
-  };
+  const auto refuse = [this](const std::string& why) { fail(ErrorCode::unreadable, io::unreadableFor(why)); };
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(path, error);
   // Anything else may have no end, or no way back.
@@ -120,7 +119,7 @@ std::string ArchiveFile::read(std::uint64_t offset, std::size_t bytes) {
   file_->clear();
   file_->seekg(static_cast<std::streamoff>(offset));
   file_->read(read.data(), static_cast<std::streamsize>(bytes));
-  if (file_->bad()) fail(ErrorCode::unreadable, "cannot be read, " + std::generic_category().message(EIO));
+  if (file_->bad()) fail(ErrorCode::unreadable, io::unreadableFor(EIO));
   read.resize(static_cast<std::size_t>(std::max<std::streamsize>(0, file_->gcount())));
   return read;
 }

@@ -13,6 +13,15 @@ std::string refuseNegative(std::string number) {
   return number;
 }
 
+void addUris(const std::vector<std::string>& pairs, ecore::UriMap& uriMap) {
+  for (const std::string& pair : pairs) {
+    const std::size_t equals = pair.find('=');
+    if (equals == 0 || equals == pair.npos || equals + 1 == pair.size())
+      throw CLI::ValidationError("--map-uri: " + pair + ": write OLD=NEW");
+    uriMap.add(pair.substr(0, equals), pair.substr(equals + 1));
+  }
+}
+
 }  // namespace
 
 CLI::App* addVerb(CLI::App& app, const std::string& name, const std::string& deed,
@@ -56,6 +65,27 @@ void addReading(CLI::App& verb, ReadOptions& reading, const std::string& name) {
   addMetaModels(verb, reading.metaModels)
       ->description("The .ecore files that say what the elements are; a .krz brings them along");
   addLimit(verb, reading.limit);
+  addFinding(verb, reading, name + " and meta models");
+  verb.add_flag("--follow", reading.follow,
+                "Read the other XMI documents that an XMI document refers to, too, in its folder and below");
+}
+
+void addFinding(CLI::App& verb, ReadOptions& reading, const std::string& name) {
+  verb.add_option("--meta-path", reading.metaPath,
+                  "A folder whose .ecore files are found by the URIs of their packages; more than once for "
+                  "more. Those of KR0_META_PATH, a list with colons, come behind")
+      ->type_name("DIR")
+      ->allow_extra_args(false);
+  verb.add_option_function<std::vector<std::string>>(
+          "--map-uri", [&reading](const std::vector<std::string>& pairs) { addUris(pairs, reading.uriMap); },
+          "In " + name +
+              ", OLD means NEW: a package, a document, or with a / behind both all below it; "
+              "more than once for more")
+      ->type_name("OLD=NEW")
+      ->allow_extra_args(false);
+  verb.add_flag("--keep-going", reading.keepGoing,
+                "Of XMI and .ecore read what can be read, and tell what not: the first 1000 problems of a "
+                "document, a line each. Exit code 3");
 }
 
 void addWriting(CLI::App& verb, std::string& format, WriteOptions& writing) {

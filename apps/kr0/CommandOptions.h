@@ -49,6 +49,9 @@ void addReading(CLI::App& verb, ReadOptions& reading, const std::string& name);
 
 /// --to, --level and --tagged.
 void addWriting(CLI::App& verb, std::string& format, WriteOptions& writing);
+/// --meta-path, --map-uri and --keep-going.
+/// @param name what the help calls what is read.
+void addFinding(CLI::App& verb, ReadOptions& reading, const std::string& name);
 
 /// One document, with all that tells how to read it.
 void addInput(CLI::App& verb, InputOptions& input, const std::string& name, const std::string& what);

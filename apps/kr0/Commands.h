@@ -43,14 +43,14 @@ struct UnpackOptions {
 /// The parts of an archive as files: what is whole, also where another part is damaged.
 void unpack(const UnpackOptions& options);
 
-struct SchemaOptions {
-  std::vector<std::string> metaModels;
+struct SchemaOptions : ReadOptions {
   bool json = false;
 };
 /// The types of meta models and their properties.
 void showSchema(const SchemaOptions& options);
 
 struct SchemaDiffOptions {
+  ReadOptions reading;  ///< but for the files
   std::vector<std::string> before;
   std::vector<std::string> after;
   std::vector<std::string> formats;  ///< those that count; empty: all
@@ -61,8 +61,7 @@ struct SchemaDiffOptions {
 /// @throws AnsweredNo where old documents of one of the formats are refused or show something wrong.
 void diffSchemas(const SchemaDiffOptions& options);
 
-struct SchemaLockOptions {
-  std::vector<std::string> metaModels;
+struct SchemaLockOptions : ReadOptions {
   std::string lock;     ///< path of the lock file
   bool accept = false;  ///< take in numbers that changed their meaning, too
 };
@@ -80,8 +79,7 @@ struct SchemaPinOptions {
 /// Writes numbers into meta models.
 void pinSchema(const SchemaPinOptions& options);
 
-struct GenerateOptions {
-  std::vector<std::string> metaModels;
+struct GenerateOptions : ReadOptions {
   std::string folder;            ///< where the files go; made where it is not there
   std::string space = "models";  ///< the namespace around all others
 };

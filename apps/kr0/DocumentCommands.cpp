@@ -83,6 +83,7 @@ void addMigrate(CLI::App& app) {
   verb->add_option("--map", options.map,
                    "Rules: what has another name, what may go, what fills new properties")
       ->type_name("MAP.json");
+  addFinding(*verb, options.input, "IN and meta models");
   verb->add_flag("--allow-loss", options.allowLoss, "Leave out what has no place in the new meta model");
   verb->add_option("--report", options.report,
                    "Write what became of every class, property and value: JSON for .json, else text");

@@ -1,5 +1,6 @@
 #include "Documents.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -7,7 +8,10 @@
 
 #include "Errors.h"
 #include "Files.h"
+#include "MetaPath.h"
+#include "Problems.h"
 #include "Tables.h"
+#include "kr/zero/io/BinaryKRSylvanParser.h"
 #include "kr/zero/io/BinaryParser.h"
 #include "kr/zero/io/ModelFile.h"
 #include "kr/zero/json/Json.h"
@@ -32,6 +36,28 @@ class HeaderOnly final : public io::ParseCustomizer {
   bool reached_ = false;
   std::vector<std::string> packages_;
 };
+
+// Takes what a document says of its packages for what the call says that it means.
+class MappedPackages final : public io::ParseCustomizer {
+ public:
+  MappedPackages(const meta::MetaRegistry& registry, const ecore::UriMap& uriMap)
+      : ParseCustomizer(registry), uriMap_(uriMap) {}
+  bool setPackageUris(const std::vector<ustring>& uris) override {
+    std::vector<ustring> meant;
+    for (const ustring& uri : uris) meant.push_back(toUstring(uriMap_.map(toUtf8(uri))));
+    return ParseCustomizer::setPackageUris(meant);
+  }
+
+ private:
+  const ecore::UriMap& uriMap_;
+};
+
+std::unique_ptr<io::Parser> makeParser(Format format, std::unique_ptr<io::ParseCustomizer> customizer) {
+  auto builder = std::make_unique<io::ParsingModelBuilder>(false);
+  if (format == Format::krt)
+    return std::make_unique<io::BinaryKRSylvanParser>(std::move(customizer), std::move(builder));
+  return std::make_unique<io::BinaryParser>(std::move(customizer), std::move(builder));
+}
 
 constexpr int kUsualGzipLevel = 6;
 
@@ -145,6 +171,71 @@ std::vector<ecore::EcoreFile> readEcoreFiles(const std::vector<std::string>& pat
   return files;
 }
 
+bool isOneOf(const std::string& text, const std::vector<std::string>& texts) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+const std::string kEcoreUri = "http://www.eclipse.org/emf/2002/Ecore";
+
+// That of these folders, which are looked at once however many documents ask.
+MetaPath& metaPathOf(const ReadOptions& options) {
+  static std::map<std::vector<std::string>, MetaPath> known;
+  return known.try_emplace(options.metaPath, options.metaPath, options.limit).first->second;
+}
+
+std::mutex& metaModelMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+// Packages that the files of a call hold, which are the same for all its documents.
+const std::vector<std::string>& packagesIn(const std::vector<std::string>& paths, std::uint64_t limit) {
+  static std::map<std::vector<std::string>, std::vector<std::string>> known;
+  const auto [entry, isNew] = known.try_emplace(paths);
+  std::vector<std::string>& uris = entry->second;
+  if (!isNew) return uris;
+  for (const std::string& path : paths)
+    for (std::string& uri : ecore::declaredPackages(readText(path, limit), path))
+      uris.push_back(std::move(uri));
+  return uris;
+}
+
+// What the documents beside one hold, all together within the limit.
+ecore::DocumentSource sourceBeside(const Document& document) {
+  if (document.name == inputName("-")) throw WrongCall("--follow takes a file, which has a folder around it");
+  const auto left = std::make_shared<std::uint64_t>(document.limit);
+  return [left, folder = std::filesystem::path(document.name).parent_path()](const std::string& path) {
+    std::string text = readText((folder / path).string(), *left);
+    *left -= std::min<std::uint64_t>(*left, text.size());
+    return text;
+  };
+}
+
+Model readXmi(const Document& document, const MetaModels& metaModels, ProgressBar& progress,
+              const ReadOptions& options) {
+  Problems problems(options.keepGoing);
+  ecore::XmiReadOptions reading;
+  reading.progress = progress.reporter();
+  reading.onProblem = problems.listener();
+  reading.uriMap = options.uriMap;
+  if (options.follow) reading.source = sourceBeside(document);
+  return ecore::readXmi(document.text(), document.name, metaModels.mapping(), reading);
+}
+
+// As the library reads it, but for the packages that it names.
+Model readMapped(const Document& document, const MetaModels& metaModels, ProgressBar& progress,
+                 const ecore::UriMap& uriMap) {
+  const auto parser =
+      makeParser(document.format, std::make_unique<MappedPackages>(metaModels.registry(), uriMap));
+  parser->setOptions({.limits = {}, .progress = progress.counter(), .skipped = {}});
+  try {
+    if (parser->parseByteSequence(document.bytes)) return parser->takeModel();
+  } catch (...) {
+    io::rethrowReadFailure(asFailed(document), *parser);
+  }
+  io::throwRefusal(asFailed(document), *parser);
+}
+
 }  // namespace
 
 std::optional<Format> formatNamed(std::string_view name) {
@@ -188,17 +279,58 @@ MetaModels::MetaModels(const std::vector<std::string>& paths, std::uint64_t limi
   registry_ = std::move(registry);
 }
 
+MetaModels::MetaModels(const std::vector<std::string>& paths, bool withEcore, const ReadOptions& options) {
+  auto registry = std::make_shared<meta::MetaRegistry>();
+  if (withEcore) registry->add({ecore::builtInVersionsOf(kEcoreUri).back()});
+  Problems problems(options.keepGoing);
+  ecore::MetaModelOptions loading;
+  loading.onProblem = problems.listener();
+  loading.uriMap = options.uriMap;
+  loading.findFile = [&](const std::string& uri) -> std::optional<ecore::EcoreFile> {
+    const auto path = metaPathOf(options).find(uri);
+    if (!path) return std::nullopt;
+    return ecore::EcoreFile{std::string(archive::unpackedName(*path)), readText(*path, options.limit)};
+  };
+  mapping_ = ecore::loadEcoreFiles(readEcoreFiles(paths, options.limit), *registry, loading);
+  registry_ = std::move(registry);
+}
+
 MetaModels MetaModels::of(const std::vector<std::string>& paths, std::uint64_t limit) {
-  static std::mutex mutex;
+  return *find(ReadOptions{.metaModels = paths, .limit = limit}, {});
+}
+
+std::optional<MetaModels> MetaModels::find(const ReadOptions& options,
+                                           const std::vector<std::string>& packages) {
   static std::map<std::vector<std::string>, MetaModels> known;
-  const std::lock_guard lock(mutex);
-  auto found = known.find(paths);
-  if (found == known.end()) found = known.emplace(paths, MetaModels(paths, limit)).first;
+  const std::lock_guard lock(metaModelMutex());
+  MetaPath& metaPath = metaPathOf(options);
+  std::vector<std::string> paths = options.metaModels;
+  const std::vector<std::string> given =
+      packages.empty() ? packages : packagesIn(options.metaModels, options.limit);
+  bool withEcore = false;
+  for (const std::string& package : packages) {
+    const std::string uri = options.uriMap.map(package);
+    if (isOneOf(uri, given)) continue;
+    if (uri == kEcoreUri)
+      withEcore = true;
+    else if (const auto path = metaPath.find(uri); path && !isOneOf(*path, paths))
+      paths.push_back(*path);
+  }
+  if (paths.empty() && !withEcore) return std::nullopt;
+  std::vector<std::string> key = paths;
+  key.push_back(withEcore ? "with Ecore" : "");
+  key.insert(key.end(), options.metaPath.begin(), options.metaPath.end());
+  auto found = known.find(key);
+  if (found == known.end()) found = known.emplace(key, MetaModels(paths, withEcore, options)).first;
   return found->second;
 }
 
 std::string_view Document::text() const {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string readText(const std::string& path, std::uint64_t limit) {
+  return std::string(readBytes(path, limit).text());
 }
 
 Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress,
@@ -227,10 +359,28 @@ BinaryHeader readBinaryHeader(const Document& document) {
   return {toUtf8(parser.getParseProcessor()->getVersion()), header.packages()};
 }
 
-Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress) {
+std::vector<std::string> packagesOf(const Document& document) {
+  if (document.format == Format::xmi) return ecore::declaredNamespaces(document.text(), document.name);
+  if (document.format == Format::krz || document.format == Format::json) return {};
+  auto customizer = std::make_unique<HeaderOnly>();
+  const HeaderOnly& header = *customizer;
+  try {
+    const auto parser = makeParser(document.format, std::move(customizer));
+    static_cast<void>(parser->parseByteSequence(document.bytes));  // refused once the header was read
+    return header.packages();
+  } catch (const std::exception&) {
+    return {};  // whoever reads it as a whole says what is wrong
+  }
+}
+
+bool hasMetaModels(const Document& document, const ReadOptions& options) {
+  return !options.metaModels.empty() || MetaModels::find(options, packagesOf(document));
+}
+
+Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress,
+                const ReadOptions& options) {
   progress.startStep("understanding " + document.name);
-  if (document.format == Format::xmi)
-    return ecore::readXmi(document.text(), document.name, metaModels.mapping(), progress.reporter());
+  if (document.format == Format::xmi) return readXmi(document, metaModels, progress, options);
   if (document.format == Format::json)
     return json::readJson(
         document.text(),
@@ -239,22 +389,37 @@ Model readModel(const Document& document, const MetaModels& metaModels, Progress
     return withinLimit(document, [&] {
       return archive::loadArchive(document.asArchive(), metaModels.registry(), {.bytes = document.limit});
     });
+  if (!options.uriMap.isEmpty()) return readMapped(document, metaModels, progress, options.uriMap);
   return io::readModel(document.bytes, {.registry = &metaModels.registry(),
                                         .format = libraryName(document.format),
                                         .name = document.name,
                                         .progress = progress.counter()});
 }
 
-LoadedDocument readModel(const Document& document, const ReadOptions& options, ProgressBar& progress) {
-  if (!options.metaModels.empty()) {
-    progress.startStep("loading the meta models");
-    MetaModels given = MetaModels::of(options.metaModels, options.limit);
-    Model model = readModel(document, given, progress);
-    return {std::move(given), std::move(model)};
-  }
-  if (document.format != Format::krz)
+namespace {
+
+MetaModels findMetaModels(const Document& document, const ReadOptions& options) {
+  const std::vector<std::string> packages = packagesOf(document);
+  if (const auto found = MetaModels::find(options, packages)) return *found;
+  if (MetaPath(options.metaPath, options.limit).isEmpty())
     throw WrongCall(document.name + ": reading the format " + std::string(nameOf(document.format)) +
                     " takes the meta model, give it with -m or --meta");
+  std::string list;
+  for (const std::string& uri : packages) list += (list.empty() ? "\"" : ", \"") + uri + '"';
+  throw Error(ErrorCode::doesNotFit,
+              {.file = document.name,
+               .problem = "none of its packages is in the folders of --meta-path or KR0_META_PATH: " + list});
+}
+
+}  // namespace
+
+LoadedDocument readModel(const Document& document, const ReadOptions& options, ProgressBar& progress) {
+  if (document.format != Format::krz || !options.metaModels.empty()) {
+    progress.startStep("loading the meta models");
+    MetaModels found = findMetaModels(document, options);
+    Model model = readModel(document, found, progress, options);
+    return {std::move(found), std::move(model)};
+  }
   progress.startStep("understanding " + document.name);
   archive::LoadedArchive loaded = withinLimit(
       document, [&] { return archive::loadArchive(document.asArchive(), {.bytes = document.limit}); });

@@ -14,6 +14,7 @@
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/archive/Packing.h"
 #include "kr/zero/ecore/Ecore.h"
+#include "kr/zero/ecore/Imperfect.h"
 #include "kr/zero/io/ReadFailure.h"
 #include "kr/zero/meta/MetaRegistry.h"
 
@@ -30,9 +31,13 @@ inline constexpr std::uint64_t kDefaultLimit = archive::ArchiveLimits{}.bytes;
 
 /// How documents are read.
 struct ReadOptions {
-  std::vector<std::string> metaModels;  ///< the files; archives need none
-  std::string from;                     ///< format of the documents, empty: find out
-  std::uint64_t limit = kDefaultLimit;  ///< bytes that one may unpack to
+  std::vector<std::string> metaModels = {};  ///< the files; archives need none
+  std::string from = {};                     ///< format of the documents, empty: find out
+  std::uint64_t limit = kDefaultLimit;       ///< bytes that one may unpack to
+  std::vector<std::string> metaPath = {};    ///< folders where meta models are found by URI
+  ecore::UriMap uriMap = {};                 ///< what URIs of documents and meta models mean
+  bool keepGoing = false;                    ///< read what can be read, and tell the rest
+  bool follow = false;                       ///< read what a document refers to in its folder, too
 };
 
 /// A document to read.
@@ -56,17 +61,24 @@ class MetaModels {
  public:
   /// @throws Error where they cannot be taken in.
   explicit MetaModels(const std::vector<std::string>& paths, std::uint64_t limit = kDefaultLimit);
+  /// Those that the options name, with what they find for these.
+  explicit MetaModels(const ReadOptions& options) : MetaModels(options.metaModels, false, options) {}
   /// Those of an archive.
   MetaModels(std::unique_ptr<meta::MetaRegistry> registry, std::shared_ptr<const ecore::Mapping> mapping)
       : registry_(std::move(registry)), mapping_(std::move(mapping)) {}
   /// Those in these files, which are read once however many documents need them.
   /// @throws Error where they cannot be taken in.
   static MetaModels of(const std::vector<std::string>& paths, std::uint64_t limit);
+  /// Those that the options name, and those that they find for the packages of a document, likewise.
+  /// @return nothing where they name none and find none.
+  static std::optional<MetaModels> find(const ReadOptions& options, const std::vector<std::string>& packages);
 
   const meta::MetaRegistry& registry() const { return *registry_; }
   const ecore::Mapping& mapping() const { return *mapping_; }
 
  private:
+  MetaModels(const std::vector<std::string>& paths, bool withEcore, const ReadOptions& options);
+
   std::shared_ptr<const meta::MetaRegistry> registry_;
   std::shared_ptr<const ecore::Mapping> mapping_;
 };
@@ -103,6 +115,10 @@ struct BinaryHeader {
   std::vector<std::string> packages;
 };
 
+/// The bytes of a file, unpacked.
+/// @throws Error where that fails.
+std::string readText(const std::string& path, std::uint64_t limit);
+
 /// Reads a file or standard input, and unpacks what its content says is packed. Its format is the one given,
 /// else krz where the content is an archive, else that of the extension (.krb, .krt, .xmi, .krz), else what
 /// the content looks like.
@@ -130,8 +146,17 @@ io::FailedDocument asFailed(const Document& document);
 /// @throws Error where the header is malformed.
 BinaryHeader readBinaryHeader(const Document& document);
 
-/// @throws Error where the document is malformed or does not fit the meta models.
-Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress);
+/// The packages that a document says it uses, as far as that is told without a meta model.
+std::vector<std::string> packagesOf(const Document& document);
+
+/// Whether the meta models of a document that needs them are given, or can be found.
+bool hasMetaModels(const Document& document, const ReadOptions& options);
+
+/// @throws Error where the document is malformed or does not fit the meta models, as far as the options do
+/// not
+///   allow that.
+Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress,
+                const ReadOptions& options = {});
 
 /// Reads a model by the meta models that the options name or, where they name none, by those that an archive
 /// brings.

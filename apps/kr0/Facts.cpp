@@ -137,7 +137,7 @@ Facts gatherFacts(const InputOptions& input) {
     return facts;
   }
   addHeader(document, facts);
-  if (!input.metaModels.empty()) addContent(document, input, facts, progress);
+  if (hasMetaModels(document, input)) addContent(document, input, facts, progress);
   return facts;
 }
 

@@ -12,6 +12,7 @@
 #include "Errors.h"
 #include "Visible.h"
 #include "kr/zero/io/ModelFile.h"
+#include "kr/zero/io/ReadFailure.h"
 #include "kr/zero/ustring.h"
 
 namespace kr::zero::tool {
@@ -36,8 +37,7 @@ class Descriptor {
 };
 
 [[noreturn]] void failToRead(const std::string& name) {
-  const std::string reason = std::generic_category().message(errno);
-  throw Error(ErrorCode::unreadable, {.file = name, .problem = "cannot be read, " + reason});
+  throw Error(ErrorCode::unreadable, {.file = name, .problem = io::unreadableFor(errno)});
 }
 
 std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name) {

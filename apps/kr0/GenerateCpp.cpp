@@ -13,7 +13,7 @@ void generateCpp(const GenerateOptions& options) {
   if (!cpp::isNamespace(options.space))
     throw WrongCall("--namespace: \"" + options.space +
                     "\" is not identifiers of C++ joined by \"::\", or begins with one that is taken");
-  const MetaModels metaModels(options.metaModels);
+  const MetaModels metaModels(options);
   const auto files =
       cpp::generate(metaModels.registry(), ecore::readDocumentation(metaModels.mapping()), options.space);
   makeFolder(options.folder);

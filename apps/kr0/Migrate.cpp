@@ -17,10 +17,16 @@ using evolution::Finding;
 
 LoadedDocument load(const InputOptions& input, ProgressBar& progress) {
   const Document document = readDocument(input.path, std::nullopt, progress, input.limit);
-  if (document.format != Format::krz && input.metaModels.empty())
+  if (document.format != Format::krz && !hasMetaModels(document, input))
     throw WrongCall(document.name +
                     ": only archives bring their meta model, give that of other documents with --from");
   return readModel(document, input, progress);
+}
+
+MetaModels loadTarget(const MigrateOptions& options) {
+  ReadOptions reading = options.input;
+  reading.metaModels = options.to;
+  return MetaModels(reading);
 }
 
 bool isJsonName(const std::string& path) { return std::filesystem::path(path).extension() == ".json"; }
@@ -70,7 +76,7 @@ void migrateModel(const MigrateOptions& options) {
   if (options.output == "-") throw WrongCall("migrate: OUT must be a file, whose name tells the format");
   const Format format = outputFormat(options.output);
   ProgressBar progress;
-  const MetaModels target(options.to);
+  const MetaModels target = loadTarget(options);
   const LoadedDocument loaded = load(options.input, progress);
   progress.startStep("carrying " + inputName(options.input.path) + " over");
   const evolution::CarryOverResult result = carry(loaded.model, target, options);
@@ -83,7 +89,7 @@ void draft(const MigrateOptions& options) {
     throw WrongCall("migrate --draft-map: looks at meta models, and at no document");
   if (options.input.metaModels.empty())
     throw WrongCall("migrate --draft-map: give the old meta model with --from");
-  const MetaModels from(options.input.metaModels), to(options.to);
+  const MetaModels from(options.input), to = loadTarget(options);
   const evolution::DraftMap drafted = evolution::draftMap(from.registry(), to.registry());
   std::string reasons;
   for (const evolution::Proposal& proposal : drafted.proposals)

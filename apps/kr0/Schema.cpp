@@ -96,7 +96,7 @@ void printTextSchema(const std::vector<meta::PackageInfo>& packages, TextOut& ou
 }  // namespace
 
 void showSchema(const SchemaOptions& options) {
-  const MetaModels metaModels(options.metaModels);
+  const MetaModels metaModels(options);
   TextOut out;
   const auto packages = metaModels.registry().getPackages();
   options.json ? printJsonSchema(packages, out) : printTextSchema(packages, out);

@@ -35,6 +35,7 @@ void addSchemaDiff(CLI::App& schema) {
                    "A type, property or literal that only has another name now; more than once for more")
       ->type_name("OLD=NEW")
       ->allow_extra_args(false);
+  addFinding(*verb, options.reading, "OLD and NEW");
   verb->add_flag("--json", options.json, "Print JSON");
   verb->callback([kept] { diffSchemas(*kept); });
 }
@@ -46,6 +47,7 @@ void addSchemaLock(CLI::App& schema) {
                            "kr0 schema lock library.ecore -o library.lock\n"
                            "A lock file that is there keeps what is gone, so that no number is used again.");
   addSchemas(*verb, options.metaModels);
+  addFinding(*verb, options, "META");
   verb->add_option("-o,--output", options.lock, "The lock file")->required()->type_name("LOCK");
   verb->add_flag("--accept", options.accept, "Write numbers that changed their meaning, too");
   verb->callback([kept] { lockSchema(*kept); });
@@ -59,6 +61,7 @@ void addSchemaCheck(CLI::App& schema) {
               "kr0 schema check library.ecore --lock library.lock\n"
               "Exit code: 0 all is as locked but for what is new or gone, 1 a number changed its meaning.");
   addSchemas(*verb, options.metaModels);
+  addFinding(*verb, options, "META");
   verb->add_option("--lock", options.lock, "The lock file")->required()->type_name("LOCK");
   verb->callback([kept] { checkSchema(*kept); });
 }
@@ -87,6 +90,7 @@ void addSchema(CLI::App& app) {
   CLI::App* show = addVerb(*verb, "show", "Print types and properties with their numbers",
                            "kr0 schema show library.ecore --json");
   show->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");
+  addFinding(*show, options, "META");
   show->add_flag("--json", options.json, "Print JSON");
   show->callback([kept] { showSchema(*kept); });
 }
@@ -100,6 +104,7 @@ void addGenerate(CLI::App& app) {
   CLI::App* cpp = addVerb(*verb, "cpp", "Write C++ classes that give typed access to the elements of models",
                           "kr0 generate cpp library.ecore -o generated --namespace acme::models");
   cpp->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");
+  addFinding(*cpp, options, "META");
   cpp->add_option("-o,--output", options.folder, "The folder for the files")->required()->type_name("DIR");
   cpp->add_option("--namespace", options.space, "The namespace around those of the packages")
       ->capture_default_str();

@@ -86,8 +86,12 @@ void diffSchemas(const SchemaDiffOptions& options) {
   if (options.after.empty())
     throw WrongCall("which files are the new ones? Give them behind --: kr0 schema diff OLD... -- NEW...");
   const evolution::CompareOptions compared = optionsOf(options.renames);
-  const MetaModels before(options.before);
-  const MetaModels after(options.after);
+  const auto load = [&](const std::vector<std::string>& paths) {
+    ReadOptions reading = options.reading;
+    reading.metaModels = paths;
+    return MetaModels(reading);
+  };
+  const MetaModels before = load(options.before), after = load(options.after);
   const auto changes = evolution::compareSchemas(before.registry(), after.registry(), compared);
   const Weight weight(options.formats);
   const bool breaks = std::any_of(changes.begin(), changes.end(),

@@ -42,7 +42,7 @@ void requireAgreement(const Lock& lock, const MetaModels& metaModels, const std:
 }  // namespace
 
 void lockSchema(const SchemaLockOptions& options) {
-  const MetaModels metaModels(options.metaModels);
+  const MetaModels metaModels(options);
   std::string before;
   Lock lock;
   std::error_code missing;
@@ -56,7 +56,7 @@ void lockSchema(const SchemaLockOptions& options) {
 }
 
 void checkSchema(const SchemaLockOptions& options) {
-  const MetaModels metaModels(options.metaModels);
+  const MetaModels metaModels(options);
   const Lock lock = Lock::parse(readText(options.lock), inputName(options.lock));
   const auto findings = lock.check(metaModels.registry());
   print(findings, true);

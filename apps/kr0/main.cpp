@@ -10,6 +10,7 @@
 #include "CommandLine.h"
 #include "Errors.h"
 #include "Files.h"
+#include "Problems.h"
 #include "Signals.h"
 #include "kr/zero/io/BinaryFormats.h"
 
@@ -43,7 +44,8 @@ bool isMemoryLeft() {
 int run(int count, char** arguments) {
   try {
     io::registerBinaryFormats();
-    return performCall(count, arguments);
+    const auto code = static_cast<ExitCode>(performCall(count, arguments));
+    return Problems::wereThere() ? worseOf(code, exitWithProblems) : code;
   } catch (...) {
     return complain(std::current_exception());
   }

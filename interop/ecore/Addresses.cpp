@@ -66,7 +66,8 @@ void Addresses::visitChildren(ConstElement container, std::vector<ConstElement>&
 
 void Addresses::noteIds(ConstElement element) {
   if (const auto identity = element.getIdentity(); isXmiId(identity)) {
-    if (idUses_[std::string(identity->second)]++ != 0)
+    ++idUses_[std::string(identity->second)];
+    if (!xmiIds_.emplace(identity->second).second)
       failToExpress(element.getPath(), join("another element has the xmi:id ", inQuotes(identity->second)));
   }
   const Feature* identifier = tables_.of(element.getType()).identifier();

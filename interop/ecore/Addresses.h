@@ -5,6 +5,8 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "ClassTable.h"
@@ -39,7 +41,8 @@ class Addresses {
   ClassTables& tables_;
   std::vector<Place> places_;  // by the element's index
   std::size_t rootCount_ = 0;
-  TextMap<std::uint32_t> idUses_;  // number of elements that an id could mean
+  std::unordered_set<std::string_view, TextHash> xmiIds_;  // views into the model
+  TextMap<std::uint32_t> idUses_;                          // number of elements that an id could mean
   std::vector<ConstElement> steps_;
 };
 

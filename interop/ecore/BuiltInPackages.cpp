@@ -129,6 +129,14 @@ bool BuiltInPackage::hasClass(std::string_view className) const {
   return uri == kEcoreNamespace && (className == "EObject" || className == "EStringToStringMapEntry");
 }
 
+bool BuiltInPackage::wholeHasClass(std::string_view className) const {
+  static const meta::PackageDefinition whole = wholeEcore();
+  return uri == kEcoreNamespace &&
+         std::any_of(whole.types.begin(), whole.types.end(), [&](const meta::TypeDefinition& type) {
+           return type.kind == meta::TypeDefinition::Kind::classType && type.name == className;
+         });
+}
+
 meta::PackageDefinition BuiltInPackage::definition() const {
   meta::MetaModelBuilder builder(uri, name);
   for (const BuiltInType& type : dataTypes)

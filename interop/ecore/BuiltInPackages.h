@@ -27,6 +27,8 @@ struct BuiltInPackage {
   const BuiltInType* findDataType(std::string_view typeName) const;
   /// Whether a class of the package is there without its file.
   bool hasClass(std::string_view className) const;
+  /// Whether it is one of Ecore's own classes, those that few meta models lean on included.
+  bool wholeHasClass(std::string_view className) const;
   /// The package as far as it is there without its file: data types that are carried as text, and of Ecore
   /// the classes EObject and EStringToStringMapEntry.
   meta::PackageDefinition definition() const;

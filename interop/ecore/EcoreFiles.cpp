@@ -34,24 +34,31 @@ std::string lastSegment(std::string_view text) { return percentDecoded(text.subs
 
 }  // namespace
 
-EcoreFiles::EcoreFiles(const std::vector<fs::path>& paths, const meta::MetaRegistry& registry)
-    : registry_(registry) {
+EcoreFiles::EcoreFiles(const std::vector<fs::path>& paths, const meta::MetaRegistry& registry,
+                       const MetaModelOptions& options)
+    : registry_(registry), options_(options) {
   for (const fs::path& path : paths) read(path);
-  for (std::size_t file = 0; file < files_.size(); ++file) collectPackages(file);
+  completeFiles();
 }
 
-EcoreFiles::EcoreFiles(const std::vector<EcoreFile>& files, const meta::MetaRegistry& registry)
-    : registry_(registry) {
-  for (const EcoreFile& file : files)
-    add(placeOf(fs::path(std::u8string(file.name.begin(), file.name.end()))), file.name, file.text);
-  for (std::size_t file = 0; file < files_.size(); ++file) collectPackages(file);
+EcoreFiles::EcoreFiles(const std::vector<EcoreFile>& files, const meta::MetaRegistry& registry,
+                       const MetaModelOptions& options)
+    : registry_(registry), options_(options) {
+  for (const EcoreFile& file : files) add(file);
+  completeFiles();
 }
 
 void EcoreFiles::read(const fs::path& path) {
   const fs::path place = placeOf(path);
-  for (const File& other : files_)
-    if (other.place == place) return;
-  add(place, path.string(), readFile(path));
+  if (!has(place)) add(place, path.string(), readFile(path));
+}
+
+void EcoreFiles::add(const EcoreFile& file) {
+  add(placeOf(fs::path(std::u8string(file.name.begin(), file.name.end()))), file.name, file.text);
+}
+
+bool EcoreFiles::has(const fs::path& place) const {
+  return std::any_of(files_.begin(), files_.end(), [&](const File& file) { return file.place == place; });
 }
 
 void EcoreFiles::add(fs::path place, const std::string& name, std::string bytes) {
@@ -59,8 +66,81 @@ void EcoreFiles::add(fs::path place, const std::string& name, std::string bytes)
   file.place = std::move(place);
   file.text = decodeXml(std::move(bytes), name);
   const XmlDocument document(file.text, name);
-  file.content = readContent(document, ecoreSchema(), {});
+  file.content = readContent(document, ecoreSchema(), {.onProblem = options_.onProblem});
   files_.push_back(std::move(file));
+}
+
+// --- What the files refer to
+
+namespace {
+
+/// References that the import follows.
+std::vector<const char*> followedReferences(ConstElement element) {
+  const std::string& type = element.getType()->name();
+  if (type == "EClass") return {"eSuperTypes"};
+  if (type == "EAttribute") return {"eType"};
+  if (type == "EReference") return {"eType", "eOpposite"};
+  if (type != "EGenericType" || !element.getContainer()) return {};
+  const std::string& around = element.getContainer().getType()->name();
+  const bool isUsed = around == "EAttribute" || around == "EReference" ||
+                      element.getContainingProperty()->name() == "eGenericSuperTypes";
+  return isUsed ? std::vector<const char*>{"eClassifier"} : std::vector<const char*>();
+}
+
+}  // namespace
+
+void EcoreFiles::completeFiles() {
+  const std::size_t given = files_.size();
+  for (std::size_t file = 0; file < given; ++file) collectPackages(file);
+  std::vector<Missing> missing;
+  for (std::size_t file = 0; file < files_.size(); ++file) completeFile(file, missing);  // which adds more
+  if (!missing.empty()) tellMissing(missing);
+}
+
+void EcoreFiles::completeFile(std::size_t file, std::vector<Missing>& missing) {
+  TextSet seen;
+  for (const ConstElement element : std::as_const(files_[file].content->model).elements())
+    for (const char* property : followedReferences(element))
+      for (std::size_t i = 0; i < element.size(property); ++i) {
+        const auto reference = element.getUnresolved(property, i);
+        if (!reference || !seen.insert(*reference->qualifier).second) continue;
+        const std::string uri = options_.uriMap.map(*reference->qualifier);
+        if (!isKnown(file, uri) && !bring(file, uri))
+          missing.push_back(
+              {*reference->qualifier, file, element,
+               join("the ", property, " ", inQuotes(*reference->qualifier + "#" + reference->id2))});
+      }
+}
+
+bool EcoreFiles::isKnown(std::size_t from, const std::string& uri) const {
+  return packageByUri_.contains(uri) || findFile(from, uri) != kNowhere || registry_.hasPackage(uri) ||
+         findBuiltInPackage(uri) != nullptr || findBuiltInFile(lastSegment(uri)) != nullptr;
+}
+
+/// Adds the file for a URI, if there is one.
+bool EcoreFiles::bring(std::size_t from, const std::string& uri) {
+  if (!options_.findFile) return false;
+  const auto found = options_.findFile(uri);
+  if (!found || has(placeOf(fs::path(std::u8string(found->name.begin(), found->name.end()))))) return false;
+  add(*found);
+  collectPackages(files_.size() - 1);
+  return isKnown(from, uri);
+}
+
+void EcoreFiles::tellMissing(const std::vector<Missing>& missing) const {
+  constexpr std::string_view kAdvice = " (--meta-path or --map-uri can help)";
+  std::vector<std::string> uris;
+  for (const Missing& each : missing)
+    if (std::find(uris.begin(), uris.end(), each.uri) == uris.end()) uris.push_back(each.uri);
+  const Missing& first = missing.front();
+  std::string list;
+  for (const std::string& uri : uris) list += join(list.empty() ? "" : ", ", inQuotes(uri));
+  const std::string sentence =
+      uris.size() == 1 ? join(first.text, " is in none of the given files", kAdvice)
+                       : join("what these URIs mean is in none of the given files: ", list, kAdvice);
+  if (!options_.onProblem) fail(first.file, first.source, sentence);
+  const XmiContent& file = content(first.file);
+  options_.onProblem({ProblemKind::missingType, file.name, file.lineOf(first.source), sentence});
 }
 
 void EcoreFiles::fail(std::size_t file, ConstElement element, std::string_view what) const {
@@ -108,7 +188,7 @@ EcoreTarget EcoreFiles::follow(std::size_t file, ConstElement source, const char
     return found;
   }
   const auto reference = source.getUnresolved(property, position);
-  EcoreTarget found = followOut(file, *reference->qualifier, reference->id2);
+  EcoreTarget found = followOut(file, options_.uriMap.map(*reference->qualifier), reference->id2);
   if (found.file == kNowhere && found.package == nullptr && !found.known)
     fail(file, source,
          join("the ", property, " ", inQuotes(*reference->qualifier + "#" + reference->id2),

@@ -42,12 +42,17 @@ struct EcoreTarget {
 
 class EcoreFiles {
  public:
-  /// Reads the files; one that is named twice counts once.
-  /// @throws EcoreError for a file that cannot be read or is not Ecore.
-  EcoreFiles(const std::vector<std::filesystem::path>& paths, const meta::MetaRegistry& registry);
+  /// Reads the files, and those that the options bring for what they refer to; one that is named twice counts
+  /// once.
+  /// @throws EcoreError for a file that cannot be read or is not Ecore, and for all that is missing, unless
+  /// the
+  ///   options tolerate that.
+  EcoreFiles(const std::vector<std::filesystem::path>& paths, const meta::MetaRegistry& registry,
+             const MetaModelOptions& options);
 
   /// The same for files in memory.
-  EcoreFiles(const std::vector<EcoreFile>& files, const meta::MetaRegistry& registry);
+  EcoreFiles(const std::vector<EcoreFile>& files, const meta::MetaRegistry& registry,
+             const MetaModelOptions& options);
 
   std::size_t size() const noexcept { return files_.size(); }
   const XmiContent& content(std::size_t file) const { return *files_[file].content; }
@@ -74,8 +79,23 @@ class EcoreFiles {
     std::unique_ptr<XmiContent> content;
   };
 
+  /// A reference to something that is in none of the files.
+  struct Missing {
+    std::string uri;
+    std::size_t file;
+    ConstElement source;
+    std::string text;
+  };
+
   void read(const std::filesystem::path& path);
+  void add(const EcoreFile& file);
   void add(std::filesystem::path place, const std::string& name, std::string bytes);
+  bool has(const std::filesystem::path& place) const;
+  void completeFiles();
+  void completeFile(std::size_t file, std::vector<Missing>& missing);
+  bool isKnown(std::size_t from, const std::string& uri) const;
+  bool bring(std::size_t from, const std::string& uri);
+  void tellMissing(const std::vector<Missing>& missing) const;
   void collectPackages(std::size_t file);
   EcorePackage describe(std::size_t file, Element element, std::size_t parent) const;
   EcoreTarget followOut(std::size_t file, std::string_view uri, std::string_view fragment) const;
@@ -87,6 +107,7 @@ class EcoreFiles {
   std::size_t findFile(std::size_t from, std::string_view uri) const;
 
   const meta::MetaRegistry& registry_;
+  const MetaModelOptions& options_;
   std::vector<File> files_;
   std::vector<EcorePackage> packages_;
   TextMap<std::size_t> packageByUri_;

@@ -6,6 +6,7 @@
 #include "Errors.h"
 #include "Namespaces.h"
 #include "Values.h"
+#include "WholeEcore.h"
 
 namespace kr::zero::ecore {
 
@@ -58,6 +59,7 @@ std::unique_ptr<const Mapping::Impl> EcoreImport::run() {
   collectClassifiers();
   for (Classifier& classifier : classifiers_) importSupertypes(classifier);
   for (Classifier& classifier : classifiers_) importEnumeration(classifier);
+  for (const Classifier& classifier : classifiers_) findLostFeatures(classifier);
   for (Classifier& classifier : classifiers_) importClassifier(classifier);
   registry_.add(definitions());
   auto mapping = std::make_unique<Mapping::Impl>(registry_);
@@ -147,7 +149,10 @@ TypeUse EcoreImport::useBuiltIn(std::size_t file, ConstElement source, const Eco
   const BuiltInPackage& package = *target.package;
   const std::string& name = target.builtIn;
   const BuiltInType* dataType = package.findDataType(name);
-  if (dataType == nullptr && !package.hasClass(name))
+  const bool isOfWhole = dataType == nullptr && !package.hasClass(name);
+  const bool isThere = isOfWhole && !registry_.hasPackage(package.uri) && package.wholeHasClass(name);
+  if (isThere) needsWholeEcore_ = true;
+  if (isOfWhole && !isThere)
     files_.fail(file, source,
                 join("it needs ", name, " of the package ", package.name, ": give ", package.file,
                      " as a meta model too"));
@@ -219,9 +224,58 @@ void EcoreImport::importSupertypes(Classifier& classifier) {
   if (classifier.definition.kind == Kind::datatype && element.size("eSuperTypes") != 0)
     files_.fail(file, element, join("datatype ", classifier.qualifiedName, " has a supertype"));
   for (std::size_t i = 0; i < element.size("eSuperTypes"); ++i)
-    addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)), element);
+    attempt(
+        [&] {
+          addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)),
+                       element);
+        },
+        join("class ", classifier.qualifiedName, " goes without this supertype"));
   for (const ConstElement generic : childrenOf(element, "eGenericSuperTypes"))
-    addSupertype(classifier, erasure(file, generic, true), generic);
+    attempt([&] { addSupertype(classifier, erasure(file, generic, true), generic); },
+            join("class ", classifier.qualifiedName, " goes without this supertype"));
+}
+
+/// Does something that is refused where a type is missing.
+/// @param loss what is said where that is tolerated.
+/// @return whether it was not refused.
+template <class Work>
+bool EcoreImport::attempt(Work work, std::string_view loss) {
+  if (!options_.onProblem) {
+    work();
+    return true;
+  }
+  std::optional<Problem> problem;
+  try {
+    work();
+  } catch (const EcoreError& error) {
+    const ErrorDetails& details = error.getDetails();
+    problem = {ProblemKind::missingType, details.file, details.line.value_or(0),
+               join(details.problem, "; ", loss)};
+  }
+  if (problem) options_.onProblem(*problem);
+  return !problem;
+}
+
+/// Finds the features that are left out before any is imported: an opposite may be one of them.
+void EcoreImport::findLostFeatures(const Classifier& classifier) {
+  if (!options_.onProblem || !isStructured(classifier)) return;
+  for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
+    if (!annotated(feature, kBinarySource, kTypeKey) &&
+        !attempt([&] { typeOf(classifier, feature); }, describe(classifier, feature) + " is left out"))
+      lostFeatures_.emplace(fileOf(classifier), feature.getIndex());
+}
+
+/// Nothing where it is missing and that is tolerated.
+EcoreTarget EcoreImport::oppositeOf(const Classifier& classifier, ConstElement feature) const {
+  const std::size_t file = fileOf(classifier);
+  try {
+    EcoreTarget target = files_.follow(file, feature, "eOpposite");
+    const bool isLost = target.element && lostFeatures_.contains({target.file, target.element.getIndex()});
+    return isLost ? EcoreTarget() : target;
+  } catch (const EcoreError&) {
+    if (!options_.onProblem) throw;
+    return {};
+  }
 }
 
 void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source) {
@@ -238,7 +292,7 @@ void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Cons
 void EcoreImport::importClassifier(Classifier& classifier) {
   if (!isStructured(classifier)) return;
   for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
-    importFeature(classifier, feature);
+    if (!lostFeatures_.contains({fileOf(classifier), feature.getIndex()})) importFeature(classifier, feature);
 }
 
 bool EcoreImport::inherits(std::size_t classifier, std::size_t ancestor) const {
@@ -383,7 +437,7 @@ Storage EcoreImport::storageOf(const Classifier& classifier, ConstElement featur
     return mapping.group.empty() ? Storage::transient : Storage::featureMapMember;
   if (!type.isSerializable) return Storage::notSerializable;
   if (!type.isClass || !feature.isSet("eOpposite")) return Storage::stored;
-  const EcoreTarget opposite = files_.follow(fileOf(classifier), feature, "eOpposite");
+  const EcoreTarget opposite = oppositeOf(classifier, feature);
   const bool isContained = opposite.element && opposite.element.getBoolean("containment");
   return isContained ? Storage::container : Storage::stored;
 }
@@ -405,7 +459,7 @@ std::optional<std::uint32_t> EcoreImport::pinnedIdentifier(const Classifier& cla
 std::string EcoreImport::oppositeName(const Classifier& classifier, ConstElement feature,
                                       const TypeUse& type) {
   if (!feature.isSet("eOpposite") || type.classifier == kNowhere) return {};
-  const EcoreTarget there = files_.follow(fileOf(classifier), feature, "eOpposite");
+  const EcoreTarget there = oppositeOf(classifier, feature);
   if (!there.element || !there.element.isSet("eOpposite")) return {};
   const ConstElement back = files_.follow(there.file, there.element, "eOpposite").element;
   const std::size_t self = classifierOf(fileOf(classifier), classifier.element);
@@ -441,7 +495,9 @@ std::vector<meta::PackageDefinition> EcoreImport::definitions() const {
     (parent == kNowhere ? roots : flat[parent].packages).push_back(std::move(flat[i]));
   }
   for (const BuiltInPackage* package : neededPackages_)
-    if (!registry_.hasPackage(package->uri)) roots.push_back(package->definition());
+    if (!registry_.hasPackage(package->uri))
+      roots.push_back(needsWholeEcore_ && package->uri == kEcoreNamespace ? wholeEcore()
+                                                                          : package->definition());
   std::reverse(roots.begin(), roots.end());
   return roots;
 }
@@ -484,9 +540,10 @@ std::string nameOf(const EcoreFile& file) { return file.name; }
 
 /// Imports the files; whatever goes wrong is an Error that names them.
 template <class Files>
-std::shared_ptr<const Mapping> load(const Files& files, meta::MetaRegistry& registry) {
+std::shared_ptr<const Mapping> load(const Files& files, meta::MetaRegistry& registry,
+                                    const MetaModelOptions& options) {
   try {
-    return std::make_shared<const Mapping>(EcoreImport(files, registry).run());
+    return std::make_shared<const Mapping>(EcoreImport(files, registry, options).run());
   } catch (...) {
     std::string names;
     for (const auto& file : files) names += (names.empty() ? "" : ", ") + nameOf(file);
@@ -498,12 +555,17 @@ std::shared_ptr<const Mapping> load(const Files& files, meta::MetaRegistry& regi
 
 std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                               meta::MetaRegistry& registry) {
-  return load(paths, registry);
+  return load(paths, registry, {});
 }
 
 std::shared_ptr<const Mapping> loadEcoreFiles(const std::vector<EcoreFile>& files,
                                               meta::MetaRegistry& registry) {
-  return load(files, registry);
+  return load(files, registry, {});
+}
+
+std::shared_ptr<const Mapping> loadEcoreFiles(const std::vector<EcoreFile>& files,
+                                              meta::MetaRegistry& registry, const MetaModelOptions& options) {
+  return load(files, registry, options);
 }
 
 }  // namespace kr::zero::ecore

@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "EcoreFiles.h"
@@ -41,8 +43,8 @@ class EcoreImport {
  public:
   /// @param files paths, or files in memory.
   template <class Files>
-  EcoreImport(const Files& files, meta::MetaRegistry& registry)
-      : registry_(registry), files_(files, registry) {}
+  EcoreImport(const Files& files, meta::MetaRegistry& registry, const MetaModelOptions& options)
+      : registry_(registry), options_(options), files_(files, registry, options) {}
 
   /// Fills the registry and says what goes beyond it.
   std::unique_ptr<const Mapping::Impl> run();
@@ -54,6 +56,10 @@ class EcoreImport {
   void importEnumeration(Classifier& classifier);
   void importSupertypes(Classifier& classifier);
   void addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source);
+  template <class Work>
+  bool attempt(Work work, std::string_view loss);
+  void findLostFeatures(const Classifier& classifier);
+  EcoreTarget oppositeOf(const Classifier& classifier, ConstElement feature) const;
   void importFeature(Classifier& classifier, ConstElement feature);
   void importBounds(const Classifier& classifier, ConstElement feature,
                     meta::PropertyDefinition& definition) const;
@@ -87,10 +93,13 @@ class EcoreImport {
   std::string packageUri(std::size_t package) const;
 
   meta::MetaRegistry& registry_;
+  const MetaModelOptions& options_;
   EcoreFiles files_;
   std::vector<Classifier> classifiers_;
   std::vector<std::vector<std::size_t>> classifierByElement_;  // by file, by the element's index
   std::vector<const BuiltInPackage*> neededPackages_;
+  bool needsWholeEcore_ = false;
+  std::set<std::pair<std::size_t, std::uint32_t>> lostFeatures_;  // left out: by file and element
 };
 
 }  // namespace kr::zero::ecore

@@ -1,5 +1,8 @@
 #include "Fragments.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "Namespaces.h"
 
 namespace kr::zero::ecore {
@@ -70,21 +73,75 @@ bool Fragments::addXmiId(std::string_view id, Element element) {
   return xmiIds_.emplace(std::string(id), Id{element}).second;
 }
 
+Element Fragments::addDuplicateXmiId(std::string_view id, Element element) {
+  Id& known = xmiIds_.find(id)->second;
+  std::vector<Element>& all = duplicates_[std::string(id)];
+  if (all.empty()) all.push_back(known.element);
+  all.push_back(element);
+  return std::exchange(known.element, element);
+}
+
 void Fragments::addAttributeId(std::string_view id, Element element) {
   const auto [it, isNew] = attributeIds_.emplace(std::string(id), Id{element});
   if (!isNew) it->second.isAmbiguous = true;
 }
 
-Fragments::Result Fragments::find(std::string_view fragment) {
+Fragments::Result Fragments::find(std::string_view fragment, ConstElement source) {
   if (!fragment.empty() && fragment[0] == '/')
     return findPath(findRoot(fragment.substr(1, fragment.find('/', 1) - 1)), fragment);
-  const auto byId = xmiIds_.find(fragment);
+  const Element byId = findXmiId(fragment, source);
   const auto byAttribute = attributeIds_.find(fragment);
-  if (byAttribute == attributeIds_.end())
-    return byId == xmiIds_.end() ? Result{} : Result{Outcome::found, byId->second.element};
-  const bool sameByBoth = byId == xmiIds_.end() || byId->second.element == byAttribute->second.element;
-  if (byAttribute->second.isAmbiguous || !sameByBoth) return {Outcome::ambiguous, {}};
-  return {Outcome::found, byAttribute->second.element};
+  if (byAttribute == attributeIds_.end()) return byId ? Result{Outcome::found, byId} : Result{};
+  const Element shared = byAttribute->second.element;
+  const bool sameByBoth = !byId || byId == shared;
+  if (byAttribute->second.isAmbiguous || !sameByBoth) return {Outcome::ambiguous, byId ? byId : shared};
+  return {Outcome::found, shared};
+}
+
+Element Fragments::findXmiId(std::string_view id, ConstElement source) const {
+  const auto found = xmiIds_.find(id);
+  if (found == xmiIds_.end()) return {};
+  if (source && !duplicates_.empty())
+    if (const auto all = duplicates_.find(id); all != duplicates_.end()) {
+      const auto after = std::upper_bound(
+          all->second.begin(), all->second.end(), source.getIndex(),
+          [](std::uint32_t index, const Element& element) { return index < element.getIndex(); });
+      if (after != all->second.begin()) return *(after - 1);
+    }
+  return found->second.element;
+}
+
+std::uint64_t Fragments::listOf(ConstElement container, meta::Property property) {
+  return (std::uint64_t{container.getIndex()} << 32) | property->getIndex();
+}
+
+std::size_t Fragments::leaveOut(ConstElement container, meta::Property property) {
+  std::vector<std::size_t>& gaps = gaps_[listOf(container, property)];
+  gaps.push_back(container.size(property) + gaps.size());
+  return gaps.back();
+}
+
+std::size_t Fragments::placeOf(ConstElement container, meta::Property property, std::size_t position) const {
+  const auto list = gaps_.find(listOf(container, property));
+  if (list == gaps_.end()) return position;
+  const std::vector<std::size_t>& gaps = list->second;
+  return position -
+         static_cast<std::size_t>(std::lower_bound(gaps.begin(), gaps.end(), position) - gaps.begin());
+}
+
+void Fragments::fill(ConstElement container, meta::Property property, std::size_t position) {
+  std::vector<std::size_t>& gaps = gaps_[listOf(container, property)];
+  gaps.erase(std::lower_bound(gaps.begin(), gaps.end(), position));
+}
+
+/// A child by its position in the document.
+Element Fragments::childAt(Element container, meta::Property property, std::size_t position) const {
+  if (!gaps_.empty())
+    if (const auto list = gaps_.find(listOf(container, property)); list != gaps_.end()) {
+      if (std::binary_search(list->second.begin(), list->second.end(), position)) return {};
+      position = placeOf(container, property, position);
+    }
+  return position < container.size(property) ? container.getElement(property, position) : Element();
 }
 
 Fragments::Result Fragments::findFrom(Element root, std::string_view fragment) {
@@ -94,7 +151,7 @@ Fragments::Result Fragments::findFrom(Element root, std::string_view fragment) {
 
 Fragments::Result Fragments::findPath(Element start, std::string_view path) {
   const Counted counted = splitCount(path);
-  if (counted.count)
+  if (counted.count && gaps_.empty())
     if (const Element found = findAmongSiblings(start, counted.text, *counted.count))
       return {Outcome::found, found};
   const Element found = walk(start, path);
@@ -131,7 +188,6 @@ Element Fragments::walk(Element element, std::string_view path) {
 }
 
 Element Fragments::findRoot(std::string_view number) {
-  if (roots_.empty()) roots_ = model_.getRoots();
   const auto index = number.empty() ? std::size_t{0} : numberOf(number);
   return index && *index < roots_.size() ? roots_[*index] : Element();
 }
@@ -150,8 +206,7 @@ Element Fragments::stepByFeature(Element from, std::string_view text) {
   if (feature == nullptr) feature = table.findByElement(counted.text);
   if (feature == nullptr || !feature->isChild()) return {};
   if (hasKeys) return stepByKeys(from, *feature, text.substr(bracket + 1, text.size() - bracket - 2));
-  const std::size_t position = counted.count.value_or(0);
-  return position < from.size(feature->property) ? from.getElement(feature->property, position) : Element();
+  return childAt(from, feature->property, counted.count.value_or(0));
 }
 
 Element Fragments::stepByKeys(Element from, const Feature& feature, std::string_view keys) {

@@ -28,20 +28,39 @@ namespace kr::zero::ecore {
 
 class Fragments {
  public:
-  /// @param model may still grow; must not lose elements.
-  Fragments(Model& model, ClassTables& tables) : model_(model), tables_(tables) {}
+  /// The model of the elements may still grow, and must not lose any.
+  explicit Fragments(ClassTables& tables) : tables_(tables) {}
+
+  /// The next root of the document; an empty one has its place and is not there.
+  void addRoot(Element root) { roots_.push_back(root); }
+  /// Puts an element into the place of an empty root.
+  void setRoot(std::size_t position, Element root) { roots_[position] = root; }
+  const std::vector<Element>& roots() const noexcept { return roots_; }
+
+  /// The next child of a list is in the document, and not in the model: positions of paths count it.
+  /// @returns its position in the document.
+  std::size_t leaveOut(ConstElement container, meta::Property property);
+  /// A place that was left out, now as one in the list of the model.
+  std::size_t placeOf(ConstElement container, meta::Property property, std::size_t position) const;
+  /// The child that was left out at that position is in the model now.
+  void fill(ConstElement container, meta::Property property, std::size_t position);
 
   /// @returns false where the document has an element of that xmi:id already.
   bool addXmiId(std::string_view id, Element element);
+  /// Another element of an xmi:id.
+  /// @returns the one that had it last.
+  Element addDuplicateXmiId(std::string_view id, Element element);
   /// The value of an identifying attribute: several elements may share one until somebody refers to it.
   void addAttributeId(std::string_view id, Element element);
 
   enum class Outcome : std::uint8_t { found, missing, ambiguous };
   struct Result {
     Outcome outcome = Outcome::missing;
-    Element element;
+    Element element;  ///< where it is ambiguous: the one that is meant if one has to be
   };
-  Result find(std::string_view fragment);
+  /// @param source the element that refers to it: where an xmi:id occurs more than once, the latest element
+  ///   before it is meant, or the last where there is none before it.
+  Result find(std::string_view fragment, ConstElement source = {});
   /// The same where paths start at an element, whatever root they name.
   Result findFrom(Element root, std::string_view fragment);
 
@@ -76,14 +95,20 @@ class Fragments {
   std::optional<std::string> valueOf(Element element, std::string_view key);
   std::optional<std::string> nameOf(Element element);
 
-  Model& model_;
+  using Gaps = std::unordered_map<std::uint64_t, std::vector<std::size_t>>;
+  static std::uint64_t listOf(ConstElement container, meta::Property property);
+  Element childAt(Element container, meta::Property property, std::size_t position) const;
+  Element findXmiId(std::string_view id, ConstElement source) const;
+
   ClassTables& tables_;
   std::vector<Element> roots_;
+  Gaps gaps_;  // by list: positions of children that are not in the model, in their order
   // References come in crowds that lead into a few lists of children: those that were found last are kept.
   static constexpr std::size_t kKept = 4;
   std::array<Siblings, kKept> siblings_;
   std::size_t oldest_ = 0;
   TextMap<Id> xmiIds_;
+  TextMap<std::vector<Element>> duplicates_;  // the elements of an xmi:id that occurs more than once
   TextMap<Id> attributeIds_;
   std::unordered_map<std::uint32_t, ElementsByText> namesBelow_;  // by the element's index
   TextMap<TextMap<Element>> childrenByValues_;  // by element, feature and keys: the first with those values

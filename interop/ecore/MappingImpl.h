@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "kr/zero/TextHash.h"
@@ -23,6 +24,9 @@ struct KeptTextHash {
 /// A map with texts as keys, which can be asked with views.
 template <class Value>
 using TextMap = std::unordered_map<std::string, Value, KeptTextHash, std::equal_to<>>;
+
+/// A set of texts that others choose.
+using TextSet = std::unordered_set<std::string, KeptTextHash, std::equal_to<>>;
 
 /// How the values of a feature stand in XML.
 enum class XmlForm : std::uint8_t {

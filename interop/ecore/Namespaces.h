@@ -74,6 +74,8 @@ class NamespaceScope {
     declared_.push_back(prefix);
     ++version_;
   }
+  /// Number of declarations that hold, those of one prefix behind another counted too.
+  std::size_t size() const noexcept { return declared_.size(); }
   /// Takes back the last `count` declarations.
   void leave(std::size_t count) {
     version_ += count;

@@ -12,6 +12,7 @@
 #include "MappingImpl.h"
 #include "XmlDocument.h"
 #include "kr/zero/Model.h"
+#include "kr/zero/ecore/Imperfect.h"
 
 namespace kr::zero::ecore {
 
@@ -22,7 +23,7 @@ struct XmiContent {
         lines(document.lines()),
         model(*mapping.registry),
         tables(mapping),
-        fragments(model, tables) {}
+        fragments(tables) {}
 
   std::size_t lineOf(ConstElement element) const { return lines.lineOf(offsets[element.getIndex()]); }
 
@@ -36,6 +37,6 @@ struct XmiContent {
 
 /// @throws EcoreError.
 std::unique_ptr<XmiContent> readContent(const XmlDocument& document, const Mapping::Impl& mapping,
-                                        const Progress& progress);
+                                        const XmiReadOptions& options);
 
 }  // namespace kr::zero::ecore

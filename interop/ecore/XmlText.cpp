@@ -14,6 +14,7 @@
 #include <optional>
 
 #include "Errors.h"
+#include "kr/zero/io/ReadFailure.h"
 
 namespace kr::zero::ecore {
 
@@ -341,7 +342,7 @@ std::size_t LineTable::lineOf(std::size_t offset) const {
 
 std::string readFile(const std::filesystem::path& path) {
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
-  if (!file) failIn(path.string(), join("cannot be read, ", std::strerror(errno)), ErrorCode::unreadable);
+  if (!file) failIn(path.string(), io::unreadableFor(errno), ErrorCode::unreadable);
   std::string bytes;
   char piece[std::size_t{1} << 16];
   for (;;) {
@@ -349,8 +350,7 @@ std::string readFile(const std::filesystem::path& path) {
     bytes.append(piece, count);
     if (count < sizeof piece) break;
   }
-  if (std::ferror(file.get()) != 0)
-    failIn(path.string(), join("cannot be read, ", std::strerror(errno)), ErrorCode::unreadable);
+  if (std::ferror(file.get()) != 0) failIn(path.string(), io::unreadableFor(errno), ErrorCode::unreadable);
   return bytes;
 }
 

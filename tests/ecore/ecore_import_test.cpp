@@ -84,10 +84,17 @@ TEST(EcoreTypes, EObjectIsWhatEveryClassConformsTo) {
   EXPECT_TRUE(meta::Class(anything->getType())->isUniversal());
 }
 
-TEST(EcoreTypes, OtherClassesOfEcoreNeedItsFile) {
+TEST(EcoreTypes, OtherClassesOfEcoreAreThereWithoutItsFile) {
+  const MetaModels models = loadClassifiers(
+      inClass(reference("a", "eType='ecore:EClass http://www.eclipse.org/emf/2002/Ecore#//EClass'")));
+  EXPECT_EQ(models.property("p.A", "a")->getType(), models.classOf("ecore.EClass"));
+  EXPECT_EQ(models.property("ecore.EClass", "eSuperTypes")->getType(), models.classOf("ecore.EClass"));
+}
+
+TEST(EcoreTypes, WhatEcoreDoesNotHaveIsMissing) {
   EXPECT_THAT(refusalOf(inClass(
-                  reference("a", "eType='ecore:EClass http://www.eclipse.org/emf/2002/Ecore#//EClass'"))),
-              HasSubstr("it needs EClass of the package ecore: give Ecore.ecore as a meta model too"));
+                  reference("a", "eType='ecore:EClass http://www.eclipse.org/emf/2002/Ecore#//EWheel'"))),
+              HasSubstr("it needs EWheel of the package ecore: give Ecore.ecore as a meta model too"));
 }
 
 TEST(EcoreTypes, ASecondLoadFindsWhatTheFirstBroughtIn) {

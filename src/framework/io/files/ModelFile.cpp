@@ -75,9 +75,7 @@ void put(std::ostream& stream, std::string_view bytes) {
   throw Error(ErrorCode::unreadable, {.file = name, .problem = problem});
 }
 
-[[noreturn]] void failToRead(const std::string& name, int error) {
-  failToRead(name, "cannot be read, " + std::generic_category().message(error));
-}
+[[noreturn]] void failToRead(const std::string& name, int error) { failToRead(name, unreadableFor(error)); }
 
 void requireWithin(const LoadOptions& options, std::uint64_t size) {
   if (size > options.limits.bytes)

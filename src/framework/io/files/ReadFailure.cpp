@@ -4,6 +4,7 @@
 #include <new>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "foundation/core/except.h"
@@ -106,6 +107,10 @@ void splitProblem(ErrorDetails& details) {
 }
 
 }  // namespace
+
+std::string unreadableFor(std::string_view reason) { return "cannot be read, " + std::string(reason); }
+
+std::string unreadableFor(int error) { return unreadableFor(std::generic_category().message(error)); }
 
 bool looksLikeXml(std::string_view beginning) {
   using namespace std::string_view_literals;

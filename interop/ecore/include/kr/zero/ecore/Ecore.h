@@ -57,8 +57,8 @@ class KR0_ECORE_API Mapping {
 /// Takes .ecore files, which may refer to each other, into a registry.
 ///
 /// References between files are found by relative path, by package URI, and for any other URI
-/// (`platform:/plugin/...`) by file name. Ecore's own data types are known; other parts of Ecore are there
-/// when Ecore.ecore is among the files. What has no stored value in Ecore (transient features, the container
+/// (`platform:/plugin/...`) by file name. Ecore itself is known without a file, and so are the data types of
+/// XML schemas. What has no stored value in Ecore (transient features, the container
 /// side of a containment, values of data types without a text form, feature maps) is derived in the registry.
 /// Operations are left out. Annotations with the source "urn:kr0:binary" say what Ecore has no words for, as
 /// writeEcore writes them: of a feature "id", the number that is pinned, "type", a standard type, "markers",
