@@ -49,7 +49,8 @@ bool DirectScan::text(Reading& reading, Cursor& in, std::string_view& text, cons
   if (!number(reading, next, size, expected)) return false;
   if (size > next.left(bytes_))
     return stop(reading, in.at, expected, [&] {
-      return "a text of " + std::to_string(size) + " bytes, with " + std::to_string(next.left(bytes_)) + " left";
+      return "a text of " + std::to_string(size) + " bytes, with " + std::to_string(next.left(bytes_)) +
+             " left";
     });
   text = bytes_.substr(next.at, static_cast<std::size_t>(size));
   next.at += text.size();
@@ -83,18 +84,19 @@ bool DirectScan::readHead(Reading& reading) const {
   std::uint64_t version = 0;
   if (!number(reading, in, version, "the version")) return false;
   if (version != direct::kVersion)
-    return stop(reading, reading.at, "the version 1", [&] { return "the version " + std::to_string(version); });
+    return stop(reading, reading.at, "the version 1",
+                [&] { return "the version " + std::to_string(version); });
   emit(reading, in, {.kind = ItemKind::version, .value = {ScannedValue::Form::natural, version}});
   std::string_view order;
   if (!text(reading, in, order, "the byte order \"kr\"")) return false;
   if (order != "kr") return stop(reading, reading.at, "the byte order \"kr\"", [] { return "another text"; });
-  emit(reading, in, {.kind = ItemKind::byteOrder, .value = {.form = ScannedValue::Form::text, .text = order}});
+  emit(reading, in,
+       {.kind = ItemKind::byteOrder, .value = {.form = ScannedValue::Form::text, .text = order}});
   std::uint64_t count = 0;
   if (!number(reading, in, count, "the number of packages")) return false;
   if (count > in.left(bytes_))
-    return stop(reading, reading.at, "the number of packages", [&] {
-      return std::to_string(count) + ", which is more than there are bytes";
-    });
+    return stop(reading, reading.at, "the number of packages",
+                [&] { return std::to_string(count) + ", which is more than there are bytes"; });
   emit(reading, in, {.kind = ItemKind::packageCount, .count = count});
   std::vector<std::string_view> uris;
   for (; count != 0; --count) {
@@ -137,7 +139,8 @@ bool DirectScan::stepAlone(Reading& reading) const {
 bool DirectScan::begin(Reading& reading, Cursor& in, const PropertyRecord* property) const {
   std::uint64_t reserved = 0;
   if (!number(reading, in, reserved, "the number 0 at the head of an element")) return false;
-  if (reading.isStrict && reserved != direct::kReserved) return stop(reading, in.at, "the head of an element");
+  if (reading.isStrict && reserved != direct::kReserved)
+    return stop(reading, in.at, "the head of an element");
   Item item{.kind = ItemKind::begin, .property = property};
   const std::size_t nameAt = in.at;
   if (!text(reading, in, item.typeName, "the name of a class")) return false;
@@ -153,7 +156,8 @@ bool DirectScan::begin(Reading& reading, Cursor& in, const PropertyRecord* prope
     if (!identity(reading, in, item.identity)) return false;
     if (item.identity.first.empty() || item.identity.second.empty())
       return stop(reading, nameAt, "an identity of two texts", [] { return "one that is empty"; });
-    if (reading.isStrict && !isInPlace(reading, item.identity)) return stop(reading, nameAt, "another number");
+    if (reading.isStrict && !isInPlace(reading, item.identity))
+      return stop(reading, nameAt, "another number");
   } else if (reading.isStrict && flag != direct::kWithoutIdentity) {
     return stop(reading, nameAt, "the mark of an identity");
   }
@@ -191,7 +195,8 @@ bool DirectScan::property(Reading& reading, Cursor& in, std::uint64_t number) co
   if (reading.open.empty()) return stop(reading, reading.at, "the beginning of an element", found);
   const TypeRecord* const type = reading.open.top().type;
   const auto expected = [&] { return "a property of " + type->qualifiedName() + " or the end token"; };
-  if (type == nullptr) return stop(reading, reading.at, "nothing that is known without the meta model", found);
+  if (type == nullptr)
+    return stop(reading, reading.at, "nothing that is known without the meta model", found);
   const std::size_t slot = type->findIdentifier(number);
   if (slot == TypeRecord::npos) return stop(reading, reading.at, expected, found);
   const PropertyRecord& property = *type->getAllProperties()[slot].get();
@@ -230,7 +235,8 @@ bool DirectScan::single(Reading& reading, Cursor& in, const PropertyRecord& prop
     const std::size_t markAt = in.at;
     if (!byte(reading, in, mark, "the mark of a value")) return false;
     if (mark == io::values::kAbsentMark) return emit(reading, in, item), true;
-    if (reading.isStrict && mark != io::values::kPresentMark) return stop(reading, markAt, "the mark of a value");
+    if (reading.isStrict && mark != io::values::kPresentMark)
+      return stop(reading, markAt, "the mark of a value");
   }
   if (!value(reading, in, property, item.value)) return false;
   emit(reading, in, item);
@@ -258,15 +264,18 @@ bool DirectScan::many(Reading& reading, Cursor& in, const PropertyRecord& proper
   return true;
 }
 
-bool DirectScan::reference(Reading& reading, Cursor& in, const PropertyRecord& property, bool isOneOfMany) const {
+bool DirectScan::reference(Reading& reading, Cursor& in, const PropertyRecord& property,
+                           bool isOneOfMany) const {
   std::uint64_t reserved = 0;
   if (!number(reading, in, reserved, "the number 0 at the head of a reference")) return false;
-  if (reading.isStrict && reserved != direct::kReserved) return stop(reading, in.at, "the head of a reference");
+  if (reading.isStrict && reserved != direct::kReserved)
+    return stop(reading, in.at, "the head of a reference");
   Item item{.kind = ItemKind::reference, .property = &property, .isOneOfMany = isOneOfMany};
   const std::size_t nameAt = in.at;
   if (!text(reading, in, item.typeName, "the name of the class that is referred to")) return false;
   if (!fl::i18n::isWellFormedUtf8(item.typeName))
-    return stop(reading, nameAt, "the name of a class", [] { return "a text that is not well-formed UTF-8"; });
+    return stop(reading, nameAt, "the name of a class",
+                [] { return "a text that is not well-formed UTF-8"; });
   if (reading.isStrict && types_->find(item.typeName) == nullptr) return stop(reading, nameAt, "a class");
   std::uint8_t flag = 0;
   if (!byte(reading, in, flag, "the mark of a document")) return false;
@@ -287,7 +296,8 @@ bool DirectScan::reference(Reading& reading, Cursor& in, const PropertyRecord& p
 
 // --- Values
 
-bool DirectScan::value(Reading& reading, Cursor& in, const PropertyRecord& property, ScannedValue& value) const {
+bool DirectScan::value(Reading& reading, Cursor& in, const PropertyRecord& property,
+                       ScannedValue& value) const {
   if (property.getNumberInfo().isNumber()) return fixed(reading, in, property, value);
   const std::size_t start = in.at;
   value.form = ScannedValue::Form::text;
@@ -298,7 +308,8 @@ bool DirectScan::value(Reading& reading, Cursor& in, const PropertyRecord& prope
       [&] { return foundText(value.text); });
 }
 
-bool DirectScan::fixed(Reading& reading, Cursor& in, const PropertyRecord& property, ScannedValue& value) const {
+bool DirectScan::fixed(Reading& reading, Cursor& in, const PropertyRecord& property,
+                       ScannedValue& value) const {
   const meta::StandardTypeInfo& info = property.getNumberInfo();
   const auto expected = [&] { return "a value of type " + property.getType()->qualifiedName(); };
   const bool isBoolean = info.kind == meta::StandardKind::boolean;
@@ -320,7 +331,8 @@ bool DirectScan::fixed(Reading& reading, Cursor& in, const PropertyRecord& prope
     const std::uint64_t sign = std::uint64_t{1} << (8 * info.width - 1);
     value = {ScannedValue::Form::integer, (bits ^ sign) - sign};
   } else {
-    value = {info.kind == meta::StandardKind::real ? ScannedValue::Form::real : ScannedValue::Form::natural, bits};
+    value = {info.kind == meta::StandardKind::real ? ScannedValue::Form::real : ScannedValue::Form::natural,
+             bits};
   }
   if (property.getKind() != meta::PropertyKind::enumeration) return true;
   const auto number = static_cast<std::int64_t>(value.bits);
@@ -330,7 +342,7 @@ bool DirectScan::fixed(Reading& reading, Cursor& in, const PropertyRecord& prope
 
 // --- What may have lost its beginning
 
-void DirectScan::proposeLost(std::size_t at, const Frame* inside, std::vector<Frame>& proposals) const {
+void DirectScan::proposeLost(std::size_t at, const Frame* inside, std::vector<LostFrames>& proposals) const {
   // A child says more than any value: its class must fit, too.
   Reading reading;
   reading.isStrict = true;

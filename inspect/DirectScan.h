@@ -10,9 +10,9 @@
 
 namespace kr::zero::inspect {
 
-/// Reads a document of the direct format a thing at a time, from any place and with anything open. Takes what the
-/// library's parser takes, but for what shows only when the whole document is known (two elements of one identity,
-/// references to elements of another class).
+/// Reads a document of the direct format a thing at a time, from any place and with anything open. Takes what
+/// the library's parser takes, but for what shows only when the whole document is known (two elements of one
+/// identity, references to elements of another class).
 class DirectScan {
  public:
   /// @param types null: only what stands before the first property of the first element can be read.
@@ -38,7 +38,7 @@ class DirectScan {
 
   /// What may be open that lost its beginning, if something known stands at a place: adds frames for it.
   /// @param inside what it stands in; null: nothing.
-  void proposeLost(std::size_t at, const Frame* inside, std::vector<Frame>& proposals) const;
+  void proposeLost(std::size_t at, const Frame* inside, std::vector<LostFrames>& proposals) const;
 
  private:
   struct Cursor;

@@ -26,12 +26,11 @@ enum class ItemKind : std::uint8_t {
   collection,  ///< the head of a collection, whose values or references follow
   reference,
   bareKey,  ///< a key whose property has no content
-  endDocument,
-  behind  ///< bytes behind the end, which readers do not look at
+  behind    ///< bytes behind the end, which readers do not look at
 };
 
 /// What can be open.
-enum class FrameKind : std::uint8_t { element, datatype, structure, sequence, metadata, entry };
+enum class FrameKind : std::uint8_t { element, datatype, structure, sequence, metadata, entry, document };
 
 /// A primitive as it stands in a document; the text lies in the document's bytes.
 struct ScannedValue {
@@ -53,28 +52,28 @@ struct Item {
   ItemKind kind;
   std::size_t offset = 0;
   std::size_t bytes = 0;
-  FrameKind frame = FrameKind::element;      ///< of what begins or ends
-  const PropertyRecord* property = nullptr;  ///< that it is of or in; null: none, or not known
-  std::string_view name = {};                ///< of that property
-  const TypeRecord* type = nullptr;          ///< of what begins; null: not known
-  std::string_view typeName = {};            ///< of what begins, or is referred to
-  ScannedIdentity identity = {};             ///< of what begins, or is referred to
+  FrameKind frame = FrameKind::element;        ///< of what begins or ends
+  const PropertyRecord* property = nullptr;    ///< that it is of or in; null: none, or not known
+  std::string_view name = {};                  ///< of that property
+  const TypeRecord* type = nullptr;            ///< of what begins; null: not known
+  std::string_view typeName = {};              ///< of what begins, or is referred to
+  ScannedIdentity identity = {};               ///< of what begins, or is referred to
   const std::string_view* document = nullptr;  ///< where the target of a reference is; null: here
   ScannedValue value = {};
-  std::uint64_t count = 0;    ///< of packages; what a collection says of itself
-  bool isOneOfMany = false;   ///< a value or reference in a collection
+  std::uint64_t count = 0;     ///< of packages; what a collection says of itself
+  bool isOneOfMany = false;    ///< a value or reference in a collection
   bool isWithoutHead = false;  ///< an element whose own beginning is lost: the type is a guess
   bool isAlone = false;        ///< an element that was found among damaged bytes
 };
 
 /// A place where the bytes stop making sense, and how it goes on.
 struct Damage {
-  std::size_t offset = 0;     ///< of the thing that could not be read
-  std::size_t bytes = 0;      ///< that were passed over
-  std::size_t at = 0;         ///< where exactly it stopped making sense
+  std::size_t offset = 0;  ///< of the thing that could not be read
+  std::size_t bytes = 0;   ///< that were passed over
+  std::size_t at = 0;      ///< where exactly it stopped making sense
   std::string expected = {};
   std::string found = {};
-  bool goesOn = false;        ///< whether reading goes on behind it, by a guess
+  bool goesOn = false;  ///< whether reading goes on behind it, by a guess
 };
 
 /// Hears of a document, in the order of its bytes, each byte once.

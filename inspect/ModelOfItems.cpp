@@ -15,7 +15,8 @@ namespace {
 constexpr std::size_t kMostPaths = 1000;
 
 std::string keyOf(const ScannedIdentity& identity) {
-  return std::to_string(identity.first.size()) + ":" + std::string(identity.first) + std::string(identity.second);
+  return std::to_string(identity.first.size()) + ":" + std::string(identity.first) +
+         std::string(identity.second);
 }
 
 std::string described(const ScannedIdentity& identity) {
@@ -41,7 +42,7 @@ void ModelOfItems::onItem(const Item& item) {
     case ItemKind::begin:
       return begin(item);
     case ItemKind::beginGroup:
-      return open_.push_back({open_.empty() ? Element() : open_.back().element, item.offset});
+      return beginGroup(item);
     case ItemKind::end:
       return open_.pop_back();
     case ItemKind::collection:
@@ -81,7 +82,17 @@ void ModelOfItems::begin(const Item& item) {
   open_.push_back({element, item.offset, true});
   if (item.isWithoutHead)
     lose(item.offset, 0, element,
-         "its beginning is lost; that it is a " + std::string(item.typeName) + " is a guess from what it holds");
+         "its beginning is lost; that it is a " + std::string(item.typeName) +
+             " is a guess from what it holds");
+}
+
+void ModelOfItems::beginGroup(const Item& item) {
+  const Element inside = open_.empty() ? Element() : open_.back().element;
+  open_.push_back({inside, item.offset});
+  const bool isList = item.frame == FrameKind::sequence && item.property != nullptr &&
+                      (meta::isPrimitive(item.property->getKind()) ||
+                       item.property->getKind() == meta::PropertyKind::association);
+  if (isList) value(item);
 }
 
 Element ModelOfItems::make(const Item& item) {
@@ -124,8 +135,9 @@ void ModelOfItems::identify(Element element, const Item& item) {
     return lose(item.offset, 0, element, "the number by which the document refers to it is damaged");
   }
   if (!byIdentity_.try_emplace(keyOf(item.identity), element).second)
-    return lose(item.offset, 0, element,
-                "its identity " + described(item.identity) + " is another element's already, and is left out");
+    return lose(
+        item.offset, 0, element,
+        "its identity " + described(item.identity) + " is another element's already, and is left out");
   element.setIdentity(item.identity.first, item.identity.second);
 }
 
@@ -135,7 +147,8 @@ void ModelOfItems::number(Element element, const Item& item, std::uint64_t numbe
   if (!item.isAlone && isInPlace) shift_ = shift;
   if (!isInPlace || !byNumber_.try_emplace(number, element).second)
     lose(item.offset, 0, element,
-         "the number " + std::to_string(number) + " by which the document refers to it is not that of its place");
+         "the number " + std::to_string(number) +
+             " by which the document refers to it is not that of its place");
 }
 
 // --- Values
@@ -155,7 +168,7 @@ void ModelOfItems::put(Element element, const Item& item) {
   const meta::Property key(&property);
   if (!property.isMany() && element.getState(key) != PropertyState::unset)
     throw ModelError("it has a value already, and is given a second");
-  if (item.kind == ItemKind::collection) {
+  if (item.kind != ItemKind::value) {
     if (element.getState(key) == PropertyState::unset) element.setEmpty(key);
     return;
   }
@@ -164,7 +177,8 @@ void ModelOfItems::put(Element element, const Item& item) {
     case ScannedValue::Form::null:
       return element.setEmpty(key);
     case ScannedValue::Form::boolean:
-      return property.isMany() ? element.addBoolean(key, value.bits != 0) : element.setBoolean(key, value.bits != 0);
+      return property.isMany() ? element.addBoolean(key, value.bits != 0)
+                               : element.setBoolean(key, value.bits != 0);
     case ScannedValue::Form::integer:
     case ScannedValue::Form::natural:
       return setInteger(element, property, value);
@@ -207,11 +221,11 @@ void ModelOfItems::resolve(const Waiting& waiting) {
   if (!waiting.document)
     lost("the " + std::string(waiting.typeName) + " " + described(waiting.identity) +
          " that it refers to is not here; the reference stays unresolved");
-  from.putUnresolved(key, {.targetType = std::string(waiting.typeName),
-                                   .id1 = std::string(waiting.identity.first),
-                                   .id2 = std::string(waiting.identity.second),
-                                   .qualifier = waiting.document ? std::optional(std::string(*waiting.document))
-                                                                 : std::nullopt});
+  from.putUnresolved(
+      key, {.targetType = std::string(waiting.typeName),
+            .id1 = std::string(waiting.identity.first),
+            .id2 = std::string(waiting.identity.second),
+            .qualifier = waiting.document ? std::optional(std::string(*waiting.document)) : std::nullopt});
 }
 
 Salvaged ModelOfItems::finish() {

@@ -43,6 +43,7 @@ class ModelOfItems final : public Listener {
   };
 
   void begin(const Item& item);
+  void beginGroup(const Item& item);
   Element make(const Item& item);
   Element makeInside(Element parent, const PropertyRecord& property, const TypeRecord& type);
   Element makeAlone(const Item& item);
@@ -61,7 +62,7 @@ class ModelOfItems final : public Listener {
   std::unordered_map<std::uint64_t, Element, NumberHash> byNumber_;
   std::unordered_map<std::string, Element, TextHash, std::equal_to<>> byIdentity_;
   std::vector<Loss> losses_;
-  std::uint64_t elements_ = 0;            // that began
+  std::uint64_t elements_ = 0;             // that began
   std::optional<std::int64_t> shift_ = 0;  // of the numbers in the document to their places; see Reading
 };
 

@@ -24,6 +24,12 @@ struct Frame {
   std::size_t items = 0;                     ///< so far, in an entry, sequence or metadata
 };
 
+/// Frames that were not seen to begin, since their beginnings are lost: one, or one inside another.
+struct LostFrames {
+  Frame outer;
+  std::optional<Frame> inner = {};
+};
+
 /// What is open, innermost last. One that begins as a part of another shares its frames: trying something out
 /// costs nothing for what is open already, however deep that is.
 class OpenFrames {
@@ -66,7 +72,8 @@ class OpenFrames {
 
 /// No bound for a shift.
 inline constexpr std::int64_t kAnyShift = std::numeric_limits<std::int64_t>::max();
-/// Elements that get lost make numbers larger than places are; a few that were made of damaged bytes, smaller.
+/// Elements that get lost make numbers larger than places are; a few that were made of damaged bytes,
+/// smaller.
 inline constexpr std::int64_t kLeastShift = -4;
 
 struct Reading {
@@ -80,8 +87,8 @@ struct Reading {
   /// held only where it is strict.
   std::optional<std::int64_t> shift = {};
   std::int64_t mostShift = kAnyShift;  ///< what it may be
-  Listener* listener = nullptr;  ///< null: nobody
-  Damage fault = {};             ///< what stopped the reading; in words where somebody listens
+  Listener* listener = nullptr;        ///< null: nobody
+  Damage fault = {};                   ///< what stopped the reading; in words where somebody listens
 };
 
 }  // namespace kr::zero::inspect

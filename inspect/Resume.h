@@ -1,9 +1,10 @@
 /// @file
 /// Internal: reading that goes on behind damage.
 ///
-/// Where a thing cannot be read, what follows is tried out from each place behind it, with each of what is open taken
-/// for what it stands in, and with each class for an element that lost its beginning. A wrong guess meets something
-/// that cannot stand there within a few bytes; the right one reads to the end of the document, or to the next damage.
+/// Where a thing cannot be read, what follows is tried out from each place behind it, with each of what is
+/// open taken for what it stands in, and with each class for an element that lost its beginning. A wrong
+/// guess meets something that cannot stand there within a few bytes; the right one reads to the end of the
+/// document, or to the next damage.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +20,7 @@ namespace kr::zero::inspect {
 template <class Scan>
 class TolerantReader {
  public:
-  TolerantReader(const Scan& scan, Listener& listener)
+  TolerantReader(Scan& scan, Listener& listener)
       : scan_(scan), listener_(listener), budget_(kLeastBudget + kBudgetPerByte * scan.bytes().size()) {
     reading_.listener = &listener;
   }
@@ -45,7 +46,8 @@ class TolerantReader {
   }
 
  private:
-  // Trying things out takes time, and damage may be made for it: when that much was read in vain, the rest is lost.
+  // Trying things out takes time, and damage may be made for it: when that much was read in vain, the rest is
+  // lost.
   static constexpr std::uint64_t kLeastBudget = std::uint64_t{1} << 28;
   static constexpr std::uint64_t kBudgetPerByte = 16;
   static constexpr std::uint64_t kCostOfTrial = 8;  // in bytes, beside those that are read
@@ -53,7 +55,8 @@ class TolerantReader {
   static constexpr std::size_t kFarEnough = std::size_t{1} << 24;
   /// Things that make sense one behind the other: not by chance.
   static constexpr std::size_t kEnoughThings = 16;
-  /// How far a better place is looked for behind one that makes sense for a while, and how often that may take long.
+  /// How far a better place is looked for behind one that makes sense for a while, and how often that may
+  /// take long.
   static constexpr std::size_t kLookFurther = 1024;
   static constexpr std::size_t kLong = 4096;
   static constexpr std::size_t kMostLongTrials = 24;
@@ -63,8 +66,8 @@ class TolerantReader {
   /// Where reading may go on.
   struct Place {
     std::size_t at = 0;
-    std::size_t keep = 0;        // frames that stay open
-    std::optional<Frame> lost{};  // what is open above them, and lost its beginning
+    std::size_t keep = 0;              // frames that stay open
+    std::optional<LostFrames> lost{};  // what is open above them, and lost its beginning
     std::size_t reach = 0;
     std::optional<std::int64_t> shift{};
     std::uint64_t elements = 0;
@@ -89,7 +92,8 @@ class TolerantReader {
       if ((isSound = scan_.step(trial))) ++things;
     pay(trial.at - start);
     if (trial.at - start > kLong) ++longTrials_;
-    if (isSound && (trial.at - start >= kFarEnough || scan_.endsWell(trial))) return {Verdict::right, trial.at};
+    if (isSound && (trial.at - start >= kFarEnough || scan_.endsWell(trial)))
+      return {Verdict::right, trial.at};
     const bool isCut = isSound || scan_.bytes().size() - trial.at < kShortTail;
     if (things >= (isCut ? kFewThings : kEnoughThings)) return {Verdict::plausible, trial.at};
     return {};
@@ -110,14 +114,15 @@ class TolerantReader {
 
   /// Tries a place with what is open.
   /// @return whether the search is over.
-  bool tryPlace(std::size_t at, std::size_t keep, const std::optional<Frame>& lost, std::optional<Place>& best) {
+  bool tryPlace(std::size_t at, std::size_t keep, const std::optional<LostFrames>& lost,
+                std::optional<Place>& best) {
     begin(at, keep);
     if (lost) {
-      trial_.open.push(*lost);
-      ++trial_.elements;
+      pushLost(*lost, trial_);
     }
     const Outcome outcome = tryOut(trial_);
-    if (outcome.verdict == Verdict::wrong || (best && outcome.verdict != Verdict::right && outcome.reach <= best->reach))
+    if (outcome.verdict == Verdict::wrong ||
+        (best && outcome.verdict != Verdict::right && outcome.reach <= best->reach))
       return false;
     // Two classes that do equally well are none that is known.
     best = Place{at, keep, lost, outcome.reach, trial_.shift, reading_.elements};
@@ -141,13 +146,12 @@ class TolerantReader {
     scan_.proposeLost(at, keep == 0 ? nullptr : &reading_.open.at(keep - 1), proposals_);
     std::optional<Place> found;
     bool isRight = false;
-    for (const Frame& proposal : proposals_) {
+    for (const LostFrames& proposal : proposals_) {
       std::optional<Place> place;
       const bool isThisRight = tryPlace(at, keep, proposal, place);
       if (!place || (found && !isThisRight && place->reach <= found->reach)) continue;
       // What the property says comes before what inherits from it.
-      if (isRight && !(proposal.property != nullptr && proposal.property->getType().get() == proposal.type))
-        continue;
+      if (isRight && !isDeclared(proposal.outer)) continue;
       found = place;
       isRight = isThisRight;
     }
@@ -185,19 +189,31 @@ class TolerantReader {
     readAlone(alone, until);
     reading_.at = until;
     isCutOff_ = !place;
-    if (place && place->lost) pushLost(*place->lost);
+    if (place && place->lost) pushLost(*place->lost, reading_);
   }
 
-  void pushLost(const Frame& lost) {
-    ++reading_.elements;
-    listener_.onItem({.kind = ItemKind::begin,
-                      .offset = reading_.at,
-                      .property = lost.property,
-                      .name = lost.property == nullptr ? std::string_view() : lost.property->name(),
-                      .type = lost.type,
-                      .typeName = lost.type->qualifiedName(),
-                      .isWithoutHead = true});
-    reading_.open.push(lost);
+  /// Whether an element is of the very class that its property asks for.
+  static bool isDeclared(const Frame& frame) {
+    return frame.property != nullptr && frame.property->getType().get() == frame.type;
+  }
+
+  static void pushLost(const LostFrames& lost, Reading& reading) {
+    pushLost(lost.outer, reading);
+    if (lost.inner) pushLost(*lost.inner, reading);
+  }
+  static void pushLost(const Frame& lost, Reading& reading) {
+    const bool isElement = lost.kind == FrameKind::element;
+    if (isElement) ++reading.elements;
+    if (reading.listener != nullptr)
+      reading.listener->onItem({.kind = isElement ? ItemKind::begin : ItemKind::beginGroup,
+                                .offset = reading.at,
+                                .frame = lost.kind,
+                                .property = lost.property,
+                                .name = lost.property == nullptr ? lost.name : lost.property->name(),
+                                .type = lost.type,
+                                .typeName = isElement ? lost.type->qualifiedName() : std::string_view(),
+                                .isWithoutHead = true});
+    reading.open.push(lost);
   }
 
   /// Where a whole element lies between two places; `until` where there is none.
@@ -253,11 +269,11 @@ class TolerantReader {
     bool isFirst_ = true;
   };
 
-  const Scan& scan_;
+  Scan& scan_;
   Listener& listener_;
   Reading reading_;
   Reading trial_;
-  std::vector<Frame> proposals_;
+  std::vector<LostFrames> proposals_;
   std::uint64_t budget_;
   std::size_t longTrials_ = 0;
   std::int64_t mostShift_ = kAnyShift;  // of elements that stand alone

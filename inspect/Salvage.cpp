@@ -8,6 +8,8 @@
 #include "DirectScan.h"
 #include "ModelOfItems.h"
 #include "Resume.h"
+#include "TaggedScan.h"
+#include "kr/zero/io/BinaryKRSylvanParser.h"
 #include "kr/zero/io/BinaryParser.h"
 
 namespace kr::zero::inspect {
@@ -16,8 +18,10 @@ namespace {
 
 /// What the library's own parser makes of a document that is whole.
 template <class Parser>
-std::optional<Model> readWhole(const std::vector<std::uint8_t>& document, const meta::MetaRegistry& registry) {
-  Parser parser(std::make_unique<io::ParseCustomizer>(registry), std::make_unique<io::ParsingModelBuilder>(false));
+std::optional<Model> readWhole(const std::vector<std::uint8_t>& document,
+                               const meta::MetaRegistry& registry) {
+  Parser parser(std::make_unique<io::ParseCustomizer>(registry),
+                std::make_unique<io::ParsingModelBuilder>(false));
   try {
     if (parser.parse(io::ParsingInput::fromByteSequence(document))) return parser.takeModel();
   } catch (const std::bad_alloc&) {
@@ -31,7 +35,7 @@ std::optional<Model> readWhole(const std::vector<std::uint8_t>& document, const 
 template <class Scan>
 Salvaged readDamaged(std::string_view document, const meta::MetaRegistry& registry) {
   TypeTable types(registry);
-  const Scan scan(document, &types);
+  Scan scan(document, &types);
   ModelOfItems model(registry);
   TolerantReader<Scan>(scan, model).readAll();
   return model.finish();
@@ -50,6 +54,7 @@ Salvaged salvage(std::string_view document, const SalvageOptions& options) {
   const meta::MetaRegistry& registry =
       options.registry != nullptr ? *options.registry : meta::MetaRegistry::instance();
   try {
+    if (options.tagged) return salvageAs<io::BinaryKRSylvanParser, TaggedScan>(document, registry);
     return salvageAs<io::BinaryParser, DirectScan>(document, registry);
   } catch (...) {
     rethrowAsError({.file = "the document"});

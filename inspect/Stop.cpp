@@ -70,12 +70,13 @@ void noteSlot(OpenFrames& open, const PropertyRecord& property, std::size_t slot
   frame.nextSlot = repeats(property) ? slot : slot + 1;
 }
 
-void proposeIn(const meta::Class::Impl& type, const Frame* inside, std::vector<Frame>& proposals) {
+void proposeIn(const meta::Class::Impl& type, const Frame* inside, std::vector<LostFrames>& proposals) {
   Frame frame{.type = &type};
-  if (inside == nullptr) return proposals.push_back(frame);
-  if (inside->property != nullptr && inside->kind != FrameKind::element && inside->kind != FrameKind::datatype) {
+  if (inside == nullptr) return proposals.push_back({frame});
+  if (inside->property != nullptr && inside->kind != FrameKind::element &&
+      inside->kind != FrameKind::datatype) {
     frame.property = inside->property;
-    if (fits(*frame.property, type)) proposals.push_back(frame);
+    if (fits(*frame.property, type)) proposals.push_back({frame});
     return;
   }
   if (inside->type == nullptr) return;
@@ -85,7 +86,7 @@ void proposeIn(const meta::Class::Impl& type, const Frame* inside, std::vector<F
     const PropertyRecord& property = *all[(i + inside->nextSlot) % all.size()].get();
     if (fits(property, type)) frame.property = &property;
   }
-  if (frame.property != nullptr) proposals.push_back(frame);
+  if (frame.property != nullptr) proposals.push_back({frame});
 }
 
 }  // namespace kr::zero::inspect

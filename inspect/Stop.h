@@ -32,7 +32,8 @@ std::string worded(const Words& words) {
 
 }  // namespace internal
 
-/// Ends a reading. Trying things out ends here most of the time, so words are only made where somebody listens.
+/// Ends a reading. Trying things out ends here most of the time, so words are only made where somebody
+/// listens.
 /// @return false.
 template <class Expected, class Found = const char*>
 bool stop(Reading& reading, std::size_t at, const Expected& expected, const Found& found = "") {
@@ -62,6 +63,6 @@ void noteSlot(OpenFrames& open, const PropertyRecord& property, std::size_t slot
 
 /// Adds frames for an element of a class that stands inside something and lost its beginning.
 /// @param inside null: it stands at the top.
-void proposeIn(const meta::Class::Impl& type, const Frame* inside, std::vector<Frame>& proposals);
+void proposeIn(const meta::Class::Impl& type, const Frame* inside, std::vector<LostFrames>& proposals);
 
 }  // namespace kr::zero::inspect

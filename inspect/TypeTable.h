@@ -17,8 +17,8 @@ class TypeTable {
  public:
   explicit TypeTable(const meta::MetaRegistry& registry);
 
-  /// The class or datatype of a qualified name, or null. Of two that share it, the one whose package the document
-  /// lists.
+  /// The class or datatype of a qualified name, or null. Of two that share it, the one whose package the
+  /// document lists.
   const TypeRecord* find(std::string_view qualifiedName) const;
   /// The same, if elements can be of it.
   const meta::Class::Impl* findConcrete(std::string_view qualifiedName) const;

@@ -59,7 +59,8 @@ class ShelfMaker {
     book.set("pages", static_cast<int>(random_.below(2000)));
     if (random_.percent(60)) book.set("genre", static_cast<int>(random_.below(3)));
     if (random_.percent(60)) book.set("inPrint", random_.percent(50));
-    for (std::size_t i = random_.below(4); i > 0; --i) book.add("ratings", static_cast<int>(random_.below(6)));
+    for (std::size_t i = random_.below(4); i > 0; --i)
+      book.add("ratings", static_cast<int>(random_.below(6)));
     if (random_.percent(30)) book.set("note", std::string(random_.below(300), 'n'));
     if (random_.percent(10)) book.setIdentity("isbn", std::to_string(count_));
     for (std::size_t i = random_.below(5); i > 0; --i)

@@ -1,4 +1,6 @@
 // What is saved of damaged documents, and what is said of the rest.
+#include "kr/zero/inspect/Salvage.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -7,8 +9,8 @@
 
 #include "DirectScan.h"
 #include "Resume.h"
+#include "TaggedScan.h"
 #include "inspect/Shelves.h"
-#include "kr/zero/inspect/Salvage.h"
 #include "support/Environment.h"
 #include "support/Reading.h"
 #include "support/TaggedReading.h"
@@ -58,17 +60,17 @@ class Extents final : public inspect::Listener {
 template <class Scan>
 std::map<std::string, Extents::Extent> extentsOf(const Bytes& document, const meta::MetaRegistry& registry) {
   inspect::TypeTable types(registry);
-  const Scan scan(asText(document), &types);
+  Scan scan(asText(document), &types);
   Extents extents;
   EXPECT_TRUE(inspect::TolerantReader<Scan>(scan, extents).readAll());
   return extents.all();
 }
 
 struct Kept {
-  std::size_t besides = 0;    ///< elements in whose bytes there is no damage
-  std::size_t kept = 0;       ///< of these, with everything as it was
-  std::size_t inPlace = 0;    ///< of these, in an element of the same name
-  std::size_t changed = 0;    ///< of these, of another class, or with a reference to something else
+  std::size_t besides = 0;  ///< elements in whose bytes there is no damage
+  std::size_t kept = 0;     ///< of these, with everything as it was
+  std::size_t inPlace = 0;  ///< of these, in an element of the same name
+  std::size_t changed = 0;  ///< of these, of another class, or with a reference to something else
 };
 
 /// Whether an element is of the class that it was, and refers to nothing that it did not refer to.
@@ -146,35 +148,58 @@ void examine(const Bytes& document, bool tagged, Harm how, std::uint64_t rounds)
   for (std::uint64_t i = 0; i < rounds; ++i) {
     const std::size_t at = random.below(document.size() - kHarmed);
     const Bytes damaged = harm(document, how, at, kHarmed, random);
-    const Salvaged saved = inspect::salvage(asText(damaged), {.registry = &shelvesRegistry(), .tagged = tagged});
+    const Salvaged saved =
+        inspect::salvage(asText(damaged), {.registry = &shelvesRegistry(), .tagged = tagged});
     const Kept kept = shelf.compare(saved.model, extents, at, how == Harm::insert ? at + 1 : at + kHarmed);
     const double share = static_cast<double>(kept.kept) / static_cast<double>(kept.besides);
     EXPECT_GE(share, 0.99) << "round " << i << " at byte " << at;
     EXPECT_EQ(kept.changed, 0u) << "round " << i << " at byte " << at;
     worst = std::min(worst, share);
     noticed += !saved.losses.empty();
-    inPlace += static_cast<double>(kept.inPlace) / static_cast<double>(kept.besides) / static_cast<double>(rounds);
+    inPlace +=
+        static_cast<double>(kept.inPlace) / static_cast<double>(kept.besides) / static_cast<double>(rounds);
     if (share < 0.99 || kept.changed != 0)
-      for (std::size_t j = 0; j < std::min<std::size_t>(5, saved.losses.size()); ++j) std::cerr << saved.losses[j].text << '\n';
+      for (std::size_t j = 0; j < std::min<std::size_t>(5, saved.losses.size()); ++j)
+        std::cerr << saved.losses[j].text << '\n';
   }
-  std::cout << "worst share kept " << worst << ", in their place on average " << inPlace << ", noticed in " << noticed
-            << " of " << rounds << '\n';
+  std::cout << "worst share kept " << worst << ", in their place on average " << inPlace << ", noticed in "
+            << noticed << " of " << rounds << '\n';
 }
 
 Bytes directShelves() { return writeDirect(makeShelves(10000, 7)); }
+
+Bytes taggedShelves() {
+  const std::string bytes = writeTagged(makeShelves(10000, 7));
+  return {bytes.begin(), bytes.end()};
+}
 
 constexpr std::uint64_t kRounds = 20;
 
 }  // namespace
 
 TEST(Salvage, KeepsWhatDoesNotLieAboveOverwrittenBytesOfADirectDocument) {
-  examine<inspect::DirectScan>(directShelves(), false, Harm::overwrite, numberFromEnvironment("KR0_HARMS", kRounds));
+  examine<inspect::DirectScan>(directShelves(), false, Harm::overwrite,
+                               numberFromEnvironment("KR0_HARMS", kRounds));
 }
 TEST(Salvage, KeepsWhatDoesNotLieAboveMissingBytesOfADirectDocument) {
-  examine<inspect::DirectScan>(directShelves(), false, Harm::remove, numberFromEnvironment("KR0_HARMS", kRounds));
+  examine<inspect::DirectScan>(directShelves(), false, Harm::remove,
+                               numberFromEnvironment("KR0_HARMS", kRounds));
 }
 TEST(Salvage, KeepsWhatDoesNotLieAboveInsertedBytesOfADirectDocument) {
-  examine<inspect::DirectScan>(directShelves(), false, Harm::insert, numberFromEnvironment("KR0_HARMS", kRounds));
+  examine<inspect::DirectScan>(directShelves(), false, Harm::insert,
+                               numberFromEnvironment("KR0_HARMS", kRounds));
+}
+TEST(Salvage, KeepsWhatDoesNotLieAboveOverwrittenBytesOfATaggedDocument) {
+  examine<inspect::TaggedScan>(taggedShelves(), true, Harm::overwrite,
+                               numberFromEnvironment("KR0_HARMS", kRounds));
+}
+TEST(Salvage, KeepsWhatDoesNotLieAboveMissingBytesOfATaggedDocument) {
+  examine<inspect::TaggedScan>(taggedShelves(), true, Harm::remove,
+                               numberFromEnvironment("KR0_HARMS", kRounds));
+}
+TEST(Salvage, KeepsWhatDoesNotLieAboveInsertedBytesOfATaggedDocument) {
+  examine<inspect::TaggedScan>(taggedShelves(), true, Harm::insert,
+                               numberFromEnvironment("KR0_HARMS", kRounds));
 }
 
 }  // namespace kr::zero::test
