@@ -20,6 +20,8 @@ class DirectScan {
 
   std::string_view bytes() const noexcept { return bytes_; }
   bool knowsTypes() const noexcept { return types_ != nullptr; }
+  /// Whether bytes can be told from such that make no sense.
+  bool canTell() const noexcept { return types_ != nullptr; }
 
   /// Version, byte order, packages.
   bool readHead(Reading& reading) const;

@@ -163,7 +163,7 @@ class TolerantReader {
   std::optional<Place> findPlace(std::size_t from) {
     std::optional<Place> best;
     longTrials_ = 0;
-    if (!scan_.knowsTypes()) return best;
+    if (!scan_.canTell()) return best;
     for (std::size_t at = from; at < scan_.bytes().size() && isBudgetLeft(); ++at) {
       if (best && (at - best->at > kLookFurther || longTrials_ > kMostLongTrials)) break;
       if (anyKeep([&](std::size_t keep) { return tryPlace(at, keep, std::nullopt, best); })) break;
@@ -224,7 +224,7 @@ class TolerantReader {
   }
 
   bool standsAlone(std::size_t at, std::size_t until) {
-    if (!scan_.knowsTypes()) return false;
+    if (!scan_.canTell()) return false;
     begin(at, 0);
     trial_.mostShift = mostShift_;
     bool isSound = scan_.stepAlone(trial_);

@@ -617,7 +617,7 @@ bool TaggedScan::requireValue(Reading& reading, std::size_t at, const PropertyRe
 // --- What may have lost its beginning
 
 void TaggedScan::proposeLost(std::size_t at, const Frame* inside, std::vector<LostFrames>& proposals) const {
-  if (inside == nullptr) return;
+  if (inside == nullptr || !knowsTypes()) return;
   Cursor in{at};
   Reading probe;
   if (tagAt(at) == tags::kStartMetadata) {

@@ -22,6 +22,8 @@ class TaggedScan {
 
   std::string_view bytes() const noexcept { return bytes_; }
   bool knowsTypes() const noexcept { return types_ != nullptr; }
+  /// Whether bytes can be told from such that make no sense.
+  bool canTell() const noexcept { return true; }
 
   /// The document's beginning, version, byte order.
   bool readHead(Reading& reading);
