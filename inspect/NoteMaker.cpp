@@ -15,7 +15,9 @@ std::string realText(double number) {
   if (std::isnan(number)) return "NaN";
   if (std::isinf(number)) return number > 0 ? "INF" : "-INF";
   std::array<char, 32> digits;
-  return {digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr};
+  std::string text(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+  if (text.find_first_of(".e") == std::string::npos) text += ".0";
+  return text;
 }
 
 std::string counted(std::uint64_t count, const std::string& what) {

@@ -80,6 +80,7 @@ struct Reading {
   std::size_t at = 0;  ///< behind the last thing that was read as a whole
   OpenFrames open;
   std::uint64_t elements = 0;  ///< that began
+  bool isWhole = true;         ///< nothing had to be passed over
   bool hasEnded = false;       ///< the document's end mark was met
   /// Takes nothing but what writers write; for trying out whether bytes make sense.
   bool isStrict = false;

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -29,7 +30,7 @@ class TolerantReader {
   /// @return whether there was no damage.
   bool readAll() {
     if (!scan_.readHead(reading_)) {
-      isWhole_ = false;
+      reading_.isWhole = false;
       const Damage fault = reading_.fault;
       scan_.passHead(reading_);
       goOn(fault);
@@ -37,12 +38,12 @@ class TolerantReader {
     while (!scan_.isDone(reading_))
       if (!scan_.step(reading_)) goOn(reading_.fault);
     if (!isCutOff_ && !scan_.endsWell(reading_)) {
-      isWhole_ = false;
+      reading_.isWhole = false;
       const std::size_t end = reading_.at;
       listener_.onDamage({end, 0, end, scan_.missingEnd(), "the end of the bytes", false});
     }
     drop(0);
-    return isWhole_;
+    return reading_.isWhole;
   }
 
  private:
@@ -108,6 +109,7 @@ class TolerantReader {
     trial_.elements = reading_.elements;
     trial_.hasEnded = false;
     trial_.isStrict = true;
+    trial_.isWhole = false;
     trial_.shift.reset();
     trial_.mostShift = kAnyShift;
   }
@@ -177,8 +179,11 @@ class TolerantReader {
   }
 
   void goOn(Damage damage) {
-    isWhole_ = false;
-    const std::optional<Place> place = findPlace(damage.offset);
+    reading_.isWhole = false;
+    // A place from which nothing could be read is none.
+    const bool isSame = damage.offset == lastDamage_;
+    lastDamage_ = damage.offset;
+    const std::optional<Place> place = findPlace(damage.offset + (isSame ? 1 : 0));
     const std::size_t until = place ? place->at : scan_.bytes().size();
     damage.goesOn = place.has_value();
     mostShift_ = place && place->shift ? *place->shift - 1 : kAnyShift;
@@ -276,8 +281,8 @@ class TolerantReader {
   std::vector<LostFrames> proposals_;
   std::uint64_t budget_;
   std::size_t longTrials_ = 0;
+  std::size_t lastDamage_ = std::numeric_limits<std::size_t>::max();
   std::int64_t mostShift_ = kAnyShift;  // of elements that stand alone
-  bool isWhole_ = true;
   bool isCutOff_ = false;  // the rest could not be read
 };
 

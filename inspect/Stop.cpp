@@ -33,6 +33,7 @@ std::string foundText(std::string_view text) {
 
 void passUnknownPackage(Reading& reading, std::size_t end, std::string_view uri) {
   const std::size_t begin = std::exchange(reading.at, end);
+  reading.isWhole = false;
   if (reading.listener == nullptr) return;
   reading.listener->onDamage({.offset = begin,
                               .bytes = end - begin,

@@ -71,6 +71,10 @@ bool isEndTag(std::uint8_t tag) {
          tag == tags::kEndNamedEntry || tag == tags::kEndDocument;
 }
 
+bool isVersionOne(const ScannedValue& value) {
+  return (value.form == Form::natural || value.form == Form::integer) && value.bits == tree::kVersion;
+}
+
 /// Whether writers would have taken fewer bytes for a magnitude.
 bool isTooWide(std::uint64_t magnitude, unsigned width) {
   return tagged::getMagnitudeWidth(magnitude) != width;
@@ -258,7 +262,7 @@ bool TaggedScan::mayHoldItem(Reading& reading, std::uint8_t tag) const {
   if (top.kind == FrameKind::document) {
     const std::uint8_t wanted = top.items == 0 ? tags::kStartMetadata : tags::kStartSequence;
     const bool isRight =
-        top.items < 2 && (tag == wanted || (reading.isStrict && tag == tags::kStartSequence));
+        top.items < 2 && (tag == wanted || (!reading.isWhole && tag == tags::kStartSequence));
     return isRight ||
            refuse(top.items == 0 ? "the metadata of the document" : "the sequence of the elements");
   }
@@ -300,6 +304,9 @@ bool TaggedScan::packageOrValue(Reading& reading) const {
     return false;
   if (knowsTypes() && top.property == nullptr && isMany && value.form != Form::text)
     return stop(reading, reading.at, "the URI of a package", [] { return "another value"; });
+  const bool isVersion = top.kind == FrameKind::entry && top.property == nullptr && top.name == tree::kVersionEntry;
+  if (knowsTypes() && isVersion && !isVersionOne(value))
+    return stop(reading, reading.at, "the version 1", [] { return "another value"; });
   const PropertyRecord* const property = top.property;
   const std::string_view name = top.name;
   countItem(reading);
@@ -533,8 +540,8 @@ bool TaggedScan::wholeEntry(Reading& reading, Cursor in, const PropertyRecord* p
     return false;
   if (tagAt(in.at) != tags::kEndNamedEntry) return false;
   ++in.at;
-  const bool isVersion = reading.open.top().kind == FrameKind::metadata && name == tree::kVersionEntry;
-  if (knowsTypes() && isVersion && item.value.bits != tree::kVersion) return false;
+  const bool isOfDocument = knowsTypes() && reading.open.top().kind == FrameKind::metadata;
+  if (isOfDocument && (name != tree::kVersionEntry || !isVersionOne(item.value))) return false;
   countItem(reading);
   emit(reading, in, item);
   return true;
