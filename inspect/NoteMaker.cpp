@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "Stop.h"
+#include "fl/i18n/utf8.h"
 
 namespace kr::zero::inspect {
 
@@ -18,6 +19,21 @@ std::string realText(double number) {
   std::string text(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
   if (text.find_first_of(".e") == std::string::npos) text += ".0";
   return text;
+}
+
+/// Bytes that are no text, with "\\xe9" in place of those that are not ASCII.
+std::string readable(std::string_view text) {
+  if (fl::i18n::isWellFormedUtf8(text)) return std::string(text);
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string shown;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80)
+      shown += c;
+    else
+      shown.append("\\x").append(1, kDigits[byte >> 4]).append(1, kDigits[byte & 15u]);
+  }
+  return shown;
 }
 
 std::string counted(std::uint64_t count, const std::string& what) {
@@ -74,7 +90,7 @@ std::string textOf(const PropertyRecord* property, const ScannedValue& value) {
     case ScannedValue::Form::real:
       return realText(std::bit_cast<double>(value.bits));
     case ScannedValue::Form::text:
-      return std::string(value.text);
+      return readable(value.text);
     case ScannedValue::Form::integer:
       break;
   }
@@ -149,8 +165,9 @@ void NoteMaker::onItem(const Item& item) {
       return tell(note, counted(item.count, "package"));
     case ItemKind::package: {
       Note named = note;
-      named.value = item.value.text;
-      return tell(named, "package " + inQuotes(item.value.text));
+      const std::string uri = textOf(nullptr, item.value);
+      named.value = uri;
+      return tell(named, "package " + inQuotes(uri));
     }
     case ItemKind::begin:
     case ItemKind::beginGroup:

@@ -283,7 +283,7 @@ class TolerantReader {
   std::size_t longTrials_ = 0;
   std::size_t lastDamage_ = std::numeric_limits<std::size_t>::max();
   std::int64_t mostShift_ = kAnyShift;  // of elements that stand alone
-  bool isCutOff_ = false;  // the rest could not be read
+  bool isCutOff_ = false;               // the rest could not be read
 };
 
 }  // namespace kr::zero::inspect

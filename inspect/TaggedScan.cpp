@@ -304,7 +304,8 @@ bool TaggedScan::packageOrValue(Reading& reading) const {
     return false;
   if (knowsTypes() && top.property == nullptr && isMany && value.form != Form::text)
     return stop(reading, reading.at, "the URI of a package", [] { return "another value"; });
-  const bool isVersion = top.kind == FrameKind::entry && top.property == nullptr && top.name == tree::kVersionEntry;
+  const bool isVersion =
+      top.kind == FrameKind::entry && top.property == nullptr && top.name == tree::kVersionEntry;
   if (knowsTypes() && isVersion && !isVersionOne(value))
     return stop(reading, reading.at, "the version 1", [] { return "another value"; });
   const PropertyRecord* const property = top.property;
@@ -481,7 +482,7 @@ bool TaggedScan::entry(Reading& reading) const {
   std::string_view name;
   ScannedValue key;
   if (!primitive(reading, in, key)) return false;
-  if (key.form == Form::text) name = key.text;
+  if (key.form == Form::text && fl::i18n::isWellFormedUtf8(key.text)) name = key.text;
   if (knowsTypes() && key.form != Form::text)
     return stop(reading, reading.at, "the name of an entry", [] { return "another value"; });
   const PropertyRecord* property = nullptr;

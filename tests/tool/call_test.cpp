@@ -24,7 +24,7 @@ void expectWrongCall(const std::vector<std::string>& arguments, const std::strin
 }  // namespace
 
 TEST(Call, WrongCallsEndWithTwoAndOneSentence) {
-  expectWrongCall({}, "convert, info, cat, unpack, migrate, schema or generate cpp");
+  expectWrongCall({}, "convert, info, cat, inspect, salvage, unpack, migrate, schema or generate cpp");
   expectWrongCall({"polish"}, "polish");
   expectWrongCall({"convert", "a.xmi"}, "FILE");
   expectWrongCall({"convert", libraryXmi(), "a.krb"}, "--meta");
