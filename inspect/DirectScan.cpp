@@ -15,6 +15,9 @@ namespace kr::zero::inspect {
 namespace direct = io::direct;
 using io::Content;
 
+/// Classes that are tried for an element of which only the head is damaged.
+constexpr std::size_t kMostHeads = 64;
+
 struct DirectScan::Cursor {
   std::size_t at;
 
@@ -128,7 +131,14 @@ bool DirectScan::step(Reading& reading) const {
   if (!reading.open.empty())
     return stop(reading, reading.at, "the number of a property or the end token",
                 [] { return "the token 0, which begins an element at the top"; });
-  return begin(reading, in, nullptr);
+  return begin(reading, in, nullptr) || noteHead(reading, nullptr);
+}
+
+/// @return false.
+bool DirectScan::noteHead(Reading& reading, const PropertyRecord* property) const {
+  reading.fault.isHead = true;
+  reading.fault.headOf = property;
+  return false;
 }
 
 bool DirectScan::stepAlone(Reading& reading) const {
@@ -217,7 +227,7 @@ bool DirectScan::content(Reading& reading, Cursor& in, const PropertyRecord& pro
     case Content::datatype:
       return beginDatatype(reading, in, property);
     case Content::composition:
-      return begin(reading, in, &property);
+      return begin(reading, in, &property) || noteHead(reading, &property);
     case Content::reference:
       return reference(reading, in, property, false);
     case Content::items:
@@ -341,6 +351,15 @@ bool DirectScan::fixed(Reading& reading, Cursor& in, const PropertyRecord& prope
 }
 
 // --- What may have lost its beginning
+
+void DirectScan::proposeHeads(const Damage& damage, std::vector<LostFrames>& proposals) const {
+  if (!damage.isHead) return;
+  for (const meta::Class::Impl* const type : types_->concrete()) {
+    if (proposals.size() == kMostHeads) break;
+    if (damage.headOf == nullptr || fits(*damage.headOf, *type))
+      proposals.push_back({{.type = type, .property = damage.headOf}});
+  }
+}
 
 void DirectScan::proposeLost(std::size_t at, const Frame* inside, std::vector<LostFrames>& proposals) const {
   // A child says more than any value: its class must fit, too.

@@ -41,6 +41,8 @@ class DirectScan {
   /// What may be open that lost its beginning, if something known stands at a place: adds frames for it.
   /// @param inside what it stands in; null: nothing.
   void proposeLost(std::size_t at, const Frame* inside, std::vector<LostFrames>& proposals) const;
+  /// What an element may be whose head is damaged: adds frames for it.
+  void proposeHeads(const Damage& damage, std::vector<LostFrames>& proposals) const;
 
  private:
   struct Cursor;
@@ -49,6 +51,7 @@ class DirectScan {
   bool text(Reading& reading, Cursor& in, std::string_view& text, const char* expected) const;
   bool identity(Reading& reading, Cursor& in, ScannedIdentity& identity) const;
   bool begin(Reading& reading, Cursor& in, const PropertyRecord* property) const;
+  bool noteHead(Reading& reading, const PropertyRecord* property) const;
   bool beginDatatype(Reading& reading, Cursor& in, const PropertyRecord& property) const;
   bool end(Reading& reading, const Cursor& in) const;
   bool property(Reading& reading, Cursor& in, std::uint64_t number) const;

@@ -73,7 +73,9 @@ struct Damage {
   std::size_t at = 0;      ///< where exactly it stopped making sense
   std::string expected = {};
   std::string found = {};
-  bool goesOn = false;  ///< whether reading goes on behind it, by a guess
+  bool isHead = false;                     ///< whether it is the beginning of an element
+  const PropertyRecord* headOf = nullptr;  ///< in which that stands; null: at the top
+  bool goesOn = false;                     ///< whether reading goes on behind it, by a guess
 };
 
 /// Hears of a document, in the order of its bytes, each byte once.

@@ -292,8 +292,16 @@ void NoteMaker::tellUnread(std::size_t offset, std::size_t bytes, std::string_vi
 
 void NoteMaker::tellGuess(std::size_t offset, std::size_t bytes, std::string_view type,
                           std::string_view text) {
-  tell({.kind = NoteKind::begin, .offset = offset, .bytes = bytes, .type = type, .isGuess = true},
-       std::string(text));
+  listener_({.kind = NoteKind::begin,
+             .offset = offset,
+             .bytes = bytes,
+             .depth = open_.size(),
+             .path = {},
+             .type = type,
+             .property = {},
+             .value = {},
+             .text = text,
+             .isGuess = true});
 }
 
 }  // namespace kr::zero::inspect

@@ -146,9 +146,15 @@ class TolerantReader {
   bool tryLost(std::size_t at, std::size_t keep, std::optional<Place>& best) {
     proposals_.clear();
     scan_.proposeLost(at, keep == 0 ? nullptr : &reading_.open.at(keep - 1), proposals_);
+    return tryFrames(at, keep, proposals_, best);
+  }
+
+  /// Tries a place with each of some frames above what stays.
+  bool tryFrames(std::size_t at, std::size_t keep, const std::vector<LostFrames>& proposals,
+                 std::optional<Place>& best) {
     std::optional<Place> found;
     bool isRight = false;
-    for (const LostFrames& proposal : proposals_) {
+    for (const LostFrames& proposal : proposals) {
       std::optional<Place> place;
       const bool isThisRight = tryPlace(at, keep, proposal, place);
       if (!place || (found && !isThisRight && place->reach <= found->reach)) continue;
@@ -162,13 +168,16 @@ class TolerantReader {
     return isRight;
   }
 
-  std::optional<Place> findPlace(std::size_t from) {
+  std::optional<Place> findPlace(std::size_t from, const Damage& damage) {
+    std::vector<LostFrames> heads;
+    if (scan_.knowsTypes()) scan_.proposeHeads(damage, heads);
     std::optional<Place> best;
     longTrials_ = 0;
     if (!scan_.canTell()) return best;
     for (std::size_t at = from; at < scan_.bytes().size() && isBudgetLeft(); ++at) {
       if (best && (at - best->at > kLookFurther || longTrials_ > kMostLongTrials)) break;
       if (anyKeep([&](std::size_t keep) { return tryPlace(at, keep, std::nullopt, best); })) break;
+      if (tryFrames(at, reading_.open.size(), heads, best)) break;
       if (anyKeep([&](std::size_t keep) { return tryLost(at, keep, best); })) break;
     }
     return best;
@@ -183,7 +192,7 @@ class TolerantReader {
     // A place from which nothing could be read is none.
     const bool isSame = damage.offset == lastDamage_;
     lastDamage_ = damage.offset;
-    const std::optional<Place> place = findPlace(damage.offset + (isSame ? 1 : 0));
+    const std::optional<Place> place = findPlace(damage.offset + (isSame ? 1 : 0), damage);
     const std::size_t until = place ? place->at : scan_.bytes().size();
     damage.goesOn = place.has_value();
     mostShift_ = place && place->shift ? *place->shift - 1 : kAnyShift;

@@ -39,6 +39,7 @@ template <class Expected, class Found = const char*>
 bool stop(Reading& reading, std::size_t at, const Expected& expected, const Found& found = "") {
   reading.fault.offset = reading.at;
   reading.fault.at = at;
+  reading.fault.isHead = false;
   if (reading.listener != nullptr) {
     reading.fault.expected = internal::worded(expected);
     reading.fault.found = internal::worded(found);

@@ -43,6 +43,8 @@ class TaggedScan {
   /// What may be open that lost its beginning, if something known stands at a place: adds frames for it.
   /// @param inside what it stands in; null: nothing.
   void proposeLost(std::size_t at, const Frame* inside, std::vector<LostFrames>& proposals) const;
+  /// What an element may be whose head is damaged: names of entries tell that.
+  void proposeHeads(const Damage&, std::vector<LostFrames>&) const {}
 
  private:
   struct Cursor;
