@@ -104,7 +104,7 @@ Extent ArchiveFile::require(const Part& part, const char* name) const {
 std::vector<ArchivePart> ArchiveFile::parts() const {
   std::vector<ArchivePart> parts;
   const auto add = [&parts](const char* name, const Part& part) {
-    if (part) parts.push_back({name, part->size});
+    if (part) parts.push_back({name, part->size, part->offset});
   };
   add(kManifestPart, manifest_);
   add(kMetaModelPart, metaModel_);

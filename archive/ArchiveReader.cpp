@@ -15,6 +15,8 @@ namespace kr::zero::archive {
 namespace {
 
 constexpr std::size_t kPiece = std::size_t{1} << 17;
+constexpr std::size_t kSmallPiece = 256;
+constexpr std::uint64_t kFrameChecksumBytes = 4;
 constexpr std::uint64_t kMostAtOnce = std::uint64_t{1} << 20;  // compressed bytes that may lie in memory
 // 8 MiB, which RFC 8878 asks every decompressor to have; our frames need an eighth of it.
 constexpr FrameRules kRules{.largestWindowLog = 23, .provesItself = true};
@@ -227,6 +229,41 @@ std::vector<std::uint8_t> ArchiveReader::readDocument() try {
     bytes.insert(bytes.end(), begin, begin + piece.size());
   });
   return bytes;
+} catch (...) {
+  rethrowAsError({.file = name()});
+}
+
+PartialDocument ArchiveReader::readPartialDocument() try {
+  const Extent at = impl_->file.document();
+  PartialDocument document;
+  std::string piece;
+  std::uint64_t read = 0;
+  // What is unpacked while something is found to be wrong is lost, so the pieces are small, and the checksum,
+  // which stands at the end, is one of its own.
+  const auto give = [&] {
+    const std::uint64_t left = at.size - read;
+    const std::uint64_t next = left > kFrameChecksumBytes ? left - kFrameChecksumBytes : left;
+    piece = impl_->file.read(at.offset + read,
+                             static_cast<std::size_t>(std::min<std::uint64_t>(kSmallPiece, next)));
+    read += piece.size();
+    return std::string_view(piece);
+  };
+  const auto take = [&](std::string_view bytes) {
+    const auto* const begin = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    document.bytes.insert(document.bytes.end(), begin, begin + bytes.size());
+    if (document.bytes.size() > impl_->limits.bytes) impl_->failLimit(kDocumentPart);
+  };
+  try {
+    decompress(give, take, {.largestWindowLog = kRules.largestWindowLog});
+    const std::optional<Manifest>& manifest = impl_->manifest;
+    const std::string_view text(reinterpret_cast<const char*>(document.bytes.data()), document.bytes.size());
+    if (manifest && hashOf(text) != manifest->hash) document.damage = "the manifest has another hash for it";
+  } catch (const Error&) {
+    throw;
+  } catch (const std::runtime_error& error) {
+    document.damage = error.what();
+  }
+  return document;
 } catch (...) {
   rethrowAsError({.file = name()});
 }

@@ -79,8 +79,10 @@ void cat(const ShowOptions& options) {
     const bool isTagged =
         document.format == Format::krt && !options.stable && (input.metaModels.empty() || options.events);
     if (isTagged) {
-      TreeVisitor nobody;
-      checkTagged(document, nobody);  // before the first line is printed
+      if (!options.events) {
+        TreeVisitor nobody;
+        checkTagged(document, nobody);  // before the first line is printed
+      }
       addHeading(options, input, out);
       return catTagged(document, options, out);
     }

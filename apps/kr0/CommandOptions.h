@@ -23,6 +23,7 @@ void addSchemaCommands(CLI::App& app);
 void addTableCommands(CLI::App& app);
 void addStudyCommands(CLI::App& app);
 void addAssembleCommands(CLI::App& app);
+void addInspectCommands(CLI::App& app);
 ///@}
 
 /// A verb. What it does is set as its callback, which keeps its options.

@@ -266,7 +266,13 @@ void visitTagged(const Document& document, TreeVisitor& visitor) {
 
 void sendTagged(const Document& document, TreeEvents& target) {
   io::BinaryAssembler assembler(&target);
-  assemble(document, assembler);
+  try {
+    assemble(document, assembler);
+    if (!assembler.hasEnded()) throw std::runtime_error("the document ends without its end mark");
+  } catch (...) {
+    io::rethrowReadFailure(asFailed(document),
+                           {.byteOffset = assembler.getByteOffset(), .problem = assembler.getErrorDetail()});
+  }
 }
 
 }  // namespace kr::zero::tool

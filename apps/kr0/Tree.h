@@ -72,7 +72,8 @@ void checkTagged(const Document& document, TreeVisitor& visitor);
 /// reference, and no others, is taken for one.
 void visitTagged(const Document& document, TreeVisitor& visitor);
 
-/// Sends the tree events of a tagged document that checkTagged has found to be whole.
+/// Sends the tree events of a tagged document, be it that of a model or not.
+/// @throws Error where it is damaged; what precedes the damage was sent then.
 void sendTagged(const Document& document, modeling::sylvan::SylvanEventProcessor<void>& target);
 
 }  // namespace kr::zero::tool

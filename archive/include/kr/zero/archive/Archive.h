@@ -88,8 +88,16 @@ struct ArchiveBytes {
 
 /// A part of an archive as it lies in its file.
 struct ArchivePart {
-  std::string name;         ///< "manifest", "meta model" or "document"
-  std::uint64_t bytes = 0;  ///< that it takes there
+  std::string name;          ///< "manifest", "meta model" or "document"
+  std::uint64_t bytes = 0;   ///< that it takes there
+  std::uint64_t offset = 0;  ///< of the first of them: behind the head of a skippable frame
+};
+
+/// As much of a document as can be had.
+struct PartialDocument {
+  std::vector<std::uint8_t>
+      bytes;                ///< those before the damage, or all, of which some may be others than they were
+  std::string damage = {};  ///< what is wrong; empty: it is whole
 };
 
 /// A model with what it needs to live.
@@ -130,6 +138,9 @@ class KR0_ARCHIVE_API ArchiveReader {
   /// The bytes of the document. Where the manifest is damaged their own checksum has to do.
   /// @throws Error where it is damaged, or over the limit.
   std::vector<std::uint8_t> readDocument();
+  /// The bytes of a document as far as they can be unpacked.
+  /// @throws Error where there is no document, or it is over the limit.
+  PartialDocument readPartialDocument();
   /// The model, by the meta model of the archive.
   /// @throws Error where any part is damaged, or over the limit.
   LoadedArchive readModel();
