@@ -63,6 +63,8 @@ class Matcher {
     visitAll();
     matchAlikeAnywhere();
     visitAll();
+    matchAroundChildren();
+    visitAll();
   }
 
  private:
@@ -153,8 +155,7 @@ class Matcher {
   void matchChildren(Ordinal a, Ordinal b, std::vector<Ordinal>& looseA, std::vector<Ordinal>& looseB) {
     const auto key = [](const Outline& outline) {
       return [&outline](Ordinal at) {
-        const Marks& marks = outline.marks(at);
-        return mixed(mixed(marks.tree, marks.incoming), outline.slot(at));
+        return mixed(mixed(outline.marks(at).tree, outline.incoming(at)), outline.slot(at));
       };
     };
     pairAlong(looseA, looseB, key(a_), key(b_), [&](Ordinal x, Ordinal y) { return match(x, y); });
@@ -300,6 +301,8 @@ class Matcher {
       const bool isSame = areAlike(valuesIn(a_.record(a), slot), valuesIn(b_.record(b), slot));
       ++(isSame ? likeness.same : likeness.different);
     }
+    const Mark incoming = a_.incoming(a);
+    if (incoming != 0 && incoming == b_.incoming(b)) likeness.same += 2;  // others hold them for the same
     compareChildren(a, b, likeness);
     return likeness;
   }

@@ -7,7 +7,9 @@
 /// marks, so that no step holds each element against each other.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "Outline.h"
@@ -29,6 +31,12 @@ class Matching {
   std::vector<Ordinal> inB_;
   std::vector<Ordinal> inA_;
 };
+
+/// Goes through two lists side by side: places with equal marks, growing in both lists. As many as can be,
+/// where the lists differ by a few entries at a time; where they differ by more, some may be missed.
+/// @return places in the one and in the other. An entry whose mark is 0 equals none.
+std::vector<std::pair<std::size_t, std::size_t>> alignMarks(const std::vector<Mark>& a,
+                                                            const std::vector<Mark>& b);
 
 /// Pairs what has equal keys, each once and in order; in both lists that remains which has no partner.
 /// @param key gives the Mark of an entry of either list; 0: it has none.

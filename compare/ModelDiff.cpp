@@ -1,7 +1,6 @@
 #include "kr/zero/compare/ModelDiff.h"
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
 #include "Comparison.h"
@@ -18,8 +17,6 @@ class DifferenceFinder {
  public:
   explicit DifferenceFinder(ModelDiff::Impl& result)
       : result_(result), a_(result.a), b_(result.b), matching_(result.matching) {
-    idsA_.resize(a_.size());
-    std::iota(idsA_.begin(), idsA_.end(), 0);
     idsB_.resize(b_.size());
     for (Ordinal b = 0; b < b_.size(); ++b)
       idsB_[b] = matching_.inA(b) != kNone ? matching_.inA(b) : b | kOnlyInB;
@@ -93,7 +90,7 @@ class DifferenceFinder {
     for (const std::uint16_t slot : slots_) {
       const SlotValues before = valuesIn(a_.record(a), slot);
       const SlotValues after = valuesIn(b_.record(b), slot);
-      if (areEqual({&a_, &idsA_}, before, {&b_, &idsB_}, after)) continue;
+      if (areEqual({&a_, nullptr}, before, {&b_, &idsB_}, after)) continue;
       if (before.isReference() && isLeftByRemoval(before, after)) continue;
       Difference& difference = note(DifferenceKind::changed, a, b);
       difference.property = meta::Property(before.property);
@@ -117,7 +114,7 @@ class DifferenceFinder {
     left.items = kept_.data();
     left.size = static_cast<std::uint32_t>(kept_.size());
     if (kept_.empty()) left.state = before.property->isMany() ? PropertyState::empty : PropertyState::unset;
-    return areEqual({&a_, &idsA_}, left, {&b_, &idsB_}, after);
+    return areEqual({&a_, nullptr}, left, {&b_, &idsB_}, after);
   }
 
   Difference& note(DifferenceKind kind, Ordinal a, Ordinal b) {
@@ -172,7 +169,6 @@ class DifferenceFinder {
   const Outline& a_;
   const Outline& b_;
   const Matching& matching_;
-  std::vector<std::uint32_t> idsA_;
   std::vector<std::uint32_t> idsB_;
   std::vector<bool> isReordered_;
   std::vector<std::uint16_t> slots_;
@@ -225,7 +221,7 @@ std::string Difference::sentence() const {
   return word + pathBefore + '.' + property->name() + ": " + valueBefore + " -> " + valueAfter;
 }
 
-const std::vector<Difference>& ModelDiff::differences() const noexcept { return impl_->differences; }
+const std::vector<Difference>& ModelDiff::differences() const& noexcept { return impl_->differences; }
 
 ConstElement ModelDiff::afterOf(ConstElement before) const {
   const Ordinal at = impl_->a.find(before);

@@ -72,9 +72,9 @@ ConstElement Outline::element(Ordinal at) const {
 Ordinal Outline::find(ConstElement element) const {
   if (!element || ElementAccess::storeOf(element) != store_) return kNone;
   const ElementRecord* const record = ElementAccess::recordOf(element);
-  if (record->index >= byIndex_.size()) return kNone;
-  const Ordinal at = byIndex_[record->index];
-  return at != kNone && records_[at] == record ? at : kNone;
+  if (!byIndex_.empty() && record->index >= byIndex_.size()) return kNone;
+  const Ordinal at = ordinalOf(record);
+  return at < size() && records_[at] == record ? at : kNone;
 }
 
 meta::Property Outline::containingProperty(Ordinal at) const noexcept {
@@ -89,8 +89,6 @@ void Outline::add(const ElementRecord* record, Ordinal container, std::uint32_t 
   ends_.push_back(at + 1);
   positions_.push_back(position);
   slots_.push_back(record->container == nullptr ? std::uint16_t{0} : record->containerSlot);
-  if (record->index >= byIndex_.size()) byIndex_.resize(record->index + std::size_t{1}, kNone);
-  byIndex_[record->index] = at;
 }
 
 void Outline::layOut() {
@@ -100,7 +98,6 @@ void Outline::layOut() {
   ends_.reserve(size);
   positions_.reserve(size);
   slots_.reserve(size);
-  byIndex_.reserve(size);
   records_.push_back(nullptr);
   containers_.push_back(kNone);
   ends_.push_back(1);
@@ -141,17 +138,30 @@ void Outline::layOut() {
     add(next.record, next.container, next.position);
     pushChildren(next.record, this->size() - 1);
   }
+  indexRecords();
   for (Ordinal at = this->size(); at-- > 1;) {
     Ordinal& around = ends_[containers_[at]];
     around = std::max(around, ends_[at]);
   }
 }
 
+void Outline::indexRecords() {
+  bool isInOrder = true;
+  std::uint32_t last = 0;
+  for (Ordinal at = 1; at < size(); ++at) {
+    isInOrder = isInOrder && records_[at]->index + 1 == at;
+    last = std::max(last, records_[at]->index);
+  }
+  if (isInOrder) return;
+  byIndex_.assign(last + std::size_t{1}, kNone);
+  for (Ordinal at = 1; at < size(); ++at) byIndex_[records_[at]->index] = at;
+}
+
 void Outline::mark(const CompareOptions& options) {
   marks_.resize(size());
   Roles roles(options);
   for (Ordinal at = 1; at < size(); ++at) markOwn(at, roles.of(*records_[at]->use));
-  for (Ordinal at = 1; at < size(); ++at) markReferences(at);
+  markReferences();
   for (Ordinal at = size(); at-- > 0;) {
     Mark tree = marks_[at].content;
     for (Ordinal child = at + 1; child < ends_[at]; child = ends_[child])
@@ -187,29 +197,48 @@ void Outline::markOwn(Ordinal at, std::span<const std::uint8_t> roles) {
   marks.own = own;
 }
 
-void Outline::markReferences(Ordinal at) {
-  const auto labelOf = [&](Ordinal element) {
-    const Marks& marks = marks_[element];
-    if (marks.strong != 0) return marks.strong;
-    return marks.name != 0 ? marks.name : marks.own;
+void Outline::markReferences() {
+  incoming_.resize(size());
+  std::vector<Mark> labels(size());
+  for (Ordinal at = 1; at < size(); ++at) {
+    Marks& marks = marks_[at];
+    marks.content = marks.own;
+    labels[at] = marks.strong != 0 ? marks.strong : marks.name != 0 ? marks.name : marks.own;
+  }
+  // Targets lie anywhere. Asking for some of them before they are needed takes half the time of large models.
+  struct Reference {
+    Ordinal from;
+    Ordinal to;
+    std::uint64_t slot;
   };
-  const ElementRecord* const record = records_[at];
-  Mark content = marks_[at].own;
-  if (record->use->type->hasAssociations()) {
+  std::array<Reference, 64> waiting;
+  std::size_t count = 0;
+  const auto settle = [&] {
+    for (const Reference& reference : std::span(waiting).first(count)) {
+      Mark& content = marks_[reference.from].content;
+      content = mixed(mixed(content, reference.slot), labels[reference.to]);
+      incoming_[reference.to] += mixed(labels[reference.from], reference.slot);
+    }
+    count = 0;
+  };
+  for (Ordinal at = 1; at < size(); ++at) {
+    const ElementRecord* const record = records_[at];
+    if (!record->use->type->hasAssociations()) continue;
     for (std::uint16_t i = 0; i < record->count; ++i) {
       const SlotValues values = valuesAt(record, i);
-      if (!isValue(values) || !values.isReference()) continue;
-      const std::size_t slot = cells::slotOf(record->slots()[i]);
+      if (!values.isReference()) continue;
       for (std::uint32_t k = 0; k < values.size; ++k) {
         if (values.isUnresolved(k)) continue;
         const Ordinal target = ordinalOfIndex(cells::targetIndex(values.items[k]));
-        if (target == kNone) continue;
-        content = mixed(mixed(content, slot), labelOf(target));
-        marks_[target].incoming += mixed(labelOf(at), slot);
+        if (target >= size()) continue;
+        __builtin_prefetch(&labels[target]);
+        __builtin_prefetch(&incoming_[target], 1);
+        waiting[count++] = {at, target, cells::slotOf(record->slots()[i])};
+        if (count == waiting.size()) settle();
       }
     }
   }
-  marks_[at].content = content;
+  settle();
 }
 
 std::string Outline::path(Ordinal at) const {

@@ -30,12 +30,11 @@ using Mark = std::uint64_t;
 
 /// Marks of one element, the stricter the later.
 struct Marks {
-  Mark strong = 0;    ///< class with identity, or with an id attribute; 0: it has none
-  Mark name = 0;      ///< class with an attribute like "name"; 0: it has none
-  Mark own = 0;       ///< class with values, without references to elements
-  Mark content = 0;   ///< that with what its references lead to
-  Mark tree = 0;      ///< content of it and of all below it
-  Mark incoming = 0;  ///< what refers to it; 0: nothing
+  Mark strong = 0;   ///< class with identity, or with an id attribute; 0: it has none
+  Mark name = 0;     ///< class with an attribute like "name"; 0: it has none
+  Mark own = 0;      ///< class with values, without references to elements
+  Mark content = 0;  ///< that with what its references lead to
+  Mark tree = 0;     ///< content of it and of all below it
 };
 
 class Outline {
@@ -48,8 +47,10 @@ class Outline {
   const ElementRecord* record(Ordinal at) const noexcept { return records_[at]; }
   ConstElement element(Ordinal at) const;
   /// The number of an element of this model.
-  Ordinal ordinalOf(const ElementRecord* record) const noexcept { return byIndex_[record->index]; }
-  Ordinal ordinalOfIndex(std::uint32_t index) const noexcept { return byIndex_[index]; }
+  Ordinal ordinalOf(const ElementRecord* record) const noexcept { return ordinalOfIndex(record->index); }
+  Ordinal ordinalOfIndex(std::uint32_t index) const noexcept {
+    return byIndex_.empty() ? index + 1 : byIndex_[index];
+  }
   /// The number of an element, kNone for what is not in the model.
   Ordinal find(ConstElement element) const;
   Ordinal container(Ordinal at) const noexcept { return containers_[at]; }
@@ -60,6 +61,8 @@ class Outline {
   /// The slot that holds it; 0 for roots.
   std::uint16_t slot(Ordinal at) const noexcept { return slots_[at]; }
   const Marks& marks(Ordinal at) const noexcept { return marks_[at]; }
+  /// A mark of what refers to it; 0: nothing.
+  Mark incoming(Ordinal at) const noexcept { return incoming_[at]; }
   /// The property that holds it; empty for a root.
   meta::Property containingProperty(Ordinal at) const noexcept;
   /// As ConstElement::getPath gives it, without a search.
@@ -68,9 +71,10 @@ class Outline {
  private:
   void add(const ElementRecord* record, Ordinal container, std::uint32_t position);
   void layOut();
+  void indexRecords();
   void mark(const CompareOptions& options);
   void markOwn(Ordinal at, std::span<const std::uint8_t> roles);
-  void markReferences(Ordinal at);
+  void markReferences();
 
   const Model* model_;
   internal::ModelStore* store_ = nullptr;
@@ -80,7 +84,8 @@ class Outline {
   std::vector<std::uint32_t> positions_;
   std::vector<std::uint16_t> slots_;
   std::vector<Marks> marks_;
-  std::vector<Ordinal> byIndex_;
+  std::vector<Mark> incoming_;
+  std::vector<Ordinal> byIndex_;  // empty where records are numbered in document order from 0
 };
 
 }  // namespace kr::zero::compare

@@ -70,44 +70,18 @@ void pairByKey(std::vector<Entry>& listA, std::vector<Entry>& listB, KeyA keyA, 
 
 template <class Entry, class KeyA, class KeyB, class Pair>
 void pairAlong(std::vector<Entry>& listA, std::vector<Entry>& listB, KeyA keyA, KeyB keyB, Pair pair) {
-  constexpr std::size_t kWindow = 16;  // so many additions or removals in a row are got over
-  std::vector<Entry> restA;
-  std::vector<Entry> restB;
-  std::size_t a = 0;
-  std::size_t b = 0;
-  const auto isPair = [&](std::size_t i, std::size_t j) {
-    if (i >= listA.size() || j >= listB.size()) return false;
-    const Mark key = keyA(listA[i]);
-    return key != 0 && key == keyB(listB[j]);
-  };
-  while (a < listA.size() && b < listB.size()) {
-    if (isPair(a, b) && pair(listA[a], listB[b])) {
-      ++a, ++b;
-      continue;
-    }
-    std::size_t skipA = 1;
-    std::size_t skipB = 1;
-    for (std::size_t n = 1; n <= kWindow; ++n) {
-      if (isPair(a + n, b + n)) {
-        skipA = skipB = n;
-        break;
-      }
-      if (isPair(a + n, b)) {
-        skipA = n, skipB = 0;
-        break;
-      }
-      if (isPair(a, b + n)) {
-        skipA = 0, skipB = n;
-        break;
-      }
-    }
-    while (skipA-- > 0 && a < listA.size()) restA.push_back(listA[a++]);
-    while (skipB-- > 0 && b < listB.size()) restB.push_back(listB[b++]);
-  }
-  restA.insert(restA.end(), listA.begin() + static_cast<std::ptrdiff_t>(a), listA.end());
-  restB.insert(restB.end(), listB.begin() + static_cast<std::ptrdiff_t>(b), listB.end());
-  listA = std::move(restA);
-  listB = std::move(restB);
+  std::vector<Mark> marksA;
+  std::vector<Mark> marksB;
+  marksA.reserve(listA.size());
+  marksB.reserve(listB.size());
+  for (const Entry& entry : listA) marksA.push_back(keyA(entry));
+  for (const Entry& entry : listB) marksB.push_back(keyB(entry));
+  std::vector<bool> takenA(listA.size());
+  std::vector<bool> takenB(listB.size());
+  for (const auto& [a, b] : alignMarks(marksA, marksB))
+    if (pair(listA[a], listB[b])) takenA[a] = takenB[b] = true;
+  pairing::keepOthers(listA, takenA);
+  pairing::keepOthers(listB, takenB);
   pairByKey(listA, listB, keyA, keyB, pair);
 }
 

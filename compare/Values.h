@@ -62,10 +62,11 @@ std::string keyOf(const SlotValues& values, std::size_t at);
 /// An outline with numbers for its elements that are the same for the same element in other outlines.
 struct Side {
   const Outline* outline;
-  const std::vector<std::uint32_t>* ids;
+  const std::vector<std::uint32_t>* ids;  ///< null: its own numbers
 
   std::uint32_t idOf(cells::Cell reference) const noexcept {
-    return (*ids)[outline->ordinalOfIndex(cells::targetIndex(reference))];
+    const Ordinal at = outline->ordinalOfIndex(cells::targetIndex(reference));
+    return ids == nullptr ? at : (*ids)[at];
   }
 };
 

@@ -4,6 +4,7 @@
 #   apps -> all others                      archive -> evolution, interop, library, framework
 #   interop -> framework                    evolution -> framework      interop/cpp -> interop/ecore too
 #   library -> framework's public headers   framework -> nothing of the others
+#   compare -> framework
 #
 # The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
 #
@@ -20,10 +21,10 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
 inner_layers=(foundation,text log events,rules meta model io) # from the ground up
-allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution cpp:interop cpp:framework \
-interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework "
-include_folders="src/framework/include include interop/ecore/include interop/cpp/include evolution/include archive/include \
-src/framework src interop/ecore interop/cpp evolution archive apps/kr0"
+allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution apps:compare cpp:interop cpp:framework \
+interop:framework library:framework evolution:framework compare:framework archive:evolution archive:interop archive:library archive:framework "
+include_folders="src/framework/include include interop/ecore/include interop/cpp/include evolution/include compare/include archive/include \
+src/framework src interop/ecore interop/cpp evolution compare archive apps/kr0"
 
 layer_of() {
   case $1 in
@@ -37,6 +38,8 @@ layer_of() {
     interop/*) echo interop-internal ;;
     evolution/include/*) echo evolution ;;
     evolution/*) echo evolution-internal ;;
+    compare/include/*) echo compare ;;
+    compare/*) echo compare-internal ;;
     archive/include/*) echo archive ;;
     archive/*) echo archive-internal ;;
     apps/*) echo apps ;;
@@ -87,6 +90,7 @@ own_folders() {
     interop*) echo "interop/ecore/include interop/ecore" ;;
     cpp*) echo "interop/cpp/include interop/cpp" ;;
     evolution*) echo "evolution/include evolution" ;;
+    compare*) echo "compare/include compare" ;;
     archive*) echo "archive/include archive" ;;
     apps) echo "apps/kr0" ;;
   esac
@@ -104,7 +108,7 @@ find_header() {
 }
 
 list_includes() {
-  find apps archive evolution include interop src \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+  find apps archive compare evolution include interop src \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
     xargs -0 -r grep -HoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<](kr/|fl/|foundation/|resource_core/|[^">]+\.h")[^">]*' |
     sed -E 's/^([^:]+):.*["<]([^">]+).*/\1 \2/; s/"$//' | sort -u
 }

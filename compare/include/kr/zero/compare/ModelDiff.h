@@ -62,9 +62,12 @@ struct CompareOptions {
 /// it and stay as they are. Copies share everything. Threads: may be read by many.
 class KR0_COMPARE_API ModelDiff {
  public:
+  ///@{
   /// In the order of the first model; what was added follows what is said of its container. The same two
   /// models give the same differences.
-  const std::vector<Difference>& differences() const noexcept;
+  const std::vector<Difference>& differences() const& noexcept;
+  std::vector<Difference> differences() && { return differences(); }
+  ///@}
   /// Whether both models say the same, as findDifference would tell.
   bool isEmpty() const noexcept { return differences().empty(); }
   /// The element of the second model that an element of the first one became, or an empty handle.
