@@ -85,7 +85,7 @@ void addMan(CLI::App& app) {
 
 void describe(CLI::App& app) {
   app.require_subcommand(0, 1);
-  needVerb(app, "convert, info, cat, unpack, migrate, schema or generate cpp");
+  needVerb(app, "convert, info, cat, unpack, migrate, diff, merge, git-setup, schema or generate cpp");
   app.set_version_flag("--version", "kr0 " KR0_VERSION, "Print the version and end");
   app.add_flag("-q,--quiet", manner().isQuiet, "Print results and errors, and nothing else");
   app.add_flag_callback(
@@ -102,6 +102,7 @@ void describe(CLI::App& app) {
       "2 the call is wrong, 3 done as far as a bad input let it be.");
   addDocumentCommands(app);
   addSchemaCommands(app);
+  addCompareCommands(app);
   addCompletion(app);
   addMan(app);
 }

@@ -20,6 +20,7 @@ inline constexpr const char* kNewSchemas = "--new";
 /// The groups of verbs; each has a file of its own.
 void addDocumentCommands(CLI::App& app);
 void addSchemaCommands(CLI::App& app);
+void addCompareCommands(CLI::App& app);
 ///@}
 
 /// A verb. What it does is set as its callback, which keeps its options.
