@@ -6,6 +6,7 @@
 #   interop/json, interop/tables -> framework
 #   study -> framework
 #   library -> framework's public headers   framework -> nothing of the others
+#   compare -> framework
 #
 # The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
 #
@@ -24,9 +25,9 @@ here=$(cd "$(dirname "$0")" && pwd)
 inner_layers=(foundation,text log events,rules meta model io) # from the ground up
 allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution cpp:interop cpp:framework \
 interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework \
-apps:json apps:tables json:framework tables:framework apps:study study:framework "
-include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include archive/include study/include \
-src/framework src interop/ecore interop/cpp interop/json interop/tables evolution archive study apps/kr0"
+apps:json apps:tables json:framework tables:framework apps:study study:framework apps:compare compare:framework "
+include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include compare/include archive/include study/include \
+src/framework src interop/ecore interop/cpp interop/json interop/tables evolution compare archive study apps/kr0"
 
 layer_of() {
   case $1 in
@@ -46,6 +47,8 @@ layer_of() {
     evolution/*) echo evolution-internal ;;
     study/include/*) echo study ;;
     study/*) echo study-internal ;;
+    compare/include/*) echo compare ;;
+    compare/*) echo compare-internal ;;
     archive/include/*) echo archive ;;
     archive/*) echo archive-internal ;;
     apps/*) echo apps ;;
@@ -99,6 +102,7 @@ own_folders() {
     tables*) echo "interop/tables/include interop/tables" ;;
     evolution*) echo "evolution/include evolution" ;;
     study*) echo "study/include study" ;;
+    compare*) echo "compare/include compare" ;;
     archive*) echo "archive/include archive" ;;
     apps) echo "apps/kr0" ;;
   esac
@@ -116,7 +120,7 @@ find_header() {
 }
 
 list_includes() {
-  find apps archive evolution include interop src study \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+  find apps archive compare evolution include interop src study \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
     xargs -0 -r grep -HoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<](kr/|fl/|foundation/|resource_core/|[^">]+\.h")[^">]*' |
     sed -E 's/^([^:]+):.*["<]([^">]+).*/\1 \2/; s/"$//' | sort -u
 }

@@ -103,6 +103,7 @@ void describe(CLI::App& app) {
   addDocumentCommands(app);
   addTableCommands(app);
   addSchemaCommands(app);
+  addCompareCommands(app);
   addInspectCommands(app);
   addStudyCommands(app);
   addAssembleCommands(app);

@@ -24,6 +24,7 @@ void addTableCommands(CLI::App& app);
 void addStudyCommands(CLI::App& app);
 void addAssembleCommands(CLI::App& app);
 void addInspectCommands(CLI::App& app);
+void addCompareCommands(CLI::App& app);
 ///@}
 
 /// A verb. What it does is set as its callback, which keeps its options.

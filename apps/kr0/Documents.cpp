@@ -86,7 +86,7 @@ std::string asArchive(const Model& model, const MetaModels& metaModels, const Wr
 }
 
 std::string packed(std::string bytes, const std::string& path, const WriteOptions& options) {
-  const archive::Packing packing = archive::packingOfName(path);
+  const archive::Packing packing = options.packing.value_or(archive::packingOfName(path));
   if (packing == archive::Packing::none) return bytes;
   const int usual = packing == archive::Packing::gzip ? kUsualGzipLevel : archive::kDefaultLevel;
   return archive::pack(bytes, packing, options.level.value_or(usual));

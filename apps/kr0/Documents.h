@@ -107,6 +107,7 @@ struct LoadedDocument {
 struct WriteOptions {
   std::optional<int> level = {};  ///< of compression, 1 to 19; empty: the usual one
   bool tagged = false;            ///< whether the document in an archive is in the tagged format
+  std::optional<archive::Packing> packing = {};  ///< around the document; empty: as the name says
 };
 
 /// What a direct binary document says of itself before its first element.

@@ -28,6 +28,16 @@ FeatureMapping& Mapping::Impl::make(meta::Property property) {
   return features[index];
 }
 
+std::vector<meta::Property> idAttributesOf(const Mapping& mapping) {
+  std::vector<meta::Property> ids;
+  for (const meta::PackageInfo& package : mapping.getRegistry().getPackages())
+    for (const meta::Type type : package.types)
+      if (const meta::StructuredType structured(type); structured)
+        for (const meta::Property property : structured->getOwnedAttributes())
+          if (mapping.impl().of(property).isIdentifier) ids.push_back(property);
+  return ids;
+}
+
 const PackageMapping* Mapping::Impl::findPackage(std::string_view uri) const {
   const auto it = packageByUri.find(uri);
   return it == packageByUri.end() ? nullptr : &packages[it->second];

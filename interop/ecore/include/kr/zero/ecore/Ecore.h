@@ -70,6 +70,9 @@ class KR0_ECORE_API Mapping {
 KR0_ECORE_API std::shared_ptr<const Mapping> loadMetaModels(const std::vector<std::filesystem::path>& paths,
                                                             meta::MetaRegistry& registry);
 
+/// The attributes that .ecore files mark as ids: what names an element within its document.
+KR0_ECORE_API std::vector<meta::Property> idAttributesOf(const Mapping& mapping);
+
 /// A meta model's file in memory.
 struct EcoreFile {
   std::string name;  ///< a path by which others refer to it; '/' between folders
