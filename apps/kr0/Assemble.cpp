@@ -74,6 +74,16 @@ class Documents {
   std::deque<Model> models_;
 };
 
+JoinedModels joinAll(const std::vector<JoinSource>& sources, const JoinOptions& options) {
+  try {
+    return joinModels(sources, {.dropClashes = options.dropClashes});
+  } catch (const ModelError& error) {
+    ErrorDetails details = error.getDetails();
+    details.problem += "; --drop-clashes takes it from the later one";
+    throw Error(error.getCode(), details);
+  }
+}
+
 void sayDropped(std::size_t dropped) {
   if (dropped == 0 || manner().isQuiet) return;
   std::cerr << "kr0: " + std::to_string(dropped) +
@@ -97,7 +107,7 @@ std::vector<ConstElement> findAll(const Model& model, const ExtractOptions& opti
 void join(const JoinOptions& options) {
   const Format format = formatOf(options.output);
   const Documents documents(options.inputs);
-  const JoinedModels joined = joinModels(documents.sources(), {.dropClashes = options.dropClashes});
+  const JoinedModels joined = joinAll(documents.sources(), options);
   write(joined.model, options.output, format, documents.metaModels());
   sayDropped(joined.dropped);
 }

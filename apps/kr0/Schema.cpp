@@ -2,6 +2,7 @@
 
 #include "Commands.h"
 #include "Files.h"
+#include "Visible.h"
 
 namespace kr::zero::tool {
 
@@ -33,25 +34,69 @@ std::vector<meta::Property> propertiesOf(meta::Type type) {
   return structured ? structured->getAllProperties() : std::vector<meta::Property>();
 }
 
+std::string qualifiedName(meta::Property property) {
+  return property->getOwner()->qualifiedName() + '.' + property->name();
+}
+
+std::vector<meta::Class> supertypesOf(meta::Type type) {
+  const meta::Class classType(type);
+  return classType ? classType->getSupertypes() : std::vector<meta::Class>();
+}
+
+// Those that say something else than is usual.
+std::vector<std::string> markersOf(meta::Property property) {
+  std::vector<std::string> markers;
+  if (property->isDerived()) markers.push_back("derived");
+  if (property->isStatic()) markers.push_back("static");
+  if (property->isTransient()) markers.push_back("transient");
+  if (property->isMany() && !property->isOrdered()) markers.push_back("unordered");
+  if (property->isMany() && !property->isUnique()) markers.push_back("with repetitions");
+  return markers;
+}
+
 Json asJson(meta::Property property) {
   const meta::Type type = property->getType();
-  return {{"name", property->name()},
-          {"id", property->getIdentifier()},
-          {"type", type->qualifiedName()},
-          {"category", categoryOf(property)},
-          {"many", property->isMany()},
-          {"optional", property->isOptional()},
-          {"enum", static_cast<bool>(meta::Enum(type))},
-          {"stored", isWritten(property)}};
+  Json json{{"name", property->name()},
+            {"id", property->getIdentifier()},
+            {"type", type->qualifiedName()},
+            {"category", categoryOf(property)},
+            {"many", property->isMany()},
+            {"optional", property->isOptional()},
+            {"enum", static_cast<bool>(meta::Enum(type))},
+            {"stored", isWritten(property)},
+            {"from", property->getOwner()->qualifiedName()},
+            {"lower", property->getLower()},
+            {"upper", property->getUpper() < 0 ? Json() : Json(property->getUpper())},
+            {"ordered", property->isOrdered()},
+            {"unique", property->isUnique()},
+            {"derived", property->isDerived()},
+            {"static", property->isStatic()},
+            {"transient", property->isTransient()}};
+  if (property->getOpposite()) json["opposite"] = qualifiedName(property->getOpposite());
+  if (property->getDefaultText()) json["default"] = *property->getDefaultText();
+  return json;
+}
+
+Json literalsOf(meta::Enum enumeration) {
+  Json literals = Json::array();
+  for (const meta::EnumLiteral& literal : enumeration->getLiterals())
+    literals.push_back({{"name", literal.name}, {"text", literal.text}, {"number", literal.number}});
+  return literals;
 }
 
 Json asJson(meta::Type type) {
   Json properties = Json::array();
   for (const meta::Property property : propertiesOf(type)) properties.push_back(asJson(property));
-  return {{"name", type->qualifiedName()},
-          {"kind", kindOf(type)},
-          {"abstract", isAbstract(type)},
-          {"properties", std::move(properties)}};
+  Json supertypes = Json::array();
+  for (const meta::Class supertype : supertypesOf(type)) supertypes.push_back(supertype->qualifiedName());
+  Json json{{"name", type->qualifiedName()},
+            {"kind", kindOf(type)},
+            {"abstract", isAbstract(type)},
+            {"properties", std::move(properties)},
+            {"package", type->packageUri()}};
+  if (meta::Class(type)) json["supertypes"] = std::move(supertypes);
+  if (const meta::Enum enumeration(type); enumeration) json["literals"] = literalsOf(enumeration);
+  return json;
 }
 
 void printJsonSchema(const std::vector<meta::PackageInfo>& packages, TextOut& out) {
@@ -72,16 +117,26 @@ void printProperty(meta::Property property, meta::Type holder, TextOut& out) {
       << categoryOf(property);
   const meta::StructuredType owner = property->getOwner();
   if (!(owner == holder)) out << ", from " << owner->qualifiedName();
+  if (property->getOpposite()) out << ", opposite " << qualifiedName(property->getOpposite());
+  if (property->getDefaultText()) out << ", default " << inQuotes(*property->getDefaultText());
+  for (const std::string& marker : markersOf(property)) out << ", " << marker;
   out << '\n';
 }
 
 void printLiterals(meta::Enum enumeration, TextOut& out) {
   for (const meta::EnumLiteral& literal : enumeration->getLiterals())
-    out << "    " << std::to_string(literal.number) << ' ' << literal.name << '\n';
+    out << "    " << std::to_string(literal.number) << ' ' << literal.name
+        << (literal.text == literal.name ? "" : " " + inQuotes(literal.text)) << '\n';
 }
 
 void printType(meta::Type type, TextOut& out) {
-  out << "  " << (isAbstract(type) ? "abstract " : "") << kindOf(type) << ' ' << type->name() << '\n';
+  out << "  " << (isAbstract(type) ? "abstract " : "") << kindOf(type) << ' ' << type->name();
+  const char* separator = ": ";
+  for (const meta::Class supertype : supertypesOf(type)) {
+    out << separator << supertype->qualifiedName();
+    separator = ", ";
+  }
+  out << '\n';
   if (const meta::Enum enumeration(type); enumeration) printLiterals(enumeration, out);
   for (const meta::Property property : propertiesOf(type)) printProperty(property, type, out);
 }

@@ -44,10 +44,8 @@ TEST(Schema, JsonListsTypesInDeclarationOrder) {
 
 TEST(Schema, JsonTellsTheKindOfATypeAndWhetherItIsAbstract) {
   const json types = schema();
-  EXPECT_EQ(
-      named(types, "library.Genre"),
-      json(
-          {{"name", "library.Genre"}, {"kind", "enum"}, {"abstract", false}, {"properties", json::array()}}));
+  EXPECT_EQ(named(types, "library.Genre").at("kind"), "enum");
+  EXPECT_EQ(named(types, "library.Genre").at("properties"), json::array());
   EXPECT_EQ(named(types, "library.Isbn").at("kind"), "primitive");
   EXPECT_EQ(named(types, "library.Named").at("kind"), "class");
   EXPECT_EQ(named(types, "library.Named").at("abstract"), true);
@@ -63,7 +61,29 @@ TEST(Schema, JsonTellsEveryFactOfAPrimitive) {
                   {"many", false},
                   {"optional", true},
                   {"enum", false},
-                  {"stored", true}}));
+                  {"stored", true},
+                  {"from", "library.Address"},
+                  {"lower", 0},
+                  {"upper", 1},
+                  {"ordered", true},
+                  {"unique", true},
+                  {"derived", false},
+                  {"static", false},
+                  {"transient", false}}));
+}
+
+TEST(Schema, JsonTellsSupertypesLiteralsOppositesDefaultsAndBounds) {
+  const json types = schema();
+  EXPECT_EQ(named(types, "library.AudioBook").at("supertypes"), json({"library.Book"}));
+  EXPECT_EQ(named(types, "library.Book").at("supertypes"), json::array());
+  EXPECT_EQ(named(types, "library.Genre").at("literals").back(),
+            json({{"name", "forChildren"}, {"text", "for children"}, {"number", 10}}));
+  EXPECT_EQ(named(types, "library.Book").at("package"), "http://www.example.org/library");
+  EXPECT_EQ(property("library.AudioBook", "sequel").at("opposite"), "library.Book.prequel");
+  EXPECT_EQ(property("library.AudioBook", "sequel").at("from"), "library.Book");
+  EXPECT_EQ(property("library.Book", "genre").at("default"), "novel");
+  EXPECT_EQ(property("library.Book", "authors").at("upper"), nullptr);
+  EXPECT_FALSE(property("library.Book", "title").contains("opposite"));
 }
 
 TEST(Schema, JsonTellsCategories) {
@@ -101,6 +121,14 @@ TEST(Schema, TextShowsPackagesTypesLiteralsAndProperties) {
       ended.out.starts_with("package library http://www.example.org/library\n  enum Genre\n    0 novel\n"));
   EXPECT_THAT(ended.out, HasSubstr("  abstract class Named\n"));
   EXPECT_THAT(ended.out, HasSubstr(" name: String 1..1 primitive, from library.Named\n"));
+  EXPECT_THAT(ended.out, HasSubstr("    10 forChildren \"for children\"\n"));
+  EXPECT_THAT(ended.out, HasSubstr("  class AudioBook: library.Book\n"));
+  EXPECT_THAT(ended.out, HasSubstr(" genre: library.Genre 0..1 primitive, default \"novel\"\n"));
+  EXPECT_THAT(ended.out, HasSubstr(" ratings: Integer 0..* primitive, with repetitions\n"));
+  EXPECT_THAT(ended.out,
+              HasSubstr(" sequel: library.Book 0..1 association, opposite library.Book.prequel\n"));
+  EXPECT_THAT(ended.out, HasSubstr("    - library: library.Library 0..1 association, opposite "
+                                   "library.Library.loans, derived\n"));
   EXPECT_THAT(ended.out, HasSubstr(" chapters: library.Chapter 0..* composition\n"));
 }
 
