@@ -62,7 +62,7 @@ void expectSameModel(const std::string& a, const std::string& b) {
 // --- check
 
 TEST(Check, WholeDocumentsOfAllFormatsAreOk) {
-  for (const char* extension : {"krb", "krt", "krz", "xmi", "krb.gz"}) {
+  for (const char* extension : {"krb", "krt", "krz", "xmi", "json", "krb.gz"}) {
     const std::string path = libraryAs(extension);
     EXPECT_EQ(outOf({"check", path}), path + ": ok\n");
     EXPECT_EQ(outOf({"-q", "check", path}), "");
@@ -193,12 +193,13 @@ TEST(Digest, IsTheSameInAllFormatsAndPrintedAsOthersDo) {
   const std::string krb = libraryAs("krb");
   const std::string krt = libraryAs("krt");
   const std::string krz = libraryAs("krz");
-  const std::vector<std::string> lines = linesOf(outOf({"digest", krb, krt, krz, libraryXmi()}));
-  ASSERT_EQ(lines.size(), 4u);
+  const std::string asJson = libraryAs("json");
+  const std::vector<std::string> lines = linesOf(outOf({"digest", krb, krt, krz, asJson, libraryXmi()}));
+  ASSERT_EQ(lines.size(), 5u);
   const std::string digest = lines[0].substr(0, 64);
   EXPECT_EQ(digest.find_first_not_of("0123456789abcdef"), std::string::npos);
   EXPECT_THAT(lines, ElementsAre(digest + "  " + krb, digest + "  " + krt, digest + "  " + krz,
-                                 digest + "  " + libraryXmi()));
+                                 digest + "  " + asJson, digest + "  " + libraryXmi()));
   const std::string changed =
       fileWith("b.xmi", replaced(readFile(libraryXmi()), "pages=\"152\"", "pages=\"153\""));
   EXPECT_NE(outOf({"digest", changed}).substr(0, 64), digest);
