@@ -33,7 +33,7 @@ void write(const Model& model, const OutputOptions& output, Format format, const
   writeModel(model, output.path, format, metaModels, progress, output.writing);
 }
 
-// Without meta models that are given, those of the first archive count for all.
+// The meta models of the first document count for all.
 class Documents {
  public:
   explicit Documents(const InputsOptions& inputs) : inputs_(inputs) {
@@ -49,16 +49,16 @@ class Documents {
 
  private:
   void read(const InputOptions& input) {
-    if (!metaModels_ || !input.metaModels.empty()) {
+    if (!metaModels_) {
       LoadedDocument loaded = loadDocument(input);
-      if (!metaModels_) metaModels_ = loaded.metaModels;
+      metaModels_ = loaded.metaModels;
       models_.push_back(std::move(loaded.model));
       return;
     }
     ProgressBar progress;
     const Document document = readDocument(input.path, formatNamed(input.from), progress, input.limit);
     try {
-      models_.push_back(readModel(document, *metaModels_, progress));
+      models_.push_back(readModel(document, *metaModels_, progress, input));
     } catch (const Error& error) {
       if (document.format != Format::krz || error.getCode() != ErrorCode::doesNotFit) throw;
       throw Error(ErrorCode::doesNotFit,

@@ -27,8 +27,8 @@ InnerDocument readInner(const Document& archive) {
 }
 
 std::optional<MetaModels> findMetaModels(const Document& document, const ReadOptions& options) {
-  if (!options.metaModels.empty()) return MetaModels(options.metaModels, options.limit);
-  if (document.format != Format::krz) return std::nullopt;
+  auto found = MetaModels::find(options, packagesOf(document));
+  if (found || document.format != Format::krz) return found;
   try {
     archive::ArchiveReader reader(document.asArchive(), {.bytes = document.limit});
     auto registry = std::make_unique<meta::MetaRegistry>();

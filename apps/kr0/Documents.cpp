@@ -200,6 +200,24 @@ const std::vector<std::string>& packagesIn(const std::vector<std::string>& paths
   return uris;
 }
 
+// JSON lists its packages near its beginning.
+std::vector<std::string> packagesOfJson(std::string_view text) {
+  constexpr std::string_view kKey = "\"packages\"";
+  constexpr std::size_t kHead = 65536;
+  std::vector<std::string> uris;
+  text = text.substr(0, kHead);
+  const std::size_t open = text.find('[', std::min(text.find(kKey), text.size()));
+  if (open == text.npos) return uris;
+  text = text.substr(open, text.find(']', open) - open);
+  for (std::size_t start = text.find('"'); start != text.npos;) {
+    const std::size_t end = text.find('"', start + 1);
+    if (end == text.npos) break;
+    uris.emplace_back(text.substr(start + 1, end - start - 1));
+    start = text.find('"', end + 1);
+  }
+  return uris;
+}
+
 // What the documents beside one hold, all together within the limit.
 ecore::DocumentSource sourceBeside(const Document& document) {
   if (document.name == inputName("-")) throw WrongCall("--follow takes a file, which has a folder around it");
@@ -296,7 +314,8 @@ MetaModels::MetaModels(const std::vector<std::string>& paths, bool withEcore, co
 }
 
 MetaModels MetaModels::of(const std::vector<std::string>& paths, std::uint64_t limit) {
-  return *find(ReadOptions{.metaModels = paths, .limit = limit}, {});
+  const auto found = find(ReadOptions{.metaModels = paths, .limit = limit}, {});
+  return found ? *found : MetaModels(paths, limit);
 }
 
 std::optional<MetaModels> MetaModels::find(const ReadOptions& options,
@@ -361,7 +380,8 @@ BinaryHeader readBinaryHeader(const Document& document) {
 
 std::vector<std::string> packagesOf(const Document& document) {
   if (document.format == Format::xmi) return ecore::declaredNamespaces(document.text(), document.name);
-  if (document.format == Format::krz || document.format == Format::json) return {};
+  if (document.format == Format::json) return packagesOfJson(document.text());
+  if (document.format == Format::krz) return {};
   auto customizer = std::make_unique<HeaderOnly>();
   const HeaderOnly& header = *customizer;
   try {
@@ -373,8 +393,19 @@ std::vector<std::string> packagesOf(const Document& document) {
   }
 }
 
+namespace {
+
+// Only an XMI document may need Ecore beside the meta models that are given.
+std::vector<std::string> packagesToFind(const Document& document, const ReadOptions& options) {
+  const bool isGiven = document.format != Format::xmi && !options.metaModels.empty();
+  if (isGiven && MetaPath(options.metaPath, options.limit).isEmpty()) return {};
+  return packagesOf(document);
+}
+
+}  // namespace
+
 bool hasMetaModels(const Document& document, const ReadOptions& options) {
-  return !options.metaModels.empty() || MetaModels::find(options, packagesOf(document));
+  return !options.metaModels.empty() || MetaModels::find(options, packagesToFind(document, options));
 }
 
 Model readModel(const Document& document, const MetaModels& metaModels, ProgressBar& progress,
@@ -399,7 +430,7 @@ Model readModel(const Document& document, const MetaModels& metaModels, Progress
 namespace {
 
 MetaModels findMetaModels(const Document& document, const ReadOptions& options) {
-  const std::vector<std::string> packages = packagesOf(document);
+  const std::vector<std::string> packages = packagesToFind(document, options);
   if (const auto found = MetaModels::find(options, packages)) return *found;
   if (MetaPath(options.metaPath, options.limit).isEmpty())
     throw WrongCall(document.name + ": reading the format " + std::string(nameOf(document.format)) +

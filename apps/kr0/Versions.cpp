@@ -14,7 +14,7 @@ namespace {
 // The document whose meta models all are read by.
 std::size_t leaderOf(const std::vector<Document>& documents, const ReadOptions& options) {
   const auto found = std::find_if(documents.begin(), documents.end(), [&](const Document& document) {
-    return !document.bytes.empty() && (document.format == Format::krz || !options.metaModels.empty());
+    return !document.bytes.empty() && (document.format == Format::krz || hasMetaModels(document, options));
   });
   if (found != documents.end()) return static_cast<std::size_t>(found - documents.begin());
   const auto any = std::find_if(documents.begin(), documents.end(),
@@ -23,9 +23,10 @@ std::size_t leaderOf(const std::vector<Document>& documents, const ReadOptions& 
   return static_cast<std::size_t>(any - documents.begin());  // reading it says what is missing
 }
 
-Model readByOther(const Document& document, const Versions& versions, ProgressBar& progress) {
+Model readByOther(const Document& document, const Versions& versions, const ReadOptions& options,
+                  ProgressBar& progress) {
   try {
-    return readModel(document, versions.metaModels, progress);
+    return readModel(document, versions.metaModels, progress, options);
   } catch (const Error& error) {
     if (error.getCode() != ErrorCode::doesNotFit || document.format != Format::krz) throw;
     ErrorDetails details = error.getDetails();
@@ -52,7 +53,7 @@ Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& 
     else if (documents[i].bytes.empty())
       versions.models.emplace_back(versions.metaModels.registry());
     else
-      versions.models.push_back(readByOther(documents[i], versions, progress));
+      versions.models.push_back(readByOther(documents[i], versions, options, progress));
     documents[i].bytes = {};  // the model holds everything now
   }
   versions.documents = std::move(documents);

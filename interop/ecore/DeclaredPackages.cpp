@@ -116,19 +116,42 @@ std::string sentenceOfMissing(const std::vector<std::string>& uris) {
                           : join("the packages with the URIs ", list, " are", kAdvice);
 }
 
+namespace {
+
+/// A document for a search for texts of ASCII: as it is, unless characters take several bytes there.
+class Searchable {
+ public:
+  Searchable(std::string_view document, std::string_view name) {
+    const std::string_view head = document.substr(0, 4);
+    const bool isWide =
+        head.find('\0') != head.npos || head.starts_with("\xFE\xFF") || head.starts_with("\xFF\xFE");
+    if (isWide) decoded_ = decodeXml(std::string(document), name);
+    text_ = isWide ? decoded_ : document;
+  }
+  Searchable(const Searchable&) = delete;
+  Searchable& operator=(const Searchable&) = delete;
+  std::string_view text() const { return text_; }
+
+ private:
+  std::string decoded_;
+  std::string_view text_;
+};
+
+}  // namespace
+
 std::vector<std::string> declaredNamespaces(std::string_view document, std::string_view name) {
-  const std::string text = decodeXml(std::string(document), name);
+  const Searchable searchable(document, name);
   std::vector<std::string> uris;
-  forEachAttribute(text, "xmlns", [&](std::string_view prefix, std::string_view uri) {
+  forEachAttribute(searchable.text(), "xmlns", [&](std::string_view prefix, std::string_view uri) {
     if ((prefix.empty() || prefix[0] == ':') && !isOfXml(uri)) addOnce(uris, uri);
   });
   return uris;
 }
 
 std::vector<std::string> declaredPackages(std::string_view document, std::string_view name) {
-  const std::string text = decodeXml(std::string(document), name);
+  const Searchable searchable(document, name);
   std::vector<std::string> uris;
-  forEachAttribute(text, "nsURI", [&](std::string_view rest, std::string_view uri) {
+  forEachAttribute(searchable.text(), "nsURI", [&](std::string_view rest, std::string_view uri) {
     if (rest.empty()) addOnce(uris, uri);
   });
   return uris;

@@ -849,22 +849,33 @@ class Reader {
     const bool isHref = pending.kind == TextKind::href;
     const bool isExternal = isHref ? hash != 0 : hash != std::string_view::npos && hash > 0;
     const std::string_view form = isHref ? kHrefForm : kAttributeForm;
-    if (!isExternal) return putFound(pending, fragments_, hash == 0 ? word.substr(1) : word, ownUri(), form);
+    if (!isExternal) return putFound(pending, fragments_, hash == 0 ? word.substr(1) : word, {}, form);
     Fragments* neighbour = neighbour_ ? neighbour_(uriOfDocument(word)) : nullptr;
     if (neighbour != nullptr)
-      return putFound(pending, *neighbour, fragmentOf(word), std::string(uriOfDocument(word)), form);
+      return putFound(pending, *neighbour, fragmentOf(word), uriOfDocument(word), form);
     putUnresolved(pending, word, form);
   }
 
   /// A reference to an element of one of the documents that are read; one that leads nowhere stays what it
   /// is, where that is tolerated.
-  void putFound(const Pending& pending, Fragments& place, std::string_view fragment, const std::string& uri,
+  void putFound(const Pending& pending, Fragments& place, std::string_view fragment, std::string_view uri,
                 std::string_view form) {
+    const meta::Property property = pending.feature->property;
     Element source = pending.source;
-    if (const auto target = attemptElement([&] { return find(pending, place, fragment); }))
-      return source.putReference(pending.feature->property, *target);
-    note(kind_, wrong_ + "; it stays unresolved");
-    putUnresolved(pending, join(uri, "#", fragment), form);
+    const Fragments::Result result = place.find(fragment, &place == &fragments_ ? source : Element());
+    if (result.outcome == Fragments::Outcome::found) return source.putReference(property, result.element);
+    const std::string reference = join("the reference ", inQuotes(fragment), " of feature ",
+                                       nameOf(content_.tables.of(source.getType()), *pending.feature));
+    if (result.outcome == Fragments::Outcome::ambiguous) {
+      const std::string wrong = reference + " could mean several elements: that id occurs more than once";
+      if (!isTolerant()) fail(wrong, ProblemKind::duplicateId);
+      note(ProblemKind::duplicateId, join(wrong, "; it leads to ", result.element.getPath()));
+      return source.putReference(property, result.element);
+    }
+    const std::string wrong = reference + " leads nowhere";
+    if (!isTolerant()) fail(wrong, ProblemKind::missingTarget);
+    note(ProblemKind::missingTarget, wrong + "; it stays unresolved");
+    putUnresolved(pending, join(uri.empty() ? ownUri() : std::string(uri), "#", fragment), form);
   }
 
   void putUnresolved(const Pending& pending, std::string_view uri, std::string_view form) {
@@ -878,21 +889,6 @@ class Reader {
   std::string ownUri() const {
     const std::string& name = document_.name();
     return percentEncoded(std::string_view(name).substr(name.rfind('/') + 1));
-  }
-
-  Element find(const Pending& pending, Fragments& place, std::string_view fragment) {
-    const bool isOwn = &place == &fragments_;
-    const Fragments::Result result = place.find(fragment, isOwn ? pending.source : Element());
-    if (result.outcome == Fragments::Outcome::found) return result.element;
-    const std::string reference =
-        join("the reference ", inQuotes(fragment), " of feature ",
-             nameOf(content_.tables.of(pending.source.getType()), *pending.feature));
-    if (result.outcome == Fragments::Outcome::missing)
-      fail(reference + " leads nowhere", ProblemKind::missingTarget);
-    const std::string wrong = reference + " could mean several elements: that id occurs more than once";
-    if (!isTolerant()) fail(wrong, ProblemKind::duplicateId);
-    note(ProblemKind::duplicateId, wrong + join("; it leads to ", result.element.getPath()));
-    return result.element;
   }
 
   // --- Other documents -------------------------------------------------------------------------
