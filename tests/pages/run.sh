@@ -37,11 +37,13 @@ compile() {
   if grep -qE 'kr/zero/(ecore|archive)' "$1"; then libraries=(-lkr0_ecore "${libraries[@]}"); fi
   if grep -qE 'kr/zero/(evolution|archive)' "$1"; then libraries=(-lkr0_evolution "${libraries[@]}"); fi
   if grep -q kr/zero/archive "$1"; then libraries=(-lkr0_archive "${libraries[@]}"); fi
+  if grep -q kr/zero/inspect "$1"; then libraries=(-lkr0_inspect "${libraries[@]}"); fi
   if grep -q kr/zero/json "$1"; then libraries=(-lkr0_json "${libraries[@]}"); fi
   if grep -q kr/zero/tables "$1"; then libraries=(-lkr0_tables "${libraries[@]}"); fi
   "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror -I"$root/include" -I"$root/src/framework/include" \
     -I"$root/interop/ecore/include" -I"$root/evolution/include" -I"$root/archive/include" \
     -I"$root/interop/json/include" -I"$root/interop/tables/include" "$1" -o "${1%.cpp}" -pthread \
+    -I"$root/inspect/include" -L"$build/inspect" -Wl,-rpath,"$build/inspect" \
     -L"$build/src" -L"$build/src/framework" -L"$build/interop/ecore" -L"$build/evolution" -L"$build/archive" \
     -L"$build/interop/json" -L"$build/interop/tables" "${libraries[@]}" \
     -Wl,-rpath,"$build/interop/json:$build/interop/tables" \
