@@ -59,6 +59,7 @@ void ModelOfItems::onItem(const Item& item) {
 }
 
 void ModelOfItems::onDamage(const Damage& damage) {
+  lastShift_ = shift_.value_or(lastShift_);
   shift_.reset();
   const Element inside = open_.empty() ? Element() : open_.back().element;
   std::string why = "expected " + damage.expected + ", found " + damage.found;
@@ -80,6 +81,7 @@ void ModelOfItems::begin(const Item& item) {
   const Element element = make(item);
   if (element && isElement) identify(element, item);
   open_.push_back({element, item.offset, true});
+  if (item.isWithoutHead && isElement && element) headless_.emplace_back(elements_, element);
   if (item.isWithoutHead)
     lose(item.offset, 0, element,
          "its beginning is lost; that it is a " + std::string(item.typeName) +
@@ -144,11 +146,23 @@ void ModelOfItems::identify(Element element, const Item& item) {
 void ModelOfItems::number(Element element, const Item& item, std::uint64_t number) {
   const auto shift = static_cast<std::int64_t>(number - elements_);
   const bool isInPlace = item.isAlone || (shift_ ? *shift_ == shift : shift >= kLeastShift);
-  if (!item.isAlone && isInPlace) shift_ = shift;
+  if (!item.isAlone && isInPlace) {
+    numberHeadless(shift);
+    shift_ = shift;
+  }
   if (!isInPlace || !byNumber_.try_emplace(number, element).second)
     lose(item.offset, 0, element,
          "the number " + std::to_string(number) +
              " by which the document refers to it is not that of its place");
+}
+
+/// Where the numbers behind damage are those of the places, as they were before it, no element got lost in
+/// between.
+void ModelOfItems::numberHeadless(std::int64_t shift) {
+  if (shift == lastShift_)
+    for (const auto& [place, element] : headless_)
+      byNumber_.try_emplace(place + static_cast<std::uint64_t>(shift), element);
+  headless_.clear();
 }
 
 // --- Values

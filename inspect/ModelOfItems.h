@@ -49,6 +49,7 @@ class ModelOfItems final : public Listener {
   Element makeAlone(const Item& item);
   void identify(Element element, const Item& item);
   void number(Element element, const Item& item, std::uint64_t number);
+  void numberHeadless(std::int64_t shift);
   void value(const Item& item);
   void put(Element element, const Item& item);
   void resolve(const Waiting& waiting);
@@ -64,6 +65,8 @@ class ModelOfItems final : public Listener {
   std::vector<Loss> losses_;
   std::uint64_t elements_ = 0;             // that began
   std::optional<std::int64_t> shift_ = 0;  // of the numbers in the document to their places; see Reading
+  std::int64_t lastShift_ = 0;             // before the damage that was met last
+  std::vector<std::pair<std::uint64_t, Element>> headless_;  // whose numbers are lost, by place
 };
 
 }  // namespace kr::zero::inspect

@@ -505,6 +505,9 @@ bool TaggedScan::entry(Reading& reading) const {
     if (slot < 64) reading.open.change().seen |= std::uint64_t{1} << slot;
   }
   if (wholeEntry(reading, in, property, name)) return true;
+  // As one thing too where it is none, for a text that is too long swallows what follows.
+  if (property != nullptr && !property->isMany() && meta::isPrimitive(property->getKind()))
+    return stopInValue(reading, in, *property);
   countItem(reading);
   emit(reading, in,
        {.kind = ItemKind::beginGroup,
@@ -546,6 +549,14 @@ bool TaggedScan::wholeEntry(Reading& reading, Cursor in, const PropertyRecord* p
   countItem(reading);
   emit(reading, in, item);
   return true;
+}
+
+/// @return false.
+bool TaggedScan::stopInValue(Reading& reading, Cursor in, const PropertyRecord& property) const {
+  const std::size_t start = in.at;
+  ScannedValue value;
+  return primitive(reading, in, value) && requireValue(reading, start, property, value, false) &&
+         tag(reading, in, tags::kEndNamedEntry, "the end of the entry");
 }
 
 bool TaggedScan::end(Reading& reading, std::uint8_t tag) const {

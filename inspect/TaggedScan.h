@@ -63,6 +63,7 @@ class TaggedScan {
   bool beginElement(Reading& reading, Cursor& in, const PropertyRecord* property) const;
   bool entry(Reading& reading) const;
   bool wholeEntry(Reading& reading, Cursor in, const PropertyRecord* property, std::string_view name) const;
+  bool stopInValue(Reading& reading, Cursor in, const PropertyRecord& property) const;
   bool end(Reading& reading, std::uint8_t tag) const;
   bool requireValue(Reading& reading, std::size_t at, const PropertyRecord& property,
                     const ScannedValue& value, bool isOneOfMany) const;

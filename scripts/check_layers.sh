@@ -3,6 +3,7 @@
 #
 #   apps -> all others                      archive -> evolution, interop, library, framework
 #   interop -> framework                    evolution -> framework      interop/cpp -> interop/ecore too
+#   inspect -> library with its internal headers, framework
 #   interop/json, interop/tables -> framework
 #   study -> framework
 #   library -> framework's public headers   framework -> nothing of the others
@@ -23,11 +24,12 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
 inner_layers=(foundation,text log events,rules meta model io) # from the ground up
-allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution cpp:interop cpp:framework \
+allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution apps:inspect cpp:interop cpp:framework \
 interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework \
-apps:json apps:tables json:framework tables:framework apps:study study:framework apps:compare compare:framework "
-include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include compare/include archive/include study/include \
-src/framework src interop/ecore interop/cpp interop/json interop/tables evolution compare archive study apps/kr0"
+apps:json apps:tables json:framework tables:framework apps:study study:framework apps:compare compare:framework \
+inspect:library inspect:library-internal inspect:framework "
+include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include compare/include archive/include study/include inspect/include \
+src/framework src interop/ecore interop/cpp interop/json interop/tables evolution compare archive study inspect apps/kr0"
 
 layer_of() {
   case $1 in
@@ -51,6 +53,8 @@ layer_of() {
     compare/*) echo compare-internal ;;
     archive/include/*) echo archive ;;
     archive/*) echo archive-internal ;;
+    inspect/include/*) echo inspect ;;
+    inspect/*) echo inspect-internal ;;
     apps/*) echo apps ;;
     *) echo outside ;;
   esac
@@ -104,6 +108,7 @@ own_folders() {
     study*) echo "study/include study" ;;
     compare*) echo "compare/include compare" ;;
     archive*) echo "archive/include archive" ;;
+    inspect*) echo "inspect/include inspect" ;;
     apps) echo "apps/kr0" ;;
   esac
 }
@@ -120,7 +125,7 @@ find_header() {
 }
 
 list_includes() {
-  find apps archive compare evolution include interop src study \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+  find apps archive compare evolution include inspect interop src study \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
     xargs -0 -r grep -HoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<](kr/|fl/|foundation/|resource_core/|[^">]+\.h")[^">]*' |
     sed -E 's/^([^:]+):.*["<]([^">]+).*/\1 \2/; s/"$//' | sort -u
 }
@@ -157,12 +162,13 @@ check() {
 
 # A small tree in which every layer has one header of its own.
 make_tree() {
-  mkdir -p src/framework/include/{kr/zero/{meta,log,io},modeling/sylvan,fl} src/framework/{new,text,log,meta,model,io/walk,io/files} include/kr/zero/io src/direct \
+  mkdir -p src/framework/include/{kr/zero/{meta,log,io},modeling/sylvan,fl} src/framework/{new,text,log,meta,model,io/walk,io/files} include/kr/zero/io src/direct inspect/include/kr/zero/inspect \
     interop/ecore/include/kr/zero/ecore interop/cpp/include/kr/zero/cpp interop/json interop/tables/include/kr/zero/tables apps/kr0
   touch src/framework/include/kr/zero/Public.h src/framework/model/Internal.h include/kr/zero/io/Library.h \
     src/framework/include/{kr/zero/{meta/Meta.h,log/Log.h,io/Io.h},modeling/sylvan/Event.h,fl/Text.h} \
     src/framework/io/files/Files.h src/direct/Direct.h interop/ecore/include/kr/zero/ecore/Ecore.h interop/ecore/Inner.h \
-    interop/cpp/include/kr/zero/cpp/Cpp.h interop/cpp/Code.h apps/kr0/Tool.h interop/json/Names.h \
+    interop/cpp/include/kr/zero/cpp/Cpp.h interop/cpp/Code.h apps/kr0/Tool.h \
+    inspect/include/kr/zero/inspect/Inspect.h inspect/Scan.h interop/json/Names.h \
     interop/tables/include/kr/zero/tables/Tables.h
 }
 
@@ -198,6 +204,10 @@ self_check() {
   expect 0 interop/cpp/a.cpp Code.h
   expect 0 interop/ecore/a.cpp Inner.h
   expect 1 apps/kr0/a.cpp Code.h
+  expect 0 inspect/a.cpp direct/Direct.h
+  expect 1 inspect/a.cpp kr/zero/ecore/Ecore.h
+  expect 1 src/direct/a.cpp kr/zero/inspect/Inspect.h
+  expect 1 apps/kr0/a.cpp Scan.h
   expect 1 interop/cpp/a.cpp ../ecore/Inner.h
   expect 1 interop/cpp/a.cpp kr/zero/io/Library.h
   expect 1 interop/ecore/a.cpp kr/zero/cpp/Cpp.h

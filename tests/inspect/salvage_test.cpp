@@ -173,7 +173,7 @@ Bytes taggedShelves() {
   return {bytes.begin(), bytes.end()};
 }
 
-constexpr std::uint64_t kRounds = 20;
+constexpr std::uint64_t kRounds = 12;
 
 }  // namespace
 
