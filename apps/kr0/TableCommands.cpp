@@ -18,6 +18,7 @@ void addQuery(CLI::App& app) {
                            "  kr0 query books.krz --schema\n"
                            "  kr0 query *.krz \"SELECT _document, count(*) FROM Book GROUP BY 1\" --csv");
   addInputs(*verb, options.inputs, "The documents, and behind them the query: a SELECT of SQLite");
+  verb->remove_option(verb->get_option("--jobs"));  // one database takes one document after the other
   verb->add_flag("--csv", options.csv, "Print CSV");
   verb->add_flag("--json", options.json, "Print JSON: an object for each row");
   verb->add_flag("--schema", options.schema, "Print the tables that there are; takes no query");

@@ -59,65 +59,122 @@ std::string escaped(std::string_view text) {
   return json;
 }
 
-/// Where each written element stands below its container, so that the pointer to it is found from below.
-/// Worked out when the first reference asks for it.
-class Places {
- public:
-  explicit Places(const Model& model) : model_(model) {}
+/// A property as documents name it.
+struct Written {
+  Property property;
+  std::string key;      // with comma, quotes and colon; empty: the property is not written
+  std::string pointer;  // of a composition: "/books/", or "/address" where there is one at most
+};
 
-  std::uint32_t of(ConstElement container) const { return places_[container.getIndex()]; }
-  /// The same for an element that may not be written.
-  /// @param from,property what refers to the element, for the error.
-  /// @throws Error for an element that the document does not hold.
-  std::uint32_t of(ConstElement element, ConstElement from, Property property) {
-    if (places_.empty()) note();
-    const std::uint32_t place = find(element);
-    if (place == kNowhere)
-      throw Error(ErrorCode::inexpressible,
-                  {.path = from.getPath() + "." + property->name(),
-                   .problem = "refers to " + element.getPath() + ", which is not written"});
-    return place;
+/// What documents say of every element of a type.
+struct Plan {
+  std::string head;                 // of an element, up to its type
+  std::vector<Written> properties;  // by slot
+};
+
+/// As a name stands in a JSON Pointer.
+std::string asToken(const std::string& name) {
+  std::string token;
+  for (const char c : name) {
+    if (c == '~')
+      token += "~0";
+    else if (c == '/')
+      token += "~1";
+    else
+      token += c;
+  }
+  return escaped(token);
+}
+
+Written describe(Property property) {
+  Written written{property, {}, {}};
+  if (!property->isWritten()) return written;
+  written.key = ",\"";
+  if (property->name().starts_with(kMark)) written.key += kMark;
+  written.key.append(escaped(property->name())).append("\":");
+  if (property.get()->getKind() == PropertyKind::composition)
+    written.pointer = "/" + asToken(property->name()) + (property->isMany() ? "/" : "");
+  return written;
+}
+
+/// Plans, each made when its type is met first. They stay where they are.
+class Plans {
+ public:
+  const Plan& of(meta::StructuredType type) {
+    const std::size_t index = type->getIndex();
+    if (index >= plans_.size()) plans_.resize(index + 1);
+    if (plans_[index] == nullptr) plans_[index] = make(type);
+    return *plans_[index];
   }
 
  private:
+  static std::unique_ptr<Plan> make(meta::StructuredType type) {
+    auto plan = std::make_unique<Plan>();
+    plan->head = meta::Class(type) ? "\n" : "";
+    plan->head.append("{\"").append(kTypeKey).append("\":\"").append(escaped(type->qualifiedName())) += '"';
+    for (const Property property : type->getAllProperties()) plan->properties.push_back(describe(property));
+    return plan;
+  }
+
+  std::vector<std::unique_ptr<Plan>> plans_;  // by the type's index
+};
+
+/// Where each written element stands below its container, so that the pointer to it is found from below, and
+/// without a look at any element. Worked out when the first reference asks for it.
+class Places {
+ public:
+  struct Place {
+    const std::string* pointer = nullptr;  // into the container's property; null: this is a root, or nowhere
+    std::uint32_t container = kNowhere;    // index
+    std::uint32_t position = kNowhere;
+  };
   static constexpr std::uint32_t kNowhere = ~std::uint32_t{0};
 
-  std::uint32_t find(ConstElement element) const {
-    const std::size_t index = element.getIndex();
-    return index < places_.size() ? places_[index] : kNowhere;
+  Places(const Model& model, Plans& plans) : model_(model), plans_(plans) {}
+
+  /// @param index of an element; one that is not written is nowhere.
+  const Place& of(std::uint32_t index) {
+    if (places_.empty()) note();
+    return index < places_.size() ? places_[index] : nowhere_;
   }
 
+ private:
   void note() {
     std::uint32_t position = 0;
-    for (const ConstElement root : model_.roots()) note(root, position++);
+    for (const ConstElement root : model_.roots()) place(root).position = position++;
     for (const ConstElement element : model_.elements())
-      if (find(element) != kNowhere) noteChildren(element);
+      if (place(element).position != kNowhere) noteChildren(element);
   }
 
-  void note(ConstElement element, std::uint32_t position) {
+  Place& place(ConstElement element) {
     const std::size_t index = element.getIndex();
-    if (index >= places_.size()) places_.resize(index + index / 2 + 1, kNowhere);
-    places_[index] = position;
+    if (index >= places_.size()) places_.resize(index + index / 2 + 1);
+    return places_[index];
   }
 
   void noteChildren(ConstElement element) {
+    const Plan& plan = plans_.of(element.getType());
+    const std::uint32_t container = element.getIndex();
     const SetValues set(element);
     for (std::size_t at = 0; at < set.size(); ++at) {
-      const Property::Impl& property = *set.property(at).get();
-      if (property.getKind() != PropertyKind::composition || !property.isWritten()) continue;
+      const Written& written = plan.properties[set.slot(at)];
+      if (written.pointer.empty()) continue;
       std::uint32_t position = 0;
-      for (const Cell cell : set.cells(at)) note(set.element(cell), position++);
+      for (const Cell cell : set.cells(at))
+        place(set.element(cell)) = {&written.pointer, container, position++};
     }
   }
 
   const Model& model_;
-  std::vector<std::uint32_t> places_;  // by index
+  Plans& plans_;
+  std::vector<Place> places_;  // by index
+  const Place nowhere_;
 };
 
 class Writer {
  public:
   Writer(const Model& model, const io::Progress& progress, PieceTaker& taker)
-      : model_(model), progress_(progress), out_(taker), places_(model) {}
+      : model_(model), progress_(progress), out_(taker), places_(model, plans_) {}
 
   void write() {
     out_ << "{\"" << kVersionKey << "\":";
@@ -142,23 +199,9 @@ class Writer {
   }
 
  private:
-  /// A property as documents name it.
-  struct Written {
-    Property property;
-    std::string key;  // with comma, quotes and colon; empty: the property is not written
-    /// The pointer to the container of the element that was referred to last: many stand side by side.
-    ConstElement lastContainer = {};
-    Property lastContaining = {};
-    std::string lastPointer = {};
-  };
-  struct Plan {
-    std::string head;                 // of an element, up to its type
-    std::vector<Written> properties;  // by slot
-  };
-
   struct Frame {
     SetValues set;
-    Plan* plan;
+    const Plan* plan;
     std::size_t at = 0;        // of what is set, the one that is next or is being written
     std::size_t position = 0;  // of the child that is next
   };
@@ -179,30 +222,8 @@ class Writer {
     return uris;
   }
 
-  Plan& planOf(meta::StructuredType type) {
-    const std::size_t index = type->getIndex();
-    if (index >= plans_.size()) plans_.resize(index + 1);
-    if (plans_[index] == nullptr) plans_[index] = std::make_unique<Plan>(makePlan(type));
-    return *plans_[index];
-  }
-
-  static Plan makePlan(meta::StructuredType type) {
-    Plan plan;
-    plan.head = meta::Class(type) ? "\n" : "";
-    plan.head.append("{\"").append(kTypeKey).append("\":\"").append(escaped(type->qualifiedName())) += '"';
-    for (const Property property : type->getAllProperties()) {
-      Written& written = plan.properties.emplace_back();
-      written.property = property;
-      if (!property->isWritten()) continue;
-      written.key = ",\"";
-      if (property->name().starts_with(kMark)) written.key += kMark;
-      written.key.append(escaped(property->name())).append("\":");
-    }
-    return plan;
-  }
-
   void open(ConstElement element) {
-    Plan& plan = planOf(element.getType());
+    const Plan& plan = plans_.of(element.getType());
     out_ << plan.head;
     if (element.getClass()) {
       if (progress_ && ++written_ % kProgressStep == 0 && !progress_(written_))
@@ -227,7 +248,7 @@ class Writer {
   void step() {
     Frame& frame = frames_.back();
     for (; frame.at < frame.set.size(); ++frame.at) {
-      Written& written = frame.plan->properties[frame.set.slot(frame.at)];
+      const Written& written = frame.plan->properties[frame.set.slot(frame.at)];
       if (written.key.empty()) continue;
       if (!isHeld(written.property)) {
         out_ << written.key;
@@ -255,7 +276,7 @@ class Writer {
     frame.position = 0;
   }
 
-  void values(const Frame& frame, Written& written) {
+  void values(const Frame& frame, const Written& written) {
     if (frame.set.isEmpty(frame.at)) {
       out_ << "null";
       return;
@@ -341,14 +362,12 @@ class Writer {
 
   // --- References
 
-  void reference(const Frame& frame, Written& written, Cell cell) {
+  void reference(const Frame& frame, const Written& written, Cell cell) {
     out_ << "{\"" << kReferenceKey << "\":";
     if (frame.set.isUnresolved(frame.at, cell)) {
       missing(frame, written, cell);
     } else {
-      out_ << '"';
-      pointer(frame, written, frame.set.target(cell));
-      out_ << '"';
+      pointer(frame, written, cell);
     }
     out_ << '}';
   }
@@ -367,61 +386,32 @@ class Writer {
     out_.quoted(texts->qualifier->view());
   }
 
-  /// "#/roots/0/books/3"
-  void pointer(const Frame& frame, Written& written, ConstElement target) {
-    const ConstElement container = target.getContainer();
-    const Property containing = target.getContainingProperty();
-    const std::uint32_t place = places_.of(target, frame.set.element(), written.property);
-    if (!container) {
-      out_ << kRootPointer;
-      return out_.number(place);
+  /// "#/roots/0/books/3", in quotes.
+  void pointer(const Frame& frame, const Written& written, Cell cell) {
+    chain_.clear();
+    for (std::uint32_t index = cells::targetIndex(cell); index != Places::kNowhere;
+         index = chain_.back().container)
+      chain_.push_back(places_.of(index));
+    if (chain_.back().position == Places::kNowhere)
+      throw Error(ErrorCode::inexpressible,
+                  {.path = frame.set.element().getPath() + "." + written.property->name(),
+                   .problem = "refers to " + frame.set.target(cell).getPath() + ", which is not written"});
+    out_ << '"' << kRootPointer;
+    out_.number(chain_.back().position);
+    for (std::size_t i = chain_.size() - 1; i-- > 0;) {
+      out_ << *chain_[i].pointer;
+      if (chain_[i].pointer->back() == '/') out_.number(chain_[i].position);
     }
-    if (written.lastContainer != container || written.lastContaining != containing) {
-      written.lastPointer = pointerInto(container, containing);
-      written.lastContainer = container;
-      written.lastContaining = containing;
-    }
-    out_ << written.lastPointer;
-    if (!containing->isMany()) return;
-    out_ << '/';
-    out_.number(place);
-  }
-
-  /// What stands before the positions of those in a property.
-  std::string pointerInto(ConstElement container, Property containing) {
-    std::vector<ConstElement> chain;
-    for (ConstElement at = container; at; at = at.getContainer()) chain.push_back(at);
-    std::string pointer(kRootPointer);
-    pointer += std::to_string(places_.of(chain.back()));
-    for (std::size_t i = chain.size() - 1; i-- > 0;) {
-      const Property property = chain[i].getContainingProperty();
-      appendName(pointer, property);
-      if (property->isMany()) (pointer += '/') += std::to_string(places_.of(chain[i]));
-    }
-    appendName(pointer, containing);
-    return pointer;
-  }
-
-  static void appendName(std::string& pointer, Property property) {
-    pointer += '/';
-    std::string name;
-    for (const char c : property->name()) {
-      if (c == '~')
-        name += "~0";
-      else if (c == '/')
-        name += "~1";
-      else
-        name += c;
-    }
-    pointer += escaped(name);
+    out_ << '"';
   }
 
   const Model& model_;
   const io::Progress& progress_;
   JsonText out_;
+  Plans plans_;
   Places places_;
-  std::vector<std::unique_ptr<Plan>> plans_;  // by the type's index
   std::vector<Frame> frames_;
+  std::vector<Places::Place> chain_;  // from an element up to its root
   std::uint64_t written_ = 0;
 };
 

@@ -52,8 +52,8 @@ struct Bind {
 
 Connection::Connection(const std::string& path) {
   sqlite3* opened = nullptr;
-  const int code =
-      sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  const int code = sqlite3_open_v2(path.c_str(), &opened,
+                                   SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   database_.reset(opened);
   if (opened == nullptr) throw Error(ErrorCode::outOfMemory, "there is no memory for a database");
   require(code);

@@ -63,6 +63,7 @@ SqliteTables::SqliteTables(const std::string& path, bool isOfSeveral)
     : connection_(path), layout_(isOfSeveral, *this) {
   // Nobody else sees the database before it is whole, and one that did not become whole is thrown away.
   connection_.run("PRAGMA journal_mode=MEMORY; PRAGMA synchronous=OFF; PRAGMA locking_mode=EXCLUSIVE");
+  connection_.run("BEGIN EXCLUSIVE; COMMIT");  // from now on the file is open
 }
 
 void SqliteTables::add(const Model& model, std::string_view document, const io::Progress& progress) {

@@ -5,7 +5,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <ios>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -32,36 +34,68 @@ constexpr int kMostTries = 1000;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
-/// A file or folder beside the target, of a name that was free; gone at the end of its life.
-class Temporary {
+/// A folder beside the target, of a name that was free; gone at the end of its life.
+class TemporaryFolder {
  public:
-  Temporary(const fs::path& target, bool isFolder) {
-    fs::path name = target.filename();
-    if (name.empty()) name = target.parent_path().filename();
-    const fs::path around = target.has_filename() ? target.parent_path() : target.parent_path().parent_path();
+  explicit TemporaryFolder(const fs::path& target) {
     for (int i = 0; i < kMostTries; ++i) {
-      path_ = around /
-              ("." + name.string() + "." + std::to_string(::getpid()) + "-" + std::to_string(i) + ".tmp");
-      if (isFolder ? makeFolder() : makeFile()) return;
+      path_ = target.parent_path() / ("." + target.filename().string() + "." + std::to_string(::getpid()) +
+                                      "-" + std::to_string(i) + ".tmp");
+      if (::mkdir(path_.c_str(), 0777) == 0) return;
       if (errno != EEXIST) break;
     }
     failToWrite(target, lastError());
   }
-  Temporary(const Temporary&) = delete;
-  Temporary& operator=(const Temporary&) = delete;
-  ~Temporary() {
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder() {
     std::error_code nobodyAsks;
     fs::remove_all(path_, nobodyAsks);
   }
   const fs::path& path() const { return path_; }
 
  private:
-  bool makeFolder() const { return ::mkdir(path_.c_str(), 0777) == 0; }
-  bool makeFile() const {
-    const int file = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    return file >= 0 && ::close(file) == 0;
-  }
   fs::path path_;
+};
+
+/// A file on the target's disk that loses its name as soon as a database has it open: whatever ends the
+/// program, nothing of it stays behind.
+class NamelessFile {
+ public:
+  explicit NamelessFile(const fs::path& target) {
+    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+    path_ = (folder / ".kr0-XXXXXX").string();
+    file_ = ::mkostemp(path_.data(), O_CLOEXEC);
+    if (file_ < 0) failToWrite(target, lastError());
+  }
+  NamelessFile(const NamelessFile&) = delete;
+  NamelessFile& operator=(const NamelessFile&) = delete;
+  ~NamelessFile() {
+    loseName();
+    ::close(file_);
+  }
+  const std::string& path() const { return path_; }
+  void loseName() {
+    if (!path_.empty()) ::unlink(path_.c_str());
+    path_.clear();
+  }
+  void copyTo(io::AtomicFile& target) const {
+    std::vector<char> piece(kCopied);
+    for (off_t at = 0;;) {
+      const ssize_t count = ::pread(file_, piece.data(), piece.size(), at);
+      if (count == 0) return;
+      if (count < 0 && errno != EINTR)
+        throw std::ios_base::failure("the database cannot be read back", lastError());
+      if (count < 0) continue;
+      target.write({piece.data(), static_cast<std::size_t>(count)});
+      at += count;
+    }
+  }
+
+ private:
+  static constexpr std::size_t kCopied = std::size_t{1} << 20;
+  std::string path_;
+  int file_ = -1;
 };
 
 void moveTo(const fs::path& from, const fs::path& to) {
@@ -70,31 +104,11 @@ void moveTo(const fs::path& from, const fs::path& to) {
   if (error) failToWrite(to, error);
 }
 
-void synchronise(const fs::path& path) {
-  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file < 0) failToWrite(path, lastError());
-  const bool isDone = ::fsync(file) == 0;
-  const std::error_code error = lastError();
-  ::close(file);
-  if (!isDone) failToWrite(path, error);
-}
-
 /// What a link leads to: the link stays, and what it points at is replaced.
 fs::path behindLinks(const fs::path& path) {
   std::error_code error;
   const fs::path real = fs::is_symlink(path, error) ? fs::canonical(path, error) : path;
   return error ? path : real;
-}
-
-/// An old file keeps its permissions, and one that may not be written is not replaced.
-void takeOver(const fs::path& old, const fs::path& made) {
-  std::error_code error;
-  const fs::file_status status = fs::status(old, error);
-  if (!fs::exists(status)) return;
-  if (fs::is_directory(status)) failToWrite(old, std::make_error_code(std::errc::is_a_directory));
-  if (!fs::is_regular_file(status)) failToWrite(old, std::make_error_code(std::errc::invalid_seek));
-  if (::access(old.c_str(), W_OK) != 0) failToWrite(old, lastError());
-  fs::permissions(made, status.permissions(), error);
 }
 
 /// @throws Error where a folder that is there holds anything but tables of this form.
@@ -128,18 +142,18 @@ void requireReplaceable(const fs::path& folder, TextTables form) {
 
 void writeSqlite(const Model& model, const fs::path& path, const io::Progress& progress) {
   try {
-    const fs::path target = behindLinks(path);
-    const Temporary file(target, false);
-    takeOver(target, file.path());
+    io::AtomicFile target(path);
+    NamelessFile file(path);
     {
-      SqliteTables tables(file.path().string(), false);
+      SqliteTables tables(file.path(), false);
+      file.loseName();
       tables.add(model, {}, progress);
       tables.addIndices();
     }
-    synchronise(file.path());
-    moveTo(file.path(), target);
+    file.copyTo(target);
+    target.commit();
   } catch (...) {
-    rethrowAsError({.file = path.string()});
+    io::rethrowWriteFailure(path.string());
   }
 }
 
@@ -148,14 +162,14 @@ void writeTextTables(const Model& model, const fs::path& folder, TextTables form
   try {
     const fs::path target = behindLinks(folder.has_filename() ? folder : folder.parent_path());
     requireReplaceable(target, form);
-    const Temporary made(target, true);
+    const TemporaryFolder made(target);
     TextRows rows(made.path(), form);
     rows.add(model, progress);
     std::error_code error;
     if (!fs::exists(target, error)) return moveTo(made.path(), target);
     // Both change places at once where the file system can do that; what is temporary then holds the old one.
     if (::renameat2(AT_FDCWD, made.path().c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0) return;
-    const Temporary old(target, true);
+    const TemporaryFolder old(target);
     moveTo(target, old.path());  // an empty folder gives way
     try {
       moveTo(made.path(), target);

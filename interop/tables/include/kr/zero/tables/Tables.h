@@ -16,8 +16,8 @@
 
 namespace kr::zero::tables {
 
-/// Writes a model as an SQLite database with foreign keys and indices: to a temporary file beside the target,
-/// which then takes its name. A failure leaves what was there as it was.
+/// Writes a model as an SQLite database with foreign keys and indices. It grows in a file without a name on
+/// the target's disk, and then goes to the target all or nothing, as io::saveModel does it.
 /// @param progress called with the number of elements that are written.
 /// @throws Error where the file cannot be written (ErrorCode::unwritable), or SQLite cannot hold the tables
 ///   (ErrorCode::inexpressible), a class of more than 2,000 columns, say.
