@@ -49,9 +49,10 @@ fs::path findWorkTree() {
 std::string metaModelWords(const std::vector<std::string>& metaModels, const fs::path& workTree) {
   std::string words;
   for (const std::string& path : metaModels) {
-    const fs::path inside = workTree.empty() ? fs::path() : fs::absolute(path).lexically_relative(workTree);
+    const fs::path place = fs::absolute(path).lexically_normal();
+    const fs::path inside = workTree.empty() ? fs::path() : place.lexically_relative(workTree);
     const bool isInside = !inside.empty() && *inside.begin() != "..";
-    words += " -m " + asWord(isInside ? inside.string() : fs::absolute(path).lexically_normal().string());
+    words += " -m " + asWord((isInside ? inside : place).string());
   }
   return words;
 }
