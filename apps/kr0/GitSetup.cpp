@@ -59,7 +59,7 @@ std::string metaModelWords(const std::vector<std::string>& metaModels, const fs:
 
 std::vector<Setting> settings(const std::string& metaModels) {
   return {{"diff.kr0.command", "kr0 diff --git" + metaModels + " --"},
-          {"diff.kr0.textconv", "kr0 cat" + metaModels + " --"},
+          {"diff.kr0.textconv", "kr0 cat --stable" + metaModels + " --"},
           {"merge.kr0.name", "elements of models, by kr0"},
           {"merge.kr0.driver", "kr0 merge %O %A %B -o %A" + metaModels}};
 }

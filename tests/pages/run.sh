@@ -39,6 +39,9 @@ compile() {
   if grep -q kr/zero/archive "$1"; then libraries=(-lkr0_archive "${libraries[@]}"); fi
   if grep -q kr/zero/json "$1"; then libraries=(-lkr0_json "${libraries[@]}"); fi
   if grep -q kr/zero/tables "$1"; then libraries=(-lkr0_tables "${libraries[@]}"); fi
+  if grep -q kr/zero/compare "$1"; then
+    libraries=(-I"$root/compare/include" -L"$build/compare" -Wl,-rpath,"$build/compare" -lkr0_compare "${libraries[@]}")
+  fi
   "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror -I"$root/include" -I"$root/src/framework/include" \
     -I"$root/interop/ecore/include" -I"$root/evolution/include" -I"$root/archive/include" \
     -I"$root/interop/json/include" -I"$root/interop/tables/include" "$1" -o "${1%.cpp}" -pthread \

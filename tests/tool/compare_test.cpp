@@ -176,7 +176,7 @@ TEST(GitSetup, PrintsWhatAShellCanRun) {
             "echo '*.krz diff=kr0 merge=kr0' >> .gitattributes\n"
             "echo '\"my models/*\" diff=kr0 merge=kr0' >> .gitattributes\n"
             "git config diff.kr0.command 'kr0 diff --git --'\n"
-            "git config diff.kr0.textconv 'kr0 cat --'\n"
+            "git config diff.kr0.textconv 'kr0 cat --stable --'\n"
             "git config merge.kr0.name 'elements of models, by kr0'\n"
             "git config merge.kr0.driver 'kr0 merge %O %A %B -o %A'\n");
 }
