@@ -17,7 +17,10 @@ constexpr std::size_t kCandidates = 8;
 struct Likeness {
   std::size_t same = 0;
   std::size_t different = 0;
-  bool isEnough() const noexcept { return different <= 1 || same >= different; }
+  /// @param isOnlyPlace whether just one element has room where these stand.
+  bool isEnough(bool isOnlyPlace) const noexcept {
+    return different <= 1 || same >= different || (isOnlyPlace && same > 0);
+  }
   /// Also for elements that stand in places that have nothing to do with each other.
   bool isStriking() const noexcept { return same >= 2 && same > different; }
   friend bool operator>(const Likeness& a, const Likeness& b) noexcept {
@@ -265,7 +268,8 @@ class Matcher {
       std::vector<Ordinal> groupB;
       for (; x != endX; ++x) groupA.push_back(listA[x->place].at);
       for (; y != endY; ++y) groupB.push_back(listB[y->place].at);
-      matchGroup(groupA, groupB);
+      const meta::Property property = a_.containingProperty(groupA.front());
+      matchGroup(groupA, groupB, property && !property->isMany());
     }
     const auto drop = [](std::vector<Ordinal>& loose, const std::vector<Ordinal>& partners) {
       std::erase_if(loose, [&](Ordinal at) { return partners[at] != kNone; });
@@ -275,7 +279,7 @@ class Matcher {
   }
 
   /// Elements of one class in one place.
-  void matchGroup(const std::vector<Ordinal>& groupA, const std::vector<Ordinal>& groupB) {
+  void matchGroup(const std::vector<Ordinal>& groupA, const std::vector<Ordinal>& groupB, bool isOnlyPlace) {
     std::size_t first = 0;  // of those of the second group that may be free
     for (std::size_t i = 0; i < groupA.size(); ++i) {
       while (first < groupB.size() && inA_[groupB[first]] != kNone) ++first;
@@ -286,7 +290,7 @@ class Matcher {
       for (std::size_t j = from; j < groupB.size() && looked < 2 * kCandidates; ++j, ++looked) {
         if (inA_[groupB[j]] != kNone) continue;
         const Likeness likeness = compare(groupA[i], groupB[j]);
-        if (!likeness.isEnough() || (best != kNone && !(likeness > most))) continue;
+        if (!likeness.isEnough(isOnlyPlace) || (best != kNone && !(likeness > most))) continue;
         best = groupB[j];
         most = likeness;
       }

@@ -49,16 +49,17 @@ fs::path findWorkTree() {
 std::string metaModelWords(const std::vector<std::string>& metaModels, const fs::path& workTree) {
   std::string words;
   for (const std::string& path : metaModels) {
-    const fs::path inside = workTree.empty() ? fs::path() : fs::absolute(path).lexically_relative(workTree);
+    const fs::path place = fs::absolute(path).lexically_normal();
+    const fs::path inside = workTree.empty() ? fs::path() : place.lexically_relative(workTree);
     const bool isInside = !inside.empty() && *inside.begin() != "..";
-    words += " -m " + asWord(isInside ? inside.string() : fs::absolute(path).lexically_normal().string());
+    words += " -m " + asWord((isInside ? inside : place).string());
   }
   return words;
 }
 
 std::vector<Setting> settings(const std::string& metaModels) {
   return {{"diff.kr0.command", "kr0 diff --git" + metaModels + " --"},
-          {"diff.kr0.textconv", "kr0 cat" + metaModels + " --"},
+          {"diff.kr0.textconv", "kr0 cat --stable" + metaModels + " --"},
           {"merge.kr0.name", "elements of models, by kr0"},
           {"merge.kr0.driver", "kr0 merge %O %A %B -o %A" + metaModels}};
 }

@@ -40,7 +40,7 @@ struct Scene {
 };
 
 TEST(RandomEditsTest, WhatWasFoundLeadsFromTheOneToTheOther) {
-  const std::uint64_t kCases = getenv("CASES") ? strtoull(getenv("CASES"),0,10) : 200;
+  constexpr std::uint64_t kCases = 200;
   std::size_t shortEnough = 0;
   for (std::uint64_t seed = 1; seed <= kCases; ++seed) {
     Scene scene(seed);
@@ -50,10 +50,7 @@ TEST(RandomEditsTest, WhatWasFoundLeadsFromTheOneToTheOther) {
     const Model patched = applyDiff(diff, scene.model);
     ASSERT_EQ(findDifference(patched, edited), std::nullopt) << "seed " << seed << '\n' << sentences(diff);
     shortEnough += diff.differences().size() <= 2 * edits;
-    if (diff.differences().size() > 2 * edits && getenv("SHOW"))
-      std::cerr << "seed " << seed << ": " << edits << " edits\n" << sentences(diff);
   }
-  if (getenv("SHOW")) std::cerr << shortEnough << "\n";
   EXPECT_GE(shortEnough, kCases * 95 / 100);
 }
 
