@@ -233,6 +233,14 @@ std::vector<std::uint8_t> ArchiveReader::readDocument() try {
   rethrowAsError({.file = name()});
 }
 
+void ArchiveReader::readDocument(const std::function<void(std::string_view)>& take) try {
+  std::optional<Impl::Claim> claim;
+  if (impl_->manifest) claim.emplace(Impl::Claim{impl_->manifest->bytes, impl_->manifest->hash});
+  impl_->unpack(kDocumentPart, impl_->file.document(), claim, take);
+} catch (...) {
+  rethrowAsError({.file = name()});
+}
+
 PartialDocument ArchiveReader::readPartialDocument() try {
   const Extent at = impl_->file.document();
   PartialDocument document;

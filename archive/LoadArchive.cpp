@@ -105,12 +105,17 @@ Model load(ArchiveReader& reader, const std::string& name, const meta::MetaRegis
 
 }  // namespace
 
-LoadedArchive ArchiveReader::readModel() {
+LoadedArchive ArchiveReader::loadMetaModel() {
   auto registry = std::make_unique<meta::MetaRegistry>();
-  std::shared_ptr<const ecore::Mapping> mapping = loadMetaModel(*this, name(), *registry);
+  std::shared_ptr<const ecore::Mapping> mapping = archive::loadMetaModel(*this, name(), *registry);
   requireBrought(*registry, getManifest(), name());
-  Model model = archive::readModel(*this, name(), *registry);
-  return {std::move(registry), std::move(mapping), std::move(model)};
+  return {std::move(registry), std::move(mapping), Model()};
+}
+
+LoadedArchive ArchiveReader::readModel() {
+  LoadedArchive loaded = loadMetaModel();
+  loaded.model = archive::readModel(*this, name(), *loaded.registry);
+  return loaded;
 }
 
 LoadedArchive loadArchive(const std::filesystem::path& path, const ArchiveLimits& limits) {

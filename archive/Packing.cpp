@@ -18,24 +18,6 @@ constexpr int kHighestGzipLevel = 9;
 constexpr std::array<std::pair<std::string_view, Packing>, 2> kSuffixes{
     {{".gz", Packing::gzip}, {".zst", Packing::zstandard}}};
 
-/// Collects what was unpacked, up to the limit.
-class Collector {
- public:
-  explicit Collector(const UnpackOptions& options) : options_(options) {}
-  void take(std::string_view piece) {
-    if (piece.size() > options_.limit - bytes_.size())
-      throw Error(ErrorCode::overLimit,
-                  {.file = options_.name,
-                   .problem = "it unpacks to more than " + std::to_string(options_.limit) + " bytes"});
-    bytes_.insert(bytes_.end(), piece.begin(), piece.end());
-  }
-  std::vector<std::uint8_t> result() && { return std::move(bytes_); }
-
- private:
-  const UnpackOptions& options_;
-  std::vector<std::uint8_t> bytes_;
-};
-
 void decompressAll(std::string_view bytes, Packing packing, const TakePiece& take) {
   if (packing == Packing::gzip)
     decompressGzip(bytes, take);
@@ -65,11 +47,19 @@ std::string_view unpackedName(std::string_view path) {
   return path;
 }
 
-std::vector<std::uint8_t> unpack(std::string_view bytes, Packing packing, const UnpackOptions& options) {
+void unpack(std::string_view bytes, Packing packing, const std::function<void(std::string_view)>& take,
+            const UnpackOptions& options) {
+  std::uint64_t left = options.limit;
+  const TakePiece takeWithinLimit = [&](std::string_view piece) {
+    if (piece.size() > left)
+      throw Error(ErrorCode::overLimit,
+                  {.file = options.name,
+                   .problem = "it unpacks to more than " + std::to_string(options.limit) + " bytes"});
+    left -= piece.size();
+    take(piece);
+  };
   try {
-    Collector collector(options);
-    decompressAll(bytes, packing, [&](std::string_view piece) { collector.take(piece); });
-    return std::move(collector).result();
+    decompressAll(bytes, packing, takeWithinLimit);
   } catch (const Error&) {
     rethrowAsError({.file = options.name});
   } catch (const std::runtime_error& error) {
@@ -79,6 +69,15 @@ std::vector<std::uint8_t> unpack(std::string_view bytes, Packing packing, const 
   } catch (...) {
     rethrowAsError({.file = options.name});
   }
+}
+
+std::vector<std::uint8_t> unpack(std::string_view bytes, Packing packing, const UnpackOptions& options) {
+  std::vector<std::uint8_t> unpacked;
+  const auto take = [&](std::string_view piece) {
+    unpacked.insert(unpacked.end(), piece.begin(), piece.end());
+  };
+  unpack(bytes, packing, take, options);
+  return unpacked;
 }
 
 std::string pack(std::string_view bytes, Packing packing, int level) {

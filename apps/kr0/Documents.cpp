@@ -116,23 +116,15 @@ std::optional<Format> formatOfExtension(std::string_view path) {
 }
 
 // What a document is by its content; nothing where that looks like no format at all.
-std::optional<Format> formatOfContent(const Document& document) {
-  const ustring name = io::IOFormatProvider::findByContent(document.text());
+std::optional<Format> formatOfContent(std::string_view text) {
+  const ustring name = io::IOFormatProvider::findByContent(text);
   if (name == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN) return Format::krt;
   if (name == io::IOFormatProvider::FORMAT_BINARY) return Format::krb;
-  if (io::looksLikeXml(document.text())) return Format::xmi;
-  if (json::looksLikeJson(document.text())) return Format::json;
+  if (io::looksLikeXml(text)) return Format::xmi;
+  if (json::looksLikeJson(text)) return Format::json;
   return std::nullopt;
 }
 
-Format formatOf(const Document& document, const std::string& path) {
-  if (archive::looksLikeArchive(document.text())) return Format::krz;
-  std::optional<Format> format = formatOfExtension(path);
-  if (!format) format = formatOfContent(document);
-  return format.value_or(Format::krb);
-}
-
-// Once is what anybody does on purpose, and more layers than one would hide how much there is to unpack.
 void unpack(Document& document) {
   document.packedBytes = document.bytes.size();
   document.packing = archive::packingOf(document.text());
@@ -141,9 +133,7 @@ void unpack(Document& document) {
     return archive::unpack(document.text(), document.packing,
                            {.name = document.name, .limit = document.limit});
   });
-  if (archive::packingOf(document.text()) != archive::Packing::none)
-    throw Error(ErrorCode::foreign,
-                {.file = document.name, .problem = "it is packed twice: unpack the outer layer first"});
+  requireOneLayer(document.text(), document.name);
 }
 
 Document readBytes(const std::string& path, std::uint64_t limit) {
@@ -344,6 +334,20 @@ std::optional<MetaModels> MetaModels::find(const ReadOptions& options,
   return found->second;
 }
 
+Format formatOf(std::string_view text, const std::string& path) {
+  if (archive::looksLikeArchive(text)) return Format::krz;
+  std::optional<Format> format = formatOfExtension(path);
+  if (!format) format = formatOfContent(text);
+  return format.value_or(Format::krb);
+}
+
+// Once is what anybody does on purpose, and more layers than one would hide how much there is to unpack.
+void requireOneLayer(std::string_view unpacked, const std::string& name) {
+  if (archive::packingOf(unpacked) != archive::Packing::none)
+    throw Error(ErrorCode::foreign,
+                ErrorDetails{.file = name, .problem = "it is packed twice: unpack the outer layer first"});
+}
+
 std::string_view Document::text() const {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
@@ -357,7 +361,7 @@ Document readDocument(const std::string& path, std::optional<Format> format, Pro
   progress.startStep("reading " + inputName(path));
   refuseTables(path, format);
   Document document = readBytes(path, limit);
-  document.format = format ? *format : formatOf(document, path);
+  document.format = format ? *format : formatOf(document.text(), path);
   return document;
 }
 

@@ -127,6 +127,12 @@ std::string readText(const std::string& path, std::uint64_t limit);
 Document readDocument(const std::string& path, std::optional<Format> format, ProgressBar& progress,
                       std::uint64_t limit = kDefaultLimit);
 
+/// What a document is: an archive by its content, else by its name's extension, else by its content.
+Format formatOf(std::string_view text, const std::string& path);
+
+/// @throws Error where what came out of a packed file is packed, too.
+void requireOneLayer(std::string_view unpacked, const std::string& name);
+
 /// Does what may unpack a document, and has the error of its limit name the option that raises it.
 template <class Work>
 auto withinLimit(const Document& document, Work work) {

@@ -1,6 +1,8 @@
 #include "Facts.h"
 
 #include "Tree.h"
+#include "View.h"
+#include "kr/zero/inspect/Overview.h"
 #include "kr/zero/io/IOFormatProvider.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
@@ -40,6 +42,25 @@ Counts countByClass(const Model& model) {
   return counts;
 }
 
+// A document of a binary format that is whole is gone through where it lies; of one that is not, the reader
+// that makes a model says why.
+bool addOverview(const FileView& bytes, bool isTagged, const meta::MetaRegistry* registry, Facts& facts) {
+  const inspect::Overview overview =
+      inspect::overviewOf(bytes.text(), {.registry = registry, .tagged = isTagged},
+                          [&](std::uint64_t offset) { bytes.letGo(offset); });
+  if (!overview.isSound) return false;
+  facts.version = std::to_string(overview.version);
+  facts.packages = packagesNamed(overview.packages);
+  if (overview.isCounted) facts.elements = overview.elements;
+  return true;
+}
+
+void addModel(const Document& document, const InputOptions& input, Facts& facts, ProgressBar& progress) {
+  const LoadedDocument loaded = readModel(document, input, progress);
+  facts.elements = countByClass(loaded.model);
+  if (!facts.packages) facts.packages = packagesOf(loaded.model);
+}
+
 // A tagged document says everything itself.
 class TaggedFacts final : public TreeVisitor {
  public:
@@ -56,25 +77,28 @@ class TaggedFacts final : public TreeVisitor {
   Facts& facts_;
 };
 
-void addHeader(const Document& document, Facts& facts) {
+void addStrictly(const Document& document, const InputOptions& input, Facts& facts, ProgressBar& progress) {
+  if (document.format == Format::xmi) facts.version = xmiVersion(document.text());
   if (document.format == Format::krt) {
     TaggedFacts visitor(facts);
-    return checkTagged(document, visitor);
+    checkTagged(document, visitor);
   }
-  if (document.format == Format::xmi) {
-    facts.version = xmiVersion(document.text());
-    return;
+  if (document.format == Format::krb) {
+    BinaryHeader header = readBinaryHeader(document);
+    facts.version = std::move(header.version);
+    facts.packages = packagesNamed(header.packages);
   }
-  if (document.format == Format::json) return;  // what it says of itself may stand anywhere in it
-  BinaryHeader header = readBinaryHeader(document);
-  facts.version = std::move(header.version);
-  facts.packages = packagesNamed(header.packages);
+  if (hasMetaModels(document, input)) addModel(document, input, facts, progress);
 }
 
-void addContent(const Document& document, const InputOptions& input, Facts& facts, ProgressBar& progress) {
-  const LoadedDocument loaded = readModel(document, input, progress);
-  facts.elements = countByClass(loaded.model);
-  if (!facts.packages) facts.packages = packagesOf(loaded.model);
+bool addAsItLies(const ViewedDocument& viewed, const InputOptions& input, Facts& facts) {
+  const bool isTagged = viewed.document.format == Format::krt;
+  if (!isTagged && viewed.document.format != Format::krb) return false;
+  if (!addOverview(viewed.bytes, isTagged, nullptr, facts)) return false;
+  std::vector<std::string> uris;
+  for (const PackageFacts& package : *facts.packages) uris.push_back(package.uri);
+  const std::optional<MetaModels> metaModels = MetaModels::find(input, uris);
+  return !metaModels || addOverview(viewed.bytes, isTagged, &metaModels->registry(), facts);
 }
 
 // --- Archives
@@ -89,13 +113,23 @@ void addManifest(const archive::Manifest& manifest, Facts& facts) {
 }
 
 // The manifest says all of this, unless it is damaged.
-void addInner(const std::vector<std::uint8_t>& bytes, Facts& facts) {
+void addInner(std::string_view text, Facts& facts) {
   if (facts.inner) return;
-  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   const ustring format = io::IOFormatProvider::findByContent(text);
   facts.inner = {
       std::string(nameOf(format == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN ? Format::krt : Format::krb)),
-      bytes.size()};
+      text.size()};
+}
+
+// The elements of an archive, by the meta model that it brings.
+bool countInArchive(archive::ArchiveReader& reader, const FileView& bytes, Facts& facts) {
+  const archive::LoadedArchive loaded = reader.loadMetaModel();
+  const auto version = facts.version;
+  const auto packages = facts.packages;  // with fingerprints
+  const bool isSound = addOverview(bytes, reader.getManifest().tagged, loaded.registry.get(), facts);
+  facts.version = version;
+  facts.packages = packages;
+  return isSound;
 }
 
 /// How much a part takes in the file, where it is there.
@@ -105,39 +139,47 @@ std::optional<std::uint64_t> sizeOf(const archive::ArchiveReader& reader, const 
   return std::nullopt;
 }
 
-void addArchive(const Document& document, const InputOptions& input, Facts& facts, ProgressBar& progress) {
-  archive::ArchiveReader reader(document.asArchive(), {.bytes = document.limit});
+void addArchive(const ViewedDocument& viewed, const InputOptions& input, Facts& facts,
+                ProgressBar& progress) {
+  const Document& document = viewed.document;
+  archive::ArchiveReader reader({viewed.bytes.text(), document.name}, {.bytes = document.limit});
   const auto look = [&](const char* part, const auto& read) {
     const bool isWhole = facts.faults.attempt([&] { withinLimit(document, read); });
     facts.parts.push_back({part, isWhole, sizeOf(reader, part)});
     return isWhole;
   };
+  FileView inner;
   const bool hasManifest = look("manifest", [&] { addManifest(reader.getManifest(), facts); });
   const bool hasMetaModel = look("meta model", [&] { reader.readMetaModel(); });
-  const bool hasDocument = look("document", [&] { addInner(reader.readDocument(), facts); });
-  if (hasManifest && hasDocument && (hasMetaModel || !input.metaModels.empty()))
-    facts.faults.attempt([&] { addContent(document, input, facts, progress); });
+  const bool hasDocument = look("document", [&] {
+    inner = FileView::of([&](const auto& take) { reader.readDocument(take); });
+    addInner(inner.text(), facts);
+  });
+  if (!hasManifest || !hasDocument || (!hasMetaModel && input.metaModels.empty())) return;
+  facts.faults.attempt([&] {
+    if (!input.metaModels.empty() || !countInArchive(reader, inner, facts))
+      addModel(viewed.load(), input, facts, progress);
+  });
 }
 
 }  // namespace
 
-Facts::Facts(const Document& document)
+Facts::Facts(const Document& document, std::size_t size)
     : format(document.format),
-      bytes(document.bytes.size()),
+      bytes(size),
       packing(document.packing),
       packedBytes(document.packedBytes),
       faults(document.name) {}
 
 Facts gatherFacts(const InputOptions& input) {
   ProgressBar progress;
-  const Document document = readDocument(input.path, formatNamed(input.from), progress, input.limit);
-  Facts facts(document);
-  if (document.format == Format::krz) {
-    addArchive(document, input, facts, progress);
-    return facts;
-  }
-  addHeader(document, facts);
-  if (hasMetaModels(document, input)) addContent(document, input, facts, progress);
+  progress.startStep("reading " + inputName(input.path));
+  const ViewedDocument viewed = viewDocument(input);
+  Facts facts(viewed.document, viewed.bytes.text().size());
+  if (viewed.document.format == Format::krz)
+    addArchive(viewed, input, facts, progress);
+  else if (!addAsItLies(viewed, input, facts))
+    addStrictly(viewed.load(), input, facts, progress);
   return facts;
 }
 

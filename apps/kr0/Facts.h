@@ -37,7 +37,8 @@ struct InnerFacts {
 
 /// What there is to know of a document; what it does not say, or is damaged, is empty.
 struct Facts {
-  explicit Facts(const Document& document);
+  /// @param size of the document, unpacked; its bytes need not be there.
+  Facts(const Document& document, std::size_t size);
 
   Format format;
   std::string version = {};

@@ -21,41 +21,6 @@ namespace {
 
 constexpr std::size_t kPieceBytes = std::size_t{64} * 1024;
 
-// A descriptor that is closed on every way out.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  int get() const { return number_; }
-
- private:
-  int number_;
-};
-
-[[noreturn]] void failToRead(const std::string& name) {
-  throw Error(ErrorCode::unreadable, {.file = name, .problem = io::unreadableFor(errno)});
-}
-
-std::vector<std::uint8_t> readDescriptor(int descriptor, const std::string& name) {
-  std::vector<std::uint8_t> bytes;
-  struct stat status {};
-  if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
-    bytes.reserve(static_cast<std::size_t>(status.st_size));
-  std::uint8_t piece[kPieceBytes];
-  for (;;) {
-    const ssize_t got = ::read(descriptor, piece, sizeof piece);
-    if (got == 0) return bytes;
-    if (got > 0)
-      bytes.insert(bytes.end(), piece, piece + got);
-    else if (errno != EINTR)
-      failToRead(name);
-  }
-}
-
 // Whoever read a pipe may have seen enough; every other failure is one.
 template <class Write>
 void writeForReader(Write write) {
@@ -83,11 +48,43 @@ void holdStandardStreams() {
 
 std::string inputName(const std::string& path) { return path == "-" ? "standard input" : path; }
 
+void failToRead(const std::string& name) {
+  throw Error(ErrorCode::unreadable, {.file = name, .problem = io::unreadableFor(errno)});
+}
+
+InputFile::InputFile(const std::string& path)
+    : name_(inputName(path)),
+      descriptor_(path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+  if (descriptor_ < 0) failToRead(name_);
+}
+
+InputFile::~InputFile() { ::close(descriptor_); }
+
+std::size_t InputFile::knownSize() const {
+  struct stat status {};
+  const bool isKnown =
+      ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode) && ::lseek(descriptor_, 0, SEEK_CUR) == 0;
+  return isKnown ? static_cast<std::size_t>(status.st_size) : 0;
+}
+
+void InputFile::readPieces(const std::function<void(std::string_view)>& take) const {
+  char piece[kPieceBytes];
+  for (;;) {
+    const ssize_t got = ::read(descriptor_, piece, sizeof piece);
+    if (got == 0) return;
+    if (got > 0)
+      take({piece, static_cast<std::size_t>(got)});
+    else if (errno != EINTR)
+      failToRead(name_);
+  }
+}
+
 std::vector<std::uint8_t> readInput(const std::string& path) {
-  const std::string name = inputName(path);
-  Descriptor file(path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) failToRead(name);
-  return readDescriptor(file.get(), name);
+  const InputFile file(path);
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve(file.knownSize());
+  file.readPieces([&](std::string_view piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); });
+  return bytes;
 }
 
 void writeOutput(const std::string& path, std::string_view bytes) {

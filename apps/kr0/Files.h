@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,31 @@ void holdStandardStreams();
 
 /// What messages call a path: the path itself, or the name of the standard stream.
 std::string inputName(const std::string& path);
+
+/// @throws Error that the input of this name cannot be read, for the reason in errno.
+[[noreturn]] void failToRead(const std::string& name);
+
+/// A file that is open for reading.
+class InputFile {
+ public:
+  /// @param path "-": standard input.
+  /// @throws Error where it cannot be opened.
+  explicit InputFile(const std::string& path);
+  ~InputFile();
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  int get() const { return descriptor_; }
+  /// Its bytes, where it is a regular file that was not read from yet; else 0. Some special files say 0, too.
+  std::size_t knownSize() const;
+  /// What comes, to its end.
+  /// @throws Error where that fails, and what the function throws.
+  void readPieces(const std::function<void(std::string_view)>& take) const;
+
+ private:
+  std::string name_;
+  int descriptor_;
+};
 
 /// The whole content of a file.
 /// @throws Error where it cannot be read.

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -138,9 +139,15 @@ class KR0_ARCHIVE_API ArchiveReader {
   /// The bytes of the document. Where the manifest is damaged their own checksum has to do.
   /// @throws Error where it is damaged, or over the limit.
   std::vector<std::uint8_t> readDocument();
+  /// The same piece by piece, for documents that are not to be in memory as a whole. What was taken is proved
+  /// only when the call returns.
+  void readDocument(const std::function<void(std::string_view)>& take);
   /// The bytes of a document as far as they can be unpacked.
   /// @throws Error where there is no document, or it is over the limit.
   PartialDocument readPartialDocument();
+  /// The meta model ready for use, and no model: `model` is empty.
+  /// @throws Error where it or the manifest is damaged, or over the limit.
+  LoadedArchive loadMetaModel();
   /// The model, by the meta model of the archive.
   /// @throws Error where any part is damaged, or over the limit.
   LoadedArchive readModel();

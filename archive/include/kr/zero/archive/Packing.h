@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,6 +50,12 @@ struct UnpackOptions {
 ///   something else; overLimit; misuse for Packing::none.
 KR0_ARCHIVE_API std::vector<std::uint8_t> unpack(std::string_view bytes, Packing packing,
                                                  const UnpackOptions& options = {});
+
+/// The same piece by piece.
+/// @param take called with what comes next; what it throws passes through.
+KR0_ARCHIVE_API void unpack(std::string_view bytes, Packing packing,
+                            const std::function<void(std::string_view)>& take,
+                            const UnpackOptions& options = {});
 
 /// Packs a file as a whole, without times and names in it: the same bytes and level give the same result with
 /// the same release of the compressor.
