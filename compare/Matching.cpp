@@ -350,7 +350,8 @@ class Matcher {
         same += isKnown(a_.marks(child).tree) || isKnown(a_.marks(child).name);
     }
     likeness.same += same;
-    likeness.different += std::max(sizeA, sizeB) - std::min(same, std::max(sizeA, sizeB));
+    // Half of the others: children that changed are still to be matched themselves.
+    likeness.different += (std::max(sizeA, sizeB) - std::min(same, std::max(sizeA, sizeB))) / 2;
   }
 
   /// A model is mostly one tree: its root stays the root.

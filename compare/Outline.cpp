@@ -17,6 +17,9 @@ const ElementRecord* asRecord(cells::Cell cell) noexcept {
   return reinterpret_cast<const ElementRecord*>(cell);  // NOLINT: so children lie in cells
 }
 
+/// A path of more than twice as many segments is shortened in the middle, as the model itself does it.
+constexpr std::size_t kShownSegments = 24;
+
 /// Attributes that name elements among their siblings, the best first.
 constexpr std::array<std::string_view, 9> kNameLike = {"name", "id",    "identifier", "uuid",         "key",
                                                        "code", "title", "label",      "qualifiedname"};
@@ -139,6 +142,7 @@ void Outline::layOut() {
     pushChildren(next.record, this->size() - 1);
   }
   indexRecords();
+  noteTops();
   for (Ordinal at = this->size(); at-- > 1;) {
     Ordinal& around = ends_[containers_[at]];
     around = std::max(around, ends_[at]);
@@ -241,22 +245,43 @@ void Outline::markReferences() {
   settle();
 }
 
-std::string Outline::path(Ordinal at) const {
-  // Long paths are shortened as the model itself does.
-  constexpr std::size_t kLongest = 48;
-  std::vector<Ordinal> chain;
-  for (Ordinal next = at; next != 0; next = containers_[next]) chain.push_back(next);
-  if (chain.size() > kLongest) return element(at).getPath();
-  std::string path;
-  for (std::size_t i = chain.size(); i-- > 0;) {
-    const meta::Property property = containingProperty(chain[i]);
-    std::string name = property ? property->name() : records_[chain[i]]->use->type->name();
-    if (!property && name[0] >= 'A' && name[0] <= 'Z') name[0] = static_cast<char>(name[0] - 'A' + 'a');
-    path += '/' + name;
-    const bool isOneOfMany = property ? property->isMany() : model_->roots().size() > 1;
-    if (isOneOfMany) path += '[' + std::to_string(positions_[chain[i]]) + ']';
+/// Without it, the beginnings of the paths of a deep model would take a walk up through all of it each.
+void Outline::noteTops() {
+  std::vector<Ordinal> tops(size());
+  std::vector<std::uint32_t> depths(size());
+  bool isDeep = false;
+  for (Ordinal at = 1; at < size(); ++at) {
+    depths[at] = depths[containers_[at]] + 1;
+    tops[at] = depths[at] <= kShownSegments ? at : tops[containers_[at]];
+    isDeep = isDeep || depths[at] > 2 * kShownSegments;
   }
-  return path.empty() ? "/" : path;
+  if (isDeep) tops_ = std::move(tops);
+}
+
+std::string Outline::segment(Ordinal at) const {
+  const meta::Property property = containingProperty(at);
+  std::string name = property ? property->name() : records_[at]->use->type->name();
+  if (!property && name[0] >= 'A' && name[0] <= 'Z') name[0] = static_cast<char>(name[0] - 'A' + 'a');
+  const bool isOneOfMany = property ? property->isMany() : model_->roots().size() > 1;
+  if (isOneOfMany) name += '[' + std::to_string(positions_[at]) + ']';
+  return name;
+}
+
+/// The last segments down to an element.
+std::string Outline::segments(Ordinal last, std::size_t count) const {
+  std::vector<Ordinal> chain;
+  for (Ordinal at = last; at != 0 && chain.size() < count; at = containers_[at]) chain.push_back(at);
+  std::string text;
+  for (std::size_t i = chain.size(); i-- > 0;) text += '/' + segment(chain[i]);
+  return text;
+}
+
+std::string Outline::path(Ordinal at) const {
+  if (at == 0) return "/";
+  Ordinal above = at;
+  for (std::size_t i = 0; i < 2 * kShownSegments && above != 0; ++i) above = containers_[above];
+  if (above == 0) return segments(at, 2 * kShownSegments);
+  return segments(tops_[at], kShownSegments) + "/..." + segments(at, kShownSegments);
 }
 
 }  // namespace kr::zero::compare

@@ -72,6 +72,9 @@ class Outline {
   void add(const ElementRecord* record, Ordinal container, std::uint32_t position);
   void layOut();
   void indexRecords();
+  void noteTops();
+  std::string segment(Ordinal at) const;
+  std::string segments(Ordinal last, std::size_t count) const;
   void mark(const CompareOptions& options);
   void markOwn(Ordinal at, std::span<const std::uint8_t> roles);
   void markReferences();
@@ -85,6 +88,7 @@ class Outline {
   std::vector<std::uint16_t> slots_;
   std::vector<Marks> marks_;
   std::vector<Mark> incoming_;
+  std::vector<Ordinal> tops_;     // where paths are long: what is so deep that its path is their beginning
   std::vector<Ordinal> byIndex_;  // empty where records are numbered in document order from 0
 };
 

@@ -180,12 +180,35 @@ TEST_F(Diff, WhatIsMovedOutOfARemovedElementStays) {
 }
 
 TEST_F(Diff, DeepNestingTakesNoStack) {
+  constexpr int kDepth = 30000;
   for (Model* const model : {&before, &after}) {
     Element chapter = chapterOf(*model, 0, 0);
-    for (int i = 0; i < 100000; ++i) chapter = chapter.create("parts");
-    if (model == &after) chapter.set("text", "deep");
+    for (int i = 0; i < kDepth; ++i) {
+      chapter = chapter.create("parts");
+      chapter.set("page", i);
+      if (model == &after) chapter.set("text", "new");
+    }
   }
-  EXPECT_EQ(found().size(), 1U);
+  EXPECT_EQ(found().size(), std::size_t{kDepth});
+}
+
+TEST_F(Diff, PathsAreThoseOfTheModelShortenedWhereTheyAreLong) {
+  for (Model* const model : {&before, &after}) {
+    Element chapter = chapterOf(*model, 0, 0);
+    for (int i = 0; i < 60; ++i) {
+      chapter = chapter.create("parts");
+      chapter.set("page", i);
+      if (model == &after) chapter.set("text", "new");
+    }
+  }
+  std::size_t compared = 0;
+  for (const auto& difference : compareModels(before, after).differences()) {
+    ASSERT_TRUE(difference.before && difference.after) << difference.sentence();
+    EXPECT_EQ(difference.pathBefore, difference.before.getPath());
+    EXPECT_EQ(difference.pathAfter, difference.after.getPath());
+    ++compared;
+  }
+  EXPECT_GE(compared, 59U);
 }
 
 TEST(DiffCall, ModelsOfTwoRegistriesAreRefused) {

@@ -119,6 +119,15 @@ TEST(DiffVerb, IdsOfTheMetaModelTellElementsApart) {
   EXPECT_EQ(kr0({"diff", a, b, "-m", meta}).out, "reordered /e[0] -> /e[1]\n");
 }
 
+TEST(DiffVerb, RealModelsThatDifferInIdsAloneDifferInNothingElse) {
+  if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
+  const std::string folder = modelsDir() + "/neoemf/";
+  const Ended ended = kr0({"diff", folder + "sampleStandard.xmi", folder + "sampleWithId.xmi", "-m",
+                           folder + "Java.ecore", "--stat"});
+  EXPECT_EQ(ended.code, 1) << ended.err;
+  EXPECT_TRUE(ended.out.starts_with("differences: 659 identity\n")) << ended.out;
+}
+
 TEST(MergeVerb, WhatBothSidesChangedIsInTheResult) {
   const std::string ours = otherNumber(),
                     theirs = edited("street=\"Weaver's Quay\"", "street=\"Quay\"", "theirs.xmi");
