@@ -26,6 +26,7 @@ class JsonText {
 
   JsonText& operator<<(std::string_view text) {
     if (text.size() > kCapacity / 2) return putLarge(text);
+    if (text.empty()) return *this;  // its data may be null
     std::memcpy(room(text.size()), text.data(), text.size());
     size_ += text.size();
     return *this;

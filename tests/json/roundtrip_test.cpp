@@ -4,8 +4,10 @@
 
 #include <sstream>
 
+#include "kr/zero/ecore/Ecore.h"
 #include "kr/zero/json/Json.h"
 #include "support/Environment.h"
+#include "support/Paths.h"
 #include "support/RandomModel.h"
 
 namespace kr::zero::json {
@@ -26,6 +28,27 @@ TEST(JsonRoundTrip, RandomModelsKeepTheirBytes) {
     EXPECT_TRUE(bytesOf(readJson(json, {.registry = registry.get()})) == bytesOf(model)) << json;
     std::istringstream stream(json);
     EXPECT_TRUE(writeJson(readJson(stream, {.registry = registry.get()})) == json);
+  }
+}
+
+struct RealModel {
+  const char* path;
+  const char* metaModel;
+};
+
+TEST(JsonRoundTrip, RealModelsKeepTheirBytes) {
+  if (!test::haveModels()) GTEST_SKIP() << "no folder " << test::modelsDir();
+  for (const RealModel& real : {RealModel{"railway/railway-repair-1.xmi", "railway/railway.ecore"},
+                                {"archimate/Archisurance.archimate", "archimate/archimate.ecore"},
+                                {"social/initial-1.xmi", "social/social_network.ecore"},
+                                {"modisco/test001_java.xmi", "modisco/java.ecore"},
+                                {"neoemf/sampleWithId.xmi", "neoemf/Java.ecore"},
+                                {"ecore/XSD.ecore", "ecore/Ecore.ecore"}}) {
+    meta::MetaRegistry registry;
+    const auto mapping = ecore::loadMetaModels({test::modelsDir() + "/" + real.metaModel}, registry);
+    const Model model = ecore::readXmiFile(test::modelsDir() + "/" + real.path, *mapping);
+    const Model again = readJson(writeJson(model), {.registry = &registry});
+    EXPECT_TRUE(bytesOf(again) == bytesOf(model)) << real.path;
   }
 }
 
