@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "archive/ArchiveTesting.h"
+#include "support/Random.h"
 
 namespace kr::zero::test {
 
@@ -11,7 +12,8 @@ constexpr std::size_t kRawBlock = std::size_t{1} << 17;
 
 std::string texts(std::size_t bytes) {
   std::string text;
-  for (std::size_t i = 0; text.size() < bytes; ++i) text += std::to_string(i * i % 7919) + ' ';
+  Random random(1);
+  while (text.size() < bytes) text += std::to_string(random.below(1000000)) + ' ';
   text.resize(bytes);
   return text;
 }
