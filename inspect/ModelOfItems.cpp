@@ -11,8 +11,9 @@ namespace kr::zero::inspect {
 
 namespace {
 
-/// Telling a path takes time in proportion to the siblings of an element.
-constexpr std::size_t kMostPaths = 1000;
+/// Telling a path takes time in proportion to the siblings and the depth of an element.
+constexpr std::size_t kMostPaths = 200;
+constexpr std::size_t kLongestPath = 200;
 
 std::string keyOf(const ScannedIdentity& identity) {
   return std::to_string(identity.first.size()) + ":" + std::string(identity.first) +
@@ -256,7 +257,10 @@ Salvaged ModelOfItems::finish() {
 // --- Losses
 
 std::string ModelOfItems::pathOf(Element element) const {
-  return element && losses_.size() < kMostPaths ? element.getPath() : std::string();
+  if (!element || losses_.size() >= kMostPaths) return {};
+  const std::string path = element.getPath();
+  if (path.size() <= kLongestPath) return path;
+  return "..." + path.substr(path.find('/', path.size() - kLongestPath));
 }
 
 void ModelOfItems::lose(std::size_t offset, std::size_t bytes, Element element, const std::string& why) {

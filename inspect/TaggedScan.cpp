@@ -335,10 +335,9 @@ bool TaggedScan::beginStruct(Reading& reading) const {
   if (isReference || !knowsTypes()) {
     Item item{.kind = ItemKind::reference, .property = property, .name = name, .isOneOfMany = isMany};
     std::string_view document;
-    item.document = &document;
     Listener* const listener = reading.listener;
     if (!isReference) reading.listener = nullptr;  // it need not be one
-    const bool isOne = readReference(reading, in, item);
+    const bool isOne = readReference(reading, in, item, document);
     reading.listener = listener;
     if (isOne) {
       countItem(reading);
@@ -362,9 +361,8 @@ bool TaggedScan::beginStruct(Reading& reading) const {
 }
 
 /// Entries "type", "id" and perhaps "qualifier", each once and in any order, and the end of the struct.
-/// @param[in,out] item whose `document` points to where the qualifier goes; null where there is none.
-bool TaggedScan::readReference(Reading& reading, Cursor& in, Item& item) const {
-  std::string_view& document = *const_cast<std::string_view*>(item.document);
+/// @param[out] document the qualifier, to which the item then points.
+bool TaggedScan::readReference(Reading& reading, Cursor& in, Item& item, std::string_view& document) const {
   bool hasType = false;
   bool hasDocument = false;
   while (tagAt(in.at) == tags::kStartNamedEntry) {
@@ -384,7 +382,7 @@ bool TaggedScan::readReference(Reading& reading, Cursor& in, Item& item) const {
   }
   if (!hasType || !item.identity.isThere)
     return stop(reading, in.at, "type and id of a reference", [&] { return inHex(tagAt(in.at)); });
-  if (!hasDocument) item.document = nullptr;
+  if (hasDocument) item.document = &document;
   return tag(reading, in, tags::kEndStruct, "the end of a reference");
 }
 
@@ -412,16 +410,11 @@ bool TaggedScan::beginMetadata(Reading& reading) const {
   const Frame& top = reading.open.top();
   const PropertyRecord* const property = top.property;
   Cursor in{reading.at};
-  const bool isElement = knowsTypes() && top.kind != FrameKind::document;
-  if (isElement || (!knowsTypes() && top.kind != FrameKind::document)) {
-    Listener* const listener = reading.listener;
-    if (!isElement) reading.listener = nullptr;  // it need not be one
+  if (top.kind != FrameKind::document) {
     Reading probe;
-    probe.at = reading.at;
     Cursor look{reading.at};
-    const bool isOne = isElement || beginElement(probe, look, nullptr);
-    reading.listener = listener;
-    if (isOne) {
+    // Without the meta model it need not be an element's.
+    if (knowsTypes() || beginElement(probe, look, nullptr)) {
       countItem(reading);
       return beginElement(reading, in, property);
     }
@@ -533,9 +526,8 @@ bool TaggedScan::wholeEntry(Reading& reading, Cursor in, const PropertyRecord* p
     if (knowsTypes() && (property == nullptr || property->getKind() != meta::PropertyKind::association))
       return false;
     item.kind = ItemKind::reference;
-    item.document = &document;
     ++in.at;
-    if (!readReference(quiet, in, item)) return false;
+    if (!readReference(quiet, in, item, document)) return false;
   } else if (!primitive(quiet, in, item.value)) {
     return false;
   }

@@ -57,7 +57,7 @@ class TaggedScan {
   bool item(Reading& reading, std::uint8_t tag) const;
   bool packageOrValue(Reading& reading) const;
   bool beginStruct(Reading& reading) const;
-  bool readReference(Reading& reading, Cursor& in, Item& item) const;
+  bool readReference(Reading& reading, Cursor& in, Item& item, std::string_view& document) const;
   bool beginSequence(Reading& reading) const;
   bool beginMetadata(Reading& reading) const;
   bool beginElement(Reading& reading, Cursor& in, const PropertyRecord* property) const;

@@ -128,7 +128,8 @@ INSTANTIATE_TEST_SUITE_P(Formats, InspectBoth, testing::Values(Form::direct, For
 }  // namespace
 
 TEST(Inspect, ANoteHasOffsetLengthPathAndMeaning) {
-  const std::vector<std::string> lines = linesOf(Form::direct, goldenDocuments().front().bytes, &goldenRegistry());
+  const std::vector<std::string> lines =
+      linesOf(Form::direct, goldenDocuments().front().bytes, &goldenRegistry());
   EXPECT_THAT(lines, Contains("0+1 : version 1"));
 }
 

@@ -202,4 +202,65 @@ TEST(Salvage, KeepsWhatDoesNotLieAboveInsertedBytesOfATaggedDocument) {
                                numberFromEnvironment("KR0_HARMS", kRounds));
 }
 
+TEST(Salvage, AWholeDocumentIsReadAsTheParserReadsIt) {
+  const Model model = makeShelves(300, 3);
+  const Bytes document = writeDirect(model);
+  const Salvaged saved = inspect::salvage(asText(document), {.registry = &shelvesRegistry()});
+  EXPECT_TRUE(saved.losses.empty());
+  EXPECT_EQ(writeDirect(saved.model), document);
+}
+
+TEST(Salvage, WhatIsSavedCanBeWritten) {
+  const Bytes document = writeDirect(makeShelves(300, 3));
+  Random random(seedFor("salvage and write"));
+  for (int i = 0; i < 100; ++i) {
+    const Bytes damaged =
+        harm(document, Harm::overwrite, random.below(document.size() - kHarmed), kHarmed, random);
+    const Salvaged saved = inspect::salvage(asText(damaged), {.registry = &shelvesRegistry()});
+    const Salvaged again =
+        inspect::salvage(asText(writeDirect(saved.model)), {.registry = &shelvesRegistry()});
+    EXPECT_TRUE(again.losses.empty());
+    EXPECT_EQ(again.model.size(), saved.model.size());
+  }
+}
+
+TEST(Salvage, ADeepDocumentThatIsCutTakesLittleMemoryForItsLosses) {
+  Model model(shelvesRegistry());
+  Element shelf = model.createRoot("shelves.Shelf");
+  for (int depth = 0; depth < 50000; ++depth) shelf = shelf.create("shelves", "shelves.Shelf");
+  Bytes document = writeDirect(model);
+  document.resize(document.size() - 1000);
+  const Salvaged saved = inspect::salvage(asText(document), {.registry = &shelvesRegistry()});
+  EXPECT_EQ(saved.model.size(), 50001u);
+  std::size_t bytes = 0;
+  for (const inspect::Loss& loss : saved.losses) bytes += loss.text.size();
+  EXPECT_FALSE(saved.losses.empty());
+  EXPECT_LT(bytes, std::size_t{10} << 20);
+}
+
+TEST(Salvage, AReferenceLeadsToItsElementWhateverStandsBetween) {
+  Model model(shelvesRegistry());
+  Element shelf = model.createRoot("shelves.Shelf");
+  shelf.set("name", "shelf");
+  std::vector<Element> books;
+  for (const char* name : {"first", "second", "third"}) {
+    books.push_back(shelf.create("books", "shelves.Book"));
+    books.back().set("name", name);
+    books.back().set("pages", 1);
+  }
+  books[0].putReference("related", books[1]);
+  books[0].putReference("related", books[2]);
+  Bytes document = writeDirect(model);
+  // All of the second but its end.
+  const std::size_t begin = asText(document).find("second") - 20;
+  for (std::size_t i = 0; i < 31; ++i) document[begin + i] = 0xEE;
+  const Salvaged saved = inspect::salvage(asText(document), {.registry = &shelvesRegistry()});
+  const auto names = byName(saved.model);
+  ASSERT_TRUE(names.contains("first") && names.contains("third"));
+  const ConstElement first = names.at("first");
+  ASSERT_GE(first.size("related"), 1u);
+  EXPECT_EQ(first.getReference("related", first.size("related") - 1), names.at("third"));
+  EXPECT_FALSE(saved.losses.empty());
+}
+
 }  // namespace kr::zero::test

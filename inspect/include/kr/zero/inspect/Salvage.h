@@ -32,9 +32,8 @@ struct SalvageOptions {
 struct Loss {
   std::uint64_t offset = 0;  ///< of the byte where it stands
   std::uint64_t bytes = 0;   ///< that could not be read; 0 where something else is lost
-  std::string path =
-      {};  ///< of the element in the saved model that lacks it; empty: of none, or not looked up
-  std::string text = {};  ///< the whole as a sentence, with place and offset
+  std::string path = {};     ///< end of that of the element that lacks it; empty: of none, or one of many
+  std::string text = {};     ///< the whole as a sentence, with place and offset
 };
 
 /// A model, and what it lacks.
