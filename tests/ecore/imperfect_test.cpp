@@ -265,6 +265,35 @@ TEST(Imperfect, WhatIsNotXmlIsRefusedAllTheSame) {
   EXPECT_THROW(tolerant("name='&nobody;'"), ecore::EcoreError);
 }
 
+TEST(Imperfect, ADocumentWithAnyByteChangedIsRefusedOrReadIntoAModelThatCanBeWritten) {
+  const std::string document =
+      nodeDocument("name='r' key='k' next='k' others='//@nodes.1 p:Node d.xmi#/' count='7' numbers='1 2'",
+                   "<nodes xmi:id='i' others='i k'/><nodes href='d.xmi#/'/><node "
+                   "xsi:type='p:Special'><name>x</name></node>");
+  std::size_t read = 0, refused = 0, told = 0;
+  for (std::size_t at = 0; at < document.size(); ++at)
+    for (const char changed : {'<', '"', '/', ':', 'k', '1', ' '}) {
+      std::string damaged = document;
+      damaged[at] = changed;
+      ecore::XmiReadOptions options;
+      options.onProblem = [&](const ecore::Problem&) { ++told; };
+      options.source = [](const std::string&) {
+        return nodeDocument("xmi:id='i'", "<nodes href='x.xmi#/'/>");
+      };
+      try {
+        const Model model = ecore::readXmi(damaged, "x.xmi", *nodeModels().mapping, options);
+        EXPECT_EQ(findDifference(model, nodeModels().read(nodeModels().write(model))), std::nullopt)
+            << damaged;
+        ++read;
+      } catch (const Error&) {
+        ++refused;
+      }
+    }
+  EXPECT_GT(read, 1000u);
+  EXPECT_GT(refused, 1000u);
+  EXPECT_GT(told, 1000u);
+}
+
 TEST(Imperfect, AListenerThatThrowsEndsTheReading) {
   std::size_t heard = 0;
   const auto read = [&](auto thrown) {
