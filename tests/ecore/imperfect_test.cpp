@@ -353,6 +353,27 @@ TEST(DeclaredNamespaces, AreThoseOfPackagesInTheirOrder) {
       ElementsAre("urn:a", "urn:b"));
 }
 
+TEST(DeclaredNamespaces, OfHostileDocumentsAreFoundAtOnce) {
+  std::string without, many = "<p:Node xmlns:p='urn:p'";
+  for (int i = 0; i < 200000; ++i) without += " xmlns";
+  for (int i = 0; i < 50000; ++i) many += " xmlns:n" + std::to_string(i) + "='urn:" + std::to_string(i) + "'";
+  EXPECT_THAT(ecore::declaredNamespaces(without + "='a'", "x"), ElementsAre("a"));
+  EXPECT_EQ(ecore::declaredNamespaces(many + "/>", "x").size(), 50001u);
+  EXPECT_THAT(
+      refusalOf(nodeModels(),
+                many + "><n7:A/><nodes xmi:type='n8:B' xmlns:xmi='http://www.omg.org/XMI'/></p:Node>"),
+      HasSubstr("class p.Node has no feature"));
+  EXPECT_THAT(
+      refusalOf(nodeModels(), many + "><nodes xmi:type='n8:B' xmlns:xmi='http://www.omg.org/XMI'/></p:Node>"),
+      HasSubstr("the package with the URI \"urn:8\" is in none"));
+}
+
+TEST(Imperfect, ManyProblemsAreNoDifficulty) {
+  std::string children;
+  for (int i = 0; i < 20000; ++i) children += "<wheels/>";
+  EXPECT_EQ(tolerant("", children).said.size(), 20000u);
+}
+
 // --- Meta models
 
 std::string attribute(std::string_view name, std::string_view type) {
