@@ -31,6 +31,9 @@ bool mentions(std::string_view text, std::string_view prefix) {
   return false;
 }
 
+/// Nobody reads more in one sentence, and each is looked for in the whole document.
+constexpr std::size_t kMostTold = 32;
+
 struct Declaration {
   std::string_view prefix;
   std::string_view uri;
@@ -46,7 +49,7 @@ void collect(pugi::xml_node node, std::vector<Declaration>& declarations) {
     const auto isSame = [&](const Declaration& known) {
       return known.prefix == prefix && known.uri == attribute.value();
     };
-    if (std::none_of(declarations.begin(), declarations.end(), isSame))
+    if (declarations.size() < kMostTold && std::none_of(declarations.begin(), declarations.end(), isSame))
       declarations.push_back({prefix, attribute.value()});
   }
 }
@@ -64,11 +67,12 @@ bool uses(pugi::xml_node node, std::string_view prefix) {
 /// The texts of all attributes of a name, or of all whose names begin with it.
 template <class Take>
 void forEachAttribute(std::string_view text, std::string_view name, Take take) {
+  constexpr std::size_t kLongestName = 1024;
   for (std::size_t at = text.find(name); at != text.npos; at = text.find(name, at + 1)) {
     if (at == 0 || !isBlank(text[at - 1])) continue;
     const std::string_view rest = text.substr(at + name.size());
-    const std::size_t equals = rest.find('=');
-    if (equals == rest.npos) return;
+    const std::size_t equals = rest.substr(0, kLongestName).find('=');
+    if (equals == rest.npos) continue;
     const std::string_view value =
         rest.substr(std::min(rest.find_first_not_of(" \t\r\n", equals + 1), rest.size()));
     const bool isName = rest.substr(0, equals).find_first_of("<>\"'/") == rest.npos;
@@ -87,10 +91,19 @@ std::string withoutReferences(std::string_view text) {
   return plain;
 }
 
-void addOnce(std::vector<std::string>& uris, std::string_view value) {
-  std::string uri = withoutReferences(value);
-  if (!uri.empty() && std::find(uris.begin(), uris.end(), uri) == uris.end()) uris.push_back(std::move(uri));
-}
+/// URIs, each once, in the order in which they come.
+class Uris {
+ public:
+  void add(std::string_view value) {
+    std::string uri = withoutReferences(value);
+    if (!uri.empty() && known_.insert(uri).second) uris_.push_back(std::move(uri));
+  }
+  std::vector<std::string> take() { return std::move(uris_); }
+
+ private:
+  TextSet known_;
+  std::vector<std::string> uris_;
+};
 
 }  // namespace
 
@@ -141,20 +154,20 @@ class Searchable {
 
 std::vector<std::string> declaredNamespaces(std::string_view document, std::string_view name) {
   const Searchable searchable(document, name);
-  std::vector<std::string> uris;
+  Uris uris;
   forEachAttribute(searchable.text(), "xmlns", [&](std::string_view prefix, std::string_view uri) {
-    if ((prefix.empty() || prefix[0] == ':') && !isOfXml(uri)) addOnce(uris, uri);
+    if ((prefix.empty() || prefix[0] == ':') && !isOfXml(uri)) uris.add(uri);
   });
-  return uris;
+  return uris.take();
 }
 
 std::vector<std::string> declaredPackages(std::string_view document, std::string_view name) {
   const Searchable searchable(document, name);
-  std::vector<std::string> uris;
+  Uris uris;
   forEachAttribute(searchable.text(), "nsURI", [&](std::string_view rest, std::string_view uri) {
-    if (rest.empty()) addOnce(uris, uri);
+    if (rest.empty()) uris.add(uri);
   });
-  return uris;
+  return uris.take();
 }
 
 }  // namespace kr::zero::ecore

@@ -265,6 +265,35 @@ TEST(Imperfect, WhatIsNotXmlIsRefusedAllTheSame) {
   EXPECT_THROW(tolerant("name='&nobody;'"), ecore::EcoreError);
 }
 
+TEST(Imperfect, ADocumentWithAnyByteChangedIsRefusedOrReadIntoAModelThatCanBeWritten) {
+  const std::string document =
+      nodeDocument("name='r' key='k' next='k' others='//@nodes.1 p:Node d.xmi#/' count='7' numbers='1 2'",
+                   "<nodes xmi:id='i' others='i k'/><nodes href='d.xmi#/'/><node "
+                   "xsi:type='p:Special'><name>x</name></node>");
+  std::size_t read = 0, refused = 0, told = 0;
+  for (std::size_t at = 0; at < document.size(); ++at)
+    for (const char changed : {'<', '"', '/', ':', 'k', '1', ' '}) {
+      std::string damaged = document;
+      damaged[at] = changed;
+      ecore::XmiReadOptions options;
+      options.onProblem = [&](const ecore::Problem&) { ++told; };
+      options.source = [](const std::string&) {
+        return nodeDocument("xmi:id='i'", "<nodes href='x.xmi#/'/>");
+      };
+      try {
+        const Model model = ecore::readXmi(damaged, "x.xmi", *nodeModels().mapping, options);
+        EXPECT_EQ(findDifference(model, nodeModels().read(nodeModels().write(model))), std::nullopt)
+            << damaged;
+        ++read;
+      } catch (const Error&) {
+        ++refused;
+      }
+    }
+  EXPECT_GT(read, 1000u);
+  EXPECT_GT(refused, 1000u);
+  EXPECT_GT(told, 1000u);
+}
+
 TEST(Imperfect, AListenerThatThrowsEndsTheReading) {
   std::size_t heard = 0;
   const auto read = [&](auto thrown) {
@@ -322,6 +351,27 @@ TEST(DeclaredNamespaces, AreThoseOfPackagesInTheirOrder) {
   EXPECT_THAT(
       ecore::declaredPackages(packageText("a", "urn:a", "<eSubpackages name='b' nsURI='urn:b'/>"), "x"),
       ElementsAre("urn:a", "urn:b"));
+}
+
+TEST(DeclaredNamespaces, OfHostileDocumentsAreFoundAtOnce) {
+  std::string without, many = "<p:Node xmlns:p='urn:p'";
+  for (int i = 0; i < 200000; ++i) without += " xmlns";
+  for (int i = 0; i < 50000; ++i) many += " xmlns:n" + std::to_string(i) + "='urn:" + std::to_string(i) + "'";
+  EXPECT_THAT(ecore::declaredNamespaces(without + "='a'", "x"), ElementsAre("a"));
+  EXPECT_EQ(ecore::declaredNamespaces(many + "/>", "x").size(), 50001u);
+  EXPECT_THAT(
+      refusalOf(nodeModels(),
+                many + "><n7:A/><nodes xmi:type='n8:B' xmlns:xmi='http://www.omg.org/XMI'/></p:Node>"),
+      HasSubstr("class p.Node has no feature"));
+  EXPECT_THAT(
+      refusalOf(nodeModels(), many + "><nodes xmi:type='n8:B' xmlns:xmi='http://www.omg.org/XMI'/></p:Node>"),
+      HasSubstr("the package with the URI \"urn:8\" is in none"));
+}
+
+TEST(Imperfect, ManyProblemsAreNoDifficulty) {
+  std::string children;
+  for (int i = 0; i < 20000; ++i) children += "<wheels/>";
+  EXPECT_EQ(tolerant("", children).said.size(), 20000u);
 }
 
 // --- Meta models

@@ -144,7 +144,7 @@ TEST(MetaPath, HoldsPackedFilesToo) {
 TEST(MetaPath, TwoFilesForOneUriAreNamed) {
   const std::string ecore = readFile(libraryEcore());
   const std::string folder = folderOf({{"a.ecore", ecore}, {"b.ecore", ecore}});
-  const Ended ended = kr0({"check", libraryKrb(), "--meta-path", folder});
+  const Ended ended = kr0({"cat", libraryKrb(), "--meta-path", folder});
   EXPECT_EQ(ended.code, 1);
   EXPECT_EQ(ended.err, "kr0: " + folder + "/a.ecore: it is for \"" + kUri + "\", and so is " + folder +
                            "/b.ecore: give the one that is meant with -m\n");

@@ -16,12 +16,10 @@ class Parser;
 /// Whether a document looks like XML, from its first bytes (byte-order marks and blanks allowed).
 KR0_FRAMEWORK_API bool looksLikeXml(std::string_view beginning);
 
-///@{
 /// What is said of a file that the system does not give: "cannot be read, No such file or directory".
-/// @param error one of the system's numbers.
 KR0_FRAMEWORK_API std::string unreadableFor(std::string_view reason);
+/// The same for one of the system's numbers of errors.
 KR0_FRAMEWORK_API std::string unreadableFor(int error);
-///@}
 
 /// A document whose reading failed.
 struct FailedDocument {
