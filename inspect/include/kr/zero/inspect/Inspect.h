@@ -35,11 +35,11 @@ KR0_INSPECT_API std::string_view nameOf(NoteKind kind) noexcept;
 
 /// What some bytes mean. Views live as long as the call of the listener.
 struct Note {
-  NoteKind kind = NoteKind::head;
-  std::uint64_t offset = 0;    ///< of the first byte
-  std::uint64_t bytes = 0;     ///< 0 where something should stand and does not
-  std::size_t depth = 0;       ///< what is open around it
-  std::string_view path = {};  ///< of the element or datatype value: "/library/books[3]"; empty: of none
+  NoteKind kind = NoteKind::head;  ///< what it is about
+  std::uint64_t offset = 0;        ///< of the first byte
+  std::uint64_t bytes = 0;         ///< 0 where something should stand and does not
+  std::size_t depth = 0;           ///< what is open around it
+  std::string_view path = {};      ///< of the element or datatype value: "/library/books[3]"; empty: of none
   std::string_view type = {};  ///< qualified name: of what begins or ends, or of the target of a reference
   std::string_view property = {};  ///< name
   std::string_view value = {};     ///< in text form, as a whole

@@ -38,7 +38,7 @@ struct Loss {
 
 /// A model, and what it lacks.
 struct Salvaged {
-  Model model;
+  Model model;               ///< all that could be read
   std::vector<Loss> losses;  ///< in the order of the bytes, references last; none: the document is whole
 };
 
