@@ -25,7 +25,7 @@ foreach(part json tables)
       DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
   endif()
 endforeach()
-foreach(part evolution compare archive study)
+foreach(part evolution compare archive study inspect)
   if(TARGET kr0_${part})
     list(APPEND KR0_INSTALLED_LIBRARIES kr0_${part})
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${part}/include/

@@ -142,14 +142,6 @@ Document readBytes(const std::string& path, std::uint64_t limit) {
   return document;
 }
 
-void refuseTables(const std::string& path, std::optional<Format> format) {
-  if (!format) format = formatOfExtension(path);
-  if (format && isTables(*format))
-    throw Error(ErrorCode::foreign,
-                ErrorDetails{.file = inputName(path),
-                             .problem = "tables are only written: they do not tell all of a model"});
-}
-
 std::vector<ecore::EcoreFile> readEcoreFiles(const std::vector<std::string>& paths, std::uint64_t limit) {
   std::vector<ecore::EcoreFile> files;
   std::set<std::filesystem::path> places;
@@ -341,6 +333,14 @@ Format formatOf(std::string_view text, const std::string& path) {
   return format.value_or(Format::krb);
 }
 
+void refuseTables(const std::string& path, std::optional<Format> format) {
+  if (!format) format = formatOfExtension(path);
+  if (format && isTables(*format))
+    throw Error(ErrorCode::foreign,
+                ErrorDetails{.file = inputName(path),
+                             .problem = "tables are only written: they do not tell all of a model"});
+}
+
 // Once is what anybody does on purpose, and more layers than one would hide how much there is to unpack.
 void requireOneLayer(std::string_view unpacked, const std::string& name) {
   if (archive::packingOf(unpacked) != archive::Packing::none)
@@ -349,6 +349,7 @@ void requireOneLayer(std::string_view unpacked, const std::string& name) {
 }
 
 std::string_view Document::text() const {
+  if (bytes.empty()) return viewed;
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 

@@ -87,6 +87,7 @@ class MetaModels {
 struct Document {
   std::string name;
   std::vector<std::uint8_t> bytes;  ///< unpacked
+  std::string_view viewed = {};     ///< the same where they are not in `bytes`, but somewhere else
   Format format = Format::krb;
   archive::Packing packing = archive::Packing::none;  ///< how the file is compressed as a whole
   std::size_t packedBytes = 0;                        ///< of the file
@@ -129,6 +130,9 @@ Document readDocument(const std::string& path, std::optional<Format> format, Pro
 
 /// What a document is: an archive by its content, else by its name's extension, else by its content.
 Format formatOf(std::string_view text, const std::string& path);
+
+/// @throws Error where a document is tables, which are only written.
+void refuseTables(const std::string& path, std::optional<Format> format);
 
 /// @throws Error where what came out of a packed file is packed, too.
 void requireOneLayer(std::string_view unpacked, const std::string& name);

@@ -64,25 +64,30 @@ void addModel(const Document& document, const InputOptions& input, Facts& facts,
 // A tagged document says everything itself.
 class TaggedFacts final : public TreeVisitor {
  public:
-  explicit TaggedFacts(Facts& facts) : facts_(facts) { facts_.elements.emplace(); }
+  TaggedFacts(const FileView& bytes, Facts& facts) : bytes_(bytes), facts_(facts) {
+    facts_.elements.emplace();
+  }
   void packages(const std::vector<std::string>& uris) override {
     facts_.version = '1';  // there is no other
     facts_.packages = packagesNamed(uris);
   }
   void beginElement(const TreeNode& node) override {
-    if (node.number != 0) ++(*facts_.elements)[std::string(node.type)];
+    constexpr std::size_t kStep = 4096;
+    if (node.number == 0) return;
+    ++(*facts_.elements)[std::string(node.type)];
+    if (node.number % kStep == 0)
+      bytes_.letGo(bytes_.text().size());  // also what lies ahead, which comes again
   }
 
  private:
+  const FileView& bytes_;
   Facts& facts_;
 };
 
-void addStrictly(const Document& document, const InputOptions& input, Facts& facts, ProgressBar& progress) {
+void addStrictly(const ViewedDocument& viewed, const InputOptions& input, Facts& facts,
+                 ProgressBar& progress) {
+  const Document document = viewed.load();
   if (document.format == Format::xmi) facts.version = xmiVersion(document.text());
-  if (document.format == Format::krt) {
-    TaggedFacts visitor(facts);
-    checkTagged(document, visitor);
-  }
   if (document.format == Format::krb) {
     BinaryHeader header = readBinaryHeader(document);
     facts.version = std::move(header.version);
@@ -91,14 +96,22 @@ void addStrictly(const Document& document, const InputOptions& input, Facts& fac
   if (hasMetaModels(document, input)) addModel(document, input, facts, progress);
 }
 
+// What a document of a binary format says without a meta model.
+bool addOwnWords(const ViewedDocument& viewed, Facts& facts) {
+  if (viewed.document.format == Format::krb) return addOverview(viewed.bytes, false, nullptr, facts);
+  if (viewed.document.format != Format::krt) return false;
+  TaggedFacts visitor(viewed.bytes, facts);
+  checkTagged(viewed.document, visitor);
+  return true;
+}
+
 bool addAsItLies(const ViewedDocument& viewed, const InputOptions& input, Facts& facts) {
-  const bool isTagged = viewed.document.format == Format::krt;
-  if (!isTagged && viewed.document.format != Format::krb) return false;
-  if (!addOverview(viewed.bytes, isTagged, nullptr, facts)) return false;
+  if (!addOwnWords(viewed, facts)) return false;
   std::vector<std::string> uris;
   for (const PackageFacts& package : *facts.packages) uris.push_back(package.uri);
   const std::optional<MetaModels> metaModels = MetaModels::find(input, uris);
-  return !metaModels || addOverview(viewed.bytes, isTagged, &metaModels->registry(), facts);
+  return !metaModels ||
+         addOverview(viewed.bytes, viewed.document.format == Format::krt, &metaModels->registry(), facts);
 }
 
 // --- Archives
@@ -179,7 +192,7 @@ Facts gatherFacts(const InputOptions& input) {
   if (viewed.document.format == Format::krz)
     addArchive(viewed, input, facts, progress);
   else if (!addAsItLies(viewed, input, facts))
-    addStrictly(viewed.load(), input, facts, progress);
+    addStrictly(viewed, input, facts, progress);
   return facts;
 }
 

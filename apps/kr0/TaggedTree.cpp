@@ -231,15 +231,15 @@ class TaggedTree final : public TreeEvents {
 // Bytes that are in memory, as a stream, without a copy of them.
 class BytesBuffer final : public std::streambuf {
  public:
-  explicit BytesBuffer(const std::vector<std::uint8_t>& bytes) {
+  explicit BytesBuffer(std::string_view bytes) {
     // A get area is never written to.
-    char* const begin = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));
+    char* const begin = const_cast<char*>(bytes.data());
     setg(begin, begin, begin + bytes.size());
   }
 };
 
 void assemble(const Document& document, io::BinaryAssembler& assembler) {
-  BytesBuffer buffer(document.bytes);
+  BytesBuffer buffer(document.text());
   std::istream stream(&buffer);
   assembler.visitStream(stream);
 }

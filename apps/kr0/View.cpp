@@ -121,6 +121,8 @@ Document ViewedDocument::load() const {
 }
 
 ViewedDocument viewDocument(const InputOptions& input) {
+  const std::optional<Format> wanted = formatNamed(input.from);
+  refuseTables(input.path, wanted);
   ViewedDocument viewed;
   viewed.bytes = viewInput(input.path);
   Document& document = viewed.document;
@@ -132,7 +134,7 @@ ViewedDocument viewDocument(const InputOptions& input) {
     viewed.bytes = unpacked(viewed.bytes, document);
     requireOneLayer(viewed.bytes.text(), document.name);
   }
-  const std::optional<Format> wanted = formatNamed(input.from);
+  document.viewed = viewed.bytes.text();
   document.format = wanted ? *wanted : formatOf(viewed.bytes.text(), input.path);
   return viewed;
 }

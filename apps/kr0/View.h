@@ -33,7 +33,7 @@ class FileView {
   std::shared_ptr<const Mapping> mapping_;
 };
 
-/// A document that is not loaded. Only what it says of itself is in `document`, and not its bytes.
+/// A document that is not loaded: its bytes are viewed.
 struct ViewedDocument {
   Document document;
   FileView bytes;  ///< unpacked

@@ -22,7 +22,7 @@ namespace kr::zero::inspect {
 
 /// What is in a document.
 struct Overview {
-  std::uint64_t version = 0;
+  std::uint64_t version = 0;                         ///< of the format
   std::vector<std::string> packages = {};            ///< URIs, in the order of the document
   std::map<std::string, std::size_t> elements = {};  ///< number of elements of each class, by qualified name
   bool isCounted = false;  ///< whether elements were: the direct format tells them with a meta model only
