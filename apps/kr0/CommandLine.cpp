@@ -13,6 +13,7 @@
 #include "Files.h"
 #include "Manner.h"
 #include "Spelling.h"
+#include "Visible.h"
 #include "kr/zero/log/Span.h"
 
 namespace kr::zero::tool {
@@ -118,18 +119,26 @@ const CLI::App& deepestOf(const CLI::App& app) {
   return *verb;
 }
 
-// What may have been meant by words that nobody expected; empty where they are like nothing.
-std::string guess(const CLI::App& app) {
-  const std::vector<std::string> words = app.remaining(true);
-  if (words.empty()) return {};
+// What may have been meant by a word that nobody expected; empty where it is like nothing.
+std::string guess(const CLI::App& app, const std::string& word) {
   const VerbDefinition program = definitionOf(app), verb = definitionOf(deepestOf(app));
   std::vector<std::string> names;
   for (const VerbDefinition* known : {&verb, &program})
     for (const OptionDefinition& option : known->options)
       names.insert(names.end(), option.names.begin(), option.names.end());
   for (const VerbDefinition& below : verb.verbs) names.push_back(below.name);
-  const std::string meant = nearestName(words.front(), names);
+  const std::string meant = nearestName(word, names);
   return meant.empty() ? meant : "; did you mean " + meant + "?";
+}
+
+// A call that is not understood, in a sentence.
+std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> words = app.remaining(true);
+  if (words.empty()) return error.what();
+  const std::string& word = words.front();
+  const bool isVerb =
+      !word.starts_with('-') && !deepestOf(app).get_subcommands([](const CLI::App*) { return true; }).empty();
+  return (isVerb ? "there is no verb " : "nothing here is called ") + inQuotes(word) + guess(app, word);
 }
 
 // Of `schema diff OLD... -- NEW...`.
@@ -165,7 +174,7 @@ int performCall(int count, char** arguments) {
   } catch (const CLI::ParseError& error) {
     // Help and version are results.
     if (error.get_exit_code() == 0) return app.exit(error);
-    throw WrongCall(error.what() + guess(app) + " (see kr0 --help)");
+    throw WrongCall(complaint(app, error) + " (see kr0 --help)");
   }
 }
 

@@ -176,19 +176,20 @@ std::vector<std::pair<Note, std::string>> notesOfArchive(const Document& documen
 
 class Inspection {
  public:
-  explicit Inspection(const InspectOptions& options) : options_(options), choice_(options) {}
+  Inspection(const InspectOptions& options, TextOut& out) : options_(options), choice_(options), out_(out) {}
 
-  void run() {
-    const Document document = loadBytes(options_.input);
+  void run(const InputOptions& input) {
+    const Document document = loadBytes(input);
     requireBinary(document);
-    const std::optional<MetaModels> metaModels = findMetaModels(document, options_.input);
-    if (options_.json) out_ << "{\"format\":\"" << nameOf(document.format) << '"';
+    const std::optional<MetaModels> metaModels = findMetaModels(document, input);
+    if (!options_.json) addHeading(options_.inputs, input, out_);
+    if (options_.json)
+      out_ << "{\"file\":" << inQuotes(document.name) << ",\"format\":\"" << nameOf(document.format) << '"';
     if (document.format == Format::krz)
       inspectArchive(document, metaModels);
     else
       print("notes", document.text(), notesOf(document.text(), document.format, metaModels));
     if (options_.json) out_ << ",\"isSound\":" << (isSound_ ? "true" : "false") << "}\n";
-    out_.flush();
     if (!choice_.isFound()) failNothing(document);
     if (!isSound_) throw AnsweredNo();
   }
@@ -256,7 +257,7 @@ class Inspection {
 
   const InspectOptions& options_;
   Choice choice_;
-  TextOut out_;
+  TextOut& out_;
   bool isSound_ = true;
 };
 
@@ -264,7 +265,8 @@ class Inspection {
 
 void inspect(const InspectOptions& options) {
   if (!options.at.empty() && options.offset) throw WrongCall("--at and --offset are two ways of choosing");
-  Inspection(options).run();
+  forEachInput(options.inputs,
+               [&](const InputOptions& input, TextOut& out) { Inspection(options, out).run(input); });
 }
 
 }  // namespace kr::zero::tool

@@ -6,17 +6,17 @@
 #include <optional>
 #include <string>
 
-#include "Documents.h"
+#include "Inputs.h"
 
 namespace kr::zero::tool {
 
 struct InspectOptions {
-  InputOptions input;
+  InputsOptions inputs;
   std::string at;                       ///< a path; empty: everything
   std::optional<std::uint64_t> offset;  ///< of a byte of the document
   bool json = false;
 };
-/// The bytes of a document with what they mean, or those of one element, or what one byte belongs to.
+/// The bytes of documents with what they mean, or those of one element, or what one byte belongs to.
 /// @throws AnsweredNo where some bytes make no sense.
 void inspect(const InspectOptions& options);
 

@@ -13,10 +13,10 @@ namespace {
 void addInspect(CLI::App& app) {
   const auto kept = std::make_shared<InspectOptions>();
   InspectOptions& options = *kept;
-  CLI::App* verb = addVerb(app, "inspect", "Show the bytes of a document with what they mean",
+  CLI::App* verb = addVerb(app, "inspect", "Show the bytes of documents with what they mean",
                            "kr0 inspect books.krb -m library.ecore --at \"/library/books[3]\"\n"
                            "  kr0 inspect books.krt --offset 0x1a4");
-  addInput(*verb, options.input, "FILE", "The document");
+  addInputs(*verb, options.inputs, "The documents");
   verb->get_option("--meta")->description(
       "The .ecore files that say what the elements are; .krz and .krt can do without");
   verb->add_option("--at", options.at,

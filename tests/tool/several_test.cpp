@@ -45,6 +45,19 @@ TEST(Several, TheWorstEndingIsTheExitCode) {
   EXPECT_THAT(ended.out, StartsWith(tagged + ":\nlibrary.Library #1\n"));
 }
 
+// Every verb that looks takes several documents, and tells of each what it tells of it alone.
+TEST(Several, EveryVerbThatLooksTakesThem) {
+  for (const std::string verb : {"info", "cat", "inspect", "check", "stats", "digest"}) {
+    const Ended one = kr0({verb, libraryKrb(), "-m", libraryEcore()});
+    const Ended two = kr0({verb, libraryKrb(), libraryKrb(), "-m", libraryEcore(), "-j", "2"});
+    EXPECT_EQ(two.code, 0) << two.err;
+    std::size_t found = 0;
+    for (std::size_t at = two.out.find(one.out); at != two.out.npos; at = two.out.find(one.out, at + 1))
+      ++found;
+    EXPECT_EQ(found, 2u) << verb;
+  }
+}
+
 TEST(Several, AJobCountThatMakesNoSenseIsRefused) {
   for (const char* jobs : {"0", "-1", "257", "many"})
     EXPECT_EQ(kr0({"info", libraryKrb(), "-j", jobs}).code, 2) << jobs;
