@@ -1,10 +1,10 @@
 #include "Outline.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
+#include <optional>
 
 #include "Values.h"
+#include "kr/zero/compare/Naming.h"
 
 namespace kr::zero::compare {
 
@@ -19,16 +19,6 @@ const ElementRecord* asRecord(cells::Cell cell) noexcept {
 
 /// A path of more than twice as many segments is shortened in the middle, as the model itself does it.
 constexpr std::size_t kShownSegments = 24;
-
-/// Attributes that name elements among their siblings, the best first.
-constexpr std::array<std::string_view, 9> kNameLike = {"name", "id",    "identifier", "uuid",         "key",
-                                                       "code", "title", "label",      "qualifiedname"};
-
-std::string inLowerCase(std::string name) {
-  for (char& c : name)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return name;
-}
 
 /// How well the slots of a type name its elements: 0 not at all, else the lower the better.
 class Roles {
@@ -52,8 +42,8 @@ class Roles {
     if (property.isMany() || !meta::isPrimitive(property.getKind())) return 0;
     for (const meta::Property id : options_.ids)
       if (id.get() == &property) return kId;
-    const auto found = std::find(kNameLike.begin(), kNameLike.end(), inLowerCase(property.name()));
-    return found == kNameLike.end() ? 0 : static_cast<std::uint8_t>(found - kNameLike.begin() + kId + 1);
+    const std::optional<std::size_t> rank = namingRankOf(property);
+    return rank ? static_cast<std::uint8_t>(*rank + kId + 1) : std::uint8_t{0};
   }
 
   const CompareOptions& options_;

@@ -6,27 +6,13 @@
 #include <string_view>
 
 #include "kr/zero/ElementPath.h"
+#include "kr/zero/compare/Naming.h"
 
 namespace kr::zero::tool {
 
 namespace {
 
-constexpr std::array<std::string_view, 9> kNamings = {"name", "id",    "identifier", "uuid",         "key",
-                                                      "code", "title", "label",      "qualifiedname"};
 constexpr std::size_t kSteps = 48;
-
-std::string inLowerCase(std::string text) {
-  for (char& c : text)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return text;
-}
-
-std::size_t rankOf(meta::Property property) {
-  if (property->isMany() || !meta::isPrimitive(property->getKind()) || !property->isWritten())
-    return kNamings.size();
-  const auto found = std::find(kNamings.begin(), kNamings.end(), inLowerCase(property->name()));
-  return static_cast<std::size_t>(found - kNamings.begin());
-}
 
 // FNV-1a: the same on every machine.
 std::uint64_t figureOf(std::string_view text, std::uint64_t figure = 0xCBF29CE484222325u) {
@@ -145,9 +131,10 @@ meta::Property StableNames::namingOf(ConstElement element) const {
   std::vector<meta::Property>& namings = place->second;
   if (isNew) {
     for (const meta::Property property : type->getAllProperties())
-      if (rankOf(property) < kNamings.size()) namings.push_back(property);
-    std::stable_sort(namings.begin(), namings.end(),
-                     [](meta::Property a, meta::Property b) { return rankOf(a) < rankOf(b); });
+      if (compare::namingRankOf(*property.get())) namings.push_back(property);
+    std::stable_sort(namings.begin(), namings.end(), [](meta::Property a, meta::Property b) {
+      return compare::namingRankOf(*a.get()) < compare::namingRankOf(*b.get());
+    });
   }
   for (const meta::Property property : namings)
     if (element.getState(property) == PropertyState::value) return property;
