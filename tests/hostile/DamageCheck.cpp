@@ -20,8 +20,7 @@ Model readIntact(io::BinaryParser& parser, const Bytes& intact) {
 }  // namespace
 
 DamageCheck::DamageCheck(const meta::MetaRegistry& registry, Bytes intact)
-    : registry_(registry),
-      intact_(std::move(intact)),
+    : intact_(std::move(intact)),
       parser_(makeParser(registry)),
       second_(makeParser(registry)),
       intactModel_(readIntact(*parser_, intact_)) {}

@@ -45,7 +45,6 @@ class DamageCheck {
   void examineRoundTrip(const Model& model);
   void examineParser();
 
-  const meta::MetaRegistry& registry_;
   Bytes intact_;
   std::unique_ptr<io::BinaryParser> parser_;
   std::unique_ptr<io::BinaryParser> second_;
