@@ -47,8 +47,8 @@ std::string_view unpackedName(std::string_view path) {
   return path;
 }
 
-void unpack(std::string_view bytes, Packing packing, const std::function<void(std::string_view)>& take,
-            const UnpackOptions& options) {
+void unpackPieces(std::string_view bytes, Packing packing, const std::function<void(std::string_view)>& take,
+                  const UnpackOptions& options) {
   std::uint64_t left = options.limit;
   const TakePiece takeWithinLimit = [&](std::string_view piece) {
     if (piece.size() > left)
@@ -76,7 +76,7 @@ std::vector<std::uint8_t> unpack(std::string_view bytes, Packing packing, const 
   const auto take = [&](std::string_view piece) {
     unpacked.insert(unpacked.end(), piece.begin(), piece.end());
   };
-  unpack(bytes, packing, take, options);
+  unpackPieces(bytes, packing, take, options);
   return unpacked;
 }
 

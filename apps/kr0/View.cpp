@@ -62,8 +62,8 @@ FileView viewInput(const std::string& path) {
 FileView unpacked(const FileView& packed, const Document& document) {
   return FileView::of([&](const auto& take) {
     withinLimit(document, [&] {
-      archive::unpack(packed.text(), document.packing, take,
-                      {.name = document.name, .limit = document.limit});
+      archive::unpackPieces(packed.text(), document.packing, take,
+                            {.name = document.name, .limit = document.limit});
     });
   });
 }

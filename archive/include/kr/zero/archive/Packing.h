@@ -53,9 +53,9 @@ KR0_ARCHIVE_API std::vector<std::uint8_t> unpack(std::string_view bytes, Packing
 
 /// The same piece by piece.
 /// @param take called with what comes next; what it throws passes through.
-KR0_ARCHIVE_API void unpack(std::string_view bytes, Packing packing,
-                            const std::function<void(std::string_view)>& take,
-                            const UnpackOptions& options = {});
+KR0_ARCHIVE_API void unpackPieces(std::string_view bytes, Packing packing,
+                                  const std::function<void(std::string_view)>& take,
+                                  const UnpackOptions& options = {});
 
 /// Packs a file as a whole, without times and names in it: the same bytes and level give the same result with
 /// the same release of the compressor.
