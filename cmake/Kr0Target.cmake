@@ -23,6 +23,14 @@ function(kr0_target_defaults target)
   endif()
 endfunction()
 
+# Has the standard headers that most sources include compiled once for a target of many sources. Sources still include
+# what they use.
+function(kr0_precompile_standard_headers target)
+  target_precompile_headers(${target} PRIVATE
+    <algorithm> <array> <cstdint> <functional> <map> <memory> <optional> <span> <string> <string_view> <unordered_map>
+    <variant> <vector>)
+endfunction()
+
 # A shared library kr0_<name> with the alias kr0::<name>.
 function(kr0_add_library name)
   add_library(kr0_${name} SHARED ${ARGN})
