@@ -20,14 +20,8 @@ void visitVerbs(const VerbDefinition& verb, const std::vector<std::string>& path
   }
 }
 
-std::string joined(const std::vector<std::string>& words, const std::string& between = " ") {
-  std::string out;
-  for (const std::string& word : words) out += (out.empty() ? "" : between) + word;
-  return out;
-}
-
 // In single quotes, as the shells take it.
-std::string quoted(const std::string& text, const std::string& quote = "'\\''") {
+std::string inSingleQuotes(const std::string& text, const std::string& quote = "'\\''") {
   std::string out = "'";
   for (const char character : text) out += character == '\'' ? quote : std::string(1, character);
   return out + "'";
@@ -51,15 +45,17 @@ std::string bashScript(const VerbDefinition& program) {
       known += ' ' + joined(option.names);
       if (option.choices.empty()) continue;
       for (const std::string& spelling : option.names)
-        values += "    " + quoted(name + ' ' + spelling) + ") COMPREPLY=($(compgen -W " +
-                  quoted(joined(option.choices)) + " -- \"$word\")); return ;;\n";
+        values += "    " + inSingleQuotes(name + ' ' + spelling) + ") COMPREPLY=($(compgen -W " +
+                  inSingleQuotes(joined(option.choices)) + " -- \"$word\")); return ;;\n";
     }
     std::string below;
     for (const VerbDefinition& next : verb.verbs) below += (below.empty() ? "" : " ") + next.name;
     for (const VerbDefinition& next : verb.verbs)
-      verbs += "      " + quoted(name + (name.empty() ? "" : " ") + next.name) + ") verb=\"$next\" ;;\n";
-    words += "    " + quoted(name) + ") options=" + quoted(known.empty() ? known : known.substr(1)) +
-             " verbs=" + quoted(below) + " ;;\n";
+      verbs +=
+          "      " + inSingleQuotes(name + (name.empty() ? "" : " ") + next.name) + ") verb=\"$next\" ;;\n";
+    words += "    " + inSingleQuotes(name) +
+             ") options=" + inSingleQuotes(known.empty() ? known : known.substr(1)) +
+             " verbs=" + inSingleQuotes(below) + " ;;\n";
   });
   return "# Completion of " + program.name + " for bash\n_" + program.name +
          "() {\n"
@@ -102,11 +98,11 @@ std::string zshMeaning(const std::string& text) {
 std::string zshOption(const OptionDefinition& option) {
   std::string out;
   for (const std::string& name : option.names) {
-    std::string spec = (option.isMany ? "*" : "") + name + '[' + zshMeaning(option.meaning) + ']';
+    std::string argument = (option.isMany ? "*" : "") + name + '[' + zshMeaning(option.meaning) + ']';
     if (!option.isFlag())
-      spec += ':' + zshMeaning(option.value) + ':' +
-              (option.choices.empty() ? "_files" : '(' + joined(option.choices) + ')');
-    out += "    " + quoted(spec) + " \\\n";
+      argument += ':' + zshMeaning(option.value) + ':' +
+                  (option.choices.empty() ? "_files" : '(' + joined(option.choices) + ')');
+    out += "    " + inSingleQuotes(argument) + " \\\n";
   }
   return out;
 }
@@ -119,7 +115,7 @@ std::string zshFunction(const VerbDefinition& program, const VerbDefinition& ver
   if (verb.verbs.empty()) return out + "    '*:file:_files'\n}\n";
   out += "    '1: :->verb' '*::argument:->arguments'\n  case $state in\n    verb) _values verb";
   for (const VerbDefinition& below : verb.verbs)
-    out += " \\\n      " + quoted(below.name + '[' + zshMeaning(below.deed) + ']');
+    out += " \\\n      " + inSingleQuotes(below.name + '[' + zshMeaning(below.deed) + ']');
   out += " ;;\n    arguments)\n      case $line[1] in\n";
   for (const VerbDefinition& below : verb.verbs)
     out += "        " + below.name + ") " + name + '_' + below.name + " ;;\n";
@@ -150,18 +146,18 @@ std::string fishScript(const VerbDefinition& program) {
   std::string out = "# Completion of " + program.name + " for fish\n";
   const std::string start = "complete -c " + program.name;
   visitVerbs(program, {}, [&](const VerbDefinition& verb, const std::vector<std::string>& path) {
-    const std::string where = start + " -n " + quoted(fishCondition(verb, path), kQuote);
+    const std::string where = start + " -n " + inSingleQuotes(fishCondition(verb, path), kQuote);
     for (const VerbDefinition& below : verb.verbs)
-      out += where + " -f -a " + below.name + " -d " + quoted(below.deed, kQuote) + '\n';
+      out += where + " -f -a " + below.name + " -d " + inSingleQuotes(below.deed, kQuote) + '\n';
     for (const OptionDefinition& option : optionsOf(program, verb)) {
       out += where;
       for (const std::string& name : option.names)
         out += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
       if (!option.choices.empty())
-        out += " -x -a " + quoted(joined(option.choices), kQuote);
+        out += " -x -a " + inSingleQuotes(joined(option.choices), kQuote);
       else if (!option.isFlag())
         out += " -r";
-      out += " -d " + quoted(option.meaning, kQuote) + '\n';
+      out += " -d " + inSingleQuotes(option.meaning, kQuote) + '\n';
     }
   });
   return out;

@@ -1,29 +1,14 @@
 #include "Damaged.h"
 
 #include "Errors.h"
-#include "kr/zero/io/IOFormatProvider.h"
 
 namespace kr::zero::tool {
-
-namespace {
-
-Format formatOf(const archive::ArchiveReader& reader, const std::vector<std::uint8_t>& document) {
-  try {
-    return reader.getManifest().tagged ? Format::krt : Format::krb;
-  } catch (const Error&) {
-    const std::string_view text(reinterpret_cast<const char*>(document.data()), document.size());
-    const bool isTagged =
-        io::IOFormatProvider::findByContent(text) == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN;
-    return isTagged ? Format::krt : Format::krb;
-  }
-}
-
-}  // namespace
 
 InnerDocument readInner(const Document& archive) {
   archive::ArchiveReader reader(archive.asArchive(), {.bytes = archive.limit});
   archive::PartialDocument document = withinLimit(archive, [&] { return reader.readPartialDocument(); });
-  return {formatOf(reader, document.bytes), std::move(document.bytes), std::move(document.damage)};
+  const std::string_view text(reinterpret_cast<const char*>(document.bytes.data()), document.bytes.size());
+  return {innerFormatOf(reader, text), std::move(document.bytes), std::move(document.damage)};
 }
 
 std::optional<MetaModels> findMetaModels(const Document& document, const ReadOptions& options) {
@@ -31,9 +16,8 @@ std::optional<MetaModels> findMetaModels(const Document& document, const ReadOpt
   if (found || document.format != Format::krz) return found;
   try {
     archive::ArchiveReader reader(document.asArchive(), {.bytes = document.limit});
-    auto registry = std::make_unique<meta::MetaRegistry>();
-    auto mapping = ecore::loadEcoreFiles(reader.readMetaModel(), *registry);
-    return MetaModels(std::move(registry), std::move(mapping));
+    archive::LoadedArchive loaded = reader.loadMetaModel();
+    return MetaModels(std::move(loaded.registry), std::move(loaded.mapping));
   } catch (const Error&) {
     return std::nullopt;  // damaged too
   }

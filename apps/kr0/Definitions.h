@@ -31,6 +31,13 @@ struct VerbDefinition {
   std::vector<VerbDefinition> verbs = {};
 };
 
+/// Words in one line.
+inline std::string joined(const std::vector<std::string>& words, const std::string& between = " ") {
+  std::string out;
+  for (const std::string& word : words) out += (out.empty() ? "" : between) + word;
+  return out;
+}
+
 /// A man page in roff, for the program or a verb of it.
 /// @param path the words behind "kr0".
 std::string manPage(const VerbDefinition& program, const std::vector<std::string>& path);

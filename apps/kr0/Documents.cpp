@@ -333,6 +333,16 @@ Format formatOf(std::string_view text, const std::string& path) {
   return format.value_or(Format::krb);
 }
 
+Format innerFormatOf(const archive::ArchiveReader& reader, std::string_view document) {
+  try {
+    return reader.getManifest().tagged ? Format::krt : Format::krb;
+  } catch (const Error&) {
+    const bool isTagged =
+        io::IOFormatProvider::findByContent(document) == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN;
+    return isTagged ? Format::krt : Format::krb;
+  }
+}
+
 void refuseTables(const std::string& path, std::optional<Format> format) {
   if (!format) format = formatOfExtension(path);
   if (format && isTables(*format))
@@ -434,7 +444,7 @@ Model readModel(const Document& document, const MetaModels& metaModels, Progress
 
 namespace {
 
-MetaModels findMetaModels(const Document& document, const ReadOptions& options) {
+MetaModels requireMetaModels(const Document& document, const ReadOptions& options) {
   const std::vector<std::string> packages = packagesToFind(document, options);
   if (const auto found = MetaModels::find(options, packages)) return *found;
   if (MetaPath(options.metaPath, options.limit).isEmpty())
@@ -452,7 +462,7 @@ MetaModels findMetaModels(const Document& document, const ReadOptions& options) 
 LoadedDocument readModel(const Document& document, const ReadOptions& options, ProgressBar& progress) {
   if (document.format != Format::krz || !options.metaModels.empty()) {
     progress.startStep("loading the meta models");
-    MetaModels found = findMetaModels(document, options);
+    MetaModels found = requireMetaModels(document, options);
     Model model = readModel(document, found, progress, options);
     return {std::move(found), std::move(model)};
   }

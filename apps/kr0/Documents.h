@@ -131,6 +131,9 @@ Document readDocument(const std::string& path, std::optional<Format> format, Pro
 /// What a document is: an archive by its content, else by its name's extension, else by its content.
 Format formatOf(std::string_view text, const std::string& path);
 
+/// The binary format of the document in an archive, which tells it itself where the manifest is damaged.
+Format innerFormatOf(const archive::ArchiveReader& reader, std::string_view document);
+
 /// @throws Error where a document is tables, which are only written.
 void refuseTables(const std::string& path, std::optional<Format> format);
 

@@ -3,7 +3,6 @@
 #include "Tree.h"
 #include "View.h"
 #include "kr/zero/inspect/Overview.h"
-#include "kr/zero/io/IOFormatProvider.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 
 namespace kr::zero::tool {
@@ -44,10 +43,13 @@ Counts countByClass(const Model& model) {
 
 // A document of a binary format that is whole is gone through where it lies; of one that is not, the reader
 // that makes a model says why.
+inspect::Overview lookAt(const FileView& bytes, bool isTagged, const meta::MetaRegistry* registry) {
+  return inspect::overviewOf(bytes.text(), {.registry = registry, .tagged = isTagged},
+                             [&](std::uint64_t offset) { bytes.letGo(offset); });
+}
+
 bool addOverview(const FileView& bytes, bool isTagged, const meta::MetaRegistry* registry, Facts& facts) {
-  const inspect::Overview overview =
-      inspect::overviewOf(bytes.text(), {.registry = registry, .tagged = isTagged},
-                          [&](std::uint64_t offset) { bytes.letGo(offset); });
+  const inspect::Overview overview = lookAt(bytes, isTagged, registry);
   if (!overview.isSound) return false;
   facts.version = std::to_string(overview.version);
   facts.packages = packagesNamed(overview.packages);
@@ -125,24 +127,13 @@ void addManifest(const archive::Manifest& manifest, Facts& facts) {
     facts.packages->push_back({package.uri, package.fingerprint});
 }
 
-// The manifest says all of this, unless it is damaged.
-void addInner(std::string_view text, Facts& facts) {
-  if (facts.inner) return;
-  const ustring format = io::IOFormatProvider::findByContent(text);
-  facts.inner = {
-      std::string(nameOf(format == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN ? Format::krt : Format::krb)),
-      text.size()};
-}
-
 // The elements of an archive, by the meta model that it brings.
 bool countInArchive(archive::ArchiveReader& reader, const FileView& bytes, Facts& facts) {
   const archive::LoadedArchive loaded = reader.loadMetaModel();
-  const auto version = facts.version;
-  const auto packages = facts.packages;  // with fingerprints
-  const bool isSound = addOverview(bytes, reader.getManifest().tagged, loaded.registry.get(), facts);
-  facts.version = version;
-  facts.packages = packages;
-  return isSound;
+  const inspect::Overview overview = lookAt(bytes, reader.getManifest().tagged, loaded.registry.get());
+  if (!overview.isSound) return false;
+  facts.elements = overview.elements;
+  return true;
 }
 
 /// How much a part takes in the file, where it is there.
@@ -166,7 +157,8 @@ void addArchive(const ViewedDocument& viewed, const InputOptions& input, Facts& 
   const bool hasMetaModel = look("meta model", [&] { reader.readMetaModel(); });
   const bool hasDocument = look("document", [&] {
     inner = FileView::of([&](const auto& take) { reader.readDocument(take); });
-    addInner(inner.text(), facts);
+    const Format format = innerFormatOf(reader, inner.text());
+    facts.inner = {std::string(nameOf(format)), inner.text().size()};
   });
   if (!hasManifest || !hasDocument || (!hasMetaModel && input.metaModels.empty())) return;
   facts.faults.attempt([&] {

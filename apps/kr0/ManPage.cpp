@@ -29,12 +29,6 @@ std::string plain(const std::string& text) {
 std::string bold(const std::string& text) { return "\\fB" + plain(text) + "\\fR"; }
 std::string italic(const std::string& text) { return "\\fI" + plain(text) + "\\fR"; }
 
-std::string joined(const std::vector<std::string>& words, const std::string& between) {
-  std::string out;
-  for (const std::string& word : words) out += (out.empty() ? "" : between) + word;
-  return out;
-}
-
 const VerbDefinition& find(const VerbDefinition& program, const std::vector<std::string>& path) {
   const VerbDefinition* verb = &program;
   for (const std::string& word : path) {

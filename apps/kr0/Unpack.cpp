@@ -27,17 +27,6 @@ std::string stemOf(const std::string& path) {
   return path == "-" || stem.empty() ? "document" : stem;
 }
 
-// The document tells its format itself where the manifest is damaged.
-Format formatOf(const archive::ArchiveReader& reader, const std::vector<std::uint8_t>& document) {
-  try {
-    return reader.getManifest().tagged ? Format::krt : Format::krb;
-  } catch (const Error&) {
-    const bool isTagged =
-        io::IOFormatProvider::findByContent(asText(document)) == io::IOFormatProvider::FORMAT_BINARY_KRSYLVAN;
-    return isTagged ? Format::krt : Format::krb;
-  }
-}
-
 // Whether a name of an archive, which anybody can have made, is a place below a folder, spelt in the one way
 // that it has.
 bool isPlain(const std::string& name) {
@@ -106,7 +95,7 @@ void unpackMetaModel(const Document& document, archive::ArchiveReader& reader, F
 void unpackDocument(const Document& document, archive::ArchiveReader& reader, const std::string& stem,
                     Folder& folder) {
   const std::vector<std::uint8_t> bytes = withinLimit(document, [&] { return reader.readDocument(); });
-  folder.write(stem + '.' + std::string(nameOf(formatOf(reader, bytes))), asText(bytes));
+  folder.write(stem + '.' + std::string(nameOf(innerFormatOf(reader, asText(bytes)))), asText(bytes));
 }
 
 void unpackManifest(archive::ArchiveReader& reader, Folder& folder) {

@@ -77,6 +77,12 @@ TEST(InspectVerb, JsonNotesCoverEveryByte) {
   }
 }
 
+TEST(InspectVerb, AnArchiveWhoseMetaModelIsBuiltInIsUnderstood) {
+  const std::string path = temporaryPath("library_ecore.krz");
+  ASSERT_EQ(kr0({"convert", libraryEcore(), path}).code, 0);
+  EXPECT_THAT(kr0({"inspect", path}).out, HasSubstr("nsPrefix = \"library\"\n"));
+}
+
 TEST(InspectVerb, ADirectDocumentWithoutMetaModelTellsItsHeadAndNamesOfClasses) {
   const Ended ended = kr0({"inspect", libraryKrb()});
   EXPECT_EQ(ended.code, 0) << ended.err;
