@@ -11,6 +11,10 @@ function(kr0_target_defaults target)
     $<$<BOOL:${KR0_WARNINGS_AS_ERRORS}>:-Werror>
     # Nobody puts a function of a library in the place of ours: the compiler may inline exported ones.
     -fno-semantic-interposition)
+  # Where several sources are compiled as one, what is hidden in one of them is not in "the main file".
+  if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+  endif()
   # These come from the optimiser and depend on what it inlined; g++ 12 sees them in its own headers.
   if(KR0_WARNINGS_AS_ERRORS AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${target} PRIVATE
@@ -29,6 +33,15 @@ function(kr0_precompile_standard_headers target)
   target_precompile_headers(${target} PRIVATE
     <algorithm> <array> <cstdint> <functional> <map> <memory> <optional> <span> <string> <string_view> <unordered_map>
     <variant> <vector>)
+endfunction()
+
+# The library of a room: all sources of the folder, with its include/ for others.
+function(kr0_add_room name)
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  kr0_add_library(${name} ${sources})
+  target_include_directories(kr0_${name}
+    PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>
+    PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
 endfunction()
 
 # A shared library kr0_<name> with the alias kr0::<name>.
