@@ -14,7 +14,6 @@ namespace kr::zero::archive {
 
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{1} << 17;
 constexpr std::size_t kSmallPiece = 256;
 constexpr std::uint64_t kFrameChecksumBytes = 4;
 constexpr std::uint64_t kMostAtOnce = std::uint64_t{1} << 20;  // compressed bytes that may lie in memory
@@ -122,7 +121,7 @@ struct ArchiveReader::Impl {
     std::uint64_t read = 0;
     const auto give = [&] {
       piece = file.read(at.offset + read,
-                        static_cast<std::size_t>(std::min<std::uint64_t>(kPiece, at.size - read)));
+                        static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, at.size - read)));
       read += piece.size();
       return std::string_view(piece);
     };

@@ -8,11 +8,12 @@
 #include <stdexcept>
 #include <vector>
 
+#include "Zstandard.h"
+
 namespace kr::zero::archive {
 
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{1} << 17;
 constexpr int kGzipWindow = MAX_WBITS + 16;  // 16 asks for gzip's head and end instead of zlib's
 constexpr int kMemory = 8;
 
@@ -20,7 +21,7 @@ constexpr int kMemory = 8;
 template <int (*kEnd)(z_stream*)>
 class Stream {
  public:
-  explicit Stream(std::string_view input) : input_(input), piece_(kPiece) {}
+  explicit Stream(std::string_view input) : input_(input), piece_(kPieceBytes) {}
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
   ~Stream() { kEnd(&stream_); }

@@ -14,7 +14,6 @@ namespace kr::zero::archive {
 
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{1} << 17;
 // Third byte of the head of a frame: RFC 8878, 3.1.1.1.1.
 constexpr std::size_t kDescriptorAt = 4;
 constexpr unsigned kChecksumFlag = 4;
@@ -115,7 +114,7 @@ void Compressor::compress(std::span<const std::string_view> texts, const TakePie
   const bool isEased = level_ == kDefaultLevel && size > kLargeContent;
   set(context, ZSTD_c_searchLog, isEased ? kDefaultSearchOfLarge : kAsTheLevelHasIt);
   require(ZSTD_CCtx_setPledgedSrcSize(context, size));
-  std::vector<char> piece(kPiece);
+  std::vector<char> piece(kPieceBytes);
   const auto put = [&](std::string_view text, ZSTD_EndDirective directive) {
     ZSTD_inBuffer in{text.data(), text.size(), 0};
     for (bool isDone = false; !isDone;) {
@@ -141,7 +140,7 @@ bool decompressAtOnce(std::string_view frame, std::span<std::uint8_t> into, cons
 
 void decompress(const GivePiece& give, const TakePiece& take, const FrameRules& rules) {
   const Decompressor context = makeDecompressor(rules.largestWindowLog);
-  std::vector<char> piece(kPiece);
+  std::vector<char> piece(kPieceBytes);
   bool isWhole = false;
   bool isFirst = true;
   for (std::string_view given = give(); !given.empty(); given = give()) {
@@ -168,7 +167,7 @@ bool beginsFrame(std::string_view bytes) {
 
 void decompressFrames(std::string_view bytes, const TakePiece& take) {
   const Decompressor context = makeDecompressor(FrameRules{}.largestWindowLog);
-  std::vector<char> piece(kPiece);
+  std::vector<char> piece(kPieceBytes);
   ZSTD_inBuffer in{bytes.data(), bytes.size(), 0};
   while (in.pos < in.size) {
     if (!beginsFrame(bytes.substr(in.pos))) throw std::runtime_error("there is more behind its end");

@@ -14,6 +14,9 @@ struct ZSTD_CCtx_s;
 
 namespace kr::zero::archive {
 
+/// What is unpacked and read from files at a time, in bytes.
+inline constexpr std::size_t kPieceBytes = std::size_t{1} << 17;
+
 /// Takes the next piece of a result.
 using TakePiece = std::function<void(std::string_view)>;
 /// Gives the next piece of an input; an empty one at its end.

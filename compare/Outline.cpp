@@ -13,10 +13,6 @@ namespace {
 using internal::ElementAccess;
 using meta::PropertyKind;
 
-const ElementRecord* asRecord(cells::Cell cell) noexcept {
-  return reinterpret_cast<const ElementRecord*>(cell);  // NOLINT: so children lie in cells
-}
-
 /// A path of more than twice as many segments is shortened in the middle, as the model itself does it.
 constexpr std::size_t kShownSegments = 24;
 

@@ -14,9 +14,6 @@ using meta::PropertyKind;
 
 constexpr std::size_t kUuidBytes = 16;
 
-const ElementRecord* asRecord(cells::Cell cell) noexcept {
-  return reinterpret_cast<const ElementRecord*>(cell);  // NOLINT: so values made of parts lie in cells
-}
 const char* asBytes(cells::Cell cell) noexcept {
   return reinterpret_cast<const char*>(cell);  // NOLINT: the address of a UUID
 }

@@ -24,6 +24,11 @@ constexpr Mark mixed(Mark mark, std::uint64_t number) noexcept {
   return z ^ (z >> 32);
 }
 
+/// A child, or a value made of parts.
+inline const ElementRecord* asRecord(cells::Cell cell) noexcept {
+  return reinterpret_cast<const ElementRecord*>(cell);  // NOLINT: so they lie in cells
+}
+
 /// What is set in a slot of an element.
 struct SlotValues {
   const PropertyRecord* property = nullptr;

@@ -14,22 +14,22 @@ const char* unitOf(meta::Property property) {
                                                             : "value";
 }
 
-Finding describe(const Step& step, std::string what) {
+Finding lossOf(const Step& step, std::string what) {
   return {.subject = qualifiedName(step.from), .unit = unitOf(step.from), .what = std::move(what)};
 }
 
 Finding describeLiteral(const Step& step, const LiteralTable::Move& move) {
-  if (move.from == nullptr) return describe(step, "left out, their numbers are those of no literal");
+  if (move.from == nullptr) return lossOf(step, "left out, their numbers are those of no literal");
   const std::string name = inQuotes(move.from->name);
-  if (move.asked) return describe(step, name + " left out, as the map says");
-  return describe(step, name + " left out, " + step.to->getType()->qualifiedName() + " has no such literal");
+  if (move.asked) return lossOf(step, name + " left out, as the map says");
+  return lossOf(step, name + " left out, " + step.to->getType()->qualifiedName() + " has no such literal");
 }
 
 }  // namespace
 
 void Losses::note(Event event, ConstElement element, const Step& step, const std::string& what) {
   findings_.note(
-      {step.subject(), event}, 1, [&] { return describe(step, what); }, element);
+      {step.subject(), event}, 1, [&] { return lossOf(step, what); }, element);
 }
 
 void Losses::lose(Event event, ConstElement element, const Step& step, const std::string& what) {
@@ -47,7 +47,7 @@ void Losses::loseMisfit(ConstElement element, const Step& step, const TypePlan& 
   findings_.note(
       {step.subject(), Event::misfit, child.from->getIndex()}, 1,
       [&] {
-        return describe(
+        return lossOf(
             step, "left out, " + child.to->qualifiedName() + " is no " + step.to->getType()->qualifiedName());
       },
       element);
@@ -57,7 +57,7 @@ void Losses::loseReference(ConstElement element, const Step& step, bool asked) {
   ++step.row->lost;
   findings_.note(
       {step.subject(), Event::targetGone, 0, asked}, 1,
-      [&] { return describe(step, "left out with the element"); }, element);
+      [&] { return lossOf(step, "left out with the element"); }, element);
 }
 
 void Losses::loseLiteral(ConstElement element, const Step& step, const LiteralTable::Move& move) {
@@ -74,7 +74,7 @@ void Losses::loseValues(ConstElement element, const Step& step, std::uint64_t va
   step.row->lost += values;
   findings_.note(
       {step.subject(), Event::propertyGone, 0, asked}, values,
-      [&] { return describe(step, "left out, " + step.row->detail); }, element);
+      [&] { return lossOf(step, "left out, " + step.row->detail); }, element);
 }
 
 void Losses::loseElement(ConstElement element, const TypePlan& plan, bool asked) {

@@ -30,14 +30,14 @@ std::optional<Named> find(const meta::MetaRegistry& registry, std::string_view k
   return std::nullopt;
 }
 
-[[noreturn]] void refuse(const std::string& rule, const std::string& problem) {
+[[noreturn]] void refuseRule(const std::string& rule, const std::string& problem) {
   throw Error(ErrorCode::doesNotFit, "the rule " + rule + ": " + problem);
 }
 
 Named require(const meta::MetaRegistry& registry, const std::string& key, const std::string& rule,
               const char* which) {
   const std::optional<Named> found = find(registry, key);
-  if (!found) refuse(rule, std::string("there is no such name in the ") + which + " meta model");
+  if (!found) refuseRule(rule, std::string("there is no such name in the ") + which + " meta model");
   return *found;
 }
 
@@ -59,8 +59,6 @@ bool hasPackage(const std::vector<meta::PackageInfo>& packages, const std::strin
 }
 
 /// Whether a type can stand in the place of another.
-bool isSameSort(meta::Type a, meta::Type b) { return &a->getMetaClass() == &b->getMetaClass(); }
-
 const meta::EnumLiteral* literalNamed(meta::Enum type, std::string_view name) {
   const meta::EnumLiteral* const literal = type->findByName(name);
   return literal != nullptr && literal->name == name ? literal : nullptr;
@@ -89,9 +87,9 @@ void Rules::readPackages(const ChangeMap& map) {
   const auto before = from_.getPackages(), now = to_.getPackages();
   for (const auto& [key, name] : map.packages) {
     const RuleId rule = add("packages", key);
-    if (!hasPackage(before, key)) refuse(texts_[rule], "there is no such package in the old meta model");
+    if (!hasPackage(before, key)) refuseRule(texts_[rule], "there is no such package in the old meta model");
     if (!hasPackage(now, name))
-      refuse(texts_[rule], "there is no package " + inQuotes(name) + " in the new meta model");
+      refuseRule(texts_[rule], "there is no package " + inQuotes(name) + " in the new meta model");
     packages_[key] = {.to = name, .rule = rule};
   }
 }
@@ -103,13 +101,13 @@ void Rules::readRename(const std::string& key, const std::string& to) {
     const meta::StructuredType owner(old.type);
     const meta::Property property = owner ? owner->findProperty(old.member) : meta::Property();
     if (!property)
-      refuse(texts_[rule], old.type->qualifiedName() + " has no property " + inQuotes(old.member));
+      refuseRule(texts_[rule], old.type->qualifiedName() + " has no property " + inQuotes(old.member));
     addOwned(properties_, ruled_, property, {owner, {.to = to, .rule = rule}});
     return;
   }
   const meta::Type type = to_.findType(to);
-  if (!type) refuse(texts_[rule], "there is no type " + inQuotes(to) + " in the new meta model");
-  if (!isSameSort(old.type, type)) refuse(texts_[rule], inQuotes(to) + " is a type of another sort");
+  if (!type) refuseRule(texts_[rule], "there is no type " + inQuotes(to) + " in the new meta model");
+  if (!isSameSort(old.type, type)) refuseRule(texts_[rule], inQuotes(to) + " is a type of another sort");
   types_[old.type.get()] = {.type = type, .name = to, .rule = rule};
 }
 
@@ -117,15 +115,17 @@ void Rules::readDrop(const std::string& key) {
   const RuleId rule = add("drop", key);
   const Named old = require(from_, key, texts_[rule], "old");
   const auto refuseDouble = [&](bool isDouble) {
-    if (isDouble) refuse(texts_[rule], "another rule says what becomes of it");
+    if (isDouble) refuseRule(texts_[rule], "another rule says what becomes of it");
   };
   if (old.member.empty()) {
-    if (!meta::Class(old.type)) refuse(texts_[rule], "only classes, properties and literals can be dropped");
+    if (!meta::Class(old.type))
+      refuseRule(texts_[rule], "only classes, properties and literals can be dropped");
     refuseDouble(types_.count(old.type.get()) != 0);
     types_[old.type.get()] = {.name = key, .rule = rule, .isDropped = true};
   } else if (const meta::StructuredType owner(old.type); owner) {
     const meta::Property property = owner->findProperty(old.member);
-    if (!property) refuse(texts_[rule], owner->qualifiedName() + " has no property " + inQuotes(old.member));
+    if (!property)
+      refuseRule(texts_[rule], owner->qualifiedName() + " has no property " + inQuotes(old.member));
     if (const auto rules = properties_.find(property.get()); rules != properties_.end())
       refuseDouble(std::any_of(rules->second.begin(), rules->second.end(),
                                [&](const Owned& owned) { return owned.owner == owner; }));
@@ -134,7 +134,7 @@ void Rules::readDrop(const std::string& key) {
     const meta::Enum type(old.type);
     const meta::EnumLiteral* const literal = type ? literalNamed(type, old.member) : nullptr;
     if (literal == nullptr)
-      refuse(texts_[rule], old.type->qualifiedName() + " has no literal " + inQuotes(old.member));
+      refuseRule(texts_[rule], old.type->qualifiedName() + " has no literal " + inQuotes(old.member));
     literals_[type.get()][literal->name] = {.isDropped = true, .rule = rule};
   }
 }
@@ -145,16 +145,16 @@ void Rules::readLiteral(const std::string& key, const std::string& to) {
   const meta::Enum type(old.type);
   const meta::EnumLiteral* const literal = type ? literalNamed(type, old.member) : nullptr;
   if (literal == nullptr)
-    refuse(texts_[rule], old.type->qualifiedName() + " has no literal " + inQuotes(old.member));
+    refuseRule(texts_[rule], old.type->qualifiedName() + " has no literal " + inQuotes(old.member));
   const Counterpart now = counterpartOf(old.type);
   const meta::Enum newType(now.type);
   if (!newType)
-    refuse(texts_[rule], "there is no enumeration " + inQuotes(now.name) + " in the new meta model");
+    refuseRule(texts_[rule], "there is no enumeration " + inQuotes(now.name) + " in the new meta model");
   if (literalNamed(newType, to) == nullptr)
-    refuse(texts_[rule], newType->qualifiedName() + " has no literal " + inQuotes(to));
+    refuseRule(texts_[rule], newType->qualifiedName() + " has no literal " + inQuotes(to));
   const auto [place, isNew] =
       literals_[type.get()].try_emplace(literal->name, MemberRule{.to = to, .rule = rule});
-  if (!isNew) refuse(texts_[rule], "another rule says what becomes of it");
+  if (!isNew) refuseRule(texts_[rule], "another rule says what becomes of it");
 }
 
 void Rules::readDefault(const std::string& key, const std::string& text) {
@@ -162,9 +162,10 @@ void Rules::readDefault(const std::string& key, const std::string& text) {
   const Named now = require(to_, key, texts_[rule], "new");
   const meta::StructuredType owner(now.type);
   const meta::Property property = owner ? owner->findProperty(now.member) : meta::Property();
-  if (!property) refuse(texts_[rule], now.type->qualifiedName() + " has no property " + inQuotes(now.member));
+  if (!property)
+    refuseRule(texts_[rule], now.type->qualifiedName() + " has no property " + inQuotes(now.member));
   if (!meta::isPrimitive(property->getKind()))
-    refuse(texts_[rule], "only a property that holds numbers, texts or literals can get a default");
+    refuseRule(texts_[rule], "only a property that holds numbers, texts or literals can get a default");
   addOwned(defaults_, defaulted_, property, {owner, {.to = text, .rule = rule}});
 }
 
@@ -185,10 +186,12 @@ void Rules::requireNewProperty(const Owned& owned) const {
     for (const meta::Type type : package.types)
       if (const meta::StructuredType old(type); old && conforms(old, owned.owner) && has(old)) return;
   const Counterpart now = counterpartOf(owned.owner);
-  if (now.isDropped) refuse(texts_[owned.rule.rule], "another rule drops " + owned.owner->qualifiedName());
+  if (now.isDropped)
+    refuseRule(texts_[owned.rule.rule], "another rule drops " + owned.owner->qualifiedName());
   if (!now.type)
-    refuse(texts_[owned.rule.rule], "there is no type " + inQuotes(now.name) + " in the new meta model");
-  refuse(texts_[owned.rule.rule], now.type->qualifiedName() + " has no property " + inQuotes(owned.rule.to));
+    refuseRule(texts_[owned.rule.rule], "there is no type " + inQuotes(now.name) + " in the new meta model");
+  refuseRule(texts_[owned.rule.rule],
+             now.type->qualifiedName() + " has no property " + inQuotes(owned.rule.to));
 }
 
 Counterpart Rules::counterpartOf(meta::Type old) const {

@@ -20,6 +20,9 @@ namespace kr::zero::evolution {
 using RuleId = std::size_t;
 inline constexpr RuleId kNoRule = static_cast<RuleId>(-1);
 
+/// Whether both are classes, datatypes, enumerations or primitive types.
+inline bool isSameSort(meta::Type a, meta::Type b) { return &a->getMetaClass() == &b->getMetaClass(); }
+
 /// A type of the new meta model in the place of an old one.
 struct Counterpart {
   meta::Type type = {};    ///< empty: there is none

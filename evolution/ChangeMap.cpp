@@ -14,11 +14,11 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int kVersion = 1;
-constexpr std::size_t kDeepest = 2;  // the map, and a section in it
+constexpr int kMapVersion = 1;
+constexpr std::size_t kDeepestMap = 2;  // the map, and a section in it
 
-[[noreturn]] void refuse(const std::string& name, const std::string& problem,
-                         ErrorCode code = ErrorCode::doesNotFit) {
+[[noreturn]] void refuseMap(const std::string& name, const std::string& problem,
+                            ErrorCode code = ErrorCode::doesNotFit) {
   throw Error(code, {.file = name, .problem = problem});
 }
 
@@ -32,18 +32,19 @@ class Watch {
     using Event = Json::parse_event_t;
     const auto level = static_cast<std::size_t>(depth);
     if (event == Event::object_start || event == Event::array_start) {
-      if (level >= kDeepest) refuse(name_, "values are nested too deeply for a change map");
+      if (level >= kDeepestMap) refuseMap(name_, "values are nested too deeply for a change map");
       keys_[level].clear();
-    } else if (event == Event::key && level >= 1 && level <= kDeepest) {
+    } else if (event == Event::key && level >= 1 && level <= kDeepestMap) {
       const std::string& key = parsed.get_ref<const std::string&>();
-      if (!keys_[level - 1].insert(key).second) refuse(name_, "the key " + inQuotes(key) + " is there twice");
+      if (!keys_[level - 1].insert(key).second)
+        refuseMap(name_, "the key " + inQuotes(key) + " is there twice");
     }
     return true;
   }
 
  private:
   const std::string& name_;
-  std::array<std::unordered_set<std::string, TextHash, std::equal_to<>>, kDeepest> keys_;
+  std::array<std::unordered_set<std::string, TextHash, std::equal_to<>>, kDeepestMap> keys_;
 };
 
 class MapReader {
@@ -52,9 +53,9 @@ class MapReader {
 
   ChangeMap read(std::string_view text) {
     const Json json = parse(text);
-    if (!json.is_object()) refuse(name_, "a change map is a JSON object");
+    if (!json.is_object()) refuseMap(name_, "a change map is a JSON object");
     for (const auto& [key, value] : json.items()) readSection(key, value);
-    if (!hasVersion_) refuse(name_, "a change map says \"kr0\": 1");
+    if (!hasVersion_) refuseMap(name_, "a change map says \"kr0\": 1");
     return std::move(map_);
   }
 
@@ -83,29 +84,30 @@ class MapReader {
     else if (key == "drop")
       readDrop(value);
     else
-      refuse(name_, "a change map has no section " + inQuotes(key));
+      refuseMap(name_, "a change map has no section " + inQuotes(key));
   }
 
   void readVersion(const Json& value) {
-    if (value != kVersion) refuse(name_, "\"kr0\" must be 1, the only version of change maps that is known");
+    if (value != kMapVersion)
+      refuseMap(name_, "\"kr0\" must be 1, the only version of change maps that is known");
     hasVersion_ = true;
   }
 
   void readPairs(const std::string& section, const Json& value, std::map<std::string, std::string>& pairs) {
-    if (!value.is_object()) refuse(name_, inQuotes(section) + " must be an object of names");
+    if (!value.is_object()) refuseMap(name_, inQuotes(section) + " must be an object of names");
     for (const auto& [from, to] : value.items()) {
       if (!to.is_string())
-        refuse(name_, inQuotes(section) + ": the value of " + inQuotes(from) + " must be a text");
+        refuseMap(name_, inQuotes(section) + ": the value of " + inQuotes(from) + " must be a text");
       pairs[from] = to.get<std::string>();
     }
   }
 
   void readDrop(const Json& value) {
-    if (!value.is_array()) refuse(name_, "\"drop\" must be an array of names");
+    if (!value.is_array()) refuseMap(name_, "\"drop\" must be an array of names");
     for (const Json& entry : value) {
-      if (!entry.is_string()) refuse(name_, "\"drop\": every entry must be a text");
+      if (!entry.is_string()) refuseMap(name_, "\"drop\": every entry must be a text");
       if (!map_.drop.insert(entry.get<std::string>()).second)
-        refuse(name_, "\"drop\": " + inQuotes(entry.get<std::string>()) + " is there twice");
+        refuseMap(name_, "\"drop\": " + inQuotes(entry.get<std::string>()) + " is there twice");
     }
   }
 
@@ -121,7 +123,7 @@ ChangeMap parseChangeMap(std::string_view json, const std::string& name) {
 }
 
 std::string toJson(const ChangeMap& map) {
-  Json json = {{"kr0", kVersion}};
+  Json json = {{"kr0", kMapVersion}};
   const auto add = [&](const char* section, const auto& rules) {
     if (!rules.empty()) json[section] = rules;
   };

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "CarryOverRules.h"
 #include "CarryOverValues.h"
 #include "kr/zero/TextHash.h"
 
@@ -66,8 +67,6 @@ double similarity(std::string_view one, std::string_view other) {
 }
 
 std::string percent(double share) { return std::to_string(static_cast<int>(share * 100 + 0.5)) + " %"; }
-
-bool isSameSort(Type a, Type b) { return &a->getMetaClass() == &b->getMetaClass(); }
 
 /// Names of what a type is made of.
 std::vector<std::string_view> membersOf(Type type) {

@@ -21,7 +21,7 @@ Effect shownAs(meta::Enum type, const EnumLiteral* read, const std::string& name
   return type->findByNumber(read->number)->name == name ? Effect::nothing : Effect::wrong;
 }
 
-std::string describe(const EnumLiteral& literal) {
+std::string describeLiteral(const EnumLiteral& literal) {
   const std::string number = "number " + std::to_string(literal.number);
   return literal.text == literal.name ? number : number + ", text \"" + literal.text + '"';
 }
@@ -45,7 +45,7 @@ class LiteralDiff {
         report_({ChangeKind::literalAdded,
                  nameOf(literal),
                  {},
-                 describe(literal),
+                 describeLiteral(literal),
                  {},
                  tell("the literal is new", {})});
   }
@@ -71,14 +71,14 @@ class LiteralDiff {
   }
 
   void add(ChangeKind kind, const EnumLiteral& literal, const EnumLiteral* now, const Effects& effects) {
-    const std::string after = now == nullptr ? std::string() : describe(*now);
+    const std::string after = now == nullptr ? std::string() : describeLiteral(*now);
     const EnumLiteral* const other = after_->findByNumber(literal.number);
     Consequences consequences;
     if (effects.krb == Effect::wrong)
       consequences.shown = literal.name + " as " + other->name;
     else if (effects.worst() == Effect::wrong)
       consequences.shown = literal.name + " as another literal";
-    report_({kind, nameOf(literal), describe(literal), after, effects,
+    report_({kind, nameOf(literal), describeLiteral(literal), after, effects,
              tell(happened(kind, literal, now, other), effects, consequences)});
   }
 

@@ -19,16 +19,16 @@ namespace kr::zero::evolution {
 
 namespace {
 
-using Json = nlohmann::json;
+using SortedJson = nlohmann::json;
 
-constexpr int kVersion = 1;
-constexpr std::size_t kDeepest = 7;  // levels of a lock file
+constexpr int kLockVersion = 1;
+constexpr std::size_t kDeepestLock = 7;  // levels of a lock file
 constexpr const char* kMark = "kr0-lock";
 constexpr std::uint32_t kMostNumber = 16382;
 
 [[noreturn]] void fail(const std::string& what) { throw std::runtime_error(what); }
 
-std::string inQuotes(const std::string& text) { return Json(text).dump(); }
+std::string inQuotes(const std::string& text) { return SortedJson(text).dump(); }
 
 // --- Reading
 
@@ -38,11 +38,11 @@ class Shape {
  public:
   bool null() { return true; }
   bool boolean(bool) { return true; }
-  bool number_integer(Json::number_integer_t) { return true; }
-  bool number_unsigned(Json::number_unsigned_t) { return true; }
-  bool number_float(Json::number_float_t, const std::string&) { return true; }
+  bool number_integer(SortedJson::number_integer_t) { return true; }
+  bool number_unsigned(SortedJson::number_unsigned_t) { return true; }
+  bool number_float(SortedJson::number_float_t, const std::string&) { return true; }
   bool string(std::string&) { return true; }
-  bool binary(Json::binary_t&) { return true; }
+  bool binary(SortedJson::binary_t&) { return true; }
   bool start_object(std::size_t) { return open(); }
   bool key(std::string& key) {
     if (!keys_.back().insert(key).second) fail("the key " + inQuotes(key) + " is there twice");
@@ -51,15 +51,15 @@ class Shape {
   bool end_object() { return close(); }
   bool start_array(std::size_t) { return open(); }
   bool end_array() { return close(); }
-  bool parse_error(std::size_t position, const std::string&, const Json::exception& error) {
-    if (dynamic_cast<const Json::out_of_range*>(&error) != nullptr)
+  bool parse_error(std::size_t position, const std::string&, const SortedJson::exception& error) {
+    if (dynamic_cast<const SortedJson::out_of_range*>(&error) != nullptr)
       fail("it holds a number that is too large");
     fail("it is not JSON from byte " + std::to_string(position) + " on");
   }
 
  private:
   bool open() {
-    if (keys_.size() == kDeepest) fail("its values are nested too deep");
+    if (keys_.size() == kDeepestLock) fail("its values are nested too deep");
     keys_.emplace_back();
     return true;
   }
@@ -71,16 +71,16 @@ class Shape {
   std::vector<std::unordered_set<std::string>> keys_;  // of what is open, innermost last
 };
 
-Json parse(std::string_view text) {
+SortedJson parse(std::string_view text) {
   Shape shape;
-  static_cast<void>(Json::sax_parse(text, &shape));
-  return Json::parse(text);
+  static_cast<void>(SortedJson::sax_parse(text, &shape));
+  return SortedJson::parse(text);
 }
 
 /// An object of the file, and what to call it.
 class Entry {
  public:
-  Entry(const Json& json, std::string name) : json_(json), name_(std::move(name)) {
+  Entry(const SortedJson& json, std::string name) : json_(json), name_(std::move(name)) {
     if (!json.is_object()) fail(name_ + " is no object");
   }
 
@@ -91,20 +91,20 @@ class Entry {
         fail(name_ + " has the unknown key " + inQuotes(key));
   }
 
-  const Json* find(const char* key) const {
+  const SortedJson* find(const char* key) const {
     const auto found = json_.find(key);
     return found == json_.end() ? nullptr : &*found;
   }
 
   std::string text(const char* key) const {
-    const Json* const value = find(key);
+    const SortedJson* const value = find(key);
     if (value == nullptr || !value->is_string() || value->get_ref<const std::string&>().empty())
       fail(name_ + " has no text " + inQuotes(key));
     return *value;
   }
 
   bool isRetired() const {
-    const Json* const value = find("retired");
+    const SortedJson* const value = find("retired");
     if (value != nullptr && !value->is_boolean()) fail(name_ + ": \"retired\" is neither true nor false");
     return value != nullptr && value->get<bool>();
   }
@@ -121,7 +121,7 @@ class Entry {
   /// Calls take(key, value) for each entry of the object under a key, where there is one.
   template <class Take>
   void forEach(const char* key, const Take& take) const {
-    const Json* const value = find(key);
+    const SortedJson* const value = find(key);
     if (value == nullptr) return;
     if (!value->is_object()) fail(name_ + ": " + inQuotes(key) + " is no object");
     for (const auto& [inner, json] : value->items()) take(inner, json);
@@ -130,7 +130,7 @@ class Entry {
   const std::string& name() const { return name_; }
 
  private:
-  const Json& json_;
+  const SortedJson& json_;
   std::string name_;
 };
 
@@ -174,20 +174,20 @@ LockedType readType(const Entry& entry) {
   LockedType type;
   type.kind = static_cast<LockedKind>(entry.choice("kind", kLockedKindNames));
   type.isRetired = entry.isRetired();
-  if (const Json* const names = entry.find("supertypes"); names != nullptr) {
+  if (const SortedJson* const names = entry.find("supertypes"); names != nullptr) {
     if (!names->is_array()) fail(entry.name() + ": \"supertypes\" is no list");
-    for (const Json& name : *names) {
+    for (const SortedJson& name : *names) {
       if (!name.is_string()) fail(entry.name() + ": a supertype is no text");
       type.supertypes.insert(name.get<std::string>());
     }
   }
-  entry.forEach("numbers", [&](const std::string& key, const Json& json) {
+  entry.forEach("numbers", [&](const std::string& key, const SortedJson& json) {
     const auto number = numberOf<std::uint32_t>(key, entry.name());
     if (number == 0 || number > kMostNumber)
       fail(entry.name() + ": " + inQuotes(key) + " is not a number from 1 to " + std::to_string(kMostNumber));
     type.numbers.emplace(number, readProperty(Entry(json, entry.name() + ' ' + key)));
   });
-  entry.forEach("literals", [&](const std::string& key, const Json& json) {
+  entry.forEach("literals", [&](const std::string& key, const SortedJson& json) {
     const auto number = numberOf<std::int32_t>(key, entry.name());
     type.literals.emplace(number, readLiteral(Entry(json, entry.name() + ' ' + key)));
   });
@@ -198,7 +198,7 @@ LockedPackage readPackage(const Entry& entry) {
   entry.allow({"name", "types"});
   LockedPackage package;
   package.name = entry.text("name");
-  entry.forEach("types", [&](const std::string& name, const Json& json) {
+  entry.forEach("types", [&](const std::string& name, const SortedJson& json) {
     package.types.emplace(name, readType(Entry(json, package.name + '.' + name)));
   });
   return package;
@@ -210,7 +210,7 @@ class Writing {
  public:
   explicit Writing(const Lock::Contents& contents) {
     open(0, "");
-    line(1, std::string(inQuotes(kMark)) + ": " + std::to_string(kVersion));
+    line(1, std::string(inQuotes(kMark)) + ": " + std::to_string(kLockVersion));
     object(1, "packages", contents.packages, [&](const std::string& uri, const LockedPackage& package) {
       open(2, inQuotes(uri) + ": ");
       line(3, "\"name\": " + inQuotes(package.name));
@@ -238,7 +238,7 @@ class Writing {
         line(6, '"' + std::to_string(number) + "\": " + textOf(property));
       });
     if (type.isRetired) line(5, "\"retired\": true");
-    if (!type.supertypes.empty()) line(5, "\"supertypes\": " + Json(type.supertypes).dump());
+    if (!type.supertypes.empty()) line(5, "\"supertypes\": " + SortedJson(type.supertypes).dump());
     close(4);
   }
 
@@ -282,14 +282,14 @@ class Writing {
 }  // namespace
 
 Lock::Contents fromText(std::string_view text) {
-  const Json json = parse(text);
+  const SortedJson json = parse(text);
   const Entry file(json, "the file");
   file.allow({kMark, "packages"});
-  const Json* const version = file.find(kMark);
+  const SortedJson* const version = file.find(kMark);
   if (version == nullptr) fail("it has no key \"kr0-lock\"");
-  if (*version != kVersion) fail("its version is not " + std::to_string(kVersion));
+  if (*version != kLockVersion) fail("its version is not " + std::to_string(kLockVersion));
   Lock::Contents contents;
-  file.forEach("packages", [&](const std::string& uri, const Json& package) {
+  file.forEach("packages", [&](const std::string& uri, const SortedJson& package) {
     contents.packages.emplace(uri, readPackage(Entry(package, "the package " + inQuotes(uri))));
   });
   return contents;

@@ -11,8 +11,6 @@ namespace {
 using meta::Property;
 using meta::PropertyKind;
 
-constexpr Effects kRefused{Effect::refused, Effect::refused, Effect::refused, Effect::refused};
-
 /// What cannot be read cannot be read wrongly.
 void addTo(Effect& effect, Effect other) {
   if (effect != Effect::refused) effect = std::max(effect, other);
@@ -133,7 +131,7 @@ Consequences afterReuse(Property before, Property taker) {
 
 }  // namespace
 
-void PropertyDiff::compare(const PropertyFate& fate, const std::string& subject, const Report& report) {
+void PropertyDiff::compare(const PropertyMatch& fate, const std::string& subject, const Report& report) {
   if (!fate.named) return reportGone(fate, subject, report);
   if (!fate.named->isStored()) return reportUnstored(fate, subject, report);
   compareNumbers(fate, subject, report);
@@ -213,7 +211,7 @@ Effect PropertyDiff::readAsAnother(Property before, Property after) {
 
 // --- Reports
 
-void PropertyDiff::reportGone(const PropertyFate& fate, const std::string& subject, const Report& report) {
+void PropertyDiff::reportGone(const PropertyMatch& fate, const std::string& subject, const Report& report) {
   if (!fate.numbered)
     return report({ChangeKind::propertyRemoved,
                    subject,
@@ -229,7 +227,7 @@ void PropertyDiff::reportGone(const PropertyFate& fate, const std::string& subje
                effects, afterReuse(fate.before, fate.numbered))});
 }
 
-void PropertyDiff::reportUnstored(const PropertyFate& fate, const std::string& subject,
+void PropertyDiff::reportUnstored(const PropertyMatch& fate, const std::string& subject,
                                   const Report& report) {
   Effects effects = kRefused;
   if (fate.numbered) effects.krb = readAsAnother(fate.before, fate.numbered);
@@ -237,7 +235,7 @@ void PropertyDiff::reportUnstored(const PropertyFate& fate, const std::string& s
           tell("it has no stored value now", effects, afterReuse(fate.before, fate.numbered))});
 }
 
-void PropertyDiff::compareNumbers(const PropertyFate& fate, const std::string& subject,
+void PropertyDiff::compareNumbers(const PropertyMatch& fate, const std::string& subject,
                                   const Report& report) {
   const Property before = fate.before;
   const bool isRenamed = before->name() != fate.named->name();
@@ -260,7 +258,7 @@ void PropertyDiff::compareNumbers(const PropertyFate& fate, const std::string& s
 
 /// Type, bounds and containment. A direct document goes by the number, so they count there if that is the
 /// same.
-void PropertyDiff::compareForms(const PropertyFate& fate, const std::string& subject, const Report& report) {
+void PropertyDiff::compareForms(const PropertyMatch& fate, const std::string& subject, const Report& report) {
   const Property before = fate.before;
   const Property after = fate.named;
   const bool isSameType = holdSameType(before, after);
@@ -291,7 +289,7 @@ void PropertyDiff::compareForms(const PropertyFate& fate, const std::string& sub
 }
 
 /// What readers do not look at.
-void PropertyDiff::compareMarkers(const PropertyFate& fate, const std::string& subject,
+void PropertyDiff::compareMarkers(const PropertyMatch& fate, const std::string& subject,
                                   const Report& report) {
   const auto add = [&](ChangeKind kind, const Words& words, const Effects& effects, const char* lacking) {
     report({kind, subject, words.before, words.after, effects,

@@ -12,12 +12,15 @@
 
 namespace kr::zero::evolution {
 
+/// Of what no old document survives.
+inline constexpr Effects kRefused{Effect::refused, Effect::refused, Effect::refused, Effect::refused};
+
 /// An old property in an old type, and what there is of it in the type's new version.
-struct PropertyFate {
+struct PropertyMatch {
   meta::Property before;    ///< is written
   meta::Property named;     ///< of its name, or of its new one; may be empty
   meta::Property numbered;  ///< of its number; may be empty, and the same
-  friend bool operator==(const PropertyFate&, const PropertyFate&) = default;
+  friend bool operator==(const PropertyMatch&, const PropertyMatch&) = default;
 };
 
 class PropertyDiff {
@@ -26,7 +29,7 @@ class PropertyDiff {
 
   /// Reports all that changed about a property.
   /// @param subject what reports call it.
-  void compare(const PropertyFate& fate, const std::string& subject, const Report& report);
+  void compare(const PropertyMatch& fate, const std::string& subject, const Report& report);
 
   /// What old elements lack in a property that they did not have.
   static Effects lackOf(meta::Property added);
@@ -45,11 +48,11 @@ class PropertyDiff {
   bool targetFits(meta::Property before, meta::Property after) const;
   bool targetsMeet(meta::Property before, meta::Property after) const;
 
-  void compareNumbers(const PropertyFate& fate, const std::string& subject, const Report& report);
-  void compareForms(const PropertyFate& fate, const std::string& subject, const Report& report);
-  void compareMarkers(const PropertyFate& fate, const std::string& subject, const Report& report);
-  void reportGone(const PropertyFate& fate, const std::string& subject, const Report& report);
-  void reportUnstored(const PropertyFate& fate, const std::string& subject, const Report& report);
+  void compareNumbers(const PropertyMatch& fate, const std::string& subject, const Report& report);
+  void compareForms(const PropertyMatch& fate, const std::string& subject, const Report& report);
+  void compareMarkers(const PropertyMatch& fate, const std::string& subject, const Report& report);
+  void reportGone(const PropertyMatch& fate, const std::string& subject, const Report& report);
+  void reportUnstored(const PropertyMatch& fate, const std::string& subject, const Report& report);
 
   const TypeMatch& types_;
   std::map<Readings, Effects> literals_;

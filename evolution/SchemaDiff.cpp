@@ -21,8 +21,6 @@ using meta::Property;
 using meta::StructuredType;
 using meta::Type;
 
-constexpr Effects kRefused{Effect::refused, Effect::refused, Effect::refused, Effect::refused};
-
 bool isConcrete(Type type) {
   const Class cls(type);
   return cls && !cls->isAbstract();
@@ -261,8 +259,8 @@ class Comparison {
     return renamed == renames_.end() ? property->name() : renamed->second;
   }
 
-  PropertyFate fateOf(Property property, StructuredType now) const {
-    PropertyFate fate{property, now->findProperty(std::string_view(newName(property))), {}};
+  PropertyMatch fateOf(Property property, StructuredType now) const {
+    PropertyMatch fate{property, now->findProperty(std::string_view(newName(property))), {}};
     const std::size_t slot = now->findIdentifier(property->getIdentifier());
     if (slot != StructuredType::Impl::npos) fate.numbered = now->getAllProperties()[slot];
     return fate;
@@ -277,7 +275,7 @@ class Comparison {
     if (!comparedLists_.insert(lists).second) return;
     std::vector<bool> isMet(after->getAllProperties().size());
     for (const Property property : before->getAllProperties()) {
-      const PropertyFate fate = fateOf(property, after);
+      const PropertyMatch fate = fateOf(property, after);
       if (fate.named) isMet[after->slotOf(fate.named)] = true;
       met_.insert({property.get(), fate.named.get()});
       metNew_.insert(fate.named.get());
@@ -287,7 +285,7 @@ class Comparison {
       if (!isMet[slot]) reportAdded(after->getAllProperties()[slot], true);
   }
 
-  void compareProperty(StructuredType type, const PropertyFate& fate) {
+  void compareProperty(StructuredType type, const PropertyMatch& fate) {
     const Triple key(fate.before.get(), fate.named.get(), fate.numbered.get());
     if (!compared_.insert(key).second) return;
     const StructuredType owner = fate.before->getOwner();

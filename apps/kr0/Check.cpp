@@ -16,12 +16,12 @@ namespace {
 // What can be said against a document.
 enum class Kind { damaged, rule, bytes, unresolved };
 
-std::string_view nameOf(Kind kind) {
+std::string_view kindName(Kind kind) {
   constexpr std::string_view kNames[] = {"damaged", "rule", "bytes", "unresolved"};
   return kNames[static_cast<std::size_t>(kind)];
 }
 
-struct Finding {
+struct CheckFinding {
   Kind kind;
   std::string text;
   std::string place = {};  // path, or position in the file
@@ -43,14 +43,14 @@ bool isAboutContent(const Error& error) {
          error.getCode() == ErrorCode::doesNotFit;
 }
 
-void addProblems(const Error& error, std::vector<Finding>& findings) {
+void addProblems(const Error& error, std::vector<CheckFinding>& findings) {
   const ErrorDetails& details = error.getDetails();
   findings.push_back({Kind::damaged, details.problem, placeOf(details)});
   for (std::size_t i = 1; i < details.problems.size(); ++i)
     findings.push_back({Kind::damaged, details.problems[i]});
 }
 
-void addViolations(const Model& model, std::vector<Finding>& findings) {
+void addViolations(const Model& model, std::vector<CheckFinding>& findings) {
   for (const Violation& violation : validate(model))
     findings.push_back({violation.rule == Rule::resolved ? Kind::unresolved : Kind::rule, violation.text,
                         violation.path + (violation.property.empty() ? "" : "." + violation.property)});
@@ -58,7 +58,7 @@ void addViolations(const Model& model, std::vector<Finding>& findings) {
 
 // --- Whether the document is what a writer would have made of its model
 
-void compareBytes(std::string_view there, std::string_view written, std::vector<Finding>& findings) {
+void compareBytes(std::string_view there, std::string_view written, std::vector<CheckFinding>& findings) {
   if (there == written) return;
   const auto first = std::mismatch(there.begin(), there.end(), written.begin(), written.end()).first;
   findings.push_back({Kind::bytes,
@@ -68,7 +68,8 @@ void compareBytes(std::string_view there, std::string_view written, std::vector<
 }
 
 // Texts can say one thing in many ways, so of these formats only what they say is compared.
-void compareContent(const Document& document, const LoadedDocument& loaded, std::vector<Finding>& findings) {
+void compareContent(const Document& document, const LoadedDocument& loaded,
+                    std::vector<CheckFinding>& findings) {
   ProgressBar progress;
   const std::string written = encodeModel(loaded.model, document.format, loaded.metaModels, progress);
   Document again{.name = document.name, .bytes = {written.begin(), written.end()}, .format = document.format};
@@ -77,7 +78,7 @@ void compareContent(const Document& document, const LoadedDocument& loaded, std:
     findings.push_back({Kind::bytes, "written again it would say something else: " + *difference});
 }
 
-void checkForm(const Document& document, const LoadedDocument& loaded, std::vector<Finding>& findings) {
+void checkForm(const Document& document, const LoadedDocument& loaded, std::vector<CheckFinding>& findings) {
   const auto compare = [&](std::string_view there, Format format) {
     ProgressBar progress;
     compareBytes(there, encodeModel(loaded.model, format, loaded.metaModels, progress), findings);
@@ -97,8 +98,8 @@ void checkForm(const Document& document, const LoadedDocument& loaded, std::vect
   }
 }
 
-std::vector<Finding> findingsIn(const InputOptions& input) {
-  std::vector<Finding> findings;
+std::vector<CheckFinding> findingsIn(const InputOptions& input) {
+  std::vector<CheckFinding> findings;
   try {
     ProgressBar progress;
     const Document document = readDocument(input.path, formatNamed(input.from), progress, input.limit);
@@ -115,31 +116,31 @@ std::vector<Finding> findingsIn(const InputOptions& input) {
 
 // --- Telling it
 
-bool isWrong(const Finding& finding, const CheckOptions& options) {
+bool isWrong(const CheckFinding& finding, const CheckOptions& options) {
   return finding.kind != Kind::unresolved || options.strict;
 }
 
-void printLine(const std::string& file, const Finding& finding, bool wrong, TextOut& out) {
+void printLine(const std::string& file, const CheckFinding& finding, bool wrong, TextOut& out) {
   out << file << ": " << (wrong ? "" : "note: ") << asOneLine(finding.text);
   if (!finding.place.empty()) out << " (" << asOneLine(finding.place) << ')';
   out << '\n';
 }
 
-void printText(const std::string& file, const std::vector<Finding>& findings, const CheckOptions& options,
-               bool ok, TextOut& out) {
-  for (const Finding& finding : findings) {
+void printAsText(const std::string& file, const std::vector<CheckFinding>& findings,
+                 const CheckOptions& options, bool ok, TextOut& out) {
+  for (const CheckFinding& finding : findings) {
     const bool wrong = isWrong(finding, options);
     if (wrong || !manner().isQuiet) printLine(file, finding, wrong, out);
   }
   if (ok && !manner().isQuiet) out << file << ": ok\n";
 }
 
-void printJson(const std::string& file, const std::vector<Finding>& findings, const CheckOptions& options,
-               bool ok, TextOut& out) {
+void printAsJson(const std::string& file, const std::vector<CheckFinding>& findings,
+                 const CheckOptions& options, bool ok, TextOut& out) {
   out << "{\"file\":" << inQuotes(file) << ",\"ok\":" << (ok ? "true" : "false") << ",\"findings\":[";
   const char* separator = "\n";
-  for (const Finding& finding : findings) {
-    out << separator << "{\"kind\":" << inQuotes(nameOf(finding.kind))
+  for (const CheckFinding& finding : findings) {
+    out << separator << "{\"kind\":" << inQuotes(kindName(finding.kind))
         << ",\"wrong\":" << (isWrong(finding, options) ? "true" : "false")
         << ",\"text\":" << inQuotes(finding.text) << ",\"place\":" << inQuotes(finding.place) << '}';
     separator = ",\n";
@@ -151,11 +152,11 @@ void printJson(const std::string& file, const std::vector<Finding>& findings, co
 
 void check(const CheckOptions& options) {
   forEachInput(options.inputs, [&](const InputOptions& input, TextOut& out) {
-    const std::vector<Finding> findings = findingsIn(input);
+    const std::vector<CheckFinding> findings = findingsIn(input);
     const bool ok = std::none_of(findings.begin(), findings.end(),
-                                 [&](const Finding& finding) { return isWrong(finding, options); });
+                                 [&](const CheckFinding& finding) { return isWrong(finding, options); });
     const std::string file = asName(inputName(input.path));
-    (options.json ? printJson : printText)(file, findings, options, ok, out);
+    (options.json ? printAsJson : printAsText)(file, findings, options, ok, out);
     if (!ok) throw AnsweredNo();
   });
 }

@@ -19,7 +19,7 @@ using inspect::NoteKind;
 
 constexpr std::size_t kBytesPerRow = 8;
 constexpr std::size_t kMostRows = 4;
-constexpr std::size_t kDeepestIndentation = 20;
+constexpr std::size_t kDeepestNote = 20;
 constexpr std::size_t kLongestPath = 160;
 
 std::string inHex(std::uint64_t number, std::size_t digits) {
@@ -66,7 +66,7 @@ class TextNotes {
 
  private:
   static std::string meaningOf(const Note& note) {
-    std::string text(2 * std::min(note.depth, kDeepestIndentation), ' ');
+    std::string text(2 * std::min(note.depth, kDeepestNote), ' ');
     const bool isPlaced = note.kind == NoteKind::begin && !note.path.empty() && !note.type.empty();
     if (isPlaced) text += asOneLine(shortened(note.path)) + ": ";
     text += asOneLine(note.text);

@@ -13,7 +13,7 @@ namespace kr::zero::tool {
 
 namespace {
 
-constexpr std::size_t kMostLines = 20;
+constexpr std::size_t kMostLossLines = 20;
 
 /// Whatever is wrong with the frame of an archive concerns all that is in it.
 std::vector<std::string> linesOf(const inspect::Salvaged& saved, const std::string& damage) {
@@ -31,7 +31,7 @@ void report(const std::vector<std::string>& lines, const SalvageOptions& options
     for (const std::string& line : lines) text += asOneLine(line) + '\n';
     return writeOutput(options.report, text);
   }
-  const std::size_t told = std::min(lines.size(), kMostLines);
+  const std::size_t told = std::min(lines.size(), kMostLossLines);
   for (std::size_t i = 0; i < told; ++i) std::cerr << "kr0: " + name + ", " + asOneLine(lines[i]) + '\n';
   if (told != lines.size())
     std::cerr << "kr0: " << name << ", " << lines.size() - told << " more; --report FILE lists all\n";

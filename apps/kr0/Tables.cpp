@@ -20,7 +20,7 @@ namespace {
 
 using tables::Field;
 
-constexpr std::size_t kPieceBytes = std::size_t{64} * 1024;
+constexpr std::size_t kCopiedBytes = std::size_t{64} * 1024;
 
 // --- The answer as a table for people
 
@@ -121,7 +121,7 @@ class CsvPrinter final : public tables::RowTaker {
       tables::appendCsv(text_, field);
     }
     text_ += isTerminal_ ? "\n" : "\r\n";
-    if (text_.size() > kPieceBytes) flush();
+    if (text_.size() > kCopiedBytes) flush();
   }
   void finish() { flush(); }
 
@@ -177,8 +177,8 @@ class JsonRows final : public tables::RowTaker {
 // --- The query
 
 tables::Database loadAll(const InputsOptions& inputs) {
-  using Documents = tables::Database::Documents;
-  tables::Database database(inputs.isOne() ? Documents::one : Documents::several);
+  using Count = tables::Database::Documents;
+  tables::Database database(inputs.isOne() ? Count::one : Count::several);
   for (std::size_t i = 0; i < inputs.paths.size(); ++i) {
     const InputOptions input = inputs.at(i);
     const LoadedDocument loaded = loadDocument(input);

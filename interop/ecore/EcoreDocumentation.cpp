@@ -4,6 +4,7 @@
 #include "Errors.h"
 #include "MappingImpl.h"
 #include "Namespaces.h"
+#include "PinPlan.h"
 #include "XmlDocument.h"
 #include "kr/zero/ecore/Documentation.h"
 
@@ -12,12 +13,6 @@ namespace kr::zero::ecore {
 namespace {
 
 constexpr std::string_view kGenModelSource = "http://www.eclipse.org/emf/2002/GenModel";
-
-/// The value of an attribute, which may also stand as an element.
-std::string valueOf(pugi::xml_node node, const char* name) {
-  if (const pugi::xml_attribute attribute = node.attribute(name)) return attribute.value();
-  return textOf(node.child(name));
-}
 
 std::string documentationOf(pugi::xml_node node) {
   for (const pugi::xml_node annotation : node.children("eAnnotations")) {

@@ -12,6 +12,9 @@
 
 namespace kr::zero::json {
 
+/// How many elements are read or written between two looks at how far it has come.
+inline constexpr std::uint64_t kProgressStep = 4096;
+
 /// What takes text piece by piece; good until the call returns.
 class PieceTaker {
  public:

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "JsonText.h"
 #include "Names.h"
 #include "Pointer.h"
 #include "kr/zero/TextHash.h"
@@ -21,8 +22,6 @@ namespace {
 
 using meta::Property;
 using meta::PropertyKind;
-
-constexpr std::uint64_t kProgressStep = 4096;
 
 /// What the parser of JSON tells, one after the other, becomes a model. References wait until all elements
 /// are there.

@@ -22,7 +22,6 @@ using meta::PropertyKind;
 using meta::StandardKind;
 
 constexpr std::uint64_t kMostExact = std::uint64_t{1} << 53;  // from here on not every number is a double
-constexpr std::uint64_t kProgressStep = 4096;
 
 bool isHeld(Property property) {
   return property.get()->getKind() == PropertyKind::composition ||

@@ -8,9 +8,9 @@ namespace kr::zero::io {
 namespace {
 
 /// Writes a document as ever, and notes for whom each event made it longer.
-class Meter final : public BinaryEventProcessor {
+class DirectMeter final : public BinaryEventProcessor {
  public:
-  explicit Meter(measure::ByteTable& table) : table_(table) {}
+  explicit DirectMeter(measure::ByteTable& table) : table_(table) {}
 
   void postprocess(const SerializationOutput&) override {}
   void endRegisteredPackages() override {
@@ -103,7 +103,7 @@ class MeasuringSerializer final : public Serializer {
  public:
   explicit MeasuringSerializer(measure::ByteTable& table)
       : Serializer(std::make_unique<BinaryModelTraverser>(), std::make_unique<SerializeCustomizer>(ustring()),
-                   std::make_unique<Meter>(table)) {}
+                   std::make_unique<DirectMeter>(table)) {}
   const char* getFullyQualifiedVornTypeName() const override { return "kr.zero.io.MeasuringSerializer"; }
 };
 

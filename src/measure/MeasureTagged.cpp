@@ -27,9 +27,9 @@ TypesByName classesIn(const Model& model) {
 ///     metadata struct (entry)*   around them an object: its own; an entry its property's
 ///     struct                     in the entry of a datatype property: a value; of an association: the
 ///     property's
-class Meter final : public modeling::sylvan::SylvanEventProcessor<void> {
+class TaggedMeter final : public modeling::sylvan::SylvanEventProcessor<void> {
  public:
-  Meter(const TypesByName& types, measure::ByteTable& table)
+  TaggedMeter(const TypesByName& types, measure::ByteTable& table)
       : types_(types), table_(table), writer_(SerializationOutput::toString(bytes_)) {}
 
   void startDocument(const SylvanPrimitive& value) override {
@@ -137,7 +137,7 @@ class Meter final : public modeling::sylvan::SylvanEventProcessor<void> {
 DocumentBytes measureTagged(const Model& model) {
   measure::ByteTable table;
   const TypesByName types = classesIn(model);
-  Meter meter(types, table);
+  TaggedMeter meter(types, table);
   sendEvents(model, meter);
   return table.take();
 }

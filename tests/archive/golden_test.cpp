@@ -13,7 +13,7 @@
 #include "support/Environment.h"
 #include "support/Paths.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::golden {
 
 namespace {
 
@@ -170,4 +170,4 @@ TEST(GoldenArchive, WritingGivesTheSameContent) {
   }
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::golden

@@ -9,7 +9,7 @@
 #include "support/Paths.h"
 #include "support/Random.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::memory {
 
 namespace {
 
@@ -104,4 +104,4 @@ TEST(ArchiveMemory, LoadingTakesTheDocumentAnd4MiBBesideTheModel) {
   }
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::memory

@@ -8,7 +8,7 @@
 #include "kr/zero/archive/Archive.h"
 #include "support/Paths.h"
 
-namespace kr::zero::archive {
+namespace kr::zero::archive::packing {
 
 namespace {
 
@@ -203,4 +203,4 @@ TEST(ArchiveInMemory, PartsAreThereInTheirOrderWithTheirSizes) {
   EXPECT_EQ(parts[0].bytes + parts[1].bytes + parts[2].bytes + 2 * 8, bytes.size());
 }
 
-}  // namespace kr::zero::archive
+}  // namespace kr::zero::archive::packing

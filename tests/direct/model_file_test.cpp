@@ -21,20 +21,21 @@ std::string save(const std::string& name, const ustring& format = {}) {
   return path;
 }
 
-const std::string kDirect("\x01\x02kr");
-const std::string kTagged("\x01\x20\x01\x30\x02kr");
+const std::string kDirectHead("\x01\x02kr");
+const std::string kTaggedHead("\x01\x20\x01\x30\x02kr");
 
 }  // namespace
 
 TEST(ModelFiles, TheSuffixChoosesTheFormat) {
-  EXPECT_TRUE(test::readFile(save("a.krb")).starts_with(kDirect));
-  EXPECT_TRUE(test::readFile(save("a.krt")).starts_with(kTagged));
-  EXPECT_TRUE(test::readFile(save("a.model")).starts_with(kDirect));
+  EXPECT_TRUE(test::readFile(save("a.krb")).starts_with(kDirectHead));
+  EXPECT_TRUE(test::readFile(save("a.krt")).starts_with(kTaggedHead));
+  EXPECT_TRUE(test::readFile(save("a.model")).starts_with(kDirectHead));
 }
 
 TEST(ModelFiles, AFormatThatIsNamedGoesBeforeTheSuffix) {
-  EXPECT_TRUE(test::readFile(save("b.krb", IOFormatProvider::FORMAT_BINARY_KRSYLVAN)).starts_with(kTagged));
-  EXPECT_TRUE(test::readFile(save("b.krt", IOFormatProvider::FORMAT_BINARY)).starts_with(kDirect));
+  EXPECT_TRUE(
+      test::readFile(save("b.krb", IOFormatProvider::FORMAT_BINARY_KRSYLVAN)).starts_with(kTaggedHead));
+  EXPECT_TRUE(test::readFile(save("b.krt", IOFormatProvider::FORMAT_BINARY)).starts_with(kDirectHead));
 }
 
 TEST(ModelFiles, TheContentTellsTheFormat) {
@@ -77,9 +78,9 @@ TEST(Formats, AreFoundBySuffixAndContent) {
   EXPECT_EQ(IOFormatProvider::findBySuffix("a/b.krb"), IOFormatProvider::FORMAT_BINARY);
   EXPECT_EQ(IOFormatProvider::findBySuffix("a/b.krt"), IOFormatProvider::FORMAT_BINARY_KRSYLVAN);
   EXPECT_EQ(IOFormatProvider::findBySuffix("krb"), ustring());
-  EXPECT_EQ(IOFormatProvider::findByContent(kDirect + "x"), IOFormatProvider::FORMAT_BINARY);
-  EXPECT_EQ(IOFormatProvider::findByContent(kTagged), IOFormatProvider::FORMAT_BINARY_KRSYLVAN);
-  EXPECT_EQ(IOFormatProvider::findByContent(kTagged.substr(0, 6)), ustring());
+  EXPECT_EQ(IOFormatProvider::findByContent(kDirectHead + "x"), IOFormatProvider::FORMAT_BINARY);
+  EXPECT_EQ(IOFormatProvider::findByContent(kTaggedHead), IOFormatProvider::FORMAT_BINARY_KRSYLVAN);
+  EXPECT_EQ(IOFormatProvider::findByContent(kTaggedHead.substr(0, 6)), ustring());
 }
 
 }  // namespace kr::zero::io

@@ -10,7 +10,7 @@
 #include "kr/zero/io/IOFormatProvider.h"
 #include "support/Paths.h"
 
-namespace kr::zero::io {
+namespace kr::zero::io::reading {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -372,4 +372,4 @@ TEST_F(Reading, TheParserTellsItsNames) {
 }
 
 }  // namespace
-}  // namespace kr::zero::io
+}  // namespace kr::zero::io::reading

@@ -11,7 +11,7 @@
 #include "kr/zero/io/Errors.h"
 #include "support/Paths.h"
 
-namespace kr::zero::io {
+namespace kr::zero::io::writing {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
@@ -462,4 +462,4 @@ TEST_F(Writing, TheSerializerTellsItsName) {
 }
 
 }  // namespace
-}  // namespace kr::zero::io
+}  // namespace kr::zero::io::writing

@@ -18,7 +18,7 @@
 #include "modeling/sylvan/grammar/GrammarException.h"
 #include "support/Paths.h"
 
-namespace kr::zero {
+namespace kr::zero::tagged_page {
 
 namespace {
 
@@ -218,4 +218,4 @@ TEST_F(TaggedPage, LaxFormsReadAsThePageSays) {
 
 }  // namespace
 
-}  // namespace kr::zero
+}  // namespace kr::zero::tagged_page

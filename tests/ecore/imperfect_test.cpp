@@ -9,7 +9,7 @@
 
 #include "EcoreTesting.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::imperfect {
 namespace {
 
 using ecore::ProblemKind;
@@ -491,4 +491,4 @@ TEST(ImperfectMetaModels, TypesThatOnlyOperationsNeedAreNotMissed) {
 }
 
 }  // namespace
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::imperfect

@@ -342,15 +342,15 @@ TEST(DocumentGrammar, AgreesWithTheTableOnRandomWalks) {
 
 // ---- depth
 
-constexpr int depth = 1000000;
+constexpr int kDepth = 1000000;
 
 TEST(DocumentGrammar, AMillionNestedValuesNeedLittleStack) {
   onSmallStack([] {
     Checker checker;
     ASSERT_EQ(checker.feed(std::string(beforeObjects) + "MNPnmSN"), beforeObjects.size() + 7);
-    for (int i = 0; i < depth; ++i) checker.manager->process(SylvanEventCode::startSequence);
-    EXPECT_EQ(checker.blackboard.states.size(), static_cast<std::size_t>(depth) + 4);
-    for (int i = 0; i < depth; ++i) checker.manager->process(SylvanEventCode::endSequence);
+    for (int i = 0; i < kDepth; ++i) checker.manager->process(SylvanEventCode::startSequence);
+    EXPECT_EQ(checker.blackboard.states.size(), static_cast<std::size_t>(kDepth) + 4);
+    for (int i = 0; i < kDepth; ++i) checker.manager->process(SylvanEventCode::endSequence);
     EXPECT_EQ(checker.feed("nsqd"), 4u);
   });
 }
@@ -358,7 +358,7 @@ TEST(DocumentGrammar, AMillionNestedValuesNeedLittleStack) {
 TEST(DocumentGrammar, AManagerThatIsDeepInsideGoesWithLittleStack) {
   onSmallStack([] {
     Checker checker("value");
-    for (int i = 0; i < depth / 2; ++i) {
+    for (int i = 0; i < kDepth / 2; ++i) {
       checker.manager->process(SylvanEventCode::startStruct);
       checker.manager->process(SylvanEventCode::startNamedEntry);
     }
@@ -369,7 +369,7 @@ TEST(DocumentGrammar, AManagerThatIsDeepInsideGoesWithLittleStack) {
 TEST(DocumentGrammar, FailureAMillionLevelsInsideHasABoundedText) {
   onSmallStack([] {
     Checker checker("value");
-    for (int i = 0; i < depth; ++i) checker.manager->process(SylvanEventCode::startSequence);
+    for (int i = 0; i < kDepth; ++i) checker.manager->process(SylvanEventCode::startSequence);
     const std::string failure = failureOf(*checker.manager, "s");
     EXPECT_LT(failure.size(), (256u << 10) + 1000);
     EXPECT_NE(failure.find(" more)\n"), std::string::npos);

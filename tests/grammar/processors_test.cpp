@@ -13,7 +13,7 @@ namespace {
 
 using namespace modeling::sylvan::grammar;
 
-struct Board {
+struct ProcessorsBoard {
   std::string log;
 };
 
@@ -29,7 +29,7 @@ std::string failureText(const std::function<void()>& call) {
 
 class Processors : public testing::Test {
  protected:
-  Grammar<Board> g;
+  Grammar<ProcessorsBoard> g;
   const Rule& primitive = g.terminal(SylvanEventCode::writePrimitive);
   const Rule& structStart = g.terminal(SylvanEventCode::startStruct);
   SylvanPrimitive value{true};
@@ -206,10 +206,11 @@ TEST_F(Processors, OptionalFinishesAtWhatItsSubRuleDoesNotBeginWithAndRemembersW
 
 TEST_F(Processors, ActionActsBeforeAndAfterItsSubRule) {
   const Rule& rule = g.action(
-      primitive, [](Board& b) { b.log += "enter "; }, [](Board& b) { b.log += "leave "; });
+      primitive, [](ProcessorsBoard& b) { b.log += "enter "; },
+      [](ProcessorsBoard& b) { b.log += "leave "; });
   g.finish();
-  Board board;
-  ActionProcessor<Board> processor(board);
+  ProcessorsBoard board;
+  ActionProcessor<ProcessorsBoard> processor(board);
   processor.init(rule);
   EXPECT_EQ(board.log, "");
   EXPECT_EQ(processor.writePrimitive(value), ReturnType::delegate(primitive));
@@ -220,12 +221,12 @@ TEST_F(Processors, ActionActsBeforeAndAfterItsSubRule) {
 
 TEST_F(Processors, ActionLeavesTheRulesThatItIsInFromTheInsideOut) {
   const Rule& inner = g.action(
-      primitive, [](Board& b) { b.log += "("; }, [](Board& b) { b.log += ")"; });
+      primitive, [](ProcessorsBoard& b) { b.log += "("; }, [](ProcessorsBoard& b) { b.log += ")"; });
   const Rule& outer = g.action(
-      inner, [](Board& b) { b.log += "["; }, [](Board& b) { b.log += "]"; });
+      inner, [](ProcessorsBoard& b) { b.log += "["; }, [](ProcessorsBoard& b) { b.log += "]"; });
   g.finish();
-  Board board;
-  ActionProcessor<Board> processor(board);
+  ProcessorsBoard board;
+  ActionProcessor<ProcessorsBoard> processor(board);
   processor.init(outer);
   EXPECT_EQ(processor.writePrimitive(value), ReturnType::delegate(inner));
   processor.init(inner);
@@ -336,7 +337,7 @@ TEST(Tracing, CopyOfAnExceptionSaysTheSame) {
 }
 
 TEST(Tracing, ProcessorsCanBeCopied) {
-  Grammar<Board> g;
+  Grammar<ProcessorsBoard> g;
   const Rule& primitive = g.terminal(SylvanEventCode::writePrimitive);
   const Rule& list = g.sequence({primitive, primitive});
   const Rule& many = g.repetition(primitive);

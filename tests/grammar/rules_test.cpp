@@ -15,13 +15,13 @@ using modeling::sylvan::grammar::Rule;
 using modeling::sylvan::grammar::RuleKind;
 using Kinds = std::unordered_set<SylvanEventCode>;
 
-struct Board {
+struct RulesBoard {
   int depth = 0;
 };
 
 class Rules : public testing::Test {
  protected:
-  Grammar<Board> g;
+  Grammar<RulesBoard> g;
   const Rule& primitive = g.terminal(SylvanEventCode::writePrimitive);
   const Rule& structStart = g.terminal(SylvanEventCode::startStruct);
   const Rule& sequenceStart = g.terminal(SylvanEventCode::startSequence);
@@ -44,7 +44,7 @@ TEST_F(Rules, KindsAreNumberedFromZeroToSeven) {
                          &g.repetition(primitive),
                          &g.sequence({primitive}),
                          &g.action(
-                             primitive, [](Board&) {}, [](Board&) {}),
+                             primitive, [](RulesBoard&) {}, [](RulesBoard&) {}),
                          &g.alias("x")};
   for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(static_cast<std::size_t>(rules[i]->kind()), i);
 }
@@ -104,7 +104,7 @@ TEST_F(Rules, SequenceCanBeEmptyIfAllItsSubRulesCan) {
 
 TEST_F(Rules, ActionAndAliasBeginLikeTheirSubRule) {
   const Rule& action = g.action(
-      g.optional(structStart), [](Board&) {}, [](Board&) {});
+      g.optional(structStart), [](RulesBoard&) {}, [](RulesBoard&) {});
   const Rule& alias = g.alias("action");
   g.define("action", action);
   g.finish();

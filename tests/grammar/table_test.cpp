@@ -18,14 +18,14 @@ using namespace modeling::sylvan::grammar;
 using io::grammar::KRGrammar;
 
 /// What acts and failures leave behind.
-struct Board {
+struct TableBoard {
   std::string log;
   std::size_t actsLeft = ~std::size_t{0};  // the act after these throws
   bool throwsNumber = false;
 };
 
 template <char letter>
-void act(Board& board) {
+void act(TableBoard& board) {
   if (board.actsLeft-- == 0) {
     board.actsLeft = 1000000;
     if (board.throwsNumber) throw 42;
@@ -76,7 +76,7 @@ class RandomGrammar {
 
  private:
   const Rule& makeRule(Random& random, int depth) {
-    Grammar<Board>& g = *rules_;
+    Grammar<TableBoard>& g = *rules_;
     const std::size_t kind = depth == 0 ? random.below(2) : random.below(10);
     const auto part = [&]() -> const Rule& { return makeRule(random, depth - 1); };
     switch (kind) {
@@ -106,7 +106,7 @@ class RandomGrammar {
     }
   }
 
-  std::unique_ptr<Grammar<Board>> rules_ = std::make_unique<Grammar<Board>>();
+  std::unique_ptr<Grammar<TableBoard>> rules_ = std::make_unique<Grammar<TableBoard>>();
 };
 
 /// Goes through a table by itself, to find events that fit: random ones alone hardly ever get far.
@@ -153,12 +153,12 @@ const std::size_t kThousands = numberFromEnvironment("KR0_SEQUENCES", 50000) / 1
 /// Sends a sequence down both roads, of which every fourth has an event that is any at all. Returns the
 /// number of events that were taken.
 std::size_t compareOnOneSequence(Random& random, const RuleTable& table, const Rule& start) {
-  Board quickBoard;
+  TableBoard quickBoard;
   if (random.below(16) == 0) quickBoard.actsLeft = random.below(12);
   quickBoard.throwsNumber = random.below(2) == 0;
-  Board plainBoard = quickBoard;
-  TableManager<Board> quick(table, start, quickBoard);
-  ProcessorManager<Board> plain(start, plainBoard);
+  TableBoard plainBoard = quickBoard;
+  TableManager<TableBoard> quick(table, start, quickBoard);
+  ProcessorManager<TableBoard> plain(start, plainBoard);
   Guide guide(table, start);
   const std::size_t wrong = random.below(4) == 0 ? random.below(12) : 12;
   std::size_t taken = 0;
@@ -266,7 +266,7 @@ TEST(RuleTable, AgreesWithTheProcessorsOnShortSequencesOfEachRule) {
 }
 
 TEST(RuleTable, KnowsOnlyTheRulesThatItWasMadeFor) {
-  Grammar<Board> g;
+  Grammar<TableBoard> g;
   const Rule& one = g.terminal(codeOf('P'));
   const Rule& other = g.terminal(codeOf('S'));
   g.finish();
@@ -276,7 +276,7 @@ TEST(RuleTable, KnowsOnlyTheRulesThatItWasMadeFor) {
 }
 
 TEST(RuleTable, RefusesRulesWithMoreActsAtAnEventThanItCanCount) {
-  Grammar<Board> g;
+  Grammar<TableBoard> g;
   const Rule* rule = &g.terminal(codeOf('P'));
   for (int i = 0; i < 300; ++i) rule = &g.action(*rule, act<'('>, act<')'>);
   g.finish();
@@ -284,14 +284,14 @@ TEST(RuleTable, RefusesRulesWithMoreActsAtAnEventThanItCanCount) {
 }
 
 TEST(RuleTable, ManagerActsOnTheBlackboardThatWasSetLast) {
-  Grammar<Board> g;
+  Grammar<TableBoard> g;
   const Rule& rule = g.action(g.terminal(codeOf('P')), act<'('>, act<')'>);
   g.define("rule", g.sequence({rule, g.terminal(codeOf('S'))}));
   g.finish();
   const RuleTable table({&g.get("rule")});
-  Board first;
-  Board second;
-  TableManager<Board> manager(table, g.get("rule"), first);
+  TableBoard first;
+  TableBoard second;
+  TableManager<TableBoard> manager(table, g.get("rule"), first);
   manager.process(codeOf('P'));
   manager.setBlackboard(second);
   manager.process(codeOf('S'));

@@ -18,11 +18,11 @@ std::atomic<std::ptrdiff_t> peak{0};
 std::atomic<std::ptrdiff_t> atStart{0};
 std::atomic<std::size_t> largest{0};
 std::atomic<std::uint64_t> requests{0};
-std::atomic<bool> failing{false};
+std::atomic<bool> isFailing{false};
 std::atomic<std::uint64_t> failFirst{0};
 std::atomic<std::uint64_t> failCount{0};
 std::atomic<std::uint64_t> failRequests{0};
-std::atomic<std::uint64_t> failures{0};
+std::atomic<std::uint64_t> failureCount{0};
 
 constexpr auto relaxed = std::memory_order_relaxed;
 
@@ -34,11 +34,11 @@ void raise(std::atomic<T>& maximum, T value) {
 }
 
 bool mustFail() {
-  if (!failing.load(relaxed)) return false;
+  if (!isFailing.load(relaxed)) return false;
   const std::uint64_t number = failRequests.fetch_add(1, relaxed);
   const std::uint64_t first = failFirst.load(relaxed);
   if (number < first || number - first >= failCount.load(relaxed)) return false;
-  failures.fetch_add(1, relaxed);
+  failureCount.fetch_add(1, relaxed);
   return true;
 }
 
@@ -103,13 +103,13 @@ FailingAllocations::FailingAllocations(std::uint64_t first, std::uint64_t count)
   failFirst = first;
   failCount = count;
   failRequests = 0;
-  failures = 0;
-  failing = true;
+  failureCount = 0;
+  isFailing = true;
 }
 
-FailingAllocations::~FailingAllocations() { failing = false; }
+FailingAllocations::~FailingAllocations() { isFailing = false; }
 
-std::uint64_t FailingAllocations::getFailures() const { return failures; }
+std::uint64_t FailingAllocations::getFailures() const { return failureCount; }
 
 }  // namespace kr::zero::test
 

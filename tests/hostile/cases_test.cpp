@@ -9,7 +9,7 @@
 #include "support/GoldenDocuments.h"
 #include "support/Paths.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::cases {
 
 namespace {
 
@@ -508,4 +508,4 @@ TEST(Case, AnEventTargetMayThrowAtAnyCall) {
   }
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::cases

@@ -24,7 +24,7 @@
 #include "support/SmallStack.h"
 #include "support/TaggedReading.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::tagged {
 
 namespace {
 
@@ -579,4 +579,4 @@ TEST(TaggedBounds, MemoryStaysWithinAConstantTimesTheBytes) {
   }
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::tagged

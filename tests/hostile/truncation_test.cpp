@@ -12,7 +12,7 @@
 #include "support/Reading.h"
 #include "support/SampleModel.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::truncation {
 
 namespace {
 
@@ -118,4 +118,4 @@ TEST(Truncation, TheGoldenDocumentsAreWhatTheLibraryWrites) {
   }
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::truncation

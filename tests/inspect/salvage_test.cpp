@@ -15,7 +15,7 @@
 #include "support/Reading.h"
 #include "support/TaggedReading.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::salvage {
 
 namespace {
 
@@ -263,4 +263,4 @@ TEST(Salvage, AReferenceLeadsToItsElementWhateverStandsBetween) {
   EXPECT_FALSE(saved.losses.empty());
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::salvage

@@ -19,7 +19,7 @@
 #include "support/PieceBuf.h"
 #include "support/Random.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::hostile {
 namespace {
 
 using io::BinaryAssembler;
@@ -352,4 +352,4 @@ TEST(ReadingStrings, TakesMemoryOncePerDocumentAtMost) {
 }
 
 }  // namespace
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::hostile

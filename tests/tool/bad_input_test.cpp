@@ -8,7 +8,7 @@
 #include "support/Paths.h"
 #include "tool/Tool.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::bad_input {
 
 namespace {
 
@@ -254,4 +254,4 @@ TEST(BadInput, TextFromADocumentReachesTheTerminalWithoutControlCharacters) {
   expectRefused("a.krb", header, Not(HasSubstr("\x1b")));
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::bad_input

@@ -10,7 +10,7 @@
 #include "kr/zero/archive/Packing.h"
 #include "support/Paths.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::imperfect {
 
 namespace {
 
@@ -251,4 +251,4 @@ TEST(Follow, PackedDocumentsCountWithinTheLimit) {
 
 }  // namespace
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::imperfect

@@ -10,7 +10,7 @@
 #include "tool/Archives.h"
 #include "tool/Tool.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::packed {
 
 namespace {
 
@@ -233,4 +233,4 @@ TEST(Packed, TheLimitIsOfMetaModelsToo) {
   EXPECT_THAT(ended.err, AllOf(HasSubstr("library.ecore"), HasSubstr("--limit allows more")));
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::packed

@@ -6,7 +6,7 @@
 #include "support/Paths.h"
 #include "tool/Tool.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::shell {
 
 namespace {
 
@@ -117,4 +117,4 @@ TEST(Completion, FishKnowsTheFormatsOfConvert) {
 
 }  // namespace
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::shell

@@ -11,7 +11,7 @@
 #include "support/Paths.h"
 #include "tool/Tool.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::study {
 
 namespace {
 
@@ -362,4 +362,4 @@ TEST(Stable, EventsHaveNoNames) {
   EXPECT_EQ(kr0({"cat", "--stable", "--events", libraryXmi(), "-m", libraryEcore()}).code, 2);
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::study

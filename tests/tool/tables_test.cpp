@@ -7,7 +7,7 @@
 #include "support/Paths.h"
 #include "tool/Tool.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::tables {
 
 namespace {
 
@@ -197,4 +197,4 @@ TEST(Query, ShowsTheTables) {
 
 #endif
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::tables

@@ -7,7 +7,7 @@
 #include "support/Paths.h"
 #include "tool/Tool.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::tagged {
 
 namespace {
 
@@ -362,4 +362,4 @@ TEST(Tagged, ADeepDocumentIsPrintedOnASmallStack) {
   EXPECT_THAT(ended.out, testing::MatchesRegex("60000\n30001\n[0-9]+\n"));
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::tagged

@@ -155,7 +155,7 @@ std::optional<std::string> findDifference(const PackageDefinition& a, const Pack
   if (a.packages.size() != b.packages.size()) return "the packages in it";
   const std::size_t both = std::min(a.types.size(), b.types.size());
   for (std::size_t i = 0; i < both; ++i)
-    if (!isSame(a.types[i], b.types[i])) return "its type " + quoted(a.types[i].name);
+    if (!isSame(a.types[i], b.types[i])) return "its type " + inQuotes(a.types[i].name);
   if (a.types.size() != b.types.size()) return "the number of its types";
   return std::nullopt;
 }
@@ -186,7 +186,7 @@ void requireSame(const PackageDefinition& wanted, const PackageDefinition& known
       fail("package " + wanted.name, "the packages in it differ from those that the registry knows");
     if (const auto what = findDifference(*ours[i], *theirs[i]))
       fail("package " + ours[i]->name,
-           "the registry has one with the URI " + quoted(ours[i]->uri) + " that differs in " + *what);
+           "the registry has one with the URI " + inQuotes(ours[i]->uri) + " that differs in " + *what);
   }
 }
 

@@ -15,7 +15,7 @@ namespace kr::zero::meta {
   throw MetaError({.path = where, .problem = what});
 }
 
-inline std::string quoted(std::string_view name) { return '"' + std::string(name) + '"'; }
+inline std::string inQuotes(std::string_view name) { return '"' + std::string(name) + '"'; }
 
 /// UTF-16 of a text of a definition.
 /// @param what the text's part in the definition, for the refusal of malformed UTF-8.

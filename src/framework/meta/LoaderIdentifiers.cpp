@@ -57,7 +57,7 @@ void RegistryLoader::numberPropertiesOf(const NewType& type, const std::vector<s
   for (Property::Impl* property : waiting) {
     last = met.smallestFree(last + 1);
     if (last > kMostIdentifier)
-      fail(describe(type), "no identifier is left for property " + quoted(property->nameUtf8_) +
+      fail(describe(type), "no identifier is left for property " + inQuotes(property->nameUtf8_) +
                                ": properties that meet it have all " + std::to_string(kMostIdentifier));
     property->identifier_ = last;
     given.insert(last);
@@ -80,7 +80,7 @@ void RegistryLoader::failSharedIdentifier(const PropertyTable& table, std::uint3
   })];
   const auto name = [&first](Property property) {
     const StructuredType owner = property->getOwner();
-    const std::string own = quoted(property->name());
+    const std::string own = inQuotes(property->name());
     return owner.get() == first.type ? own : own + " (from " + owner->qualifiedName() + ')';
   };
   fail(describe(first), "properties " + name(two.front()) + " and " + name(two.back()) +

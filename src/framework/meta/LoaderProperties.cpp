@@ -85,7 +85,7 @@ void RegistryLoader::checkProperty(const NewType& owner, const PropertyDefinitio
   // Readers that compare names with the marks of a document would take these for marks.
   demand(definition.name != " S" && definition.name != " E",
          [] { return std::string("documents mark the start and the end of an element with this name"); });
-  demand(bool(type), [&] { return "there is no type " + quoted(definition.type); });
+  demand(bool(type), [&] { return "there is no type " + inQuotes(definition.type); });
   demand(definition.upper == -1 || definition.upper > 0, [&] {
     return "the upper bound " + std::to_string(definition.upper) + " is neither positive nor -1";
   });
@@ -100,9 +100,9 @@ void RegistryLoader::checkProperty(const NewType& owner, const PropertyDefinitio
   demand(!stored || definition.identifier != 0u,
          [] { return std::string("the identifier 0 is for derived and static properties only"); });
   demand(!definition.composite || bool(StructuredType(type)),
-         [&] { return "it is composite, but its type " + quoted(definition.type) + " is not a class"; });
+         [&] { return "it is composite, but its type " + inQuotes(definition.type) + " is not a class"; });
   demand(owner.classType != nullptr || !Class(type),
-         [&] { return "a datatype cannot hold the class " + quoted(definition.type); });
+         [&] { return "a datatype cannot hold the class " + inQuotes(definition.type); });
   if (definition.defaultText)
     checkedText(*definition.defaultText, describe(owner, definition), "the default text");
 }
@@ -156,7 +156,7 @@ void RegistryLoader::insertAll(const NewType& type, const std::vector<Property>&
   for (const Property property : properties) {
     const Property there = table.insert(property);
     if (!there || there == property) continue;
-    const std::string name = quoted(property->name());
+    const std::string name = inQuotes(property->name());
     if (from(there) == type.type->qualifiedName())
       fail(describe(type), "two properties have the name " + name);
     if (from(property) == type.type->qualifiedName())
@@ -183,7 +183,7 @@ void RegistryLoader::linkOpposites() {
 Property RegistryLoader::findOpposite(const NewType& owner, const PropertyDefinition& definition,
                                       Property property) const {
   const std::string where = describe(owner, definition);
-  const std::string name = quoted(definition.opposite);
+  const std::string name = inQuotes(definition.opposite);
   const Class target(property->getType());
   if (!target) fail(where, "it has the opposite " + name + ", but its type is not a class");
   const std::string& targetName = target->qualifiedName();

@@ -95,7 +95,7 @@ void RegistryLoader::createPackage(const PackageDefinition& definition, std::siz
   checkedText(info.uri, where, "the URI");
   if (known_.packageNamesByUri.contains(info.uri) ||
       !made_.packageNamesByUri.emplace(info.uri, info.qualifiedName).second)
-    fail(where, "there is a package with the URI " + quoted(info.uri) + " already");
+    fail(where, "there is a package with the URI " + inQuotes(info.uri) + " already");
   packages_.push_back({&definition, parent});
   made_.packages.push_back(std::move(info));
 }
@@ -198,7 +198,7 @@ void RegistryLoader::fillLiterals(const NewType& type) const {
     made.byNumber_.emplace(literal.number, i);
     made.byText_.emplace(literal.text, i);
     if (!made.byName_.emplace(literal.name, i).second)
-      fail(describe(type), "two literals have the name " + quoted(literal.name));
+      fail(describe(type), "two literals have the name " + inQuotes(literal.name));
   }
   while (made.byNumber_.contains(made.dense_)) ++made.dense_;
 }
@@ -216,10 +216,10 @@ void RegistryLoader::linkSupertypesOf(const NewType& type, std::vector<std::uint
   std::unordered_set<const Type::Impl*> seen;
   for (const std::string& name : type.definition->supertypes) {
     const Type supertype = resolve(name, type.package);
-    if (!supertype) fail(describe(type), "there is no supertype " + quoted(name));
-    if (!Class(supertype)) fail(describe(type), "the supertype " + quoted(name) + " is not a class");
+    if (!supertype) fail(describe(type), "there is no supertype " + inQuotes(name));
+    if (!Class(supertype)) fail(describe(type), "the supertype " + inQuotes(name) + " is not a class");
     if (!seen.insert(supertype.get()).second)
-      fail(describe(type), "the supertype " + quoted(name) + " is named twice");
+      fail(describe(type), "the supertype " + inQuotes(name) + " is named twice");
     type.classType->supertypes_.push_back(Class(supertype));
     if (const std::size_t index = newIndexOf(supertype); index != kNone) {
       needs.push_back(static_cast<std::uint32_t>(index));
@@ -266,7 +266,7 @@ std::string RegistryLoader::describe(const NewType& type) const {
 }
 
 std::string RegistryLoader::describe(const NewType& owner, const PropertyDefinition& property) const {
-  return describe(owner) + ": property " + quoted(property.name);
+  return describe(owner) + ": property " + inQuotes(property.name);
 }
 
 std::string RegistryLoader::describeCircle(const std::vector<std::uint32_t>& circle) const {

@@ -46,7 +46,7 @@ struct Script {
   std::vector<std::string> problems;
   std::string parsedBytes;
 };
-Script script;
+Script outputScript;
 
 struct IntermediateFormatNotSupported {};
 struct CannotSerialize {};
@@ -60,17 +60,17 @@ class Deliver final : public SerializationOutput::Visitor {
  public:
   void visitFile(const ustring&) override { FAIL() << "the target was handed to the format"; }
   void visitStream(std::ostream& stream) override {
-    script.outputs.push_back("stream");
-    stream << script.content;
-    if (script.streamFails) stream.setstate(std::ios::badbit);
+    outputScript.outputs.push_back("stream");
+    stream << outputScript.content;
+    if (outputScript.streamFails) stream.setstate(std::ios::badbit);
   }
-  void visitString(std::string& string) override { string = script.content; }
+  void visitString(std::string& string) override { string = outputScript.content; }
   void visitUString(ustring&) override { FAIL(); }
   void visitIntermediateFormat(void*) override { FAIL(); }
   void visitLittleEndianByteSequence(std::vector<unsigned char>& bytes) override {
-    script.outputs.push_back("bytes");
-    if (script.refusesBytes) raise<IntermediateFormatNotSupported>("IntermediateFormatNotSupported");
-    bytes.assign(script.content.begin(), script.content.end());
+    outputScript.outputs.push_back("bytes");
+    if (outputScript.refusesBytes) raise<IntermediateFormatNotSupported>("IntermediateFormatNotSupported");
+    bytes.assign(outputScript.content.begin(), outputScript.content.end());
   }
 };
 
@@ -115,7 +115,7 @@ class ScriptedSerializer final : public Serializer {
   void serialize(const Model&, const SerializationOutput& output) override {
     Deliver deliver;
     output.visitOutput(deliver);
-    if (script.serializeError) std::rethrow_exception(script.serializeError);
+    if (outputScript.serializeError) std::rethrow_exception(outputScript.serializeError);
   }
 };
 
@@ -130,10 +130,10 @@ class ScriptedParser final : public Parser {
   bool doParseString(const ustring&) override { return false; }
   bool doParseString(const std::string&) override { return false; }
   bool doParseByteSequence(const std::vector<std::uint8_t>& bytes) override {
-    script.parsedBytes.assign(bytes.begin(), bytes.end());
-    if (script.parseError) std::rethrow_exception(script.parseError);
-    for (const std::string& problem : script.problems) getParseProcessor()->addProblem(problem);
-    return script.accepted;
+    outputScript.parsedBytes.assign(bytes.begin(), bytes.end());
+    if (outputScript.parseError) std::rethrow_exception(outputScript.parseError);
+    for (const std::string& problem : outputScript.problems) getParseProcessor()->addProblem(problem);
+    return outputScript.accepted;
   }
 };
 
@@ -236,7 +236,7 @@ TEST(Formats, AreRegisteredAndMadeByManyThreadsAtOnce) {
 class ModelFiles : public ::testing::Test {
  protected:
   ModelFiles() {
-    script = Script{};
+    outputScript = Script{};
     fs::create_directory(folder);
   }
   ~ModelFiles() override { fs::remove_all(folder); }
@@ -316,7 +316,7 @@ mode_t permissionsOf(const std::string& path) {
 TEST_F(ModelFiles, ANewFileHoldsTheDocument) {
   save(path);
   EXPECT_EQ(test::readFile(path), "the document");
-  EXPECT_EQ(script.outputs, Names{"bytes"});
+  EXPECT_EQ(outputScript.outputs, Names{"bytes"});
   EXPECT_EQ(names(), Names{"model.krb"});
 }
 
@@ -328,26 +328,26 @@ TEST_F(ModelFiles, AnOldFileIsReplaced) {
 }
 
 TEST_F(ModelFiles, FormatsThatWriteToStreamsOnlyAreSavedToo) {
-  script.content = std::string("bytes\0\xFF\n", 8);
+  outputScript.content = std::string("bytes\0\xFF\n", 8);
   save(path, kStreamFormat);
-  EXPECT_EQ(test::readFile(path), script.content);
-  EXPECT_EQ(script.outputs, Names{"stream"});
+  EXPECT_EQ(test::readFile(path), outputScript.content);
+  EXPECT_EQ(outputScript.outputs, Names{"stream"});
 }
 
 TEST_F(ModelFiles, AStreamThatFailsOnTheWayIsReported) {
-  script.streamFails = true;
+  outputScript.streamFails = true;
   EXPECT_NE(failureOf([&] { save(path, kStreamFormat); }), "no failure");
   EXPECT_TRUE(names().empty());
 }
 
 TEST_F(ModelFiles, ManyMegabytesArriveWhole) {
-  script.content = std::string(20 << 20, 'x') + "end";
+  outputScript.content = std::string(20 << 20, 'x') + "end";
   save(path);
-  EXPECT_EQ(test::readFile(path), script.content);
+  EXPECT_EQ(test::readFile(path), outputScript.content);
 }
 
 TEST_F(ModelFiles, AnEmptyDocumentIsAnEmptyFile) {
-  script.content.clear();
+  outputScript.content.clear();
   save(path);
   EXPECT_EQ(test::readFile(path), "");
 }
@@ -517,7 +517,7 @@ class FileSizeLimit {
 
 TEST_F(ModelFiles, AFileThatMayNotGrowLeavesTheOldOne) {
   test::writeFile(path, "kept");
-  script.content = std::string(100000, 'x');
+  outputScript.content = std::string(100000, 'x');
   std::string failure;
   {
     const FileSizeLimit limit(5000);
@@ -529,7 +529,7 @@ TEST_F(ModelFiles, AFileThatMayNotGrowLeavesTheOldOne) {
 }
 
 TEST_F(ModelFiles, AFileThatMayNotGrowLeavesNothingWhereNothingWas) {
-  script.content = std::string(100000, 'x');
+  outputScript.content = std::string(100000, 'x');
   std::string failure;
   {
     const FileSizeLimit limit(5000);
@@ -675,11 +675,11 @@ TEST_F(ModelFiles, AFileThatOnlyTheSystemFindsIsWrittenInPlace) {
 TEST_F(ModelFiles, AFullPipeThatDoesNotWaitIsWaitedFor) {
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
-  script.content = std::string(1 << 20, 'x');
+  outputScript.content = std::string(1 << 20, 'x');
   std::size_t got = 0;
   std::thread reader([&] {
     char piece[4096];
-    while (got < script.content.size()) {
+    while (got < outputScript.content.size()) {
       const ssize_t size = ::read(ends[0], piece, sizeof piece);
       if (size > 0) got += static_cast<std::size_t>(size);
       if (size == 0) break;
@@ -689,12 +689,12 @@ TEST_F(ModelFiles, AFullPipeThatDoesNotWaitIsWaitedFor) {
   close(ends[1]);
   reader.join();
   close(ends[0]);
-  EXPECT_EQ(got, script.content.size());
+  EXPECT_EQ(got, outputScript.content.size());
 }
 
 TEST_F(ModelFiles, SignalsDoNotDisturbASave) {
   ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
-  script.content = std::string(300000, 'x') + "end";
+  outputScript.content = std::string(300000, 'x') + "end";
   std::string read;
   sigset_t alarm;
   sigset_t before;
@@ -716,7 +716,7 @@ TEST_F(ModelFiles, SignalsDoNotDisturbASave) {
   if (failure != "no failure") test::writeFile(at("pipe"), "");  // the reader may still wait for a writer
   reader.join();
   EXPECT_EQ(failure, "no failure");
-  EXPECT_EQ(read, script.content);
+  EXPECT_EQ(read, outputScript.content);
 }
 
 std::ptrdiff_t countOpenDescriptors() {
@@ -743,7 +743,7 @@ TEST_F(ModelFiles, NoDescriptorStaysOpenWhateverHappens) {
 
 TEST_F(ModelFiles, WhatTheFormatRaisesIsNamedWithTheFileAndTheOldFileStays) {
   test::writeFile(path, "kept");
-  script.serializeError = std::make_exception_ptr(
+  outputScript.serializeError = std::make_exception_ptr(
       SerializeError(ErrorDetails{.path = "/library", .problem = "two elements with one identity"}));
   try {
     save(path);
@@ -759,7 +759,7 @@ TEST_F(ModelFiles, WhatTheFormatRaisesIsNamedWithTheFileAndTheOldFileStays) {
 
 TEST_F(ModelFiles, ACataloguedErrorIsNested) {
   using Raised = foundation::core::except::Exception<CannotSerialize, std::exception, void>;
-  script.serializeError = std::make_exception_ptr(Raised({"kr0:io", "CannotSerialize"}));
+  outputScript.serializeError = std::make_exception_ptr(Raised({"kr0:io", "CannotSerialize"}));
   try {
     save(path);
     FAIL() << "saved";
@@ -767,14 +767,14 @@ TEST_F(ModelFiles, ACataloguedErrorIsNested) {
     EXPECT_EQ(error.getDetails().file, path);
     EXPECT_THROW(std::rethrow_if_nested(error), Raised);
   }
-  EXPECT_EQ(script.outputs, Names{"bytes"}) << "what failed was tried again";
+  EXPECT_EQ(outputScript.outputs, Names{"bytes"}) << "what failed was tried again";
   EXPECT_TRUE(names().empty());
 }
 
 TEST_F(ModelFiles, AByteVectorThatAFormatRefusesAgainstItsWordIsNotReplacedByAStream) {
-  script.refusesBytes = true;
+  outputScript.refusesBytes = true;
   EXPECT_THROW(save(path), zero::Error);
-  EXPECT_EQ(script.outputs, Names{"bytes"});
+  EXPECT_EQ(outputScript.outputs, Names{"bytes"});
   EXPECT_TRUE(names().empty());
 }
 
@@ -843,13 +843,13 @@ Model load(const std::string& path) { return loadModel(path, meta::MetaRegistry:
 TEST_F(ModelFiles, AnAcceptedDocumentGivesItsModel) {
   test::writeFile(path, "some bytes");
   EXPECT_EQ(load(path).size(), 0u);
-  EXPECT_EQ(script.parsedBytes, "some bytes");
+  EXPECT_EQ(outputScript.parsedBytes, "some bytes");
 }
 
 TEST_F(ModelFiles, ARefusedDocumentIsNamedWithAllItsProblems) {
   test::writeFile(path, "x");
-  script.accepted = false;
-  script.problems = {"/library/books[3]: there is no type \"a.B\"", "two elements are \"x\""};
+  outputScript.accepted = false;
+  outputScript.problems = {"/library/books[3]: there is no type \"a.B\"", "two elements are \"x\""};
   try {
     load(path);
     FAIL() << "loaded";
@@ -858,13 +858,13 @@ TEST_F(ModelFiles, ARefusedDocumentIsNamedWithAllItsProblems) {
     EXPECT_EQ(error.what(), path + ", /library/books[3]: there is no type \"a.B\" (and 1 more)");
     EXPECT_EQ(error.getDetails().path, "/library/books[3]");
     EXPECT_EQ(error.getDetails().problem, "there is no type \"a.B\"");
-    EXPECT_EQ(error.getDetails().problems, script.problems);
+    EXPECT_EQ(error.getDetails().problems, outputScript.problems);
   }
 }
 
 TEST_F(ModelFiles, WhatTheParserRaisesIsNestedInAnErrorWithItsPlace) {
   test::writeFile(path, "x");
-  script.parseError = std::make_exception_ptr(ValueError(
+  outputScript.parseError = std::make_exception_ptr(ValueError(
       {.path = "/library/books[3].pages", .problem = "not a number", .expected = "Integer", .found = "x"}));
   try {
     load(path);

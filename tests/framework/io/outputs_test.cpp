@@ -128,7 +128,7 @@ TEST(ParsingInputs, AVisitorNeedNotKnowValues) {
 
 // The text of the std::ios_base::failure that `action` ends with.
 template <class Action>
-std::string failureOf(Action action) {
+std::string streamFailureOf(Action action) {
   try {
     action();
   } catch (const std::ios_base::failure& failure) {
@@ -252,7 +252,7 @@ TEST(FileSinks, AreClosedOnce) {
   sink.write("abc").flush();
   sink.close();
   EXPECT_NO_THROW(sink.close());
-  EXPECT_NE(failureOf([&] { sink.writeByte('d'); }), "no failure");
+  EXPECT_NE(streamFailureOf([&] { sink.writeByte('d'); }), "no failure");
   EXPECT_EQ(test::readFile(path), "abc");
 }
 
@@ -269,20 +269,21 @@ TEST(FileSinks, GiveNoReasonOfAnotherCallWhereTheyAreClosed) {
   };
   for (const auto& use : uses) {
     errno = ENOENT;
-    EXPECT_EQ(failureOf(use), "cannot write \"" + path + "\": Input/output error");
+    EXPECT_EQ(streamFailureOf(use), "cannot write \"" + path + "\": Input/output error");
   }
 }
 
 TEST(FileSinks, NameThePathAndReasonWhereTheyCannotCreate) {
   const std::string path = test::temporaryPath("missing/sink.bin");
-  const std::string failure = failureOf([&] { FileSink sink(wide(path)); });
+  const std::string failure = streamFailureOf([&] { FileSink sink(wide(path)); });
   EXPECT_EQ(failure, "cannot create \"" + path + "\": No such file or directory");
 }
 
 TEST(FileSinks, RefuseAFolder) {
   const std::string path = test::temporaryPath("sink-folder");
   std::filesystem::create_directory(path);
-  EXPECT_EQ(failureOf([&] { FileSink sink(wide(path)); }), "cannot create \"" + path + "\": Is a directory");
+  EXPECT_EQ(streamFailureOf([&] { FileSink sink(wide(path)); }),
+            "cannot create \"" + path + "\": Is a directory");
 }
 
 TEST(FileSinks, RefuseAPathThatIsNoText) {
@@ -300,20 +301,20 @@ class FullDevice : public ::testing::Test {
 
 TEST_F(FullDevice, IsReportedAtFlush) {
   sink.write("a few bytes");
-  EXPECT_EQ(failureOf([&] { sink.flush(); }), noSpace);
+  EXPECT_EQ(streamFailureOf([&] { sink.flush(); }), noSpace);
 }
 
 TEST_F(FullDevice, IsReportedAtClose) {
   sink.writeByte('a');
-  EXPECT_EQ(failureOf([&] { sink.close(); }), noSpace);
+  EXPECT_EQ(streamFailureOf([&] { sink.close(); }), noSpace);
 }
 
 TEST_F(FullDevice, IsReportedByAWriteThatDoesNotFitTheBuffer) {
-  EXPECT_EQ(failureOf([&] { sink.write(std::string(1 << 20, 'x')); }), noSpace);
+  EXPECT_EQ(streamFailureOf([&] { sink.write(std::string(1 << 20, 'x')); }), noSpace);
 }
 
 TEST_F(FullDevice, IsReportedByTheByteThatDrainsTheBuffer) {
-  EXPECT_EQ(failureOf([&] {
+  EXPECT_EQ(streamFailureOf([&] {
               for (int i = 0; i < 1 << 20; ++i) sink.writeByte('x');
             }),
             noSpace);
@@ -321,10 +322,10 @@ TEST_F(FullDevice, IsReportedByTheByteThatDrainsTheBuffer) {
 
 TEST_F(FullDevice, NothingSucceedsAfterAFailure) {
   sink.write("lost");
-  ASSERT_NE(failureOf([&] { sink.flush(); }), "no failure");
-  EXPECT_NE(failureOf([&] { sink.write("more"); }), "no failure");
-  EXPECT_NE(failureOf([&] { sink.writeByte('m'); }), "no failure");
-  EXPECT_NE(failureOf([&] { sink.flush(); }), "no failure");
+  ASSERT_NE(streamFailureOf([&] { sink.flush(); }), "no failure");
+  EXPECT_NE(streamFailureOf([&] { sink.write("more"); }), "no failure");
+  EXPECT_NE(streamFailureOf([&] { sink.writeByte('m'); }), "no failure");
+  EXPECT_NE(streamFailureOf([&] { sink.flush(); }), "no failure");
 }
 
 }  // namespace

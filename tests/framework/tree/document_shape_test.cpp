@@ -10,24 +10,22 @@ namespace kr::zero::io {
 
 namespace {
 
-using Event = modeling::sylvan::SylvanEventCode;
+using Code = modeling::sylvan::SylvanEventCode;
 
 /// Events without what they carry, but the names of entries.
 class Shape final : public test::TreeTarget {
  public:
-  void startDocument(const test::Primitive& name) override {
-    add(Event::startDocument), name_ = textOf(name);
-  }
-  void endDocument() override { add(Event::endDocument); }
-  void startStruct() override { add(Event::startStruct); }
-  void endStruct() override { add(Event::endStruct); }
-  void startNamedEntry(const test::Primitive& name) override { add(Event::startNamedEntry, textOf(name)); }
-  void endNamedEntry() override { add(Event::endNamedEntry); }
-  void startSequence() override { add(Event::startSequence); }
-  void endSequence() override { add(Event::endSequence); }
-  void startMetadata() override { add(Event::startMetadata); }
-  void endMetadata() override { add(Event::endMetadata); }
-  void writePrimitive(const test::Primitive&) override { add(Event::writePrimitive); }
+  void startDocument(const test::Primitive& name) override { add(Code::startDocument), name_ = textOf(name); }
+  void endDocument() override { add(Code::endDocument); }
+  void startStruct() override { add(Code::startStruct); }
+  void endStruct() override { add(Code::endStruct); }
+  void startNamedEntry(const test::Primitive& name) override { add(Code::startNamedEntry, textOf(name)); }
+  void endNamedEntry() override { add(Code::endNamedEntry); }
+  void startSequence() override { add(Code::startSequence); }
+  void endSequence() override { add(Code::endSequence); }
+  void startMetadata() override { add(Code::startMetadata); }
+  void endMetadata() override { add(Code::endMetadata); }
+  void writePrimitive(const test::Primitive&) override { add(Code::writePrimitive); }
 
   const std::string& getName() const { return name_; }
   std::string getText() const { return text_; }
@@ -40,10 +38,10 @@ class Shape final : public test::TreeTarget {
 
  private:
   static std::string textOf(const test::Primitive& text) { return std::get<std::string>(text); }
-  void add(Event event, std::string_view entry = {}) {
+  void add(Code event, std::string_view entry = {}) {
     text_.append(getName(event)).append(" ").append(entry).append("\n");
   }
-  static std::string_view getName(Event event) { return modeling::sylvan::getName(event); }
+  static std::string_view getName(Code event) { return modeling::sylvan::getName(event); }
 
   std::string name_;
   std::string text_;

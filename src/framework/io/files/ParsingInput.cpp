@@ -6,7 +6,7 @@ namespace kr::zero::io {
 
 namespace {
 
-struct Dispatch {
+struct InputDispatch {
   ParsingInput::Visitor& visitor;
   void operator()(const ustring& path) const { visitor.visitFile(path); }
   void operator()(std::istream* stream) const { visitor.visitStream(*stream); }
@@ -42,6 +42,6 @@ ParsingInput ParsingInput::fromByteSequence(const std::vector<unsigned char>& by
   return ParsingInput(Source(std::in_place_type<const std::vector<unsigned char>*>, &bytes));
 }
 
-void ParsingInput::visitInput(Visitor& visitor) const { std::visit(Dispatch{visitor}, source_); }
+void ParsingInput::visitInput(Visitor& visitor) const { std::visit(InputDispatch{visitor}, source_); }
 
 }  // namespace kr::zero::io

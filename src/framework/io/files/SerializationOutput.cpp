@@ -6,7 +6,7 @@ namespace kr::zero::io {
 
 namespace {
 
-struct Dispatch {
+struct OutputDispatch {
   SerializationOutput::Visitor& visitor;
   void operator()(const ustring& path) const { visitor.visitFile(path); }
   void operator()(std::ostream* stream) const { visitor.visitStream(*stream); }
@@ -40,6 +40,8 @@ SerializationOutput SerializationOutput::toByteSequence(std::vector<unsigned cha
   return SerializationOutput(Target(std::in_place_type<std::vector<unsigned char>*>, &bytes));
 }
 
-void SerializationOutput::visitOutput(Visitor& visitor) const { std::visit(Dispatch{visitor}, target_); }
+void SerializationOutput::visitOutput(Visitor& visitor) const {
+  std::visit(OutputDispatch{visitor}, target_);
+}
 
 }  // namespace kr::zero::io

@@ -14,16 +14,16 @@
 
 namespace kr::zero::io {
 
-using internal::kNoSlot;
-using internal::ModelFiller;
-using internal::PropertyRecord;
 using meta::PropertyKind;
+using zero::internal::kNoSlot;
+using zero::internal::ModelFiller;
+using zero::internal::PropertyRecord;
 
 ValueError::~ValueError() = default;
 
 struct ParseProcessor::Impl {
   ParseCustomizer& customizer;
-  internal::Problems problems;
+  zero::internal::Problems problems;
   ModelFiller filler;
   ustring version;
   fl::i18n::codecvt_ustring_to_string converter{"UTF8", true};
@@ -96,7 +96,7 @@ struct ParseProcessor::Impl {
     if (!isNumber || !(type == property.getType()) || !value.hasCell())
       filler.fail(place, "a value of type " + (type ? type->qualifiedName() : "none") +
                              " does not fit a property of type " + property.getType()->qualifiedName());
-    filler.setNumber(place, internal::fromValue(property.getStandardType(), value));
+    filler.setNumber(place, zero::internal::fromValue(property.getStandardType(), value));
   }
 
   void addDeferredReference(const ustring& targetType, const ustring& name, const ustring& id1,

@@ -8,23 +8,23 @@ namespace kr::zero::io {
 
 namespace {
 
-using Target = modeling::sylvan::SylvanEventProcessor<void>;
+using EventTarget = modeling::sylvan::SylvanEventProcessor<void>;
 
 class EventSerializer final : public KRSylvanSerializer {
  public:
-  explicit EventSerializer(Target& target)
+  explicit EventSerializer(EventTarget& target)
       : KRSylvanSerializer(std::make_unique<ModelTraverser>(), std::make_unique<SerializeCustomizer>()),
         target_(target) {}
   const char* getFullyQualifiedVornTypeName() const override { return "kr.zero.io.EventSerializer"; }
-  Target* getTarget(const SerializationOutput&) override { return &target_; }
+  EventTarget* getTarget(const SerializationOutput&) override { return &target_; }
 
  private:
-  Target& target_;
+  EventTarget& target_;
 };
 
 }  // namespace
 
-void sendEvents(const Model& model, Target& target) {
+void sendEvents(const Model& model, EventTarget& target) {
   EventSerializer(target).serialize(model, SerializationOutput::toIntermediateFormat(nullptr));
 }
 

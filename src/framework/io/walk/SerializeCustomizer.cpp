@@ -6,9 +6,9 @@
 
 namespace kr::zero::io {
 
-using internal::ElementRecord;
-using internal::ModelStore;
-using internal::TypeUse;
+using zero::internal::ElementRecord;
+using zero::internal::ModelStore;
+using zero::internal::TypeUse;
 
 namespace {
 
