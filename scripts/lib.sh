@@ -34,7 +34,7 @@ install_packages() {
 }
 
 # build_preset <preset> [cmake options...]: configures and builds into build/<preset>. Options in
-# KR0_CONFIGURE_OPTIONS are added.
+# KR0_CONFIGURE_OPTIONS are added. All is built, or the target in KR0_BUILD_TARGET.
 build_preset() {
   local preset=$1
   shift
@@ -43,5 +43,5 @@ build_preset() {
   echo "== building $preset"
   # shellcheck disable=SC2086 # the options are words
   (cd "$root" && cmake --preset "$preset" "$@" ${KR0_CONFIGURE_OPTIONS:-} >/dev/null &&
-    cmake --build "build/$preset" -j "$jobs")
+    cmake --build "build/$preset" --target "${KR0_BUILD_TARGET:-all}" -j "$jobs")
 }
