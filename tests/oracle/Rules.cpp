@@ -1,6 +1,7 @@
 #include "oracle/Rules.h"
 
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 namespace kr::zero::test {
@@ -139,6 +140,24 @@ void askOfValues(Questions& q) {
                                "2010-02-01T23:59:60Z"})
     q.ask("date-time", node().key(14).present().text(at).end());
   for (const std::int32_t literal : {-2, -1, 0, 1, 2}) q.ask("literal", node().key(22).fixed(literal).end());
+}
+
+// Each place of a DateTime and of a UUID with each of the characters that such texts are made of, or none.
+void askOfForms(Questions& q) {
+  const auto ask = [&q](std::uint64_t key, const std::string& text, std::string_view characters) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      for (const char other : characters) {
+        std::string changed = text;
+        changed[at] = other;
+        q.ask("form", node().key(key).present().text(changed).end());
+      }
+      q.ask("form", node().key(key).present().text(text.substr(0, at)).end());
+      q.ask("form", node().key(key).present().text(text.substr(0, at) + text.substr(at + 1)).end());
+    }
+    q.ask("form", node().key(key).present().text(text + characters.front()).end());
+  };
+  ask(14, "2012-02-29T23:59:60.123456789+23:59", "0123456789+-:.TZ");
+  ask(15, "00112233-4455-6677-8899-aabbccddeeff", "0g-F");
 }
 
 void askOfShape(Questions& q) {
@@ -333,8 +352,8 @@ void askTaggedOfReferences(Questions& q) {
 
 std::vector<Question> goldenQuestions() {
   Questions questions;
-  for (const auto ask : {askOfIdentities, askOfReferences, askOfValues, askOfShape, askTaggedOfShape,
-                         askTaggedOfValues, askTaggedOfReferences})
+  for (const auto ask : {askOfIdentities, askOfReferences, askOfValues, askOfForms, askOfShape,
+                         askTaggedOfShape, askTaggedOfValues, askTaggedOfReferences})
     ask(questions);
   return questions.take();
 }
