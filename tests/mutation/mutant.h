@@ -1,7 +1,7 @@
 /// @file
-/// Which mutant of a mutated copy of the sources is active: scripts/mutate.py puts calls of these in the place of
-/// comparisons, constants, checks and statements. KR0_MUTANT names the active one, by number; without it all is as
-/// it was written.
+/// Which mutant of a mutated copy of the sources is active: scripts/mutate.py puts calls of these in the
+/// place of comparisons, constants, checks and statements. KR0_MUTANT names the active one, by number;
+/// without it all is as it was written.
 #pragma once
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Goes into each test program of a mutated copy: writes down which mutants each test reaches, into the file that
-// KR0_MUTANTS_REACHED names, as lines of the test's name, its milliseconds and the mutants' numbers.
+// Goes into each test program of a mutated copy: writes down which mutants each test reaches, into the file
+// that KR0_MUTANTS_REACHED names, as lines of the test's name, its milliseconds and the mutants' numbers.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,7 +14,9 @@ class Listener : public testing::EmptyTestEventListener {
   explicit Listener(const char* path) : out_(path, std::ios::app) {}
 
  private:
-  void OnTestStart(const testing::TestInfo&) override { std::fill_n(kr0m::state.reached, kr0m::State::kMost, false); }
+  void OnTestStart(const testing::TestInfo&) override {
+    std::fill_n(kr0m::state.reached, kr0m::State::kMost, false);
+  }
   void OnTestEnd(const testing::TestInfo& test) override {
     out_ << test.test_suite_name() << '.' << test.name() << ' ' << test.result()->elapsed_time();
     for (int i = 1; i < kr0m::State::kMost; ++i)
