@@ -34,15 +34,17 @@ install_packages() {
 }
 
 # build_preset <preset> [cmake options...]: configures and builds into build/<preset>. Options in
-# KR0_CONFIGURE_OPTIONS are added. Sources are compiled several at a time, which takes half as long where everything is
-# built; whoever changes one of them builds quicker without (cmake --preset).
+# KR0_CONFIGURE_OPTIONS are added. All is built, or the targets in KR0_BUILD_TARGET. Sources are compiled several at a
+# time, which takes half as long where everything is built; whoever changes one of them builds quicker without
+# (cmake --preset).
 build_preset() {
   local preset=$1
   shift
   export CCACHE_SLOPPINESS=pch_defines,time_macros # or it passes over whatever uses precompiled headers
   command -v ccache >/dev/null && set -- -DCMAKE_CXX_COMPILER_LAUNCHER=ccache "$@"
   echo "== building $preset"
-  # shellcheck disable=SC2086 # the options are words
-  (cd "$root" && cmake --preset "$preset" -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=12 "$@" ${KR0_CONFIGURE_OPTIONS:-} >/dev/null &&
-    cmake --build "build/$preset" -j "$jobs")
+  # shellcheck disable=SC2086 # the options and targets are words
+  (cd "$root" &&
+    cmake --preset "$preset" -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=12 "$@" ${KR0_CONFIGURE_OPTIONS:-} >/dev/null &&
+    cmake --build "build/$preset" --target ${KR0_BUILD_TARGET:-all} -j "$jobs")
 }
