@@ -259,9 +259,9 @@ TEST_F(Writing, CountsOfAnyLengthStandBeforeTheirItems) {
     Bytes expected = Bytes{0x09} + number;
     for (int i = 0; i < count; ++i)
       expected.insert(expected.end(), {1, static_cast<unsigned char>('a' + i % 26)});
-    EXPECT_EQ(bytesOf([count = count](EventProcessor& e) {
+    EXPECT_EQ(bytesOf([items = count](EventProcessor& e) {
                 e.startStructuredProperty(u"texts");
-                for (int i = 0; i < count; ++i)
+                for (int i = 0; i < items; ++i)
                   e.textElement(u"texts", ustring(1, static_cast<char16_t>(u'a' + i % 26)));
                 e.endStructuredProperty();
               }),
