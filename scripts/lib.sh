@@ -11,6 +11,8 @@ ci_packages="clang ccache doxygen default-jdk-headless libeclipse-emf-common-jav
 
 # What scripts/coverage.sh needs beside those.
 coverage_packages="clang-19 llvm-19"
+abi_packages="abigail-tools binutils xz-utils"
+lint_packages="clang-tidy cppcheck"
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 
