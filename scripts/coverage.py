@@ -64,6 +64,10 @@ class File:
             true, false = self.branches.get(place, (0, 0))
             self.branches[place] = (true + branch[4], false + branch[5])
 
+    def forget_unasked(self):
+        """Conditions that were never asked: constants, or what stands behind a line or condition that is missing."""
+        self.branches = {place: counts for place, counts in self.branches.items() if counts != (0, 0)}
+
     def missing(self):
         """Line number -> what was not reached there."""
         found = {number: "line" for number, count in self.lines.items() if count == 0}
@@ -71,7 +75,7 @@ class File:
             if number in found and found[number] == "line":
                 continue
             if true == 0 or false == 0:
-                what = "never reached" if true == false else "never true" if true == 0 else "never false"
+                what = "never true" if true == 0 else "never false"
                 found[number] = found.get(number, "branch") + f" {column}: {what}"
         return found
 
@@ -82,6 +86,8 @@ def read_export(path):
         for entry in data["files"]:
             name = os.path.relpath(os.path.realpath(entry["filename"]), ROOT)
             files.setdefault(name, File()).add(entry)
+    for file in files.values():
+        file.forget_unasked()
     return files
 
 
