@@ -86,8 +86,11 @@ def read_export(path):
         for entry in data["files"]:
             name = os.path.relpath(os.path.realpath(entry["filename"]), ROOT)
             files.setdefault(name, File()).add(entry)
-    for file in files.values():
+    for name, file in files.items():
         file.forget_unasked()
+        # Between "switch (x) {" and its first case nothing runs, and a directive may stand there.
+        texts = open(os.path.join(ROOT, name), encoding="utf-8").read().split("\n")
+        file.lines = {n: count for n, count in file.lines.items() if not texts[n - 1].lstrip().startswith("#")}
     return files
 
 

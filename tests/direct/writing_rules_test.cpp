@@ -252,6 +252,14 @@ TEST_F(Writing, AnEmptyTextBeforeEachPrimitiveElementCountsItAndWritesNothing) {
             (Bytes{0x0A, 0x01, 5, 0}));
 }
 
+TEST_F(Writing, ACollectionWithoutANameIsACountWithoutANumber) {
+  EXPECT_EQ(bytesOf([](EventProcessor& e) {
+              e.startStructuredProperty(u"");
+              e.endStructuredProperty();
+            }),
+            Bytes{0x00});
+}
+
 TEST_F(Writing, CountsOfAnyLengthStandBeforeTheirItems) {
   const std::pair<int, Bytes> counts[] = {
       {0, {0x00}}, {127, {0x7F}}, {128, {0x80, 0x01}}, {16383, {0xFF, 0x7F}}, {16384, {0x80, 0x80, 0x01}}};
