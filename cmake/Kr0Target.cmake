@@ -25,6 +25,12 @@ function(kr0_target_defaults target)
     target_compile_options(${target} PRIVATE -fsanitize=${KR0_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${KR0_SANITIZE})
   endif()
+  if(KR0_COVERAGE)
+    # Tests are not counted; what they instantiate of the project's headers is.
+    set(counted "${PROJECT_SOURCE_DIR}/cmake/coverage.list")
+    target_compile_options(${target} PRIVATE -fprofile-instr-generate -fcoverage-mapping -fprofile-list=${counted})
+    target_link_options(${target} PRIVATE -fprofile-instr-generate)
+  endif()
 endfunction()
 
 # Has the standard headers that most sources include compiled once for a target of many sources. Sources still include
@@ -49,6 +55,10 @@ function(kr0_add_library name)
   add_library(kr0_${name} SHARED ${ARGN})
   add_library(kr0::${name} ALIAS kr0_${name})
   kr0_target_defaults(kr0_${name})
+  if(UNIX AND NOT APPLE)
+    target_link_options(kr0_${name} PRIVATE "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
+    set_property(TARGET kr0_${name} APPEND PROPERTY LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+  endif()
   # <kr0/kr0.h> is found by the first, all other headers by the second.
   target_include_directories(kr0_${name} INTERFACE
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kr0>)

@@ -220,7 +220,7 @@ std::size_t BulkBinaryEventProcessor::writeValues(const ValueRun& run, std::size
       case ValueForm::references:
         writeReferences(slot, head, cells::itemsOf(entry, cell));
         break;
-      case ValueForm::contained:
+      default:  // contained
         return at;
     }
   }
@@ -293,7 +293,7 @@ void BulkBinaryEventProcessor::writeReferences(std::size_t slot, const Head& hea
 inline void BulkBinaryEventProcessor::writeReference(std::size_t slot, cells::Cell item, bool unresolved) {
   std::uint32_t type = 0;
   std::uint32_t number = 0;
-  if (unresolved || cells::isUnresolved(item) || !source_->findNumbered(item, type, number))
+  if (unresolved || !source_->findNumbered(item, type, number))
     return writeDescribed(source_->describe(slot, item, unresolved));
   const Block& reference = typesByOrdinal_[type]->reference;
   std::uint8_t* const out = bytes().makeRoom(reference.room() + 1 + kMostDigits);

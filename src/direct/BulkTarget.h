@@ -172,22 +172,20 @@ class BulkTarget {
   }
   [[gnu::noinline]] static std::uint64_t readByRow(ByteReader& reader, meta::StandardType type) {
     std::uint64_t number = 0;
-    values::withFixedWidthRow(type, [&]<class Row>(Row) { number = readRow<Row>(reader); });
+    values::withFixedWidthRow(type, [&]<class Row>(Row) {
+      if constexpr (!std::is_same_v<Row, values::Boolean>) number = readRow<Row>(reader);  // else readBoolean
+    });
     return number;
   }
   template <class Row>
   static std::uint64_t readRow(ByteReader& reader) {
     using Number = typename Row::Number;
-    if constexpr (std::is_same_v<Row, values::Boolean>) {
-      return reader.readByte() == values::kTrueByte ? 1 : 0;
-    } else {
-      const auto number = values::decodePrimitiveFromBinaryInLittleEndian<Number>(reader.position, reader.end,
-                                                                                  sizeof(Number));
-      if constexpr (std::is_floating_point_v<Number>)
-        return std::bit_cast<std::uint64_t>(number);
-      else
-        return static_cast<std::uint64_t>(static_cast<std::int64_t>(number));
-    }
+    const auto number =
+        values::decodePrimitiveFromBinaryInLittleEndian<Number>(reader.position, reader.end, sizeof(Number));
+    if constexpr (std::is_floating_point_v<Number>)
+      return std::bit_cast<std::uint64_t>(number);
+    else
+      return static_cast<std::uint64_t>(static_cast<std::int64_t>(number));
   }
 
   [[gnu::always_inline]] void readLiteral(Cursor& cursor, const KnownProperty& property) {

@@ -62,7 +62,7 @@ class CellRun {
   bool startItems(std::uint64_t count) {
     list_ = nullptr;
     if (count_ == 0 || count > cells::kSmallList) return handOver(), false;
-    const std::size_t bytes = sizeof(cells::List) + count * sizeof(cells::Cell);
+    const std::size_t bytes = sizeof(cells::List) + static_cast<std::size_t>(count) * sizeof(cells::Cell);
     if (!memory_.has(bytes)) processor_.getMemory(bytes);
     list_ = new (memory_.take(bytes)) cells::List{0, static_cast<std::uint32_t>(count)};
     cells_[count_ - 1] = reinterpret_cast<cells::Cell>(list_);

@@ -1,7 +1,9 @@
 #include "kr/zero/io/BinaryAssembler.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdint>
 
 #include "errors/MessageIds.h"
 #include "errors/Raise.h"
@@ -300,7 +302,7 @@ const SylvanPrimitive& BinaryAssembler::assembleString(std::uint64_t size) {
     return primitives_->set(ready, size);
   std::string& string = primitives_->getString();
   string.clear();
-  string.reserve(size);
+  string.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(size, SIZE_MAX)));
   try {
     bytes_->append(string, size, "String cut short");
   } catch (...) {

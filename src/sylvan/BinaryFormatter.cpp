@@ -280,8 +280,9 @@ void tagged::FormatterUnits::writeEntry(const SylvanPrimitive& name, const Sylva
   const auto* const key = std::get_if<std::string>(&name);
   if (key == nullptr || !isAlone()) return events_.writeEntry(name, value);
   if (const auto* const text = std::get_if<std::string>(&value)) return writeTextEntry(*key, *text);
-  const bool fits = kNumberEntryBytes + key->size() <= kRoom.size() && !value.valueless_by_exception();
-  if (fits && formatter_.hasRoom())
+  bool fits = kNumberEntryBytes + key->size() <= kRoom.size() && formatter_.hasRoom();
+  if (value.valueless_by_exception()) fits = false;
+  if (fits)
     return appendInPlace(*formatter_.string_, [key, &value](char* to) {
       char* next = to + putStartOfEntry(to, *key);
       next += putNoText(next, value);

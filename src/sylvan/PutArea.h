@@ -2,6 +2,7 @@
 /// Internal: writes into a stream's buffer at the price of a memory access.
 #pragma once
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <ostream>
@@ -28,7 +29,7 @@ class PutArea : private std::streambuf {
   // No more than pbump() can count.
   static std::size_t getRoom(const std::streambuf& buffer) {
     const auto room = static_cast<std::size_t>((buffer.*&PutArea::epptr)() - (buffer.*&PutArea::pptr)());
-    return room < INT_MAX ? room : INT_MAX;
+    return std::min(room, std::size_t{INT_MAX});
   }
   static void copy(std::streambuf& buffer, const char* bytes, std::size_t count) {
     copyFew((buffer.*&PutArea::pptr)(), bytes, count);

@@ -55,7 +55,8 @@ unsigned char StreamBytes::takeSlowly(const char* cut) {
 
 void StreamBytes::append(std::string& to, std::uint64_t count, const char* cut) {
   while (count != 0) {
-    const std::uint64_t piece = std::min<std::uint64_t>(static_cast<std::uint64_t>(end_ - next_), count);
+    const auto piece =
+        static_cast<std::size_t>(std::min<std::uint64_t>(static_cast<std::uint64_t>(end_ - next_), count));
     if (piece == 0) {
       to += static_cast<char>(take(cut));
       --count;

@@ -135,7 +135,9 @@ class Sender {
     if (tag == tags::kStartNamedEntry) return sendEntry();
     if (tag > tags::kEndNamedEntry) {
       TreeValue value;
-      return scan_.take(value) && arrive() && units_.addItem(value);
+      if (!scan_.take(value)) return false;
+      arrive();
+      return units_.addItem(value);
     }
     if (tag == tags::kStartStruct) return sendStruct();
     if (tag == tags::kStartMetadata) return sendObject();
@@ -159,9 +161,14 @@ class Sender {
     std::string_view name;
     scan_.skip(tags::kStartNamedEntry);
     if (!scan_.take(name) || scan_.isAtEnd()) return false;
-    if (scan_.peek() <= tags::kEndNamedEntry) return arrive() && units_.openEntry(name);
+    if (scan_.peek() <= tags::kEndNamedEntry) {
+      arrive();
+      return units_.openEntry(name);
+    }
     TreeValue value;
-    return scan_.take(value) && arrive() && scan_.skip(tags::kEndNamedEntry) && units_.addEntry(name, value);
+    if (!scan_.take(value)) return false;
+    arrive();
+    return scan_.skip(tags::kEndNamedEntry) && units_.addEntry(name, value);
   }
 
   bool sendObject() {
@@ -172,7 +179,9 @@ class Sender {
     if (!takeTextEntry(scan_, tree::kTypeEntry, type)) return false;
     if (!scan_.skip(tags::kEndMetadata) && !(takeIdentity(scan_, id1, id2) && scan_.skip(tags::kEndMetadata)))
       return false;
-    return scan_.skip(tags::kStartStruct) && arrive() && units_.openObject(type, id1, id2);
+    if (!scan_.skip(tags::kStartStruct)) return false;
+    arrive();
+    return units_.openObject(type, id1, id2);
   }
 
   /// A struct is a reference, or else begins a datatype value.
@@ -181,7 +190,8 @@ class Sender {
     const Scan behindStart = scan_;
     if (sendReference()) return true;
     scan_ = behindStart;
-    return arrive() && units_.openDatatypeValue();
+    arrive();
+    return units_.openDatatypeValue();
   }
 
   bool sendReference() {
@@ -194,14 +204,12 @@ class Sender {
     if (isQualified &&
         !(takeTextEntry(scan_, tree::kQualifierEntry, qualifier) && scan_.skip(tags::kEndStruct)))
       return false;
-    return arrive() && units_.addReference(type, id1, id2, isQualified ? &qualifier : nullptr);
+    arrive();
+    return units_.addReference(type, id1, id2, isQualified ? &qualifier : nullptr);
   }
 
   /// The next call may throw: what it stands for has taken the bytes up to here.
-  bool arrive() {
-    bytes_.moveTo(scan_.getNext());
-    return true;
-  }
+  void arrive() { bytes_.moveTo(scan_.getNext()); }
 
   TreeUnitTarget& units_;
   StreamBytes& bytes_;

@@ -9,8 +9,7 @@ namespace kr::zero::io::values {
 void ByteBuffer::growBy(std::size_t count) {
   constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max());
   if (count > kMost - size()) throw std::bad_alloc();
-  const std::size_t doubled = capacity() > kMost / 2 ? kMost : capacity() * 2;
-  grow(std::max({size() + count, doubled, std::size_t{64}}));
+  grow(std::max({size() + count, capacity() * 2, std::size_t{64}}));  // memory that there is can be doubled
 }
 
 // Large memory is moved by its pages: nothing is copied, and old and new are never there both.

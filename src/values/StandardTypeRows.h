@@ -43,10 +43,9 @@ bool withFixedWidthRow(meta::StandardType type, Call&& call) {
     return false;
     KR0_STANDARD_TYPES(KR0_ROW)
 #undef KR0_ROW
-    case meta::StandardType::none:
+    default:  // none
       return false;
   }
-  return false;
 }
 
 }  // namespace kr::zero::io::values

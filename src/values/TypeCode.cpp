@@ -19,12 +19,9 @@ constexpr TypeCode codeOf(const meta::StandardTypeInfo& info) {
       return after(TypeCode::integer8);
     case meta::StandardKind::real:
       return TypeCode::real;
-    case meta::StandardKind::text:
-    case meta::StandardKind::uuid:
-    case meta::StandardKind::dateTime:
+    default:  // texts, and what travels as one
       return TypeCode::standardText;
   }
-  return TypeCode::standardText;
 }
 
 }  // namespace

@@ -238,7 +238,7 @@ TEST(Archive, AModelOfEcoreNamesEcoreAndDoesNotBringIt) {
   EXPECT_EQ(findDifference(reader.readModel().model, model), std::nullopt);
 }
 
-TEST(Archive, EcoreFromItsFileIsTheOneThatIsBuiltIn) {
+TEST(Archive, EcoreOfTheRealMetaModelsIsTheOneThatIsBuiltIn) {
   const std::string file = std::string(KR0_MODELS_DIR) + "/ecore/Ecore.ecore";
   if (!std::filesystem::exists(file)) GTEST_SKIP() << file << " is not on this machine";
   meta::MetaRegistry fromFile;

@@ -252,6 +252,14 @@ TEST_F(Writing, AnEmptyTextBeforeEachPrimitiveElementCountsItAndWritesNothing) {
             (Bytes{0x0A, 0x01, 5, 0}));
 }
 
+TEST_F(Writing, ACollectionWithoutANameIsACountWithoutANumber) {
+  EXPECT_EQ(bytesOf([](EventProcessor& e) {
+              e.startStructuredProperty(u"");
+              e.endStructuredProperty();
+            }),
+            Bytes{0x00});
+}
+
 TEST_F(Writing, CountsOfAnyLengthStandBeforeTheirItems) {
   const std::pair<int, Bytes> counts[] = {
       {0, {0x00}}, {127, {0x7F}}, {128, {0x80, 0x01}}, {16383, {0xFF, 0x7F}}, {16384, {0x80, 0x80, 0x01}}};
@@ -259,9 +267,9 @@ TEST_F(Writing, CountsOfAnyLengthStandBeforeTheirItems) {
     Bytes expected = Bytes{0x09} + number;
     for (int i = 0; i < count; ++i)
       expected.insert(expected.end(), {1, static_cast<unsigned char>('a' + i % 26)});
-    EXPECT_EQ(bytesOf([count = count](EventProcessor& e) {
+    EXPECT_EQ(bytesOf([items = count](EventProcessor& e) {
                 e.startStructuredProperty(u"texts");
-                for (int i = 0; i < count; ++i)
+                for (int i = 0; i < items; ++i)
                   e.textElement(u"texts", ustring(1, static_cast<char16_t>(u'a' + i % 26)));
                 e.endStructuredProperty();
               }),

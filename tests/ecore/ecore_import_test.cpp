@@ -443,7 +443,7 @@ TEST(EcoreFiles, AnnotationsMayHoldAnything) {
 }
 
 /// Ecore.ecore among the files: its classes are there, its data types mean what they mean without it.
-TEST(EcoreItself, KeepsTheMeaningOfItsTypes) {
+TEST(EcoreAsRealMetaModel, KeepsTheMeaningOfItsTypes) {
   if (!haveModels()) GTEST_SKIP() << modelsDir() << " is not on this machine";
   const MetaModels models = loadFiles({"ecore/Ecore.ecore"});
   EXPECT_EQ(typeName(models.property("ecore.ENamedElement", "name")), "String");
@@ -455,7 +455,7 @@ TEST(EcoreItself, KeepsTheMeaningOfItsTypes) {
   EXPECT_FALSE(models.property("ecore.EClassifier", "ePackage")->isStored());
 }
 
-TEST(EcoreItself, IsReferredToByMetaModelsOfEcore) {
+TEST(EcoreAsRealMetaModel, IsReferredToByMetaModelsOfEcore) {
   if (!haveModels()) GTEST_SKIP() << modelsDir() << " is not on this machine";
   const MetaModels models = loadFiles({"ecore/GenModel.ecore", "ecore/Ecore.ecore"});
   EXPECT_EQ(typeName(models.property("genmodel.GenPackage", "ecorePackage")), "ecore.EPackage");

@@ -580,11 +580,11 @@ const std::vector<SchemaPair>& schemaPairs() {
   return pairs;
 }
 
-const SchemaPair& schemaPair(const std::string& name) {
+const SchemaPair& schemaPair(std::string_view name) {
   const auto& pairs = schemaPairs();
   const auto found =
       std::find_if(pairs.begin(), pairs.end(), [&](const SchemaPair& pair) { return pair.name == name; });
-  if (found == pairs.end()) throw std::out_of_range("no pair " + name);
+  if (found == pairs.end()) throw std::out_of_range("no pair " + std::string(name));
   return *found;
 }
 

@@ -38,6 +38,6 @@ const std::vector<SchemaPair>& schemaPairs();
 
 /// The pair of that name.
 /// @throws std::out_of_range where there is none.
-const SchemaPair& schemaPair(const std::string& name);
+const SchemaPair& schemaPair(std::string_view name);
 
 }  // namespace kr::zero::test

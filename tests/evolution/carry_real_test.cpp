@@ -29,7 +29,7 @@ std::size_t countOf(const Model& model, const char* type) {
   return static_cast<std::size_t>(std::ranges::distance(model.elements(type)));
 }
 
-class CarryReal : public testing::Test {
+class CarryRealModels : public testing::Test {
  protected:
   void SetUp() override {
     if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
@@ -47,7 +47,7 @@ ChangeMap railwayMap() {
 
 }  // namespace
 
-TEST_F(CarryReal, ARailwayLosesItsRegionsWithAllInThemWhereNothingElseIsSaid) {
+TEST_F(CarryRealModels, ARailwayLosesItsRegionsWithAllInThemWhereNothingElseIsSaid) {
   const Loaded before("railway/railway.ecore"), now("railway/railway-ttc.ecore");
   const Model model = before.read("railway/railway-repair-1.xmi");
   const CarryOverResult result = evolution::carryOver(model, now.registry, allowing());
@@ -69,7 +69,7 @@ TEST_F(CarryReal, ARailwayLosesItsRegionsWithAllInThemWhereNothingElseIsSaid) {
   EXPECT_THROW(static_cast<void>(evolution::carryOver(model, now.registry)), evolution::CarryOverRefused);
 }
 
-TEST_F(CarryReal, ARailwayKeepsWhatItsRoutesAndSensorsHoldNow) {
+TEST_F(CarryRealModels, ARailwayKeepsWhatItsRoutesAndSensorsHoldNow) {
   const Loaded before("railway/railway.ecore"), now("railway/railway-ttc.ecore");
   const Model model = before.read("railway/railway-repair-1.xmi");
   const CarryOverResult result = evolution::carryOver(model, now.registry, allowing(railwayMap()));
@@ -89,7 +89,7 @@ TEST_F(CarryReal, ARailwayKeepsWhatItsRoutesAndSensorsHoldNow) {
   EXPECT_EQ(countOf(result.model, "railway.Semaphore"), 0u);
 }
 
-TEST_F(CarryReal, ADraftFindsWhatARailwayCallsAnotherNameNow) {
+TEST_F(CarryRealModels, ADraftFindsWhatARailwayCallsAnotherNameNow) {
   const Loaded before("railway/railway.ecore"), now("railway/railway-ttc.ecore");
   const evolution::DraftMap draft = evolution::draftMap(before.registry, now.registry);
   EXPECT_EQ(draft.map, (ChangeMap{.rename = {{"railway.Route.requires", "definedBy"},
@@ -99,7 +99,7 @@ TEST_F(CarryReal, ADraftFindsWhatARailwayCallsAnotherNameNow) {
   EXPECT_THAT(draft.unmatched, Contains("railway.Region"));
 }
 
-TEST_F(CarryReal, LiteralsOfARailwayKeepTheirNamesUnderOtherNumbers) {
+TEST_F(CarryRealModels, LiteralsOfARailwayKeepTheirNamesUnderOtherNumbers) {
   const Loaded before("railway/railway.ecore"), now("railway/railway-ttc.ecore");
   Model model(before.registry);
   for (const char* name : {"FAILURE", "STOP", "GO"})
@@ -111,7 +111,7 @@ TEST_F(CarryReal, LiteralsOfARailwayKeepTheirNamesUnderOtherNumbers) {
   EXPECT_EQ(roots[1].getInteger("signal"), 0);
 }
 
-TEST_F(CarryReal, AJavaModelIsTheSameByTheOtherCopyOfItsMetaModel) {
+TEST_F(CarryRealModels, AJavaModelIsTheSameByTheOtherCopyOfItsMetaModel) {
   const Loaded before("neoemf/Java.ecore"), now("modisco/java.ecore");
   const Model model = before.read("neoemf/sampleStandard.xmi");
   const CarryOverResult result = evolution::carryOver(model, now.registry);

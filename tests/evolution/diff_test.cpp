@@ -273,7 +273,7 @@ std::vector<SchemaChange> changesOfFiles(const std::string& before, const std::s
 
 }  // namespace
 
-TEST(SchemaDiff, FindsWhatIsDifferentInTheRailwayOfAnotherContest) {
+TEST(SchemaDiffOfRealMetaModels, FindsWhatIsDifferentInTheRailwayOfAnotherContest) {
   if (!haveModels()) GTEST_SKIP() << modelsDir() << " is not on this machine";
   const auto changes = changesOfFiles("railway/railway.ecore", "railway/railway-ttc.ecore");
   EXPECT_EQ(changes.size(), 44u);
@@ -300,7 +300,7 @@ TEST(SchemaDiff, FindsWhatIsDifferentInTheRailwayOfAnotherContest) {
   EXPECT_EQ(length->after, "Integer 1..1, number 1");
 }
 
-TEST(SchemaDiff, FindsNoDifferenceInTwoFilesOfTheSameJava) {
+TEST(SchemaDiffOfRealMetaModels, FindsNoDifferenceInTwoFilesOfTheSameJava) {
   if (!haveModels()) GTEST_SKIP() << modelsDir() << " is not on this machine";
   EXPECT_THAT(textsOf(changesOfFiles("neoemf/Java.ecore", "modisco/java.ecore")), IsEmpty());
 }

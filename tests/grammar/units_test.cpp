@@ -1,6 +1,9 @@
 // Units beside events: the serializer sends its own formatter several events in one call, and nobody else.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <functional>
+#include <initializer_list>
 #include <sstream>
 
 #include "kr/zero/io/BinaryFormatter.h"
@@ -8,11 +11,13 @@
 #include "kr/zero/io/Serializer.h"
 #include "modeling/sylvan/EventPrinter.h"
 #include "modeling/sylvan/EventRecorder.h"
+#include "modeling/sylvan/grammar/GrammarException.h"
 #include "support/Environment.h"
 #include "support/Paths.h"
 #include "support/RandomModel.h"
 #include "support/SampleModel.h"
 #include "support/TaggedReading.h"
+#include "sylvan/FormatterInternals.h"
 #include "sylvan/FormatterUnits.h"
 
 namespace kr::zero::io {
@@ -113,6 +118,93 @@ TEST(TaggedUnits, PairStructHasTheBytesOfItsEventsForTextsOfEveryLength) {
             "\x03\x09\x30\x04name\x30\x01x\x10\x09\x30\x04pair\x05\x30\x01"
             "a\x30\x01"
             "b\x06\x10\x04");
+}
+
+using modeling::sylvan::SylvanPrimitive;
+using modeling::sylvan::SylvanUnitProcessor;
+using Call = std::function<void(SylvanUnitProcessor&)>;
+
+/// What the units of a formatter write for a call, or its events: often enough to meet every distance from
+/// where a string grows.
+std::string written(const Call& call, bool byEvents) {
+  std::string bytes;
+  BinaryFormatter formatter(SerializationOutput::toString(bytes));
+  tagged::FormatterUnits units(formatter);
+  modeling::sylvan::UnitsAsEvents events(formatter);
+  for (int i = 0; i < 20; ++i) call(byEvents ? static_cast<SylvanUnitProcessor&>(events) : units);
+  return bytes;
+}
+
+TEST(TaggedUnits, EntriesWithNamesOfEveryLengthHaveTheBytesOfTheirEvents) {
+  for (std::size_t length = 0; length < 100; ++length) {
+    const SylvanPrimitive name = std::string(length, 'n');
+    const SylvanPrimitive number = std::uint64_t{length} << 40;
+    const SylvanPrimitive text = std::string("text");
+    for (const Call& call :
+         std::initializer_list<Call>{[&](SylvanUnitProcessor& to) { to.writeEntry(name, number); },
+                                     [&](SylvanUnitProcessor& to) { to.writeEntry(name, text); },
+                                     [&](SylvanUnitProcessor& to) { to.writeTextEntry(name, "text"); },
+                                     [&](SylvanUnitProcessor& to) { to.writePairEntry(name, text, text); }})
+      ASSERT_EQ(written(call, false), written(call, true)) << length;
+  }
+}
+
+TEST(TaggedUnits, WhatIsNoTextWhereTextsAreUsualHasTheBytesOfItsEvents) {
+  const SylvanPrimitive number = std::uint64_t{300};
+  const SylvanPrimitive text = std::string("text");
+  for (const Call& call :
+       std::initializer_list<Call>{[&](SylvanUnitProcessor& to) { to.writeEntry(number, text); },
+                                   [&](SylvanUnitProcessor& to) { to.writeTextEntry(number, "text"); },
+                                   [&](SylvanUnitProcessor& to) { to.writePairEntry(number, text, text); },
+                                   [&](SylvanUnitProcessor& to) { to.writePairEntry(text, number, text); },
+                                   [&](SylvanUnitProcessor& to) { to.writePairEntry(text, text, number); }}) {
+    EXPECT_EQ(written(call, false), written(call, true));
+    EXPECT_NE(written(call, false), "");
+  }
+}
+
+TEST(TaggedUnits, EveryEventOfAUnitIsCheckedWhereAGrammarIsAttached) {
+  const SylvanPrimitive text = std::string("text");
+  for (const Call& call : std::initializer_list<Call>{
+           [&](SylvanUnitProcessor& to) { to.writeEntry(text, text); },
+           [&](SylvanUnitProcessor& to) { to.writeTextEntry(text, "text"); },
+           [&](SylvanUnitProcessor& to) { to.writePairEntry(text, text, text); },
+           [&](SylvanUnitProcessor& to) { to.writePairStruct(text, text, text, text, text); }}) {
+    std::string bytes;
+    BinaryFormatter formatter(SerializationOutput::toString(bytes));
+    bytes.reserve(1000);
+    tagged::FormatterInternals::attachGrammarChecker(formatter, "document");
+    tagged::FormatterUnits units(formatter);
+    EXPECT_THROW(call(units), modeling::sylvan::grammar::GrammarException);  // there is no document yet
+    EXPECT_EQ(bytes, "");
+  }
+}
+
+/// A host's serializer that keeps the events and never asks for a formatter.
+class KeepingSerializer final : public BinaryKRSylvanSerializer {
+ public:
+  SylvanEventProcessor<void>* getTarget(const SerializationOutput&) override { return &events; }
+  EventRecorder events;
+};
+
+TEST(TaggedUnits, AHostsTargetThatNeedsNoFormatterGetsEveryEvent) {
+  const Model model = test::makeSample();
+  KeepingSerializer serializer;
+  std::string unused;
+  serializer.serialize(model, SerializationOutput::toString(unused));
+  std::string bytes;
+  BinaryFormatter formatter(SerializationOutput::toString(bytes));
+  serializer.events.replay(formatter);
+  EXPECT_EQ(bytes, test::writeTagged(model));
+}
+
+TEST(TaggedUnits, TheFirstFailureIsToldWhereClosingTheFileFailsToo) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full here";
+  Model model(test::sampleRegistry());
+  model.createRoot("sample.Item").setIdentity("a", "b");
+  BinaryKRSylvanSerializer serializer(std::make_unique<ModelTraverser>(),
+                                      std::make_unique<SerializeCustomizer>(ustring(1, u'\xD800')));
+  EXPECT_THROW(serializer.serialize(model, SerializationOutput::toFile(u"/dev/full")), SerializeError);
 }
 
 /// What SerializeCustomizer is, and nothing else: but it might say other identities, so it is asked for each.

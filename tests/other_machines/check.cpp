@@ -3,11 +3,16 @@
 // have.
 #include <cstdio>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "fl/i18n/utf8.h"
+#include "kr/zero/Error.h"
+#include "kr/zero/io/BinaryFormats.h"
+#include "kr/zero/io/ModelFile.h"
 #include "kr/zero/ustring.h"
 #include "support/GoldenDocuments.h"
 #include "support/Reading.h"
@@ -145,15 +150,93 @@ void checkTexts() {
   }
 }
 
+// --- Files
+
+namespace fs = std::filesystem;
+
+template <class Call>
+std::string errorOf(Call call) {
+  try {
+    call();
+  } catch (const Error& error) {
+    return error.getDetails().problem;
+  }
+  return "nothing was refused";
+}
+
+std::size_t countFiles(const fs::path& folder) {
+  std::size_t count = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder)) ++count;
+  return count;
+}
+
+// Of a document whose roots are that many.
+Model modelOf(std::size_t roots) {
+  Model model(goldenRegistry());
+  for (std::size_t i = 0; i < roots; ++i) model.createRoot("g.N");
+  return model;
+}
+
+void checkFiles() {
+  const fs::path folder = fs::path("files of check");
+  fs::remove_all(folder);
+  fs::create_directory(folder);
+  const fs::path path = folder / fs::path(u8"Stra\u00DFe \u4E2D.krb");
+  const io::LoadOptions options{.registry = &goldenRegistry()};
+  for (const std::size_t roots : {3u, 2u})
+    check("a file with a wide name, of " + std::to_string(roots), [&] {
+      io::saveModel(modelOf(roots), path);
+      return io::loadModel(path, options).getRoots().size() == roots && countFiles(folder) == 1;
+    });
+  check("a folder is no file", [&] {
+    fs::create_directory(folder / "inner");
+    const std::string error = errorOf([&] { io::saveModel(modelOf(1), folder / "inner"); });
+    return !error.empty() && error != "nothing was refused" && fs::is_directory(folder / "inner");
+  });
+  check("a folder that is not there", [&] {
+    return errorOf([&] { io::saveModel(modelOf(1), folder / "none" / "a.krb"); }) != "nothing was refused";
+  });
+  fs::remove_all(folder);
+}
+
+// --- Lengths that a number of 32 bits does not hold
+
+void checkLengths() {
+  check("a text of 8 GiB that is not there", [] {
+    // Long string, low byte first: its lower half alone would be a text without a letter.
+    const std::string document = taggedHeader + std::string("\x31\0\0\0\0\x02\0\0\0\x02", 10);
+    try {
+      modeling::sylvan::EventRecorder recorder;
+      io::BinaryAssembler(&recorder).visitString(document);
+    } catch (const std::exception&) {
+      return true;
+    }
+    return false;
+  });
+  if constexpr (sizeof(std::size_t) < 8) {
+    check("a file of 5 GiB", [] {
+      const fs::path path = "large.krb";
+      std::ofstream(path) << 'x';
+      fs::resize_file(path, std::uintmax_t{5} << 30);
+      const std::string error = errorOf([&] { io::loadModel(path, {.registry = &goldenRegistry()}); });
+      fs::remove(path);
+      return error == "the document has more bytes than a program of this machine can hold";
+    });
+  }
+}
+
 }  // namespace
 
 }  // namespace kr::zero::test
 
 int main() {
+  kr::zero::io::registerBinaryFormats();
   kr::zero::test::checkDirectDocuments();
   kr::zero::test::checkDirectValues();
   kr::zero::test::checkTaggedDocuments();
   kr::zero::test::checkTexts();
+  kr::zero::test::checkFiles();
+  kr::zero::test::checkLengths();
   std::printf("%d passed, %d failed\n", kr::zero::test::passed, kr::zero::test::failed);
   return kr::zero::test::failed == 0 ? 0 : 1;
 }

@@ -155,10 +155,10 @@ const std::vector<GoldenDocument>& goldenDocuments() {
   return all;
 }
 
-const Bytes& goldenDocument(const std::string& name) {
+const Bytes& goldenDocument(std::string_view name) {
   for (const GoldenDocument& document : goldenDocuments())
     if (document.name == name) return document.bytes;
-  throw std::invalid_argument("no golden document \"" + name + "\"");
+  throw std::invalid_argument("no golden document \"" + std::string(name) + "\"");
 }
 
 }  // namespace kr::zero::test

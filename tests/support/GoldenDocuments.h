@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kr/zero/meta/MetaRegistry.h"
@@ -23,6 +24,6 @@ struct GoldenDocument {
 const std::vector<GoldenDocument>& goldenDocuments();
 
 /// The golden document of that name.
-const Bytes& goldenDocument(const std::string& name);
+const Bytes& goldenDocument(std::string_view name);
 
 }  // namespace kr::zero::test

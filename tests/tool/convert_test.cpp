@@ -47,12 +47,12 @@ TEST(Convert, BinaryIsSmallerThanXmi) {
   EXPECT_LT(std::filesystem::file_size(libraryKrb()), std::filesystem::file_size(libraryXmi()));
 }
 
-TEST(Convert, AnEcoreFileIsAModelLikeAnyOther) {
+TEST(ConvertRealModels, AnEcoreFileIsAModelLikeAnyOther) {
   if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
   expectRoundTrip(libraryEcore(), ".ecore", {model("ecore/Ecore.ecore")});
 }
 
-TEST(Convert, AnEcoreFileThatCameBackStillDescribesTheSameTypes) {
+TEST(ConvertRealModels, AnEcoreFileThatCameBackStillDescribesTheSameTypes) {
   if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
   const std::string folder = freshFolder(), ecore = model("ecore/Ecore.ecore");
   expectDone(kr0({"convert", libraryEcore(), folder + "/library.krb", "-m", ecore}));
@@ -61,7 +61,7 @@ TEST(Convert, AnEcoreFileThatCameBackStillDescribesTheSameTypes) {
             kr0({"schema", "show", libraryEcore(), "--json"}).out);
 }
 
-TEST(Convert, ADocumentUnderAnyNameIsReadByItsContent) {
+TEST(ConvertRealModels, ADocumentUnderAnyNameIsReadByItsContent) {
   if (!haveModels()) GTEST_SKIP() << "no folder " << modelsDir();
   expectRoundTrip(model("archimate/Archisurance.archimate"), ".xmi", {model("archimate/archimate.ecore")});
 }

@@ -213,6 +213,15 @@ TEST(DecodeAndSet, ATypeOfOnesOwnIsNoIntegerEvenByThatName) {
   EXPECT_THAT(recorder.calls, IsEmpty());
 }
 
+TEST(DecodeAndSet, APropertyWithoutATypeTakesNoNumber) {
+  Recorder recorder(test::valuesRegistry());
+  const Bytes bytes(9);
+  ParseState state{&recorder.processor, bytes.data(), bytes.data() + bytes.size()};
+  EXPECT_THROW(decodeAndSetPrimitive<Integer>(state, u"p", meta::Type()),
+               Error<kr0::messages::CannotCastIncompatibleTypes>);
+  EXPECT_THAT(recorder.calls, IsEmpty());
+}
+
 TEST(DecodeAndSet, ACutValueReachesNobodyAndMovesNothing) {
   Recorder recorder(test::valuesRegistry());
   const Bytes bytes{1};

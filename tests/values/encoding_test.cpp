@@ -195,6 +195,24 @@ TEST(ByteBuffer, TakesOnlyWhatWasWrittenIntoItsRoom) {
   EXPECT_THAT(bytesOf(buffer), ElementsAre(1, 2));
 }
 
+TEST(ByteBuffer, StaysAsLargeWhereLessIsReserved) {
+  ByteBuffer buffer;
+  buffer.reserve(1000);
+  const std::uint8_t* const before = buffer.data();
+  buffer.reserve(10);
+  EXPECT_GE(buffer.capacity(), 1000u);
+  EXPECT_EQ(buffer.data(), before);
+}
+
+TEST(ByteBuffer, KeepsItsBytesWhereThereIsNoMemoryForMore) {
+  ByteBuffer buffer;
+  buffer.append(1);
+  const std::size_t before = buffer.capacity();
+  EXPECT_THROW(buffer.reserve(std::numeric_limits<std::size_t>::max() / 2), std::bad_alloc);
+  EXPECT_EQ(buffer.capacity(), before);
+  EXPECT_THAT(bytesOf(buffer), ElementsAre(1));
+}
+
 TEST(ByteBuffer, RefusesWhatNoMemoryHolds) {
   ByteBuffer buffer;
   buffer.append(1);

@@ -29,13 +29,22 @@ void prepareMemory([[maybe_unused]] std::byte* memory, [[maybe_unused]] std::siz
 #endif
 }
 
+/// Free returns it either way, but for Windows, where aligned memory has a function of its own for that.
+/// @param alignment 0 for that of any memory.
+void* takeMemory(std::size_t size, [[maybe_unused]] std::size_t alignment) noexcept {
+#if !defined(_WIN32)
+  if (alignment != 0) return std::aligned_alloc(alignment, size);
+#endif
+  return std::malloc(size);
+}
+
 }  // namespace
 
 std::byte* Arena::newChunk(std::size_t bytes) {
   const std::size_t size = bytes + kReadable;
   const bool asOnePage = size == kHugePage;
   std::unique_ptr<std::byte[], Free> chunk(
-      static_cast<std::byte*>(asOnePage ? std::aligned_alloc(kHugePage, size) : std::malloc(size)));
+      static_cast<std::byte*>(takeMemory(size, asOnePage ? kHugePage : 0)));
   if (chunk == nullptr) throw std::bad_alloc();
   if (size <= kHugePage)
     prepareMemory(chunk.get(), size, asOnePage);  // a single large text is written anyway

@@ -27,9 +27,18 @@ Key drawKey() noexcept {
 
 // Both halves of the product folded into one: each bit of either factor reaches every bit.
 std::uint64_t fold(std::uint64_t x, std::uint64_t y) noexcept {
+#if defined(__SIZEOF_INT128__)
   __extension__ using Wide = unsigned __int128;
   const Wide product = Wide{x} * y;
   return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+#else
+  constexpr std::uint64_t kLow = 0xFFFFFFFF;
+  const std::uint64_t low = (x & kLow) * (y & kLow);
+  const std::uint64_t first = (x >> 32) * (y & kLow) + (low >> 32);
+  const std::uint64_t second = (x & kLow) * (y >> 32) + (first & kLow);
+  const std::uint64_t high = (x >> 32) * (y >> 32) + (first >> 32) + (second >> 32);
+  return (second << 32 | (low & kLow)) ^ high;
+#endif
 }
 
 template <class Word>

@@ -100,21 +100,23 @@ void readAll(std::streambuf& buffer, const LoadOptions& options, std::vector<std
 }
 
 /// What the size of a regular file is said to be; 0 for anything else.
-std::size_t expectedSize(const std::filesystem::path& path) {
+std::uint64_t expectedSize(const std::filesystem::path& path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) return 0;
   const std::uintmax_t size = std::filesystem::file_size(path, error);
-  return error ? 0 : static_cast<std::size_t>(size);
+  return error ? 0 : size;
 }
 
 std::vector<std::uint8_t> readFile(const std::filesystem::path& path, const LoadOptions& options) {
   errno = 0;
   std::filebuf file;
   if (file.open(path, std::ios::in | std::ios::binary) == nullptr) failToRead(options.name, errno);
-  const std::size_t size = expectedSize(path);
+  const std::uint64_t size = expectedSize(path);
   requireWithin(options, size);
   std::vector<std::uint8_t> bytes;
-  bytes.reserve(size);
+  if (size > bytes.max_size())
+    failToRead(options.name, "the document has more bytes than a program of this machine can hold");
+  bytes.reserve(static_cast<std::size_t>(size));
   errno = 0;
   try {
     readAll(file, options, bytes);

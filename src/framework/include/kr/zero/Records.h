@@ -121,7 +121,7 @@ struct ElementRecord {
 
   KR0_FRAMEWORK_API int findSorted(std::size_t slot) const noexcept;
 };
-static_assert(sizeof(ElementRecord) == 48);
+static_assert(sizeof(void*) != 8 || sizeof(ElementRecord) == 48);
 
 /// @param record of a handle; null for an empty one.
 /// @throws ModelError: there is no such element (any more).

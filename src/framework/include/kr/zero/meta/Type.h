@@ -465,7 +465,8 @@ inline std::size_t StructuredType::Impl::slotOf(Property property) const noexcep
 }
 
 inline std::size_t StructuredType::Impl::findIdentifier(std::uint64_t identifier) const noexcept {
-  for (std::size_t at = identifier & mask_; buckets_[at].identifier != 0; at = (at + 1) & mask_)
+  for (std::size_t at = static_cast<std::size_t>(identifier) & mask_; buckets_[at].identifier != 0;
+       at = (at + 1) & mask_)
     if (buckets_[at].identifier == identifier) return buckets_[at].slot;
   return npos;
 }
