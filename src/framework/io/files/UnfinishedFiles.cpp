@@ -1,6 +1,6 @@
 #include "io/files/UnfinishedFiles.h"
 
-#include <limits.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,9 +16,12 @@ namespace {
 // whether its name is whole.
 enum State : int { kFree, kTaken, kNamed };
 
+constexpr std::size_t kNameBytes = 64;
+
 struct Place {
   std::atomic<int> state{kFree};
-  char path[PATH_MAX];
+  int folder = -1;
+  char name[kNameBytes];
 };
 
 constexpr int kPlaces = 64;
@@ -26,13 +29,14 @@ Place places[kPlaces];
 
 }  // namespace
 
-void internal::UnfinishedFile::remember(const std::string& path) noexcept {
+void internal::UnfinishedFile::remember(int folder, const std::string& name) noexcept {
   forget();
-  if (path.size() >= PATH_MAX) return;
+  if (name.size() >= kNameBytes) return;
   for (int i = 0; i < kPlaces; ++i) {
     int expected = kFree;
     if (!places[i].state.compare_exchange_strong(expected, kTaken)) continue;
-    *std::copy(path.begin(), path.end(), places[i].path) = '\0';
+    places[i].folder = folder;
+    *std::copy(name.begin(), name.end(), places[i].name) = '\0';
     places[i].state = kNamed;
     place_ = i;
     return;
@@ -47,7 +51,7 @@ void internal::UnfinishedFile::forget() noexcept {
 
 void removeUnfinishedFiles() noexcept {
   for (const Place& place : places)
-    if (place.state == kNamed) ::unlink(place.path);
+    if (place.state == kNamed) ::unlinkat(place.folder, place.name, 0);
 }
 
 }  // namespace kr::zero::io
