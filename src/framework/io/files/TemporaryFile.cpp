@@ -13,7 +13,7 @@ namespace kr::zero::io::internal {
 namespace {
 
 constexpr mode_t kPermissionBits = 0777;
-constexpr int kMostNumber = 9;
+constexpr unsigned kNumbers = 4;  // of temporary files of one target that are looked for
 
 /// The same in every program that writes the same file.
 std::uint64_t hashOf(const std::string& name) {
@@ -71,9 +71,9 @@ int TemporaryFile::attempt(const std::string& name, mode_t mode) {
 }
 
 bool TemporaryFile::create(mode_t mode) {
-  for (unsigned number = 0; number <= kMostNumber; ++number) removeStale(temporaryName(target_.name, number));
+  for (unsigned number = 0; number < kNumbers; ++number) removeStale(temporaryName(target_.name, number));
   int error = EEXIST;
-  for (unsigned number = 0; error == EEXIST && number <= kMostNumber; ++number)
+  for (unsigned number = 0; error == EEXIST && number < kNumbers; ++number)
     error = attempt(temporaryName(target_.name, number), mode);
   // So many at once are hardly savers: somebody is in the way on purpose, and cannot guess this one.
   if (error == EEXIST)
