@@ -4,6 +4,7 @@
 //   KR0_FAULT_CALL    which calls count: "malloc", "read", "write", "open", "fsync", "close", "rename",
 //   "access"
 //                     (fchmod, fchown, flock), or "file" for all but malloc and read
+//   KR0_FAULT_SIZE    the fewest bytes for which a malloc counts
 //   KR0_FAULT_AT      the number of the call that goes wrong, from 1
 //   KR0_FAULT_ERROR   the errno with which it fails, or
 //   KR0_FAULT_SIGNAL  the signal that the program gets just before it, or
@@ -35,6 +36,7 @@ struct Plan {
   int error = 0;
   int signal = 0;
   std::size_t shortest = 0;
+  std::size_t size = 0;
   bool rest = false;
 };
 
@@ -52,6 +54,7 @@ long numberOf(const char* name) {
   plan.error = static_cast<int>(numberOf("KR0_FAULT_ERROR"));
   plan.signal = static_cast<int>(numberOf("KR0_FAULT_SIGNAL"));
   plan.shortest = static_cast<std::size_t>(numberOf("KR0_FAULT_SHORT"));
+  plan.size = static_cast<std::size_t>(numberOf("KR0_FAULT_SIZE"));
   plan.rest = std::getenv("KR0_FAULT_REST") != nullptr;
   plan.at = numberOf("KR0_FAULT_AT");  // from here on it counts
 }
@@ -92,6 +95,8 @@ bool fails(const char* call) {
   return true;
 }
 
+bool lacks(std::size_t size) { return size >= plan.size && fails("malloc"); }
+
 }  // namespace
 
 // The names are the system's.
@@ -101,13 +106,11 @@ void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 
-void* malloc(std::size_t size) { return fails("malloc") ? nullptr : __libc_malloc(size); }
+void* malloc(std::size_t size) { return lacks(size) ? nullptr : __libc_malloc(size); }
 void* calloc(std::size_t count, std::size_t size) {
-  return fails("malloc") ? nullptr : __libc_calloc(count, size);
+  return lacks(count * size) ? nullptr : __libc_calloc(count, size);
 }
-void* realloc(void* memory, std::size_t size) {
-  return fails("malloc") ? nullptr : __libc_realloc(memory, size);
-}
+void* realloc(void* memory, std::size_t size) { return lacks(size) ? nullptr : __libc_realloc(memory, size); }
 
 ssize_t write(int file, const void* bytes, std::size_t size) {
   const bool meant = isMeant("write");

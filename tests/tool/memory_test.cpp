@@ -93,6 +93,28 @@ TEST(Memory, AnyAllocationThatFailsIsToldAndLeavesTheOldFile) {
   EXPECT_GT(noticed, tries * 9);
 }
 
+// Whole texts, and what parsers take at once: all of these, one by one.
+TEST(Memory, AnyLargeAllocationThatFailsIsToldAndNotTakenForABadDocument) {
+  if (isSanitized()) GTEST_SKIP() << "faults need a program without a sanitizer";
+  const std::string folder = freshFolder(), output = freshFolder() + "/out.krb", hit = temporaryPath("lack");
+  writeFile(folder + "/long.xmi", chainXmi(2'000));
+  int noticed = 0;
+  for (int at = 1;; ++at) {
+    writeFile(output, "old");
+    const Ended ended =
+        kr0({.variables =
+                 faults({"CALL=malloc", "SIZE=16384", "ERROR=12", "AT=" + std::to_string(at), "HIT=" + hit})},
+            {"convert", folder + "/long.xmi", output, "-m", chainEcore()});
+    if (!std::filesystem::remove(hit)) break;
+    if (ended.code == 0) continue;  // one that can be done without
+    ++noticed;
+    EXPECT_EQ(ended.code, 1) << at;
+    EXPECT_THAT(ended.err, HasSubstr("not enough memory")) << at;
+    EXPECT_EQ(readFile(output), "old") << at;
+  }
+  EXPECT_GT(noticed, 4);
+}
+
 // Below some size the system cannot even load the program, which is not the program's to tell.
 TEST(Memory, ALimitOnTheAddressSpaceIsToldOrIsEnough) {
   if (isSanitized()) GTEST_SKIP() << "sanitizers need more address space than there is";
