@@ -953,6 +953,16 @@ TEST_F(ModelFiles, WhatIsUnfinishedIsRemovedOnDemandAndNothingElse) {
   EXPECT_EQ(test::readFile(at("a")), "finished");
 }
 
+// It may be of another program, where ours was taken away.
+TEST_F(ModelFiles, AFileThatHasTheNameOfAnUnfinishedOneStays) {
+  const AtomicFile begun(path);
+  const std::string name = at(names().front());
+  fs::rename(name, at("ours"));
+  test::writeFile(name, "another's");
+  removeUnfinishedFiles();
+  EXPECT_EQ(test::readFile(name), "another's");
+}
+
 // While one thread saves two documents in turn, others never see anything but one of the two.
 TEST_F(ModelFiles, ReadersSeeTheOldOrTheNewDocumentOnly) {
   const std::string a(50000, 'a');

@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <random>
@@ -33,6 +34,22 @@ bool lockAtOnce(const Descriptor& file) {
   return retryInterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) == 0;
 }
 
+/// While one lives, signals of this thread wait.
+class SignalsHeld {
+ public:
+  SignalsHeld() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
 /// What is left for the new group of a file that could not keep its group: as much as everybody has.
 mode_t withoutGroup(mode_t permissions) { return (permissions & ~070u) | (permissions & 007u) << 3; }
 
@@ -58,16 +75,18 @@ void TemporaryFile::removeStale(const std::string& name) const {
 
 /// @return 0, or the error; EEXIST where another name may do.
 int TemporaryFile::attempt(const std::string& name, mode_t mode) {
-  unfinished_.remember(target_.folder.get(), name);  // before it is there, or a signal in between leaves it
+  name_ = name;
+  const SignalsHeld held;  // one that ends the program would leave a file that is not remembered yet
   file_ = openAt(target_.folder.get(), name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
   if (!file_.isOpen()) return errno;
   // Until it is locked another program may take it for a stale one. Some file systems know no locks, and
   // there nothing counts as stale.
   if ((!lockAtOnce(file_) && errno == EWOULDBLOCK) || !isNameOf(file_, name)) return EEXIST;
-  name_ = name;
   isThere_ = true;
   lock_ = Descriptor(::fcntl(file_.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  return lock_.isOpen() ? 0 : errno;
+  if (!lock_.isOpen()) return errno;
+  unfinished_.remember(target_.folder.get(), lock_.get(), name);
+  return 0;
 }
 
 bool TemporaryFile::create(mode_t mode) {
@@ -78,7 +97,6 @@ bool TemporaryFile::create(mode_t mode) {
   // So many at once are hardly savers: somebody is in the way on purpose, and cannot guess this one.
   if (error == EEXIST)
     error = attempt(temporaryName(target_.name, std::uint64_t{std::random_device{}()} << 8), mode);
-  if (!isThere_) unfinished_.forget();
   errno = error;
   return error == 0;
 }

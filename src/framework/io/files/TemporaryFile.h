@@ -57,9 +57,9 @@ class TemporaryFile {
   const FilePlace& target_;
   std::string name_;
   bool isThere_ = false;
-  UnfinishedFile unfinished_;
   Descriptor file_{-1};
   Descriptor lock_{-1};  // the same open file: its lock holds until the target is replaced
+  UnfinishedFile unfinished_;
 };
 
 }  // namespace kr::zero::io::internal

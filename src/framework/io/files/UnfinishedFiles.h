@@ -16,8 +16,9 @@ class UnfinishedFile {
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
   /// Instead of the file before.
-  /// @param folder an open folder, which must stay open until the file is forgotten.
-  void remember(int folder, const std::string& name) noexcept;
+  /// @param folder the folder of the file.
+  /// @param file the file. Both must stay open until it is forgotten.
+  void remember(int folder, int file, const std::string& name) noexcept;
   void forget() noexcept;
 
  private:
