@@ -50,7 +50,7 @@ runner_of() {
 # sources_of <machine>: the library's. Windows has a way of its own to files.
 sources_of() {
   if [ "$1" = windows ]; then
-    find src -name '*.cpp' | grep -vE '^src/framework/io/files/(AtomicFile|Descriptor|UnfinishedFiles)\.cpp$' | sort
+    find src -name '*.cpp' | grep -vE '^src/framework/io/files/(AtomicFile|Descriptor|TemporaryFile|UnfinishedFiles)\.cpp$' | sort
   else
     find src -name '*.cpp' -not -path '*/windows/*' | sort
   fi

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -159,6 +160,14 @@ void countFiles(CLI::App& app, const std::vector<std::string>& words) {
   if (!hasOutput) app.get_subcommand("convert")->get_option("FILE")->expected(kFewest, kMost);
 }
 
+// Help and version are results.
+int writeAnswer(const CLI::App& app, const CLI::ParseError& question) {
+  std::ostringstream text;
+  const int code = app.exit(question, text, text);
+  writeOutput("-", text.str());
+  return code;
+}
+
 }  // namespace
 
 int performCall(int count, char** arguments) {
@@ -172,8 +181,7 @@ int performCall(int count, char** arguments) {
     app.parse(std::move(words));
     return exitDone;
   } catch (const CLI::ParseError& error) {
-    // Help and version are results.
-    if (error.get_exit_code() == 0) return app.exit(error);
+    if (error.get_exit_code() == 0) return writeAnswer(app, error);
     throw WrongCall(complaint(app, error) + " (see kr0 --help)");
   }
 }

@@ -32,6 +32,15 @@ void writeForReader(Write write) {
   }
 }
 
+// Opening a pipe waits for its writer.
+int openInput(const std::string& path) {
+  if (path == "-") return ::dup(STDIN_FILENO);
+  for (;;) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor >= 0 || errno != EINTR) return descriptor;
+  }
+}
+
 void writeStandardOutput(std::string_view bytes) {
   writeForReader([&] { io::writeToDescriptor(STDOUT_FILENO, bytes); });
 }
@@ -52,9 +61,7 @@ void failToRead(const std::string& name) {
   throw Error(ErrorCode::unreadable, {.file = name, .problem = io::unreadableFor(errno)});
 }
 
-InputFile::InputFile(const std::string& path)
-    : name_(inputName(path)),
-      descriptor_(path == "-" ? ::dup(STDIN_FILENO) : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+InputFile::InputFile(const std::string& path) : name_(inputName(path)), descriptor_(openInput(path)) {
   if (descriptor_ < 0) failToRead(name_);
 }
 

@@ -97,13 +97,11 @@ void draft(const MigrateOptions& options) {
   for (const std::string& name : drafted.unmatched) reasons += name + ": nothing like it found\n";
   const bool isFile = !options.draft.empty() && options.draft != "-";
   writeOutput(isFile ? options.draft : "-", toJson(drafted.map));
-  if (!isFile) {
-    std::cerr << reasons;
-    return;
-  }
-  TextOut out;
-  out << reasons;
-  out.flush();
+  std::string shown;
+  TextOut text = isFile ? TextOut() : TextOut(shown);
+  text << reasons;
+  text.flush();
+  if (!isFile) std::cerr << shown;
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Manner.h"
+#include "Visible.h"
 
 namespace kr::zero::tool {
 
@@ -49,7 +50,7 @@ void ProgressBar::startStep(std::string what) {
   sayStep(what);
   if (what.size() > kWidestName) what.replace(kWidestName / 2, what.size() - kWidestName, "...");
   const std::lock_guard lock(mutex_);
-  what_ = std::move(what);
+  what_ = asOneLine(what);
   begun_ = std::chrono::steady_clock::now();
   fraction_ = -1;
   elements_ = 0;

@@ -6,28 +6,46 @@ namespace kr::zero::tool {
 
 namespace {
 
-bool isAsciiControl(char character) {
-  return static_cast<unsigned char>(character) < ' ' || character == '\x7f';
+// A character that a terminal obeys instead of showing it: what it is, and how many bytes it has.
+struct Control {
+  unsigned number = 0;
+  std::size_t size = 0;  // 0: there is none
+};
+
+bool isBetween(unsigned number, unsigned low, unsigned high) { return low <= number && number <= high; }
+
+// Marks that turn the direction of what follows, so that a line reads as something that it is not.
+bool turnsDirection(unsigned number) {
+  return number == 0x061C || isBetween(number, 0x200E, 0x200F) || isBetween(number, 0x202A, 0x202E) ||
+         isBetween(number, 0x2066, 0x2069);
 }
 
-// The number of bytes of the control character that a text begins with; 0 where it begins with another.
-std::size_t controlAt(std::string_view text) {
-  if (isAsciiControl(text[0])) return 1;
-  const bool isHigh = text[0] == '\xC2' && text.size() > 1 && static_cast<unsigned char>(text[1]) < 0xA0;
-  return isHigh ? 2 : 0;
+// That which a text begins with, where it begins with one.
+Control controlAt(std::string_view text) {
+  const auto first = static_cast<unsigned char>(text[0]);
+  if (first < ' ' || first == 0x7F) return {first, 1};
+  // UTF-8 of two and of three bytes; no more and no others have any.
+  const std::size_t size = first == 0xC2 || first == 0xD8 ? 2 : first == 0xE2 ? 3 : 0;
+  if (size == 0 || size > text.size()) return {};
+  unsigned number = first & (size == 2 ? 0x1Fu : 0x0Fu);
+  for (std::size_t i = 1; i < size; ++i) {
+    const auto next = static_cast<unsigned char>(text[i]);
+    if ((next & 0xC0) != 0x80) return {};
+    number = number << 6 | (next & 0x3Fu);
+  }
+  return isBetween(number, 0x80, 0x9F) || turnsDirection(number) ? Control{number, size} : Control{};
 }
 
 bool hasControl(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i)
-    if (controlAt(text.substr(i)) != 0) return true;
+    if (controlAt(text.substr(i)).size != 0) return true;
   return false;
 }
 
-// In UTF-8 the last byte of these is the number of the character.
-void appendEscaped(std::string& out, char last) {
+void appendEscaped(std::string& out, unsigned number) {
   constexpr std::string_view kDigits = "0123456789abcdef";
-  const auto byte = static_cast<unsigned char>(last);
-  out.append("\\u00").append(1, kDigits[byte >> 4]).append(1, kDigits[byte & 15]);
+  out += "\\u";
+  for (int shift = 12; shift >= 0; shift -= 4) out += kDigits[number >> shift & 15];
 }
 
 }  // namespace
@@ -35,17 +53,20 @@ void appendEscaped(std::string& out, char last) {
 void appendVisible(std::string& out, std::string_view text) {
   std::size_t begin = 0;  // of what is not appended yet
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const std::size_t size = text[i] == '\n' ? 0 : controlAt(text.substr(i));
-    if (size == 0) continue;
+    const Control control = text[i] == '\n' ? Control{} : controlAt(text.substr(i));
+    if (control.size == 0) continue;
     out.append(text, begin, i - begin);
-    appendEscaped(out, text[i + size - 1]);
-    i += size - 1;
-    begin = i + 1;
+    appendEscaped(out, control.number);
+    begin = i + control.size;
+    i = begin - 1;
   }
   out.append(text, begin);
 }
 
-std::string inQuotes(std::string_view text) { return nlohmann::json(text).dump(); }
+// Names of files need be no text.
+std::string inQuotes(std::string_view text) {
+  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
 
 std::string asName(std::string_view name) {
   return name.empty() || hasControl(name) ? inQuotes(name) : std::string(name);
@@ -53,10 +74,10 @@ std::string asName(std::string_view name) {
 
 std::string asOneLine(std::string_view text) {
   std::string line;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const std::size_t size = controlAt(text.substr(i));
+  for (std::size_t i = 0; i < text.size();) {
+    const std::size_t size = controlAt(text.substr(i)).size;
     line += size == 0 ? text[i] : ' ';
-    if (size == 2) ++i;
+    i += size == 0 ? 1 : size;
   }
   return line;
 }

@@ -63,9 +63,9 @@ class TemporaryFolder {
 class NamelessFile {
  public:
   explicit NamelessFile(const fs::path& target) {
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    path_ = (folder / ".kr0-XXXXXX").string();
-    file_ = ::mkostemp(path_.data(), O_CLOEXEC);
+    open(target.has_parent_path() ? target.parent_path() : fs::path("."));
+    // That of open files (/dev/fd) takes no new ones.
+    if (file_ < 0) open(fs::temp_directory_path());
     if (file_ < 0) failToWrite(target, lastError());
   }
   NamelessFile(const NamelessFile&) = delete;
@@ -93,6 +93,11 @@ class NamelessFile {
   }
 
  private:
+  void open(const fs::path& folder) {
+    path_ = (folder / ".kr0-XXXXXX").string();
+    file_ = ::mkostemp(path_.data(), O_CLOEXEC);
+  }
+
   static constexpr std::size_t kCopied = std::size_t{1} << 20;
   std::string path_;
   int file_ = -1;

@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 #include "support/Paths.h"
 
@@ -17,8 +19,21 @@ namespace kr::zero::test {
 
 namespace {
 
+std::vector<char*> pointersTo(const std::vector<std::string>& words) {
+  std::vector<char*> pointers;
+  for (const std::string& word : words) pointers.push_back(const_cast<char*>(word.c_str()));
+  return pointers;
+}
+
+std::vector<char*> environmentWith(const std::vector<std::string>& variables) {
+  std::vector<char*> pointers = pointersTo(variables);
+  for (char** variable = environ; *variable != nullptr; ++variable) pointers.push_back(*variable);
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
 // Standard streams go through files: nothing can block, however much is written.
-Ended spawn(const std::vector<std::string>& command, const std::string& input) {
+Ended spawn(const std::vector<std::string>& command, const std::string& input, const Trouble& trouble = {}) {
   const std::string folder = freshFolder();
   const std::string in = folder + "/in", out = folder + "/out", err = folder + "/err";
   writeFile(in, input);
@@ -27,17 +42,29 @@ Ended spawn(const std::vector<std::string>& command, const std::string& input) {
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT, 0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT, 0600);
-  std::vector<char*> argv;
-  for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
+  std::vector<char*> argv = pointersTo(command);
   argv.push_back(nullptr);
   pid_t child = 0;
-  const int failed = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
+  const int failed = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(),
+                                  environmentWith(trouble.variables).data());
   posix_spawn_file_actions_destroy(&actions);
   if (failed != 0) throw std::runtime_error("cannot start " + command.front());
+  if (trouble.signal != 0) {
+    std::this_thread::sleep_for(trouble.moment);
+    kill(child, trouble.signal);  // nobody else has the number before it is waited for
+  }
   int status = 0;
   if (waitpid(child, &status, 0) != child) throw std::runtime_error("lost " + command.front());
   const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  return {code, readFile(out), readFile(err)};
+  Ended ended{code, readFile(out), readFile(err)};
+  std::filesystem::remove_all(folder);
+  return ended;
+}
+
+std::vector<std::string> callOf(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {KR0_TOOL};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return command;
 }
 
 std::string makeLibraryKrb() {
@@ -67,9 +94,23 @@ std::string makeChainEcore() {
 }  // namespace
 
 Ended kr0(const std::vector<std::string>& arguments, const std::string& input) {
-  std::vector<std::string> command = {KR0_TOOL};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  return spawn(command, input);
+  return spawn(callOf(arguments), input);
+}
+
+Ended kr0(const Trouble& trouble, const std::vector<std::string>& arguments) {
+  return spawn(callOf(arguments), {}, trouble);
+}
+
+std::vector<std::string> faults(const std::vector<std::string>& plan) {
+  if (isSanitized()) throw std::logic_error("no faults under a sanitizer");
+  std::vector<std::string> variables = {std::string("LD_PRELOAD=") + KR0_FAULTS};
+  for (const std::string& line : plan) variables.push_back("KR0_FAULT_" + line);
+  return variables;
+}
+
+int moments() {
+  const char* const wanted = std::getenv("KR0_MOMENTS");
+  return wanted == nullptr ? 10 : std::atoi(wanted);
 }
 
 Ended bash(const std::string& script, const std::vector<std::string>& arguments) {

@@ -2,6 +2,7 @@
 /// Runs the real tool and looks at what it leaves behind.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,22 @@ struct Ended {
 /// Runs kr0 with these arguments.
 /// @param input what standard input holds.
 Ended kr0(const std::vector<std::string>& arguments, const std::string& input = {});
+
+/// A run of kr0 in which something goes wrong.
+struct Trouble {
+  std::vector<std::string> variables = {};  ///< "NAME=value", beside those of this process
+  int signal = 0;                           ///< sent after `moment`, where it is not 0
+  std::chrono::microseconds moment{0};
+};
+Ended kr0(const Trouble& trouble, const std::vector<std::string>& arguments);
+
+/// The variables that make tests/faults/faults.cpp work, which tells them; "CALL=write" for
+/// KR0_FAULT_CALL=write.
+/// @throws std::logic_error where programs are sanitized, which take no such library before theirs.
+std::vector<std::string> faults(const std::vector<std::string>& plan);
+
+/// How often a test that takes moments by chance does so: 10, or what KR0_MOMENTS says.
+int moments();
 
 /// Runs a bash script in which $KR0 is the tool and $1, $2 ... are the arguments.
 Ended bash(const std::string& script, const std::vector<std::string>& arguments = {});

@@ -171,20 +171,6 @@ TEST(BadInput, AFailureLeavesTheOldOutputAsItWas) {
   EXPECT_EQ(filesIn(folder), std::vector<std::string>{"out.krb"});
 }
 
-TEST(BadInput, AnEndInTheMiddleLeavesTheOldFileOrTheNewOneAndNothingElse) {
-  const std::string
-      folder = freshFolder(),
-      script =
-          "for moment in 01 02 03 04 05 06 07 08 10 12 14 16 18 20 25 30 40 50; do echo old > $1/out.krb; "
-          "timeout -s $3 0.0$moment $KR0 convert $1/deep.xmi $1/out.krb -m $2; ls -A $1; head -c 3 "
-          "$1/out.krb; done";
-  writeFile(folder + "/deep.xmi", chainXmi(20'000));
-  for (const char* signal : {"INT", "TERM", "HUP"}) {
-    const Ended ended = bash(script, {folder, chainEcore(), signal});
-    EXPECT_THAT(ended.out, testing::MatchesRegex("(deep.xmi\nout.krb\n(old|\x01\x02k))+"));
-  }
-}
-
 TEST(BadInput, AnEndInTheMiddleLeavesNoHalfTables) {
   const std::string folder = freshFolder(), script =
                                                 "for moment in 01 02 04 06 08 10 15 20 30 40 60; do timeout "

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <limits.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -296,8 +297,9 @@ class WithoutPrivileges {
   WithoutPrivileges(const WithoutPrivileges&) = delete;
   WithoutPrivileges& operator=(const WithoutPrivileges&) = delete;
 
- private:
   static constexpr uid_t kNobody = 65534;
+
+ private:
   const bool wasRoot_ = geteuid() == 0;
 };
 
@@ -388,6 +390,106 @@ TEST_F(ModelFiles, AnOldFileKeepsItsOwnerWhereTheSaverMayGiveFilesAway) {
   EXPECT_EQ(status.st_gid, 65534u);
 }
 
+// The owner's group is none of the saver's: what was for it alone must not be open to another one.
+TEST_F(ModelFiles, AFileThatCannotKeepItsGroupIsOpenToNoOtherOne) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root makes files of groups that it is not in";
+  openToAll(folder, 0777);
+  test::writeFile(path, "old");
+  ASSERT_EQ(chown(path.c_str(), WithoutPrivileges::kNobody, 12345), 0);
+  ASSERT_EQ(chmod(path.c_str(), 0664), 0);
+  {
+    const WithoutPrivileges here;
+    save(path);
+  }
+  EXPECT_EQ(test::readFile(path), "the document");
+  EXPECT_EQ(permissionsOf(path), 0644u);
+}
+
+// Somebody who may write to the folder puts links where the temporary files go.
+TEST_F(ModelFiles, ALinkInThePlaceOfATemporaryFileIsNotFollowed) {
+  test::writeFile(at("victim"), "kept");
+  std::string name;
+  {
+    AtomicFile file(path);
+    name = names().front();
+  }
+  ASSERT_TRUE(name.starts_with(".kr0-")) << name;
+  fs::create_symlink("victim", at(name));
+  save(path);
+  EXPECT_EQ(test::readFile(path), "the document");
+  EXPECT_EQ(test::readFile(at("victim")), "kept");
+  EXPECT_EQ(names(), (Names{name, "model.krb", "victim"}));
+}
+
+TEST_F(ModelFiles, AFileInTheMakingIsForItsOwnerAlone) {
+  test::writeFile(path, "old");
+  ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+  const AtomicFile file(path);
+  EXPECT_EQ(permissionsOf(at(names().front())), 0600u);
+}
+
+/// Begins to save a file in another process, and kills it.
+void beKilledWhileSaving(const std::string& path) {
+  int told[2];
+  ASSERT_EQ(pipe(told), 0);
+  const pid_t other = fork();
+  if (other == 0) {
+    AtomicFile file(path);
+    file.write("half of");
+    (void)!write(told[1], "x", 1);
+    for (;;) pause();
+  }
+  char mark = 0;
+  ASSERT_EQ(read(told[0], &mark, 1), 1);
+  close(told[0]);
+  close(told[1]);
+  kill(other, SIGKILL);
+  waitpid(other, nullptr, 0);
+}
+
+TEST_F(ModelFiles, WhatKilledProgramsLeftIsRemovedByTheNextSaveOfTheSameFile) {
+  test::writeFile(path, "old");
+  beKilledWhileSaving(path);
+  const Names left = names();
+  ASSERT_EQ(left.size(), 2u);
+  EXPECT_EQ(test::readFile(path), "old");
+  save(at("other"));
+  EXPECT_EQ(names(), (Names{left[0], "model.krb", "other"})) << "another file's is not its business";
+  AtomicFile begun(path);  // takes the place of the one that was left
+  EXPECT_EQ(names(), (Names{left[0], "model.krb", "other"}));
+  save(path);
+  EXPECT_EQ(names(), (Names{left[0], "model.krb", "other"})) << "and one that is being written stays";
+  begun.write("finished");
+  begun.commit();
+  EXPECT_EQ(test::readFile(path), "finished");
+  EXPECT_EQ(names(), (Names{"model.krb", "other"}));
+}
+
+TEST_F(ModelFiles, MoreSavesOfAFileAtOnceThanItHasTemporaryNamesEndWell) {
+  std::vector<std::unique_ptr<AtomicFile>> begun;
+  for (int i = 0; i < 20; ++i) begun.push_back(std::make_unique<AtomicFile>(path));
+  EXPECT_EQ(names().size(), 20u);
+  for (const auto& file : begun) file->commit();
+  begun.clear();
+  EXPECT_EQ(names(), Names{"model.krb"});
+}
+
+// Where the host has closed its standard streams, what it prints later must not end up in the file.
+TEST_F(ModelFiles, NoFileTakesTheNumberOfAStandardStream) {
+  const int kept = dup(STDOUT_FILENO);
+  close(STDOUT_FILENO);
+  {
+    AtomicFile file(path);
+    (void)!write(STDOUT_FILENO, "printed", 7);
+    file.write("the document");
+    (void)!write(STDOUT_FILENO, "printed", 7);
+    file.commit();
+  }
+  dup2(kept, STDOUT_FILENO);
+  close(kept);
+  EXPECT_EQ(test::readFile(path), "the document");
+}
+
 TEST_F(ModelFiles, ALinkStaysALinkAndItsTargetIsReplaced) {
   fs::create_directory(at("far"));
   test::writeFile(at("far/target.krb"), "old");
@@ -418,6 +520,41 @@ TEST_F(ModelFiles, ANameAsLongAsNamesMayBeIsSaved) {
   const std::string longest = at(std::string(255, 'n'));
   save(longest);
   EXPECT_EQ(test::readFile(longest), "the document");
+}
+
+// The temporary file has a longer name than the target, and its folder one that leaves no room for that.
+TEST_F(ModelFiles, APathAsLongAsPathsMayBeIsSavedAndLoaded) {
+  constexpr std::size_t kLongest = PATH_MAX - 1;
+  std::string longest = folder;
+  while (kLongest - longest.size() > 257) longest += "/" + std::string(200, 'f');
+  longest += "/" + std::string(kLongest - longest.size() - 3, 'f');
+  fs::create_directories(longest);
+  longest += "/n";
+  ASSERT_EQ(longest.size(), kLongest);
+  save(longest);
+  EXPECT_EQ(test::readFile(longest), "the document");
+  EXPECT_EQ(loadModel(longest, meta::MetaRegistry::instance(), kFormat).size(), 0u);
+  EXPECT_NE(failureOf([&] { save(longest + "n"); }).find("File name too long"), std::string::npos);
+}
+
+TEST_F(ModelFiles, AFileThatWasBegunInAFolderIsPutThereWhereverTheProgramGoes) {
+  const fs::path before = fs::current_path();
+  fs::create_directory(at("other"));
+  fs::current_path(folder);
+  AtomicFile file("model.krb");
+  file.write("the document");
+  fs::current_path(at("other"));
+  file.commit();
+  fs::current_path(before);
+  EXPECT_EQ(names(), (Names{"model.krb", "other"}));
+}
+
+TEST_F(ModelFiles, AnotherNameOfAnOldFileKeepsTheOldContent) {
+  test::writeFile(path, "old");
+  fs::create_hard_link(path, at("other"));
+  save(path);
+  EXPECT_EQ(test::readFile(path), "the document");
+  EXPECT_EQ(test::readFile(at("other")), "old");
 }
 
 TEST_F(ModelFiles, ANameThatIsTooLongLeavesNothing) {
@@ -528,6 +665,22 @@ TEST_F(ModelFiles, AFileThatMayNotGrowLeavesTheOldOne) {
   EXPECT_EQ(names(), Names{"model.krb"});
 }
 
+TEST_F(ModelFiles, AWriteThatFailsAtAnyByteLeavesTheOldFile) {
+  test::writeFile(path, "kept");
+  script.content = std::string(200, 'x');
+  for (const ustring& format : {kFormat, kStreamFormat})
+    for (rlim_t size = 0; size < script.content.size(); ++size) {
+      std::string failure;
+      {
+        const FileSizeLimit limit(size);
+        failure = failureOf([&] { save(path, format); });
+      }
+      ASSERT_EQ(failure, path + ": cannot be written, File too large") << size;
+      ASSERT_EQ(test::readFile(path), "kept") << size;
+      ASSERT_EQ(names(), Names{"model.krb"}) << size;
+    }
+}
+
 TEST_F(ModelFiles, AFileThatMayNotGrowLeavesNothingWhereNothingWas) {
   outputScript.content = std::string(100000, 'x');
   std::string failure;
@@ -590,7 +743,7 @@ class OpenFile {
   int get() const { return number_; }
   std::vector<std::string> names() const {
     const std::string digits = std::to_string(number_);
-    return {"/dev/fd/" + digits, "/proc/self/fd/" + digits,
+    return {"/dev/fd/" + digits, "/proc/self/fd/" + digits, "/proc/thread-self/fd/" + digits,
             "/proc/" + std::to_string(getpid()) + "/fd/" + digits};
   }
   std::string content() const {
@@ -609,7 +762,7 @@ TEST_F(ModelFiles, AnOpenFileIsAppendedToWhereItWasOpenedSo) {
   test::writeFile(path, "kept, ");
   const OpenFile file(path, O_RDWR | O_APPEND);
   for (const std::string& name : file.names()) save(name);
-  EXPECT_EQ(test::readFile(path), "kept, the documentthe documentthe document");
+  EXPECT_EQ(test::readFile(path), "kept, the documentthe documentthe documentthe document");
   EXPECT_EQ(names(), Names{"model.krb"});
 }
 
@@ -800,6 +953,16 @@ TEST_F(ModelFiles, WhatIsUnfinishedIsRemovedOnDemandAndNothingElse) {
   EXPECT_EQ(test::readFile(at("a")), "finished");
 }
 
+// It may be of another program, where ours was taken away.
+TEST_F(ModelFiles, AFileThatHasTheNameOfAnUnfinishedOneStays) {
+  const AtomicFile begun(path);
+  const std::string name = at(names().front());
+  fs::rename(name, at("ours"));
+  test::writeFile(name, "another's");
+  removeUnfinishedFiles();
+  EXPECT_EQ(test::readFile(name), "another's");
+}
+
 // While one thread saves two documents in turn, others never see anything but one of the two.
 TEST_F(ModelFiles, ReadersSeeTheOldOrTheNewDocumentOnly) {
   const std::string a(50000, 'a');
@@ -875,6 +1038,22 @@ TEST_F(ModelFiles, WhatTheParserRaisesIsNestedInAnErrorWithItsPlace) {
     EXPECT_EQ(error.getDetails().found, "x");
     EXPECT_THROW(std::rethrow_if_nested(error), ValueError);
   }
+}
+
+TEST_F(ModelFiles, AFileThatMayNotBeReadIsNamedWithTheReason) {
+  openToAll(folder, 0755);
+  test::writeFile(path, "x");
+  ASSERT_EQ(chmod(path.c_str(), 0), 0);
+  const WithoutPrivileges here;
+  expectError(ErrorCode::unreadable, "cannot be read, Permission denied", [&] { load(path); });
+}
+
+TEST_F(ModelFiles, APipeIsReadFrom) {
+  ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
+  std::thread writer([&] { test::writeFile(at("pipe"), "some bytes"); });
+  EXPECT_EQ(load(at("pipe")).size(), 0u);
+  writer.join();
+  EXPECT_EQ(script.parsedBytes, "some bytes");
 }
 
 TEST_F(ModelFiles, AFileThatCannotBeReadIsNamedWithTheReason) {

@@ -1,9 +1,9 @@
 #include "io/files/Descriptor.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
-#include <utility>
 
 namespace kr::zero::io::internal {
 
@@ -38,6 +38,15 @@ bool Descriptor::synchronise() {
   return retryInterrupted([this] { return ::fsync(number_); }) == 0;
 }
 
-bool Descriptor::close() { return ::close(std::exchange(number_, -1)) == 0; }
+// A signal that comes between has let it be closed all the same.
+bool Descriptor::close() { return ::close(std::exchange(number_, -1)) == 0 || errno == EINTR; }
+
+// Where a standard stream is closed its number is free, and whoever then writes to the stream must not write
+// into our file.
+Descriptor openAt(int folder, const std::string& path, int flags, unsigned mode) {
+  Descriptor file(retryInterrupted([&] { return ::openat(folder, path.c_str(), flags | O_CLOEXEC, mode); }));
+  if (!file.isOpen() || file.get() > STDERR_FILENO) return file;
+  return Descriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
 
 }  // namespace kr::zero::io::internal

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kr::zero::io::internal {
 
@@ -26,8 +27,12 @@ class Descriptor {
   /// @param number negative for one that could not be opened.
   explicit Descriptor(int number) : number_(number) {}
   ~Descriptor();
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  /// What was open here is closed with `other`.
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
 
   bool isOpen() const { return number_ >= 0; }
   int get() const { return number_; }
@@ -39,5 +44,9 @@ class Descriptor {
  private:
   int number_;
 };
+
+/// Opens a path, from an open folder where it is a relative one, with O_CLOEXEC.
+/// @param folder AT_FDCWD: the current one.
+Descriptor openAt(int folder, const std::string& path, int flags, unsigned mode = 0);
 
 }  // namespace kr::zero::io::internal

@@ -1,6 +1,7 @@
 #include "io/files/UnfinishedFiles.h"
 
-#include <limits.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,23 +17,36 @@ namespace {
 // whether its name is whole.
 enum State : int { kFree, kTaken, kNamed };
 
+constexpr std::size_t kNameBytes = 64;
+
 struct Place {
   std::atomic<int> state{kFree};
-  char path[PATH_MAX];
+  int folder = -1;
+  int file = -1;
+  char name[kNameBytes];
 };
 
 constexpr int kPlaces = 64;
 Place places[kPlaces];
 
+// Once a file has another name, or was removed, its name may be that of somebody else's.
+bool isNameOfFile(const Place& place) noexcept {
+  struct stat named, open;
+  return ::fstatat(place.folder, place.name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+         ::fstat(place.file, &open) == 0 && named.st_dev == open.st_dev && named.st_ino == open.st_ino;
+}
+
 }  // namespace
 
-void internal::UnfinishedFile::remember(const std::string& path) noexcept {
+void internal::UnfinishedFile::remember(int folder, int file, const std::string& name) noexcept {
   forget();
-  if (path.size() >= PATH_MAX) return;
+  if (name.size() >= kNameBytes) return;
   for (int i = 0; i < kPlaces; ++i) {
     int expected = kFree;
     if (!places[i].state.compare_exchange_strong(expected, kTaken)) continue;
-    *std::copy(path.begin(), path.end(), places[i].path) = '\0';
+    places[i].folder = folder;
+    places[i].file = file;
+    *std::copy(name.begin(), name.end(), places[i].name) = '\0';
     places[i].state = kNamed;
     place_ = i;
     return;
@@ -47,7 +61,7 @@ void internal::UnfinishedFile::forget() noexcept {
 
 void removeUnfinishedFiles() noexcept {
   for (const Place& place : places)
-    if (place.state == kNamed) ::unlink(place.path);
+    if (place.state == kNamed && isNameOfFile(place)) ::unlinkat(place.folder, place.name, 0);
 }
 
 }  // namespace kr::zero::io

@@ -6,8 +6,8 @@
 
 namespace kr::zero::io::internal {
 
-/// Keeps a path in the list while it lives. Of very many at once, and of longer paths than the system takes,
-/// some are not in it; they are written all the same.
+/// Keeps a file in the list while it lives. Of very many at once, and of longer names than temporary files
+/// have, some are not in it; they are written all the same.
 class UnfinishedFile {
  public:
   UnfinishedFile() = default;
@@ -15,8 +15,10 @@ class UnfinishedFile {
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
-  /// Instead of the path before.
-  void remember(const std::string& path) noexcept;
+  /// Instead of the file before.
+  /// @param folder the folder of the file.
+  /// @param file the file. Both must stay open until it is forgotten.
+  void remember(int folder, int file, const std::string& name) noexcept;
   void forget() noexcept;
 
  private:

@@ -16,7 +16,7 @@
 
 #include "io/files/Descriptor.h"
 #include "io/files/IoFailure.h"
-#include "io/files/UnfinishedFiles.h"
+#include "io/files/windows/UnfinishedPath.h"
 #include "kr/zero/io/ModelFile.h"
 
 namespace kr::zero::io {
@@ -135,8 +135,7 @@ class TemporaryFile {
   int create(const fs::path& target) {
     for (int i = 0; i < kNameAttempts; ++i) {
       path_ = target.parent_path() / temporaryName();
-      unfinished_.remember(
-          path_.string());  // before it is there, or what ends the program in between leaves it
+      unfinished_.remember(path_);  // before it is there, or what ends the program in between leaves it
       Handle file(path_, GENERIC_WRITE, CREATE_NEW);
       const int descriptor = file.release();
       waiting_ = descriptor >= 0;
@@ -149,7 +148,7 @@ class TemporaryFile {
 
   fs::path path_;
   bool waiting_ = false;
-  internal::UnfinishedFile unfinished_;
+  internal::UnfinishedPath unfinished_;
   Descriptor file_;
 };
 

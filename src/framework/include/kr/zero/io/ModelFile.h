@@ -47,16 +47,16 @@ struct LoadOptions {
 };
 
 ///@{
-/// Writes a model to a file, all or nothing: to memory first, then to a temporary file beside the
-/// target, synchronised to the disk, then renamed. A save that fails leaves the old file as it was and
-/// no temporary file behind. An old file keeps its permissions and, where the system lets it, its owner;
-/// a read-only one is not replaced; a symbolic link stays and what it points at is replaced. A device or
-/// a pipe is written to as it stands, and so is an open file that is named by its descriptor (/dev/stdout,
-/// /dev/fd/N, /proc/self/fd/N): where it stands, and at its end where it was opened for appending. A program
-/// whose pipes may lose their reader should ignore SIGPIPE.
-/// Where only the folder could not be synchronised after the renaming, the failure says so: the new file
-/// is then in place. A program that sets a limit to its file sizes should ignore SIGXFSZ, as the signal
-/// ends it before a failure can be reported.
+/// Writes a model to a file, all or nothing: to memory first, then to a temporary file beside the target,
+/// synchronised to the disk, then renamed. A save that fails leaves the old file and no temporary file; one
+/// of a killed program is removed by the next save of the same file. An old file keeps its permissions and,
+/// where the system lets it, owner and group, but no other attributes; its other names (hard links) keep the
+/// old content. A read-only one is not replaced; a symbolic link stays and what it leads to is replaced. A
+/// device or pipe is written to as it stands, and so is an open file by its descriptor (/dev/stdout,
+/// /dev/fd/N, /proc/self/fd/N): where it stands, or at its end where it was opened for appending. A program
+/// whose pipes may lose their reader should ignore SIGPIPE. Where only the folder could not be synchronised,
+/// the failure says so: the new file is in place. A program with a limit to its file sizes should ignore
+/// SIGXFSZ, which ends it before a failure is told.
 KR0_FRAMEWORK_API void saveModel(const Model& model, const std::filesystem::path& path,
                                  const SaveOptions& options = {});
 KR0_FRAMEWORK_API void saveModel(const Model& model, const std::filesystem::path& path,

@@ -1,11 +1,10 @@
 // The way of Windows: what ends a program is told to it in a thread of its own, so a lock is all that it
 // takes.
-#include "io/files/UnfinishedFiles.h"
+#include "io/files/windows/UnfinishedPath.h"
 
 #include <windows.h>
 
 #include <array>
-#include <filesystem>
 #include <mutex>
 
 #include "kr/zero/io/AtomicFile.h"
@@ -27,20 +26,20 @@ Places& places() {
 
 }  // namespace
 
-void internal::UnfinishedFile::remember(const std::string& path) noexcept try {
+void internal::UnfinishedPath::remember(const std::filesystem::path& path) noexcept try {
   forget();
   Places& known = places();
   const std::lock_guard lock(known.mutex);
   for (std::size_t i = 0; i < known.paths.size(); ++i) {
     if (!known.paths[i].empty()) continue;
-    known.paths[i] = std::filesystem::path(std::u8string(path.begin(), path.end()));
+    known.paths[i] = path;
     place_ = static_cast<int>(i);
     return;
   }
 } catch (...) {  // it is written all the same
 }
 
-void internal::UnfinishedFile::forget() noexcept {
+void internal::UnfinishedPath::forget() noexcept {
   if (place_ < 0) return;
   Places& known = places();
   const std::lock_guard lock(known.mutex);
