@@ -31,7 +31,16 @@ bool isXmiId(const std::optional<Identity>& identity) { return identity && ident
 
 }  // namespace
 
-Addresses::Addresses(const Model& model, ClassTables& tables) : tables_(tables) { visitRoots(model); }
+bool isOwnId(std::string_view id) {
+  if (id.substr(0, kOwnIdStart.size()) != kOwnIdStart) return false;
+  id.remove_prefix(kOwnIdStart.size());
+  return !id.empty() && id.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+Addresses::Addresses(const Model& model, ClassTables& tables) : tables_(tables) {
+  visitRoots(model);
+  if (deepest_ > kMostSteps) nameDeepTargets(model);
+}
 
 void Addresses::visitRoots(const Model& model) {
   std::vector<ConstElement> waiting = model.getRoots();
@@ -51,6 +60,8 @@ void Addresses::visitChildren(ConstElement container, std::vector<ConstElement>&
   const bool byName = tables_.of(container.getType()).isPathByName();
   std::unordered_map<std::string_view, std::uint32_t, TextHash> names;
   const std::vector<ConstElement> children = container.getChildren();
+  const std::uint32_t depth = placeOf(container).depth + 1;
+  if (!children.empty()) deepest_ = std::max(deepest_, depth);
   meta::Property property;
   std::uint32_t position = 0;
   for (const ConstElement child : children) {
@@ -58,6 +69,7 @@ void Addresses::visitChildren(ConstElement container, std::vector<ConstElement>&
     property = child.getContainingProperty();
     Place& place = placeOf(child);
     place.position = position;
+    place.depth = depth;
     const Feature* name = byName ? tables_.of(child.getType()).nameFeature() : nullptr;
     if (name != nullptr) place.sameNames = names[child.getText(name->property)]++;
   }
@@ -83,22 +95,63 @@ Addresses::Place& Addresses::placeOf(ConstElement element) {
   return places_[index];
 }
 
-void Addresses::append(std::string& out, ConstElement target) {
-  if (!appendId(out, target)) appendPath(out, target);
+void Addresses::nameDeepTargets(const Model& model) {
+  std::vector<ConstElement> waiting = model.getRoots();
+  std::reverse(waiting.begin(), waiting.end());
+  while (!waiting.empty()) {
+    const ConstElement element = waiting.back();
+    waiting.pop_back();
+    nameTargetsOf(element);
+    const std::vector<ConstElement> children = element.getChildren();
+    waiting.insert(waiting.end(), children.rbegin(), children.rend());
+  }
 }
 
-bool Addresses::appendId(std::string& out, ConstElement target) {
-  std::string id;
-  if (const auto identity = target.getIdentity(); isXmiId(identity)) {
-    id = identity->second;
-  } else if (const Feature* identifier = tables_.of(target.getType()).identifier();
-             identifier != nullptr && target.getState(identifier->property) == PropertyState::value) {
-    id = target.getTextForm(identifier->property);
+void Addresses::nameTargetsOf(ConstElement element) {
+  for (const Feature& feature : tables_.of(element.getType()).features()) {
+    if (!feature.isReference() || element.getState(feature.property) != PropertyState::value) continue;
+    const std::size_t size = element.size(feature.property);
+    for (std::size_t i = 0; i < size; ++i)
+      if (const ConstElement target = element.getReference(feature.property, i)) giveOwnId(target);
   }
+}
+
+void Addresses::giveOwnId(ConstElement target) {
+  Place& place = placeOf(target);
+  if (place.depth <= kMostSteps || place.ownId != 0) return;
+  if (isXmiId(target.getIdentity()) || isUnique(idOf(target))) return;
+  do ++lastOwnId_;
+  while (idUses_.contains(join(kOwnIdStart, std::to_string(lastOwnId_))));
+  place.ownId = lastOwnId_;
+}
+
+std::string Addresses::ownIdOf(ConstElement element) const {
+  const std::size_t index = element.getIndex();
+  if (lastOwnId_ == 0 || index >= places_.size() || places_[index].ownId == 0) return {};
+  return join(kOwnIdStart, std::to_string(places_[index].ownId));
+}
+
+void Addresses::append(std::string& out, ConstElement target) {
+  if (const std::string id = idOf(target); isUnique(id))
+    out.append(id);
+  else if (const std::string own = ownIdOf(target); !own.empty())
+    out.append(own);
+  else
+    appendPath(out, target);
+}
+
+/// The id by which the model knows an element; it may be none that can be used.
+std::string Addresses::idOf(ConstElement target) const {
+  if (const auto identity = target.getIdentity(); isXmiId(identity)) return std::string(identity->second);
+  if (const Feature* identifier = tables_.of(target.getType()).identifier();
+      identifier != nullptr && target.getState(identifier->property) == PropertyState::value)
+    return target.getTextForm(identifier->property);
+  return {};
+}
+
+bool Addresses::isUnique(const std::string& id) const {
   const auto uses = idUses_.find(id);
-  if (uses == idUses_.end() || uses->second != 1 || !isUsableId(id)) return false;
-  out.append(id);
-  return true;
+  return uses != idUses_.end() && uses->second == 1 && isUsableId(id);
 }
 
 void Addresses::appendPath(std::string& out, ConstElement target) {
@@ -106,7 +159,15 @@ void Addresses::appendPath(std::string& out, ConstElement target) {
   for (ConstElement element = target; element; element = element.getContainer()) steps_.push_back(element);
   out.push_back('/');
   if (rootCount_ > 1) out.append(std::to_string(placeOf(steps_.back()).position));
+  const std::size_t start = out.size();
   for (std::size_t i = steps_.size() - 1; i-- > 0;) appendStep(out, steps_[i]);
+  if (steps_.size() <= kMostSteps) return;
+  longPathBytes_ += out.size() - start;
+  if (longPathBytes_ > kMostPathBytes)
+    failToExpress(target.getPath(),
+                  join("references lead to elements as deep as this one by paths, since their "
+                       "ids cannot stand in references: these paths would be more than ",
+                       std::to_string(kMostPathBytes), " bytes long"));
 }
 
 void Addresses::appendStep(std::string& out, ConstElement element) {

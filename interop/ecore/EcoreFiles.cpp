@@ -68,6 +68,7 @@ void EcoreFiles::add(fs::path place, const std::string& name, std::string bytes)
   const XmlDocument document(file.text, name);
   file.content = readContent(document, ecoreSchema(), {.onProblem = options_.onProblem});
   files_.push_back(std::move(file));
+  filesByUri_.clear();
 }
 
 // --- What the files refer to
@@ -176,7 +177,11 @@ EcorePackage EcoreFiles::describe(std::size_t file, Element element, std::size_t
   const std::string name(element.getText("name"));
   if (name.empty()) fail(file, element, "a package has no name");
   const std::string around = parent == kNowhere ? "" : packages_[parent].qualifiedName + ".";
-  return {file, element, parent, std::string(element.getText("nsURI")), around + name};
+  EcorePackage package{file, element, parent, std::string(element.getText("nsURI")), around + name};
+  if (package.qualifiedName.size() > kLongestName)
+    fail(file, element, tooLong("the name of a package, with those around it,"));
+  if (package.uri.size() > kLongestName) fail(file, element, tooLong("the URI of a package"));
+  return package;
 }
 
 EcoreTarget EcoreFiles::follow(std::size_t file, ConstElement source, const char* property,
@@ -244,17 +249,24 @@ EcoreTarget EcoreFiles::findInPackage(std::string_view uri, std::string_view fra
 
 EcoreTarget EcoreFiles::findInRegistry(std::string_view uri, std::string_view fragment) const {
   EcoreTarget target;
-  if (!registry_.hasPackage(uri)) return target;
-  const std::string name = lastSegment(fragment);
-  for (const meta::PackageInfo& package : registry_.getPackages()) {
-    if (package.uri != uri) continue;
-    for (const meta::Type type : package.types)
-      if (type->name() == name) target.known = type;
-  }
+  const auto package = registry_.findPackageName(uri);
+  if (!package) return target;
+  const std::string name = join(*package, ".", lastSegment(fragment));
+  meta::Type type = registry_.findType(std::string_view(name));
+  if (type && type->packageUri() != uri)  // packages may share a name
+    type = registry_.findType(type->getQualifiedName(), {toUstring(std::string(uri))});
+  if (type && type->packageUri() == uri) target.known = type;
   return target;
 }
 
 std::size_t EcoreFiles::findFile(std::size_t from, std::string_view uri) const {
+  TextMap<std::size_t>& known = filesByUri_[from];
+  const auto [entry, isNew] = known.try_emplace(std::string(uri), kNowhere);
+  if (isNew) entry->second = lookForFile(from, uri);
+  return entry->second;
+}
+
+std::size_t EcoreFiles::lookForFile(std::size_t from, std::string_view uri) const {
   const std::string decoded = percentDecoded(uri.substr(0, uri.find('?')));
   const std::u8string path(decoded.begin(), decoded.end());
   if (!hasScheme(uri)) {

@@ -17,6 +17,16 @@ namespace kr::zero::ecore {
 
 inline constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 
+/// Most bytes of the URI of a package, of its name or that of a classifier with those of the packages around,
+/// and of the name of a literal. Each is kept with everything that it names, so a long one would cost many
+/// times its length.
+inline constexpr std::size_t kLongestName = 1024;
+
+/// "the name of a literal is longer than 1024 bytes"
+inline std::string tooLong(std::string_view what) {
+  return std::string(what).append(" is longer than ").append(std::to_string(kLongestName)).append(" bytes");
+}
+
 /// Ecore described in its own terms, in a registry of its own, so that .ecore files are read like any other
 /// document. Annotations' contents and references are left out: they may hold anything, and a meta model does
 /// not depend on them.
@@ -105,12 +115,15 @@ class EcoreFiles {
   EcoreTarget findInRegistry(std::string_view uri, std::string_view fragment) const;
   /// The file that a URI of the file `from` means, or kNowhere.
   std::size_t findFile(std::size_t from, std::string_view uri) const;
+  std::size_t lookForFile(std::size_t from, std::string_view uri) const;
 
   const meta::MetaRegistry& registry_;
   const MetaModelOptions& options_;
   std::vector<File> files_;
   std::vector<EcorePackage> packages_;
   TextMap<std::size_t> packageByUri_;
+  /// What URIs of a file meant when they were asked for last; forgotten with each file that comes.
+  mutable std::unordered_map<std::size_t, TextMap<std::size_t>> filesByUri_;
 };
 
 }  // namespace kr::zero::ecore

@@ -1,7 +1,6 @@
 #include "EcoreImport.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 #include "Errors.h"
 #include "Namespaces.h"
@@ -87,6 +86,8 @@ void EcoreImport::collectClassifier(std::size_t package, ConstElement element) {
   made.definition.name = element.getText("name");
   if (made.definition.name.empty()) files_.fail(around.file, element, "a classifier has no name");
   made.qualifiedName = around.qualifiedName + "." + made.definition.name;
+  if (made.qualifiedName.size() > kLongestName)
+    files_.fail(around.file, element, tooLong("the name of a classifier, with its packages,"));
   made.xmlName = annotatedName(element);
   const bool isEcore = around.uri == kEcoreNamespace;
   if (isOf(element, "EClass")) {
@@ -190,8 +191,8 @@ TypeUse EcoreImport::erasure(std::size_t file, ConstElement generic, bool ofRefe
       const EcoreTarget parameter = files_.follow(file, generic, "eTypeParameter");
       if (!parameter.element) files_.fail(file, generic, "its type parameter is in none of the given files");
       file = parameter.file;
-      const std::vector<ConstElement> bounds = childrenOf(parameter.element, "eBounds");
-      generic = bounds.empty() ? ConstElement() : bounds.front();
+      generic = parameter.element.size("eBounds") == 0 ? ConstElement()
+                                                       : parameter.element.getElement("eBounds", 0);
     } else {
       generic = generic.getElement("eUpperBound");
     }
@@ -215,23 +216,30 @@ void EcoreImport::importEnumeration(Classifier& classifier) {
     classifier.definition.literals.push_back({std::string(literal.getText("name")),
                                               std::string(literal.getText("literal")),
                                               static_cast<std::int32_t>(literal.getInteger("value"))});
+  const std::vector<meta::EnumLiteral>& literals = classifier.definition.literals;
+  for (std::size_t i = 0; i < literals.size(); ++i) {
+    if (literals[i].name.size() > kLongestName)
+      files_.fail(fileOf(classifier), classifier.element, tooLong("the name of a literal"));
+    classifier.literalsByText.emplace(literals[i].text.empty() ? literals[i].name : literals[i].text, i);
+  }
 }
 
 void EcoreImport::importSupertypes(Classifier& classifier) {
   if (!isStructured(classifier)) return;
   const std::size_t file = fileOf(classifier);
   const ConstElement element = classifier.element;
+  TextSet seen;
   if (classifier.definition.kind == Kind::datatype && element.size("eSuperTypes") != 0)
     files_.fail(file, element, join("datatype ", classifier.qualifiedName, " has a supertype"));
   for (std::size_t i = 0; i < element.size("eSuperTypes"); ++i)
     attempt(
         [&] {
           addSupertype(classifier, use(file, element, files_.follow(file, element, "eSuperTypes", i)),
-                       element);
+                       element, seen);
         },
         join("class ", classifier.qualifiedName, " goes without this supertype"));
   for (const ConstElement generic : childrenOf(element, "eGenericSuperTypes"))
-    attempt([&] { addSupertype(classifier, erasure(file, generic, true), generic); },
+    attempt([&] { addSupertype(classifier, erasure(file, generic, true), generic, seen); },
             join("class ", classifier.qualifiedName, " goes without this supertype"));
 }
 
@@ -278,14 +286,15 @@ EcoreTarget EcoreImport::oppositeOf(const Classifier& classifier, ConstElement f
   }
 }
 
-void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source) {
+/// @param seen names of the supertypes that the class has already.
+void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source,
+                               TextSet& seen) {
   if (!type.isClass)
     files_.fail(
         fileOf(classifier), source,
         join("class ", classifier.qualifiedName, " has the supertype ", type.name, ", which is no class"));
-  std::vector<std::string>& names = classifier.definition.supertypes;
-  if (std::find(names.begin(), names.end(), type.name) != names.end()) return;
-  names.push_back(type.name);
+  if (!seen.insert(type.name).second) return;
+  classifier.definition.supertypes.push_back(type.name);
   if (type.classifier != kNowhere) classifier.supertypes.push_back(type.classifier);
 }
 
@@ -295,17 +304,36 @@ void EcoreImport::importClassifier(Classifier& classifier) {
     if (!lostFeatures_.contains({fileOf(classifier), feature.getIndex()})) importFeature(classifier, feature);
 }
 
-bool EcoreImport::inherits(std::size_t classifier, std::size_t ancestor) const {
-  std::vector<std::size_t> waiting{classifier};
-  std::unordered_set<std::size_t> seen{classifier};
-  while (!waiting.empty()) {
-    const std::size_t next = waiting.back();
-    waiting.pop_back();
-    if (next == ancestor) return true;
-    for (const std::size_t supertype : classifiers_[next].supertypes)
-      if (seen.insert(supertype).second) waiting.push_back(supertype);
+/// Whether a class is another one or inherits from it.
+/// @param asking a class whose feature wants to know.
+bool EcoreImport::inherits(std::size_t classifier, std::size_t ancestor, const Classifier& asking) {
+  if (classifier == ancestor) return true;
+  if (heir_ != classifier) findAncestors(classifier, asking);
+  return isAncestor_[ancestor];
+}
+
+/// Notes all that a class inherits from. Features of one class ask about few others, one behind the other.
+void EcoreImport::findAncestors(std::size_t classifier, const Classifier& asking) {
+  // Far above what meta models have, for the many that could be asked about in turn, each with many above it.
+  constexpr std::size_t kMostAncestors = std::size_t{1} << 26;
+  ancestors_.assign(1, classifier);
+  isAncestor_.assign(classifiers_.size(), false);
+  isAncestor_[classifier] = true;
+  heir_ = classifier;
+  ancestorsMet_ += classifiers_.size() / 64;  // those that were marked
+  for (std::size_t i = 0; i < ancestors_.size(); ++i) {
+    const std::vector<std::size_t>& above = classifiers_[ancestors_[i]].supertypes;
+    ancestorsMet_ += 1 + above.size();
+    for (const std::size_t supertype : above) {
+      if (isAncestor_[supertype]) continue;
+      isAncestor_[supertype] = true;
+      ancestors_.push_back(supertype);
+    }
   }
-  return false;
+  if (ancestorsMet_ > kMostAncestors)
+    files_.fail(fileOf(asking), asking.element,
+                join("class ", asking.qualifiedName,
+                     " has opposites, and the classes that have some inherit from too many others"));
 }
 
 // --- Features ----------------------------------------------------------------------------------
@@ -410,11 +438,10 @@ void EcoreImport::importDefault(ConstElement feature, const TypeUse& type,
   const bool isNone = annotated(feature, kBinarySource, kDefaultKey) == kNoDefault;
   if (!isGiven && !isNone && !literals.empty()) definition.defaultText = literals.front().name;
   // Ecore gives the text of the literal, where the registry asks for the name first.
-  for (const meta::EnumLiteral& literal : literals)
-    if (isGiven && (literal.text.empty() ? literal.name : literal.text) == *definition.defaultText) {
-      definition.defaultText = literal.name;
-      return;
-    }
+  if (!isGiven) return;
+  const auto& byText = classifiers_[type.classifier].literalsByText;
+  if (const auto found = byText.find(*definition.defaultText); found != byText.end())
+    definition.defaultText = literals[found->second].name;
 }
 
 void EcoreImport::importXmlNames(const Classifier& classifier, ConstElement feature,
@@ -464,9 +491,9 @@ std::string EcoreImport::oppositeName(const Classifier& classifier, ConstElement
   const ConstElement back = files_.follow(there.file, there.element, "eOpposite").element;
   const std::size_t self = classifierOf(fileOf(classifier), classifier.element);
   const std::size_t owner = classifierOf(there.file, there.element.getContainer());
-  if (!(back == feature) || owner == kNowhere || !inherits(type.classifier, owner)) return {};
+  if (!(back == feature) || owner == kNowhere || !inherits(type.classifier, owner, classifier)) return {};
   const TypeUse backType = typeOf(classifiers_[owner], there.element);
-  if (backType.classifier == kNowhere || !inherits(backType.classifier, self)) return {};
+  if (backType.classifier == kNowhere || !inherits(backType.classifier, self, classifier)) return {};
   if (feature.getBoolean("containment") && there.element.getBoolean("containment")) return {};
   return std::string(there.element.getText("name"));
 }
@@ -511,6 +538,7 @@ void EcoreImport::mapPackages(Mapping::Impl& mapping) const {
     if (const std::string_view prefix = info.element.getText("nsPrefix"); !prefix.empty())
       package.prefix = prefix;
     mapping.sources[info.file].packageUris.push_back(package.uri);
+    mapping.sourceByUri.emplace(package.uri, info.file);
   }
 }
 

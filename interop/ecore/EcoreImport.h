@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -22,7 +23,9 @@ struct Classifier {
   ConstElement element;
   std::string qualifiedName;
   meta::TypeDefinition definition;
-  std::vector<std::size_t> supertypes;   ///< those that are in the files, as indices
+  std::vector<std::size_t> supertypes;  ///< those that are in the files, as indices
+  /// Of an enumeration: the first of each text.
+  std::unordered_map<std::string_view, std::size_t, TextHash> literalsByText;
   std::vector<FeatureMapping> features;  ///< in the order of the definition's properties
   std::string xmlName;
   const char* standardType = nullptr;  ///< of a data type of Ecore itself: what stands for it
@@ -55,7 +58,7 @@ class EcoreImport {
   void importClassifier(Classifier& classifier);
   void importEnumeration(Classifier& classifier);
   void importSupertypes(Classifier& classifier);
-  void addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source);
+  void addSupertype(Classifier& classifier, const TypeUse& type, ConstElement source, TextSet& seen);
   template <class Work>
   bool attempt(Work work, std::string_view loss);
   void findLostFeatures(const Classifier& classifier);
@@ -85,7 +88,8 @@ class EcoreImport {
   TypeUse useKnown(meta::Type type) const;
   TypeUse erasure(std::size_t file, ConstElement generic, bool ofReference);
   std::size_t classifierOf(std::size_t file, ConstElement element) const;
-  bool inherits(std::size_t classifier, std::size_t ancestor) const;
+  bool inherits(std::size_t classifier, std::size_t ancestor, const Classifier& asking);
+  void findAncestors(std::size_t classifier, const Classifier& asking);
 
   std::vector<meta::PackageDefinition> definitions() const;
   void mapPackages(Mapping::Impl& mapping) const;
@@ -100,6 +104,11 @@ class EcoreImport {
   std::vector<const BuiltInPackage*> neededPackages_;
   bool needsWholeEcore_ = false;
   std::set<std::pair<std::size_t, std::uint32_t>> lostFeatures_;  // left out: by file and element
+  // What the class that was asked for last inherits from, itself too.
+  std::size_t heir_ = kNowhere;
+  std::vector<std::size_t> ancestors_;
+  std::vector<bool> isAncestor_;
+  std::size_t ancestorsMet_ = 0;  // by all that were asked for
 };
 
 }  // namespace kr::zero::ecore

@@ -85,7 +85,7 @@ class Pins {
   void pinClass(pugi::xml_node node, meta::Class type) {
     if (!plan_.last.empty() && plan_.last[type->getIndex()] != 0)
       annotateLast(node, plan_.last[type->getIndex()]);
-    for (const pugi::xml_node feature : node.children("eStructuralFeatures")) {
+    for (const pugi::xml_node feature : childrenOf(node, "eStructuralFeatures")) {
       const meta::Property property = type->findProperty(std::string_view(valueOf(feature, "name")));
       if (!property || !binaryDetails(feature, kNumberKey).empty()) continue;
       if (const std::uint32_t number = plan_.numbers[property->getIndex()]; number != 0)
@@ -152,7 +152,7 @@ class Pins {
 
   std::size_t placeBehindAnnotations(pugi::xml_node feature, std::size_t start) const {
     for (const pugi::xml_node child : feature.children())
-      if (child.type() == pugi::node_element && std::string_view(child.name()) != "eAnnotations")
+      if (child.type() == pugi::node_element && splitQName(child.name()).local != "eAnnotations")
         return XmlDocument::offsetOf(child) - 1;
     return endTagOf(text_, start);
   }

@@ -154,8 +154,9 @@ Fragments::Result Fragments::findPath(Element start, std::string_view path) {
   if (counted.count && gaps_.empty())
     if (const Element found = findAmongSiblings(start, counted.text, *counted.count))
       return {Outcome::found, found};
+  hasTooManyKeys_ = false;
   const Element found = walk(start, path);
-  if (!found) return {};
+  if (!found) return {hasTooManyKeys_ ? Outcome::tooManyKeys : Outcome::missing, {}};
   if (counted.count && path[path.rfind('/') + 1] == '@') rememberSiblings(start, counted.text, found);
   return {Outcome::found, found};
 }
@@ -224,9 +225,10 @@ Element Fragments::stepByKeys(Element from, const Feature& feature, std::string_
     if (!keys.empty() && keys[0] == ',') keys.remove_prefix(1);
   }
   if (names.empty()) return {};
-  const TextMap<Element>& children = childrenByValues(from, feature, names);
-  const auto it = children.find(values);
-  return it == children.end() ? Element() : it->second;
+  const TextMap<Element>* children = childrenByValues(from, feature, names);
+  if (children == nullptr) return {};
+  const auto it = children->find(values);
+  return it == children->end() ? Element() : it->second;
 }
 
 Element Fragments::stepByName(Element from, std::string_view text) {
@@ -264,17 +266,23 @@ std::optional<std::string> Fragments::nameOf(Element element) {
   return std::nullopt;
 }
 
-const TextMap<Element>& Fragments::childrenByValues(Element element, const Feature& feature,
+/// Null where the list has had too many keys.
+const TextMap<Element>* Fragments::childrenByValues(Element element, const Feature& feature,
                                                     const std::vector<std::string_view>& keys) {
   std::string place = std::to_string(element.getIndex()) + "." + std::to_string(feature.property->getIndex());
   for (const std::string_view key : keys) appendPart(place, key);
   const auto [it, isNew] = childrenByValues_.try_emplace(std::move(place));
-  if (isNew)
-    for (std::size_t i = 0; i < element.size(feature.property); ++i) {
-      const Element child = element.getElement(feature.property, i);
-      if (auto values = valuesOf(child, keys)) it->second.emplace(std::move(*values), child);
-    }
-  return it->second;
+  if (!isNew) return &it->second;
+  if ((keyCounts_[listOf(element, feature.property)] += keys.size()) > kMostKeys) {
+    childrenByValues_.erase(it);
+    hasTooManyKeys_ = true;
+    return nullptr;
+  }
+  for (std::size_t i = 0; i < element.size(feature.property); ++i) {
+    const Element child = element.getElement(feature.property, i);
+    if (auto values = valuesOf(child, keys)) it->second.emplace(std::move(*values), child);
+  }
+  return &it->second;
 }
 
 /// The values of an element for all keys; nothing where it has none for one of them.

@@ -10,7 +10,9 @@
 ///               | "%" source "%" ["." count]     an annotation by its source
 ///
 /// Names are percent-encoded. Steps by position cost the same wherever they lead; names of the children
-/// of an element are put into a map when the first of them is asked for.
+/// of an element are put into a map when the first of them is asked for. So are the values of the children of
+/// a list for each set of keys. Who writes such paths takes the few keys that a reference has in Ecore;
+/// dozens of sets would have all children looked through for each.
 #pragma once
 
 #include <array>
@@ -53,7 +55,10 @@ class Fragments {
   /// The value of an identifying attribute: several elements may share one until somebody refers to it.
   void addAttributeId(std::string_view id, Element element);
 
-  enum class Outcome : std::uint8_t { found, missing, ambiguous };
+  /// Most keys of paths into one list, those of each set of keys counted once.
+  static constexpr std::size_t kMostKeys = 16;
+
+  enum class Outcome : std::uint8_t { found, missing, ambiguous, tooManyKeys };
   struct Result {
     Outcome outcome = Outcome::missing;
     Element element;  ///< where it is ambiguous: the one that is meant if one has to be
@@ -89,7 +94,7 @@ class Fragments {
   Element stepByKeys(Element from, const Feature& feature, std::string_view keys);
   Element stepByName(Element from, std::string_view text);
   const ElementsByText& namesBelow(Element element);
-  const TextMap<Element>& childrenByValues(Element element, const Feature& feature,
+  const TextMap<Element>* childrenByValues(Element element, const Feature& feature,
                                            const std::vector<std::string_view>& keys);
   std::optional<std::string> valuesOf(Element element, const std::vector<std::string_view>& keys);
   std::optional<std::string> valueOf(Element element, std::string_view key);
@@ -112,6 +117,8 @@ class Fragments {
   TextMap<Id> attributeIds_;
   std::unordered_map<std::uint32_t, ElementsByText> namesBelow_;  // by the element's index
   TextMap<TextMap<Element>> childrenByValues_;  // by element, feature and keys: the first with those values
+  std::unordered_map<std::uint64_t, std::size_t> keyCounts_;  // by list: of all sets that have their map
+  bool hasTooManyKeys_ = false;
 };
 
 /// Undoes percent-encoding; what is not an encoded byte stays.

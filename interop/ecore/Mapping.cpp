@@ -43,6 +43,11 @@ const PackageMapping* Mapping::Impl::findPackage(std::string_view uri) const {
   return it == packageByUri.end() ? nullptr : &packages[it->second];
 }
 
+const SourceDocument* Mapping::Impl::findSource(std::string_view packageUri) const {
+  const auto it = sourceByUri.find(packageUri);
+  return it == sourceByUri.end() ? nullptr : &sources[it->second];
+}
+
 void Mapping::Impl::addKnownPackages() {
   for (const meta::PackageInfo& info : registry->getPackages()) {
     PackageMapping package;

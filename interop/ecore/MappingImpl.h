@@ -84,12 +84,15 @@ struct Mapping::Impl {
   bool hasContent = false;                                      ///< some feature has the form `content`
   std::unordered_map<std::uint32_t, std::string> typeXmlNames;  ///< by the type's index
   std::vector<SourceDocument> sources;
+  TextMap<std::size_t> sourceByUri;  ///< by the URIs of the packages
   mutable Memo memo;
 
   const FeatureMapping& of(meta::Property property) const;
   FeatureMapping& make(meta::Property property);
   /// The package of that URI, or null.
   const PackageMapping* findPackage(std::string_view uri) const;
+  /// The file that a package came from, or null.
+  const SourceDocument* findSource(std::string_view packageUri) const;
   /// Takes in every package that the registry knows, with nothing special about it.
   void addKnownPackages();
   /// The name of a type in documents.

@@ -8,7 +8,8 @@ const std::string& Prefixes::of(std::string_view uri) {
   if (const auto it = prefixes_.find(uri); it != prefixes_.end()) return it->second;
   const std::string wish = wishFor(uri);
   std::string prefix = wish;
-  for (int number = 1; uris_.contains(prefix); ++number) prefix = wish + "_" + std::to_string(number);
+  std::size_t& number = lastNumbers_[wish];
+  while (uris_.contains(prefix)) prefix = wish + "_" + std::to_string(++number);
   if (uri != kXmlNamespace) uris_.emplace(prefix, uri);
   return prefixes_.emplace(std::string(uri), std::move(prefix)).first->second;
 }

@@ -123,6 +123,7 @@ class Prefixes {
 
   const Mapping::Impl& mapping_;
   TextMap<std::string> prefixes_;            // by URI
+  TextMap<std::size_t> lastNumbers_;         // by the prefix that was wished for: all up to it are taken
   std::map<std::string, std::string> uris_;  // by prefix
 };
 

@@ -39,13 +39,6 @@ std::set<std::string> neighboursOf(const PackageInfo& package) {
   return uris;
 }
 
-const SourceDocument* sourceOf(const Mapping::Impl& mapping, const std::string& uri) {
-  for (const SourceDocument& source : mapping.sources)
-    if (std::find(source.packageUris.begin(), source.packageUris.end(), uri) != source.packageUris.end())
-      return &source;
-  return nullptr;
-}
-
 /// Packages by the one that is around them all, which they are written into one file with.
 class Trees {
  public:
@@ -81,6 +74,7 @@ std::set<std::string> closeOver(const Mapping::Impl& mapping, const PackagesByUr
                                 const Trees& trees, const std::vector<std::string>& uris) {
   std::set<std::string> closed;
   std::vector<std::string> waiting(uris);
+  std::set<const std::vector<std::string>*> seen;  // lists of packages that stand in one file
   while (!waiting.empty()) {
     const std::string uri = std::move(waiting.back());
     waiting.pop_back();
@@ -89,9 +83,9 @@ std::set<std::string> closeOver(const Mapping::Impl& mapping, const PackagesByUr
     if (found == packages.end())
       throw EcoreError(ErrorCode::misuse, "there is no package with the URI \"" + uri + "\"");
     for (const std::string& next : neighboursOf(found->second)) waiting.push_back(next);
-    const SourceDocument* const source = sourceOf(mapping, uri);
-    for (const std::string& next : source != nullptr ? source->packageUris : trees.aroundOf(uri))
-      waiting.push_back(next);
+    const SourceDocument* const source = mapping.findSource(uri);
+    const std::vector<std::string>& beside = source != nullptr ? source->packageUris : trees.aroundOf(uri);
+    if (seen.insert(&beside).second) waiting.insert(waiting.end(), beside.begin(), beside.end());
   }
   return closed;
 }
@@ -138,7 +132,7 @@ class Collector {
 
  private:
   void add(const std::string& uri) {
-    if (const SourceDocument* const source = sourceOf(mapping_.impl(), uri); source != nullptr) {
+    if (const SourceDocument* const source = mapping_.impl().findSource(uri); source != nullptr) {
       if (taken_.insert(source->name).second) sources_.push_back({source->name, textOf(uri)});
     } else {
       const std::string& root = trees_.rootOf(uri).uri;

@@ -20,6 +20,12 @@ constexpr std::uint32_t kMostNumber = 16382;
 
 std::string_view localName(pugi::xml_node node) { return splitQName(node.name()).local; }
 
+/// Whether an attribute is the value of the feature of that name. The prefix of one that has one is Ecore's.
+bool isValueOf(pugi::xml_attribute attribute, std::string_view name) {
+  const QName split = splitQName(attribute.name());
+  return split.local == name && !isNamespaceDeclaration(attribute.name(), split);
+}
+
 /// Numbers that elements of a class ever had are those up to its last one, and those of now. What is new must
 /// be above those of all classes that it can meet: all that inherit it, with all that these inherit from.
 class Planning {
@@ -57,7 +63,7 @@ class Planning {
       classes_.push_back(type);
       plan_.last[type->getIndex()] = lastNumber(document, node, type);
       std::vector<Property> unpinned;
-      for (const pugi::xml_node feature : node.children("eStructuralFeatures")) {
+      for (const pugi::xml_node feature : childrenOf(node, "eStructuralFeatures")) {
         const Property property = type->findProperty(std::string_view(valueOf(feature, "name")));
         if (property && property->getIdentifier() != 0 && binaryDetails(feature, kNumberKey).empty())
           unpinned.push_back(property);
@@ -132,16 +138,26 @@ class Planning {
 
 }  // namespace
 
-std::string valueOf(pugi::xml_node node, const char* name) {
-  if (const pugi::xml_attribute attribute = node.attribute(name)) return attribute.value();
-  return textOf(node.child(name));
+std::vector<pugi::xml_node> childrenOf(pugi::xml_node node, std::string_view name) {
+  std::vector<pugi::xml_node> found;
+  for (const pugi::xml_node child : node.children())
+    if (localName(child) == name) found.push_back(child);
+  return found;
+}
+
+std::string valueOf(pugi::xml_node node, std::string_view name) {
+  for (const pugi::xml_attribute attribute : node.attributes())
+    if (isValueOf(attribute, name)) return attribute.value();
+  for (const pugi::xml_node child : node.children())
+    if (localName(child) == name) return textOf(child);
+  return {};
 }
 
 std::vector<pugi::xml_node> binaryDetails(pugi::xml_node node, std::string_view key) {
   std::vector<pugi::xml_node> found;
-  for (const pugi::xml_node annotation : node.children("eAnnotations")) {
+  for (const pugi::xml_node annotation : childrenOf(node, "eAnnotations")) {
     if (valueOf(annotation, "source") != kBinarySource) continue;
-    for (const pugi::xml_node detail : annotation.children("details"))
+    for (const pugi::xml_node detail : childrenOf(annotation, "details"))
       if (valueOf(detail, "key") == key) found.push_back(detail);
   }
   return found;
@@ -161,12 +177,12 @@ void forEachClass(const XmlDocument& document, const Mapping::Impl& mapping,
     const Package package = waiting.back();
     waiting.pop_back();
     const std::string name = package.around + valueOf(package.node, "name");
-    for (const pugi::xml_node nested : package.node.children("eSubpackages"))
+    for (const pugi::xml_node nested : childrenOf(package.node, "eSubpackages"))
       waiting.push_back({nested, name + "."});
     const std::string uri = valueOf(package.node, "nsURI");
     const PackageMapping* const known = mapping.findPackage(uri.empty() ? name : uri);
     if (known == nullptr) continue;
-    for (const pugi::xml_node classifier : package.node.children("eClassifiers")) {
+    for (const pugi::xml_node classifier : childrenOf(package.node, "eClassifiers")) {
       const auto type = known->types.find(valueOf(classifier, "name"));
       if (type != known->types.end() && Class(type->second)) visit(classifier, Class(type->second));
     }

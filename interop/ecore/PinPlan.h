@@ -35,8 +35,12 @@ PinPlan planForGood(const Mapping::Impl& mapping);
 void forEachClass(const XmlDocument& document, const Mapping::Impl& mapping,
                   const std::function<void(pugi::xml_node, meta::Class)>& visit);
 
+/// The elements inside of an Ecore element that are values of the feature of that name, with a prefix or
+/// without. No other prefix than Ecore's comes so far: reading the file has looked at them.
+std::vector<pugi::xml_node> childrenOf(pugi::xml_node node, std::string_view name);
+
 /// A text attribute of an Ecore element, given as XML attribute or as element.
-std::string valueOf(pugi::xml_node node, const char* name);
+std::string valueOf(pugi::xml_node node, std::string_view name);
 
 /// The `details` elements of that key in annotations of kBinarySource.
 std::vector<pugi::xml_node> binaryDetails(pugi::xml_node node, std::string_view key);

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "EcoreWriting.h"
 #include "XmlText.h"
 #include "kr/zero/ecore/Ecore.h"
@@ -7,14 +5,6 @@
 namespace kr::zero::ecore {
 
 namespace {
-
-const SourceDocument* findSource(const Mapping::Impl& mapping, std::string_view packageUri) {
-  for (const SourceDocument& source : mapping.sources)
-    if (std::find(source.packageUris.begin(), source.packageUris.end(), packageUri) !=
-        source.packageUris.end())
-      return &source;
-  return nullptr;
-}
 
 /// The text is UTF-8, whatever the document was in.
 std::string declareUtf8(std::string text) {
@@ -29,7 +19,7 @@ std::string declareUtf8(std::string text) {
 std::string writeEcore(const Mapping& mapping, std::string_view packageUri, bool withIdentifiers) {
   try {
     const Mapping::Impl& impl = mapping.impl();
-    const SourceDocument* source = findSource(impl, packageUri);
+    const SourceDocument* source = impl.findSource(packageUri);
     if (source == nullptr) return generateEcore(*impl.registry, packageUri, withIdentifiers);
     return declareUtf8(withIdentifiers ? pinIdentifiers(*source, impl, planAsNumbered(impl)) : source->text);
   } catch (...) {

@@ -5,6 +5,7 @@
 #include <exception>
 #include <optional>
 
+#include "Addresses.h"
 #include "DeclaredPackages.h"
 #include "Errors.h"
 #include "Namespaces.h"
@@ -265,6 +266,7 @@ class Reader {
 
   /// Says that the element that was looked at is left out, for the reason that attempt() found.
   void noteLeftOut(pugi::xml_node node) {
+    document_.requireDifferentAttributesFrom(node);
     const std::size_t below = countBelow(node);
     if (kind_ != ProblemKind::missingPackage) return note(kind_, wrong_ + leftOut(below));
     MissingPackage& missing = missing_.try_emplace(missingUri_, MissingPackage{node}).first->second;
@@ -396,6 +398,7 @@ class Reader {
       hasDeclarations_ |= attribute.isSpecial;
       hasPrefixes_ |= !attribute.isSpecial && !attribute.split.prefix.empty();
     }
+    document_.requireDifferentAttributes(node);
   }
 
   /// Reads the special attributes, and marks them as such.
@@ -623,7 +626,8 @@ class Reader {
   }
 
   void readIdentity(Element element, const Special& special) {
-    if (!special.id.empty()) {
+    if (isOwnId(special.id)) noteXmiId(element, special.id);
+    if (!special.id.empty() && !isOwnId(special.id)) {
       setXmiId(element, special.id);
       if (!special.uuid.empty())
         fail("the element has both xmi:id and xmi:uuid, but a model keeps one identity");
@@ -632,13 +636,17 @@ class Reader {
     }
   }
 
+  void noteXmiId(Element element, std::string_view id) {
+    if (fragments_.addXmiId(id, element)) return;
+    const std::string wrong = join("two elements have the xmi:id ", inQuotes(id));
+    if (!isTolerant()) fail(wrong, ProblemKind::duplicateId);
+    Element before = fragments_.addDuplicateXmiId(id, element);
+    if (!isOwnId(id)) before.clearIdentity();
+    note(ProblemKind::duplicateId, wrong + ": the one before loses it");
+  }
+
   void setXmiId(Element element, std::string_view id) {
-    if (!fragments_.addXmiId(id, element)) {
-      const std::string wrong = join("two elements have the xmi:id ", inQuotes(id));
-      if (!isTolerant()) fail(wrong, ProblemKind::duplicateId);
-      fragments_.addDuplicateXmiId(id, element).clearIdentity();
-      note(ProblemKind::duplicateId, wrong + ": the one before loses it");
-    }
+    noteXmiId(element, id);
     // The documents of a model may use the same ids, the elements of a model not.
     const bool isTaken = options_.source && !shared_.xmiIds.emplace(id).second && !path_.empty();
     element.setIdentity(isTaken ? std::string_view(path_) : "xmi:id", id);
@@ -692,6 +700,7 @@ class Reader {
     // Tells about the program that wrote the document, nothing about the model.
     if (name.local != "Documentation" && name.local != "documentation")
       fail(join("the element ", inQuotes(node.name()), " cannot be kept in a model"));
+    document_.requireDifferentAttributesFrom(node);
     namespaces_.leave(declarations);
   }
 
@@ -704,7 +713,10 @@ class Reader {
     if (!feature->isStored()) failStorage(table, *feature);
     if (feature->isChild() && !feature->mapping->isIgnored)
       return openChild(frame, *feature, node, declarations);
-    if (!feature->mapping->isIgnored) readLeaf(frame.element, table, *feature, node);
+    if (feature->mapping->isIgnored)
+      document_.requireDifferentAttributesFrom(node);
+    else
+      readLeaf(frame.element, table, *feature, node);
     namespaces_.leave(declarations);
   }
 
@@ -866,6 +878,10 @@ class Reader {
     if (result.outcome == Fragments::Outcome::found) return source.putReference(property, result.element);
     const std::string reference = join("the reference ", inQuotes(fragment), " of feature ",
                                        nameOf(content_.tables.of(source.getType()), *pending.feature));
+    if (result.outcome == Fragments::Outcome::tooManyKeys)
+      fail(join(reference, " leads into a list by more than ", std::to_string(Fragments::kMostKeys),
+                " keys, those of each set counted once"),
+           ProblemKind::missingTarget);
     if (result.outcome == Fragments::Outcome::ambiguous) {
       const std::string wrong = reference + " could mean several elements: that id occurs more than once";
       if (!isTolerant()) fail(wrong, ProblemKind::duplicateId);

@@ -136,11 +136,20 @@ class Writer {
   }
 
   void writeIdentity(ConstElement element) {
+    if (const std::string own = addresses_.ownIdOf(element); !own.empty()) {
+      isPlainXml_ = false;
+      attribute(element, prefixes_.of(kXmiNamespace) + ":id", own);
+    }
     const auto identity = element.getIdentity();
     if (!identity) return;
     isPlainXml_ = false;
     const std::string& xmi = prefixes_.of(kXmiNamespace);
-    if (identity->first == "xmi:id") return attribute(element, xmi + ":id", identity->second);
+    if (identity->first == "xmi:id") {
+      if (isOwnId(identity->second))
+        failToExpress(element.getPath(), join("the xmi:id ", inQuotes(identity->second),
+                                              " would be forgotten: documents have such ids for themselves"));
+      return attribute(element, xmi + ":id", identity->second);
+    }
     if (identity->first == "xmi:uuid" && identity->second.find('#') == std::string_view::npos)
       return attribute(element, xmi + ":uuid", identity->second);
     attribute(element, xmi + ":uuid", join(percentEncoded(identity->first), "#", identity->second));

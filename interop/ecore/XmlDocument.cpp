@@ -1,8 +1,12 @@
 #include "XmlDocument.h"
 
+#include <algorithm>
+#include <array>
 #include <new>
+#include <unordered_set>
 
 #include "Errors.h"
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::ecore {
 
@@ -34,6 +38,46 @@ XmlDocument::XmlDocument(std::string text, std::string_view name, bool keepsBlan
 
 void XmlDocument::fail(pugi::xml_node element, std::string_view what) const {
   failAt(name_, lines_.lineOf(offsetOf(element)), what);
+}
+
+void XmlDocument::requireDifferentAttributes(pugi::xml_node element) const {
+  // So few are compared each with each, the others looked up.
+  constexpr std::size_t kFew = 16;
+  std::array<std::string_view, kFew> names;
+  std::unordered_set<std::string_view, TextHash> more;
+  std::size_t count = 0;
+  for (pugi::xml_attribute it = element.first_attribute(); it; it = it.next_attribute()) {
+    const std::string_view name = it.name();
+    bool isNew = true;
+    for (std::size_t i = 0; i < std::min(count, kFew); ++i) isNew = isNew && names[i] != name;
+    if (count < kFew)
+      names[count++] = name;
+    else
+      isNew = isNew && more.insert(name).second;
+    if (!isNew) failAtSecond(name);
+  }
+}
+
+void XmlDocument::failAtSecond(std::string_view attribute) const {
+  const auto offset = static_cast<std::size_t>(attribute.data() - text_.data());
+  failAt(name_, lines_.lineOf(offset),
+         join("it is not well-formed XML: column ", std::to_string(lines_.columnOf(offset)),
+              " gives the attribute ", inQuotes(attribute), " to the element a second time"),
+         ErrorCode::damaged);
+}
+
+void XmlDocument::requireDifferentAttributesFrom(pugi::xml_node element) const {
+  pugi::xml_node node = element;
+  for (;;) {
+    requireDifferentAttributes(node);
+    if (node.first_child()) {
+      node = node.first_child();
+      continue;
+    }
+    while (node != element && !node.next_sibling()) node = node.parent();
+    if (node == element) return;
+    node = node.next_sibling();
+  }
 }
 
 std::string textOf(pugi::xml_node element) {

@@ -32,7 +32,17 @@ class XmlDocument {
   /// @throws EcoreError with the line of an element.
   [[noreturn]] void fail(pugi::xml_node element, std::string_view what) const;
 
+  ///@{
+  /// The parser lets pass what XML does not have: an attribute that an element is given twice. So this is to
+  /// be asked for each element that is read, and for each that is passed over with all elements inside.
+  /// @throws EcoreError with line and column of the second one.
+  void requireDifferentAttributes(pugi::xml_node element) const;
+  void requireDifferentAttributesFrom(pugi::xml_node element) const;
+  ///@}
+
  private:
+  [[noreturn]] void failAtSecond(std::string_view attribute) const;
+
   std::string name_;
   std::string text_;  // the parser works in place: its texts are views into this
   LineTable lines_;

@@ -340,6 +340,11 @@ std::size_t LineTable::lineOf(std::size_t offset) const {
   return static_cast<std::size_t>(after - starts_.begin()) + 1;
 }
 
+std::size_t LineTable::columnOf(std::size_t offset) const {
+  const auto after = std::upper_bound(starts_.begin(), starts_.end(), offset);
+  return offset - (after == starts_.begin() ? 0 : *(after - 1)) + 1;
+}
+
 std::string readFile(const std::filesystem::path& path) {
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
   if (!file) failIn(path.string(), io::unreadableFor(errno), ErrorCode::unreadable);

@@ -47,8 +47,11 @@ inline std::string_view trimmed(std::string_view text) noexcept {
 class LineTable {
  public:
   explicit LineTable(std::string_view text);
-  /// Counted from 1.
+  ///@{
+  /// Counted from 1; columns in bytes.
   std::size_t lineOf(std::size_t offset) const;
+  std::size_t columnOf(std::size_t offset) const;
+  ///@}
 
  private:
   std::vector<std::size_t> starts_;  // of every line but the first

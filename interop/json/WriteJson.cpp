@@ -395,6 +395,8 @@ class Writer {
       throw Error(ErrorCode::inexpressible,
                   {.path = frame.set.element().getPath() + "." + written.property->name(),
                    .problem = "refers to " + frame.set.target(cell).getPath() + ", which is not written"});
+    ++pointers_;
+    if (chain_.size() > kLongChain) countLong(frame, written);
     out_ << '"' << kRootPointer;
     out_.number(chain_.back().position);
     for (std::size_t i = chain_.size() - 1; i-- > 0;) {
@@ -404,6 +406,23 @@ class Writer {
     out_ << '"';
   }
 
+  /// A pointer is as long as its target is deep, so a deep model could become a document as large as its
+  /// square.
+  void countLong(const Frame& frame, const Written& written) {
+    constexpr std::uint64_t kFree = std::uint64_t{1} << 26;
+    constexpr std::uint64_t kMostMean = 4096;  // far above that of models that are not made to be deep
+    for (std::size_t i = chain_.size() - 1; i-- > 0;) longPointerBytes_ += chain_[i].pointer->size();
+    if (longPointerBytes_ > kFree && (longPointerBytes_ - kFree) / kMostMean > pointers_)
+      throw Error(
+          ErrorCode::inexpressible,
+          {.path = frame.set.element().getPath() + "." + written.property->name(),
+           .problem = "references lead to elements so deep that the paths to them would be most of the "
+                      "document, more than " +
+                      std::to_string(kMostMean) + " bytes for each reference"});
+  }
+
+  static constexpr std::size_t kLongChain = 50;
+
   const Model& model_;
   const io::Progress& progress_;
   JsonText out_;
@@ -412,6 +431,8 @@ class Writer {
   std::vector<Frame> frames_;
   std::vector<Places::Place> chain_;  // from an element up to its root
   std::uint64_t written_ = 0;
+  std::uint64_t pointers_ = 0;
+  std::uint64_t longPointerBytes_ = 0;
 };
 
 void write(const Model& model, const io::Progress& progress, PieceTaker& taker) {

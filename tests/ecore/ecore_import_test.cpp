@@ -346,6 +346,33 @@ TEST(EcorePackages, NestedTooDeepAreRefused) {
   EXPECT_THAT(refusalOf(open + close), HasSubstr("packages are nested more than 100 deep"));
 }
 
+TEST(EcoreNames, ThatAreKeptWithAllThatTheyNameAreNotLongerThanAKilobyte) {
+  const std::string most(1024, 'n');
+  const auto packageCalled = [](const std::string& name, const std::string& uri) {
+    return "<eSubpackages name='" + name + "' nsURI='" + uri + "'/>";
+  };
+  const auto literal = [](const std::string& name) {
+    return "<eClassifiers xsi:type='ecore:EEnum' name='E'><eLiterals name='" + name + "'/></eClassifiers>";
+  };
+  EXPECT_EQ(refusalOf(packageCalled(most.substr(2), most) + classText(most.substr(2)) + literal(most)),
+            "nothing was refused");
+  EXPECT_THAT(refusalOf(packageCalled(most, "u")),
+              HasSubstr("line 2: the name of a package, with those around it, is longer than 1024 bytes"));
+  EXPECT_THAT(refusalOf(packageCalled("q", most + "u")),
+              HasSubstr("the URI of a package is longer than 1024 bytes"));
+  EXPECT_THAT(refusalOf(classText(most)),
+              HasSubstr("the name of a classifier, with its packages, is longer than 1024 bytes"));
+  EXPECT_THAT(refusalOf(literal(most + "n")), HasSubstr("the name of a literal is longer than 1024 bytes"));
+}
+
+TEST(EcoreDefaults, AreFoundByTheTextOfTheFirstLiteralThatHasIt) {
+  const auto models = loadClassifiers(
+      "<eClassifiers xsi:type='ecore:EEnum' name='E'><eLiterals name='a'/><eLiterals name='b' value='1' "
+      "literal='T'/><eLiterals name='c' value='2' literal='T'/></eClassifiers>" +
+      classText("A", "", attribute("x", "eType='#//E' defaultValueLiteral='T'")));
+  EXPECT_EQ(models.property("p.A", "x")->getDefaultText(), "b");
+}
+
 TEST(EcoreFiles, FindEachOtherByPathUriAndFileName) {
   const std::string base = packageText("base", "urn:base", classText("Base"));
   for (const char* uri : {"../lib/base.ecore", "urn:base", "platform:/plugin/org.example/model/base.ecore",

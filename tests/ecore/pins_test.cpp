@@ -115,6 +115,26 @@ TEST(Pins, PinningTwiceChangesNothing) {
   EXPECT_EQ(pin(once), once);
 }
 
+TEST(Pins, ElementsAndAttributesWithAPrefixArePinnedToo) {
+  const std::string prefixed = booksText(
+      "  <ecore:eClassifiers xsi:type=\"ecore:EClass\" ecore:name=\"Book\">\n"
+      "    <ecore:eStructuralFeatures xsi:type=\"ecore:EAttribute\" ecore:name=\"title\" " +
+      ecoreType("EString") + "/>\n  </ecore:eClassifiers>\n");
+  const std::string once = pin(prefixed);
+  EXPECT_THAT(once, HasSubstr("<details key=\"id\" value=\"1\"/>"));
+  EXPECT_THAT(once, HasSubstr("</ecore:eStructuralFeatures>"));
+  EXPECT_THAT(once, HasSubstr("<details key=\"lastId\" value=\"1\"/>"));
+  EXPECT_EQ(pin(once), once);
+}
+
+TEST(Pins, AnAnnotationOfOursWithoutNumberIsNoPin) {
+  const std::string annotated =
+      booksText(cls("Book", "    <eStructuralFeatures xsi:type=\"ecore:EAttribute\" name=\"title\" " +
+                                ecoreType("EString") +
+                                "><eAnnotations source=\"urn:kr0:binary\"/></eStructuralFeatures>\n"));
+  EXPECT_THAT(pin(annotated), HasSubstr("<details key=\"id\" value=\"1\"/>"));
+}
+
 TEST(Pins, ANewFeatureNeverGetsTheNumberOfARemovedOne) {
   std::string books = pin(booksText(cls("Book", text("title") + text("isbn"))));
   books = with(without(books, "isbn"), "Book", text("pages"));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "EcoreTesting.h"
+#include "kr/zero/ecore/Imperfect.h"
 #include "support/Paths.h"
 
 namespace kr::zero::test {
@@ -83,7 +84,6 @@ TEST(XmiRefusals, ALiteralWhoseNumberBelongsToAnother) {
 
 TEST(XmiRefusals, AFeatureGivenTwice) {
   EXPECT_THAT(refusal("name='a'", "<name>b</name>"), HasSubstr("feature p.Node.name is given twice"));
-  EXPECT_THAT(refusal("name='a' name='b'"), HasSubstr("feature p.Node.name is given twice"));
   EXPECT_THAT(refusal("next='/ /'"), HasSubstr("feature p.Node.next is given twice"));
   EXPECT_THAT(refusal("", "<node/><node/>"), HasSubstr("node"));
   EXPECT_THAT(refusal("name='a'", "<name xsi:nil='true'/>"), HasSubstr("feature p.Node.name is given twice"));
@@ -226,6 +226,55 @@ TEST(XmiRefusals, AFolderInPlaceOfAFile) {
 
 TEST(XmiRefusals, LongTextsAreShortened) {
   EXPECT_LT(refusal("count='" + std::string(100000, 'x') + "'").size(), 300u);
+}
+
+TEST(XmiRefusals, AnAttributeThatAnElementIsGivenTwice) {
+  EXPECT_EQ(refusal("", "\n<nodes name='a' count='1' name='a'/>"),
+            "document.xmi, line 2: it is not well-formed XML: column 27 gives the attribute \"name\" to the "
+            "element a second time");
+  std::string many;
+  for (int i = 0; i < 40; ++i) many += " xmlns:n" + std::to_string(i) + "='u'";
+  EXPECT_EQ(roundTrip(nodeModels(), nodeDocument(many)), "equal");
+  EXPECT_THAT(refusal(many + " xmlns:n39='u'"), HasSubstr("gives the attribute \"xmlns:n39\""));
+}
+
+TEST(XmiRefusals, AnAttributeGivenTwiceInWhatIsPassedOver) {
+  const std::string twice = "<details key='k' key='k'/>";
+  EXPECT_THAT(refusalOf("<eClassifiers xsi:type='ecore:EClass' name='A'><eAnnotations source='s'><contents>" +
+                        twice + "</contents></eAnnotations></eClassifiers>"),
+              HasSubstr("gives the attribute \"key\""));
+  std::size_t problems = 0;
+  const auto read = [&](const std::string& children) {
+    return ecore::readXmi(nodeDocument("", children), "document.xmi", *nodeModels().mapping,
+                          {.onProblem = [&](const ecore::Problem&) { ++problems; }});
+  };
+  EXPECT_THROW(read("<wheels><deep/>" + twice + "</wheels>"), ecore::EcoreError);
+  EXPECT_EQ(read("<wheels><deep/><details key='k'/></wheels>").size(), 1u);
+  EXPECT_EQ(problems, 1u);
+}
+
+TEST(XmiRefusals, PathsIntoOneListByManySetsOfKeys) {
+  const auto paths = [](std::size_t count) {
+    std::string all;
+    for (std::size_t i = 0; i < count; ++i) all += "//@nodes[key" + std::to_string(i) + "='a'] ";
+    return all;
+  };
+  const std::string known = "//@nodes[name='a'] ";
+  const std::string child = "<nodes name='a'/>";
+  const auto document = [&](const std::string& others) {
+    return nodeDocument("others=\"" + others + "\"", child);
+  };
+  EXPECT_EQ(nodeModels().read(document(known + known)).getRoots().front().size("others"), 2u);
+  EXPECT_THAT(refusalOf(nodeModels(), document(paths(16))), HasSubstr("leads nowhere"));
+  std::vector<std::string> problems;
+  const Model model = ecore::readXmi(
+      document(paths(17) + known), "document.xmi", *nodeModels().mapping,
+      {.onProblem = [&](const ecore::Problem& problem) { problems.push_back(problem.sentence); }});
+  ASSERT_EQ(problems.size(), 18u);
+  EXPECT_THAT(problems[15], HasSubstr("leads nowhere"));
+  EXPECT_THAT(problems[16],
+              HasSubstr("leads into a list by more than 16 keys, those of each set counted once"));
+  EXPECT_THAT(problems[17], HasSubstr("leads into a list by more than 16 keys"));
 }
 
 }  // namespace

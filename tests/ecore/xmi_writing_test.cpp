@@ -276,5 +276,55 @@ TEST_F(XmiWriting, DeepElementsAreNotIndentedForever) {
   EXPECT_EQ(backAndForth(), "equal");
 }
 
+/// A chain below an element.
+std::vector<Element> chainBelow(Element from, std::size_t length) {
+  std::vector<Element> chain;
+  for (std::size_t i = 0; i < length; ++i) chain.push_back(from = from.create("node"));
+  return chain;
+}
+
+TEST_F(XmiWriting, TheLongestPathHasFiftySteps) {
+  const std::vector<Element> chain = chainBelow(root, 51);
+  root.putReference("others", chain[49]);
+  root.putReference("others", chain[50]);
+  EXPECT_THAT(write(), HasSubstr("/@node/@node _kr0.1\""));
+  EXPECT_THAT(write(), HasSubstr("<node xmi:id=\"_kr0.1\"/>"));
+  EXPECT_EQ(backAndForth(), "equal");
+}
+
+TEST_F(XmiWriting, ADocumentsOwnIdsAreNoneThatTheModelHas) {
+  std::vector<Element> chain = chainBelow(root, 60);
+  chain[0].set("key", "_kr0.1");
+  chain[58].setIdentity("xmi:uuid", "u");
+  root.putReference("others", chain[58]);
+  EXPECT_THAT(write(), HasSubstr("xmi:id=\"_kr0.2\" xmi:uuid=\"u\""));
+  EXPECT_EQ(backAndForth(), "equal");
+}
+
+TEST_F(XmiWriting, AnIdLikeADocumentsOwnWouldBeForgottenAndIsRefused) {
+  root.setIdentity("xmi:id", "_kr0.7");
+  EXPECT_THAT(refusal(), HasSubstr("the xmi:id \"_kr0.7\" would be forgotten"));
+  root.setIdentity("xmi:id", "_kr0.x");
+  EXPECT_EQ(backAndForth(), "equal");
+}
+
+TEST_F(XmiWriting, ReferencesIntoADeepChainDoNotMakeTheDocumentLarge) {
+  const std::vector<Element> chain = chainBelow(root, 2000);
+  for (Element from : chain) from.putReference("next", chain.back());
+  EXPECT_LT(write().size(), 2000u * 500);
+  EXPECT_EQ(backAndForth(), "equal");
+}
+
+// An id with a colon would be the type of a reference in a list.
+TEST_F(XmiWriting, PathsToDeepElementsWhoseIdsCannotStandInReferencesAreLimited) {
+  const std::vector<Element> chain = chainBelow(root, 3000);
+  Element target = chain.back();
+  target.setIdentity("xmi:id", "a:b");
+  root.putReference("next", target);
+  EXPECT_EQ(backAndForth(), "equal");
+  for (Element from : chain) from.putReference("next", target);
+  EXPECT_THAT(refusal(), HasSubstr("these paths would be more than 16777216 bytes long"));
+}
+
 }  // namespace
 }  // namespace kr::zero::test

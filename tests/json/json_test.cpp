@@ -333,5 +333,32 @@ TEST(LooksLikeJson, TellsItByTheFirstCharacters) {
   EXPECT_FALSE(looksLikeJson(""));
 }
 
+/// Takes everything and keeps nothing.
+struct Nowhere : std::streambuf {
+  std::streamsize xsputn(const char*, std::streamsize size) override { return size; }
+  int overflow(int c) override { return c; }
+};
+
+TEST(Json, PathsThatWouldBeMostOfTheDocumentAreRefused) {
+  Model model(registry());
+  const Element root = model.createRoot("shop.Item");
+  Element deep = root;
+  for (int i = 0; i < 20000; ++i) deep = deep.create("parts");
+  Nowhere nowhere;
+  std::ostream stream(&nowhere);
+  Element holder = root;
+  for (int i = 0; i < 400; ++i) holder.putReference("$like", deep);
+  writeJson(model, stream);
+  for (int i = 0; i < 200; ++i) holder.putReference("$like", deep);
+  try {
+    writeJson(model, stream);
+    ADD_FAILURE() << "nothing was refused";
+  } catch (const Error& error) {
+    EXPECT_THAT(error.what(),
+                HasSubstr("/item.$like: references lead to elements so deep that the paths to them"));
+    EXPECT_EQ(error.getCode(), ErrorCode::inexpressible);
+  }
+}
+
 }  // namespace
 }  // namespace kr::zero::json

@@ -3,8 +3,10 @@
 #include <iterator>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
+#include "meta/Failure.h"
 #include "meta/RegistryLoader.h"
 
 namespace kr::zero::meta {
@@ -29,14 +31,13 @@ void RegistryLoader::placeOnLines() {
       made_.continued.insert(first.get());
     }
     if (made->supertypes_.size() > 1)
-      made->above_ = std::make_shared<const Places>(placesAbove(made->supertypes_, made->place_.line));
+      made->above_ = std::make_shared<const Places>(placesAbove(types_[index], made->place_.line));
     else if (follows)
       made->above_ = first->above_;
     else if (SharedPlaces& shared = upTo[first.get()]; shared != nullptr)
       made->above_ = shared;
     else
-      made->above_ = shared =
-          std::make_shared<const Places>(placesAbove(made->supertypes_, made->place_.line));
+      made->above_ = shared = std::make_shared<const Places>(placesAbove(types_[index], made->place_.line));
   }
 }
 
@@ -57,12 +58,19 @@ RegistryLoader::Heirs RegistryLoader::findHeirs() const {
   return heirs;
 }
 
-// The furthest place on each line but `ownLine` that these classes stand on or inherit from.
-RegistryLoader::Places RegistryLoader::placesAbove(const std::vector<Class>& classes,
-                                                   const Class::Impl* ownLine) {
+// The furthest place on each line but `ownLine` that the supertypes of a class stand on or inherit from.
+RegistryLoader::Places RegistryLoader::placesAbove(const NewType& type, const Class::Impl* ownLine) {
+  // A few dozen for a class are many in a real meta model. Without a limit each of thousands of classes could
+  // be given thousands by one word.
+  constexpr std::size_t kMostPlaces = std::size_t{1} << 22;
   Places all;
-  for (const Class one : classes) {
+  std::unordered_set<const Places*> seen;
+  for (const Class one : type.classType->supertypes_) {
     all.push_back(one->place_);
+    if (!seen.insert(one->above_.get()).second) continue;
+    if (one->above_->size() > kMostPlaces - placesMet_)
+      fail(describe(type), "the classes up to here inherit from too many classes with several supertypes");
+    placesMet_ += one->above_->size();
     all.insert(all.end(), one->above_->begin(), one->above_->end());
   }
   std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) {

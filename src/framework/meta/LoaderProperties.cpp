@@ -1,3 +1,4 @@
+#include <unordered_set>
 #include <utility>
 
 #include "meta/Failure.h"
@@ -11,6 +12,8 @@ namespace {
 // Classes that hold the same properties share one table, so no real meta model comes near. What does is
 // a chain of classes so long that listing what each inherits would take gigabytes.
 constexpr std::size_t kMostTableEntries = std::size_t{1} << 23;
+// Those of all supertypes of all classes, where a class has several; a second's work.
+constexpr std::size_t kMostPropertiesMet = std::size_t{1} << 25;
 
 std::string from(Property property) { return property->getOwner()->qualifiedName(); }
 
@@ -128,7 +131,14 @@ std::shared_ptr<const PropertyTable> RegistryLoader::buildTable(const NewType& t
     fail(describe(type), "the classes up to here inherit too many properties, more than " +
                              std::to_string(kMostTableEntries) + " in all");
   const auto table = std::make_shared<PropertyTable>(*inherited);
-  for (const Class supertype : supertypes) insertAll(type, supertype->getAllProperties(), *table);
+  std::unordered_set<const PropertyTable*> seen{inherited.get()};
+  for (const Class supertype : supertypes) {
+    if (!seen.insert(supertype->table_.get()).second) continue;
+    propertiesMet_ += supertype->table_->size();
+    if (propertiesMet_ > kMostPropertiesMet)
+      fail(describe(type), "the classes up to here inherit the same properties in too many ways");
+    insertAll(type, supertype->getAllProperties(), *table);
+  }
   notePositions(type, table->size());
   insertAll(type, owned, *table);
   if (table->size() == inherited->size()) return inherited;

@@ -103,7 +103,7 @@ class RegistryLoader {
   using Heirs = std::unordered_map<const Type::Impl*, std::uint32_t>;
   void placeOnLines();
   Heirs findHeirs() const;
-  static Places placesAbove(const std::vector<Class>& classes, const Class::Impl* ownLine);
+  Places placesAbove(const NewType& type, const Class::Impl* ownLine);
 
   // What messages call things.
   std::string describe(const NewType& type) const;
@@ -118,6 +118,9 @@ class RegistryLoader {
   std::vector<std::shared_ptr<PropertyTable>> newTables_;
   // Numbers of the new types, supertypes first.
   std::vector<std::uint32_t> order_;
+  // Work that a few lines of a meta model can ask for many times over, counted to be limited.
+  std::size_t placesMet_ = 0;
+  std::size_t propertiesMet_ = 0;
   // By number of a new type: whether a new class inherits from it directly.
   std::vector<bool> hasSubclass_;
 };

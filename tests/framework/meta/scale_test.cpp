@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <time.h>
 
@@ -294,6 +295,45 @@ TEST(MetaScale, ManyCallsCostNoMoreThanOne) {
   EXPECT_EQ(registry.getPackages().size(), 5000u);
   EXPECT_EQ(registry.findType("p4999.A")->getIndex(), 17u + 4999u);
   expectBelowASecond(seconds);
+}
+
+/// Classes Z with one supertype more each.
+PackageDefinition staircase(std::size_t steps) {
+  PackageDefinition p;
+  p.name = "p";
+  for (std::size_t i = 0; i < steps; ++i) {
+    p.types.push_back(classDefinition("L" + std::to_string(i)));
+    p.types.push_back(classDefinition("Z" + std::to_string(i), {"L" + std::to_string(i)}));
+    if (i > 0) p.types.back().supertypes.push_back("Z" + std::to_string(i - 1));
+  }
+  return p;
+}
+
+TEST(MetaScale, ClassesThatInheritFromMillionsInAllAreRefused) {
+  MetaRegistry registry;
+  EXPECT_EQ(test::refusal(registry, {staircase(1000)}), "");
+  MetaRegistry other;
+  EXPECT_THAT(
+      test::refusal(other, {staircase(4000)}),
+      testing::EndsWith("the classes up to here inherit from too many classes with several supertypes"));
+}
+
+// Each of the last classes has all of the middle ones above it, which all have the many properties.
+TEST(MetaScale, ClassesThatInheritThePropertiesOfManyTimesAreRefused) {
+  PackageDefinition p;
+  p.name = "p";
+  p.types = {classDefinition("Top")};
+  for (int i = 0; i < 4000; ++i) p.types[0].properties.push_back(propertyDefinition("a" + std::to_string(i)));
+  std::vector<std::string> middle;
+  for (int i = 0; i < 200; ++i) {
+    middle.push_back("M" + std::to_string(i));
+    p.types.push_back(classDefinition(middle.back(), {"Top"}));
+    p.types.back().properties = {propertyDefinition("m" + std::to_string(i))};
+  }
+  for (int i = 0; i < 100; ++i) p.types.push_back(classDefinition("Z" + std::to_string(i), middle));
+  MetaRegistry registry;
+  EXPECT_THAT(test::refusal(registry, {p}),
+              testing::EndsWith("the classes up to here inherit the same properties in too many ways"));
 }
 
 }  // namespace
