@@ -8,6 +8,7 @@ build_packages="g++ cmake ninja-build libboost-dev libpugixml-dev libcli11-dev l
   libzstd-dev libxxhash-dev zlib1g-dev libssl-dev libsqlite3-dev pkg-config"
 test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format python3 xz-utils zstd"
 ci_packages="clang ccache doxygen default-jdk-headless libeclipse-emf-common-java libeclipse-emf-ecore-java libeclipse-emf-ecore-xmi-java"
+fuzz_packages="clang-19 libclang-rt-19-dev llvm-19 zstd"
 cross_packages="g++-s390x-linux-gnu g++-aarch64-linux-gnu qemu-user"
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }

@@ -1,0 +1,17 @@
+#include "common/Documents.h"
+
+namespace kr::zero::fuzz {
+
+Model readGolden(const Bytes& bytes) {
+  const auto parser = kDirect.makeParser(test::goldenRegistry());
+  require(parser->parseByteSequence(bytes), "a golden document is one");
+  return parser->takeModel();
+}
+
+const Bytes& intactDocument(const Format& format) {
+  static const Bytes& direct = test::goldenDocument("references");
+  static const Bytes tagged = kTagged.write(readGolden(direct));
+  return &format == &kDirect ? direct : tagged;
+}
+
+}  // namespace kr::zero::fuzz

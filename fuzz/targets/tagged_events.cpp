@@ -1,0 +1,79 @@
+// Any bytes for the reader of tree events, without any meta model: what it hands on can be written, and is
+// then read as the same events.
+#include <stdexcept>
+#include <string>
+
+#include "common/Fuzzing.h"
+#include "common/MemoryUse.h"
+#include "common/Mutations.h"
+#include "hostile/DamageCheck.h"
+#include "kr/zero/io/BinaryAssembler.h"
+#include "kr/zero/io/BinaryFormatter.h"
+#include "kr/zero/io/Errors.h"
+#include "modeling/sylvan/EventRecorder.h"
+#include "modeling/sylvan/NullEventProcessor.h"
+
+namespace kr::zero::fuzz {
+
+const Layout kLayout{.choices = 0, .documents = Documents::tagged};
+
+namespace {
+
+using modeling::sylvan::EventRecorder;
+using Events = modeling::sylvan::SylvanEventProcessor<void>;
+
+/// Whether the bytes are a document to its end mark. What is documented for others is caught.
+/// @param isReserved gets whether a text asked for more memory than there are bytes.
+bool read(const std::string& bytes, Events& events, bool& isReserved) {
+  io::BinaryAssembler assembler(&events);
+  isReserved = false;
+  try {
+    io::ParsingInput::fromString(bytes).visitInput(assembler);
+    return assembler.hasEnded();
+  } catch (const io::Error<kr0::io::CorruptInput>&) {
+    require(*assembler.getErrorDetail() != '\0', "it is said what is wrong");
+    isReserved = assembler.getErrorDetail() == std::string("String cut short");
+  } catch (const std::length_error&) {
+    isReserved = true;
+  } catch (const std::bad_alloc&) {
+    isReserved = true;
+  }
+  require(assembler.getByteOffset() <= bytes.size(), "no more bytes are taken than there are");
+  return false;
+}
+
+void readMeasured(const std::string& bytes) {
+  modeling::sylvan::NullEventProcessor nobody;
+  const MemoryUse use;
+  bool isReserved = false;
+  read(bytes, nobody, isReserved);
+  // The input is copied, and the largest text lies in a buffer that grew to it.
+  use.requireBounded(bytes.size(), {.floor = test::memoryFloor,
+                                    .perByte = 4,
+                                    .largest = test::memoryFloor,
+                                    .largestPerByte = 2,
+                                    .reserved = isReserved ? use.getLargestRequest() : 0});
+}
+
+std::string write(const EventRecorder& events) {
+  std::string bytes;
+  io::BinaryFormatter formatter(io::SerializationOutput::toString(bytes));
+  events.replay(formatter);
+  return bytes;
+}
+
+}  // namespace
+
+void examine(Input input) {
+  const std::string bytes(input.begin(), input.end());
+  readMeasured(bytes);
+  EventRecorder events;
+  bool isReserved = false;
+  if (!read(bytes, events, isReserved)) return;
+  const std::string written = write(events);
+  EventRecorder again;
+  require(read(written, again, isReserved), "what was written is a document");
+  require(write(again) == written, "writing again gives the same bytes");
+}
+
+}  // namespace kr::zero::fuzz
