@@ -1,5 +1,6 @@
 // Any bytes for the reader of tree events, without any meta model: what it hands on can be written, and is
 // then read as the same events.
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -12,6 +13,7 @@
 #include "kr/zero/io/Errors.h"
 #include "modeling/sylvan/EventRecorder.h"
 #include "modeling/sylvan/NullEventProcessor.h"
+#include "sylvan/NaiveReader.h"
 
 namespace kr::zero::fuzz {
 
@@ -55,6 +57,22 @@ void readMeasured(const std::string& bytes) {
                                     .reserved = isReserved ? use.getLargestRequest() : 0});
 }
 
+// Reads as peek() and get() for each byte would.
+void requireSameAsNaive(const std::string& bytes, bool isWhole, const EventRecorder& events) {
+  EventRecorder expected;
+  bool ended = true;
+  std::istringstream stream(bytes);
+  try {
+    test::NaiveReader(stream, expected).readDocument();
+  } catch (const test::NaiveCorrupt&) {
+    ended = false;
+  } catch (const std::length_error&) {
+    ended = false;
+  }
+  require(events == expected, "the events are those that the plainest reader finds");
+  require(ended || !isWhole, "no document is whole that the plainest reader refuses");
+}
+
 std::string write(const EventRecorder& events) {
   std::string bytes;
   io::BinaryFormatter formatter(io::SerializationOutput::toString(bytes));
@@ -69,7 +87,9 @@ void examine(Input input) {
   readMeasured(bytes);
   EventRecorder events;
   bool isReserved = false;
-  if (!read(bytes, events, isReserved)) return;
+  const bool isWhole = read(bytes, events, isReserved);
+  requireSameAsNaive(bytes, isWhole, events);
+  if (!isWhole) return;
   const std::string written = write(events);
   EventRecorder again;
   require(read(written, again, isReserved), "what was written is a document");
