@@ -14,4 +14,8 @@ const Bytes& intactDocument(const Format& format) {
   return &format == &kDirect ? direct : tagged;
 }
 
+void settle(io::Parser& parser, const Format& format) {
+  require(parser.parseByteSequence(intactDocument(format)), "the intact document can be read at any time");
+}
+
 }  // namespace kr::zero::fuzz

@@ -15,6 +15,10 @@ Model readGolden(const Bytes& bytes);
 /// What always reads well, in that format.
 const Bytes& intactDocument(const Format& format);
 
+/// Reads the intact document: the byte order of a tagged document holds for what is in front of the marker of
+/// the next.
+void settle(io::Parser& parser, const Format& format);
+
 /// An input that begins with some bytes by which a target chooses what it does. The first of them chooses the
 /// format, with its lowest bit. What an input does not have counts as 0.
 class ChosenInput {

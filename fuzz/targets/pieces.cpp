@@ -21,7 +21,8 @@ struct Read {
   Model model;
 };
 
-Read read(io::Parser& parser, const io::ParsingInput& from) {
+Read read(io::Parser& parser, const Format& format, const io::ParsingInput& from) {
+  settle(parser, format);
   Outcome outcome = test::outcomeOf(parser, [&] { return parser.parse(from); });
   return {std::move(outcome), parser.getModelBuilder().takeModel()};
 }
@@ -41,17 +42,17 @@ void examine(Input input) {
   static const std::unique_ptr<io::Parser> parsers[] = {kDirect.makeParser(test::goldenRegistry()),
                                                         kTagged.makeParser(test::goldenRegistry())};
   io::Parser& parser = *parsers[chosen.choice(0) % 2];
-  const Read expected = read(parser, io::ParsingInput::fromByteSequence(document));
+  const Read expected = read(parser, chosen.format(), io::ParsingInput::fromByteSequence(document));
 
   test::PieceBuf pieces(document, 1 + chosen.choice(1) % 64);
   std::istream stream(&pieces);
-  requireSame(read(parser, io::ParsingInput::fromStream(stream)), expected);
+  requireSame(read(parser, chosen.format(), io::ParsingInput::fromStream(stream)), expected);
 
   const auto mode = static_cast<FailingInputBuf::Mode>(chosen.mode() % 4);
   FailingInputBuf failing(document, chosen.number(2) % (document.size() + 1), mode);
   std::istream failingStream(&failing);
   failing.attach(failingStream);
-  const Read found = read(parser, io::ParsingInput::fromStream(failingStream));
+  const Read found = read(parser, chosen.format(), io::ParsingInput::fromStream(failingStream));
   if (mode == FailingInputBuf::Mode::throws || mode == FailingInputBuf::Mode::saysBad)
     require(found.outcome.ending == Ending::streamFailed, "a stream that fails is no short document",
             found.outcome.text.c_str());
