@@ -116,7 +116,8 @@ run() {
     "$build/found/$1" "$build/corpus/$1" >"$build/logs/$1.log" 2>&1 || status=$?
   echo "exit code: $status" >>"$build/logs/$1.log"
   if [ "$status" -ne 0 ]; then
-    echo "$1 found something:"
+    cp "$build/logs/$1.log" "$build/artifacts/$1-$seed.log"
+    echo "$1 found something, see $build/artifacts/$1-$seed.log:"
     grep -aE 'broken rule|ERROR: |SUMMARY: |runtime error|Test unit written' -A 1 "$build/logs/$1.log" | head -n 12
   fi
 }
@@ -126,7 +127,7 @@ show() {
   local log="$build/logs/$1.log" executions edges found
   executions=$(sed -nE 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)
   edges=$(sed -nE 's/^#[0-9]+.* cov: ([0-9]+) .*/\1/p' "$log" | tail -n 1)
-  found=$(find "$build/artifacts" -name "$1-*" | wc -l)
+  found=$(find "$build/artifacts" -name "$1-*" ! -name '*.log' | wc -l)
   printf '%-16s %12s %8s %8d %9d\n' "$1" "${executions:-?}" "${edges:-?}" "$(find "$build/found/$1" -type f | wc -l)" "$found"
   if grep -q '^exit code: 0$' "$log"; then passed=$((passed + 1)); else failed=$((failed + 1)); fi
 }
