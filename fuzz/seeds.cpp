@@ -172,6 +172,7 @@ const std::map<std::string, std::function<Seeds()>>& makers() {
       {"failing_sink", [] { return withChoices(kSinkChoices); }},
       {"throwing_target", [] { return withChoices(kThrowingChoices); }},
       {"long_input", [] { return withChoices(kLongChoices); }},
+      {"two_roads", [] { return withChoices(1); }},
       {"inspect", [] { return withChoices(1); }},
       {"model", [] { return noise(60, 800); }},
       {"meta_model", [] { return noise(60, 800); }},
