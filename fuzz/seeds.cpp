@@ -11,6 +11,7 @@
 #include "archive/GoldenArchives.h"
 #include "common/Documents.h"
 #include "ecore/EcoreTesting.h"
+#include "grammar/GrammarTesting.h"
 #include "kr/zero/archive/Archive.h"
 #include "kr/zero/archive/Packing.h"
 #include "kr/zero/json/Json.h"
@@ -130,6 +131,13 @@ Seeds jsonDocuments() {
   return seeds;
 }
 
+// The rule of documents, in letters.
+Seeds eventLetters() {
+  return {std::string(1, '\0') + std::string(test::emptyDocument),
+          std::string(1, '\0') + test::makeRichDocument(),
+          std::string(1, '\1') + std::string(test::richObject)};
+}
+
 Seeds texts() {
   return {"plain",
           "gr\xC3\xB6\xC3\x9F",
@@ -173,6 +181,7 @@ const std::map<std::string, std::function<Seeds()>>& makers() {
       {"throwing_target", [] { return withChoices(kThrowingChoices); }},
       {"long_input", [] { return withChoices(kLongChoices); }},
       {"two_roads", [] { return withChoices(1); }},
+      {"grammar", eventLetters},
       {"inspect", [] { return withChoices(1); }},
       {"model", [] { return noise(60, 800); }},
       {"meta_model", [] { return noise(60, 800); }},
