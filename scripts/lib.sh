@@ -13,6 +13,7 @@ ci_packages="clang ccache doxygen default-jdk-headless libeclipse-emf-common-jav
 coverage_packages="clang-19 llvm-19"
 abi_packages="abigail-tools binutils xz-utils"
 lint_packages="clang-tidy cppcheck"
+fuzz_packages="clang-19 libclang-rt-19-dev llvm-19 zstd"
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 

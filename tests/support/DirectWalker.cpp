@@ -21,10 +21,12 @@ using meta::StructuredType;
 //            | number(identifier) what the property's kind asks for
 class Walker {
  public:
-  Walker(const Bytes& bytes, const meta::MetaRegistry& registry) : bytes_(bytes), registry_(registry) {}
+  Walker(const Bytes& bytes, const meta::MetaRegistry& registry, const DirectListener& listener)
+      : bytes_(bytes), registry_(registry), listener_(listener) {}
 
   DirectLayout walk() {
-    require(number() == 1 && text() == "kr", "header");
+    require(number() == 1, "version");
+    require(text() == "kr", "byte order");
     for (std::uint64_t n = number(); n > 0; --n) text();
     layout_.ends.push_back(position_);
     while (position_ < bytes_.size()) item();
@@ -34,15 +36,19 @@ class Walker {
 
  private:
   void item() {
+    begin_ = position_;
     const std::uint64_t token = number();
     if (token == DirectBytes::startToken) return header();
     if (token == DirectBytes::endToken) return close();
     require(!open_.empty(), "property outside");
-    property(findProperty(open_.back(), token));
+    const std::size_t depth = open_.size();
+    property(findProperty(open_.back().type, token));
+    if (open_.size() == depth) hear(DirectItem::whole, begin_);
   }
 
   void close() {
     require(!open_.empty(), "end outside");
+    hear(DirectItem::whole, open_.back().begin);
     open_.pop_back();
     if (open_.empty()) layout_.ends.push_back(position_);
   }
@@ -50,7 +56,7 @@ class Walker {
   void header() {
     number();
     const StructuredType type(registry_.findType(text()));
-    if (byte() == 1) {
+    if (mark() == 1) {
       text();
       text();
     }
@@ -60,7 +66,7 @@ class Walker {
 
   void push(StructuredType type) {
     require(static_cast<bool>(type), "unknown type");
-    open_.push_back(type);
+    open_.push_back({type, begin_});
     layout_.maxDepth = std::max(layout_.maxDepth, open_.size());
   }
 
@@ -74,7 +80,7 @@ class Walker {
       push(datatype);
     } else if (many) {
       for (std::uint64_t n = number(); n > 0; --n) value(property);
-    } else if (!property->isOptional() || byte() != 0xEE) {
+    } else if (!property->isOptional() || mark() != 0xEE) {
       value(property);
     }
   }
@@ -82,29 +88,29 @@ class Walker {
   void reference() {
     number();
     text();
-    if (byte() == 2) text();
+    if (mark() == 2) text();
     text();
     text();
     ++layout_.references;
   }
 
   void value(Property property) {
-    if (Enum(property->getType())) return skip(4);
+    if (Enum(property->getType())) return fixed(4);
     switch (PrimitiveType(property->getType())->getStandardType()) {
       case StandardType::boolean:
       case StandardType::integer8:
       case StandardType::uinteger8:
-        return skip(1);
+        return fixed(1);
       case StandardType::integer16:
       case StandardType::uinteger16:
-        return skip(2);
+        return fixed(2);
       case StandardType::integer:
       case StandardType::unlimitedNatural:
-        return skip(4);
+        return fixed(4);
       case StandardType::integer64:
       case StandardType::uinteger64:
       case StandardType::real:
-        return skip(8);
+        return fixed(8);
       default:
         text();
     }
@@ -117,20 +123,40 @@ class Walker {
   }
 
   std::uint64_t number() {
+    const std::size_t begin = position_;
+    const std::uint64_t value = groups();
+    hear(DirectItem::number, begin);
+    return value;
+  }
+
+  std::uint64_t groups() {
     std::uint64_t value = 0;
     for (unsigned shift = 0;; shift += 7) {
       const unsigned b = byte();
-      value |= std::uint64_t{b & 0x7Fu} << shift;
+      value |= std::uint64_t{b & 0x7Fu} << shift % 64;
       if (b < 0x80) return value;
     }
   }
 
   std::string text() {
-    const std::uint64_t size = number();
+    const std::size_t whole = position_;
+    const std::uint64_t size = groups();
     const std::size_t begin = position_;
     skip(size);
+    hear(DirectItem::text, whole);
     return {bytes_.begin() + static_cast<std::ptrdiff_t>(begin),
             bytes_.begin() + static_cast<std::ptrdiff_t>(position_)};
+  }
+
+  unsigned mark() {
+    const unsigned value = byte();
+    hear(DirectItem::byte, position_ - 1);
+    return value;
+  }
+
+  void fixed(std::uint64_t size) {
+    skip(size);
+    hear(DirectItem::fixed, position_ - static_cast<std::size_t>(size));
   }
 
   unsigned byte() {
@@ -143,6 +169,11 @@ class Walker {
     position_ += size;
   }
 
+  // The bytes from `begin` to here are that.
+  void hear(DirectItem item, std::size_t begin) const {
+    if (listener_) listener_(item, begin, position_);
+  }
+
   void require(bool condition, const char* what) const {
     if (!condition)
       throw std::logic_error("not well-formed: " + std::string(what) + " at " + std::to_string(position_));
@@ -150,15 +181,22 @@ class Walker {
 
   const Bytes& bytes_;
   const meta::MetaRegistry& registry_;
+  const DirectListener& listener_;
+  struct Open {
+    StructuredType type;
+    std::size_t begin;
+  };
   std::size_t position_ = 0;
-  std::vector<StructuredType> open_;
+  std::size_t begin_ = 0;  // of the item at hand
+  std::vector<Open> open_;
   DirectLayout layout_;
 };
 
 }  // namespace
 
-DirectLayout walkDirect(const Bytes& bytes, const meta::MetaRegistry& registry) {
-  return Walker(bytes, registry).walk();
+DirectLayout walkDirect(const Bytes& bytes, const meta::MetaRegistry& registry,
+                        const DirectListener& listener) {
+  return Walker(bytes, registry, listener).walk();
 }
 
 }  // namespace kr::zero::test

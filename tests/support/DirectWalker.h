@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 #include "kr/zero/meta/MetaRegistry.h"
@@ -21,8 +22,23 @@ struct DirectLayout {
   std::size_t maxDepth = 0;
 };
 
+/// What some bytes of a document are.
+enum class DirectItem {
+  number,  ///< base-128: a token, key or count
+  text,    ///< with its length in front
+  byte,    ///< a mark
+  fixed,   ///< a value of fixed width
+  whole    ///< what can stand by itself: a root, or a property from its key to the end of its content
+};
+
+/// Hears which bytes are what, from `begin` up to and without `end`; a whole after what is in it.
+using DirectListener = std::function<void(DirectItem item, std::size_t begin, std::size_t end)>;
+
 /// Walks a document that `registry` describes.
-/// @throws std::logic_error where the bytes are not a well-formed document.
-DirectLayout walkDirect(const Bytes& bytes, const meta::MetaRegistry& registry);
+/// @throws std::logic_error where the bytes are not a well-formed document; `listener` has then heard of what
+/// is
+///   before.
+DirectLayout walkDirect(const Bytes& bytes, const meta::MetaRegistry& registry,
+                        const DirectListener& listener = {});
 
 }  // namespace kr::zero::test

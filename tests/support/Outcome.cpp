@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "foundation/core/except.h"
+#include "modeling/sylvan/grammar/GrammarException.h"
 
 namespace kr::zero::test {
 
@@ -57,7 +58,9 @@ const char* nameOf(Ending ending) {
                                                                  "number cut short",
                                                                  "ValueError",
                                                                  "bad_lexical_cast",
+                                                                 "GrammarException",
                                                                  "stream failed",
+                                                                 "length_error",
                                                                  "out of memory",
                                                                  "UNDOCUMENTED"};
   return names.at(static_cast<std::size_t>(ending));
@@ -77,6 +80,10 @@ Outcome outcomeOf(io::Parser& parser, const std::function<bool()>& parse) {
   } catch (const std::out_of_range& e) {
     const bool known = e.what() == unknownPropertyText;
     return {known ? Ending::unknownProperty : Ending::undocumented, e.what()};
+  } catch (const std::length_error& e) {
+    return {Ending::tooLong, e.what()};
+  } catch (const modeling::sylvan::grammar::GrammarException& e) {
+    return {Ending::grammarError, e.what()};
   } catch (const std::runtime_error& e) {
     return outcomeOfRuntimeError(e);
   } catch (const boost::bad_lexical_cast& e) {
@@ -102,6 +109,21 @@ bool isDocumentedForBytes(Ending ending) {
     case Ending::numberCutShort:
     case Ending::valueError:
     case Ending::badLexicalCast:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool isDocumentedForTagged(Ending ending) {
+  switch (ending) {
+    case Ending::success:
+    case Ending::refused:
+    case Ending::corruptInput:
+    case Ending::valueError:
+    case Ending::grammarError:
+    case Ending::tooLong:
+    case Ending::outOfMemory:
       return true;
     default:
       return false;

@@ -23,7 +23,9 @@ enum class Ending : std::size_t {
   numberCutShort,       ///< std::runtime_error with the fixed text
   valueError,           ///< kr::zero::io::ValueError
   badLexicalCast,       ///< boost::bad_lexical_cast
+  grammarError,         ///< modeling::sylvan::grammar::GrammarException
   streamFailed,         ///< std::ios_base::failure
+  tooLong,              ///< std::length_error
   outOfMemory,          ///< std::bad_alloc
   undocumented,         ///< anything else; `text` says what
 };
@@ -46,5 +48,7 @@ Outcome parseBytes(io::Parser& parser, const std::vector<std::uint8_t>& bytes);
 
 /// Whether damaged bytes of the direct format may end a parse like this.
 bool isDocumentedForBytes(Ending ending);
+/// The same for the tagged format.
+bool isDocumentedForTagged(Ending ending);
 
 }  // namespace kr::zero::test

@@ -1,0 +1,15 @@
+# Fuzzers count which edges of the code an input reaches: everything is compiled for that, and under the sanitizers
+# that tell what goes wrong. Clears KR0_BUILD_FUZZERS where the compiler has no libFuzzer.
+if(NOT KR0_BUILD_FUZZERS)
+  return()
+endif()
+include(CheckCXXSourceCompiles)
+set(CMAKE_REQUIRED_FLAGS -fsanitize=fuzzer)
+check_cxx_source_compiles("extern \"C\" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }" KR0_HAS_LIBFUZZER)
+unset(CMAKE_REQUIRED_FLAGS)
+if(KR0_HAS_LIBFUZZER)
+  set(KR0_SANITIZE fuzzer-no-link,address,undefined)
+else()
+  message(STATUS "the fuzzers are left out: the compiler has no libFuzzer (clang has, with its runtime libraries)")
+  set(KR0_BUILD_FUZZERS OFF)
+endif()
