@@ -1,5 +1,7 @@
 #include "XmlDocument.h"
 
+#include <new>
+
 #include "Errors.h"
 
 namespace kr::zero::ecore {
@@ -22,6 +24,7 @@ XmlDocument::XmlDocument(std::string text, std::string_view name, bool keepsBlan
   const unsigned blanks = keepsAll ? pugi::parse_ws_pcdata : pugi::parse_ws_pcdata_single;
   const pugi::xml_parse_result result =
       document_.load_buffer_inplace(text_.data(), text_.size(), kParseFlags | blanks, pugi::encoding_utf8);
+  if (result.status == pugi::status_out_of_memory) throw std::bad_alloc();
   if (result.status == pugi::status_no_document_element || (result && !root()))
     failIn(name_, "it is empty: there is no root element", ErrorCode::foreign);
   if (!result)
