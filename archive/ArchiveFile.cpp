@@ -34,7 +34,7 @@ void ArchiveFile::open(const std::filesystem::path& path) {
     refuse("it is no regular file");
   errno = 0;
   file_ = std::make_unique<std::ifstream>(path, std::ios::binary);
-  if (!*file_) refuse(std::generic_category().message(errno == 0 ? EIO : errno));
+  if (!*file_) fail(ErrorCode::unreadable, io::unreadableFor(errno == 0 ? EIO : errno));
   size_ = std::filesystem::file_size(path);
 }
 

@@ -3,11 +3,14 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "kr/zero/evolution/JsonTree.h"
+
 namespace kr::zero::archive {
 
 namespace {
 
 using Json = nlohmann::json;  // an object's keys are sorted
+using evolution::JsonTree;
 
 constexpr const char* kDirect = "krb";
 constexpr const char* kTagged = "krt";
@@ -17,13 +20,14 @@ constexpr std::uint64_t kVersion = 1;
 // has read are dropped one inside the other.
 constexpr int kDeepest = 8;
 
-Json parse(std::string_view text) {
+void parse(std::string_view text, Json& into) {
   const auto refuseDepth = [](int depth, Json::parse_event_t, Json&) {
     if (depth > kDeepest) throw std::runtime_error("its values are nested too deep");
     return true;
   };
   try {
-    return Json::parse(text, refuseDepth);
+    nlohmann::detail::json_sax_dom_callback_parser<Json> builder(into, refuseDepth);
+    Json::sax_parse(text, &builder);
   } catch (const Json::exception&) {
     throw std::runtime_error("it is no JSON");
   }
@@ -93,21 +97,36 @@ void readMetaModel(const Json& metaModel, Manifest& manifest) {
 }  // namespace
 
 std::string toJson(const Manifest& manifest) {
-  Json packages = Json::array();
-  for (const ArchivedPackage& package : manifest.packages)
-    packages.push_back({{"fingerprint", package.fingerprint}, {"name", package.name}, {"uri", package.uri}});
-  Json files = Json::array();
-  for (const auto& [name, bytes] : manifest.files) files.push_back({{"bytes", bytes}, {"name", name}});
-  const Json document{
-      {"bytes", manifest.bytes}, {"format", manifest.tagged ? kTagged : kDirect}, {"xxh3", manifest.hash}};
-  const Json metaModel{{"bytes", manifest.metaBytes}, {"files", files}, {"xxh3", manifest.metaHash}};
-  return Json{
-      {"document", document}, {"kr0", manifest.version}, {"metaModel", metaModel}, {"packages", packages}}
-      .dump();
+  JsonTree<Json> tree;
+  Json& json = tree.get();
+  json["kr0"] = manifest.version;
+  Json& document = json["document"] = Json::object();
+  document["bytes"] = manifest.bytes;
+  document["format"] = manifest.tagged ? kTagged : kDirect;
+  document["xxh3"] = manifest.hash;
+  Json& metaModel = json["metaModel"] = Json::object();
+  metaModel["bytes"] = manifest.metaBytes;
+  metaModel["xxh3"] = manifest.metaHash;
+  Json& files = metaModel["files"] = Json::array();
+  for (const auto& [name, bytes] : manifest.files) {
+    Json& file = files.emplace_back(Json::object());
+    file["bytes"] = bytes;
+    file["name"] = name;
+  }
+  Json& packages = json["packages"] = Json::array();
+  for (const ArchivedPackage& from : manifest.packages) {
+    Json& package = packages.emplace_back(Json::object());
+    package["fingerprint"] = from.fingerprint;
+    package["name"] = from.name;
+    package["uri"] = from.uri;
+  }
+  return json.dump();
 }
 
 Manifest fromJson(std::string_view text) {
-  const Json json = parse(text);
+  JsonTree<Json> tree;
+  parse(text, tree.get());
+  const Json& json = tree.get();
   requireVersion(getNumber(json, "kr0"));
   Manifest manifest;
   readDocument(get(json, "document"), manifest);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "kr/zero/evolution/JsonTree.h"
+
 namespace kr::zero::evolution {
 
 namespace {
@@ -38,33 +40,50 @@ std::string asText(const TypeFate& type) {
   return text;
 }
 
-Json asJson(const PropertyFate& property) {
-  return {{"from", property.from},     {"to", property.to},         {"fate", nameOf(property.fate)},
-          {"detail", property.detail}, {"values", property.values}, {"carried", property.carried}};
+// Each fills a value where it stands in the tree: see JsonTree. An object that keeps the order of its keys
+// copies its values where it grows, so there is room for all keys before there are any.
+constexpr std::size_t kMostKeys = 8;
+
+Json& asObject(Json& json) {
+  json = Json::object();
+  json.get_ref<Json::object_t&>().reserve(kMostKeys);
+  return json;
 }
 
-Json asJson(const TypeFate& type) {
-  Json properties = Json::array();
-  for (const PropertyFate& property : type.properties) properties.push_back(asJson(property));
-  return {{"from", type.from},
-          {"to", type.to},
-          {"fate", nameOf(type.fate)},
-          {"detail", type.detail},
-          {"elements", type.elements},
-          {"carried", type.carried},
-          {"properties", std::move(properties)}};
+void fill(Json& json, const PropertyFate& property) {
+  json["from"] = property.from;
+  json["to"] = property.to;
+  json["fate"] = nameOf(property.fate);
+  json["detail"] = property.detail;
+  json["values"] = property.values;
+  json["carried"] = property.carried;
 }
 
-Json asJson(const std::vector<Finding>& findings) {
-  Json all = Json::array();
-  for (const Finding& finding : findings)
-    all.push_back({{"subject", finding.subject},
-                   {"count", finding.count},
-                   {"unit", finding.unit},
-                   {"what", finding.what},
-                   {"asked", finding.asked},
-                   {"paths", finding.paths}});
-  return all;
+void fill(Json& json, const Finding& finding) {
+  json["subject"] = finding.subject;
+  json["count"] = finding.count;
+  json["unit"] = finding.unit;
+  json["what"] = finding.what;
+  json["asked"] = finding.asked;
+  json["paths"] = finding.paths;
+}
+
+void fill(Json& json, const TypeFate& type);
+
+template <class Row>
+void fill(Json& json, const std::vector<Row>& rows) {
+  json = Json::array();
+  for (const Row& row : rows) fill(asObject(json.emplace_back()), row);
+}
+
+void fill(Json& json, const TypeFate& type) {
+  json["from"] = type.from;
+  json["to"] = type.to;
+  json["fate"] = nameOf(type.fate);
+  json["detail"] = type.detail;
+  json["elements"] = type.elements;
+  json["carried"] = type.carried;
+  fill(json["properties"], type.properties);
 }
 
 }  // namespace
@@ -97,14 +116,14 @@ std::string toText(const CarryOverReport& report) {
 }
 
 std::string toJson(const CarryOverReport& report) {
-  Json types = Json::array();
-  for (const TypeFate& type : report.types) types.push_back(asJson(type));
-  const Json all = {{"kr0", 1},
-                    {"elements", report.elements},
-                    {"carried", report.carried},
-                    {"types", std::move(types)},
-                    {"losses", asJson(report.losses)},
-                    {"notices", asJson(report.notices)}};
+  JsonTree<Json> tree;
+  Json& all = asObject(tree.get());
+  all["kr0"] = 1;
+  all["elements"] = report.elements;
+  all["carried"] = report.carried;
+  fill(all["types"], report.types);
+  fill(all["losses"], report.losses);
+  fill(all["notices"], report.notices);
   return all.dump(1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 

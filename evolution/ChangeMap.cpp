@@ -7,6 +7,7 @@
 #include "CarryOverNames.h"
 #include "kr/zero/Error.h"
 #include "kr/zero/TextHash.h"
+#include "kr/zero/evolution/JsonTree.h"
 
 namespace kr::zero::evolution {
 
@@ -15,6 +16,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kMapVersion = 1;
+constexpr std::size_t kSections = 6;
 constexpr std::size_t kDeepestMap = 2;  // the map, and a section in it
 
 [[noreturn]] void refuseMap(const std::string& name, const std::string& problem,
@@ -22,15 +24,20 @@ constexpr std::size_t kDeepestMap = 2;  // the map, and a section in it
   throw Error(code, {.file = name, .problem = problem});
 }
 
+/// Makes room for all sections: an object that keeps the order of its keys copies them where it grows, which
+/// JsonTree cannot have.
+void reserveSections(Json& map) { map.get_ref<Json::object_t&>().reserve(kSections); }
+
 /// Looks at the map while it is parsed: what is nested too deeply is never built, and of two equal keys none
 /// is lost without a word.
 class Watch {
  public:
-  explicit Watch(const std::string& name) : name_(name) {}
+  Watch(const std::string& name, Json& map) : name_(name), map_(map) {}
 
   bool operator()(int depth, Json::parse_event_t event, Json& parsed) {
     using Event = Json::parse_event_t;
     const auto level = static_cast<std::size_t>(depth);
+    if (event == Event::key && level == 1) reserveSections(map_);
     if (event == Event::object_start || event == Event::array_start) {
       if (level >= kDeepestMap) refuseMap(name_, "values are nested too deeply for a change map");
       keys_[level].clear();
@@ -44,6 +51,7 @@ class Watch {
 
  private:
   const std::string& name_;
+  Json& map_;
   std::array<std::unordered_set<std::string, TextHash, std::equal_to<>>, kDeepestMap> keys_;
 };
 
@@ -52,7 +60,9 @@ class MapReader {
   explicit MapReader(const std::string& name) : name_(name) {}
 
   ChangeMap read(std::string_view text) {
-    const Json json = parse(text);
+    JsonTree<Json> tree;
+    parse(text, tree.get());
+    const Json& json = tree.get();
     if (!json.is_object()) refuseMap(name_, "a change map is a JSON object");
     for (const auto& [key, value] : json.items()) readSection(key, value);
     if (!hasVersion_) refuseMap(name_, "a change map says \"kr0\": 1");
@@ -60,9 +70,10 @@ class MapReader {
   }
 
  private:
-  Json parse(std::string_view text) const {
+  void parse(std::string_view text, Json& into) const {
     try {
-      return Json::parse(text.begin(), text.end(), Watch(name_));
+      nlohmann::detail::json_sax_dom_callback_parser<Json> builder(into, Watch(name_, into));
+      Json::sax_parse(text.begin(), text.end(), &builder);
     } catch (const Json::parse_error& error) {
       throw Error(
           ErrorCode::damaged,
@@ -123,7 +134,10 @@ ChangeMap parseChangeMap(std::string_view json, const std::string& name) {
 }
 
 std::string toJson(const ChangeMap& map) {
-  Json json = {{"kr0", kMapVersion}};
+  JsonTree<Json> tree;
+  Json& json = tree.get();
+  reserveSections(json);
+  json["kr0"] = kMapVersion;
   const auto add = [&](const char* section, const auto& rules) {
     if (!rules.empty()) json[section] = rules;
   };

@@ -14,6 +14,7 @@
 #include <unordered_set>
 
 #include "LockContents.h"
+#include "kr/zero/evolution/JsonTree.h"
 
 namespace kr::zero::evolution {
 
@@ -71,10 +72,12 @@ class Shape {
   std::vector<std::unordered_set<std::string>> keys_;  // of what is open, innermost last
 };
 
-SortedJson parse(std::string_view text) {
+void parse(std::string_view text, SortedJson& into) {
   Shape shape;
   static_cast<void>(SortedJson::sax_parse(text, &shape));
-  return SortedJson::parse(text);
+  const auto takeAll = [](int, SortedJson::parse_event_t, SortedJson&) { return true; };
+  nlohmann::detail::json_sax_dom_callback_parser<SortedJson> builder(into, takeAll);
+  SortedJson::sax_parse(text, &builder);
 }
 
 /// An object of the file, and what to call it.
@@ -238,7 +241,7 @@ class Writing {
         line(6, '"' + std::to_string(number) + "\": " + textOf(property));
       });
     if (type.isRetired) line(5, "\"retired\": true");
-    if (!type.supertypes.empty()) line(5, "\"supertypes\": " + SortedJson(type.supertypes).dump());
+    if (!type.supertypes.empty()) line(5, "\"supertypes\": " + listOf(type.supertypes));
     close(4);
   }
 
@@ -248,6 +251,12 @@ class Writing {
            kPropertyKindNames[static_cast<std::size_t>(property.kind)] +
            "\", \"name\": " + inQuotes(property.name) + retired(property.isRetired) +
            ", \"type\": " + inQuotes(property.type) + '}';
+  }
+
+  static std::string listOf(const std::set<std::string>& names) {
+    std::string list;
+    for (const std::string& name : names) list += (list.empty() ? "[" : ",") + inQuotes(name);
+    return list + ']';
   }
 
   static std::string retired(bool isRetired) { return isRetired ? ", \"retired\": true" : ""; }
@@ -282,7 +291,9 @@ class Writing {
 }  // namespace
 
 Lock::Contents fromText(std::string_view text) {
-  const SortedJson json = parse(text);
+  JsonTree<SortedJson> tree;
+  parse(text, tree.get());
+  const SortedJson& json = tree.get();
   const Entry file(json, "the file");
   file.allow({kMark, "packages"});
   const SortedJson* const version = file.find(kMark);

@@ -10,9 +10,9 @@ namespace kr::zero::study {
 
 namespace {
 
-/// libcrypto says no more than that it could not.
+/// libcrypto says no more than that it could not; every libcrypto has SHA-256, so it is memory.
 void require(int isDone) {
-  if (isDone != 1) throw Error(ErrorCode::unknown, "libcrypto computes no SHA-256 here");
+  if (isDone != 1) throw Error(ErrorCode::outOfMemory, "libcrypto computes no SHA-256 here");
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ using Kind = meta::TypeDefinition::Kind;
 bool isOf(ConstElement element, std::string_view className) { return element.getType()->name() == className; }
 
 /// All values of a composition.
-std::vector<ConstElement> childrenOf(ConstElement element, const char* property) {
+std::vector<ConstElement> elementsIn(ConstElement element, const char* property) {
   std::vector<ConstElement> children;
   for (std::size_t i = 0; i < element.size(property); ++i)
     children.push_back(element.getElement(property, i));
@@ -25,9 +25,9 @@ std::vector<ConstElement> childrenOf(ConstElement element, const char* property)
 
 /// The value that an annotation of an element gives to a key.
 std::optional<std::string> annotated(ConstElement element, std::string_view source, std::string_view key) {
-  for (const ConstElement annotation : childrenOf(element, "eAnnotations")) {
+  for (const ConstElement annotation : elementsIn(element, "eAnnotations")) {
     if (annotation.getText("source") != source) continue;
-    for (const ConstElement detail : childrenOf(annotation, "details"))
+    for (const ConstElement detail : elementsIn(annotation, "details"))
       if (detail.getText("key") == key) return std::string(detail.getText("value"));
   }
   return std::nullopt;
@@ -74,7 +74,7 @@ void EcoreImport::collectClassifiers() {
   for (std::size_t file = 0; file < files_.size(); ++file)
     classifierByElement_.emplace_back(files_.content(file).offsets.size(), kNowhere);
   for (std::size_t package = 0; package < files_.packages().size(); ++package)
-    for (const ConstElement element : childrenOf(files_.packages()[package].element, "eClassifiers"))
+    for (const ConstElement element : elementsIn(files_.packages()[package].element, "eClassifiers"))
       collectClassifier(package, element);
 }
 
@@ -212,7 +212,7 @@ TypeUse EcoreImport::typeOf(const Classifier& classifier, ConstElement feature) 
 
 void EcoreImport::importEnumeration(Classifier& classifier) {
   if (classifier.definition.kind != Kind::enumeration) return;
-  for (const ConstElement literal : childrenOf(classifier.element, "eLiterals"))
+  for (const ConstElement literal : elementsIn(classifier.element, "eLiterals"))
     classifier.definition.literals.push_back({std::string(literal.getText("name")),
                                               std::string(literal.getText("literal")),
                                               static_cast<std::int32_t>(literal.getInteger("value"))});
@@ -238,7 +238,7 @@ void EcoreImport::importSupertypes(Classifier& classifier) {
                        element, seen);
         },
         join("class ", classifier.qualifiedName, " goes without this supertype"));
-  for (const ConstElement generic : childrenOf(element, "eGenericSuperTypes"))
+  for (const ConstElement generic : elementsIn(element, "eGenericSuperTypes"))
     attempt([&] { addSupertype(classifier, erasure(file, generic, true), generic, seen); },
             join("class ", classifier.qualifiedName, " goes without this supertype"));
 }
@@ -267,7 +267,7 @@ bool EcoreImport::attempt(Work work, std::string_view loss) {
 /// Finds the features that are left out before any is imported: an opposite may be one of them.
 void EcoreImport::findLostFeatures(const Classifier& classifier) {
   if (!options_.onProblem || !isStructured(classifier)) return;
-  for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
+  for (const ConstElement feature : elementsIn(classifier.element, "eStructuralFeatures"))
     if (!annotated(feature, kBinarySource, kTypeKey) &&
         !attempt([&] { typeOf(classifier, feature); }, describe(classifier, feature) + " is left out"))
       lostFeatures_.emplace(fileOf(classifier), feature.getIndex());
@@ -300,7 +300,7 @@ void EcoreImport::addSupertype(Classifier& classifier, const TypeUse& type, Cons
 
 void EcoreImport::importClassifier(Classifier& classifier) {
   if (!isStructured(classifier)) return;
-  for (const ConstElement feature : childrenOf(classifier.element, "eStructuralFeatures"))
+  for (const ConstElement feature : elementsIn(classifier.element, "eStructuralFeatures"))
     if (!lostFeatures_.contains({fileOf(classifier), feature.getIndex()})) importFeature(classifier, feature);
 }
 

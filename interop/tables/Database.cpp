@@ -40,6 +40,17 @@ class OnlyQuestions {
   throw Error(ErrorCode::misuse, "the query cannot be answered: " + problem);
 }
 
+/// What SQLite could not do for want of memory is no fault of the query.
+void requireMemory(sqlite3* database) {
+  if (sqlite3_errcode(database) == SQLITE_NOMEM)
+    throw Error(ErrorCode::outOfMemory, "there is no memory for the query");
+}
+
+[[noreturn]] void refuseInWordsOf(sqlite3* database) {
+  requireMemory(database);
+  refuse(sqlite3_errmsg(database));
+}
+
 /// Whether nothing but blanks, semicolons and comments stands there.
 bool isNothing(sqlite3* database, const char* sql, const char* end) {
   while (sql != end) {
@@ -47,6 +58,7 @@ bool isNothing(sqlite3* database, const char* sql, const char* end) {
     const char* rest = nullptr;
     const int code = sqlite3_prepare_v2(database, sql, static_cast<int>(end - sql), &statement, &rest);
     const Statement owner(statement);
+    if (code != SQLITE_OK) requireMemory(database);
     if (code != SQLITE_OK || statement != nullptr) return false;
     if (rest == sql) break;
     sql = rest;
@@ -61,7 +73,7 @@ Statement prepareQuestion(sqlite3* database, std::string_view sql) {
   const int code = sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &prepared, &rest);
   Statement statement(prepared);
   if (code == SQLITE_AUTH) refuse("it is more than a SELECT, and these tables are only read");
-  if (code != SQLITE_OK) refuse(sqlite3_errmsg(database));
+  if (code != SQLITE_OK) refuseInWordsOf(database);
   if (!statement) refuse("there is no statement in it");
   if (!isNothing(database, rest, sql.data() + sql.size())) refuse("it is more than one statement");
   if (sqlite3_stmt_readonly(prepared) == 0 || sqlite3_column_count(prepared) == 0)
@@ -81,7 +93,10 @@ Field fieldOf(sqlite3_stmt* statement, int column) {
       break;
   }
   const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-  if (text == nullptr) return std::string_view();
+  if (text == nullptr) {
+    requireMemory(sqlite3_db_handle(statement));
+    return std::string_view();
+  }
   return std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
 }
 
@@ -92,7 +107,8 @@ void answer(sqlite3* database, std::string_view sql, RowTaker& taker) {
   std::vector<std::string> names;
   for (int column = 0; column < count; ++column) {
     const char* const name = sqlite3_column_name(statement.get(), column);
-    names.emplace_back(name == nullptr ? "" : name);
+    if (name == nullptr) throw std::bad_alloc();
+    names.emplace_back(name);
   }
   taker.columns(names);
   std::vector<Field> fields(names.size());
@@ -102,7 +118,7 @@ void answer(sqlite3* database, std::string_view sql, RowTaker& taker) {
       fields[static_cast<std::size_t>(column)] = fieldOf(statement.get(), column);
     taker.row(fields);
   }
-  if (code != SQLITE_DONE) refuse(sqlite3_errmsg(database));
+  if (code != SQLITE_DONE) refuseInWordsOf(database);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // Tables in files and folders that appear whole or not at all.
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <ios>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -34,7 +36,33 @@ constexpr int kMostTries = 1000;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
-/// A folder beside the target, of a name that was free; gone at the end of its life.
+/// The files of a folder, one after the other. (What the standard library lists or removes folders with ends
+/// the program where there is no memory.)
+class Listing {
+ public:
+  Listing(const fs::path& folder, std::error_code& error) noexcept : folder_(::opendir(folder.c_str())) {
+    if (folder_ == nullptr) error = lastError();
+  }
+  Listing(const Listing&) = delete;
+  Listing& operator=(const Listing&) = delete;
+  ~Listing() {
+    if (folder_ != nullptr) ::closedir(folder_);
+  }
+
+  /// The next name, or null at the end.
+  const char* next() noexcept {
+    while (const dirent* const entry = folder_ == nullptr ? nullptr : ::readdir(folder_))
+      if (std::string_view(entry->d_name) != "." && std::string_view(entry->d_name) != "..")
+        return entry->d_name;
+    return nullptr;
+  }
+  void remove(const char* name) const noexcept { ::unlinkat(::dirfd(folder_), name, 0); }
+
+ private:
+  DIR* folder_;
+};
+
+/// A folder of files beside the target, of a name that was free; gone at the end of its life.
 class TemporaryFolder {
  public:
   explicit TemporaryFolder(const fs::path& target) {
@@ -50,7 +78,9 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder() {
     std::error_code nobodyAsks;
-    fs::remove_all(path_, nobodyAsks);
+    Listing files(path_, nobodyAsks);
+    while (const char* const name = files.next()) files.remove(name);
+    ::rmdir(path_.c_str());
   }
   const fs::path& path() const { return path_; }
 
@@ -127,13 +157,15 @@ void requireReplaceable(const fs::path& folder, TextTables form) {
         ErrorDetails{.file = folder.string(), .problem = "is no folder, and tables are written into one"});
   bool isEmpty = true;
   bool isOurs = false;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+  Listing files(folder, error);
+  while (const char* const name = files.next()) {
+    const fs::path file = name;
     isEmpty = false;
-    isOurs = isOurs || entry.path().filename() == TextRows::fileOf("elements", form);
-    if (entry.path().extension() != TextRows::extensionOf(form) || !entry.is_regular_file(error))
+    isOurs = isOurs || file == TextRows::fileOf("elements", form);
+    if (file.extension() != TextRows::extensionOf(form) || !fs::is_regular_file(folder / file, error))
       throw Error(ErrorCode::unwritable,
                   ErrorDetails{.file = folder.string(),
-                               .problem = "holds " + entry.path().filename().string() +
+                               .problem = "holds " + file.string() +
                                           ", which is no such table: the folder is not overwritten"});
   }
   if (error) failToWrite(folder, error);

@@ -14,7 +14,7 @@
 #include "support/Paths.h"
 #include "tool/Tool.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::streams {
 
 namespace {
 
@@ -189,4 +189,4 @@ TEST(Languages, OfAProgramAroundTheLibraryChangeNothing) {
   EXPECT_EQ(grouped, usual);
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::streams

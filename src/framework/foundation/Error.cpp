@@ -3,6 +3,7 @@
 #include <array>
 #include <exception>
 #include <new>
+#include <system_error>
 #include <type_traits>
 #include <utility>
 
@@ -85,6 +86,8 @@ void rethrowAsError(ErrorDetails known, ErrorCode code) {
   } catch (const std::bad_alloc&) {
     throwAround(ErrorCode::outOfMemory, std::move(known), "there is not enough memory for it");
   } catch (const std::exception& error) {
+    const auto* const system = dynamic_cast<const std::system_error*>(&error);
+    if (system != nullptr && system->code() == std::errc::not_enough_memory) code = ErrorCode::outOfMemory;
     throwAround(code, std::move(known), error.what());
   } catch (...) {
     throwAround(ErrorCode::unknown, std::move(known), "an exception of an unknown type");

@@ -667,9 +667,9 @@ TEST_F(ModelFiles, AFileThatMayNotGrowLeavesTheOldOne) {
 
 TEST_F(ModelFiles, AWriteThatFailsAtAnyByteLeavesTheOldFile) {
   test::writeFile(path, "kept");
-  script.content = std::string(200, 'x');
+  outputScript.content = std::string(200, 'x');
   for (const ustring& format : {kFormat, kStreamFormat})
-    for (rlim_t size = 0; size < script.content.size(); ++size) {
+    for (rlim_t size = 0; size < outputScript.content.size(); ++size) {
       std::string failure;
       {
         const FileSizeLimit limit(size);
@@ -1053,7 +1053,7 @@ TEST_F(ModelFiles, APipeIsReadFrom) {
   std::thread writer([&] { test::writeFile(at("pipe"), "some bytes"); });
   EXPECT_EQ(load(at("pipe")).size(), 0u);
   writer.join();
-  EXPECT_EQ(script.parsedBytes, "some bytes");
+  EXPECT_EQ(outputScript.parsedBytes, "some bytes");
 }
 
 TEST_F(ModelFiles, AFileThatCannotBeReadIsNamedWithTheReason) {

@@ -1,5 +1,6 @@
 #include "kr/zero/io/ReadFailure.h"
 
+#include <cerrno>
 #include <exception>
 #include <new>
 #include <optional>
@@ -110,7 +111,10 @@ void splitProblem(ErrorDetails& details) {
 
 std::string unreadableFor(std::string_view reason) { return "cannot be read, " + std::string(reason); }
 
-std::string unreadableFor(int error) { return unreadableFor(std::generic_category().message(error)); }
+std::string unreadableFor(int error) {
+  if (error == ENOMEM) throw std::bad_alloc();
+  return unreadableFor(std::generic_category().message(error));
+}
 
 bool looksLikeXml(std::string_view beginning) {
   using namespace std::string_view_literals;

@@ -19,6 +19,7 @@ KR0_FRAMEWORK_API bool looksLikeXml(std::string_view beginning);
 /// What is said of a file that the system does not give: "cannot be read, No such file or directory".
 KR0_FRAMEWORK_API std::string unreadableFor(std::string_view reason);
 /// The same for one of the system's numbers of errors.
+/// @throws std::bad_alloc where it says that there is no memory: the file may well be readable.
 KR0_FRAMEWORK_API std::string unreadableFor(int error);
 
 /// A document whose reading failed.

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <exception>
+#include <new>
 #include <span>
 #include <vector>
 
@@ -96,6 +97,9 @@ class TableManager final : public ProcessorManager<Blackboard> {
           rule.leave(blackboard);
       }
       return number;
+    } catch (const std::bad_alloc&) {  // no matter of the grammar
+      stopInAct(*act, code, number);
+      throw;
     } catch (const std::exception& failure) {
       stopInAct(*act, code, number);
       this->throwTraced(TracingException("Action", failure));

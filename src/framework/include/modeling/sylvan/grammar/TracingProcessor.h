@@ -3,6 +3,7 @@
 #pragma once
 
 #include <exception>
+#include <new>
 
 #include "modeling/sylvan/grammar/Processor.h"
 
@@ -35,6 +36,8 @@ class KR0_FRAMEWORK_API TracingProcessor : public Processor {
   ReturnType guard(Hook hook) {
     try {
       return hook();
+    } catch (const std::bad_alloc&) {
+      throw;  // no matter of the grammar
     } catch (const std::exception& failure) {
       throwTraced(failure);
     }

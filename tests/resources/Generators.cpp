@@ -1,0 +1,2 @@
+// Documents of the direct format.
+#include "hostile/Generators.cpp"
