@@ -208,6 +208,8 @@ std::vector<ecore::EcoreFile> ArchiveReader::readMetaModel() try {
                   [&](std::string_view bytes) { files.add(bytes); });
   else if (manifest.metaBytes != 0)
     impl_->file.failDamaged(kMetaModelPart, "it is shorter than the manifest says");
+  else if (manifest.metaHash != hashOf({}))
+    impl_->file.failDamaged(kMetaModelPart, "the manifest has another hash for it");
   return files.take();
 } catch (...) {
   rethrowAsError({.file = name()});

@@ -216,6 +216,15 @@ TEST(ArchiveContent, ADocumentThatIsNoneIsRefusedByName) {
   EXPECT_THAT(loadingOf(withDocument("hello, world")), HasSubstr("frames.krz: the document of the archive"));
 }
 
+TEST(ArchiveContent, AMetaModelOfNothingHasTheHashOfNothing) {
+  std::string bytes;
+  archive::writeArchive(Model(goldenArchiveRegistry()), bytes);
+  ArchiveParts parts(bytes);
+  parts.manifest = replaced(parts.manifest, digitsOf(""), digitsOf("else"));
+  EXPECT_THAT(loadingOf(parts.join()),
+              EndsWith("the meta model of the archive is damaged: the manifest has another hash for it"));
+}
+
 TEST(ArchiveContent, APartWithoutAChecksumIsRefused) {
   ArchiveParts parts = golden();
   parts.document = compressed(decompressed(parts.document), false);
