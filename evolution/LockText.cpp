@@ -14,6 +14,7 @@
 #include <unordered_set>
 
 #include "LockContents.h"
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::evolution {
 
@@ -68,7 +69,7 @@ class Shape {
     return true;
   }
 
-  std::vector<std::unordered_set<std::string>> keys_;  // of what is open, innermost last
+  std::vector<std::unordered_set<std::string, TextHash>> keys_;  // of what is open, innermost last
 };
 
 Json parse(std::string_view text) {
