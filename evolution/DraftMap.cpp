@@ -267,7 +267,7 @@ class Drafter {
     if (missing.empty()) return;
     for (const Property property : now->getOwnedAttributes())
       if (property->isStored() && !old->findProperty(property->name())) fresh.push_back(property);
-    std::unordered_map<std::uint32_t, std::size_t> byNumber;
+    std::unordered_map<std::uint32_t, std::size_t, NumberHash> byNumber;
     for (std::size_t i = 0; i < fresh.size(); ++i) byNumber[fresh[i]->getIdentifier()] = i;
     std::vector<Match> matches;
     for (std::size_t i = 0; i < missing.size(); ++i) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "LockContents.h"
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::evolution {
 
@@ -49,7 +50,7 @@ class LockMeanings {
   void keepFirst(std::size_t type, Meanings& meanings) const;
 
   std::vector<Type> types_;
-  std::unordered_map<std::string, std::size_t> byName_;
+  std::unordered_map<std::string, std::size_t, TextHash> byName_;
   std::vector<std::shared_ptr<const Meanings>> meanings_;  // by type; shared where a type adds nothing
   std::vector<bool> isOpen_;                               // its supertypes are being looked at
   std::size_t total_ = 0;

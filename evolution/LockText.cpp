@@ -14,6 +14,7 @@
 #include <unordered_set>
 
 #include "LockContents.h"
+#include "kr/zero/TextHash.h"
 #include "kr/zero/evolution/JsonTree.h"
 
 namespace kr::zero::evolution {
@@ -69,7 +70,7 @@ class Shape {
     return true;
   }
 
-  std::vector<std::unordered_set<std::string>> keys_;  // of what is open, innermost last
+  std::vector<std::unordered_set<std::string, TextHash>> keys_;  // of what is open, innermost last
 };
 
 void parse(std::string_view text, SortedJson& into) {

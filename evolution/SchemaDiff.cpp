@@ -10,6 +10,7 @@
 #include "PropertyDiff.h"
 #include "Sentences.h"
 #include "TypeMatch.h"
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::evolution {
 
@@ -106,10 +107,10 @@ class Comparison {
   }
 
   void comparePackages() {
-    std::unordered_map<std::string, std::string> newUriByName;
+    std::unordered_map<std::string, std::string, TextHash> newUriByName;
     for (const PackageInfo& package : after_.getPackages())
       if (!before_.hasPackage(package.uri)) newUriByName.emplace(package.qualifiedName, package.uri);
-    std::unordered_set<std::string> continued;
+    std::unordered_set<std::string, TextHash> continued;
     for (const PackageInfo& package : before_.getPackages()) {
       const auto moved = newUriByName.find(package.qualifiedName);
       const bool isMoved = !after_.hasPackage(package.uri) && moved != newUriByName.end();
@@ -373,8 +374,8 @@ class Comparison {
   std::unordered_map<const Type::Impl*, std::size_t> orderOfOld_;
   std::unordered_map<const Type::Impl*, std::size_t> orderOfNew_;
   std::unordered_map<const Type::Impl*, std::size_t> oldByNew_;
-  std::unordered_set<std::string> gonePackages_;
-  std::unordered_set<std::string> newPackages_;
+  std::unordered_set<std::string, TextHash> gonePackages_;
+  std::unordered_set<std::string, TextHash> newPackages_;
   std::unordered_set<const Type::Impl*> targets_;
   std::set<Pair> comparedLists_;
   std::set<Triple> compared_;

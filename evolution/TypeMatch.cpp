@@ -1,5 +1,7 @@
 #include "TypeMatch.h"
 
+#include "kr/zero/TextHash.h"
+
 namespace kr::zero::evolution {
 
 namespace {
@@ -10,7 +12,7 @@ std::string keyOf(const std::string& uri, const std::string& name) { return uri 
 
 TypeMatch::TypeMatch(const meta::MetaRegistry& before, const meta::MetaRegistry& after,
                      const std::map<std::string, std::string>& renames) {
-  std::unordered_map<std::string, meta::Type> byPackage;
+  std::unordered_map<std::string, meta::Type, TextHash> byPackage;
   for (const meta::PackageInfo& package : after.getPackages())
     for (const meta::Type type : package.types) byPackage.emplace(keyOf(package.uri, type->name()), type);
   const auto newType = [&](const meta::PackageInfo& package, meta::Type type) {

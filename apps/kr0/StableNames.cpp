@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "kr/zero/ElementPath.h"
+#include "kr/zero/TextHash.h"
 #include "kr/zero/compare/Naming.h"
 
 namespace kr::zero::tool {
@@ -59,8 +60,8 @@ std::string rootName(ConstElement root) {
 
 StableNames::StableNames(const Model& model) {
   // What is set apart is told apart: siblings in one property, roots of one class.
-  std::vector<std::unordered_map<std::string, std::uint32_t>> open;
-  std::unordered_map<std::string, std::uint32_t> roots;
+  std::vector<std::unordered_map<std::string, std::uint32_t, TextHash>> open;
+  std::unordered_map<std::string, std::uint32_t, TextHash> roots;
   const auto all = model.elements();
   for (auto it = all.begin(); it != all.end(); ++it) {
     const ConstElement element = *it;

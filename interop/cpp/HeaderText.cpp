@@ -6,6 +6,7 @@
 
 #include "ClassText.h"
 #include "SourceText.h"
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::cpp {
 
@@ -149,7 +150,7 @@ class Header {
   }
 
   void includeOthers() {
-    std::unordered_set<std::string> included{package_.header};
+    std::unordered_set<std::string, TextHash> included{package_.header};
     for (const meta::Type type : needed_.get())
       if (const meta::PrimitiveType primitive(type);
           !(primitive && primitive->getStandardType() != meta::StandardType::none))

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "kr/zero/TextHash.h"
+
 namespace kr::zero::cpp {
 
 /// Letters, digits and single underscores, beginning with a letter and not ending with an underscore: other
@@ -37,7 +39,7 @@ class UniqueNames {
   std::string take(const std::string& wanted, const Family& family);
 
  private:
-  std::unordered_set<std::string> taken_;
+  std::unordered_set<std::string, TextHash> taken_;
 };
 
 template <class Family>

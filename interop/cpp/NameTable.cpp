@@ -6,6 +6,7 @@
 
 #include "Identifiers.h"
 #include "SourceText.h"
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::cpp {
 
@@ -84,8 +85,8 @@ void NameTable::nameLiterals(meta::Type type) {
 // two of them meet, all that have such a name are told apart by a number each, which is the same in all
 // classes.
 void NameTable::nameProperties() {
-  std::unordered_map<std::string, std::vector<std::string>> variants;  // by the name in C++
-  std::unordered_set<std::string> clashing;
+  std::unordered_map<std::string, std::vector<std::string>, TextHash> variants;  // by the name in C++
+  std::unordered_set<std::string, TextHash> clashing;
   const auto note = [&](meta::Property property) {
     std::vector<std::string>& known = variants[memberNameOf(property->name())];
     if (std::find(known.begin(), known.end(), property->name()) == known.end())
@@ -100,7 +101,7 @@ void NameTable::nameProperties() {
     for (const meta::Property property : type->getOwnedAttributes()) note(property);
   });
   forEachStructured([&](meta::StructuredType type) {
-    std::unordered_set<std::string> met;
+    std::unordered_set<std::string, TextHash> met;
     for (const meta::Property property : type->getAllProperties())
       if (std::string name = memberNameOf(property->name());
           variants.at(name).size() > 1 && !met.insert(name).second)

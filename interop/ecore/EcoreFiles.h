@@ -20,9 +20,9 @@ inline constexpr std::size_t kNowhere = static_cast<std::size_t>(-1);
 /// Most bytes of the URI of a package, of its name or that of a classifier with those of the packages around,
 /// and of the name of a literal. Each is kept with everything that it names, so a long one would cost many
 /// times its length.
-inline constexpr std::size_t kLongestName = 1024;
+inline constexpr std::size_t kLongestName = 512;
 
-/// "the name of a literal is longer than 1024 bytes"
+/// "the name of a literal is longer than 512 bytes"
 inline std::string tooLong(std::string_view what) {
   return std::string(what).append(" is longer than ").append(std::to_string(kLongestName)).append(" bytes");
 }

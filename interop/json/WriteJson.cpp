@@ -9,6 +9,7 @@
 #include "JsonText.h"
 #include "Names.h"
 #include "kr/zero/SetValues.h"
+#include "kr/zero/TextHash.h"
 #include "kr/zero/io/SerializeCustomizer.h"
 #include "kr/zero/json/Json.h"
 
@@ -208,7 +209,7 @@ class Writer {
   /// @throws Error for two packages that types' names do not tell apart.
   std::vector<std::string> packageUris() const {
     std::vector<std::string> uris;
-    std::unordered_map<std::string, std::string> urisByName;
+    std::unordered_map<std::string, std::string, TextHash> urisByName;
     for (const ustring& wide : io::SerializeCustomizer().getPackageUris(model_)) {
       const std::string& uri = uris.emplace_back(toUtf8(wide));
       const std::string name = model_.getRegistry().findPackageName(uri).value_or(uri);

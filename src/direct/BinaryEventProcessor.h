@@ -10,6 +10,7 @@
 
 #include "direct/Numbers.h"
 #include "fl/i18n/converter.h"
+#include "kr/zero/TextHash.h"
 #include "kr/zero/io/EventProcessor.h"
 #include "values/ByteBuffer.h"
 #include "values/TypeCode.h"
@@ -98,7 +99,7 @@ class BinaryEventProcessor : public EventProcessor {
   std::uint64_t count_ = 0;  // items so far of the innermost collection
   CategoryMasks categoryMasks_{0x7FFFFFFF};
   std::vector<ustring> packageNames_;  // in order of first insertion
-  std::unordered_set<ustring> knownPackageNames_;
+  std::unordered_set<ustring, TextHash> knownPackageNames_;
   fl::i18n::codecvt_ustring_to_string converter_{"UTF8", true};
   std::string utf8_;  // used again and again
 };

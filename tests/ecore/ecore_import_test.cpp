@@ -346,8 +346,8 @@ TEST(EcorePackages, NestedTooDeepAreRefused) {
   EXPECT_THAT(refusalOf(open + close), HasSubstr("packages are nested more than 100 deep"));
 }
 
-TEST(EcoreNames, ThatAreKeptWithAllThatTheyNameAreNotLongerThanAKilobyte) {
-  const std::string most(1024, 'n');
+TEST(EcoreNames, ThatAreKeptWithAllThatTheyNameAreNotLong) {
+  const std::string most(512, 'n');
   const auto packageCalled = [](const std::string& name, const std::string& uri) {
     return "<eSubpackages name='" + name + "' nsURI='" + uri + "'/>";
   };
@@ -357,12 +357,12 @@ TEST(EcoreNames, ThatAreKeptWithAllThatTheyNameAreNotLongerThanAKilobyte) {
   EXPECT_EQ(refusalOf(packageCalled(most.substr(2), most) + classText(most.substr(2)) + literal(most)),
             "nothing was refused");
   EXPECT_THAT(refusalOf(packageCalled(most, "u")),
-              HasSubstr("line 2: the name of a package, with those around it, is longer than 1024 bytes"));
+              HasSubstr("line 2: the name of a package, with those around it, is longer than 512 bytes"));
   EXPECT_THAT(refusalOf(packageCalled("q", most + "u")),
-              HasSubstr("the URI of a package is longer than 1024 bytes"));
+              HasSubstr("the URI of a package is longer than 512 bytes"));
   EXPECT_THAT(refusalOf(classText(most)),
-              HasSubstr("the name of a classifier, with its packages, is longer than 1024 bytes"));
-  EXPECT_THAT(refusalOf(literal(most + "n")), HasSubstr("the name of a literal is longer than 1024 bytes"));
+              HasSubstr("the name of a classifier, with its packages, is longer than 512 bytes"));
+  EXPECT_THAT(refusalOf(literal(most + "n")), HasSubstr("the name of a literal is longer than 512 bytes"));
 }
 
 TEST(EcoreDefaults, AreFoundByTheTextOfTheFirstLiteralThatHasIt) {

@@ -1,8 +1,11 @@
 #include "growth/Cases.h"
 
 #include <kr/zero/archive/Archive.h>
+#include <kr/zero/ecore/Documentation.h>
 #include <kr/zero/ecore/Ecore.h>
 #include <kr/zero/ecore/Imperfect.h>
+#include <kr/zero/evolution/Lock.h>
+#include <kr/zero/evolution/SchemaDiff.h>
 #include <kr/zero/json/Json.h>
 
 #include <memory>
@@ -142,7 +145,7 @@ void texts(Element root, std::size_t size) {
 }
 
 void numbers(Element root, std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i) root.add("i", static_cast<std::int32_t>(i));
+  for (std::size_t i = 0; i < size; ++i) root.add("i", static_cast<std::int32_t>(1000000 + i));
 }
 
 void empties(Element root, std::size_t size) {
@@ -266,6 +269,17 @@ struct Text {
   std::size_t size;
 };
 
+/// Texts that std::hash cannot tell apart: a table that goes by it looks through all of them for each. From
+/// kColliding on all have one length up to eight times as many.
+constexpr std::size_t kColliding = 1100;
+
+template <class Make>
+std::string forColliding(std::size_t count, const Make& make) {
+  std::string all;
+  for (const std::string& text : test::makeCollidingTexts(count)) all += make(text);
+  return all;
+}
+
 const Text kDocuments[] = {
     {"pathsByKey",
      [](std::size_t n) {
@@ -284,7 +298,7 @@ const Text kDocuments[] = {
        return referring(n, repeated("<k/>", n),
                         [](std::size_t i) { return "//@k[s='a',t" + to_string(i) + "='b'] "; });
      },
-     500},
+     200},
     {"pathsByPosition",
      [](std::size_t n) {
        return referring(n, repeated("<k/>", n), [](std::size_t i) { return "//@k." + to_string(i) + " "; });
@@ -320,10 +334,41 @@ const Text kDocuments[] = {
     {"hrefs", [](std::size_t n) { return document(repeated("<q href='o.xmi#_1'/>", n)); }, 500},
     // Read with a listener; what is wrong is in every element, and in all below it.
     {"problems", [](std::size_t n) { return document(repeated("<z a='1'><z/></z><k a='1' r='/9'/>", n)); },
-     300},
+     100},
     {"deepProblem", [](std::size_t n) { return document(repeated("<z>", n) + repeated("</z>", n)); }, 1000},
     {"problemsInTheDeep",
-     [](std::size_t n) { return document(repeated("<k>", n) + "<z/>" + repeated("<z/></k>", n)); }, 300},
+     [](std::size_t n) { return document(repeated("<k>", n) + "<z/>" + repeated("<z/></k>", n)); }, 100},
+    {"collidingAttributeIds",
+     [](std::size_t n) {
+       return document(
+           forColliding(n, [](const auto& text) { return "<k id='" + text + "' r='" + text + "'/>"; }));
+     },
+     kColliding},
+    {"collidingKeys",
+     [](std::size_t n) {
+       return document(forColliding(
+           n, [](const auto& text) { return "<k s='" + text + "' r=\"//@k[s='" + text + "']\"/>"; }));
+     },
+     kColliding},
+    {"collidingPrefixes",
+     [](std::size_t n) {
+       return document(forColliding(n, [](const auto& text) { return "<k xsi:type='" + text + ":N'/>"; }),
+                       forColliding(n, [](const auto& text) { return " xmlns:" + text + "='urn:f'"; }));
+     },
+     kColliding},
+    {"collidingUnknownPackages",
+     [](std::size_t n) {
+       return document(
+           forColliding(n, [](const auto& text) { return "<k xmlns:p='" + text + "' xsi:type='p:N'/>"; }));
+     },
+     kColliding},
+    {"tiny", [](std::size_t n) { return document(repeated("<k/>", n)); }, 500},
+    {"tinyValues", [](std::size_t n) { return document(repeated("<m/>", n)); }, 500},
+    {"tinyUnknown",
+     [](std::size_t n) {
+       return document({}, joined(n, [](std::size_t i) { return "a" + to_string(i) + "='' "; }));
+     },
+     500},
     {"duplicateIds", [](std::size_t n) { return document(repeated("<k xmi:id='i' r='i'/>", n)); }, 500},
 };
 
@@ -335,6 +380,46 @@ void addDocuments(std::vector<Case>& all) {
            return Work{[bytes] {
                          ecore::readXmi(bytes, "d.xmi", *nodes().mapping,
                                         {.onProblem = [](const ecore::Problem&) {}});
+                       },
+                       bytes.size()};
+         }});
+}
+
+// --- JSON by hand ------------------------------------------------------------------------------
+
+std::string jsonRoot(const std::string& properties) {
+  return "{\"kr0\":1,\"packages\":[\"urn:f\"],\"roots\":[{\"$type\":\"f.N\"," + properties + "}]}";
+}
+
+const Text kJson[] = {
+    {"tiny", [](std::size_t n) { return jsonRoot("\"k\":[" + repeated("{},", n) + "{}]"); }, 500},
+    {"tinyNumbers", [](std::size_t n) { return jsonRoot("\"i\":[" + repeated("1,", n) + "1]"); }, 1000},
+    {"tinyTexts", [](std::size_t n) { return jsonRoot("\"m\":[" + repeated("\"\",", n) + "\"\"]"); }, 1000},
+    {"tinyReferences",
+     [](std::size_t n) {
+       return jsonRoot("\"q\":[" + repeated("{\"$ref\":\"#/roots/0\"},", n) + "{\"$ref\":\"#/roots/0\"}]");
+     },
+     500},
+    {"openLists", [](std::size_t n) { return jsonRoot("\"x\":" + repeated("[", n)); }, 1000},
+    {"collidingTypes",  // none of which is there; what does not exist ends it
+     [](std::size_t n) {
+       return jsonRoot("\"k\":[" +
+                       forColliding(n, [](const auto& text) { return "{\"$type\":\"f." + text + "\"},"; }) +
+                       "{}]");
+     },
+     kColliding},
+};
+
+void addJson(std::vector<Case>& all) {
+  for (const Text& text : kJson)
+    all.push_back(
+        {"json/" + std::string(text.name) + "/read", Door::json, true, text.size, [&text](std::size_t size) {
+           const std::string bytes = text.make(size);
+           return Work{[bytes] {
+                         try {
+                           read(bytes, Door::json);
+                         } catch (const Error&) {  // some are none
+                         }
                        },
                        bytes.size()};
          }});
@@ -436,6 +521,40 @@ const Text kMetaModels[] = {
               joined(n / 10, [](std::size_t i) { return cls("D" + to_string(i)); });
      },
      2000},
+    {"collidingClasses",
+     [](std::size_t n) {
+       const std::string one = test::makeCollidingTexts(n).back();
+       return forColliding(
+           n, [&](const auto& text) { return cls(text, typed("EReference", "r", "#//" + one)); });
+     },
+     kColliding},
+    {"collidingProperties",
+     [](std::size_t n) {
+       return cls("C", forColliding(n, [](const auto& text) { return attribute(text); }));
+     },
+     kColliding},
+    {"collidingLiterals",
+     [](std::size_t n) {
+       return "<eClassifiers xsi:type='ecore:EEnum' name='E'>" +
+              forColliding(n, [](const auto& text) { return "<eLiterals name='" + text + "'/>"; }) +
+              "</eClassifiers>";
+     },
+     kColliding},
+    {"collidingPackages",
+     [](std::size_t n) {
+       return forColliding(n, [](const auto& text) {
+         return "<eSubpackages name='" + text + "' nsURI='" + text + "' nsPrefix='" + text + "'>" + cls("C") +
+                "</eSubpackages>";
+       });
+     },
+     kColliding},
+    // What is kept with each class may be as long as names may be.
+    {"longNames",
+     [](std::size_t n) {
+       return "<eSubpackages name='" + std::string(490, 'P') + "' nsURI='" + std::string(512, 'u') + "'>" +
+              joined(n, [](std::size_t i) { return cls("C" + to_string(i)); }) + "</eSubpackages>";
+     },
+     200},
     {"annotations",
      [](std::size_t n) {
        return cls("C", "<eAnnotations source='x'>" + repeated("<details key='a' value='b'/>", n) +
@@ -493,6 +612,19 @@ Case withMetaModel(const char* what, const char* name, void (*run)(const MetaMod
           }};
 }
 
+constexpr std::size_t kLongestLock = std::size_t{16} << 20;
+
+/// An element of every class, as XMI, JSON and in the direct format.
+void writeAll(const MetaModel& model) {
+  Model instances(*model.registry);
+  for (const meta::PackageInfo& info : model.registry->getPackages())
+    for (const meta::Type type : info.types) instances.createRoot(meta::Class(type));
+  ecore::writeXmi(instances, *model.mapping);
+  json::writeJson(instances);
+  std::string bytes;
+  io::writeModel(instances, bytes);
+}
+
 void addMetaModels(std::vector<Case>& all) {
   for (const Text& text : kMetaModels)
     all.push_back({"ecore/" + std::string(text.name) + "/read", Door::ecore, true, text.size,
@@ -502,22 +634,41 @@ void addMetaModels(std::vector<Case>& all) {
                    }});
   all.push_back({"ecore/referencesToKnown/read", Door::ecore, true, 150, referringToKnown});
   const auto pin = [](const MetaModel& model) { ecore::pinMetaModels(*model.mapping); };
-  for (const char* name : {"classes", "properties", "chainOfClasses", "annotations", "packages"})
+  for (const char* name : {"classes", "properties", "chainOfClasses", "annotations", "packages",
+                           "collidingClasses", "collidingProperties", "collidingPackages"})
     all.push_back(withMetaModel("pin", name, pin));  // each stands in one line
   const auto generate = [](const MetaModel& model) {
     ecore::writeEcore(*ecore::describeRegistry(*model.registry), "urn:f", true);
   };
-  for (const char* name : {"classes", "properties", "literals", "supertypes", "packages"})
+  for (const char* name :
+       {"classes", "properties", "literals", "supertypes", "packages", "collidingLiterals"})
     all.push_back(withMetaModel("generate", name, generate));
-  all.push_back(withMetaModel("close", "packages", [](const MetaModel& model) {
+  const auto close = [](const MetaModel& model) {
     ecore::closureOf(*model.mapping, {"urn:f"}, [](const std::string&) { return false; });
-  }));
-  all.push_back(withMetaModel("writeXmi", "packages", [](const MetaModel& model) {
-    Model instances(*model.registry);
-    for (const meta::PackageInfo& info : model.registry->getPackages())
-      for (const meta::Type type : info.types) instances.createRoot(meta::Class(type));
-    ecore::writeXmi(instances, *model.mapping);
-  }));
+  };
+  const auto compare = [](const MetaModel& model) {
+    meta::MetaRegistry none;
+    evolution::compareSchemas(*model.registry, *model.registry);
+    evolution::compareSchemas(*model.registry, none);
+    evolution::compareSchemas(none, *model.registry);
+  };
+  const auto lock = [](const MetaModel& model) {
+    evolution::Lock made;
+    made.update(*model.registry);
+    const std::string text = made.write();
+    if (text.size() < kLongestLock) evolution::Lock::parse(text, "lock.json").check(*model.registry);
+  };
+  const auto document = [](const MetaModel& model) { ecore::readDocumentation(*model.mapping); };
+  for (const char* name : {"packages", "collidingPackages"}) {
+    all.push_back(withMetaModel("close", name, close));
+    all.push_back(withMetaModel("document", name, document));
+    all.push_back(withMetaModel("writeAll", name, writeAll));
+  }
+  for (const char* name :
+       {"classes", "packages", "collidingClasses", "collidingProperties", "collidingPackages"}) {
+    all.push_back(withMetaModel("compare", name, compare));
+    all.push_back(withMetaModel("lock", name, lock));
+  }
 }
 
 std::vector<Case> makeCases() {
@@ -525,6 +676,7 @@ std::vector<Case> makeCases() {
   std::vector<Case> all;
   addModels(all);
   addDocuments(all);
+  addJson(all);
   addMetaModels(all);
   return all;
 }

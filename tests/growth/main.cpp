@@ -61,8 +61,8 @@ struct Bound {
   Door door;
   double perByte;
 };
-constexpr Bound kBounds[] = {{Door::direct, 64}, {Door::tagged, 64}, {Door::xmi, 64},
-                             {Door::ecore, 64},  {Door::json, 64},   {Door::archive, 64}};
+constexpr Bound kBounds[] = {{Door::direct, 16}, {Door::tagged, 16}, {Door::xmi, 32},
+                             {Door::ecore, 96},  {Door::json, 24},   {Door::archive, 16}};
 constexpr std::size_t kFloor = std::size_t{256} << 10;
 
 double boundOf(Door door) {
@@ -83,9 +83,10 @@ int measureMemory(std::string_view part) {
   std::map<Door, double> most;
   int tooMuch = 0;
   for (const Case& each : casesWith(part)) {
-    if (!each.isReading) continue;
+    const bool isAboutTime = each.name.find("colliding") != std::string::npos;
+    if (!each.isReading || isAboutTime) continue;
     const Work work = each.prepare(each.size << 5);
-    work.run();
+    work.run();  // what is made once for all is there then
     const test::AllocationMeter meter;
     work.run();
     const double peak = static_cast<double>(meter.getPeakBytes());

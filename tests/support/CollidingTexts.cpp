@@ -51,7 +51,7 @@ std::uint64_t lettersOf(std::uint64_t number) {
 }
 
 bool isLetters(std::uint64_t block) {
-  for (; block != 0; block >>= 8)
+  for (std::size_t i = 0; i < sizeof block; ++i, block >>= 8)
     if (kLetters.find(static_cast<char>(block)) == std::string_view::npos) return false;
   return true;
 }

@@ -127,7 +127,7 @@ class Joining {
   JoinedModels result_;
   std::vector<std::unique_ptr<ElementCopier>> copiers_;  // by source
   internal::IdentityIndex identities_;                   // of the result
-  std::unordered_map<std::string, std::size_t> documents_;
+  std::unordered_map<std::string, std::size_t, TextHash> documents_;
   std::unordered_map<std::size_t, std::unique_ptr<internal::IdentityIndex>> indices_;  // by source
 };
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "kr/zero/TextHash.h"
 #include "kr/zero/ecore/Ecore.h"
 #include "kr/zero/ecore/export.h"
 #include "kr/zero/meta/Type.h"
@@ -33,7 +34,7 @@ class KR0_ECORE_API Documentation {
   std::string_view find(const void* subject) const;
 
   std::unordered_map<const void*, std::string> texts_;  // by the address of what they are about
-  std::unordered_map<std::string, std::string> packageTexts_;
+  std::unordered_map<std::string, std::string, TextHash> packageTexts_;
 };
 
 /// Reads the documentation of all packages that came from files. Looks through the files once more.
