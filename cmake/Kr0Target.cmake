@@ -33,6 +33,14 @@ function(kr0_target_defaults target)
   endif()
 endfunction()
 
+# kr0_allow_stable_sort(<source>...): std::stable_sort of libstdc++ 12 calls what that library deprecates itself, which
+# newer versions of clang say of the sources that sort.
+function(kr0_allow_stable_sort)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
+  endif()
+endfunction()
+
 # Has the standard headers that most sources include compiled once for a target of many sources. Sources still include
 # what they use.
 function(kr0_precompile_standard_headers target)

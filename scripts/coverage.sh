@@ -21,16 +21,16 @@ mkdir -p "$profiles"
 export LLVM_PROFILE_FILE="$profiles/%4m.profraw"
 tests=0
 ctest --test-dir "$build" -LE slow --no-tests=error --output-on-failure -j "$jobs" >"$build/tests.log" 2>&1 || tests=1
-grep -vE '^ *(Start +)?[0-9]+(/[0-9]+ Test +#[0-9]+)?: .*( Passed .*)?$' "$build/tests.log" | tail -n 60
+grep -vE '^ *(Start +)?[0-9]+(/[0-9]+ Test +#[0-9]+)?: .*( Passed .*)?$' "$build/tests.log" | tail -n 60 || true
 
 llvm-profdata-19 merge -sparse -o "$build/all.profdata" "$profiles"/*.profraw
 objects=()
 while read -r object; do objects+=(-object "$object"); done < <(
   find "$build" -name 'libkr0_*.so.*.*.*' -type f
-  find "$build/apps" "$build/tests" -maxdepth 2 -type f -executable \( -name kr0 -o -name 'test_*' \)
+  find "$build/apps" "$build/tests" -maxdepth 2 -type f -executable \( -name kr0 -o -name 'test_*' -o -name kr0_test_everything \)
 )
 llvm-cov-19 export -format=text -skip-functions -skip-expansions -instr-profile="$build/all.profdata" "${objects[@]}" \
-  -ignore-filename-regex='/build/' >"$build/coverage.json"
+  -ignore-filename-regex="$build/" >"$build/coverage.json"
 shares=0
 scripts/coverage.py "$build/coverage.json" "$@" || shares=1
 [ "$tests" -eq 0 ] || echo "some tests failed: $build/tests.log"

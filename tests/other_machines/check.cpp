@@ -13,6 +13,7 @@
 #include "kr/zero/Error.h"
 #include "kr/zero/io/BinaryFormats.h"
 #include "kr/zero/io/ModelFile.h"
+#include "kr/zero/meta/MetaModelBuilder.h"
 #include "kr/zero/ustring.h"
 #include "support/GoldenDocuments.h"
 #include "support/Reading.h"
@@ -150,6 +151,34 @@ void checkTexts() {
   }
 }
 
+// --- Numbers as texts
+
+// The text form of a real that was set by a text, or "refused".
+std::string realFrom(std::string_view text) {
+  meta::MetaRegistry registry;
+  meta::MetaModelBuilder types("urn:r", "r");
+  types.classType("R").property("length", "Real");
+  types.registerIn(registry);
+  Model model(registry);
+  Element element = model.createRoot("r.R");
+  try {
+    element.setTextForm("length", text);
+  } catch (const ModelError&) {
+    return "refused";
+  }
+  return element.getTextForm("length");
+}
+
+void checkReals() {
+  const std::pair<const char*, const char*> forms[] = {
+      {"0.1", "0.1"},    {"-12.5", "-12.5"}, {"+3", "3.0"},      {"1e300", "1e+300"}, {"5e-324", "5e-324"},
+      {".5", "0.5"},     {"5.", "5.0"},      {"INF", "INF"},     {"NaN", "NaN"},      {"1e999", "refused"},
+      {"", "refused"},   {" 1", "refused"},  {"1 ", "refused"},  {"++1", "refused"},  {"0x10", "refused"},
+      {"1e", "refused"}, {"1,5", "refused"}, {"inf", "refused"}, {"nan", "refused"},  {"1-2", "refused"}};
+  for (const auto& [text, form] : forms)
+    check("the real \"" + std::string(text) + "\"", [&, t = text, f = form] { return realFrom(t) == f; });
+}
+
 // --- Files
 
 namespace fs = std::filesystem;
@@ -235,6 +264,7 @@ int main() {
   kr::zero::test::checkDirectValues();
   kr::zero::test::checkTaggedDocuments();
   kr::zero::test::checkTexts();
+  kr::zero::test::checkReals();
   kr::zero::test::checkFiles();
   kr::zero::test::checkLengths();
   std::printf("%d passed, %d failed\n", kr::zero::test::passed, kr::zero::test::failed);

@@ -5,6 +5,10 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#if defined(_LIBCPP_VERSION)
+#include <locale>
+#include <sstream>
+#endif
 
 namespace kr::zero::internal {
 
@@ -20,6 +24,21 @@ std::optional<T> parseWhole(std::string_view text) {
   if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
   return number;
 }
+
+#if defined(_LIBCPP_VERSION)
+// libc++ has no std::from_chars for these: a stream of the classic locale reads the same forms.
+template <>
+std::optional<double> parseWhole(std::string_view text) {
+  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  if (text.empty() || text.front() == '+' || text.find_first_not_of("0123456789.eE+-") != text.npos)
+    return std::nullopt;
+  std::istringstream stream{std::string(text)};
+  stream.imbue(std::locale::classic());
+  double number = 0;
+  if (!(stream >> number) || stream.peek() != std::char_traits<char>::eof()) return std::nullopt;
+  return number;
+}
+#endif
 
 std::optional<double> parseReal(std::string_view text) {
   if (text == "INF" || text == "Infinity") return std::numeric_limits<double>::infinity();
