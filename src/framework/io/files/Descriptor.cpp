@@ -4,9 +4,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "io/files/IoFailure.h"
-#include "kr/zero/io/ModelFile.h"
-
 namespace kr::zero::io::internal {
 
 namespace {
@@ -52,15 +49,3 @@ Descriptor openAt(int folder, const std::string& path, int flags, unsigned mode)
 }
 
 }  // namespace kr::zero::io::internal
-
-namespace kr::zero::io {
-
-void writeToDescriptor(int descriptor, std::string_view bytes) {
-  if (internal::writeAll(descriptor, bytes)) return;
-  const int error = errno;
-  const bool isStandard = descriptor == STDOUT_FILENO;
-  const std::string name = isStandard ? "standard output" : "descriptor " + std::to_string(descriptor);
-  internal::throwIoFailure("cannot write " + name, error);
-}
-
-}  // namespace kr::zero::io

@@ -16,9 +16,13 @@ class UnfinishedFile {
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
   /// Instead of the file before.
+#ifdef _WIN32
+  void remember(const std::string& path) noexcept;
+#else
   /// @param folder the folder of the file.
   /// @param file the file. Both must stay open until it is forgotten.
   void remember(int folder, int file, const std::string& name) noexcept;
+#endif
   void forget() noexcept;
 
  private:

@@ -1,14 +1,18 @@
-// What is common to all systems about files that appear whole or not at all.
-#include <exception>
+// What is the same on every system: files in one go, and failures to write as the library's errors.
 #include <ios>
 #include <stdexcept>
 #include <string>
 
-#include "kr/zero/Error.h"
+#include "io/files/Descriptor.h"
+#include "io/files/IoFailure.h"
 #include "kr/zero/io/AtomicFile.h"
 #include "kr/zero/io/ModelFile.h"
 
 namespace kr::zero::io {
+
+namespace {
+constexpr int kStandardOutput = 1;
+}
 
 void writeFileAtomically(const std::filesystem::path& path, std::string_view bytes) {
   AtomicFile file(path);
@@ -30,6 +34,14 @@ void rethrowWriteFailure(const std::string& name) {
   } catch (...) {
     rethrowAsError({.file = name});
   }
+}
+
+void writeToDescriptor(int descriptor, std::string_view bytes) {
+  if (internal::writeAll(descriptor, bytes)) return;
+  const int error = errno;
+  const bool isStandard = descriptor == kStandardOutput;
+  const std::string name = isStandard ? "standard output" : "descriptor " + std::to_string(descriptor);
+  internal::throwIoFailure("cannot write " + name, error);
 }
 
 }  // namespace kr::zero::io
