@@ -4,6 +4,8 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
+#include <tuple>
 
 #include "support/Paths.h"
 #include "tool/Tool.h"
