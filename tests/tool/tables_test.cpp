@@ -90,6 +90,13 @@ TEST(ConvertTables, WritesADatabaseAndFolders) {
   EXPECT_THAT(filesIn(folder), testing::UnorderedElementsAre("l.sqlite", "l.csv", "l.ndjson"));
 }
 
+TEST(ConvertTables, WritesADatabaseToAnOpenFileThatItsDescriptorNames) {
+  const std::string file = freshFolder() + "/l.sqlite";
+  const Ended ended = bash("$KR0 convert $1 /dev/fd/5 --to sqlite 5> $2", {libraryKrz(), file});
+  EXPECT_EQ(ended.code, 0) << ended.err;
+  EXPECT_TRUE(readFile(file).starts_with("SQLite format 3"));
+}
+
 TEST(ConvertTables, TakesSeveralDocumentsIntoAFolder) {
   const std::string folder = freshFolder();
   expectDone({"convert", libraryKrz(), "-o", folder, "--to", "csv"});

@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-
 namespace kr::zero::io::internal {
 
 namespace {
