@@ -34,7 +34,7 @@ install_packages $build_packages libgtest-dev libgmock-dev
 launcher=()
 if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
 echo "== building the threads"
-cmake --preset tsan "${launcher[@]}" >/dev/null
+cmake --preset tsan -DCMAKE_UNITY_BUILD=ON "${launcher[@]}" >/dev/null
 cmake --build build/tsan -j "$jobs" --target kr0_test_threads >/dev/null
 check "a race is seen" sees_a_race
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# What takes too long for every change: mutation of all code of the formats, a million documents for the second reader,
+# every kind of machine, two hours of fuzzing, the compiler of the system, the analysers, and ten times as many random
+# models, chains and moments. Needs a night of two cores; .ci/run comes first, by itself.
+#
+#   scripts/nightly.sh [STAGE...]   only these: mutation, reader, machines, compiler, lint, random, fuzzing
+#
+# Ends with "N passed, M failed".
+set -uo pipefail
+cd "$(dirname "$0")/.." || exit 1
+. scripts/lib.sh
+. scripts/stages.sh
+exec </dev/null
+
+export KR0_CONFIGURE_OPTIONS=-DKR0_WARNINGS_AS_ERRORS=ON
+
+mutation() { scripts/mutate.sh; }
+reader() { scripts/oracle.sh 1000000; }
+machines() { scripts/other_machines.sh; }
+compiler() { install_packages clang && test_preset clang; }
+lint() { scripts/lint.sh; }
+random() {
+  build_preset release -DKR0_BUILD_TESTS=ON &&
+    env KR0_MUTANTS=20000000 KR0_CHAINS=100000 KR0_SEQUENCES=10000000 KR0_MOMENTS=200 \
+      ctest --test-dir build/release -R "RandomDamage|Chains|RuleTable|TaggedReadingByNames|every_moment" --no-tests=error \
+      --output-on-failure --timeout 7200 -j "$jobs"
+}
+fuzzing() { scripts/fuzz.sh --all-for 7200; }
+
+# shellcheck disable=SC2086 # the lists are words
+install_packages $build_packages $test_packages
+[ $# -gt 0 ] || set -- mutation reader machines compiler lint random fuzzing
+for name in "$@"; do
+  if ! declare -F "$name" >/dev/null; then
+    echo "$0: no stage $name" >&2
+    exit 2
+  fi
+done
+for name in "$@"; do stage "$name" "$name"; done
+sums
