@@ -115,7 +115,9 @@ run() {
   libfuzzer "$1" -max_total_time="$2" -seed="$seed" -print_final_stats=1 -reload=0 \
     "$build/found/$1" "$build/corpus/$1" >"$build/logs/$1.log" 2>&1 || status=$?
   echo "exit code: $status" >>"$build/logs/$1.log"
-  if [ "$status" -ne 0 ]; then
+  if [ "$status" -eq 72 ]; then # as libFuzzer says it
+    echo "$1 was interrupted from outside"
+  elif [ "$status" -ne 0 ]; then
     cp "$build/logs/$1.log" "$build/artifacts/$1-$seed.log"
     echo "$1 found something, see $build/artifacts/$1-$seed.log:"
     grep -aE 'broken rule|ERROR: |SUMMARY: |runtime error|Test unit written' -A 1 "$build/logs/$1.log" | head -n 12
