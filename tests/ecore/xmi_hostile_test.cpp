@@ -189,6 +189,24 @@ TEST(HostileXmi, ManyAttributesAreLookedAtOnce) {
   EXPECT_LT(secondsFor(nodeDocument(attributes)), patience);
 }
 
+TEST(HostileXmi, EntitiesThatGrowAreRefusedBeforeTheyDo) {
+  const std::string bomb =
+      "<!DOCTYPE l [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;'>]>" +
+      nodeDocument("name='&b;'");
+  EXPECT_EQ(refusalOf(nodeModels(), bomb),
+            "document.xmi, line 1: declarations inside of the document type are not supported");
+  EXPECT_EQ(refusalOf(nodeModels(), "<!DOCTYPE l SYSTEM 'file:///etc/passwd'>" + nodeDocument("name='&b;'")),
+            "document.xmi, line 1: the entity \"b\" is not declared");
+}
+
+TEST(HostileXmi, AValueOfManyMegabytesIsReadAtOnce) {
+  constexpr std::size_t size = std::size_t{16} << 20;
+  const auto start = std::chrono::steady_clock::now();
+  const Model model = nodeModels().read(nodeDocument("name='" + std::string(size, 'x') + "'"));
+  EXPECT_EQ(model.getRoots().front().getText("name").size(), size);
+  EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), patience);
+}
+
 using DocumentOf = std::string (*)(const std::vector<std::string>&);
 
 /// A child for each text.

@@ -16,7 +16,7 @@
 #include "support/SampleModel.h"
 #include "support/TaggedReading.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::binary_faults {
 
 namespace {
 
@@ -441,4 +441,4 @@ TEST(Faults, Files) { failEachRequest(fileScenarios()); }
 TEST(Faults, Models) { failEachRequest(modelScenarios()); }
 TEST(Faults, MetaModels) { failEachRequest(metaModelScenarios()); }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::binary_faults

@@ -13,7 +13,7 @@
 #include "support/Environment.h"
 #include "support/SmallStack.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::bounds {
 
 namespace {
 
@@ -121,4 +121,4 @@ TEST(Promised, StackSufficesForAnyNesting) {
   }
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::bounds

@@ -30,7 +30,7 @@
 #include "support/Reading.h"
 #include "support/TaggedReading.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::room_faults {
 
 namespace {
 
@@ -495,4 +495,4 @@ TEST(Faults, AreTriedInAHundredScenariosAndMore) {
   EXPECT_GE(count, 100u);
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::room_faults
