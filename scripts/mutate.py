@@ -31,7 +31,7 @@ FOLDERS = ('errors', 'sylvan', 'values', 'direct', 'grammar')
 PROGRAMS = ('errors', 'values', 'direct', 'sylvan', 'grammar', 'roundtrip', 'hostile')
 # Tests that are long because they try much, and how much the others that do so try here.
 LONG = '*EveryByte*:*EveryPair*:*EveryFailedRequest*:*Depth.*'
-FEW = {'KR0_MUTANTS': '2000', 'KR0_PAIRS': '200', 'KR0_SEQUENCES': '2000', 'KR0_MODELS': '100'}
+FEW = {'KR0_MUTANTS': '500', 'KR0_PAIRS': '50'}
 NOT_BUILT = 'ECORE JSON TABLES EVOLUTION COMPARE ARCHIVE STUDY INSPECT TOOL EXAMPLES BENCHMARKS'.split()
 MOST_MILLISECONDS = 1000  # of the processor, for a test that is run for a mutant
 
@@ -596,6 +596,12 @@ def new_survivors(tried):
     return fresh
 
 
+def count_open():
+    """Listed mutants that nobody has explained."""
+    with open(LEFT, encoding='utf-8') as lines:
+        return sum(' ~ open: ' in line for line in lines)
+
+
 def changed_files(base):
     listed = subprocess.run(['git', 'diff', '--name-only', base], cwd=ROOT, check=True, stdout=subprocess.PIPE, text=True).stdout
     return set(listed.split())
@@ -634,6 +640,7 @@ def main():
     find_reached(mutants)
     tried = try_all(chosen, options.jobs, options.seconds)
     report(tried, chosen, left_out)
+    print('%d mutants are listed without a reason' % count_open())
     fresh = new_survivors(tried)
     for mutant in fresh:
         print('%s:%d: %s: %s: %s' % (mutant.file, mutant.line, mutant.verdict, mutant.text, mutant.change))

@@ -9,6 +9,7 @@
 #include "kr/zero/io/Errors.h"
 #include "kr/zero/io/IOFormatProvider.h"
 #include "support/Paths.h"
+#include "support/Reading.h"
 
 namespace kr::zero::io::reading {
 namespace {
@@ -369,6 +370,48 @@ TEST_F(Reading, TheParserTellsItsNames) {
   EXPECT_STREQ(parser->getFullyQualifiedVornTypeName(), "kr.zero.io.BinaryParser");
   EXPECT_STREQ(BinaryParser().getFullyQualifiedVornTypeName(), "kr.zero.io.BinaryParser");
   EXPECT_EQ(parser->getFormatName(), IOFormatProvider::FORMAT_BINARY);
+}
+
+// Short texts are looked at in a few words, long ones one byte after the other.
+TEST_F(Reading, AnIllFormedByteIsFoundAnywhereInTextsOfAnyLength) {
+  const auto reader = test::makeParser(*registry);
+  const auto read = [&](const std::string& name) {
+    return reader->parseByteSequence(empty + Bytes{0x00, 0x00} + text("t.Node") + Bytes{0x02, 0x01} +
+                                     text(name) + endMark);
+  };
+  for (std::size_t size = 0; size <= 40; ++size) {
+    EXPECT_TRUE(read(std::string(size, '~'))) << size;
+    for (std::size_t at = 0; at < size; ++at) {
+      std::string name(size, '~');
+      name[at] = '\x80';
+      EXPECT_THROW(read(name), Error<kr0::io::CorruptInput>) << at << " of " << size;
+    }
+  }
+}
+
+TEST_F(Reading, ANumberOfFixedWidthThatIsCutIsCalledSo) {
+  const auto reader = test::makeParser(*registry);
+  for (const Bytes& number : {Bytes{}, Bytes{0x05}})
+    EXPECT_THROW(static_cast<void>(reader->parseByteSequence(empty + Bytes{0x00, 0x00} + text("t.Node") +
+                                                             Bytes{0x02, 0x03} + number)),
+                 std::runtime_error);
+  EXPECT_EQ(reader->getFailure().detail, "Number cut short");
+}
+
+// Their first byte is 80, which says that more follow, and more bytes follow than it says by itself.
+TEST_F(Reading, NumbersWhoseFirstGroupIsZeroAreReadToTheirEnd) {
+  constexpr std::size_t kCount = 128;
+  const Bytes size{0x80, 0x01};
+  const std::string name(kCount, 'n');
+  const Bytes document = empty + Bytes{0x00} + size + text("t.Node") + Bytes{0x02, 0x01} + size +
+                         Bytes(kCount, 'n') + Bytes{0x05} + size + Bytes(2 * kCount, 0x07) + endMark;
+  const auto reader = test::makeParser(*registry);
+  ASSERT_TRUE(reader->parseByteSequence(document));
+  const Model model = reader->takeModel();
+  const ConstElement node = *model.roots().begin();
+  EXPECT_EQ(node.getText("name"), name);
+  EXPECT_EQ(node.size("list"), kCount);
+  EXPECT_EQ(node.getInteger("list", kCount - 1), 0x0707);
 }
 
 }  // namespace
