@@ -18,7 +18,7 @@ def measured(folder):
     cases = {}
     for part in sorted(folder.iterdir()):
         for number, line in enumerate((part / "calls").read_text().splitlines(), 1):
-            name, size = line.rsplit(" ", 1)
+            name, size, _ = line.rsplit(" ", 2)
             cases.setdefault(name, []).append((int(size), counted(part / f"counts.{number}")))
     return cases
 

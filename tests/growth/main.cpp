@@ -3,13 +3,13 @@
 //   kr0_growth list               the names of all cases
 //   kr0_growth run K N [PART]     every N-th case from the K-th on of those whose names have the part, at
 //   four
-//                                 sizes, each twice as large as the one before; a profiler counts what
-//                                 growthOfWork costs
+//                                 sizes with their seconds, each twice as large as the one before; a profiler
+//                                 counts what growthOfWork costs
 //   kr0_growth memory [PART]      the memory that reading takes at a large size, against bounds
 //
 // scripts/growth.sh counts instructions by valgrind, for time on a machine with other work says nothing.
 #include <cstdlib>
-#include <cstring>
+#include <ctime>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -50,8 +50,10 @@ void run(std::size_t first, std::size_t step, std::string_view part) {
     for (int doubling = 0; doubling <= kDoublings; ++doubling) {
       const std::size_t size = each.size << doubling;
       const Work work = each.prepare(size);
+      const std::clock_t start = std::clock();
       growthOfWork(work);
-      std::cout << each.name << ' ' << size << std::endl;
+      const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+      std::cout << each.name << ' ' << size << ' ' << seconds << std::endl;
     }
   }
 }

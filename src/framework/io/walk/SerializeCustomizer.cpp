@@ -1,7 +1,9 @@
 #include "kr/zero/io/SerializeCustomizer.h"
 
 #include <algorithm>
+#include <unordered_set>
 
+#include "kr/zero/TextHash.h"
 #include "model/DocumentOrder.h"
 
 namespace kr::zero::io {
@@ -23,8 +25,10 @@ std::vector<const TypeUse*> typesInDocumentOrder(const ModelStore& store) {
   if (isIndexOrderWritten(store) || std::all_of(used.begin(), used.end(), samePackage)) return used;
 
   used.clear();
+  std::unordered_set<const TypeUse*> seen;
   forEachWritten(store, [&](const ElementRecord* record) {
-    if (std::find(used.rbegin(), used.rend(), record->use) == used.rend()) used.push_back(record->use);
+    if (!used.empty() && used.back() == record->use) return;
+    if (seen.insert(record->use).second) used.push_back(record->use);
   });
   return used;
 }
@@ -47,9 +51,10 @@ bool SerializeCustomizer::getIdentity(const ConstElement& element, ustring& id1,
 
 std::vector<ustring> SerializeCustomizer::getPackageUris(const Model& model) const {
   std::vector<ustring> uris;
+  std::unordered_set<std::u16string_view, TextHash> seen;  // texts of the types
   for (const TypeUse* use : typesInDocumentOrder(ModelStore::of(model))) {
     const ustring& uri = use->type->getPackageUri();
-    if (std::find(uris.begin(), uris.end(), uri) == uris.end()) uris.push_back(uri);
+    if (seen.insert(uri).second) uris.push_back(uri);
   }
   return uris;
 }
