@@ -258,7 +258,7 @@ Salvaged ModelOfItems::finish() {
 
 std::string ModelOfItems::pathOf(Element element) const {
   if (!element || losses_.size() >= kMostPaths) return {};
-  const std::string path = element.getPath();
+  std::string path = element.getPath();
   if (path.size() <= kLongestPath) return path;
   return "..." + path.substr(path.find('/', path.size() - kLongestPath));
 }

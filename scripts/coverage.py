@@ -15,6 +15,7 @@ import sys
 ROOT = os.path.realpath(os.path.join(os.path.dirname(__file__), ".."))
 RULES = os.path.join(ROOT, "tests", "coverage.txt")
 MOST_EXCLUDED = 10
+NOT_COUNTED = ("tests/", "examples/", "benchmarks/", "fuzz/", "build/", "../")
 
 
 def read_rules():
@@ -85,7 +86,8 @@ def read_export(path):
     for data in json.load(open(path, encoding="utf-8"))["data"]:
         for entry in data["files"]:
             name = os.path.relpath(os.path.realpath(entry["filename"]), ROOT)
-            files.setdefault(name, File()).add(entry)
+            if not name.startswith(NOT_COUNTED):
+                files.setdefault(name, File()).add(entry)
     for name, file in files.items():
         file.forget_unasked()
         # Between "switch (x) {" and its first case nothing runs, and a directive may stand there.

@@ -20,7 +20,9 @@ rm -rf "$profiles"
 mkdir -p "$profiles"
 export LLVM_PROFILE_FILE="$profiles/%4m.profraw"
 tests=0
-ctest --test-dir "$build" -LE slow --no-tests=error --output-on-failure -j "$jobs" >"$build/tests.log" 2>&1 || tests=1
+# Where files or memory are limited to next to nothing, the counts cannot be written, and the tool says so.
+limited='ALimitOnFileSizes|MemoryThatRunsOutAtTheStart|AFileIsReplacedAsAWhole'
+ctest --test-dir "$build" -LE slow -E "$limited" --no-tests=error --output-on-failure -j "$jobs" >"$build/tests.log" 2>&1 || tests=1
 grep -vE '^ *(Start +)?[0-9]+(/[0-9]+ Test +#[0-9]+)?: .*( Passed .*)?$' "$build/tests.log" | tail -n 60 || true
 
 llvm-profdata-19 merge -sparse -o "$build/all.profdata" "$profiles"/*.profraw

@@ -138,8 +138,8 @@ PackageDefinition MetaModelBuilder::definition() const {
     to->name = from->name_;
     for (const TypeBuilder& type : from->types_) to->types.push_back(type.definition());
     to->packages.resize(from->packages_.size());
-    for (std::size_t i = 0; i < from->packages_.size(); ++i)
-      waiting.push_back({&from->packages_[i], &to->packages[i]});
+    auto* next = to->packages.data();
+    for (const MetaModelBuilder& nested : from->packages_) waiting.push_back({&nested, next++});
   }
   return root;
 }

@@ -6,8 +6,11 @@
 #include <cmath>
 #include <limits>
 #if defined(_LIBCPP_VERSION)
-#include <locale>
-#include <sstream>
+#include <locale.h>
+#include <stdlib.h>
+
+#include <cerrno>
+#include <string>
 #endif
 
 namespace kr::zero::internal {
@@ -26,16 +29,20 @@ std::optional<T> parseWhole(std::string_view text) {
 }
 
 #if defined(_LIBCPP_VERSION)
-// libc++ has no std::from_chars for these: a stream of the classic locale reads the same forms.
+// libc++ has no std::from_chars for these: strtod of the classic locale, shown nothing else, reads the same
+// forms. It says of numbers below the normal ones, too, that they are out of range.
 template <>
 std::optional<double> parseWhole(std::string_view text) {
   if (!text.empty() && text.front() == '+') text.remove_prefix(1);
   if (text.empty() || text.front() == '+' || text.find_first_not_of("0123456789.eE+-") != text.npos)
     return std::nullopt;
-  std::istringstream stream{std::string(text)};
-  stream.imbue(std::locale::classic());
-  double number = 0;
-  if (!(stream >> number) || stream.peek() != std::char_traits<char>::eof()) return std::nullopt;
+  static const locale_t kClassic = newlocale(LC_ALL_MASK, "C", nullptr);
+  const std::string form(text);
+  char* end = nullptr;
+  errno = 0;
+  const double number = strtod_l(form.c_str(), &end, kClassic);
+  if (end != form.c_str() + form.size() || (errno == ERANGE && (number == 0 || std::isinf(number))))
+    return std::nullopt;
   return number;
 }
 #endif

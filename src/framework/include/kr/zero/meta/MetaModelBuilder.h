@@ -17,6 +17,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <list>
 #include <memory>
 #include <string>
 
@@ -102,7 +103,7 @@ class KR0_FRAMEWORK_API MetaModelBuilder {
   std::string uri_;
   std::string name_;
   std::deque<TypeBuilder> types_;
-  std::deque<MetaModelBuilder> packages_;
+  std::list<MetaModelBuilder> packages_;
 };
 
 }  // namespace kr::zero::meta
