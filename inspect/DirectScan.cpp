@@ -1,5 +1,6 @@
 #include "DirectScan.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 
@@ -29,9 +30,16 @@ struct DirectScan::Cursor {
 
 // --- Units
 
+constexpr std::size_t kMostGroups = 10;  // of 7 bits, in 64
+
 bool DirectScan::number(Reading& reading, Cursor& in, std::uint64_t& number, const char* expected) const {
   const std::uint8_t* const start = in.position(bytes_);
-  const std::uint8_t* const behind = direct::decodeNumber(start, start + in.left(bytes_), number);
+  const std::size_t left = in.left(bytes_);
+  // The rest of a document may look like one number from each of its bytes on; writers write 10 groups at
+  // most.
+  const std::size_t most = reading.isStrict ? std::min(left, kMostGroups) : left;
+  const std::uint8_t* const behind = direct::decodeNumber(start, start + most, number);
+  if (behind == nullptr && most < left) return stop(reading, in.at, expected);
   if (behind == nullptr) return stop(reading, in.at, expected, [] { return "the end of the bytes"; });
   const bool isShortest = behind == start + 1 || behind[-1] != 0;
   if (reading.isStrict && !isShortest) return stop(reading, in.at, expected);
