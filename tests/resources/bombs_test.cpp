@@ -22,7 +22,7 @@
 #include "support/GoldenDocuments.h"
 #include "support/TaggedReading.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::bombs {
 
 namespace {
 
@@ -264,4 +264,4 @@ TEST(Bombs, EndInASentenceWhereThereIsLittleAddressSpace) {
   EXPECT_GE(refused, 100u);
 }
 
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::bombs
