@@ -16,14 +16,14 @@
 #include "support/SampleModel.h"
 #include "support/TaggedReading.h"
 
-namespace kr::zero::test::binary_faults {
+namespace kr::zero::test {
 
 namespace {
 
 using io::ParsingInput;
 using io::SerializationOutput;
 
-std::string asText(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string asPlainText(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 Bytes asBytes(const std::string& text) { return {text.begin(), text.end()}; }
 
 /// A model that calls share; a scenario's state must be copyable.
@@ -45,7 +45,7 @@ SharedModel readGolden(const Bytes& bytes) {
 }
 
 /// What a model that was read says.
-std::string contentOf(const Model& model) { return asText(writeDirect(model)); }
+std::string contentOf(const Model& model) { return asPlainText(writeDirect(model)); }
 
 /// Parses and says what came of it.
 template <class Parser>
@@ -87,7 +87,7 @@ std::string streamed(io::Serializer& serializer, const Model& model) {
 std::string toVector(io::Serializer& serializer, const Model& model) {
   Bytes bytes;
   serializer.serialize(model, SerializationOutput::toByteSequence(bytes));
-  return asText(bytes);
+  return asPlainText(bytes);
 }
 
 std::string toText(io::Serializer& serializer, const Model& model) {
@@ -351,7 +351,7 @@ std::vector<Scenario> fileScenarios() {
     all.push_back(calling("writeModel to bytes, " + name, [=] {
       Bytes written;
       io::writeModel(*model, written, {.format = format});
-      return asText(written);
+      return asPlainText(written);
     }));
     all.push_back(calling(
         "writeModel to a stream, " + name,
@@ -441,4 +441,4 @@ TEST(Faults, Files) { failEachRequest(fileScenarios()); }
 TEST(Faults, Models) { failEachRequest(modelScenarios()); }
 TEST(Faults, MetaModels) { failEachRequest(metaModelScenarios()); }
 
-}  // namespace kr::zero::test::binary_faults
+}  // namespace kr::zero::test

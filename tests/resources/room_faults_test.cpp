@@ -30,21 +30,21 @@
 #include "support/Reading.h"
 #include "support/TaggedReading.h"
 
-namespace kr::zero::test::room_faults {
+namespace kr::zero::test {
 
 namespace {
 
-using SharedModel = std::shared_ptr<const Model>;
+using ConstModel = std::shared_ptr<const Model>;
 
 const meta::MetaRegistry& small() { return *smallMetaModel().registry; }
 const ecore::Mapping& mapping() { return *smallMetaModel().mapping; }
 
-SharedModel makeSharedSmall() { return std::make_shared<const Model>(makeSmall()); }
+ConstModel makeSharedSmall() { return std::make_shared<const Model>(makeSmall()); }
 
-std::string asText(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
-std::string contentOf(const Model& model) { return asText(writeDirect(model)); }
+std::string textOf(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string roomContentOf(const Model& model) { return textOf(writeDirect(model)); }
 
-std::string namesIn(const meta::MetaRegistry& registry) {
+std::string roomNamesIn(const meta::MetaRegistry& registry) {
   std::string names;
   for (const meta::PackageInfo& package : registry.getPackages())
     for (const meta::Type type : package.types) names += type->qualifiedName() + ' ';
@@ -115,7 +115,7 @@ std::string overviewOf(std::string_view document, bool tagged) {
 
 std::string salvaged(std::string_view document, bool tagged) {
   const inspect::Salvaged saved = inspect::salvage(document, {.registry = &small(), .tagged = tagged});
-  std::string text = contentOf(saved.model);
+  std::string text = roomContentOf(saved.model);
   for (const inspect::Loss& loss : saved.losses) text += loss.text + '\n';
   return text;
 }
@@ -128,7 +128,7 @@ std::string damaged(std::string document) {
 /// Calls that give a model as a text, or take one, are the same for both binary formats.
 std::string documentOf(bool tagged) {
   const Model model = makeSmall();
-  return tagged ? writeTagged(model) : contentOf(model);
+  return tagged ? writeTagged(model) : roomContentOf(model);
 }
 
 Model makeChanged(const Model& from) {
@@ -149,7 +149,7 @@ std::string differencesOf(const Model& before, const Model& after) {
 
 std::string mergedOf(const Model& base, const Model& ours, const Model& theirs) {
   const compare::MergeResult merged = compare::mergeModels(base, ours, theirs);
-  std::string text = contentOf(merged.model);
+  std::string text = roomContentOf(merged.model);
   for (const compare::Conflict& conflict : merged.conflicts) text += conflict.sentence() + '\n';
   return text;
 }
@@ -165,9 +165,9 @@ std::vector<Scenario> ecoreScenarios() {
               [=] {
                 meta::MetaRegistry registry;
                 ecore::loadMetaModels({path}, registry);
-                return namesIn(registry);
+                return roomNamesIn(registry);
               }),
-      calling("loadEcoreFiles", [] { return namesIn(*loadEcore(smallEcore()).registry); }),
+      calling("loadEcoreFiles", [] { return roomNamesIn(*loadEcore(smallEcore()).registry); }),
       calling("loadEcoreFiles with a missing type",
               [] {
                 std::string text = smallEcore();
@@ -177,7 +177,7 @@ std::vector<Scenario> ecoreScenarios() {
                 ecore::MetaModelOptions options;
                 options.onProblem = [&](const ecore::Problem& problem) { problems += problem.sentence; };
                 ecore::loadEcoreFiles({{"small.ecore", text}}, registry, options);
-                return problems + namesIn(registry);
+                return problems + roomNamesIn(registry);
               }),
       calling("describeRegistry",
               [] { return std::to_string(ecore::describeRegistry(small()).use_count()); }),
@@ -205,20 +205,20 @@ std::vector<Scenario> ecoreScenarios() {
 }
 
 std::vector<Scenario> xmiScenarios() {
-  const SharedModel model = makeSharedSmall();
+  const ConstModel model = makeSharedSmall();
   const std::string document = ecore::writeXmi(*model, mapping());
   const std::string path = temporaryPath("faults.xmi");
   writeFile(path, document);
   return {
       calling("writeXmi", [=] { return ecore::writeXmi(*model, mapping()); }),
-      calling("readXmi", [=] { return contentOf(ecore::readXmi(document, "small.xmi", mapping())); }),
-      calling("readXmiFile", [=] { return contentOf(ecore::readXmiFile(path, mapping())); }),
+      calling("readXmi", [=] { return roomContentOf(ecore::readXmi(document, "small.xmi", mapping())); }),
+      calling("readXmiFile", [=] { return roomContentOf(ecore::readXmiFile(path, mapping())); }),
       calling("readXmi with problems", [] { return readImperfect(imperfectXmi()); }),
       calling("readXmi with other documents",
               [=] {
                 ecore::XmiReadOptions options;
                 options.source = ecore::filesBeside(path);
-                return contentOf(ecore::readXmiFile(path, mapping(), options));
+                return roomContentOf(ecore::readXmiFile(path, mapping(), options));
               }),
       calling("readXmi that is refused",
               [] {
@@ -234,7 +234,7 @@ std::vector<Scenario> xmiScenarios() {
 }
 
 std::vector<Scenario> jsonScenarios() {
-  const SharedModel model = makeSharedSmall();
+  const ConstModel model = makeSharedSmall();
   const std::string document = json::writeJson(*model);
   return {
       calling("writeJson", [=] { return json::writeJson(*model); }),
@@ -246,17 +246,17 @@ std::vector<Scenario> jsonScenarios() {
             return stream.str();
           },
           AlsoThrows::whatFilesMakeOfIt),
-      calling("readJson", [=] { return contentOf(json::readJson(document, {.registry = &small()})); }),
+      calling("readJson", [=] { return roomContentOf(json::readJson(document, {.registry = &small()})); }),
       calling("readJson from a stream",
               [=] {
                 std::istringstream stream(document);
-                return contentOf(json::readJson(stream, {.registry = &small()}));
+                return roomContentOf(json::readJson(stream, {.registry = &small()}));
               }),
   };
 }
 
 std::vector<Scenario> archiveScenarios() {
-  const SharedModel model = makeSharedSmall();
+  const ConstModel model = makeSharedSmall();
   const std::string path = temporaryPath("faults.krz");
   std::string bytes;
   archive::writeArchive(*model, bytes, {.mapping = &mapping(), .level = archive::kFastestLevel});
@@ -276,10 +276,10 @@ std::vector<Scenario> archiveScenarios() {
                 archive::writeArchive(*model, written, {.tagged = true, .level = archive::kFastestLevel});
                 return written;
               }),
-      calling("loadArchive", [=] { return contentOf(archive::loadArchive({.bytes = bytes}).model); }),
-      calling("loadArchive from a file", [=] { return contentOf(archive::loadArchive(path).model); }),
+      calling("loadArchive", [=] { return roomContentOf(archive::loadArchive({.bytes = bytes}).model); }),
+      calling("loadArchive from a file", [=] { return roomContentOf(archive::loadArchive(path).model); }),
       calling("loadArchive by a registry",
-              [=] { return contentOf(archive::loadArchive({.bytes = bytes}, small())); }),
+              [=] { return roomContentOf(archive::loadArchive({.bytes = bytes}, small())); }),
       calling("the parts of an archive",
               [=] {
                 std::string text;
@@ -289,8 +289,8 @@ std::vector<Scenario> archiveScenarios() {
       calling("the manifest", [=] { return reader().getManifestText(); }),
       calling("the meta model of an archive", [=] { return textOf(reader().readMetaModel()); }),
       calling("a ready meta model of an archive",
-              [=] { return namesIn(*reader().loadMetaModel().registry); }),
-      calling("the document of an archive", [=] { return asText(reader().readDocument()); }),
+              [=] { return roomNamesIn(*reader().loadMetaModel().registry); }),
+      calling("the document of an archive", [=] { return textOf(reader().readDocument()); }),
       calling("the document of an archive in pieces",
               [=] {
                 std::string text;
@@ -302,7 +302,7 @@ std::vector<Scenario> archiveScenarios() {
                 const std::string cut = bytes.substr(0, bytes.size() - 20);
                 const archive::PartialDocument partial =
                     archive::ArchiveReader(archive::ArchiveBytes{cut}).readPartialDocument();
-                return partial.damage + asText(partial.bytes);
+                return partial.damage + textOf(partial.bytes);
               }),
       calling("fingerprintOf", [] { return archive::fingerprintOf(small(), "urn:s"); }),
   };
@@ -310,13 +310,13 @@ std::vector<Scenario> archiveScenarios() {
     const std::string name = packing == archive::Packing::gzip ? "gzip" : "zstandard";
     const std::string packed = archive::pack(bytes, packing, 1);
     all.push_back(calling("pack, " + name, [=] { return archive::pack(bytes, packing, 1); }));
-    all.push_back(calling("unpack, " + name, [=] { return asText(archive::unpack(packed, packing)); }));
+    all.push_back(calling("unpack, " + name, [=] { return textOf(archive::unpack(packed, packing)); }));
   }
   return all;
 }
 
 std::vector<Scenario> tableScenarios() {
-  const SharedModel model = makeSharedSmall();
+  const ConstModel model = makeSharedSmall();
   const std::string database = temporaryPath("faults.sqlite");
   std::vector<Scenario> all{
       {"writeSqlite",
@@ -362,7 +362,7 @@ std::vector<Scenario> tableScenarios() {
 }
 
 std::vector<Scenario> evolutionScenarios() {
-  const SharedModel model = makeSharedSmall();
+  const ConstModel model = makeSharedSmall();
   const std::shared_ptr<const LoadedEcore> now = later();
   const evolution::ChangeMap map{.rename = {{"s.Node.name", "title"}}};
   const std::string lockText = [] {
@@ -378,8 +378,9 @@ std::vector<Scenario> evolutionScenarios() {
                   text += change.sentence + '\n';
                 return text;
               }),
-      calling("carryOver",
-              [=] { return contentOf(evolution::carryOver(*model, *now->registry, {.map = map}).model); }),
+      calling(
+          "carryOver",
+          [=] { return roomContentOf(evolution::carryOver(*model, *now->registry, {.map = map}).model); }),
       calling("carryOver that is refused",
               [=] {
                 try {
@@ -418,7 +419,7 @@ std::vector<Scenario> evolutionScenarios() {
 }
 
 std::vector<Scenario> compareScenarios() {
-  const SharedModel model = makeSharedSmall();
+  const ConstModel model = makeSharedSmall();
   const auto changed = std::make_shared<const Model>(makeChanged(*model));
   const auto theirs = [&] {
     Model made = model->clone();
@@ -427,9 +428,10 @@ std::vector<Scenario> compareScenarios() {
   }();
   return {
       calling("compareModels", [=] { return differencesOf(*model, *changed); }),
-      calling(
-          "applyDiff",
-          [=] { return contentOf(compare::applyDiff(compare::compareModels(*model, *changed), *model)); }),
+      calling("applyDiff",
+              [=] {
+                return roomContentOf(compare::applyDiff(compare::compareModels(*model, *changed), *model));
+              }),
       calling("mergeModels", [=] { return mergedOf(*model, *changed, *theirs); }),
       calling("valueText",
               [=] {
@@ -455,7 +457,7 @@ std::vector<Scenario> inspectScenarios() {
 }
 
 std::vector<Scenario> studyScenarios() {
-  const SharedModel model = makeSharedSmall();
+  const ConstModel model = makeSharedSmall();
   return {
       // libcrypto keeps in mind that its first use failed, and its functions then follow a null pointer: it
       // is
@@ -495,4 +497,4 @@ TEST(Faults, AreTriedInAHundredScenariosAndMore) {
   EXPECT_GE(count, 100u);
 }
 
-}  // namespace kr::zero::test::room_faults
+}  // namespace kr::zero::test
