@@ -37,6 +37,8 @@ function(kr0_generate_cpp target)
     DEPENDS ${meta_models} kr0::kr0
     COMMENT "Generating C++ classes for ${target}"
     VERBATIM)
+  # Its hidden names are those of every such file.
+  set_source_files_properties("${registration}" PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   target_sources(${target} PRIVATE "${registration}")
   target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${folder}>")
   target_link_libraries(${target} PUBLIC kr0::framework)
