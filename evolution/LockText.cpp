@@ -76,8 +76,7 @@ class Shape {
 void parse(std::string_view text, SortedJson& into) {
   Shape shape;
   static_cast<void>(SortedJson::sax_parse(text, &shape));
-  const auto takeAll = [](int, SortedJson::parse_event_t, SortedJson&) { return true; };
-  nlohmann::detail::json_sax_dom_callback_parser<SortedJson> builder(into, takeAll);
+  nlohmann::detail::json_sax_dom_parser<SortedJson> builder(into);
   SortedJson::sax_parse(text, &builder);
 }
 

@@ -6,7 +6,7 @@
 #include "EcoreTesting.h"
 #include "support/Paths.h"
 
-namespace kr::zero::test {
+namespace kr::zero::test::importing {
 namespace {
 
 using meta::Property;
@@ -536,4 +536,4 @@ TEST(EcoreWriting, AnUnknownPackageIsRefused) {
 }
 
 }  // namespace
-}  // namespace kr::zero::test
+}  // namespace kr::zero::test::importing
