@@ -3,7 +3,7 @@
 # every kind of machine, two hours of fuzzing, the compiler of the system, the analysers, and ten times as many random
 # models, chains and moments. Needs a night of two cores; .ci/run comes first, by itself.
 #
-#   scripts/nightly.sh [STAGE...]   only these: mutation, reader, machines, compiler, lint, random, fuzzing
+#   scripts/nightly.sh [STAGE...]   only these: mutation, reader, growth, machines, compiler, lint, random, fuzzing
 #
 # Ends with "N passed, M failed".
 set -uo pipefail
@@ -16,6 +16,7 @@ export KR0_CONFIGURE_OPTIONS=-DKR0_WARNINGS_AS_ERRORS=ON
 
 mutation() { scripts/mutate.sh; }
 reader() { scripts/oracle.sh 1000000; }
+growth() { scripts/growth.sh; }
 machines() { scripts/other_machines.sh; }
 compiler() { install_packages clang && test_preset clang; }
 lint() { scripts/lint.sh; }
@@ -29,7 +30,7 @@ fuzzing() { scripts/fuzz.sh --all-for 7200; }
 
 # shellcheck disable=SC2086 # the lists are words
 install_packages $build_packages $test_packages
-[ $# -gt 0 ] || set -- mutation reader machines compiler lint random fuzzing
+[ $# -gt 0 ] || set -- mutation reader growth machines compiler lint random fuzzing
 for name in "$@"; do
   if ! declare -F "$name" >/dev/null; then
     echo "$0: no stage $name" >&2
