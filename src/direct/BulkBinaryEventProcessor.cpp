@@ -15,20 +15,20 @@ namespace kr::zero::io {
 
 namespace {
 
-constexpr std::size_t kBlock = 16;  // bytes that are copied at a time
+constexpr std::size_t kCopyBlock = 16;  // bytes that are copied at a time
 constexpr std::size_t kCellSize = sizeof(cells::Cell);
 constexpr std::size_t kMostDigits = 10;  // of 32 bits
 constexpr std::string_view kLocal = "#";
 
-constexpr std::size_t roundUp(std::size_t size) { return (size + kBlock - 1) / kBlock * kBlock; }
+constexpr std::size_t roundUp(std::size_t size) { return (size + kCopyBlock - 1) / kCopyBlock * kCopyBlock; }
 
 /// Copies in whole blocks, one at least: the size of a short text decides no branch. That gained 9 ns of 150
 /// for an element of the benchmark's library.
 /// @param in can be read, and `out` written, up to a whole block.
 std::uint8_t* copyBlocks(const void* in, std::size_t size, std::uint8_t* out) noexcept {
   const auto* from = static_cast<const std::uint8_t*>(in);
-  std::memcpy(out, from, kBlock);
-  for (std::size_t at = kBlock; at < size; at += kBlock) std::memcpy(out + at, from + at, kBlock);
+  std::memcpy(out, from, kCopyBlock);
+  for (std::size_t at = kCopyBlock; at < size; at += kCopyBlock) std::memcpy(out + at, from + at, kCopyBlock);
   return out + size;
 }
 
@@ -38,7 +38,7 @@ std::uint8_t* putText(std::string_view text, std::uint8_t* out) noexcept {
   return copyBlocks(text.data(), text.size(), direct::encodeNumber(text.size(), out));
 }
 constexpr std::size_t roomOf(std::string_view text) {
-  return direct::kMostNumberBytes + roundUp(text.size()) + kBlock;
+  return direct::kMostNumberBytes + roundUp(text.size()) + kCopyBlock;
 }
 
 constexpr auto kDigitPairs = [] {
@@ -151,7 +151,7 @@ CategoryMasks BulkBinaryEventProcessor::openObject(std::size_t slot, meta::Struc
   const TypeHeads& heads = headsOf(type);
   const bool isLocal = identity.number != 0;
   const Block& header = isLocal ? heads.identified : heads.element;
-  std::uint8_t* out = putHead(bytes().makeRoom(2 * kBlock + header.room() + kMostDigits), slot);
+  std::uint8_t* out = putHead(bytes().makeRoom(2 * kCopyBlock + header.room() + kMostDigits), slot);
   out = header.copyTo(out);
   if (isLocal) {
     out = putDecimal(identity.number, out);
@@ -173,7 +173,7 @@ std::uint8_t* BulkBinaryEventProcessor::putHead(std::uint8_t* out, std::size_t s
 }
 
 void BulkBinaryEventProcessor::openDatatype(std::size_t slot, meta::StructuredType type) {
-  bytes().setEnd(putHead(bytes().makeRoom(kBlock), slot));
+  bytes().setEnd(putHead(bytes().makeRoom(kCopyBlock), slot));
   open(headsOf(type));
 }
 
@@ -208,7 +208,7 @@ std::size_t BulkBinaryEventProcessor::writeValues(const ValueRun& run, std::size
         break;
       case ValueForm::reference:
         if (cells::isEmpty(entry)) break;
-        bytes().setEnd(putHead(bytes().makeRoom(kBlock), slot));
+        bytes().setEnd(putHead(bytes().makeRoom(kCopyBlock), slot));
         writeReference(slot, cell, (entry & cells::kUnresolved) != 0);
         break;
       case ValueForm::verbatims:

@@ -40,7 +40,7 @@ class BulkBinaryEventProcessor final : public BinaryEventProcessor, public BulkE
    public:
     void append(std::uint8_t byte);
     void append(std::string_view bytes);
-    /// @param out has room for the size rounded up to kBlock.
+    /// @param out has room for the size rounded up to kCopyBlock.
     std::uint8_t* copyTo(std::uint8_t* out) const noexcept;
     std::size_t room() const noexcept { return bytes_.size(); }
 

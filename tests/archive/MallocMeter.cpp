@@ -27,7 +27,7 @@ namespace {
 std::atomic<std::ptrdiff_t> live{0};
 std::atomic<std::ptrdiff_t> blocks{0};
 std::atomic<std::ptrdiff_t> blocksAtStart{0};
-std::atomic<std::ptrdiff_t> peak{0};
+std::atomic<std::ptrdiff_t> highest{0};
 std::atomic<std::ptrdiff_t> atStart{0};
 std::atomic<std::size_t> largest{0};
 std::atomic<bool> failing{false};
@@ -60,7 +60,7 @@ void* countBlock(void* block) {
   if (block == nullptr) return nullptr;
   const auto size = static_cast<std::ptrdiff_t>(malloc_usable_size(block));
   blocks.fetch_add(1, relaxed);
-  raise(peak, live.fetch_add(size, relaxed) + size);
+  raise(highest, live.fetch_add(size, relaxed) + size);
   return block;
 }
 
@@ -84,12 +84,12 @@ void forget(std::size_t bytes) {
 MallocMeter::MallocMeter() {
   atStart = live.load();
   blocksAtStart = blocks.load();
-  peak = live.load();
+  highest = live.load();
   largest = 0;
 }
 
 std::ptrdiff_t MallocMeter::getLiveBlocks() const { return blocks - blocksAtStart; }
-std::size_t MallocMeter::getPeakBytes() const { return static_cast<std::size_t>(peak - atStart); }
+std::size_t MallocMeter::getPeakBytes() const { return static_cast<std::size_t>(highest - atStart); }
 std::size_t MallocMeter::getLargestRequest() const { return largest; }
 
 bool MallocMeter::isWatching() {

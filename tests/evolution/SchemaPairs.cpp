@@ -15,7 +15,7 @@ using evolution::Effects;
 using meta::MetaModelBuilder;
 using meta::MetaRegistry;
 using meta::TypeBuilder;
-using Define = std::function<void(MetaModelBuilder&)>;
+using DefineOne = std::function<void(MetaModelBuilder&)>;
 
 constexpr Effect kNothing = Effect::nothing;
 constexpr Effect kIncomplete = Effect::incomplete;
@@ -25,7 +25,8 @@ constexpr Effects kAllNothing{};
 constexpr Effects kAllIncomplete{kIncomplete, kIncomplete, kIncomplete, kIncomplete};
 constexpr Effects kAllRefused{kRefused, kRefused, kRefused, kRefused};
 
-std::function<void(MetaRegistry&)> package(const std::string& uri, const std::string& name, Define define) {
+std::function<void(MetaRegistry&)> package(const std::string& uri, const std::string& name,
+                                           DefineOne define) {
   return [=](MetaRegistry& registry) {
     MetaModelBuilder builder(uri, name);
     define(builder);
@@ -33,7 +34,7 @@ std::function<void(MetaRegistry&)> package(const std::string& uri, const std::st
   };
 }
 
-std::function<void(MetaRegistry&)> books(Define define) {
+std::function<void(MetaRegistry&)> books(DefineOne define) {
   return package("urn:books", "books", std::move(define));
 }
 
@@ -534,7 +535,7 @@ void appendClasses(std::vector<SchemaPair>& pairs) {
 // --- Packages -------------------------------------------------------------------------------------
 
 void appendPackages(std::vector<SchemaPair>& pairs) {
-  const Define define = [](MetaModelBuilder& builder) {
+  const DefineOne define = [](MetaModelBuilder& builder) {
     builder.classType("Book").property("title", "String").id(1);
   };
   const auto moby = oneBook([](Element book) { book.set("title", "Moby Dick"); });
