@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # What takes too long for every change: mutation of all code of the formats, a million documents for the second reader,
-# every kind of machine, two hours of fuzzing, the compiler of the system, the analysers, and ten times as many random
-# models, chains and moments. Needs a night of two cores; .ci/run comes first, by itself.
+# every kind of machine, two hours of fuzzing, threads under ThreadSanitizer, other compilers and what tests reach, the
+# analysers, growth of everything, and ten times as many random models, chains and moments. Needs a night of two cores; .ci/run comes first, by itself.
 #
-#   scripts/nightly.sh [STAGE...]   only these: mutation, reader, growth, machines, compiler, lint, random, fuzzing
+#   scripts/nightly.sh [STAGE...]   only these: threads, reach, compiler, fuzzing, reader, growth, machines, lint, random, mutation
 #
 # Ends with "N passed, M failed".
 set -uo pipefail
@@ -14,6 +14,8 @@ exec </dev/null
 
 export KR0_CONFIGURE_OPTIONS=-DKR0_WARNINGS_AS_ERRORS=ON
 
+threads() { scripts/tsan.sh; }
+reach() { scripts/coverage.sh; }
 mutation() { scripts/mutate.sh; }
 reader() { scripts/oracle.sh 1000000; }
 growth() { scripts/growth.sh; }
@@ -30,7 +32,7 @@ fuzzing() { scripts/fuzz.sh --all-for 7200; }
 
 # shellcheck disable=SC2086 # the lists are words
 install_packages $build_packages $test_packages
-[ $# -gt 0 ] || set -- mutation reader growth machines compiler lint random fuzzing
+[ $# -gt 0 ] || set -- threads reach compiler fuzzing reader growth machines lint random mutation
 for name in "$@"; do
   if ! declare -F "$name" >/dev/null; then
     echo "$0: no stage $name" >&2
