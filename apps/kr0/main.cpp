@@ -38,8 +38,9 @@ bool isMemoryLeft() {
   ::_exit(complainOfMemory());
 }
 
-// Before all else in this program: the constants of the option parser already take memory.
-[[gnu::constructor(101)]] void handleUncaught() { std::set_terminate(endUncaught); }
+// Before all else: constants of the libraries and of the option parser already take memory.
+void handleUncaught() { std::set_terminate(endUncaught); }
+[[gnu::section(".preinit_array"), gnu::used]] void (*const kBeforeLibraries)() = handleUncaught;
 
 int run(int count, char** arguments) {
   try {

@@ -9,6 +9,7 @@
 
 #include "EcoreTesting.h"
 #include "support/CollidingTexts.h"
+#include "support/Environment.h"
 #include "support/SmallStack.h"
 
 namespace kr::zero::test {
@@ -143,7 +144,7 @@ double secondsFor(const std::string& document) {
 // Whatever looks through all siblings for each of them needs hours for these; the limit is far above what
 // they need and far below that.
 constexpr double patience = 60;
-constexpr std::size_t crowd = 200000;
+constexpr std::size_t crowd = underAddressSanitizer() ? 20000 : 200000;
 
 std::string crowdDocument(const char* attribute, const char* prefix, const char* suffix) {
   std::string children;
@@ -219,7 +220,7 @@ std::string childPerText(const std::vector<std::string>& texts, std::string_view
 
 /// A table that puts texts of one hash into one place takes dozens of times as long for these as for others.
 void expectSameTimeForTextsOfOneHash(DocumentOf documentOf) {
-  constexpr std::size_t count = 16384;
+  constexpr std::size_t count = underAddressSanitizer() ? 1024 : 16384;
   static const std::vector<std::string> colliding = makeCollidingTexts(count);
   std::vector<std::string> others = colliding;
   for (std::size_t i = 0; i < count; ++i) others[i].replace(8, 8, std::to_string(10000000 + i));
@@ -280,7 +281,7 @@ TEST(HostileXmi, TypeNamesOfOneHashAreNoSlower) {
 
 // A declaration may change what the names of types mean; to forget all of them each time takes too long.
 TEST(HostileXmi, DeclarationsAfterManyTypesAreReadAtOnce) {
-  constexpr std::size_t count = 120000;
+  constexpr std::size_t count = underAddressSanitizer() ? 6000 : 120000;
   std::string prefixes;
   std::string types;
   for (std::size_t i = 0; i < count; ++i) {
@@ -295,7 +296,7 @@ TEST(HostileXmi, DeclarationsAfterManyTypesAreReadAtOnce) {
 
 // All children have the same value for each key: whoever tries them one by one tries them all each time.
 TEST(HostileXmi, PathsWithTwoKeysAreFoundAtOnce) {
-  constexpr std::size_t count = 16384;
+  constexpr std::size_t count = underAddressSanitizer() ? 1024 : 16384;
   const std::string children = repeated("<nodes name='a' must='b'/>", count);
   const auto document = [&](const char* path) {
     return nodeDocument("others=\"" + repeated(path, count) + "\"", children);
