@@ -455,7 +455,7 @@ def make_tree():
             text = source.text()
             # Changed code must not be seen as generated from elsewhere, and its lines are those of the original.
             text = text.replace('\n', '\n#line 1\n', 1) if not text.startswith('#pragma') else text
-        if file.endswith(('.h', '.cpp', '.txt', '.cmake', '.json', '.in', '.pc', '.ecore', '.sh')):
+        if file.endswith(('.h', '.cpp', '.txt', '.cmake', '.json', '.in', '.map', '.pc', '.ecore', '.sh')):
             write_if_other(os.path.join(TREE, file), text)
     for program in PROGRAMS:
         with open(os.path.join(ROOT, 'tests', 'mutation', 'listener.cpp'), encoding='utf-8') as listener:

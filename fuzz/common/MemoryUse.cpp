@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/Fuzzing.h"
+#include "resources/SecurityPage.h"
 
 namespace kr::zero::fuzz {
 
@@ -36,6 +37,14 @@ void hearGiven(const volatile void* block) {
 
 }  // namespace
 
+MemoryBound promisedFor(const std::string& reader) {
+  const test::PromisedBounds& row = test::promisedBounds(reader);
+  return {.floor = row.memoryBeside,
+          .perByte = row.memoryPerByte,
+          .largest = row.requestFloor,
+          .largestPerByte = row.requestPerByte};
+}
+
 MemoryUse::MemoryUse() {
   require(installed != 0, "the meter of memory is in place");
   atStart.store(live.load(kRelaxed), kRelaxed);
@@ -55,7 +64,7 @@ void MemoryUse::requireBounded(std::size_t inputBytes, const MemoryBound& bound)
   const std::size_t livingBytes = getPeakBytes();
   const std::size_t largestRequest = getLargestRequest();
   const std::size_t living = bound.floor + bound.perByte * inputBytes + bound.reserved;
-  const std::size_t request = bound.largest + bound.largestPerByte * inputBytes + bound.reserved;
+  const std::size_t request = std::max(bound.largest, bound.largestPerByte * inputBytes) + bound.reserved;
   if (livingBytes > living)
     require(false, "memory is bounded by the input",
             (std::to_string(livingBytes) + " bytes live for " + std::to_string(inputBytes)).c_str());

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "support/AllocationMeter.h"
 
@@ -18,9 +19,12 @@ struct MemoryBound {
   std::size_t floor = 0;       ///< live at one time, whatever the input is
   std::size_t perByte = 0;     ///< live at one time, for each byte
   std::size_t largest = 0;     ///< asked for at once, whatever the input is
-  std::size_t largestPerByte;  ///< asked for at once, for each byte
+  std::size_t largestPerByte;  ///< asked for at once, for each byte, where that is more
   std::size_t reserved = 0;  ///< beside all that: a length that a document claims and that is reserved first
 };
+
+/// What docs/security.md promises of a reader.
+MemoryBound promisedFor(const std::string& reader);
 
 /// Counts from its construction on. One at a time.
 class MemoryUse {

@@ -16,8 +16,7 @@ using ecore::EcoreFile;
 using meta::MetaRegistry;
 
 constexpr std::size_t kMostFiles = 3;
-constexpr MemoryBound kBound{
-    .floor = 1024 * 1024, .perByte = 2048, .largest = 256 * 1024, .largestPerByte = 256};
+const MemoryBound kBound = promisedFor("Ecore");
 
 std::vector<EcoreFile> filesOf(Input input) {
   std::vector<EcoreFile> files{{"a.ecore", {}}};

@@ -13,8 +13,7 @@ namespace kr::zero::fuzz {
 
 namespace {
 
-constexpr MemoryBound kBound{
-    .floor = 128 * 1024, .perByte = 128, .largest = 256 * 1024, .largestPerByte = 16};
+const MemoryBound kBound = promisedFor("JSON");
 
 Model read(const std::string& text) { return json::readJson(text, {.registry = &test::goldenRegistry()}); }
 

@@ -12,9 +12,7 @@ namespace kr::zero::fuzz {
 
 namespace {
 
-// Of XML itself: a tree in memory, with what its reader looks up beside it.
-constexpr MemoryBound kBound{
-    .floor = 512 * 1024, .perByte = 512, .largest = 256 * 1024, .largestPerByte = 64};
+const MemoryBound kBound = promisedFor("XMI");
 
 const ecore::Mapping& mapping() { return *test::nodeModels().mapping; }
 
