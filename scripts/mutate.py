@@ -596,6 +596,24 @@ def new_survivors(tried):
     return fresh
 
 
+def renew_left(tried):
+    """Takes out of the list what is noticed by now, and adds what is not listed, to be explained."""
+    missed = collections.Counter(mutant.key() for mutant in tried if mutant.verdict != 'noticed')
+    files = {mutant.file for mutant in tried}
+    kept = []
+    with open(LEFT, encoding='utf-8') as lines:
+        for line in lines:
+            key = ' ~ '.join(line.strip().split(' ~ ')[:3])
+            if line.startswith('#') or not line.strip() or key.split(' ~ ')[0] not in files:
+                kept.append(line)
+            elif missed[key] > 0:
+                missed[key] -= 1
+                kept.append(line)
+    kept += ['%s ~ open: not looked at\n' % key for key in sorted(missed.elements())]
+    with open(LEFT, 'w', encoding='utf-8') as file:
+        file.writelines(kept)
+
+
 def count_open():
     """Listed mutants that nobody has explained."""
     with open(LEFT, encoding='utf-8') as lines:
@@ -616,6 +634,7 @@ def main():
     parser.add_argument('--seconds', type=float, default=float('inf'), help='for trying mutants')
     parser.add_argument('--jobs', type=int, default=os.cpu_count() or 2)
     parser.add_argument('--list', action='store_true', help='print the mutants, and try none')
+    parser.add_argument('--renew', action='store_true', help='write the list of those that are left anew, where all were tried')
     options = parser.parse_args()
 
     mutants, left_out = make_tree()
@@ -641,6 +660,8 @@ def main():
     tried = try_all(chosen, options.jobs, options.seconds)
     report(tried, chosen, left_out)
     print('%d mutants are listed without a reason' % count_open())
+    if options.renew and options.sample is None and options.seconds == float('inf'):
+        renew_left(tried)
     fresh = new_survivors(tried)
     for mutant in fresh:
         print('%s:%d: %s: %s: %s' % (mutant.file, mutant.line, mutant.verdict, mutant.text, mutant.change))
