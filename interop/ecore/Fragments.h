@@ -25,6 +25,7 @@
 
 #include "ClassTable.h"
 #include "kr/zero/Model.h"
+#include "kr/zero/TextHash.h"
 
 namespace kr::zero::ecore {
 
@@ -100,7 +101,7 @@ class Fragments {
   std::optional<std::string> valueOf(Element element, std::string_view key);
   std::optional<std::string> nameOf(Element element);
 
-  using Gaps = std::unordered_map<std::uint64_t, std::vector<std::size_t>>;
+  using Gaps = std::unordered_map<std::uint64_t, std::vector<std::size_t>, NumberHash>;
   static std::uint64_t listOf(ConstElement container, meta::Property property);
   Element childAt(Element container, meta::Property property, std::size_t position) const;
   Element findXmiId(std::string_view id, ConstElement source) const;
@@ -117,7 +118,8 @@ class Fragments {
   TextMap<Id> attributeIds_;
   std::unordered_map<std::uint32_t, ElementsByText> namesBelow_;  // by the element's index
   TextMap<TextMap<Element>> childrenByValues_;  // by element, feature and keys: the first with those values
-  std::unordered_map<std::uint64_t, std::size_t> keyCounts_;  // by list: of all sets that have their map
+  std::unordered_map<std::uint64_t, std::size_t, NumberHash>
+      keyCounts_;  // by list: of all sets that have their map
   bool hasTooManyKeys_ = false;
 };
 

@@ -4,7 +4,8 @@
 //   kr0_growth run K N [PART]     every N-th case from the K-th on of those whose names have the part, at
 //   four
 //                                 sizes with their seconds, each twice as large as the one before; a profiler
-//                                 counts what growthOfWork costs
+//                                 counts what growthOfWork costs. KR0_GROWTH_SHARE=4 begins at a quarter of
+//                                 the size
 //   kr0_growth memory [PART]      the memory that reading takes at a large size, against bounds
 //
 // scripts/growth.sh counts instructions by valgrind, for time on a machine with other work says nothing.
@@ -17,6 +18,7 @@
 
 #include "growth/Cases.h"
 #include "support/AllocationMeter.h"
+#include "support/Environment.h"
 
 /// What is counted: its name is known to the script.
 extern "C" __attribute__((noinline)) void growthOfWork(const kr::zero::growth::Work& work);
@@ -46,9 +48,11 @@ void run(std::size_t first, std::size_t step, std::string_view part) {
   const std::vector<Case> some = casesWith(part);
   for (std::size_t i = first; i < some.size(); i += step) {
     const Case& each = some[i];
-    each.prepare(each.size).run();  // what is made once for all is there then
+    const std::size_t smallest =
+        std::max<std::size_t>(each.size / test::numberFromEnvironment("KR0_GROWTH_SHARE", 1), 1);
+    each.prepare(smallest).run();  // what is made once for all is there then
     for (int doubling = 0; doubling <= kDoublings; ++doubling) {
-      const std::size_t size = each.size << doubling;
+      const std::size_t size = smallest << doubling;
       const Work work = each.prepare(size);
       const std::clock_t start = std::clock();
       growthOfWork(work);
