@@ -200,7 +200,7 @@ TEST(EcoreGeneration, EveryMetaModelComesBackAsItWas) {
   }
 }
 
-std::string refusalOf(const std::string& features) {
+std::string refusalOfPackage(const std::string& features) {
   try {
     loadTexts({{"n.ecore",
                 "<ecore:EPackage xmi:version='2.0' xmlns:xmi='http://www.omg.org/XMI' "
@@ -225,16 +225,16 @@ TEST(EcoreGeneration, AnnotationsThatMeanNothingAreRefused) {
            "eType='ecore:EDataType http://www.eclipse.org/emf/2002/Ecore#//EInt'>" +
            inner + "</eStructuralFeatures></eClassifiers>";
   };
-  EXPECT_THAT(refusalOf(attribute(annotation("type", "Number"))),
+  EXPECT_THAT(refusalOfPackage(attribute(annotation("type", "Number"))),
               HasSubstr("feature n.A.a is annotated to have the type \"Number\", which is no standard type"));
-  EXPECT_THAT(refusalOf(attribute(annotation("markers", "static fast"))),
+  EXPECT_THAT(refusalOfPackage(attribute(annotation("markers", "static fast"))),
               HasSubstr("feature n.A.a is annotated with the unknown marker \"fast\""));
-  EXPECT_THAT(refusalOf("<eClassifiers xsi:type='ecore:EClass' name='A'>" + annotation("kind", "union") +
-                        "</eClassifiers>"),
+  EXPECT_THAT(refusalOfPackage("<eClassifiers xsi:type='ecore:EClass' name='A'>" +
+                               annotation("kind", "union") + "</eClassifiers>"),
               HasSubstr("class A is annotated to be of the unknown kind \"union\""));
-  EXPECT_THAT(refusalOf("<eClassifiers xsi:type='ecore:EClass' name='B'/>"
-                        "<eClassifiers xsi:type='ecore:EClass' name='A' eSuperTypes='#//B'>" +
-                        annotation("kind", "datatype") + "</eClassifiers>"),
+  EXPECT_THAT(refusalOfPackage("<eClassifiers xsi:type='ecore:EClass' name='B'/>"
+                               "<eClassifiers xsi:type='ecore:EClass' name='A' eSuperTypes='#//B'>" +
+                               annotation("kind", "datatype") + "</eClassifiers>"),
               HasSubstr("datatype n.A has a supertype"));
 }
 
