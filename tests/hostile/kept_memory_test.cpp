@@ -168,6 +168,23 @@ TEST(KeptMemory, AParserKeepsNothingButTheModelOfADocumentThatFailed) {
   }
 }
 
+// In big-endian order, of which nothing is read in larger units: each event goes through the grammar.
+TEST(KeptMemory, AParserKeepsNothingOfHowDeepATaggedDocumentWas) {
+  Model model(nodes());
+  Element node = model.createRoot("kept.Node");
+  for (int i = 0; i < 20000; ++i) node = node.create("children");
+  std::string deep = writeTagged(model);
+  deep.replace(taggedHeader.size() - 2, 2, "KR");
+  const auto parser = makeTaggedParser(nodes());
+  const std::string small = writeTagged(makeSmall());
+  ASSERT_TRUE(parser->parse(ParsingInput::fromString(small)));
+  const auto kept = keptAfter([&] {
+    ASSERT_TRUE(parser->parse(ParsingInput::fromString(deep)));
+    EXPECT_EQ(parser->takeModel().size(), model.size());
+  });
+  EXPECT_LE(kept, static_cast<std::ptrdiff_t>(kMostKeptBytes));
+}
+
 TEST(KeptMemory, AParserStillTellsOfAFailureWhatItWas) {
   for (const Reader& reader : makeReaders()) {
     SCOPED_TRACE(reader.name);

@@ -579,4 +579,30 @@ TEST(TaggedBounds, MemoryStaysWithinAConstantTimesTheBytes) {
   }
 }
 
+/// References in a list far down. The parts of each third one stand in another order than usual: it is read
+/// event by event, and each time the grammar must learn how deep the document is.
+std::string makeUnusualReferences(std::size_t depth, std::size_t count) {
+  const std::string type = entry("type") + text("g.N") + "\x10";
+  const std::string id = entry("id") + "\x05" + text("a") + text("b") + "\x06\x10";
+  const std::string usual = "\x03" + type + id + "\x04";
+  const std::string unusual = "\x03" + id + type + "\x04";
+  return beginDocument() + times(depth, beginElement() + entry("kid")) + beginElement() + entry("refs") +
+         "\x05" + times(count, usual + usual + unusual) + "\x06\x10\x04" + times(depth, "\x10\x04") +
+         "\x06\x02";
+}
+
+TEST(TaggedBounds, GoingOnWithEventsManyTimesCostsNoMoreTheDeeperADocumentIs) {
+  const auto countRequests = [](std::size_t depth) {
+    const auto parser = makeTaggedParser(goldenRegistry());
+    const std::string bytes = makeUnusualReferences(depth, 1000);
+    const AllocationMeter meter;
+    EXPECT_EQ(readTagged(*parser, bytes), End::success);
+    return meter.getRequests();
+  };
+  const std::uint64_t flat = countRequests(0);
+  EXPECT_GT(flat, 5000u);  // it goes on with events again and again
+  EXPECT_LT(countRequests(1000), flat);
+  EXPECT_LT(countRequests(10000), flat);
+}
+
 }  // namespace kr::zero::test::tagged
