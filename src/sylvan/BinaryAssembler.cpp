@@ -53,7 +53,7 @@ void BinaryAssembler::readFrom(Input& input, const char* failure) {
   try {
     source_ = std::make_unique<SourceType>(input);
   } catch (const Error<kr0::io::CorruptInput>&) {
-    bytes_->detach(failure);
+    bytes_->forget(failure);
     throw;
   }
   const Ending ending{*this};
@@ -62,7 +62,7 @@ void BinaryAssembler::readFrom(Input& input, const char* failure) {
 }
 
 void BinaryAssembler::forget() noexcept {
-  bytes_->detach();
+  bytes_->forget();
   ended_ = false;
 }
 

@@ -85,7 +85,7 @@ class UnitRoadTest : public ::testing::Test {
  protected:
   void send(const std::string& bytes) {
     io::BinaryAssembler::StringSource source(bytes);
-    memory.detach();
+    memory.forget();
     memory.attach(source, false);
     units.calls.clear();
     units.offsets.clear();
