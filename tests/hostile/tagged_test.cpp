@@ -579,6 +579,8 @@ TEST(TaggedBounds, MemoryStaysWithinAConstantTimesTheBytes) {
   }
 }
 
+namespace {
+
 /// References in a list far down. The parts of each third one stand in another order than usual: it is read
 /// event by event, and each time the grammar must learn how deep the document is.
 std::string makeUnusualReferences(std::size_t depth, std::size_t count) {
@@ -590,6 +592,8 @@ std::string makeUnusualReferences(std::size_t depth, std::size_t count) {
          "\x05" + times(count, usual + usual + unusual) + "\x06\x10\x04" + times(depth, "\x10\x04") +
          "\x06\x02";
 }
+
+}  // namespace
 
 TEST(TaggedBounds, GoingOnWithEventsManyTimesCostsNoMoreTheDeeperADocumentIs) {
   const auto countRequests = [](std::size_t depth) {
