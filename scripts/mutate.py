@@ -9,8 +9,9 @@ one, checks and statements dropped. What is a constant for the compiler cannot b
     scripts/mutate.py --changed main   those of files that differ from a commit
     scripts/mutate.py --sample 300     some, chosen by --seed
 
-tests/mutation/left.txt lists mutants that no test notices, with reasons; any other one is a failure. Ends with
-"N passed, M failed"."""
+tests/mutation/left.txt lists mutants that no test notices, with reasons; any other one is a failure. Those that are
+equivalent there do not count in the second of the two shares that are reported: they change nothing that could be noticed.
+Ends with "N passed, M failed"."""
 
 import argparse
 import collections
@@ -556,44 +557,46 @@ def try_all(chosen, jobs, seconds):
 # The report
 
 def read_left():
-    """How many mutants of each kind are known to be left."""
-    known = collections.Counter()
+    """Why mutants of each kind are left, one reason for each of them."""
+    known = collections.defaultdict(list)
     if os.path.exists(LEFT):
         with open(LEFT, encoding='utf-8') as lines:
             for line in lines:
                 if line.strip() and not line.startswith('#'):
-                    known[' ~ '.join(line.strip().split(' ~ ')[:3])] += 1
+                    *key, reason = line.strip().split(' ~ ', 3)
+                    known[' ~ '.join(key)].append(reason)
     return known
 
 
-def report(tried, chosen, left_out):
+def explain(tried):
+    """Mutants that no test noticed, each with the reason that is listed, or None."""
+    known = read_left()
+    missed = [mutant for mutant in tried if mutant.verdict != 'noticed']
+    return [(mutant, known[mutant.key()].pop(0) if known[mutant.key()] else None) for mutant in missed]
+
+
+def report(tried, explained, chosen, left_out):
     table = collections.defaultdict(collections.Counter)
     for mutant in tried:
         table[mutant.file][mutant.verdict] += 1
-    print('%-42s %8s %8s %8s %8s' % ('file', 'mutants', 'noticed', 'survived', 'unreached'))
+    for mutant, reason in explained:
+        table[mutant.file]['equivalent'] += (reason or '').startswith('equivalent')
+    columns = ('noticed', 'survived', 'not reached', 'equivalent')
+    row = '%-42s' + ' %11s' * (1 + len(columns))
+    print(row % (('file', 'mutants') + columns))
     total = collections.Counter()
     for file, counts in sorted(table.items()):
         total.update(counts)
-        print('%-42s %8d %8d %8d %8d' % (file, sum(counts.values()), counts['noticed'], counts['survived'], counts['not reached']))
-    share = 100 * total['noticed'] / max(1, len(tried))
+        print(row % ((file, sum(counts.values()) - counts['equivalent']) + tuple(counts[column] for column in columns)))
+    noticed = total['noticed']
     print('%d mutants, %d noticed (%.1f %%), %d survived, %d not reached; %d had no time' % (
-        len(tried), total['noticed'], share, total['survived'], total['not reached'], len(chosen) - len(tried)))
+        len(tried), noticed, 100 * noticed / max(1, len(tried)), total['survived'], total['not reached'],
+        len(chosen) - len(tried)))
+    different = len(tried) - total['equivalent']
+    print('%d change nothing that can be noticed; of the other %d, %d are noticed (%.1f %%)' % (
+        total['equivalent'], different, noticed, 100 * noticed / max(1, different)))
     print('left as they are, since they are constants for the compiler: ' +
           ', '.join('%d %s' % (count, what) for what, count in sorted(left_out.items())))
-    return share
-
-
-def new_survivors(tried):
-    known = read_left()
-    fresh = []
-    for mutant in tried:
-        if mutant.verdict == 'noticed':
-            continue
-        if known[mutant.key()] > 0:
-            known[mutant.key()] -= 1
-        else:
-            fresh.append(mutant)
-    return fresh
 
 
 def renew_left(tried):
@@ -603,7 +606,7 @@ def renew_left(tried):
     kept = []
     with open(LEFT, encoding='utf-8') as lines:
         for line in lines:
-            key = ' ~ '.join(line.strip().split(' ~ ')[:3])
+            key = ' ~ '.join(line.strip().split(' ~ ', 3)[:3])
             if line.startswith('#') or not line.strip() or key.split(' ~ ')[0] not in files:
                 kept.append(line)
             elif missed[key] > 0:
@@ -658,11 +661,12 @@ def main():
     build(options.jobs)
     find_reached(mutants)
     tried = try_all(chosen, options.jobs, options.seconds)
-    report(tried, chosen, left_out)
+    explained = explain(tried)
+    report(tried, explained, chosen, left_out)
     print('%d mutants are listed without a reason' % count_open())
     if options.renew and options.sample is None and options.seconds == float('inf'):
         renew_left(tried)
-    fresh = new_survivors(tried)
+    fresh = [mutant for mutant, reason in explain(tried) if reason is None]
     for mutant in fresh:
         print('%s:%d: %s: %s: %s' % (mutant.file, mutant.line, mutant.verdict, mutant.text, mutant.change))
     print('%d passed, %d failed' % (len(tried) - len(fresh), len(fresh)))

@@ -53,7 +53,7 @@ void BinaryAssembler::readFrom(Input& input, const char* failure) {
   try {
     source_ = std::make_unique<SourceType>(input);
   } catch (const Error<kr0::io::CorruptInput>&) {
-    bytes_->detach(failure);
+    bytes_->forget(failure);
     throw;
   }
   const Ending ending{*this};
@@ -62,7 +62,7 @@ void BinaryAssembler::readFrom(Input& input, const char* failure) {
 }
 
 void BinaryAssembler::forget() noexcept {
-  bytes_->detach();
+  bytes_->forget();
   ended_ = false;
 }
 
@@ -296,19 +296,14 @@ std::uint64_t BinaryAssembler::assembleNumber(unsigned width) {
 }
 
 // The length is a claim. Memory for it is reserved before a byte is read, so that an impossible one fails at
-// once, but touched only as bytes arrive; and it is given back where they do not.
+// once, but touched only as bytes arrive; close() gives it back, also where they do not.
 const SylvanPrimitive& BinaryAssembler::assembleString(std::uint64_t size) {
   if (const char* const ready = bytes_->takeReady(size); ready != nullptr)
     return primitives_->set(ready, size);
   std::string& string = primitives_->getString();
   string.clear();
   string.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(size, SIZE_MAX)));
-  try {
-    bytes_->append(string, size, "String cut short");
-  } catch (...) {
-    std::string().swap(string);
-    throw;
-  }
+  bytes_->append(string, size, "String cut short");
   return primitives_->getStringPrimitive();
 }
 

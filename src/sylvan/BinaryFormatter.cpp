@@ -349,10 +349,12 @@ void BinaryFormatter::writeThroughSink(const char* bytes, std::size_t count) {
     for (; count != 0; ++bytes, --count) sink_->writeByte(static_cast<unsigned char>(*bytes));
     return;
   }
-  for (std::size_t piece; count != 0; bytes += piece, count -= piece) {
-    piece = std::min(count, kPieceBytes);
+  while (count != 0) {
+    const std::size_t piece = std::min(count, kPieceBytes);
     scratch_.assign(bytes, piece);
     sink_->write(scratch_);
+    bytes += piece;
+    count -= piece;
   }
 }
 

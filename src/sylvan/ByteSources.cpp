@@ -44,9 +44,7 @@ BinaryAssembler::StreamSource::~StreamSource() = default;
 std::istream& BinaryAssembler::StreamSource::stream() { return stream_; }
 
 BinaryAssembler::StringSource::StringSource(const std::string& bytes)
-    : stream_(std::make_unique<std::istringstream>(bytes, std::ios::binary)) {
-  requireGood(*stream_);
-}
+    : stream_(std::make_unique<std::istringstream>(bytes, std::ios::binary)) {}
 BinaryAssembler::StringSource::~StringSource() = default;
 std::istream& BinaryAssembler::StringSource::stream() { return *stream_; }
 

@@ -22,10 +22,7 @@ void StreamBytes::finish() noexcept {
   begin_ = next_ = end_ = nullptr;
 }
 
-void StreamBytes::detach(const char* detail) noexcept {
-  source_ = nullptr;
-  state_ = nullptr;
-  begin_ = next_ = end_ = nullptr;
+void StreamBytes::forget(const char* detail) noexcept {
   offset_ = 0;
   detail_ = detail;
 }

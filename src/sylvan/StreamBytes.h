@@ -37,14 +37,14 @@ class GetArea : private std::streambuf {
 /// position only when somebody may look at it.
 class StreamBytes {
  public:
-  /// Begins to read from a source, which must stay where it is until finish() or detach().
+  /// Begins to read from a source, which must stay where it is until finish().
   /// @param isShared others see the stream too: between release() and resume() it is as they expect.
   void attach(BinaryAssembler::Source& source, bool isShared);
   /// Reading ends, and the source may go. Offset and detail stay.
   void finish() noexcept;
-  /// There is no source, and nothing was taken.
+  /// Nothing was taken: for before attach(), or in its place where there is no source.
   /// @param detail why the document could not be had, where that is known.
-  void detach(const char* detail = "") noexcept;
+  void forget(const char* detail = "") noexcept;
 
   /// Before and after others may look at the stream, or read from it; release() also when reading ends.
   void release() {
@@ -65,7 +65,7 @@ class StreamBytes {
   const char* getEnd() const noexcept { return end_; }
   void moveTo(const char* next) noexcept { next_ = next; }
 
-  /// Bytes taken since detach().
+  /// Bytes taken since forget().
   std::uint64_t getOffset() const noexcept { return offset_ + static_cast<std::uint64_t>(next_ - begin_); }
   const char* getDetail() const noexcept { return detail_; }
 

@@ -327,6 +327,16 @@ TEST(TaggedSerializer, TheFirstFormatterGoesWhenTheSecondIsRequested) {
   EXPECT_EQ(test::readFile(path), test::taggedHeader);  // what a formatter's end leaves in its file
 }
 
+TEST(TaggedSerializer, TheFirstFormatterIsGoneBeforeTheFileOfTheSecondIsOpened) {
+  BinaryKRSylvanSerializer serializer;
+  const std::string path = test::temporaryPath("twice.krt");
+  const SerializationOutput output = SerializationOutput::toFile(toUstring(path));
+  serializer.getTarget(output)->writePrimitive(std::string(1000, 'x'));  // kept back until the file is closed
+  const Model empty;
+  serializer.serialize(empty, output);
+  EXPECT_EQ(test::readFile(path), writeTagged(empty));
+}
+
 /// Lets a walk fail at the first property of some class.
 class FailingTraverser final : public ModelTraverser {
  public:

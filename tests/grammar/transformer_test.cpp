@@ -20,6 +20,7 @@ class BinaryKRGrammarTransformerInternals {
 
   static Blackboard& getBlackboard(BinaryKRGrammarTransformer& t) { return t.blackboard_; }
   static std::unique_ptr<Manager>& getManager(BinaryKRGrammarTransformer& t) { return t.manager_; }
+  static void giveBackMemory(BinaryKRGrammarTransformer& t) { t.giveBackMemory(); }
 };
 
 }  // namespace kr::zero::io
@@ -156,6 +157,16 @@ class Transformer : public testing::Test {
     log.clear();
     send(transformer, events);
     return log;
+  }
+
+  /// What the grammar says against one event; empty for nothing.
+  std::string failureOfEvent(char event) {
+    try {
+      send(transformer, event);
+    } catch (const GrammarException& failure) {
+      return failure.what();
+    }
+    return {};
   }
 
   Log log;
@@ -327,6 +338,14 @@ TEST_F(Transformer, EventsBeforeAnyDocumentAreRefusedAndReachNobody) {
     }
   }
   EXPECT_EQ(log, Log());
+}
+
+TEST_F(Transformer, WhatGaveBackItsMemoryIsAsBeforeAnyDocument) {
+  send(transformer, "DMN");
+  Internals::giveBackMemory(transformer);
+  EXPECT_TRUE(Internals::getBlackboard(transformer).states.empty());
+  EXPECT_EQ(failureOfEvent('P'), "WritePrimitive before StartDocument");
+  EXPECT_EQ(logOfDocument(emptyDocument).size(), emptyDocument.size());
 }
 
 // ---- failures

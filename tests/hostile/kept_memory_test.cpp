@@ -126,11 +126,23 @@ class TiredTarget final : public modeling::sylvan::NullEventProcessor {
 /// Takes some bytes and then none.
 class FullBuffer final : public std::streambuf {
  public:
-  int overflow(int byte) override { return ++taken_ > 100'000 ? traits_type::eof() : byte; }
+  explicit FullBuffer(std::size_t room) : room_(room) {}
+  int overflow(int byte) override {
+    if (room_ == 0) return traits_type::eof();
+    --room_;
+    return byte;
+  }
 
  private:
-  int taken_ = 0;
+  std::size_t room_;
 };
+
+Model makeDeep() {
+  Model model(nodes());
+  Element node = model.createRoot("kept.Node");
+  for (int i = 0; i < 20000; ++i) node = node.create("children");
+  return model;
+}
 
 }  // namespace
 
@@ -166,6 +178,21 @@ TEST(KeptMemory, AParserKeepsNothingButTheModelOfADocumentThatFailed) {
     EXPECT_TRUE(hasFailed);
     EXPECT_LE(kept, kMostKept);
   }
+}
+
+// In big-endian order, of which nothing is read in larger units: each event goes through the grammar.
+TEST(KeptMemory, AParserKeepsNothingOfHowDeepATaggedDocumentWas) {
+  const Model model = makeDeep();
+  std::string deep = writeTagged(model);
+  deep.replace(taggedHeader.size() - 2, 2, "KR");
+  const auto parser = makeTaggedParser(nodes());
+  const std::string small = writeTagged(makeSmall());
+  ASSERT_TRUE(parser->parse(ParsingInput::fromString(small)));
+  const auto kept = keptAfter([&] {
+    ASSERT_TRUE(parser->parse(ParsingInput::fromString(deep)));
+    EXPECT_EQ(parser->takeModel().size(), model.size());
+  });
+  EXPECT_LE(kept, static_cast<std::ptrdiff_t>(kMostKeptBytes));
 }
 
 TEST(KeptMemory, AParserStillTellsOfAFailureWhatItWas) {
@@ -207,7 +234,7 @@ TEST(KeptMemory, ATaggedSerializerKeepsNoMemoryOfALargeModel) {
               serializer.serialize(large, SerializationOutput::toString(bytes));
             }),
             kMostKept);
-  FullBuffer buffer;
+  FullBuffer buffer(100'000);
   std::ostream full(&buffer);
   EXPECT_LE(
       keptAfter([&] { EXPECT_ANY_THROW(serializer.serialize(large, SerializationOutput::toStream(full))); }),
@@ -215,6 +242,19 @@ TEST(KeptMemory, ATaggedSerializerKeepsNoMemoryOfALargeModel) {
   std::string again;
   serializer.serialize(small, SerializationOutput::toString(again));
   EXPECT_EQ(again, first);
+}
+
+TEST(KeptMemory, ATaggedSerializerKeepsNothingOfHowDeepAModelWasThatCouldNotBeWritten) {
+  const Model deep = makeDeep();
+  const std::size_t size = writeTagged(deep).size();
+  io::BinaryKRSylvanSerializer serializer;
+  std::string small;
+  serializer.serialize(makeSmall(), SerializationOutput::toString(small));
+  FullBuffer buffer(size / 10 * 9);  // the last tenth closes what is open
+  std::ostream full(&buffer);
+  const auto kept =
+      keptAfter([&] { EXPECT_ANY_THROW(serializer.serialize(deep, SerializationOutput::toStream(full))); });
+  EXPECT_LE(kept, static_cast<std::ptrdiff_t>(kMostKeptBytes));
 }
 
 TEST(KeptMemory, ADirectSerializerKeepsNoTablesOfALargeModel) {

@@ -579,4 +579,44 @@ TEST(TaggedBounds, MemoryStaysWithinAConstantTimesTheBytes) {
   }
 }
 
+namespace {
+
+/// References in a list far down. The parts of each third one stand in another order than usual: it is read
+/// event by event, and each time the grammar must learn how deep the document is.
+std::string makeUnusualReferences(std::size_t depth, std::size_t count) {
+  const std::string type = entry("type") + text("g.N") + "\x10";
+  const std::string id = entry("id") + "\x05" + text("a") + text("b") + "\x06\x10";
+  const std::string usual = "\x03" + type + id + "\x04";
+  const std::string unusual = "\x03" + id + type + "\x04";
+  return beginDocument() + times(depth, beginElement() + entry("kid")) + beginElement() + entry("refs") +
+         "\x05" + times(count, usual + usual + unusual) + "\x06\x10\x04" + times(depth, "\x10\x04") +
+         "\x06\x02";
+}
+
+/// The requests for memory that reading so many of them takes; those of the grammar stand out.
+std::uint64_t countRequestsForUnusualReferences(io::Parser& parser, std::size_t depth) {
+  const std::string bytes = makeUnusualReferences(depth, 1000);
+  const AllocationMeter meter;
+  EXPECT_EQ(readTagged(parser, bytes), End::success);
+  return meter.getRequests();
+}
+
+}  // namespace
+
+TEST(TaggedBounds, GoingOnWithEventsManyTimesCostsNoMoreTheDeeperADocumentIs) {
+  const auto parser = makeTaggedParser(goldenRegistry());
+  const std::uint64_t flat = countRequestsForUnusualReferences(*parser, 0);
+  EXPECT_GT(flat, 5000u);  // it goes on with events again and again
+  EXPECT_LT(countRequestsForUnusualReferences(*parser, 1000), flat);
+  EXPECT_LT(countRequestsForUnusualReferences(*parser, 10000), flat);
+}
+
+TEST(TaggedBounds, AfterADocumentOfEventsTheNextOneIsReadInLargerUnits) {
+  const auto parser = makeTaggedParser(goldenRegistry());
+  std::string bigEndian = beginDocument() + "\x06\x02";
+  bigEndian.replace(taggedHeader.size() - 2, 2, "KR");
+  EXPECT_EQ(readTagged(*parser, bigEndian), End::success);
+  EXPECT_GT(countRequestsForUnusualReferences(*parser, 0), 5000u);  // between them it goes on with events
+}
+
 }  // namespace kr::zero::test::tagged

@@ -69,6 +69,23 @@ TEST(Assembling, AnInputThatIsRefusedHasNotEnded) {
   EXPECT_FALSE(assembler.hasEnded());
 }
 
+TEST(Assembling, AnInputThatIsRefusedTellsNothingOfTheDocumentBefore) {
+  modeling::sylvan::NullEventProcessor none;
+  BinaryAssembler assembler(&none);
+  const std::vector<unsigned char> bytes{1, 2};
+  const ustring utf16 = u"kr";
+  for (const ParsingInput& input : {ParsingInput::fromUString(utf16), ParsingInput::fromByteSequence(bytes),
+                                    ParsingInput::fromIntermediateFormat(&bytes)}) {
+    EXPECT_EQ(endingOf([&] { assembler.visitString(littleHeader + "\x02\x0a"); }), "success");
+    EXPECT_ANY_THROW(input.visitInput(assembler));
+    EXPECT_FALSE(assembler.hasEnded());
+    EXPECT_EQ(endingOf([&] { assembler.visitString(littleHeader + "\x0a"); }), "CorruptInput");
+    EXPECT_ANY_THROW(input.visitInput(assembler));
+    EXPECT_EQ(assembler.getByteOffset(), 0u);
+    EXPECT_STREQ(assembler.getErrorDetail(), "");
+  }
+}
+
 TEST(Assembling, NothingFailsBeforeAnyEvent) {
   const Reading reading = read("");
   EXPECT_EQ(reading.events, "");

@@ -78,6 +78,17 @@ TEST(Formatting, ASinkOfAHostsOwnGetsEachByteByItself) {
   EXPECT_EQ(unused, "");
 }
 
+TEST(Formatting, NothingReachesTheOutputBeforeASinkThatTookItsPlace) {
+  std::ostringstream stream;
+  std::string calls;
+  BinaryFormatter formatter(SerializationOutput::toStream(stream));
+  formatter.startStruct();
+  FormatterInternals::setSink(formatter, std::make_unique<HostSink>(calls));
+  formatter.endStruct();
+  EXPECT_EQ(toHex(stream.str()), "03");
+  EXPECT_EQ(calls, "04 ");
+}
+
 TEST(Formatting, IgnoresTheValueAtTheStart) {
   for (const Primitive& value : {Primitive(nullptr), Primitive(true), u(7), text("other")}) {
     const std::string bytes = write([&](Events& to) {
