@@ -60,7 +60,6 @@ class CellRun {
   /// Makes room for the items of the collection that was put down last, as explicitly empty.
   /// @return false, and everything is handed over, where that is not the place for them.
   bool startItems(std::uint64_t count) {
-    list_ = nullptr;
     if (count_ == 0 || count > cells::kSmallList) return handOver(), false;
     const std::size_t bytes = sizeof(cells::List) + static_cast<std::size_t>(count) * sizeof(cells::Cell);
     if (!memory_.has(bytes)) processor_.getMemory(bytes);
