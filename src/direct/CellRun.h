@@ -28,13 +28,12 @@ class CellRun {
     if (const std::size_t size = std::exchange(count_, 0); size != 0)
       processor_.addCells({entries_.data(), size}, cells_.data(), std::exchange(anyWaiting_, false));
   }
-  /// The same; what comes now is for an element in that property (or at the top, for none).
+  /// What comes now is for an element in that property (or at the top, for none); all is handed over.
   void enter(const std::size_t* slot) {
-    handOver();
     if (slot != nullptr) noteSet(*slot);
     lastSlots_.push_back(std::exchange(lastSlot_, -1));
   }
-  /// The same; what comes now is for the element around.
+  /// Hands over; what comes now is for the element around.
   void leave() {
     handOver();
     lastSlot_ = lastSlots_.back();

@@ -6,7 +6,9 @@
 
 #include <bit>
 #include <deque>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fl/i18n/utf8.h"
@@ -24,17 +26,18 @@ class UnitRecorder final : public io::ParseProcessor, public io::BulkParseProces
       : ParseProcessor(customizer, builder) {}
 
   std::vector<std::string> calls;
+  std::string failsAt;           ///< the call that throws a std::runtime_error
   std::size_t freeBytes = 4096;  ///< that there are without asking for more
 
   // ParseProcessor, as far as a reader with larger units calls it.
 
   void setVersion(const ustring&) override {}
-  void processDeferred() override { calls.push_back("deferred"); }
+  void processDeferred() override { say("deferred"); }
 
   // BulkParseProcessor
 
   meta::StructuredType findType(std::string_view name) override {
-    calls.push_back("find " + std::string(name));
+    say("find " + std::string(name));
     return meta::StructuredType(ParseProcessor::getCustomizer().getRegistry().findType(name));
   }
   bool pushRoot(meta::StructuredType type, const io::ElementIdentity& identity) override {
@@ -46,45 +49,43 @@ class UnitRecorder final : public io::ParseProcessor, public io::BulkParseProces
   }
   using ParseProcessor::pop;
   void pop() override {
-    calls.push_back("pop");
+    say("pop");
     open_.pop_back();
   }
-  void announceCollection(io::PropertyPlace property) override {
-    calls.push_back("announce " + nameOf(property));
-  }
+  void announceCollection(io::PropertyPlace property) override { say("announce " + nameOf(property)); }
   void setNumber(io::PropertyPlace property, std::uint64_t number) override {
-    calls.push_back("number " + nameOf(property) + " " + std::to_string(static_cast<std::int64_t>(number)));
+    say("number " + nameOf(property) + " " + std::to_string(static_cast<std::int64_t>(number)));
   }
   void addNumbers(io::PropertyPlace property, std::span<const std::uint64_t> numbers) override {
     std::string call = "numbers " + nameOf(property);
     for (const std::uint64_t number : numbers)
       call += " " + std::to_string(static_cast<std::int64_t>(number));
-    calls.push_back(call);
+    say(call);
   }
   bool setText(io::PropertyPlace property, std::string_view bytes) override {
     if (!fl::i18n::isWellFormedUtf8(bytes)) return false;
-    calls.push_back("text " + nameOf(property) + " '" + std::string(bytes) + "'");
+    say("text " + nameOf(property) + " '" + std::string(bytes) + "'");
     return true;
   }
-  void setEmpty(io::PropertyPlace property) override { calls.push_back("empty " + nameOf(property)); }
+  void setEmpty(io::PropertyPlace property) override { say("empty " + nameOf(property)); }
   std::uint32_t numberTypeName(std::string_view name) override {
-    calls.push_back("type " + std::string(name));
+    say("type " + std::string(name));
     return ++typeNames_;
   }
   void addReference(io::PropertyPlace property, std::uint32_t typeName, const io::ElementIdentity& identity,
                     const std::string_view* qualifier) override {
-    calls.push_back("reference " + nameOf(property) + describe(typeName, identity, qualifier));
+    say("reference " + nameOf(property) + describe(typeName, identity, qualifier));
   }
   cells::Cell keepReference(std::uint32_t typeName, const io::ElementIdentity& identity,
                             const std::string_view* qualifier) override {
-    calls.push_back("keep" + describe(typeName, identity, qualifier));
+    say("keep" + describe(typeName, identity, qualifier));
     return cells::kWaiting;
   }
   cells::FreeMemory& getMemory(std::size_t bytes) override {
     expectWithinMemory();
     if (free_.next != nullptr && free_.has(bytes)) return free_;
     const std::size_t size = cells::FreeMemory::roundUp(std::max(bytes, freeBytes));
-    if (bytes != 0) calls.push_back("memory " + std::to_string(bytes));
+    if (bytes != 0) say("memory " + std::to_string(bytes));
     std::vector<std::uint64_t>& made = memory_.emplace_back(size / 8 + kMargin / 8);
     free_.next = reinterpret_cast<std::byte*>(made.data());
     free_.end = free_.next + size;
@@ -95,12 +96,16 @@ class UnitRecorder final : public io::ParseProcessor, public io::BulkParseProces
     std::string call = anyWaiting ? "waiting cells" : "cells";
     for (std::size_t i = 0; i < entries.size(); ++i)
       call += (i == 0 ? " " : ", ") + describe(entries[i], cells[i]);
-    calls.push_back(call);
+    say(call);
   }
 
  private:
   static constexpr std::size_t kMargin = 64;  // what a reader may spoil without harm to others
 
+  void say(std::string call) {
+    calls.push_back(std::move(call));
+    if (calls.back() == failsAt) throw std::runtime_error("no more");
+  }
   void expectWithinMemory() const { EXPECT_LE(free_.next, free_.end) << "more was taken than there is"; }
   static std::string nameOf(io::PropertyPlace property) { return property.record->name(); }
   static std::string describe(const io::ElementIdentity& identity) {
@@ -114,7 +119,7 @@ class UnitRecorder final : public io::ParseProcessor, public io::BulkParseProces
            (qualifier == nullptr ? std::string() : " in " + std::string(*qualifier));
   }
   bool push(const std::string& where, meta::StructuredType type, const io::ElementIdentity& identity) {
-    calls.push_back(where + type->qualifiedName() + describe(identity));
+    say(where + type->qualifiedName() + describe(identity));
     open_.push_back(type);
     return true;
   }

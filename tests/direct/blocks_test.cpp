@@ -6,6 +6,8 @@
 
 #include "direct/BulkBinaryEventProcessor.h"
 #include "direct/DirectModel.h"
+#include "kr/zero/io/BinarySerializer.h"
+#include "support/Reading.h"
 
 #if __has_include(<sys/mman.h>)
 #include <sys/mman.h>
@@ -73,9 +75,9 @@ meta::StructuredType typeOf(const meta::MetaRegistry& registry, std::string_view
   return meta::StructuredType(registry.findType(name));
 }
 
-std::unique_ptr<meta::MetaRegistry> registryWith(const std::string& name) {
+std::unique_ptr<meta::MetaRegistry> registryWith(const std::vector<std::string>& names) {
   meta::MetaModelBuilder package("urn:b", "b");
-  package.classType(name).property("to", name).id(1);
+  for (const std::string& name : names) package.classType(name).property("to", name).id(1);
   auto registry = std::make_unique<meta::MetaRegistry>();
   package.registerIn(*registry);
   return registry;
@@ -102,18 +104,18 @@ TEST_F(BlockWriting, NumbersOfIdentitiesAreTheirDecimalDigits) {
 }
 
 TEST_F(BlockWriting, ADocumentHasTheTypesOfItsOwnRegistryWhateverWasLeftOpenBefore) {
-  const auto first = registryWith("First");
-  const auto second = registryWith("Second");
-  for (const auto* registry : {&first, &second}) {
-    const meta::StructuredType type = typeOf(**registry, registry == &first ? "b.First" : "b.Second");
-    OneText source({type});
-    begin(source);
-    open(type, numbered(1));
-    write(type, "to", ValueForm::reference, cells::asReference(0, 0));
-    const std::string& name = type->qualifiedName();
-    EXPECT_EQ(bytes(),
-              DirectBytes().header({}).root(name, "#", "1").key(1).reference(name, "#", "1").bytes());
-  }
+  const auto first = registryWith({"One", "Two"});
+  const auto second = registryWith({"Three"});
+  OneText source({typeOf(*first, "b.One"), typeOf(*first, "b.Two")});
+  begin(source);
+  open(typeOf(*first, "b.One"));
+  const meta::StructuredType three = typeOf(*second, "b.Three");
+  OneText other({three});
+  begin(other);
+  open(three, numbered(1));
+  write(three, "to", ValueForm::reference, cells::asReference(0, 0));
+  EXPECT_EQ(bytes(),
+            DirectBytes().header({}).root("b.Three", "#", "1").key(1).reference("b.Three", "#", "1").bytes());
 }
 
 TEST_F(BlockWriting, ReferencesThatAreDescribedHaveTheirTextsOrNumber) {
@@ -140,6 +142,48 @@ TEST_F(BlockWriting, ReferencesThatAreDescribedHaveTheirTextsOrNumber) {
             DirectBytes(begun).reference("p.Sub", "q", "a", "b").bytes());
   EXPECT_EQ(written({"p.Sub", named("a", "b"), "", true}),
             DirectBytes(begun).reference("p.Sub", "", "a", "b").bytes());
+}
+
+TEST_F(BlockWriting, EveryKindOfValueHasItsForm) {
+  Model model(test::directRegistry());
+  Element n = model.createRoot("p.N");
+  n.set("name", "a");
+  n.set("nick", "b");
+  n.add("tags", "c");
+  n.add("tags", "");
+  n.set("sure", true);
+  n.set("maybe", false);
+  for (const bool flag : {true, false}) n.add("flags", flag);
+  n.set("size", -2);
+  n.set("weight", 7);
+  for (const int count : {1, -1}) n.add("counts", count);
+  n.setInteger("kind", 1);
+  n.setInteger("mustKind", -1);
+  n.addInteger("kinds", 1);
+  n.set("code", "d");
+  n.create("pair").set("x", 5);
+  n.create("kid").create("pair").create("inner");
+  n.create("kids").setIdentity("i", "k");
+  n.setReference("ref", n);
+  n.addReference("refs", n);
+  n.set("far", "e");
+  Element empty = model.createRoot("p.N");
+  for (const char* property : {"nick", "maybe", "weight", "kind", "code", "far"}) empty.setEmpty(property);
+  Bytes bytes;
+  BinarySerializer().serialize(model, SerializationOutput::toByteSequence(bytes));
+  DirectBytes expected = DirectBytes().header({"urn:p"}).root("p.N", "#", "1");
+  expected.key(1).text("a").key(2).present().text("b").key(3).number(2).text("c").text("");
+  expected.key(4).byte(1).key(5).present().byte(2).key(6).number(2).raw({1, 2});
+  expected.key(7).fixed(std::int16_t{-2}).key(8).present().fixed(std::int32_t{7});
+  expected.key(9).number(2).fixed(std::int16_t{1}).fixed(std::int16_t{-1});
+  expected.key(10).present().fixed(std::int32_t{1}).key(11).fixed(std::int32_t{-1});
+  expected.key(12).number(1).fixed(std::int32_t{1}).key(13).present().text("d");
+  expected.key(15).key(1).fixed(std::int32_t{5}).end();
+  expected.child(17, "p.N").key(15).key(2).end().end().end().child(18, "p.N", "i", "k").end();
+  expected.key(19).reference("p.N", "#", "1").key(20).number(1).reference("p.N", "#", "1");
+  expected.key(300).present().text("e").end().root("p.N");
+  for (const std::uint64_t key : {2u, 5u, 8u, 10u, 13u, 300u}) expected.key(key).absent();
+  EXPECT_EQ(test::toHex(bytes), test::toHex(expected.end().bytes()));
 }
 
 #if __has_include(<sys/mman.h>)

@@ -132,6 +132,23 @@ TEST(Units, AChildIsPassedAsAValueIs) {
               ElementsAre("kid p.N", "pop", "cells far empty"));
 }
 
+TEST(Units, WhatIsPassedOfAnElementIsKnownAgainWhenThoseBelowItEnd) {
+  meta::MetaModelBuilder builder("urn:c", "c");
+  meta::TypeBuilder& type = builder.classType("C");
+  type.property("first", "C").composite().id(1);
+  type.property("size", "Integer8").required().id(2);
+  type.property("last", "C").composite().id(3);
+  meta::MetaRegistry registry;
+  builder.registerIn(registry);
+  const auto begun = [] { return DirectBytes().header({"urn:c"}).root("c.C"); };
+  UnitWalk down(begun().child(3, "c.C").child(1, "c.C").end().end().key(2).byte(5).end(), registry);
+  EXPECT_TRUE(down.run());
+  EXPECT_THAT(down.inside(), ElementsAre("last c.C", "first c.C", "pop", "pop", "number size 5"));
+  UnitWalk up(begun().child(1, "c.C").child(3, "c.C").end().end().key(2).byte(5).end(), registry);
+  EXPECT_TRUE(up.run());
+  EXPECT_THAT(up.inside(), ElementsAre("first c.C", "last c.C", "pop", "pop", "cells size 5"));
+}
+
 TEST(Units, AChildBeginsWithItsFirstProperty) {
   EXPECT_THAT(unitsOf(inN().child(17, "p.N").key(1).text("a").end()),
               ElementsAre("kid p.N", "cells name 'a'", "pop"));
@@ -237,6 +254,7 @@ TEST(Units, ValuesOfAnElementThatStaysOpenAreHandedOver) {
   UnitWalk walk(inN().key(1).text("a"));
   EXPECT_TRUE(walk.run());
   EXPECT_THAT(walk.processor.calls, ElementsAre("find p.N", "root p.N", "cells name 'a'", "deferred"));
+  EXPECT_EQ(walk.offset, walk.bytes.size());
 }
 
 TEST(Units, ALiteralThatThereIsNotComesByItself) {
@@ -277,6 +295,65 @@ TEST(Units, ATextThatIsNoTimeComesByItself) {
   UnitWalk walk(document().root("p.All").key(14).text("soon").end());
   EXPECT_TRUE(walk.run());
   EXPECT_THAT(walk.inside(), ElementsAre("text a14 'soon'"));
+}
+
+TEST(Units, ATextThatIsIllFormedAnywhereIsNotPutIntoTheRun) {
+  const Bytes behind(40, 0);
+  for (std::size_t size = 1; size <= 40; ++size) {
+    for (std::size_t at = 0; at < size; ++at) {
+      std::string text(size, 'x');
+      text[at] = '\x80';
+      UnitWalk walk(inN().key(1).text(text).raw(behind));
+      EXPECT_THROW(walk.run(), Error<kr0::io::CorruptInput>);
+      EXPECT_THAT(walk.processor.calls, ElementsAre("find p.N", "root p.N")) << at << " of " << size;
+    }
+  }
+}
+
+TEST(Units, AFailureOfTheProcessorStandsWhereReadingHadCome) {
+  DirectBytes bytes = inN().key(9).number(70);
+  const std::size_t before = bytes.bytes().size();
+  std::string numbers = "numbers counts";
+  for (std::int16_t i = 1; i <= 70; ++i) {
+    bytes.fixed(i);
+    if (i <= 32) numbers += " " + std::to_string(i);
+  }
+  UnitWalk walk(bytes.end());
+  walk.processor.failsAt = numbers;
+  EXPECT_THROW(walk.run(), std::runtime_error);
+  EXPECT_EQ(walk.offset, before + 64);
+}
+
+TEST(Units, AQualifiedReferenceBehindANumberedOneHasItsOwnIdentity) {
+  EXPECT_THAT(unitsOf(inN().key(20).number(2).reference("p.N", "#", "8").reference("p.N", "q", "a", "b")),
+              ElementsAre("type p.N", "keep 1 [a|b] in q", "waiting cells refs (1#8 kept) of 2"));
+}
+
+TEST(Units, NamesAndIdentitiesMustBeWellFormed) {
+  const std::string bad = "\xC3";
+  for (const DirectBytes& bytes :
+       {document().root(bad), document().root("p.N", bad, "b"), document().root("p.N", "a", bad),
+        inN().key(19).reference(bad, "#", "1"), inN().key(19).reference("p.N", bad, "a", "b"),
+        inN().key(19).reference("p.N", bad, "b"), inN().key(19).reference("p.N", "a", bad)}) {
+    UnitWalk walk(DirectBytes(bytes).end());
+    EXPECT_THROW(walk.run(), Error<kr0::io::CorruptInput>);
+    EXPECT_EQ(*walk.span->findContext("error-message"), "Text is not well-formed UTF-8");
+  }
+}
+
+TEST(Units, ATypeNameThatIsIllFormedFailsBehindIt) {
+  const DirectBytes bytes = document().number(0).number(0).text("\xC3");
+  UnitWalk walk(DirectBytes(bytes).byte(2).end());
+  EXPECT_THROW(walk.run(), Error<kr0::io::CorruptInput>);
+  EXPECT_EQ(walk.offset, bytes.bytes().size());
+}
+
+TEST(Units, AnEmptyValueThatIsRefusedFailsBehindItsMark) {
+  const DirectBytes bytes = inN().key(8).absent().key(2).absent();
+  UnitWalk walk(DirectBytes(bytes).end());
+  walk.processor.failsAt = "empty nick";
+  EXPECT_THROW(walk.run(), std::runtime_error);
+  EXPECT_EQ(walk.offset, bytes.bytes().size());
 }
 
 TEST(Units, MemoryIsAskedForWhereThereIsTooLittle) {
@@ -407,22 +484,14 @@ TEST(Units, TypesAreToldApartByEveryCharacterOfTheirNames) {
   for (const std::string& other : names) {
     if (other.size() == kMost + 2) continue;  // there is none that is longer
     const std::string plain = "p." + std::string(other.size() - 2, 'a');
-    UnitWalk walk(DirectBytes()
-                      .header({"urn:p", "urn:q"})
-                      .root(plain)
-                      .end()
-                      .root(other)
-                      .end()
-                      .root(plain + "a")
-                      .end()
-                      .root(plain)
-                      .end(),
-                  registry);
+    DirectBytes bytes = DirectBytes().header({"urn:p", "urn:q"});
+    for (const std::string& name : {plain, other, plain, plain + "a", plain}) bytes.root(name).end();
+    UnitWalk walk(bytes, registry);
     EXPECT_TRUE(walk.run());
-    EXPECT_THAT(
-        walk.processor.calls,
-        ElementsAre("find " + plain, "root " + plain, "pop", "find " + other, "root " + other, "pop",
-                    "find " + plain + "a", "root " + plain + "a", "pop", "root " + plain, "pop", "deferred"));
+    EXPECT_THAT(walk.processor.calls,
+                ElementsAre("find " + plain, "root " + plain, "pop", "find " + other, "root " + other, "pop",
+                            "root " + plain, "pop", "find " + plain + "a", "root " + plain + "a", "pop",
+                            "root " + plain, "pop", "deferred"));
   }
 }
 
@@ -431,6 +500,20 @@ TEST(Units, ATypeIsLookedUpOnce) {
   EXPECT_TRUE(walk.run());
   EXPECT_THAT(walk.processor.calls,
               ElementsAre("find p.N", "root p.N", "pop", "root p.N", "pop", "deferred"));
+}
+
+TEST(Units, WhatTheProcessorTakesATypeForHasTheProperties) {
+  class Renaming final : public ParseCustomizer {
+   public:
+    using ParseCustomizer::ParseCustomizer;
+    meta::Type getMetaClass(const ustring&) override { return getRegistry().findType("p.Sub"); }
+  };
+  Renaming customizer(test::directRegistry());
+  ParsingModelBuilder builder(false);
+  test::UnitRecorder processor(customizer, builder);
+  const log::Span span("test");
+  const Bytes ofSub = inN().key(30).text("a").end();
+  EXPECT_THROW(BinaryParseContext(processor, ofSub, span).parseBinary(), std::out_of_range);
 }
 
 }  // namespace kr::zero::io
