@@ -144,6 +144,20 @@ TEST_F(BlockWriting, ReferencesThatAreDescribedHaveTheirTextsOrNumber) {
             DirectBytes(begun).reference("p.Sub", "", "a", "b").bytes());
 }
 
+TEST_F(BlockWriting, AReferenceThatIsExplicitlyEmptyIsNotWritten) {
+  const auto registry = registryWith({"One"});
+  const meta::StructuredType type = typeOf(*registry, "b.One");
+  OneText source({type});
+  begin(source);
+  open(type);
+  const Bytes before = bytes();
+  const cells::Entry entry = cells::kEmpty;
+  const cells::Cell cell = cells::asReference(0, 0);
+  const ValueForm form = ValueForm::reference;
+  EXPECT_EQ(processor.writeValues({&entry, &cell, 1, &form}, 0), 1u);
+  EXPECT_EQ(bytes(), before);
+}
+
 TEST_F(BlockWriting, EveryKindOfValueHasItsForm) {
   Model model(test::directRegistry());
   Element n = model.createRoot("p.N");

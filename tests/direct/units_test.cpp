@@ -274,6 +274,12 @@ TEST(Units, TextsOfUpTo1024BytesLieInTheRun) {
   EXPECT_THAT(unitsOf(inN().key(1).text(longer)), ElementsAre("text name '" + longer + "'"));
 }
 
+TEST(Units, TextsThatAreNotAsciiLieInTheRunToo) {
+  const std::string behind(40, 'x');
+  EXPECT_THAT(unitsOf(inN().key(1).text("\xC3\xA4\xE2\x82\xAC").key(2).present().text(behind)),
+              ElementsAre("cells name '\xC3\xA4\xE2\x82\xAC', nick '" + behind + "'"));
+}
+
 TEST(Units, OnlyPlainTextsLieInTheRun) {
   UnitWalk walk(document()
                     .root("p.All")
