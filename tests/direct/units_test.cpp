@@ -465,6 +465,44 @@ TEST(Units, ATypeOfReferencesIsNumberedOnceWhereItHasElements) {
               ElementsAre("type p.N", "type x.A", "type x.A", "waiting cells refs (1#1 2#2 3#3 1#4) of 4"));
 }
 
+TEST(Units, ItemsAreThoseOfTheirPropertyWhateverItsPlace) {
+  meta::MetaModelBuilder builder("urn:c", "c");
+  builder.enumeration("Kind").literal("a", 0).literal("b", 1);
+  meta::TypeBuilder& type = builder.classType("C");
+  for (const std::uint32_t place : {1u, 2u}) {
+    type.property("refs" + std::to_string(place), "C").many().id(place);
+    type.property("kinds" + std::to_string(place), "Kind").many().id(place + 2);
+    if (place == 1) type.property("between", "String").id(5);
+  }
+  meta::MetaRegistry registry;
+  builder.registerIn(registry);
+  const auto reference = [](std::uint64_t key) {
+    return DirectBytes().key(key).number(1).reference("c.C", "#", "1");
+  };
+  const auto literal = [](std::uint64_t key) {
+    return DirectBytes().key(key).number(1).fixed(std::int32_t{1});
+  };
+  UnitWalk walk(DirectBytes()
+                    .header({"urn:c"})
+                    .root("c.C")
+                    .raw(reference(1).bytes())
+                    .raw(literal(3).bytes())
+                    .raw(reference(2).bytes())
+                    .raw(literal(4).bytes())
+                    .end(),
+                registry);
+  EXPECT_TRUE(walk.run());
+  EXPECT_THAT(
+      walk.inside(),
+      ElementsAre("type c.C",
+                  "waiting cells refs1 (1#1) of 1, kinds1 (1) of 1, refs2 (1#1) of 1, kinds2 (1) of 1"));
+}
+
+TEST(Units, AnEmptyTypeNameIsNotTheOneBefore) {
+  EXPECT_THAT(unitsOf(inN().key(20).number(2).reference("p.N", "#", "1").reference("", "#", "2")),
+              ElementsAre("type p.N", "type ", "waiting cells refs (1#1 2#2) of 2"));
+}
+
 // The type that was found last at a place is compared with first, by words where names have up to sixteen
 // bytes.
 TEST(Units, TypesAreToldApartByEveryCharacterOfTheirNames) {
