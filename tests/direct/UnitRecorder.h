@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
+#include <algorithm>
 #include <deque>
 #include <stdexcept>
 #include <string>
@@ -41,11 +41,11 @@ class UnitRecorder final : public io::ParseProcessor, public io::BulkParseProces
     return meta::StructuredType(ParseProcessor::getCustomizer().getRegistry().findType(name));
   }
   bool pushRoot(meta::StructuredType type, const io::ElementIdentity& identity) override {
-    return push("root ", type, identity);
+    return open("root ", type, identity);
   }
   bool pushChild(io::PropertyPlace property, meta::StructuredType type,
                  const io::ElementIdentity& identity) override {
-    return push(nameOf(property) + " ", type, identity);
+    return open(nameOf(property) + " ", type, identity);
   }
   using ParseProcessor::pop;
   void pop() override {
@@ -118,7 +118,7 @@ class UnitRecorder final : public io::ParseProcessor, public io::BulkParseProces
     return " " + std::to_string(typeName) + describe(identity) +
            (qualifier == nullptr ? std::string() : " in " + std::string(*qualifier));
   }
-  bool push(const std::string& where, meta::StructuredType type, const io::ElementIdentity& identity) {
+  bool open(const std::string& where, meta::StructuredType type, const io::ElementIdentity& identity) {
     say(where + type->qualifiedName() + describe(identity));
     open_.push_back(type);
     return true;

@@ -316,7 +316,7 @@ TEST(KeptMemory, AFileIsReadIntoAsMuchMemoryAsItHasBytes) {
   const auto parser = makeParser(nodes());
   const AllocationMeter meter;
   EXPECT_THROW(static_cast<void>(parser->parseFile(toUstring(path))), io::Error<kr0::io::CorruptInput>);
-  EXPECT_EQ(meter.getLargestRequest(), bytes.size());
+  EXPECT_LE(meter.getLargestRequest(), bytes.size());
 }
 
 TEST(KeptMemory, AnAssemblerKeepsNoMemoryOfALargeDocument) {
