@@ -43,7 +43,6 @@ void BinaryEventProcessor::startDocument() {
   static const bool reserved = (bytes_.reserve(kFirstReservation), true);
   static_cast<void>(reserved);
   frames_.clear();  // a walk that failed leaves some open
-  count_ = 0;
   packageNames_.clear();
   knownPackageNames_.clear();
   writeNumber(direct::kVersion);

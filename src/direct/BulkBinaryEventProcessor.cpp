@@ -69,7 +69,7 @@ std::uint8_t* putDecimal(std::uint32_t number, std::uint8_t* out) noexcept {
 std::uint8_t* putNumber(cells::Cell number, std::uint8_t width, std::uint8_t* out) noexcept {
   const auto bytes =
       values::swapUnlessLittleEndian(std::bit_cast<std::array<std::uint8_t, kCellSize>>(number));
-  std::memcpy(out, bytes.data(), kCellSize);
+  std::memcpy(out, bytes.data(), bytes.size());
   return out + width;
 }
 

@@ -155,7 +155,7 @@ class BulkTarget {
     // What ends with the input, where an end mark is missing, is the decoder's business.
     if (!values::kHostIsLittleEndian || cursor.getRemaining() <= sizeof(Number))
       return readByRow(cursor, info.type);
-    Number number = 0;
+    Number number;
     std::memcpy(&number, cursor.position(), sizeof number);
     cursor.skip(sizeof number);
     const bool isSigned = info.kind == meta::StandardKind::signedInteger;

@@ -28,13 +28,12 @@ class CellRun {
     if (const std::size_t size = std::exchange(count_, 0); size != 0)
       processor_.addCells({entries_.data(), size}, cells_.data(), std::exchange(anyWaiting_, false));
   }
-  /// The same; what comes now is for an element in that property (or at the top, for none).
+  /// What comes now is for an element in that property (or at the top, for none); all is handed over.
   void enter(const std::size_t* slot) {
-    handOver();
     if (slot != nullptr) noteSet(*slot);
     lastSlots_.push_back(std::exchange(lastSlot_, -1));
   }
-  /// The same; what comes now is for the element around.
+  /// Hands over; what comes now is for the element around.
   void leave() {
     handOver();
     lastSlot_ = lastSlots_.back();
@@ -60,7 +59,6 @@ class CellRun {
   /// Makes room for the items of the collection that was put down last, as explicitly empty.
   /// @return false, and everything is handed over, where that is not the place for them.
   bool startItems(std::uint64_t count) {
-    list_ = nullptr;
     if (count_ == 0 || count > cells::kSmallList) return handOver(), false;
     const std::size_t bytes = sizeof(cells::List) + static_cast<std::size_t>(count) * sizeof(cells::Cell);
     if (!memory_.has(bytes)) processor_.getMemory(bytes);

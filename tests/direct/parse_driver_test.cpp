@@ -286,6 +286,14 @@ TEST(DriverNames, TheCustomizerDecidesWhatATypeNameMeans) {
   EXPECT_THAT(walk.recorder.calls, Contains("ask category more"));
 }
 
+TEST(DriverNames, ATypeThatMeansAnotherKeepsItsName) {
+  Walk walk(document().root("p.N").end().root("p.N").end());
+  walk.recorder.customizer.renamedTypes[u"p.N"] = u"p.Sub";
+  EXPECT_TRUE(walk.run());
+  EXPECT_THAT(walk.recorder.events(), ElementsAre("version 1", "packages urn:p", "push p.N", "pop p.N",
+                                                  "push p.N", "pop p.N", "process deferred"));
+}
+
 TEST(DriverNames, NamesAreTheMetaModelsOwnStrings) {
   Walk walk(inN().key(1).text("a").child(18, "p.N").end().key(15).end().end());
   EXPECT_TRUE(walk.run());

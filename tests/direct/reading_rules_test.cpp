@@ -343,6 +343,32 @@ TEST_F(Reading, AMissingFileIsNotFoundWithItsNameAndNoDetail) {
   EXPECT_EQ(recorder->completed, 0);
 }
 
+TEST_F(Reading, OnlyADocumentThatWasNotAcceptedHasAnOffsetInItsSpan) {
+  const auto offset = [this] { return parser->getSpan()->findContextBelow("byte-offset"); };
+  EXPECT_TRUE(parse(empty));
+  EXPECT_EQ(offset(), nullptr);
+  EXPECT_FALSE(parse(header + Bytes{0x01} + text("urn:u")));
+  ASSERT_NE(offset(), nullptr);
+  EXPECT_EQ(*offset(), "11");
+  EXPECT_THROW(parse(header), Error<kr0::io::CorruptInput>);
+  ASSERT_NE(offset(), nullptr);
+  EXPECT_EQ(*offset(), "4");
+}
+
+// A folder opens like a file and says that it has more bytes than there is memory.
+TEST_F(Reading, AFolderFailsAsWhatCannotBeReadAndNotForItsSize) {
+  try {
+    static_cast<void>(parser->parseFile(u"/"));
+    FAIL();
+  } catch (const std::bad_alloc&) {
+    FAIL();
+  } catch (const std::length_error&) {
+    FAIL();
+  } catch (const std::exception& error) {
+    EXPECT_STRNE(error.what(), "");
+  }
+}
+
 TEST_F(Reading, AnEmptyFileIsReadLikeAnyOther) {
   const std::string path = test::temporaryPath("empty.krb");
   test::writeFile(path, "");

@@ -355,6 +355,60 @@ TEST_F(Writing, ASecondDocumentStartsAfresh) {
   EXPECT_EQ(bytes(), header + Bytes{0x00});
 }
 
+TEST_F(Writing, WhatADocumentLeftOpenCannotEndInTheNext) {
+  start();
+  events().startObject(u"", u"t.Node", u"", u"");
+  events().startStructuredProperty(u"texts");
+  start();
+  EXPECT_THROW(events().endStructuredProperty(), std::logic_error);
+}
+
+TEST_F(Writing, PackagesOfADocumentThatWasNotEndedAreNotThoseOfTheNext) {
+  events().startDocument();
+  events().addRegisteredPackage(u"left over");
+  events().startDocument();
+  events().endRegisteredPackages();
+  EXPECT_EQ(bytes(), header + Bytes{0x00});
+  events().startDocument();
+  events().addRegisteredPackage(u"a");
+  events().startDocument();
+  events().addRegisteredPackage(u"a");
+  events().endRegisteredPackages();
+  EXPECT_EQ(bytes(), (header + Bytes{0x01, 0x01, 'a'}));
+}
+
+TEST_F(Writing, EachListOfPackagesHoldsThoseSinceTheLast) {
+  events().startDocument();
+  for (int twice = 0; twice < 2; ++twice) {
+    events().addRegisteredPackage(u"a");
+    events().endRegisteredPackages();
+  }
+  EXPECT_EQ(bytes(), (header + Bytes{0x01, 0x01, 'a', 0x01, 0x01, 'a'}));
+}
+
+TEST_F(Writing, ACollectionThatIsOpenCountsNothingYet) {
+  start();
+  events().startObject(u"", u"t.Node", u"", u"");
+  events().startStructuredProperty(u"texts");
+  events().textElement(u"texts", u"x");
+  EXPECT_EQ(bytes(), (header + Bytes{0x00} + startOfNode + Bytes{0x09, 0x00, 0x01, 'x'}));
+}
+
+TEST_F(Writing, PropertiesBehindAnInnerObjectAreThoseOfTheOuterOne) {
+  EXPECT_EQ(bytesOf([this](EventProcessor& e) {
+              e.startContainer(u"pair", u"t.Pair");
+              e.primitiveValue(u"a", value("Integer8", std::int8_t{5}));
+              e.endContainer();
+              e.textValue(u"name", u"n");
+            }),
+            (Bytes{0x0C, 0x01, 0xDD, 0x05} + endMark + Bytes{0x01, 0x01, 'n'}));
+}
+
+TEST_F(Writing, AnObjectThatWasNotStartedCannotEnd) {
+  start();
+  EXPECT_THROW(events().endObject(), std::logic_error);
+}
+
 TEST_F(Writing, ALoneSurrogateCannotBeSerialized) {
   start();
   events().startObject(u"", u"t.Node", u"", u"");

@@ -25,6 +25,8 @@ using io::SerializationOutput;
 
 /// Some buffers and tables, each of which may keep a little.
 constexpr std::ptrdiff_t kMostKept = 4 * static_cast<std::ptrdiff_t>(kMostKeptBytes);
+/// What the next small document may find there.
+constexpr std::ptrdiff_t kLittle = static_cast<std::ptrdiff_t>(kMostKeptBytes);
 constexpr std::size_t kLongText = std::size_t{1} << 20;
 
 const meta::MetaRegistry& nodes() {
@@ -113,6 +115,10 @@ std::ptrdiff_t keptAfter(const std::function<void()>& call) {
   } catch (const std::exception&) {
   }
   return meter.getLiveBytes();
+}
+
+void writeTo(io::Serializer& serializer, const Model& model, Bytes& document) {
+  serializer.serialize(model, SerializationOutput::toByteSequence(document));
 }
 
 /// Refuses to hear more after some events.
@@ -274,6 +280,83 @@ TEST(KeptMemory, ADirectSerializerKeepsNoTablesOfALargeModel) {
   Bytes again;
   serializer.serialize(small, SerializationOutput::toByteSequence(again));
   EXPECT_EQ(again, first);
+}
+
+// The bytes of documents are no matter of operator new, so all that is counted are tables.
+TEST(KeptMemory, OfADeepModelADirectSerializerKeepsNothing) {
+  Model deep(nodes());
+  Element node = deep.createRoot("kept.Node");
+  for (int i = 0; i < 20000; ++i) node = node.create("children");
+  io::BinarySerializer serializer;
+  Bytes document;
+  writeTo(serializer, makeSmall(), document);
+  document.reserve(std::size_t{1} << 20);
+  EXPECT_LE(keptAfter([&] { writeTo(serializer, deep, document); }), kLittle);
+  EXPECT_GT(document.size(), 20000u);
+}
+
+TEST(KeptMemory, OfAModelOfManyTypesADirectSerializerKeepsNothing) {
+  constexpr int kTypes = 10000;
+  meta::MetaModelBuilder package("urn:many", "many");
+  for (int i = 0; i < kTypes; ++i) package.classType("T" + std::to_string(i));
+  meta::MetaRegistry registry;
+  package.registerIn(registry);
+  Model model(registry);
+  for (int i = 0; i < kTypes; ++i) model.createRoot("many.T" + std::to_string(i));
+  io::BinarySerializer serializer;
+  Bytes document;
+  writeTo(serializer, makeSmall(), document);
+  document.reserve(std::size_t{1} << 20);
+  EXPECT_LE(keptAfter([&] { writeTo(serializer, model, document); }), kLittle);
+  EXPECT_GT(document.size(), static_cast<std::size_t>(kTypes));
+}
+
+TEST(KeptMemory, OfManyEventsADirectSerializerKeepsNothingAfterTheNextModel) {
+  io::BinarySerializer serializer;
+  io::EventProcessor& events = serializer.getEventProcessor();
+  const Model small = makeSmall();
+  const auto keptOf = [&](const std::function<void()>& send) {
+    Bytes document;
+    writeTo(serializer, small, document);
+    return keptAfter([&] {
+      events.setMetaRegistry(nodes());
+      events.startDocument();
+      send();
+      writeTo(serializer, small, document);
+    });
+  };
+  EXPECT_LE(keptOf([&] {
+              for (int i = 0; i < 10000; ++i) events.addRegisteredPackage(toUstring(std::to_string(i)));
+            }),
+            kLittle);
+  EXPECT_LE(keptOf([&] {
+              for (int i = 0; i < 10000; ++i) events.startStructuredProperty(u"");
+            }),
+            kLittle);
+  EXPECT_LE(keptOf([&] {
+              events.startObject(u"", u"kept.Node", u"", u"");
+              events.textValue(u"text", ustring(kLongText, u'x'));
+            }),
+            kLittle);
+}
+
+TEST(KeptMemory, ADocumentThatIsTakenInPlaceIsNotCopied) {
+  io::BinarySerializer serializer;
+  Model model = makeSmall();
+  model.createRoot("kept.Node").set("text", std::string(kLongText, 'x'));
+  const AllocationMeter meter;
+  EXPECT_GT(serializer.serializeInPlace(model).size(), kLongText);
+  EXPECT_LT(meter.getLargestRequest(), kLongText / 2);
+}
+
+TEST(KeptMemory, AFileIsReadIntoAsMuchMemoryAsItHasBytes) {
+  const std::string path = temporaryPath("kept.size");
+  std::string bytes(kLongText + 1, '\2');  // no version that there is
+  writeFile(path, bytes);
+  const auto parser = makeParser(nodes());
+  const AllocationMeter meter;
+  EXPECT_THROW(static_cast<void>(parser->parseFile(toUstring(path))), io::Error<kr0::io::CorruptInput>);
+  EXPECT_LE(meter.getLargestRequest(), bytes.size());
 }
 
 TEST(KeptMemory, AnAssemblerKeepsNoMemoryOfALargeDocument) {
