@@ -1,5 +1,5 @@
-// operator new by malloc, for programs that valgrind watches: its own cannot throw, and ends the program where a
-// document asks for more memory than there is.
+// operator new by malloc, for programs that valgrind watches: its own cannot throw, and ends the program
+// where a document asks for more memory than there is.
 #include <cstdlib>
 #include <new>
 
