@@ -3,20 +3,24 @@
 /// the process.
 #pragma once
 
+#include <string>
+
 #include "common/Fuzzing.h"
 #include "kr/zero/Error.h"
 
 namespace kr::zero::fuzz {
 
 /// Whether `action` succeeds. An error says what it is, in words.
+/// @param refusal gets the words.
 template <class Action>
-bool succeeds(const Action& action) {
+bool succeeds(const Action& action, std::string* refusal = nullptr) {
   try {
     action();
     return true;
   } catch (const Error& error) {
     require(error.getCode() != ErrorCode::unknown, "every error was foreseen", error.what());
     require(*error.what() != '\0', "every error says something");
+    if (refusal != nullptr) *refusal = error.what();
     return false;
   }
 }
