@@ -5,7 +5,7 @@
 #
 #   scripts/growth.sh [PART OF A NAME]    only the cases whose names have it
 #
-# KR0_GROWTH_PRESET takes another build than "release"; KR0_GROWTH_SHARE=4 begins at a quarter of the sizes, and takes about a quarter of the time.
+# KR0_GROWTH_PRESET takes another build than "release".
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 

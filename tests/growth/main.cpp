@@ -18,7 +18,6 @@
 
 #include "growth/Cases.h"
 #include "support/AllocationMeter.h"
-#include "support/Environment.h"
 
 /// What is counted: its name is known to the script.
 extern "C" __attribute__((noinline)) void growthOfWork(const kr::zero::growth::Work& work);
@@ -48,11 +47,9 @@ void run(std::size_t first, std::size_t step, std::string_view part) {
   const std::vector<Case> some = casesWith(part);
   for (std::size_t i = first; i < some.size(); i += step) {
     const Case& each = some[i];
-    const std::size_t smallest =
-        std::max<std::size_t>(each.size / test::numberFromEnvironment("KR0_GROWTH_SHARE", 1), 1);
-    each.prepare(smallest).run();  // what is made once for all is there then
+    each.prepare(each.size).run();  // what is made once for all is there then
     for (int doubling = 0; doubling <= kDoublings; ++doubling) {
-      const std::size_t size = smallest << doubling;
+      const std::size_t size = each.size << doubling;
       const Work work = each.prepare(size);
       const std::clock_t start = std::clock();
       growthOfWork(work);

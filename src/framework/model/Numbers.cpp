@@ -19,10 +19,16 @@ using meta::StandardType;
 
 namespace {
 
+// from_chars takes a minus and no plus. Of two signs the second is left, and refused.
+std::string_view withoutPlus(std::string_view text) {
+  if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+  return text;
+}
+
 template <class T>
 std::optional<T> parseWhole(std::string_view text) {
   T number{};
-  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  text = withoutPlus(text);
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
   return number;
@@ -33,7 +39,7 @@ std::optional<T> parseWhole(std::string_view text) {
 // forms. It says of numbers below the normal ones, too, that they are out of range.
 template <>
 std::optional<double> parseWhole(std::string_view text) {
-  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  text = withoutPlus(text);
   if (text.empty() || text.front() == '+' || text.find_first_not_of("0123456789.eE+-") != text.npos)
     return std::nullopt;
   static const locale_t kClassic = newlocale(LC_ALL_MASK, "C", nullptr);

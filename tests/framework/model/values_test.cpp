@@ -144,6 +144,17 @@ TEST_F(ModelValues, ADerivedPropertyHoldsNothing) {
             "/library/books[0].age: an integer does not fit a property of type Integer");
 }
 
+TEST_F(ModelValues, TextFormsOfNumbersHaveOneSign) {
+  for (const char* const property : {"pages", "weight"}) {
+    book.setTextForm(property, "+7");
+    EXPECT_EQ(std::stod(book.getTextForm(property)), 7) << property;
+    for (const char* const text : {"+-7", "-+7", "++7", "--7", "+", "-", "+ 7"}) {
+      EXPECT_THROW(book.setTextForm(property, text), ModelError) << property << ": " << text;
+      EXPECT_EQ(std::stod(book.getTextForm(property)), 7) << property << ": " << text;
+    }
+  }
+}
+
 TEST_F(ModelValues, TextFormsOfRealsReadBackTheSame) {
   for (const double number : {0.1, -0.0, 1e300, 5e-324, 3.0, std::nan(""), HUGE_VAL, -HUGE_VAL}) {
     book.set("weight", number);
