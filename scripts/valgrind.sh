@@ -20,10 +20,11 @@ most=0.3 # seconds of a test
 logs=$(mktemp -d)
 trap 'rm -rf "$logs"' EXIT
 
-# Tests that take long, as CTest remembers them, and those that judge how much was tried.
+# Tests that take long, as CTest remembers them, those that judge time or how much was tried, and those whose signals valgrind
+# delivers late.
 left_out() {
   local costs="$build/Testing/Temporary/CTestCostData.txt"
-  printf '*DamagedDocuments:*Proportion*'
+  printf '*DamagedDocuments:*Proportion*:*CostNoMore*:*SignalsDoNotDisturb*'
   if [ -f "$costs" ]; then
     sed -E 's/ +# GetParam.* ([0-9]+ [0-9.e+-]+)$/ \1/' "$costs" |
       awk -v most="$most" 'NF == 3 && $3 > most && $1 ~ /\./ { printf ":%s", $1 }'
@@ -41,7 +42,8 @@ watched() {
   local log=$1
   shift
   LD_PRELOAD="$logs/new.so" valgrind -q --soname-synonyms=somalloc=nouserintercepts --error-exitcode=99 --leak-check=full \
-    --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect --num-callers=20 --log-file="$log" "$@"
+    --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect --num-callers=20 \
+    --suppressions=tests/valgrind/suppressions.txt --log-file="$log" "$@"
 }
 
 # check <program>
