@@ -39,7 +39,9 @@ void RegistryLoader::createProperties() {
     type.firstProperty = count;
     count += type.definition->properties.size();
   }
-  auto made = std::unique_ptr<Property::Impl[]>(new Property::Impl[count]);
+  // A registry may live as long as the process, and tools that look for leaks find no owner of an array of
+  // nothing.
+  std::unique_ptr<Property::Impl[]> made(count != 0 ? new Property::Impl[count] : nullptr);
   propertyDefinitions_.reserve(count);
   for (const NewType& type : types_)
     for (const PropertyDefinition& definition : type.definition->properties) {
