@@ -15,7 +15,7 @@ namespace kr::zero::test {
 
 namespace {
 
-constexpr std::size_t deep = 100000;
+constexpr std::size_t kDeep = 100000;
 constexpr std::size_t deeper = underAddressSanitizer() ? 200000 : 1000000;
 
 const meta::MetaRegistry& chainRegistry() {
@@ -78,13 +78,13 @@ Bytes openElements(std::size_t levels) {
 
 TEST(Depth, ADeepModelIsWrittenAndReadBack) {
   onSmallStack([] {
-    const Model model = makeChain(deep);
+    const Model model = makeChain(kDeep);
     const Bytes bytes = writeDirect(model);
-    EXPECT_EQ(walkDirect(bytes, chainRegistry()).maxDepth, deep);
+    EXPECT_EQ(walkDirect(bytes, chainRegistry()).maxDepth, kDeep);
     const auto parser = makeParser(chainRegistry());
     ASSERT_EQ(parseBytes(*parser, bytes), (Outcome{Ending::success, {}}));
     const Model again = parser->takeModel();
-    expectChain(again, deep);
+    expectChain(again, kDeep);
     EXPECT_EQ(findDifference(model, again), std::nullopt);
     EXPECT_EQ(writeDirect(again), bytes);
   });
@@ -92,7 +92,7 @@ TEST(Depth, ADeepModelIsWrittenAndReadBack) {
 
 TEST(Depth, ADeepModelGoesThroughStreams) {
   onSmallStack([] {
-    const Model model = makeChain(deep);
+    const Model model = makeChain(kDeep);
     std::stringstream stream;
     io::BinarySerializer().serialize(model, io::SerializationOutput::toStream(stream));
     const auto parser = makeParser(chainRegistry());
@@ -120,7 +120,7 @@ TEST(Depth, ADeepModelIsCopiedAndCompared) {
 
 TEST(Depth, ADifferenceIsFoundAtTheBottom) {
   onSmallStack([] {
-    const Model model = makeChain(deep);
+    const Model model = makeChain(kDeep);
     Model copy = model.clone();
     Element last;
     for (const Element e : copy.elements()) last = e;
@@ -128,15 +128,15 @@ TEST(Depth, ADifferenceIsFoundAtTheBottom) {
     const auto difference = findDifference(model, copy);
     ASSERT_TRUE(difference);
     EXPECT_NE(difference->find(".number: "), std::string::npos) << *difference;
-    EXPECT_NE(difference->find(std::to_string(deep - 1)), std::string::npos) << *difference;
+    EXPECT_NE(difference->find(std::to_string(kDeep - 1)), std::string::npos) << *difference;
   });
 }
 
 TEST(Depth, ADeepElementIsCopiedWithinItsModel) {
   onSmallStack([] {
-    Model model = makeChain(deep);
+    Model model = makeChain(kDeep);
     const Element copy = model.copy(model.getRoots().at(0));
-    EXPECT_EQ(model.size(), 2 * deep);
+    EXPECT_EQ(model.size(), 2 * kDeep);
     EXPECT_EQ(model.getRoots().at(1), copy);
     EXPECT_EQ(copy.getElement("more").getReference("first"), copy);
   });
@@ -144,7 +144,7 @@ TEST(Depth, ADeepElementIsCopiedWithinItsModel) {
 
 TEST(Depth, ADeepElementIsRemoved) {
   onSmallStack([] {
-    Model model = makeChain(deep);
+    Model model = makeChain(kDeep);
     model.remove(model.getRoots().at(0).getElement("more"));
     EXPECT_EQ(model.size(), 1u);
     EXPECT_EQ(model.getRoots().at(0).getState("more"), PropertyState::unset);
@@ -153,14 +153,14 @@ TEST(Depth, ADeepElementIsRemoved) {
 
 TEST(Depth, ADeepElementIsUnsetAndAdopted) {
   onSmallStack([] {
-    Model model = makeChain(deep);
+    Model model = makeChain(kDeep);
     const Element below = model.getRoots().at(0).getElement("more");
     model.adoptRoot(below);
     ASSERT_EQ(model.getRoots().size(), 2u);
     Element first = model.getRoots().at(0);
     first.adopt("next", below);
     EXPECT_EQ(model.getRoots().size(), 1u);
-    EXPECT_EQ(model.size(), deep);
+    EXPECT_EQ(model.size(), kDeep);
     first.unset("next");
     EXPECT_EQ(model.size(), 1u);
   });
@@ -168,7 +168,7 @@ TEST(Depth, ADeepElementIsUnsetAndAdopted) {
 
 TEST(Depth, ThePathOfADeepElementIsShort) {
   onSmallStack([] {
-    const Model model = makeChain(deep);
+    const Model model = makeChain(kDeep);
     ConstElement last;
     for (const ConstElement e : model.elements()) last = e;
     const std::string path = last.getPath();
@@ -179,8 +179,8 @@ TEST(Depth, ThePathOfADeepElementIsShort) {
 
 TEST(Depth, ReferrersAreFoundFromTheBottom) {
   onSmallStack([] {
-    const Model model = makeChain(deep);
-    EXPECT_EQ(model.getReferrers(model.getRoots().at(0)).size(), deep - 1);
+    const Model model = makeChain(kDeep);
+    EXPECT_EQ(model.getReferrers(model.getRoots().at(0)).size(), kDeep - 1);
   });
 }
 
@@ -196,7 +196,7 @@ TEST(Depth, ADocumentThatOnlyOpensElementsIsRefused) {
 
 TEST(Depth, AFailureAtTheBottomIsReportedAndTheParserReadsOn) {
   onSmallStack([] {
-    Bytes bytes = openElements(deep);
+    Bytes bytes = openElements(kDeep);
     bytes.push_back(99);  // no such property
     const auto parser = makeParser(chainRegistry());
     EXPECT_EQ(parseBytes(*parser, bytes).ending, Ending::unknownProperty);
@@ -209,9 +209,9 @@ TEST(Depth, ManyProblemsFarDownStayFew) {
   onSmallStack([] {
     DirectBytes bytes;
     bytes.header({"urn:chain"}).root("chain.Link", "a", "b");
-    for (std::size_t i = 1; i < deep; ++i)
+    for (std::size_t i = 1; i < kDeep; ++i)
       bytes.child(1, "chain.Link").key(5).number(1).reference("chain.Other", "a", "b");
-    for (std::size_t i = 0; i < deep; ++i) bytes.end();
+    for (std::size_t i = 0; i < kDeep; ++i) bytes.end();
     const auto parser = makeParser(chainRegistry());
     const Outcome outcome = parseBytes(*parser, bytes);
     EXPECT_EQ(outcome.ending, Ending::refused);
