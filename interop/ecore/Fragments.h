@@ -118,8 +118,8 @@ class Fragments {
   TextMap<Id> attributeIds_;
   std::unordered_map<std::uint32_t, ElementsByText> namesBelow_;  // by the element's index
   TextMap<TextMap<Element>> childrenByValues_;  // by element, feature and keys: the first with those values
-  std::unordered_map<std::uint64_t, std::size_t, NumberHash>
-      keyCounts_;  // by list: of all sets that have their map
+  // By list: of all sets that have their map.
+  std::unordered_map<std::uint64_t, std::size_t, NumberHash> keyCounts_;
   bool hasTooManyKeys_ = false;
 };
 
