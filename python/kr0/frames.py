@@ -41,7 +41,7 @@ def _series(model: Model, cls: Class, name: str) -> Any:
     if not isinstance(values, numpy.ma.MaskedArray):
         return values
     if values.dtype == object:
-        return values.filled(None)
+        return values.data  # None where there is none
     if values.dtype.kind == "f":
         return values.filled(numpy.nan)
     array = pandas.array(values.data, dtype=_nullable(values.dtype))
