@@ -1,4 +1,4 @@
-"""Examples in docstrings run and print what they say, in Python's files and in the compiled module alike."""
+"""Examples in docstrings run and print what they say, those of the compiled module too."""
 
 import doctest
 import importlib
