@@ -64,11 +64,14 @@ def cmake(*arguments: object) -> None:
 class BuildWithCMake(build_ext):
     """Builds the module with all that it needs, and installs it where setuptools packs wheels."""
 
-    def build_extension(self, ext: Extension) -> None:
+    def run(self) -> None:
         if self.inplace or self.editable_mode:
             raise SetupError(
                 "there are no editable installations; build with CMake (-DKR0_BUILD_PYTHON=ON) and "
                 "set PYTHONPATH=build/release/python, where edited files are used at once")
+        super().run()
+
+    def build_extension(self, ext: Extension) -> None:
         folder = Path(self.build_temp).resolve() / "cmake"
         os.environ.setdefault("CMAKE_BUILD_PARALLEL_LEVEL", str(os.cpu_count() or 1))
         if shutil.which("ninja"):
