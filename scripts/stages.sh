@@ -2,6 +2,8 @@
 # What .ci/run and scripts/nightly.sh are made of; to be sourced by bash after scripts/lib.sh.
 
 passed=0 failed=0
+failures=$(mktemp -d) # the logs of stages that failed
+trap 'rm -rf "$failures"' EXIT
 
 # Adds up "3 passed, 1 failed ..." or ctest's "90% tests passed, 1 tests failed out of 10".
 count() {
@@ -20,14 +22,14 @@ count() {
 
 # stage <name> <command...>
 stage() {
-  local name=$1 log status begin=$SECONDS
+  local name=$1 log status begin=$SECONDS before=$failed
   shift
   log=$(mktemp)
   echo "=== $name"
   "$@" 2>&1 | tee "$log"
   status=${PIPESTATUS[0]}
   count "$log" "$status"
-  rm -f "$log"
+  if [ "$failed" -eq "$before" ]; then rm -f "$log"; else mv "$log" "$failures/$name"; fi
   echo "=== $name: exit code $status after $((SECONDS - begin)) s"
 }
 
@@ -35,8 +37,22 @@ stage() {
 # pages: they are the same whatever built the rest.
 test_preset() { build_preset "$1" && ctest --test-dir "build/$1" -LE slow --no-tests=error --output-on-failure -j "$jobs"; }
 
-# The last line, and the exit code.
+# What failed once more, where it is found: lines that name what failed, and the end of its stage's log.
+repeat_failures() {
+  local log
+  for log in "$failures"/*; do
+    [ -f "$log" ] || continue
+    echo "=== failed: ${log##*/}"
+    grep -aE '\*\*\*Failed|\*\*\*Timeout|\*\*\*Exception|: Failure$|FAILED|^FAIL|error:|TOO MUCH|found something|FEWER THAN|BREAKS' "$log" |
+      head -n 30
+    echo "--- its last lines"
+    tail -n 30 "$log"
+  done
+}
+
+# What failed, the last line, and the exit code.
 sums() {
+  repeat_failures
   echo "$passed passed, $failed failed"
   [ "$failed" -eq 0 ]
 }

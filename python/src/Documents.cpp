@@ -1,11 +1,13 @@
 // Models from documents, and documents from models.
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <ios>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -142,9 +144,18 @@ std::string contentOf(const fs::path& path) {
     throw Error(ErrorCode::unreadable,
                 {.file = path.string(),
                  .problem = isFolder ? "it is a folder" : std::generic_category().message(errno)});
+  // What the file says its size is, is only where reading begins: it may be a pipe, or grow.
+  constexpr std::uintmax_t kPiece = 1 << 20;
+  const std::uintmax_t size = fs::file_size(path, failure);
+  std::uintmax_t piece =
+      failure ? kPiece : std::clamp<std::uintmax_t>(size + 1, 4096, std::uintmax_t{1} << 30);
   std::string bytes;
-  if (const auto size = fs::file_size(path, failure); !failure) bytes.reserve(size);
-  bytes.assign(std::istreambuf_iterator<char>(file), {});
+  for (; file; piece = kPiece) {
+    const std::size_t before = bytes.size();
+    bytes.resize(before + static_cast<std::size_t>(piece));
+    file.read(bytes.data() + before, static_cast<std::streamsize>(piece));
+    bytes.resize(before + static_cast<std::size_t>(file.gcount()));
+  }
   if (file.bad()) throw Error(ErrorCode::unreadable, {.file = path.string(), .problem = "reading failed"});
   return bytes;
 }

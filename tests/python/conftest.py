@@ -1,0 +1,70 @@
+"""A small meta model and a model of it, for the tests of this folder."""
+
+import kr0
+import pytest
+
+
+def library_package() -> kr0.PackageBuilder:
+    package = kr0.PackageBuilder("http://example.org/library", "library")
+    package.primitive("Isbn")
+    package.enumeration("Genre", {"novel": 0, "poetry": 1, "mro": 7})
+    package.datatype("Size").property("width", "Real").property("height", "Real")
+    item = package.class_("Item", abstract=True)
+    item.property("title", "String", required=True)
+    book = package.class_("Book", "Item")
+    for name, type_name in [
+        ("pages", "Integer"), ("tiny", "Integer8"), ("small", "UInteger8"), ("short", "Integer16"),
+        ("natural", "UnlimitedNatural"), ("long", "Integer64"), ("huge", "UInteger64"), ("weight", "Real"),
+        ("lent", "Boolean"), ("genre", "Genre"), ("published", "DateTime"), ("code", "UUID"), ("isbn", "Isbn"),
+        ("size", "Size"), ("type", "String"), ("from", "String"), ("sequel", "Book"),
+    ]:
+        book.property(name, type_name)
+    book.property("language", "String", default="en").property("stars", "Integer", default="3")
+    book.property("tags", "String", many=True).property("years", "Integer", many=True, unique=False)
+    book.property("genres", "Genre", many=True).property("sizes", "Size", many=True)
+    book.property("authors", "Author", many=True, opposite="books")
+    book.property("shelf", "Shelf", opposite="books")
+    book.property("length", "Integer", derived=True)
+    package.class_("Author", "Item").property("books", "Book", many=True, opposite="authors")
+    package.class_("Shelf", "Item").property("books", "Book", many=True, opposite="shelf")
+    library = package.class_("Library")
+    library.property("name", "String").property("items", "Item", many=True, composite=True)
+    library.property("best", "Book", composite=True)
+    return package
+
+
+@pytest.fixture(scope="session")
+def registry() -> kr0.Registry:
+    return kr0.Registry(library_package())
+
+
+@pytest.fixture
+def model(registry: kr0.Registry) -> kr0.Model:
+    """A library with Moby Dick, Emma and an author, in this order."""
+    model = kr0.Model(registry)
+    library = model.create("library.Library", name="City")
+    moby = library.create("items", "library.Book", title="Moby Dick", pages=635, genre="novel", tags=["whale", "sea"])
+    library.create("items", "library.Book", title="Emma", pages=474)
+    author = library.create("items", "library.Author", title="Herman Melville")
+    moby.authors.append(author)
+    return model
+
+
+@pytest.fixture
+def library(model: kr0.Model) -> kr0.Element:
+    return model.roots[0]
+
+
+@pytest.fixture
+def moby(library: kr0.Element) -> kr0.Element:
+    return library["items"][0]
+
+
+@pytest.fixture
+def emma(library: kr0.Element) -> kr0.Element:
+    return library["items"][1]
+
+
+@pytest.fixture
+def melville(library: kr0.Element) -> kr0.Element:
+    return library["items"][2]
