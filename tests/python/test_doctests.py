@@ -5,6 +5,7 @@ import importlib
 import inspect
 import pkgutil
 from collections.abc import Iterator
+from pathlib import Path
 from types import ModuleType
 from typing import Any
 
@@ -60,15 +61,29 @@ def examples() -> list[Any]:
     return found
 
 
-@pytest.fixture(autouse=True)
-def in_a_folder_of_its_own(tmp_path: Any, monkeypatch: pytest.MonkeyPatch) -> None:
-    """Examples may write files."""
-    monkeypatch.chdir(tmp_path)
+def small_library(folder: Path) -> dict[str, Any]:
+    """What examples find beside the names of their module: a model, and documents of it."""
+    package = kr0.PackageBuilder("http://www.example.org/library", "library")
+    book = package.class_("Book").property("title", "String", required=True)
+    book.property("pages", "Integer")
+    package.class_("Library").property("books", "Book", many=True, composite=True)
+    registry = kr0.Registry(package)
+    model = kr0.Model(registry)
+    library = model.create("library.Library")
+    library.create("books", title="Moby Dick", pages=635)
+    library.create("books", title="Emma", pages=474)
+    kr0.save(model, folder / "library.krz")
+    document = (folder / "library.krz").read_bytes()
+    (folder / "damaged.krz").write_bytes(document[: len(document) // 2])
+    return {"kr0": kr0, "folder": folder, "registry": registry, "model": model}
 
 
 @pytest.mark.parametrize("module, name, text", examples())
-def test_example(module: ModuleType, name: str, text: str) -> None:
-    test = doctest.DocTestParser().get_doctest(text, dict(vars(module)), name, None, 0)
+def test_example(module: ModuleType, name: str, text: str, tmp_path: Path,
+                 monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.chdir(tmp_path)
+    known = vars(module) | small_library(tmp_path)
+    test = doctest.DocTestParser().get_doctest(text, known, name, None, 0)
     assert test.examples
     said: list[str] = []
     result = doctest.DocTestRunner(optionflags=OPTIONS).run(test, out=said.append)

@@ -16,6 +16,12 @@ HERE = Path(__file__).resolve().parent
 CONFIGURATION = HERE.parents[1] / "pyproject.toml"
 FOLDER = Path(kr0.__file__).parents[1]  # the one that PYTHONPATH names
 
+# What stubtest says of compiled classes that a stub cannot say: their metaclass is pybind11's, those that programs
+# cannot make have its constructor, and attributes of elements are found by a slot that is no method.
+UNAVOIDABLE = (r"kr0\._core\.\w+ is inconsistent, metaclass differs"
+               r'|kr0\._core\.\w+\.__init__ is inconsistent, stub does not have \*args argument "args"'
+               r"|kr0\._core\.Element\.__getattr__ is not present at runtime")
+
 
 def run(module: str, *arguments: str) -> subprocess.CompletedProcess[str]:
     """Runs a checker as the package's users do: the package is found on the path."""
@@ -56,6 +62,7 @@ def test_mistakes_are_found() -> None:
 
 
 def test_the_stub_says_what_the_compiled_module_has() -> None:
-    result = run("mypy.stubtest", "kr0._core", "--concise", f"--mypy-config-file={CONFIGURATION}",
-                 f"--allowlist={HERE / 'typing/stubtest.txt'}")
-    assert result.returncode == 0, result.stdout + result.stderr
+    result = run("mypy.stubtest", "kr0._core", "--concise", f"--mypy-config-file={CONFIGURATION}")
+    assert result.stderr == "" and "kr0._core" in result.stdout
+    wrong = [line for line in result.stdout.splitlines() if not re.fullmatch(UNAVOIDABLE, line)]
+    assert not wrong, "\n".join(wrong)

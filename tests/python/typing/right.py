@@ -12,8 +12,8 @@ def shelf() -> kr0.Registry:
     package = kr0.PackageBuilder("http://www.example.org/shelf", "shelf")
     package.enumeration("Binding", ["soft", "hard"])
     book = package.class_("Book")
-    book.property("title", "string").property("pages", "int").property("binding", "shelf.Binding")
-    package.class_("Shelf").property("books", "shelf.Book", many=True, composite=True)
+    book.property("title", "String").property("pages", "Integer").property("binding", "Binding")
+    package.class_("Shelf").property("books", "Book", many=True, composite=True)
     return kr0.Registry(package)
 
 
