@@ -1,4 +1,4 @@
-"""Has CMake build what a wheel of the Python package holds beside Python: the module, the libraries, the tool.
+"""Has CMake build what a wheel holds beside files of Python: module, libraries, tool.
 
 All else is in pyproject.toml. The wheel is an installation whose prefix is the folder of packages:
 
@@ -6,11 +6,11 @@ All else is in pyproject.toml. The wheel is an installation whose prefix is the 
     kr0/libkr0_*.so             the libraries, which the module finds beside it
     kr0/bin/kr0                 the tool, which the command kr0 of the wheel becomes
 
-setuptools writes metadata, tags, records and source archives, which is most of what a build backend does; what is
-left for this file is three calls of CMake.
+setuptools writes metadata, tags, records and source archives, which is most of what a build
+backend does; what is left for this file is three calls of CMake.
 
-The environment may hold more options for CMake in KR0_CONFIGURE_OPTIONS, and what CMake itself looks for there
-(CXX, CMAKE_CXX_COMPILER_LAUNCHER, CMAKE_GENERATOR, CMAKE_BUILD_PARALLEL_LEVEL).
+The environment may hold more options for CMake in KR0_CONFIGURE_OPTIONS, and what CMake itself
+looks for there (CXX, CMAKE_CXX_COMPILER_LAUNCHER, CMAKE_GENERATOR, CMAKE_BUILD_PARALLEL_LEVEL).
 """
 
 import os
@@ -44,7 +44,8 @@ OPTIONS = [
 
 def version() -> str:
     """The version, which stands in CMakeLists.txt alone."""
-    found = re.search(r"^project\(kr0 VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text(), re.MULTILINE)
+    text = (ROOT / "CMakeLists.txt").read_text()
+    found = re.search(r"^project\(kr0 VERSION ([0-9.]+)", text, re.MULTILINE)
     if not found:
         raise SetupError("CMakeLists.txt says no version of the project")
     return found[1]
@@ -61,12 +62,16 @@ def cmake(*arguments: object) -> None:
 
 
 class BuildWithCMake(build_ext):
-    """Builds the module with all that it needs at run time, and installs it where setuptools packs the wheel."""
+    """Builds the module with all that it needs, and installs it where setuptools packs wheels."""
+
+    def run(self) -> None:
+        if self.inplace or self.editable_mode:
+            raise SetupError(
+                "there are no editable installations; build with CMake (-DKR0_BUILD_PYTHON=ON) and "
+                "set PYTHONPATH=build/release/python, where edited files are used at once")
+        super().run()
 
     def build_extension(self, ext: Extension) -> None:
-        if self.inplace or self.editable_mode:
-            raise SetupError("there are no editable installations; build with CMake (-DKR0_BUILD_PYTHON=ON) "
-                             "and set PYTHONPATH=build/release/python, where edited files are used at once")
         folder = Path(self.build_temp).resolve() / "cmake"
         os.environ.setdefault("CMAKE_BUILD_PARALLEL_LEVEL", str(os.cpu_count() or 1))
         if shutil.which("ninja"):

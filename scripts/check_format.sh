@@ -9,7 +9,7 @@ list_sources() {
   if git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
     git ls-files -- '*.cpp' '*.h'
   else
-    find apps benchmarks examples fuzz include interop src tests -name '*.cpp' -o -name '*.h'
+    find apps benchmarks examples fuzz include interop python src tests -name '*.cpp' -o -name '*.h'
   fi
 }
 

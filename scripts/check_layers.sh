@@ -7,7 +7,7 @@
 #   interop/json, interop/tables -> framework
 #   study -> framework
 #   library -> framework's public headers   framework -> nothing of the others
-#   compare -> framework
+#   compare -> framework                    python -> all others but apps, inspect and interop/cpp
 #
 # The framework has layers of its own, told by folder; each may use those of its own line and of the lines above:
 #
@@ -27,9 +27,10 @@ inner_layers=(foundation,text log events,rules meta model io) # from the ground 
 allowed=" apps:interop apps:cpp apps:library apps:framework apps:archive apps:evolution apps:inspect cpp:interop cpp:framework \
 interop:framework library:framework evolution:framework archive:evolution archive:interop archive:library archive:framework \
 apps:json apps:tables json:framework tables:framework apps:study study:framework apps:compare compare:framework \
-inspect:library inspect:library-internal inspect:framework "
+inspect:library inspect:library-internal inspect:framework \
+python:archive python:evolution python:interop python:json python:tables python:compare python:study python:library python:framework "
 include_folders="src/framework/include include interop/ecore/include interop/cpp/include interop/json/include interop/tables/include evolution/include compare/include archive/include study/include inspect/include \
-src/framework src interop/ecore interop/cpp interop/json interop/tables evolution compare archive study inspect apps/kr0"
+src/framework src interop/ecore interop/cpp interop/json interop/tables evolution compare archive study inspect apps/kr0 python/src"
 
 layer_of() {
   case $1 in
@@ -56,6 +57,7 @@ layer_of() {
     inspect/include/*) echo inspect ;;
     inspect/*) echo inspect-internal ;;
     apps/*) echo apps ;;
+    python/*) echo python ;;
     *) echo outside ;;
   esac
 }
@@ -110,6 +112,7 @@ own_folders() {
     archive*) echo "archive/include archive" ;;
     inspect*) echo "inspect/include inspect" ;;
     apps) echo "apps/kr0" ;;
+    python) echo "python/src" ;;
   esac
 }
 
@@ -125,7 +128,7 @@ find_header() {
 }
 
 list_includes() {
-  find apps archive compare evolution include inspect interop src study \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
+  find apps archive compare evolution include inspect interop python src study \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null |
     xargs -0 -r grep -HoE '^[[:space:]]*#[[:space:]]*include[[:space:]]*["<](kr/|fl/|foundation/|resource_core/|[^">]+\.h")[^">]*' |
     sed -E 's/^([^:]+):.*["<]([^">]+).*/\1 \2/; s/"$//' | sort -u
 }
@@ -163,13 +166,13 @@ check() {
 # A small tree in which every layer has one header of its own.
 make_tree() {
   mkdir -p src/framework/include/{kr/zero/{meta,log,io},modeling/sylvan,fl} src/framework/{new,text,log,meta,model,io/walk,io/files} include/kr/zero/io src/direct inspect/include/kr/zero/inspect \
-    interop/ecore/include/kr/zero/ecore interop/cpp/include/kr/zero/cpp interop/json interop/tables/include/kr/zero/tables apps/kr0
+    interop/ecore/include/kr/zero/ecore interop/cpp/include/kr/zero/cpp interop/json interop/tables/include/kr/zero/tables apps/kr0 python/src
   touch src/framework/include/kr/zero/Public.h src/framework/model/Internal.h include/kr/zero/io/Library.h \
     src/framework/include/{kr/zero/{meta/Meta.h,log/Log.h,io/Io.h},modeling/sylvan/Event.h,fl/Text.h} \
     src/framework/io/files/Files.h src/direct/Direct.h interop/ecore/include/kr/zero/ecore/Ecore.h interop/ecore/Inner.h \
     interop/cpp/include/kr/zero/cpp/Cpp.h interop/cpp/Code.h apps/kr0/Tool.h \
     inspect/include/kr/zero/inspect/Inspect.h inspect/Scan.h interop/json/Names.h \
-    interop/tables/include/kr/zero/tables/Tables.h
+    interop/tables/include/kr/zero/tables/Tables.h python/src/Module.h
 }
 
 # expect <0 or 1> <file> <header>: how a check of a tree with just this include ends.
@@ -216,6 +219,11 @@ self_check() {
   expect 1 apps/kr0/a.cpp ../../interop/json/Names.h
   expect 1 interop/tables/a.cpp ../json/Names.h
   expect 1 interop/json/a.cpp kr/zero/io/Library.h
+  expect 0 python/src/a.cpp kr/zero/tables/Tables.h
+  expect 0 python/src/a.cpp Module.h
+  expect 1 python/src/a.cpp ../../src/direct/Direct.h
+  expect 1 python/src/a.cpp kr/zero/inspect/Inspect.h
+  expect 1 apps/kr0/a.cpp ../../python/src/Module.h
   expect 0 src/framework/model/a.cpp kr/zero/meta/Meta.h
   expect 0 src/framework/log/a.cpp fl/Text.h
   expect 0 src/framework/io/walk/a.cpp io/files/Files.h

@@ -5,7 +5,7 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
 # shellcheck disable=SC2086 # the lists are words
-install_packages $build_packages $test_packages
-build_preset release -DKR0_BUILD_TESTS=ON
+install_packages $build_packages $test_packages $python_packages
+build_preset release -DKR0_BUILD_TESTS=ON -DKR0_BUILD_PYTHON=ON
 cd "$root/build/release"
 ctest -LE slow --no-tests=error --output-on-failure -j "$jobs" "$@"

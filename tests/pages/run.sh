@@ -5,8 +5,8 @@
 #   tests/pages/run.sh typed BUILD_FOLDER           so does what README.md shows of generated code
 #   tests/pages/run.sh demo TOOL                    the demo prints what README.md says
 #
-# Every block "```cpp" of a page is a program of its own, and every block "```sh" are commands of bash, which ends at
-# the first that fails. Where the next block is "```text", that is what they print, on either stream; "..." stands for
+# Every block "```cpp" or "```python" of a page is a program of its own, and every block "```sh" are commands of bash, which
+# ends at the first that fails. Programs in Python run where the Python package is built. Where the next block is "```text", that is what they print, on either stream; "..." stands for
 # anything within a line. Blocks run in one folder, one behind the other, with the example model in it and the tool in
 # the PATH. A block with a name behind its language ("```xml shelf.ecore") is a file, which lies there from the beginning.
 set -euo pipefail
@@ -24,8 +24,8 @@ split_page() {
       language = substr($1, 4)
       file = "/dev/null"
       if (NF > 1) file = folder "/" $2
-      else if (language == "cpp" || language == "sh") file = sprintf("%s/%02d.%s", folder, ++blocks, language)
-      else if (language == "text" && (before == "cpp" || before == "sh")) file = sprintf("%s/%02d.text", folder, blocks)
+      else if (language == "cpp" || language == "python" || language == "sh") file = sprintf("%s/%02d.%s", folder, ++blocks, language)
+      else if (language == "text" && (before == "cpp" || before == "python" || before == "sh")) file = sprintf("%s/%02d.text", folder, blocks)
       before = language
       printf "" > file
     }' "$1"
@@ -46,6 +46,13 @@ compile() {
     [ -e "$build/$room/libkr0_$name.so" ] && flags+=("-L$build/$room" "-Wl,-rpath,$build/$room" "-lkr0_$name")
   done
   "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror "$1" -o "${1%.cpp}" -pthread -Wl,--as-needed "${flags[@]}"
+}
+
+# run_python <program> <build folder>: by the Python that the package was built for.
+run_python() {
+  local python
+  python=$(sed -n 's/^Python3_EXECUTABLE:[A-Z]*=//p' "$2/CMakeCache.txt")
+  PYTHONPATH="$2/python" PYTHONDONTWRITEBYTECODE=1 "$python" "$1"
 }
 
 # compare <shown> <printed>
@@ -69,7 +76,7 @@ check_page() {
   cp "$root"/examples/library/library.{ecore,xmi} "$work"
   split_page "$root/$page"
   cd "$work"
-  find . -name '[0-9][0-9].cpp' -o -name '[0-9][0-9].sh' | sort > blocks
+  find . -name '[0-9][0-9].cpp' -o -name '[0-9][0-9].python' -o -name '[0-9][0-9].sh' | sort > blocks
   if [ ! -s blocks ]; then
     echo "$page shows no program and no commands" >&2
     exit 1
@@ -84,6 +91,10 @@ check_page() {
       *.cpp)
         compile "$work/$block" "$build"
         "$name" > "$name.printed"
+        ;;
+      *.python)
+        compgen -G "$build/python/kr0/_core.*" >/dev/null || continue
+        run_python "$work/$block" "$build" > "$name.printed"
         ;;
       *.sh) PATH="$build/apps/kr0:$PATH" bash -euo pipefail "$block" > "$name.printed" 2>&1 || {
         cat "$name.printed" >&2
