@@ -1,4 +1,11 @@
-# Installs libraries, headers, the tool, documentation, a CMake package (find_package(kr0)) and pkg-config files.
+# Installs libraries, headers, the tool, the Python module, documentation, a CMake package (find_package(kr0)) and
+# pkg-config files. All of it, or one component (cmake --install ... --component NAME):
+#
+#   libraries      what programs need that are built
+#   development    what is needed to build programs: headers, the CMake package, pkg-config files
+#   tool, pages    the command line tool; its manual pages and completion scripts
+#   module, python the compiled part of the Python package; what is written in Python, and its command
+#   documentation  formats and guides
 include(CMakePackageConfigHelpers)
 
 option(KR0_INSTALL "Have the install target install this project" ${PROJECT_IS_TOP_LEVEL})
@@ -11,61 +18,79 @@ set(KR0_INSTALLED_LIBRARIES kr0_framework kr0_binary_io)
 # All headers share one folder: names like foundation/ and fl/ belong to nobody.
 set(KR0_HEADERS_DIR ${CMAKE_INSTALL_INCLUDEDIR}/kr0)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/framework/include/ ${PROJECT_SOURCE_DIR}/include/kr0/
-  DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/kr DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+  DESTINATION ${KR0_HEADERS_DIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/kr
+  DESTINATION ${KR0_HEADERS_DIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
 if(TARGET kr0_ecore)
   list(APPEND KR0_INSTALLED_LIBRARIES kr0_ecore)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/interop/ecore/include/
-    DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+    DESTINATION ${KR0_HEADERS_DIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
 endif()
 foreach(part json tables)
   if(TARGET kr0_${part})
     list(APPEND KR0_INSTALLED_LIBRARIES kr0_${part})
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/interop/${part}/include/
-      DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+      DESTINATION ${KR0_HEADERS_DIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
   endif()
 endforeach()
 foreach(part evolution compare archive study inspect)
   if(TARGET kr0_${part})
     list(APPEND KR0_INSTALLED_LIBRARIES kr0_${part})
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${part}/include/
-      DESTINATION ${KR0_HEADERS_DIR} FILES_MATCHING PATTERN "*.h")
+      DESTINATION ${KR0_HEADERS_DIR} COMPONENT development FILES_MATCHING PATTERN "*.h")
   endif()
 endforeach()
 if(KR0_BUILD_TOOL)
   # The installed tool finds the libraries beside it, wherever the two were put.
   file(RELATIVE_PATH KR0_BIN_TO_LIB "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
   set_target_properties(kr0 PROPERTIES INSTALL_RPATH "$ORIGIN/${KR0_BIN_TO_LIB}")
-  install(TARGETS kr0 EXPORT kr0Targets)
+  install(TARGETS kr0 EXPORT kr0Targets RUNTIME COMPONENT tool)
   if(TARGET kr0_pages)
     get_target_property(KR0_PAGES kr0_pages BINARY_DIR)
-    install(DIRECTORY ${KR0_PAGES}/share/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
-    install(FILES ${KR0_PAGES}/share/kr0 DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
-    install(FILES ${KR0_PAGES}/share/_kr0 DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions)
-    install(FILES ${KR0_PAGES}/share/kr0.fish DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d)
+    install(DIRECTORY ${KR0_PAGES}/share/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT pages)
+    install(FILES ${KR0_PAGES}/share/kr0
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions COMPONENT pages)
+    install(FILES ${KR0_PAGES}/share/_kr0
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions COMPONENT pages)
+    install(FILES ${KR0_PAGES}/share/kr0.fish
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d COMPONENT pages)
   endif()
 endif()
 set_target_properties(${KR0_INSTALLED_LIBRARIES} PROPERTIES INSTALL_RPATH "$ORIGIN")
-install(TARGETS ${KR0_INSTALLED_LIBRARIES} EXPORT kr0Targets)
+install(TARGETS ${KR0_INSTALLED_LIBRARIES} EXPORT kr0Targets
+  RUNTIME COMPONENT libraries
+  LIBRARY COMPONENT libraries NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development)
+if(TARGET kr0_python)
+  # Relative to the prefix. Debian's Python looks there below /usr; elsewhere PYTHONPATH names it.
+  set(KR0_PYTHON_DIR lib/python3/dist-packages CACHE STRING "Where the Python package is installed")
+  file(RELATIVE_PATH KR0_PYTHON_TO_LIB "/${KR0_PYTHON_DIR}/kr0" "/${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(kr0_python PROPERTIES INSTALL_RPATH "$ORIGIN/${KR0_PYTHON_TO_LIB}")
+  install(TARGETS kr0_python LIBRARY DESTINATION ${KR0_PYTHON_DIR}/kr0 COMPONENT module)
+  # The tool is on the path by itself here: what starts it from within a wheel is not needed.
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/kr0 DESTINATION ${KR0_PYTHON_DIR} COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN py.typed PATTERN __pycache__ EXCLUDE PATTERN _tool.py EXCLUDE)
+  install(PROGRAMS ${PROJECT_SOURCE_DIR}/python/kr0-corpus DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT python)
+endif()
 
 # As in the source tree, so that the pages' links lead somewhere.
 set(KR0_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/kr0)
 foreach(page LICENSE README.md CHANGELOG.md)
-  install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${KR0_DOC_DIR})
+  install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${KR0_DOC_DIR} COMPONENT documentation)
 endforeach()
 foreach(pages formats guide)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/${pages} DESTINATION ${KR0_DOC_DIR}/docs)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/${pages} DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation)
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/docs/architecture.md DESTINATION ${KR0_DOC_DIR}/docs)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/architecture.md DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation)
 
-install(EXPORT kr0Targets NAMESPACE kr0:: DESTINATION ${KR0_PACKAGE_DIR})
+install(EXPORT kr0Targets NAMESPACE kr0:: DESTINATION ${KR0_PACKAGE_DIR} COMPONENT development)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/kr0Config.cmake.in
   ${PROJECT_BINARY_DIR}/kr0Config.cmake INSTALL_DESTINATION ${KR0_PACKAGE_DIR})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/kr0ConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/kr0Config.cmake ${PROJECT_BINARY_DIR}/kr0ConfigVersion.cmake
   ${PROJECT_SOURCE_DIR}/cmake/Kr0GenerateCpp.cmake
-  DESTINATION ${KR0_PACKAGE_DIR})
+  DESTINATION ${KR0_PACKAGE_DIR} COMPONENT development)
 
 # One .pc file per library that is built: kr0_pkg_config(<target> <description> [required packages...])
 #
@@ -89,7 +114,7 @@ function(kr0_pkg_config target KR0_PC_DESCRIPTION)
       set(KR0_PC_KIND other)
     endif()
     file(INSTALL \"${PROJECT_BINARY_DIR}/pc/\${KR0_PC_KIND}/${KR0_PC_NAME}.pc\"
-      DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig\")")
+      DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig\")" COMPONENT development)
 endfunction()
 
 # From <libdir>/pkgconfig back to the prefix, so that an installed tree may be moved.
