@@ -1,18 +1,22 @@
-"""Many documents at once: a corpus is a folder of documents, and a job does the same with each of them.
+"""Many documents at once: a corpus is a set of them, and a job does the same with each.
 
     import kr0.corpus
 
     corpus = kr0.corpus.open("models/**/*.xmi", meta=["library.ecore"])
     print(corpus.stats())
 
-A job runs in worker processes of Dask: on this machine, or on a Dask cluster when the address of its scheduler is
-given. Its result is a table with the documents in the order of the corpus. A document that cannot be read is a row
-with its error; it never ends a job.
+A job runs in worker processes of Dask: on this machine, or on a Dask cluster when the address of
+its scheduler is given. Its result is a table with the documents in the order of the corpus. A
+document that cannot be read is a row with its error; it never ends a job.
 """
 
 from importlib.util import find_spec as _find_spec
 
-_PACKAGES = {"dask": "python3-dask", "distributed": "python3-distributed", "pandas": "python3-pandas"}
+_PACKAGES = {
+    "dask": "python3-dask",
+    "distributed": "python3-distributed",
+    "pandas": "python3-pandas",
+}
 _missing = [package for module, package in _PACKAGES.items() if _find_spec(module) is None]
 if _missing:
     raise ImportError(

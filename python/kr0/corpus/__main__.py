@@ -1,6 +1,6 @@
 """The command kr0-corpus: a job with many documents, from the shell.
 
-Exit codes: 0 done, 1 the job could not be done, 2 the call is wrong, 3 done, and some documents had errors.
+Exit codes: 0 done, 1 the job could not be done, 2 the call is wrong, 3 some documents had errors.
 """
 
 from __future__ import annotations
@@ -10,7 +10,7 @@ import importlib
 import logging
 import sys
 from collections.abc import Callable, Sequence
-from typing import TYPE_CHECKING, Any, Optional
+from typing import TYPE_CHECKING, Any
 
 import kr0.corpus
 from kr0.corpus import results
@@ -20,26 +20,47 @@ if TYPE_CHECKING:
 
 DONE, IMPOSSIBLE, SOME_ERRORS = 0, 1, 3
 
-#: What each verb does, and the result that it has for these options.
-VERBS: dict[str, tuple[str, Callable[[kr0.corpus.Corpus, argparse.Namespace], Any]]] = {
-    "stats": ("tell each document in figures", lambda corpus, given: corpus.stats()),
-    "features": ("tell which properties are used", lambda corpus, given: corpus.features()),
-    "check": ("tell whether documents keep the rules of their meta model", lambda corpus, given: corpus.check(given.each)),
-    "search": (
-        "find texts",
-        lambda corpus, given: corpus.search(given.text, regex=given.regex, ignore_case=given.ignore_case),
+Given = argparse.Namespace
+Verb = Callable[[kr0.corpus.Corpus, Given], "pandas.DataFrame"]
+
+
+def _search(corpus: kr0.corpus.Corpus, given: Given) -> pandas.DataFrame:
+    return corpus.search(given.text, regex=given.regex, ignore_case=given.ignore_case)
+
+
+def _diff(corpus: kr0.corpus.Corpus, given: Given) -> pandas.DataFrame:
+    return corpus.diff(_corpus(given, given.other), given.each)
+
+
+#: What each verb does in a few words, and in fact.
+VERBS: dict[str, tuple[str, Verb]] = {
+    "stats": ("tell each document in figures", lambda corpus, _: corpus.stats()),
+    "features": ("tell which properties are used", lambda corpus, _: corpus.features()),
+    "check": (
+        "tell whether documents keep the rules of their meta model",
+        lambda corpus, given: corpus.check(given.each),
     ),
-    "convert": ("write documents in another format", lambda corpus, given: corpus.convert(given.to, given.into)),
-    "tables": ("write the elements of all documents as tables", lambda corpus, given: corpus.tables(given.into)),
-    "diff": ("compare with documents of the same names", lambda corpus, given: corpus.diff(_other(given), given.each)),
-    "map": ("call a function of Python with each model", lambda corpus, given: corpus.map(_function(given.function))),
+    "search": ("find texts", _search),
+    "convert": (
+        "write documents in another format",
+        lambda corpus, given: corpus.convert(given.to, given.into),
+    ),
+    "tables": (
+        "write the elements of all documents as tables",
+        lambda corpus, given: corpus.tables(given.into),
+    ),
+    "diff": ("compare with documents of the same names", _diff),
+    "map": (
+        "call a function of Python with each model",
+        lambda corpus, given: corpus.map(_function(given.function)),
+    ),
 }
 
 
-def main(arguments: Optional[Sequence[str]] = None) -> int:
+def main(arguments: Sequence[str] | None = None) -> int:
     """Does what the command line says, and returns the exit code."""
     given = parser().parse_args(arguments)
-    logging.getLogger("distributed").setLevel(logging.CRITICAL)  # workers that come and go are no news here
+    logging.getLogger("distributed").setLevel(logging.CRITICAL)  # it tells of lost connections, too
     try:
         table = VERBS[given.verb][1](_corpus(given, given.documents), given)
         _show(table, given.output)
@@ -62,35 +83,46 @@ def parser() -> argparse.ArgumentParser:
 
 def _add_own(parser: argparse.ArgumentParser, verb: str) -> None:
     """The options of one verb."""
+
+    def need(name: str, metavar: str, help: str) -> None:
+        parser.add_argument(name, required=True, metavar=metavar, help=help)
+
+    def may(name: str, help: str) -> None:
+        parser.add_argument(name, action="store_true", help=help)
+
     if verb == "search":
-        parser.add_argument("--text", required=True, help="what to look for")
-        parser.add_argument("--regex", action="store_true", help="it is a regular expression")
-        parser.add_argument("--ignore-case", action="store_true", help="small and capital letters are the same")
+        need("--text", "TEXT", "what to look for")
+        may("--regex", "it is a regular expression")
+        may("--ignore-case", "small and capital letters are the same")
     if verb == "convert":
-        parser.add_argument("--to", required=True, metavar="FORMAT", help="krb, krt, krz, xmi or json")
-        parser.add_argument("--into", required=True, metavar="FOLDER", help="where the documents go")
+        need("--to", "FORMAT", "krb, krt, krz, xmi or json")
+        need("--into", "FOLDER", "where the documents go")
     if verb == "tables":
-        parser.add_argument("--into", required=True, metavar="OUT", help="a name that ends in .sqlite, .csv or .ndjson")
+        need("--into", "OUT", "a name that ends in .sqlite, .csv or .ndjson")
     if verb == "diff":
-        parser.add_argument("--other", required=True, action="append", metavar="GLOB", help="the other documents")
+        need("--other", "GLOB", "the documents to compare with")
     if verb == "map":
-        parser.add_argument("--function", required=True, metavar="MODULE:NAME", help="takes a model, returns a value")
+        need("--function", "MODULE:NAME", "takes a model and returns a value")
     if verb in ("check", "diff"):
-        parser.add_argument("--each", action="store_true", help="a row for each finding")
+        may("--each", "a row for each finding")
 
 
 def _add_common(parser: argparse.ArgumentParser) -> None:
     """The options of all verbs."""
-    parser.add_argument("documents", nargs="+", metavar="GLOB", help="such as 'models/**/*.krz'")
-    parser.add_argument("-m", "--meta", action="append", default=[], help="an .ecore file; may come several times")
-    parser.add_argument("-o", "--output", metavar="OUT", help="the result as .csv, .ndjson or .sqlite; else it is printed")
-    parser.add_argument("--scheduler", metavar="ADDRESS", help="of a Dask cluster; else processes of this machine")
-    parser.add_argument("--workers", type=int, metavar="N", help="how many processes of this machine")
-    parser.add_argument("--memory-limit", metavar="SIZE", help="what one document may take, such as '512 MB'")
-    parser.add_argument("-q", "--quiet", action="store_true", help="no progress bar")
+
+    def may(*names: str, help: str, **more: Any) -> None:
+        parser.add_argument(*names, help=help, **more)
+
+    may("documents", nargs="+", metavar="GLOB", help="such as 'models/**/*.krz'")
+    may("-m", "--meta", action="append", default=[], help="an .ecore file; may come several times")
+    may("-o", "--output", metavar="OUT", help="result as .csv, .ndjson or .sqlite; else printed")
+    may("--scheduler", metavar="ADDRESS", help="of a Dask cluster; else processes of this machine")
+    may("--workers", type=int, metavar="N", help="how many processes of this machine")
+    may("--memory-limit", metavar="SIZE", help="what a document may take, such as '512 MB'")
+    may("-q", "--quiet", action="store_true", help="no progress bar")
 
 
-def _corpus(given: argparse.Namespace, patterns: Sequence[str]) -> kr0.corpus.Corpus:
+def _corpus(given: Given, patterns: str | Sequence[str]) -> kr0.corpus.Corpus:
     if given.output:
         results.refuse_suffix(given.output)
     return kr0.corpus.open(
@@ -101,10 +133,6 @@ def _corpus(given: argparse.Namespace, patterns: Sequence[str]) -> kr0.corpus.Co
         memory_limit=given.memory_limit,
         progress=False if given.quiet else None,
     )
-
-
-def _other(given: argparse.Namespace) -> kr0.corpus.Corpus:
-    return _corpus(given, given.other)
 
 
 def _function(name: str) -> Callable[[kr0.Model], Any]:
@@ -120,7 +148,7 @@ def _function(name: str) -> Callable[[kr0.Model], Any]:
     return function  # type: ignore[no-any-return]
 
 
-def _show(table: pandas.DataFrame, output: Optional[str]) -> None:
+def _show(table: pandas.DataFrame, output: str | None) -> None:
     if output:
         results.write(table, output)
     elif len(table):
@@ -128,7 +156,7 @@ def _show(table: pandas.DataFrame, output: Optional[str]) -> None:
 
 
 def _told(table: pandas.DataFrame) -> int:
-    """The exit code of a job that was done, and a word on standard error where documents had errors."""
+    """The exit code of a job that was done; a word on standard error tells of bad documents."""
     bad = int(table["error"].notna().sum())
     if not bad:
         return DONE

@@ -1,5 +1,7 @@
 """Where a job runs: worker processes of this machine, or a Dask cluster."""
 
+# mypy: allow-untyped-calls
+
 from __future__ import annotations
 
 import os
@@ -7,14 +9,14 @@ import subprocess
 import sys
 from collections.abc import Iterator
 from contextlib import contextmanager, suppress
-from typing import Optional, Union
 
 from distributed import Client
 
 from kr0.corpus.errors import CorpusError, SchedulerLost
 
-#: The address of a scheduler, a client that is connected to one, or None for processes of this machine.
-Scheduler = Union[str, Client, None]
+#: The address of a scheduler, a client that is connected to one, or None for processes of this
+#: machine.
+Scheduler = str | Client | None
 
 #: How long a scheduler may take to answer for the first time, or again after a connection was cut.
 CONNECT_SECONDS = 5
@@ -24,7 +26,7 @@ END_SECONDS = 10
 
 
 @contextmanager
-def connected(scheduler: Scheduler, workers: Optional[int]) -> Iterator[Client]:
+def connected(scheduler: Scheduler, workers: int | None) -> Iterator[Client]:
     """A client for one job. Raises SchedulerLost where nobody answers at the address."""
     if isinstance(scheduler, Client):
         yield scheduler
@@ -37,22 +39,23 @@ def connected(scheduler: Scheduler, workers: Optional[int]) -> Iterator[Client]:
 
 
 @contextmanager
-def local_cluster(workers: Optional[int] = None) -> Iterator[str]:
-    """Worker processes on this machine, one for each processor unless a number is given, as the address of their scheduler.
+def local_cluster(workers: int | None = None) -> Iterator[str]:
+    """The address of a scheduler with worker processes on this machine, one for each processor.
 
-    They are started by a process between (kr0.corpus.local), which ends them and itself when this one ends, however that
-    happens. So workers do not import the program that calls, as they would if they were its own children, and its
-    scheduler does not wait for a thread of it. Raises CorpusError where they cannot be started.
+    They are started by a process between (kr0.corpus.local), which ends them and itself when this
+    one ends, however that happens. So workers do not import the program that calls, as they would
+    if they were its own children, and its scheduler does not wait for a thread of it. Raises
+    CorpusError where they cannot be started.
     """
-    command = [sys.executable, "-m", "kr0.corpus.local", *([] if workers is None else [str(workers)])]
-    environment = {**os.environ, "PYTHONPATH": os.pathsep.join(path or os.getcwd() for path in sys.path)}
+    number = [] if workers is None else [str(workers)]
+    path = os.pathsep.join(folder or os.getcwd() for folder in sys.path)
     process = subprocess.Popen(
-        command,
-        env=environment,
+        [sys.executable, "-m", "kr0.corpus.local", *number],
+        env={**os.environ, "PYTHONPATH": path},
         stdin=subprocess.PIPE,
         stdout=subprocess.PIPE,
         text=True,
-        start_new_session=True,  # an interrupt at the terminal is for the program that waits for the job
+        start_new_session=True,  # an interrupt at the terminal is not for the workers
     )
     try:
         yield _address_from(process)

@@ -1,4 +1,4 @@
-"""The columns of results, beside `document`, `error` and `code`, and what pandas is to keep in them.
+"""The columns of results beside `document`, `error` and `code`, with their types in pandas.
 
 "Int64" is the type of whole numbers of which some are missing, "object" takes anything.
 """
@@ -9,13 +9,17 @@ from kr0.corpus.jobs import DIFFERENCE
 from kr0.corpus.results import Columns
 
 _FIGURES = (
-    "bytes elements roots types depth resolved unresolved outside texts text_bytes different_texts memory".split()
-)
+    "bytes elements roots types depth resolved unresolved outside "
+    "texts text_bytes different_texts memory"
+).split()
 
 #: By verb.
 COLUMNS: dict[str, Columns] = {
     "stats": dict.fromkeys(_FIGURES, "Int64"),
-    "features": {"type": "object", "property": "object", "instances": "Int64", "set": "Int64", "values": "Int64"},
+    "features": {
+        **dict.fromkeys(("type", "property"), "object"),
+        **dict.fromkeys(("instances", "set", "values"), "Int64"),
+    },
     "check": {"violations": "Int64", "first": "object"},
     "search": dict.fromkeys(("path", "property", "value"), "object"),
     "convert": {"output": "object", "bytes": "Int64"},

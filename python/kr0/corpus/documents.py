@@ -6,11 +6,11 @@ import glob
 import os
 from collections.abc import Iterable, Iterator
 from os import PathLike
-from typing import NamedTuple, Union
+from typing import NamedTuple
 
 from kr0.corpus.errors import CorpusError
 
-Patterns = Union[str, "PathLike[str]", Iterable[Union[str, "PathLike[str]"]]]
+Patterns = str | PathLike[str] | Iterable[str | PathLike[str]]
 
 
 class Document(NamedTuple):
@@ -32,9 +32,10 @@ class Found(NamedTuple):
 def find(patterns: Patterns) -> Found:
     """Finds documents, sorted by path, each once.
 
-    A text with one of ``*?[`` is a pattern, in which ``**`` stands for folders inside each other; anything else is the path of
-    a document, which is taken whether it is there or not: a missing document is told by the job, as any other
-    that cannot be read. The folder is the innermost one that all patterns and paths begin with.
+    A text with one of ``*?[`` is a pattern, in which ``**`` stands for folders inside each other;
+    anything else is the path of a document, which is taken whether it is there or not: a missing
+    document is told by the job, as any other that cannot be read. The folder is the innermost one
+    that all patterns and paths begin with.
 
     Raises CorpusError when a pattern is matched by no file, or a path is a folder.
     """
@@ -63,7 +64,7 @@ def _fixed_folder(pattern: str) -> str:
 
 def _matches(pattern: str) -> list[str]:
     if os.path.isdir(pattern):
-        raise CorpusError(f"{pattern} is a folder; say which documents of it, such as {pattern}/**/*.krb")
+        raise CorpusError(f"{pattern} is a folder; say which documents, as in {pattern}/**/*.krb")
     if not glob.has_magic(pattern) or os.path.exists(pattern):
         return [pattern]
     found = [path for path in glob.iglob(pattern, recursive=True) if not os.path.isdir(path)]

@@ -1,4 +1,4 @@
-"""Why a job as a whole cannot be done. What is wrong with one document is a row of the result and none of these."""
+"""Why a job as a whole cannot be done. What is wrong with one document is a row of its result."""
 
 
 class CorpusError(Exception):

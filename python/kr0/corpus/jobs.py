@@ -7,8 +7,8 @@ from __future__ import annotations
 
 import os
 import re
-from collections.abc import Callable, Sequence
-from typing import Any, Optional
+from collections.abc import Callable
+from typing import Any, TypeAlias
 
 import cloudpickle
 
@@ -18,7 +18,7 @@ from kr0.corpus.documents import Document
 
 #: A row of a result, without what all rows have: name of a column and its value.
 Row = dict[str, Any]
-Registry = Optional[kr0.Registry]
+Registry: TypeAlias = kr0.Registry | None
 
 
 class Failed(Exception):
@@ -55,14 +55,21 @@ def features(document: Document, registry: Registry) -> list[Row]:
     """A row for each property that is set on instances of a type."""
     figures = kr0.load(document.path, registry).statistics()
     return [
-        {"type": name, "property": property_name, "instances": of_type.instances, "set": times, "values": values}
+        {
+            "type": name,
+            "property": property_name,
+            "instances": of_type.instances,
+            "set": times,
+            "values": values,
+        }
         for name, of_type in figures.types.items()
         for property_name, (times, values) in of_type.properties.items()
     ]
 
 
 def check(document: Document, registry: Registry, each: bool) -> list[Row]:
-    """How often the document breaks rules of its meta model, and where first; or a row for each time."""
+    """How often the document breaks rules of its meta model, and where first; or a row for each
+    time."""
     found = kr0.load(document.path, registry).validate()
     if each:
         return [violation._asdict() for violation in found]
@@ -80,7 +87,8 @@ def convert(document: Document, registry: Registry, format: str, folder: str) ->
 
 
 def tables(document: Document, registry: Registry, kind: str, parts: str) -> list[Row]:
-    """Writes the tables of the document beside those of the others; one row: how many elements they tell of."""
+    """Writes the tables of the document beside those of the others; one row: how many elements they
+    tell of."""
     model = kr0.load(document.path, registry)
     part = outputs.part(document.place, parts)
     if kind == "sqlite":
@@ -100,12 +108,13 @@ def search(document: Document, registry: Registry, pattern: re.Pattern[str]) -> 
 
 
 def diff(document: Document, registry: Registry, other: str, each: bool) -> list[Row]:
-    """How a document differs from that of the same name in another folder, or a row for each difference."""
+    """How a document differs from that of the same name in another folder, or a row for each
+    difference."""
     before = kr0.load(document.path, registry)
     after = kr0.load(os.path.join(other, document.name), registry)
     found = before.diff(after)
     if each:
-        return [{column: getattr(difference, column) for column in DIFFERENCE} for difference in found]
+        return [{column: getattr(one, column) for column in DIFFERENCE} for one in found]
     return [
         {
             "state": "different" if found else "same",
@@ -115,11 +124,22 @@ def diff(document: Document, registry: Registry, other: str, each: bool) -> list
     ]
 
 
-#: What a row tells of a difference: all of it but the elements, which are gone when the job is done.
-DIFFERENCE = ("kind", "property", "path_before", "path_after", "value_before", "value_after", "sentence")
+#: What a row tells of a difference: all of it but the elements, which are gone when the job is
+#: done.
+DIFFERENCE = (
+    "kind",
+    "property",
+    "path_before",
+    "path_after",
+    "value_before",
+    "value_after",
+    "sentence",
+)
 
 
-def apply(document: Document, registry: Registry, function: Callable[[kr0.Model], Any]) -> list[Row]:
+def apply(
+    document: Document, registry: Registry, function: Callable[[kr0.Model], Any]
+) -> list[Row]:
     """What a function of the caller's says of the document, pickled: one row.
 
     It is pickled here, where a value that cannot be is the fault of one document and no more.
@@ -130,10 +150,11 @@ def apply(document: Document, registry: Registry, function: Callable[[kr0.Model]
     except (kr0.Error, MemoryError):
         raise
     except Exception as problem:
-        raise Failed("function", f"{document.path}: {type(problem).__name__}: {problem}") from problem
+        text = f"{document.path}: {type(problem).__name__}: {problem}"
+        raise Failed("function", text) from problem
 
 
-VERBS: dict[str, Callable[..., Sequence[Row]]] = {
+VERBS: dict[str, Callable[..., list[Row]]] = {
     "stats": stats,
     "features": features,
     "check": check,

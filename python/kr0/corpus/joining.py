@@ -1,6 +1,7 @@
 """The tables of single documents put together, with a column that says which document a row is of.
 
-Types may differ between documents that bring their own meta model, and so may the columns of a table: it gets those of all.
+Types may differ between documents that bring their own meta model, and so may the columns of a
+table: it gets those of all.
 """
 
 from __future__ import annotations
@@ -20,7 +21,8 @@ NAME = "_document"
 
 
 def joined(documents: Sequence[Document], parts: str, kind: str, path: str) -> None:
-    """Puts the tables of documents together at `path`, in the order of the corpus. What was there is replaced.
+    """Puts the tables of documents together at `path`, in the order of the corpus. What was there
+    is replaced.
 
     Raises CorpusError where a folder there holds anything else.
     """
@@ -38,31 +40,38 @@ def joined(documents: Sequence[Document], parts: str, kind: str, path: str) -> N
 
 def _join_databases(documents: Sequence[Document], parts: str, whole: str) -> None:
     with closing(sqlite3.connect(whole, isolation_level=None)) as database:
-        database.execute("PRAGMA synchronous = OFF")  # it is written anew from the start if the machine fails
+        database.execute("PRAGMA synchronous = OFF")  # whoever finds it cut short has no result
         for document in documents:
             database.execute("ATTACH ? AS part", (outputs.part(document.place, parts),))
             database.execute("BEGIN")
-            for (table,) in database.execute("SELECT name FROM part.sqlite_master WHERE type = 'table'").fetchall():
+            for table in _names(database, "part"):
                 _append(database, table, document.name)
             database.execute("COMMIT")
             database.execute("DETACH part")
-        for (table,) in database.execute("SELECT name FROM sqlite_master WHERE type = 'table'").fetchall():
-            database.execute(f"CREATE INDEX {_quoted(table + '_document')} ON {_quoted(table)} ({NAME})")
+        for table in _names(database, "main"):
+            index = _quoted(f"{table}_document")
+            database.execute(f"CREATE INDEX {index} ON {_quoted(table)} ({NAME})")
 
 
 def _append(database: sqlite3.Connection, table: str, name: str) -> None:
     """Adds the rows of a document's table to the table of all."""
     columns = _columns(database, "part", table)
+    whole, part = f"main.{_quoted(table)}", f"part.{_quoted(table)}"
     had = _columns(database, "main", table)
     if not had:
-        database.execute(f"CREATE TABLE main.{_quoted(table)} ({NAME} TEXT)")
+        database.execute(f"CREATE TABLE {whole} ({NAME} TEXT)")
     for column, type_ in columns.items():
         if column not in had:
-            database.execute(f"ALTER TABLE main.{_quoted(table)} ADD COLUMN {_quoted(column)} {type_}")
+            database.execute(f"ALTER TABLE {whole} ADD COLUMN {_quoted(column)} {type_}")
     names = ", ".join(map(_quoted, columns))
-    database.execute(
-        f"INSERT INTO main.{_quoted(table)} ({NAME}, {names}) SELECT ?, {names} FROM part.{_quoted(table)}", (name,)
-    )
+    selected = f"SELECT ?, {names} FROM {part}"
+    database.execute(f"INSERT INTO {whole} ({NAME}, {names}) {selected}", (name,))
+
+
+def _names(database: sqlite3.Connection, schema: str) -> list[str]:
+    """The tables of a database."""
+    found = database.execute(f"SELECT name FROM {schema}.sqlite_master WHERE type = 'table'")
+    return [name for (name,) in found]
 
 
 def _columns(database: sqlite3.Connection, schema: str, table: str) -> dict[str, str]:
@@ -76,7 +85,8 @@ def _quoted(name: str) -> str:
 
 
 def _join_csv(documents: Sequence[Document], parts: str, whole: str) -> None:
-    """Twice through the parts: the columns of each table must be known before its first row is written."""
+    """Twice through the parts: the columns of each table must be known before its first row is
+    written."""
     columns: dict[str, dict[str, None]] = {}
     for _, table, part in _tables(documents, parts):
         with open(part, encoding="utf-8", newline="") as lines:
@@ -95,8 +105,9 @@ def _join_ndjson(documents: Sequence[Document], parts: str, whole: str) -> None:
     """A row is an object on a line of its own, so the document is put in behind its brace."""
     for document, table, part in _tables(documents, parts):
         begin = f"{{{json.dumps(NAME)}:{json.dumps(document.name, ensure_ascii=False)},"
-        with open(part, encoding="utf-8") as lines, open(os.path.join(whole, table), "a", encoding="utf-8") as out:
-            out.writelines(begin + line[1:] for line in lines)
+        with open(part, encoding="utf-8") as lines:
+            with open(os.path.join(whole, table), "a", encoding="utf-8") as out:
+                out.writelines(begin + line[1:] for line in lines)
 
 
 def _tables(documents: Sequence[Document], parts: str) -> list[tuple[Document, str, str]]:

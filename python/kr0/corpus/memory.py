@@ -1,11 +1,12 @@
 """How much memory one document may take.
 
-The process is given so much more address space for data than it has when the document begins, and its old limit back
-afterwards. A request beyond it fails like any other for which there is no memory, and both the library and Python
-come out of that in good order. The kernel keeps the account, so nothing is slower.
+The process is given so much more address space for data than it has when the document begins, and
+its old limit back afterwards. A request beyond it fails like any other for which there is no
+memory, and both the library and Python come out of that in good order. The kernel keeps the
+account, so nothing is slower.
 
-RLIMIT_DATA is taken and not RLIMIT_AS: that one also counts what is mapped without being used, such as the 64 MiB that
-the C library reserves for each thread, and would be wrong by as much.
+RLIMIT_DATA is taken and not RLIMIT_AS: that one also counts what is mapped without being used, such
+as the 64 MiB that the C library reserves for each thread, and would be wrong by as much.
 """
 
 from __future__ import annotations
@@ -14,7 +15,6 @@ import os
 import threading
 from collections.abc import Iterator
 from contextlib import contextmanager
-from typing import Optional, Union
 
 try:
     import resource
@@ -29,7 +29,7 @@ LEAST = 16 * 1000 * 1000
 _one_at_a_time = threading.Lock()
 
 
-def limit_in_bytes(limit: Union[str, int, None]) -> Optional[int]:
+def limit_in_bytes(limit: str | int | None) -> int | None:
     """A limit as number of bytes. Raises ValueError for what is none, or too little to work with.
 
     >>> limit_in_bytes("512 MB")
@@ -62,7 +62,7 @@ def readable(size: int) -> str:
 
 
 @contextmanager
-def at_most(limit: Optional[int]) -> Iterator[None]:
+def at_most(limit: int | None) -> Iterator[None]:
     """Lets the process take `limit` bytes more than it has; None: as many as there are.
 
     The limit is one of the whole process. So threads of one process wait for each other here.

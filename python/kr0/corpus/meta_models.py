@@ -1,7 +1,7 @@
 """Meta models, loaded once in each worker process.
 
-They and nothing else stay in a worker between documents. A meta model that was changed on the disk is another one:
-files are told by path, size and time of their last change.
+They and nothing else stay in a worker between documents. A meta model that was changed on the disk
+is another one: files are told by path, size and time of their last change.
 """
 
 from __future__ import annotations
@@ -10,7 +10,7 @@ import os
 import threading
 from collections.abc import Sequence
 from functools import lru_cache
-from typing import NamedTuple, Optional
+from typing import NamedTuple
 
 import kr0
 
@@ -28,7 +28,7 @@ class MetaFile(NamedTuple):
     changed: int  #: in nanoseconds, as the file system tells it
 
 
-def registry_of(paths: Sequence[str]) -> Optional[kr0.Registry]:
+def registry_of(paths: Sequence[str]) -> kr0.Registry | None:
     """The types of these .ecore files, or None where there are no files. Safe in threads.
 
     Raises kr0.Error for a file that is no meta model, and OSError for one that is not there.

@@ -25,13 +25,14 @@ def converted(name: str, format: str, folder: str) -> str:
 
 
 def refuse_clashes(documents: Iterable[Document], format: str, folder: str) -> None:
-    """Raises CorpusError where two documents would go to the same place, or one onto a document of the corpus."""
+    """Raises CorpusError where two documents would go to the same place, or one onto a document of
+    the corpus."""
     sources = {document.path: document.name for document in documents}
     taken: dict[str, str] = {}
     for name in sources.values():
         output = converted(name, format, folder)
         if output in sources:
-            raise CorpusError(f"{name} would be written over {sources[output]}; give another folder")
+            raise CorpusError(f"{name} would be written over {sources[output]}")
         if output in taken:
             raise CorpusError(f"{taken[output]} and {name} would both be written to {output}")
         taken[output] = name
@@ -43,17 +44,19 @@ def part(place: int, parts: str) -> str:
 
 
 def kind_of_tables(path: str) -> str:
-    """How tables are written to a path: "sqlite", "csv" or "ndjson". Raises CorpusError for any other suffix."""
+    """How tables are written to a path: "sqlite", "csv" or "ndjson". Raises CorpusError for any
+    other suffix."""
     kind = os.path.splitext(path)[1][1:]
     if kind not in ("sqlite", "csv", "ndjson"):
-        raise CorpusError(f"{path}: tables are written to names that end in .sqlite, .csv or .ndjson")
+        raise CorpusError(f"{path}: tables are written to names in .sqlite, .csv or .ndjson")
     return kind
 
 
 def refuse_foreign_folder(path: str, kind: str) -> None:
-    """Raises CorpusError where a folder holds anything but tables of this kind, which would be lost."""
+    """Raises CorpusError where a folder holds anything but tables of this kind, which would be
+    lost."""
     if not os.path.isdir(path):
         return
     for name in sorted(os.listdir(path)):
         if not name.endswith(f".{kind}"):
-            raise CorpusError(f"{path}: holds {name}, which is no such table: the folder is not overwritten")
+            raise CorpusError(f"{path}: holds {name}, no such table, and is not overwritten")

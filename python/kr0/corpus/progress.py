@@ -1,14 +1,14 @@
 """How far a job is: one line on a terminal, and nothing anywhere else.
 
-Dask's own bar counts tasks of a list that is complete from the start. Here documents are counted, and some of them come to
-their worker more than once.
+Dask's own bar counts tasks of a list that is complete from the start. Here documents are counted,
+and some of them come to their worker more than once.
 """
 
 from __future__ import annotations
 
 import sys
 import time
-from typing import Optional, TextIO
+from typing import TextIO
 
 WIDTH = 40
 SECONDS_BETWEEN = 0.1
@@ -22,7 +22,9 @@ class Bar:
     check [########################################] 4 of 4
     """
 
-    def __init__(self, title: str, total: int, shown: Optional[bool] = None, stream: Optional[TextIO] = None) -> None:
+    def __init__(
+        self, title: str, total: int, shown: bool | None = None, stream: TextIO | None = None
+    ) -> None:
         self._title, self._total, self._done = title, total, 0
         self._stream = stream or sys.stderr
         self._shown = self._stream.isatty() if shown is None else shown

@@ -15,13 +15,16 @@ from kr0.corpus.tasks import Outcome
 if TYPE_CHECKING:
     import pandas
 
-#: Columns of a result between `document` and `error`, with their types in pandas. "Int64" is the one that has missing values.
+#: Columns of a result between `document` and `error`, with their types in pandas. "Int64" is the
+#: one that has missing values.
 Columns = Mapping[str, str]
 
 SUFFIXES = (".csv", ".ndjson", ".sqlite")
 
 
-def frame(documents: Sequence[Document], outcomes: Iterable[Outcome], columns: Columns) -> pandas.DataFrame:
+def frame(
+    documents: Sequence[Document], outcomes: Iterable[Outcome], columns: Columns
+) -> pandas.DataFrame:
     """The rows of all documents, in the order of the corpus.
 
     A document with an error has one row, in which only `document`, `error` and `code` have values.
@@ -42,7 +45,8 @@ def _rows(name: str, outcome: Outcome) -> list[dict[str, Any]]:
 
 
 def write(table: pandas.DataFrame, path: str) -> None:
-    """Writes a result to a file, as its suffix says: .csv, .ndjson or .sqlite (a table named `result`).
+    """Writes a result to a file, as its suffix says: .csv, .ndjson or .sqlite (a table named
+    `result`).
 
     Raises ValueError for another suffix, OSError where the file cannot be written.
     """
@@ -65,7 +69,8 @@ def refuse_suffix(path: str) -> None:
 
 def text(table: pandas.DataFrame) -> str:
     """A result for people. Columns that have nothing in any row are left out."""
-    return str(table.dropna(axis="columns", how="all").to_string(index=False, na_rep=""))
+    present = table.dropna(axis="columns", how="all").astype(object)
+    return str(present.where(present.notna(), "").to_string(index=False))
 
 
 def _write_ndjson(table: pandas.DataFrame, path: str) -> None:
@@ -77,7 +82,8 @@ def _write_ndjson(table: pandas.DataFrame, path: str) -> None:
 
 
 def _plain(table: pandas.DataFrame) -> pandas.DataFrame:
-    """The table with what only Python knows as texts. A function given to map() may have returned anything."""
+    """The table with what only Python knows as texts. A function given to map() may have returned
+    anything."""
     objects = table.select_dtypes("object")
     return table.assign(**{name: objects[name].map(_plain_value) for name in objects})
 

@@ -1,9 +1,12 @@
 """Groups of documents through the workers of Dask, whatever becomes of the workers.
 
-A group whose worker dies is given to another one by Dask. When it has taken several workers with it, Dask gives it up, and
-its documents are tried singly; the documents of which that is true again are tried with nothing else going on.
-So the one that takes its worker with it is told from those that only were in its company.
+A group whose worker dies is given to another one by Dask. When it has taken several workers with
+it, Dask gives it up, and its documents are tried singly; the documents of which that is true again
+are tried with nothing else going on. So the one that takes its worker with it is told from those
+that only were in its company.
 """
+
+# mypy: allow-untyped-calls
 
 from __future__ import annotations
 
@@ -50,11 +53,13 @@ def outcomes(client: Client, job: Job, documents: Sequence[Document]) -> Iterato
 
 
 def _guilty(document: Document) -> Outcome:
-    text = f"{document.path}: the worker processes that worked on it died, each time and with no other document"
-    return Outcome(document.place, [], text, "workerDied")
+    text = "the processes that worked on it died, each time and with no other document beside it"
+    return Outcome(document.place, [], f"{document.path}: {text}", "workerDied")
 
 
-def _run(client: Client, job: Job, groups: Sequence[Group]) -> Iterator[tuple[Group, list[Outcome] | None]]:
+def _run(
+    client: Client, job: Job, groups: Sequence[Group]
+) -> Iterator[tuple[Group, list[Outcome] | None]]:
     """Each group with its outcomes as it is done; with None where it took its workers with it."""
     if not groups:
         return
@@ -82,13 +87,16 @@ def _gathered(client: Client, watch: Watch, batch: Sequence[Future]) -> list[lis
     for future in batch:
         if future.status == "error":
             _refuse_failure(future.exception())
-    results = watch.patiently(client.gather({future.key: future for future in batch}, errors="skip", asynchronous=True))
+    by_key = {future.key: future for future in batch}
+    results = watch.patiently(client.gather(by_key, errors="skip", asynchronous=True))
     if any(future.status == "cancelled" for future in batch):
         raise watch.scheduler_lost()
     return [results[future.key] for future in batch]
 
 
 def _refuse_failure(problem: BaseException) -> None:
-    """Ends the job for an error that is none of a document: the worker has no meta model, for instance, or no kr0."""
+    """Ends the job for an error that is none of a document: the worker has no meta model, for
+    instance, or no kr0."""
     if not isinstance(problem, KilledWorker):
-        raise CorpusError(f"the workers cannot do this job: {type(problem).__name__}: {problem}") from problem
+        text = f"the workers cannot do this job: {type(problem).__name__}: {problem}"
+        raise CorpusError(text) from problem

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from collections.abc import Sequence
 from dataclasses import dataclass, field
-from typing import Any, NamedTuple, Optional
+from typing import Any, NamedTuple
 
 import kr0
 from kr0.corpus import jobs, memory, meta_models
@@ -20,7 +20,7 @@ class Job:
 
     verb: str  #: one of jobs.VERBS
     meta: tuple[str, ...] = ()  #: absolute paths of .ecore files
-    memory_limit: Optional[int] = None  #: in bytes, for each document
+    memory_limit: int | None = None  #: in bytes, for each document
     arguments: dict[str, Any] = field(default_factory=dict)  #: of the verb's function
 
 
@@ -29,27 +29,29 @@ class Outcome(NamedTuple):
 
     place: int
     rows: list[Row]
-    error: Optional[str] = None
-    code: Optional[str] = None
+    error: str | None = None
+    code: str | None = None
 
 
 def run_group(job: Job, documents: Sequence[Document]) -> list[Outcome]:
-    """Does the job with each document. Raises only where no document can be done, for want of the meta models."""
+    """Does the job with each document. Raises only where no document can be done, for want of the
+    meta models."""
     registry = meta_models.registry_of(job.meta)
     return [run_one(job, registry, document) for document in documents]
 
 
-def run_one(job: Job, registry: Optional[kr0.Registry], document: Document) -> Outcome:
+def run_one(job: Job, registry: kr0.Registry | None, document: Document) -> Outcome:
     """Does the job with one document; what goes wrong is in the outcome."""
     function = jobs.VERBS[job.verb]
     try:
         with memory.at_most(job.memory_limit):
-            return Outcome(document.place, function(document, registry, **job.arguments))
+            rows = function(document, registry, **job.arguments)
+        return Outcome(document.place, rows)
     except Exception as problem:
         return Outcome(document.place, [], *_told(problem, document, job.memory_limit))
 
 
-def _told(problem: Exception, document: Document, limit: Optional[int]) -> tuple[str, str]:
+def _told(problem: Exception, document: Document, limit: int | None) -> tuple[str, str]:
     """The sentence and the code of an error."""
     code = _code_of(problem)
     if code == "outOfMemory" and limit is not None:

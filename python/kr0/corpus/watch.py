@@ -27,8 +27,8 @@ class Watch:
 
     def __init__(self, client: Client) -> None:
         self.is_lost = False
-        self._client = client
-        self._address = client.scheduler.address
+        self._client: Any = client  # what it offers in threads has no types
+        self._address = self._client.scheduler.address
         self._asked = self._had_workers = time.monotonic()
 
     def look(self) -> None:
@@ -41,11 +41,13 @@ class Watch:
         if self._workers():
             self._had_workers = time.monotonic()
         elif now > self._had_workers + WORKER_SECONDS:
-            raise NoWorkers(f"the scheduler at {self._address} has had no worker for {WORKER_SECONDS:.0f} seconds")
+            lonely = f"has had no worker for {WORKER_SECONDS:.0f} seconds"
+            raise NoWorkers(f"the scheduler at {self._address} {lonely}")
         self._asked = time.monotonic()
 
     def patiently(self, answer: Coroutine[Any, Any, Any]) -> Any:
-        """Waits for what the client was asked for, as long as the scheduler is there. Raises as look() does."""
+        """Waits for what the client was asked for, as long as the scheduler is there. Raises as
+        look() does."""
         waiting = asyncio.run_coroutine_threadsafe(answer, self._client.loop.asyncio_loop)
         while True:
             try:
@@ -62,6 +64,7 @@ class Watch:
 
     def _workers(self) -> int:
         try:
-            return len(self._client.sync(self._client.scheduler.ncores, callback_timeout=ANSWER_SECONDS))
+            ask = self._client.scheduler.ncores
+            return len(self._client.sync(ask, callback_timeout=ANSWER_SECONDS))
         except (OSError, asyncio.TimeoutError, asyncio.CancelledError) as problem:
             raise self.scheduler_lost() from problem
