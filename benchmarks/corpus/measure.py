@@ -111,9 +111,10 @@ def report_speed(corpus: kr0.corpus.Corpus, runs: int) -> tuple[float, float]:
 def report_scheduler(bytes_per_second: float, tasks_per_second: float) -> None:
     """What many workers would ask of one scheduler: computed from what was measured."""
     seconds = grouping.HEAVIEST / bytes_per_second
+    speed = f"{bytes_per_second / MEGABYTE:.1f} MB/s"
     print(f"""
 One scheduler with one client did {tasks_per_second:.0f} tasks a second that do nothing.
-A full group has {grouping.HEAVIEST} bytes, and a worker does {bytes_per_second / MEGABYTE:.1f} MB/s:
+A full group has {grouping.HEAVIEST} bytes, and a worker does {speed}:
 {seconds:.3f} s for a group. W workers ask for W / {seconds:.3f} tasks a second.
 
 | workers | tasks/s asked for | of what it can | bytes in a group that would make it half |
