@@ -18,7 +18,7 @@ from kr0.corpus import results
 if TYPE_CHECKING:
     import pandas
 
-DONE, IMPOSSIBLE, SOME_ERRORS = 0, 1, 3
+DONE, IMPOSSIBLE, SOME_ERRORS, INTERRUPTED = 0, 1, 3, 130
 
 Given = argparse.Namespace
 Verb = Callable[[kr0.corpus.Corpus, Given], "pandas.DataFrame"]
@@ -67,6 +67,8 @@ def main(arguments: Sequence[str] | None = None) -> int:
     except (kr0.corpus.CorpusError, OSError, ValueError) as problem:
         print(f"kr0-corpus: {problem}", file=sys.stderr)
         return IMPOSSIBLE
+    except KeyboardInterrupt:
+        return INTERRUPTED
     return _told(table)
 
 

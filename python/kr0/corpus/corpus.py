@@ -6,6 +6,7 @@ import os
 import pickle
 import tempfile
 from collections.abc import Callable, Iterator, Sequence
+from contextlib import closing
 from dataclasses import dataclass, replace
 from os import PathLike
 from typing import TYPE_CHECKING, Any
@@ -101,8 +102,10 @@ class Corpus:
         memory_limit: what a document may take, "512 MB" say; None: as much as there is.
         progress: whether a bar is shown on standard error; None: where that is a terminal.
 
-        Raises ValueError for a memory limit that is none.
+        Raises ValueError for a number of workers or a memory limit that is none.
         """
+        if settings.get("workers") is not None and settings["workers"] < 1:
+            raise ValueError(f"there must be a worker, and not {settings['workers']}")
         if "memory_limit" in settings:
             settings["memory_limit"] = memory.limit_in_bytes(settings["memory_limit"])
         return replace(self, **settings)
@@ -227,9 +230,10 @@ class Corpus:
             Bar(verb, len(chosen), self.progress) as bar,
             connected(self.scheduler, self.workers) as client,
         ):
-            for some in running.outcomes(client, job, chosen):
-                outcomes += some
-                bar.add(len(some))
+            with closing(running.outcomes(client, job, chosen)) as batches:
+                for some in batches:
+                    outcomes += some
+                    bar.add(len(some))
         return sorted(outcomes, key=lambda outcome: outcome.place)
 
 

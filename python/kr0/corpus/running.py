@@ -11,7 +11,7 @@ that only were in its company.
 from __future__ import annotations
 
 import time
-from collections.abc import Iterator, Sequence
+from collections.abc import Generator, Iterator, Sequence
 from functools import partial
 
 from distributed import Client, Future, KilledWorker, as_completed
@@ -28,7 +28,9 @@ NAP_SECONDS = 0.005
 Group = tuple[Document, ...]
 
 
-def outcomes(client: Client, job: Job, documents: Sequence[Document]) -> Iterator[list[Outcome]]:
+def outcomes(
+    client: Client, job: Job, documents: Sequence[Document]
+) -> Generator[list[Outcome], None, None]:
     """Does a job with documents; yields what became of them as it comes, each document once.
 
     Raises SchedulerLost, NoWorkers, or CorpusError where workers cannot do the job at all.
