@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <bit>
 #include <cstring>
+#include <span>
+#include <vector>
 
 #include "fl/i18n/utf8.h"
 #include "kr/zero/Model.h"
@@ -92,6 +95,10 @@ std::uint64_t realPayload(const Target& target, double value) {
   return std::bit_cast<std::uint64_t>(value);
 }
 
+bool holdsElements(const PropertyRecord& slot) {
+  return slot.getKind() == PropertyKind::composition || slot.getKind() == PropertyKind::datatype;
+}
+
 bool canBeEmpty(const PropertyRecord& slot) {
   if (slot.isMany()) return isPrimitive(slot.getKind()) || slot.getKind() == PropertyKind::association;
   return isPrimitive(slot.getKind()) && slot.isOptional();
@@ -128,7 +135,7 @@ void dropReference(ModelStore& store, ElementRecord* record, std::size_t slot, c
   for (std::size_t i = 0; i < values.size; ++i) {
     if (resolved(store, values, i) != other) continue;
     if (record->use->property(slot).isMany())
-      store.removeItem(record, slot, i);
+      store.removeItems(record, slot, i);
     else
       store.erase(record, slot);
     return;
@@ -193,14 +200,13 @@ void Element::clearIdentity() { there(record_)->identity = nullptr; }
 
 void Element::unset(PropertyKey property) {
   const Target target = locate(store_, record_, property);
-  const PropertyKind kind = target.property().getKind();
-  if (kind == PropertyKind::composition || kind == PropertyKind::datatype) {
-    const Values values = target.values();
-    std::vector<ElementRecord*> records;
-    for (std::size_t i = 0; i < values.size; ++i) records.push_back(asElement(values.items[i]));
-    store_->removeSubtrees(records);
-  }
-  store_->erase(record_, target.slot);
+  const std::size_t count = target.values().size;
+  if (!holdsElements(target.property()) || count == 0)
+    store_->erase(record_, target.slot);
+  else if (target.property().isMany())
+    store_->removeChildren(record_, target.slot, 0, count);
+  else
+    store_->removeSubtrees({asElement(target.values().items[0])});
 }
 
 void Element::setEmpty(PropertyKey property) {
@@ -221,15 +227,40 @@ void Element::set(PropertyKey property, std::nullopt_t) {
     unset(property);
 }
 
-void Element::removeAt(PropertyKey property, std::size_t position) {
+void Element::removeAt(PropertyKey property, std::size_t position) { removeRange(property, position, 1); }
+
+void Element::removeRange(PropertyKey property, std::size_t position, std::size_t count) {
   const Target target = locate(store_, record_, property);
   target.requireMany();
-  const std::uint64_t* item = target.item(position);
-  const PropertyKind kind = target.property().getKind();
-  if (kind == PropertyKind::composition || kind == PropertyKind::datatype)
-    store_->removeSubtrees({asElement(*item)});
+  const std::size_t size = target.values().size;
+  if (position > size || count > size - position)
+    target.fail(internal::describePosition(std::max(position, size), size));
+  if (count == 0) return;
+  if (holdsElements(target.property()))
+    store_->removeChildren(record_, target.slot, position, count);
   else
-    store_->removeItem(record_, target.slot, position);
+    store_->removeItems(record_, target.slot, position, count);
+}
+
+void Element::arrange(PropertyKey property, std::span<const std::size_t> order) {
+  const Target target = locate(store_, record_, property);
+  target.requireMany();
+  const Values values = target.values();
+  std::vector<std::uint64_t> arranged(values.size);
+  std::vector<bool> isTaken(values.size);
+  if (order.size() != values.size)
+    target.fail("holds " + std::to_string(values.size) + " values; an order of " +
+                std::to_string(order.size()) + " was given");
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    if (order[i] >= values.size) target.fail(internal::describePosition(order[i], values.size));
+    if (isTaken[order[i]]) target.fail("an order names position " + std::to_string(order[i]) + " twice");
+    isTaken[order[i]] = true;
+    arranged[i] = values.items[order[i]];
+  }
+  if (arranged.empty()) return;
+  std::memcpy(internal::asList(record_->payloads[record_->find(target.slot)])->items(), arranged.data(),
+              arranged.size() * sizeof(std::uint64_t));
+  if (holdsElements(target.property())) store_->leaveDocumentOrder();
 }
 
 namespace {

@@ -238,12 +238,14 @@ void ModelStore::append(ElementRecord* record, std::size_t slot, std::span<const
   setEntry(record, at, slot, 0);
 }
 
-void ModelStore::removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept {
+void ModelStore::removeItems(ElementRecord* record, std::size_t slot, std::size_t position,
+                             std::size_t count) noexcept {
   List* list = asList(record->payloads[record->find(slot)]);
-  std::memmove(list->items() + position, list->items() + position + 1,
-               (list->size - position - 1) * sizeof(std::uint64_t));
+  std::memmove(list->items() + position, list->items() + position + count,
+               (list->size - position - count) * sizeof(std::uint64_t));
   referredExact_ = false;
-  if (--list->size == 0) setState(record, slot, cells::kEmpty);
+  list->size -= static_cast<std::uint32_t>(count);
+  if (list->size == 0) setState(record, slot, cells::kEmpty);
 }
 
 void ModelStore::detach(ElementRecord* record) noexcept {
@@ -259,22 +261,42 @@ void ModelStore::detach(ElementRecord* record) noexcept {
   }
   const Values items = values(container, slot);
   const std::uint64_t* found = std::find(items.items, items.items + items.size, asPayload(record));
-  removeItem(container, slot, static_cast<std::size_t>(found - items.items));
+  removeItems(container, slot, static_cast<std::size_t>(found - items.items));
   // A collection of elements without entries is the same as an unset one.
   if (state(container, slot) == PropertyState::empty) erase(container, slot);
 }
 
-void ModelStore::removeSubtrees(const std::vector<ElementRecord*>& records) {
-  std::vector<ElementRecord*> pending = records;
+std::vector<ElementRecord*> ModelStore::subtreesOf(std::vector<ElementRecord*> records) {
   std::vector<ElementRecord*> all;
-  while (!pending.empty()) {
-    ElementRecord* next = pending.back();
-    pending.pop_back();
+  while (!records.empty()) {
+    ElementRecord* next = records.back();
+    records.pop_back();
     all.push_back(next);
-    forEachContained(next, true, [&](ElementRecord* child) { pending.push_back(child); });
+    forEachContained(next, true, [&](ElementRecord* child) { records.push_back(child); });
   }
+  return all;
+}
+
+void ModelStore::removeSubtrees(const std::vector<ElementRecord*>& records) {
+  const std::vector<ElementRecord*> all = subtreesOf(records);
   for (ElementRecord* record : records) detach(record);
-  for (ElementRecord* record : all) markRemoved(record);
+  endAll(all);
+}
+
+void ModelStore::removeChildren(ElementRecord* record, std::size_t slot, std::size_t position,
+                                std::size_t count) {
+  const std::uint64_t* const first = values(record, slot).items + position;
+  std::vector<ElementRecord*> children(count);
+  std::transform(first, first + count, children.begin(), asElement);
+  const std::vector<ElementRecord*> all = subtreesOf(std::move(children));
+  removeItems(record, slot, position, count);
+  // A collection of elements without entries is the same as an unset one.
+  if (state(record, slot) == PropertyState::empty) erase(record, slot);
+  endAll(all);
+}
+
+void ModelStore::endAll(const std::vector<ElementRecord*>& records) noexcept {
+  for (ElementRecord* record : records) markRemoved(record);
   dropReferencesToRemoved();
 }
 

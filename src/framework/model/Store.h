@@ -120,6 +120,8 @@ class ModelStore {
   void leaveDocumentOrder() noexcept { inOrder_ = false; }
   /// Takes records out of their places, with all below them and every reference to them.
   void removeSubtrees(const std::vector<ElementRecord*>& records);
+  /// The same for children or datatype values that stand side by side in a collection.
+  void removeChildren(ElementRecord* record, std::size_t slot, std::size_t position, std::size_t count);
 
   // Values.
   /// The payload of a property, made (as 0, state "value") where there is none.
@@ -147,8 +149,9 @@ class ModelStore {
   }
   /// See Arena::getFree.
   cells::FreeMemory& getFreeMemory(std::size_t bytes) { return arena_.getFree(bytes); }
-  /// Takes one item out of a collection; a collection that becomes empty stays set.
-  void removeItem(ElementRecord* record, std::size_t slot, std::size_t position) noexcept;
+  /// Takes items out of a collection; a collection that becomes empty stays set.
+  void removeItems(ElementRecord* record, std::size_t slot, std::size_t position,
+                   std::size_t count = 1) noexcept;
   /// Takes a record out of its container, or out of the roots. It keeps what it contains.
   void detach(ElementRecord* record) noexcept;
   static Values values(const ElementRecord* record, std::size_t slot) noexcept {
@@ -198,6 +201,9 @@ class ModelStore {
   std::size_t placeBetween(ElementRecord* record, std::size_t slot, std::uint16_t state);
   List* enlarge(List* list, std::size_t wanted);
   void grow(ElementRecord* record, std::size_t entries = 1);
+  static std::vector<ElementRecord*> subtreesOf(std::vector<ElementRecord*> records);
+  /// Records that stand in no place any more, and all below them.
+  void endAll(const std::vector<ElementRecord*>& records) noexcept;
   void markRemoved(ElementRecord* record) noexcept;
   void dropReferencesToRemoved() noexcept;
   void noteOrder(const ElementRecord* record) noexcept;

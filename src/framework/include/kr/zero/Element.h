@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -299,8 +300,14 @@ class KR0_FRAMEWORK_API Element : public ConstElement {
   /// Explicitly empty: for 0..1 primitives and enumerations, and collections of primitives,
   /// enumerations and references.
   void setEmpty(PropertyKey property);
-  /// Removes one value of a collection.
+  /// Removes one value of a collection; a child with all below it, see Model::remove.
   void removeAt(PropertyKey property, std::size_t position);
+  /// Removes `count` values of a collection from a position on. Of a reference with an opposite the other
+  /// side is left as it is. Takes as long for many as for one.
+  void removeRange(PropertyKey property, std::size_t position, std::size_t count);
+  /// Puts the values of a collection into another order.
+  /// @param order of each place the position that its value had before: each position once.
+  void arrange(PropertyKey property, std::span<const std::size_t> order);
 
   /// Sets a property that holds one value, by the type of the argument: one that PropertyValue.h lists, any
   /// text, or the Element to refer to. What holds enumerations takes a literal's number, never its name
