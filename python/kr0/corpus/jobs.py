@@ -13,6 +13,7 @@ from typing import Any, TypeAlias
 import cloudpickle
 
 import kr0
+from kr0 import _core
 from kr0.corpus import outputs, texts
 from kr0.corpus.documents import Document
 
@@ -92,9 +93,9 @@ def tables(document: Document, registry: Registry, kind: str, parts: str) -> lis
     model = kr0.load(document.path, registry)
     part = outputs.part(document.place, parts)
     if kind == "sqlite":
-        kr0.write_sqlite(model, part)
+        _core.write_sqlite(model, part)
     else:
-        kr0.write_tables(model, part, kind)
+        _core.write_tables(model, part, kind)
     return [{"elements": len(model)}]
 
 
@@ -111,7 +112,7 @@ def diff(document: Document, registry: Registry, other: str, each: bool) -> list
     """How a document differs from that of the same name in another folder, or a row for each
     difference."""
     before = kr0.load(document.path, registry)
-    after = kr0.load(os.path.join(other, document.name), registry)
+    after = kr0.load(os.path.join(other, document.name), before.registry)
     found = before.diff(after)
     if each:
         return [{column: getattr(one, column) for column in DIFFERENCE} for one in found]

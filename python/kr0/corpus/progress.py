@@ -15,12 +15,7 @@ SECONDS_BETWEEN = 0.1
 
 
 class Bar:
-    """Counts documents. Shown where `shown` says so; None: where standard error is a terminal.
-
-    >>> with Bar("check", 4, shown=True, stream=sys.stdout) as bar:
-    ...     bar.add(4)
-    check [########################################] 4 of 4
-    """
+    """Counts documents. Shown where `shown` says so; None: where the stream is a terminal."""
 
     def __init__(
         self, title: str, total: int, shown: bool | None = None, stream: TextIO | None = None

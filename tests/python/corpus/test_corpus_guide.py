@@ -50,7 +50,7 @@ def expect_printed(shown, printed):
 
 def test_the_programs_of_the_page_print_what_it_says(library, address, monkeypatch):
     monkeypatch.setattr(kr0.corpus, "open", on_cluster(kr0.corpus.open, address))
-    names, ran = {"__name__": "page"}, 0
+    names, ran = {"__name__": "__main__"}, 0
     for language, text, shown in blocks():
         if language == "sh":
             subprocess.run(["sh", "-e", "-c", text], check=True)
@@ -91,7 +91,7 @@ def test_the_notebook_runs_from_its_first_cell_to_its_last(library):
     shown = [str(cell.get("outputs")) for cell in notebook.cells if cell.cell_type == "code"]
     assert "library.Book" in shown[1]
     assert "broken.xmi" in shown[2]
-    assert "Moby-Dick; or, The Whale" in shown[3]
+    assert "648" in shown[3]
     assert "/library/books[" in shown[4]
 
 
