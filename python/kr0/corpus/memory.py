@@ -1,9 +1,9 @@
 """How much memory one document may take.
 
-The process is given so much more address space for data than it has when the document begins, and
-its old limit back afterwards. A request beyond it fails like any other for which there is no
-memory, and both the library and Python come out of that in good order. The kernel keeps the
-account, so nothing is slower.
+The process is given so much more data than it has when the document begins, and its old limit back
+afterwards. A request beyond it fails like any other for which there is no memory, and both the
+library and Python come out of that in good order. The kernel keeps the account, so nothing is
+slower. It is one of the whole process, so no other thread may need memory meanwhile.
 
 RLIMIT_DATA is taken and not RLIMIT_AS: that one also counts what is mapped without being used, such
 as the 64 MiB that the C library reserves for each thread, and would be wrong by as much.
@@ -12,7 +12,6 @@ as the 64 MiB that the C library reserves for each thread, and would be wrong by
 from __future__ import annotations
 
 import os
-import threading
 from collections.abc import Iterator
 from contextlib import contextmanager
 
@@ -21,12 +20,8 @@ try:
 except ImportError:  # a system without such limits
     resource = None  # type: ignore[assignment]
 
-from dask.utils import parse_bytes
-
 #: Less than that Python itself may need while it tells of an error.
 LEAST = 16 * 1000 * 1000
-
-_one_at_a_time = threading.Lock()
 
 
 def limit_in_bytes(limit: str | int | None) -> int | None:
@@ -39,6 +34,8 @@ def limit_in_bytes(limit: str | int | None) -> int | None:
     Traceback (most recent call last):
     ValueError: a document needs a limit of 16 MB or more, and "1 MB" is less
     """
+    from dask.utils import parse_bytes
+
     if limit is None:
         return None
     try:
@@ -63,20 +60,16 @@ def readable(size: int) -> str:
 
 @contextmanager
 def at_most(limit: int | None) -> Iterator[None]:
-    """Lets the process take `limit` bytes more than it has; None: as many as there are.
-
-    The limit is one of the whole process. So threads of one process wait for each other here.
-    """
+    """Lets the process take `limit` bytes more than it has; None: as many as there are."""
     if limit is None:
         yield
         return
-    with _one_at_a_time:
-        soft, hard = resource.getrlimit(resource.RLIMIT_DATA)
-        resource.setrlimit(resource.RLIMIT_DATA, (_within(_data() + limit, soft, hard), hard))
-        try:
-            yield
-        finally:
-            resource.setrlimit(resource.RLIMIT_DATA, (soft, hard))
+    soft, hard = resource.getrlimit(resource.RLIMIT_DATA)
+    resource.setrlimit(resource.RLIMIT_DATA, (_within(_data() + limit, soft, hard), hard))
+    try:
+        yield
+    finally:
+        resource.setrlimit(resource.RLIMIT_DATA, (soft, hard))
 
 
 def _within(wanted: int, soft: int, hard: int) -> int:
