@@ -24,27 +24,33 @@ except ImportError:  # a system without such limits
 LEAST = 16 * 1000 * 1000
 
 
-def limit_in_bytes(limit: str | int | None) -> int | None:
-    """A limit as number of bytes. Raises ValueError for what is none, or too little to work with.
+def in_bytes(size: str | int | None) -> int | None:
+    """A size as number of bytes. Raises ValueError for what is none.
 
-    >>> limit_in_bytes("512 MB")
-    512000000
-    >>> limit_in_bytes(None)
+    >>> in_bytes("512 MB"), in_bytes("1 GiB"), in_bytes(7), in_bytes(None)
+    (512000000, 1073741824, 7, None)
+    """
+    from dask.utils import parse_bytes
+
+    if size is None:
+        return None
+    try:
+        return int(parse_bytes(size))
+    except (ValueError, TypeError):
+        raise ValueError(f'"{size}" is no number of bytes; say "512 MB", for instance') from None
+
+
+def limit_in_bytes(limit: str | int | None) -> int | None:
+    """A limit for documents as number of bytes. Raises ValueError for too little to work with.
+
     >>> limit_in_bytes("1 MB")
     Traceback (most recent call last):
     ValueError: a document needs a limit of 16 MB or more, and "1 MB" is less
     """
-    from dask.utils import parse_bytes
-
-    if limit is None:
-        return None
-    try:
-        size = int(parse_bytes(limit))
-    except (ValueError, TypeError):
-        raise ValueError(f'"{limit}" is no amount of memory; say "512 MB", for instance') from None
-    if size < LEAST:
+    size = in_bytes(limit)
+    if size is not None and size < LEAST:
         raise ValueError(f'a document needs a limit of 16 MB or more, and "{limit}" is less')
-    if resource is None:
+    if size is not None and resource is None:
         raise ValueError("this system cannot limit the memory of a document")
     return size
 

@@ -31,7 +31,7 @@ Group = tuple[Document, ...]
 
 
 def outcomes(
-    client: Client, job: Job, documents: Sequence[Document]
+    client: Client, job: Job, documents: Sequence[Document], group_size: int | None = None
 ) -> Generator[list[Outcome], None, None]:
     """Does a job with documents; yields what became of them as it comes, each document once.
 
@@ -40,7 +40,7 @@ def outcomes(
     if not documents:
         return
     killers: list[Group] = []
-    for group, done in _run(client, job, grouped(documents)):
+    for group, done in _run(client, job, grouped(documents, group_size)):
         if done is None:
             killers.append(group)
         else:

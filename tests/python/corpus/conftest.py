@@ -6,10 +6,6 @@ from corpus_support import META, Cluster
 from kr0.corpus import cluster as local
 
 
-def pytest_configure(config):
-    config.addinivalue_line("markers", "slow: takes more than a few seconds")
-
-
 @pytest.fixture(scope="session")
 def registry():
     return kr0.Registry.from_ecore(META)

@@ -85,7 +85,7 @@ def test_map_calls_a_function_by_its_name(call, notes, capsys):
 
 def test_a_memory_limit_is_a_limit(call, capsys):
     assert call("stats", "0.krb", "--memory-limit", "little") == 1
-    assert '"little" is no amount of memory' in capsys.readouterr().err
+    assert '"little" is no number of bytes' in capsys.readouterr().err
 
 
 @pytest.mark.slow

@@ -51,5 +51,5 @@ def test_limits_are_given_as_texts_or_bytes(text, size):
 
 
 def test_what_is_no_amount_is_refused():
-    with pytest.raises(ValueError, match='"much" is no amount of memory; say "512 MB"'):
+    with pytest.raises(ValueError, match='"much" is no number of bytes; say "512 MB"'):
         memory.limit_in_bytes("much")
