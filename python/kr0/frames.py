@@ -4,7 +4,7 @@ from __future__ import annotations
 
 from typing import TYPE_CHECKING, Any, Sequence
 
-from kr0._core import Class, Model
+from kr0._core import Class, Model, Property, StructuredType
 
 if TYPE_CHECKING:
     import networkx
@@ -72,8 +72,7 @@ def to_pandas(
 
     found = _class_of(model, cls)
     names = _columns(found) if properties is None else list(properties)
-    place = [at for at, e in enumerate(model.elements()) if e.type.conforms_to(found)]  # type: ignore[attr-defined]
-    return pandas.DataFrame({name: _series(model, found, name) for name in names}, index=place)
+    return pandas.DataFrame({name: _series(model, found, name) for name in names}, index=model.positions(found))
 
 
 def to_networkx(model: Model) -> networkx.MultiDiGraph:
@@ -93,9 +92,13 @@ def to_networkx(model: Model) -> networkx.MultiDiGraph:
     place = {element: at for at, element in enumerate(elements)}
     for element, at in place.items():
         graph.add_node(at, type=element.type.qualified_name)
+    references: dict[StructuredType, list[Property]] = {}
     for element, at in place.items():
-        for prop in element.type.properties:
-            if prop.kind not in _REFERENCES or prop.name not in element:
+        cls = element.type
+        if cls not in references:
+            references[cls] = [p for p in cls.properties if p.kind in _REFERENCES]
+        for prop in references[cls]:
+            if prop.name not in element:
                 continue
             held = element[prop.name]
             for target in held if prop.is_many else [held]:

@@ -167,6 +167,19 @@ std::vector<std::int64_t> positionsOf(const Model& model) {
   return positions;
 }
 
+// Where the elements of a class stand among all.
+py::array positions(const py::object& self, const py::object& type) {
+  ModelState& state = stateOf(self);
+  const meta::Class cls = classOf(*state.registry(), type);
+  std::vector<std::int64_t> found;
+  {
+    const Reading reading(state);
+    const std::vector<std::int64_t> places = positionsOf(state.read());
+    for (const ConstElement element : state.read().elements(cls)) found.push_back(places[element.getIndex()]);
+  }
+  return asArray(std::move(found));
+}
+
 py::object referenceColumn(ModelState& state, const Column& column) {
   Numbers<std::int64_t> found = [&] {
     const Reading reading(state);
@@ -240,6 +253,9 @@ py::object column(const py::object& self, const py::object& type, const std::str
 }  // namespace
 
 void bindColumns(ModelClass& model) {
+  model.def("positions", &positions, py::arg("type"),
+            "Where the elements of a class, and of what inherits from it, stand among ``model.elements()``: "
+            "a NumPy array.");
   model.def(
       "column", &column, py::arg("type"), py::arg("property"),
       R"(The values of a property, one for each element of a class and of what inherits from it, in document order.
