@@ -10,7 +10,17 @@ its scheduler is given. Its result is a table with the documents in the order of
 document that cannot be read is a row with its error; it never ends a job.
 """
 
+from importlib import import_module as _import_module
 from importlib.util import find_spec as _find_spec
+from typing import TYPE_CHECKING
+
+from kr0.corpus.documents import Document
+from kr0.corpus.errors import CorpusError, NoWorkers, SchedulerLost
+
+if TYPE_CHECKING:
+    from kr0.corpus.corpus import Corpus, open
+
+__all__ = ["Corpus", "CorpusError", "Document", "NoWorkers", "SchedulerLost", "open"]
 
 _PACKAGES = {
     "dask": "python3-dask",
@@ -24,8 +34,9 @@ if _missing:
         "(the names are those of Debian's packages)"
     )
 
-from kr0.corpus.corpus import Corpus, open  # noqa: E402
-from kr0.corpus.documents import Document  # noqa: E402
-from kr0.corpus.errors import CorpusError, NoWorkers, SchedulerLost  # noqa: E402
 
-__all__ = ["Corpus", "CorpusError", "Document", "NoWorkers", "SchedulerLost", "open"]
+def __getattr__(name: str) -> object:
+    """Processes that only read documents have no use for Dask, whose import takes half a second."""
+    if name in ("Corpus", "open"):
+        return getattr(_import_module("kr0.corpus.corpus"), name)
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

@@ -14,6 +14,7 @@ from typing import TypeAlias
 from distributed import Client
 
 from kr0.corpus.errors import CorpusError, SchedulerLost
+from kr0.corpus.reading import search_path
 
 #: The address of a scheduler, a client that is connected to one, or None for processes of this
 #: machine.
@@ -49,10 +50,9 @@ def local_cluster(workers: int | None = None) -> Iterator[str]:
     CorpusError where they cannot be started.
     """
     number = [] if workers is None else [str(workers)]
-    path = os.pathsep.join(folder or os.getcwd() for folder in sys.path)
     process = subprocess.Popen(
         [sys.executable, "-m", "kr0.corpus.local", *number],
-        env={**os.environ, "PYTHONPATH": path},
+        env={**os.environ, "PYTHONPATH": search_path()},
         stdin=subprocess.PIPE,
         stdout=subprocess.PIPE,
         text=True,

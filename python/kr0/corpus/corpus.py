@@ -84,6 +84,7 @@ class Corpus:
     scheduler: Scheduler = None
     workers: int | None = None
     memory_limit: int | None = None  #: in bytes
+    group_size: int | None = None  #: in bytes
     progress: bool | None = None
 
     def __len__(self) -> int:
@@ -100,14 +101,18 @@ class Corpus:
             cluster must see documents and meta models under the same paths.
         workers: how many processes on this machine; None: one for each processor.
         memory_limit: what a document may take, "512 MB" say; None: as much as there is.
+        group_size: bytes that a worker gets at once, "64 MB" say; None: what suits a few workers.
+            A hundred of them and more ask a scheduler for less when groups are larger.
         progress: whether a bar is shown on standard error; None: where that is a terminal.
 
-        Raises ValueError for a number of workers or a memory limit that is none.
+        Raises ValueError for what is no number of workers or no size.
         """
         if settings.get("workers") is not None and settings["workers"] < 1:
             raise ValueError(f"there must be a worker, and not {settings['workers']}")
         if "memory_limit" in settings:
             settings["memory_limit"] = memory.limit_in_bytes(settings["memory_limit"])
+        if "group_size" in settings:
+            settings["group_size"] = memory.in_bytes(settings["group_size"])
         return replace(self, **settings)
 
     def stats(self) -> pandas.DataFrame:
@@ -230,7 +235,7 @@ class Corpus:
             Bar(verb, len(chosen), self.progress) as bar,
             connected(self.scheduler, self.workers) as client,
         ):
-            with closing(running.outcomes(client, job, chosen)) as batches:
+            with closing(running.outcomes(client, job, chosen, self.group_size)) as batches:
                 for some in batches:
                     outcomes += some
                     bar.add(len(some))

@@ -41,8 +41,8 @@ def group_weight(documents: Sequence[Document]) -> int:
     return min(max(total // GROUPS, LIGHTEST), HEAVIEST)
 
 
-def grouped(documents: Sequence[Document]) -> list[tuple[Document, ...]]:
-    """Neighbours in groups of about group_weight(), the heaviest group first.
+def grouped(documents: Sequence[Document], most: int | None = None) -> list[tuple[Document, ...]]:
+    """Neighbours in groups of about `most` bytes, group_weight() by default; the heaviest first.
 
     A document that is heavier than that is a group of its own. It comes first, for what takes
     longest must not be begun last.
@@ -52,7 +52,7 @@ def grouped(documents: Sequence[Document]) -> list[tuple[Document, ...]]:
     >>> [len(group) for group in grouped([Document(i, "", "", 1000) for i in range(20)])]
     [15, 5]
     """
-    most = group_weight(documents)
+    most = most or group_weight(documents)
     groups: list[list[Document]] = []
     last = most
     for document in documents:

@@ -16,18 +16,8 @@ import sys
 import dask
 from distributed import LocalCluster
 
-SETTINGS = {
-    # A task gets a second worker. What takes that with it too is looked at document by document.
-    "distributed.scheduler.allowed-failures": 1,
-    # Workers keep no data that could be spilled; one that is paused because memory was not given
-    # back would never go on.
-    "distributed.worker.memory.target": False,
-    "distributed.worker.memory.spill": False,
-    "distributed.worker.memory.pause": False,
-    # A worker whose document takes the machine's memory ends before the system ends something else.
-    "distributed.worker.memory.terminate": 0.95,
-    "distributed.worker.profile.enabled": False,
-}
+#: A task gets a second worker. What takes that with it, too, is tried document by document.
+SETTINGS = {"distributed.scheduler.allowed-failures": 1}
 
 
 def main(workers: int | None) -> None:

@@ -1,9 +1,9 @@
 """How much memory one document may take.
 
-The process is given so much more address space for data than it has when the document begins, and
-its old limit back afterwards. A request beyond it fails like any other for which there is no
-memory, and both the library and Python come out of that in good order. The kernel keeps the
-account, so nothing is slower.
+The process is given so much more data than it has when the document begins, and its old limit back
+afterwards. A request beyond it fails like any other for which there is no memory, and both the
+library and Python come out of that in good order. The kernel keeps the account, so nothing is
+slower. It is one of the whole process, so no other thread may need memory meanwhile.
 
 RLIMIT_DATA is taken and not RLIMIT_AS: that one also counts what is mapped without being used, such
 as the 64 MiB that the C library reserves for each thread, and would be wrong by as much.
@@ -12,7 +12,6 @@ as the 64 MiB that the C library reserves for each thread, and would be wrong by
 from __future__ import annotations
 
 import os
-import threading
 from collections.abc import Iterator
 from contextlib import contextmanager
 
@@ -21,33 +20,37 @@ try:
 except ImportError:  # a system without such limits
     resource = None  # type: ignore[assignment]
 
-from dask.utils import parse_bytes
-
 #: Less than that Python itself may need while it tells of an error.
 LEAST = 16 * 1000 * 1000
 
-_one_at_a_time = threading.Lock()
+
+def in_bytes(size: str | int | None) -> int | None:
+    """A size as number of bytes. Raises ValueError for what is none.
+
+    >>> in_bytes("512 MB"), in_bytes("1 GiB"), in_bytes(7), in_bytes(None)
+    (512000000, 1073741824, 7, None)
+    """
+    from dask.utils import parse_bytes
+
+    if size is None:
+        return None
+    try:
+        return int(parse_bytes(size))
+    except (ValueError, TypeError):
+        raise ValueError(f'"{size}" is no number of bytes; say "512 MB", for instance') from None
 
 
 def limit_in_bytes(limit: str | int | None) -> int | None:
-    """A limit as number of bytes. Raises ValueError for what is none, or too little to work with.
+    """A limit for documents as number of bytes. Raises ValueError for too little to work with.
 
-    >>> limit_in_bytes("512 MB")
-    512000000
-    >>> limit_in_bytes(None)
     >>> limit_in_bytes("1 MB")
     Traceback (most recent call last):
     ValueError: a document needs a limit of 16 MB or more, and "1 MB" is less
     """
-    if limit is None:
-        return None
-    try:
-        size = int(parse_bytes(limit))
-    except (ValueError, TypeError):
-        raise ValueError(f'"{limit}" is no amount of memory; say "512 MB", for instance') from None
-    if size < LEAST:
+    size = in_bytes(limit)
+    if size is not None and size < LEAST:
         raise ValueError(f'a document needs a limit of 16 MB or more, and "{limit}" is less')
-    if resource is None:
+    if size is not None and resource is None:
         raise ValueError("this system cannot limit the memory of a document")
     return size
 
@@ -63,20 +66,16 @@ def readable(size: int) -> str:
 
 @contextmanager
 def at_most(limit: int | None) -> Iterator[None]:
-    """Lets the process take `limit` bytes more than it has; None: as many as there are.
-
-    The limit is one of the whole process. So threads of one process wait for each other here.
-    """
+    """Lets the process take `limit` bytes more than it has; None: as many as there are."""
     if limit is None:
         yield
         return
-    with _one_at_a_time:
-        soft, hard = resource.getrlimit(resource.RLIMIT_DATA)
-        resource.setrlimit(resource.RLIMIT_DATA, (_within(_data() + limit, soft, hard), hard))
-        try:
-            yield
-        finally:
-            resource.setrlimit(resource.RLIMIT_DATA, (soft, hard))
+    soft, hard = resource.getrlimit(resource.RLIMIT_DATA)
+    resource.setrlimit(resource.RLIMIT_DATA, (_within(_data() + limit, soft, hard), hard))
+    try:
+        yield
+    finally:
+        resource.setrlimit(resource.RLIMIT_DATA, (soft, hard))
 
 
 def _within(wanted: int, soft: int, hard: int) -> int:

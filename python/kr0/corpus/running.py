@@ -1,9 +1,10 @@
 """Groups of documents through the workers of Dask, whatever becomes of the workers.
 
-A group whose worker dies is given to another one by Dask. When it has taken several workers with
-it, Dask gives it up, and its documents are tried singly; the documents of which that is true again
-are tried with nothing else going on. So the one that takes its worker with it is told from those
-that only were in its company.
+A document seldom takes more with it than the process that reads it (reading.py). But a worker may
+die, too. Dask gives its groups to other workers. A group that was there when several of them died
+is given up by Dask, and its documents are tried singly; those of which that is true again are tried
+with nothing else going on. So a document that takes its workers with it is told from those that
+only were in its company.
 """
 
 # mypy: allow-untyped-calls
@@ -19,7 +20,8 @@ from distributed import Client, Future, KilledWorker, as_completed
 from kr0.corpus.documents import Document
 from kr0.corpus.errors import CorpusError
 from kr0.corpus.grouping import grouped
-from kr0.corpus.tasks import Job, Outcome, run_group
+from kr0.corpus.reading import run_group
+from kr0.corpus.tasks import Job, Outcome
 from kr0.corpus.watch import Watch
 
 #: How long to sleep when no group is done. Short beside a group, long beside what a look costs.
@@ -29,7 +31,7 @@ Group = tuple[Document, ...]
 
 
 def outcomes(
-    client: Client, job: Job, documents: Sequence[Document]
+    client: Client, job: Job, documents: Sequence[Document], group_size: int | None = None
 ) -> Generator[list[Outcome], None, None]:
     """Does a job with documents; yields what became of them as it comes, each document once.
 
@@ -38,7 +40,7 @@ def outcomes(
     if not documents:
         return
     killers: list[Group] = []
-    for group, done in _run(client, job, grouped(documents)):
+    for group, done in _run(client, job, grouped(documents, group_size)):
         if done is None:
             killers.append(group)
         else:
@@ -55,7 +57,7 @@ def outcomes(
 
 
 def _guilty(document: Document) -> Outcome:
-    text = "the processes that worked on it died, each time and with no other document beside it"
+    text = "the workers that it was given to died, each time and with no other document beside it"
     return Outcome(document.place, [], f"{document.path}: {text}", "workerDied")
 
 

@@ -1,13 +1,12 @@
-"""What a worker process does with a group of documents: one after another, each for itself."""
+"""A job, and what becomes of a document with which it is done."""
 
 from __future__ import annotations
 
-from collections.abc import Sequence
 from dataclasses import dataclass, field
 from typing import Any, NamedTuple
 
 import kr0
-from kr0.corpus import jobs, memory, meta_models
+from kr0.corpus import jobs, memory
 from kr0.corpus.documents import Document
 
 #: A row of a result, without what all rows have: name of a column and its value.
@@ -31,13 +30,6 @@ class Outcome(NamedTuple):
     rows: list[Row]
     error: str | None = None
     code: str | None = None
-
-
-def run_group(job: Job, documents: Sequence[Document]) -> list[Outcome]:
-    """Does the job with each document. Raises only where no document can be done, for want of the
-    meta models."""
-    registry = meta_models.registry_of(job.meta)
-    return [run_one(job, registry, document) for document in documents]
 
 
 def run_one(job: Job, registry: kr0.Registry | None, document: Document) -> Outcome:

@@ -1,23 +1,9 @@
 """Small documents, and clusters on the loopback interface."""
 
-import json
-import os
-import subprocess
-import sys
-import time
-from pathlib import Path
-
 import kr0
 import pytest
+from corpus_support import META, Cluster
 from kr0.corpus import cluster as local
-
-META = Path(__file__).with_name("notes.ecore")
-ENVIRONMENT = {**os.environ, "PYTHONPATH": os.pathsep.join(sys.path)}
-START_SECONDS = 30
-
-
-def pytest_configure(config):
-    config.addinivalue_line("markers", "slow: takes more than a few seconds")
 
 
 @pytest.fixture(scope="session")
@@ -65,47 +51,6 @@ def address():
     """The scheduler of two workers that serve many tests."""
     with local.local_cluster(2) as address:
         yield address
-
-
-class Cluster:
-    """A scheduler and workers, each a process of its own, as they are on many machines."""
-
-    def __init__(self, folder, workers):
-        self._processes = []
-        self._file = folder / "scheduler.json"
-        command = ["scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard"]
-        self.scheduler = self._start(*command, "--scheduler-file", str(self._file))
-        self.address = self._wait_for_address()
-        self.workers = [self.add_worker() for _ in range(workers)]
-
-    def add_worker(self):
-        """A nanny and its worker; the process is that of the nanny."""
-        return self._start("worker", self.address, "--nthreads", "1", "--no-dashboard")
-
-    def stop(self):
-        for process in reversed(self._processes):
-            process.kill()
-        for process in self._processes:
-            process.wait()
-
-    def _start(self, what, *arguments):
-        process = subprocess.Popen(
-            [sys.executable, "-m", f"distributed.cli.dask_{what}", *arguments],
-            env=ENVIRONMENT,
-            cwd=self._file.parent,
-            stderr=subprocess.DEVNULL,
-        )
-        self._processes.append(process)
-        return process
-
-    def _wait_for_address(self):
-        end = time.monotonic() + START_SECONDS
-        while time.monotonic() < end:
-            try:
-                return json.loads(self._file.read_text())["address"]
-            except (OSError, ValueError):
-                time.sleep(0.02)
-        raise AssertionError("the scheduler did not start")
 
 
 @pytest.fixture

@@ -1,8 +1,13 @@
 """The command kr0-corpus."""
 
 import json
+import signal
+import subprocess
+import sys
 
+import psutil
 import pytest
+from corpus_support import ENVIRONMENT, wait_for
 from kr0.corpus.__main__ import main
 
 
@@ -80,4 +85,25 @@ def test_map_calls_a_function_by_its_name(call, notes, capsys):
 
 def test_a_memory_limit_is_a_limit(call, capsys):
     assert call("stats", "0.krb", "--memory-limit", "little") == 1
-    assert '"little" is no amount of memory' in capsys.readouterr().err
+    assert '"little" is no number of bytes' in capsys.readouterr().err
+
+
+@pytest.mark.slow
+def test_an_interrupt_ends_the_command_and_its_workers(notes, meta):
+    (notes / "naps.py").write_text("import time\n\n\ndef nap(model):\n    time.sleep(60)\n")
+    command = [sys.executable, "-m", "kr0.corpus", "map", "0.krb", "-m", str(meta[0])]
+    process = subprocess.Popen(
+        [*command, "--function", "naps:nap"], env=ENVIRONMENT, cwd=notes, stderr=subprocess.PIPE
+    )
+    top = psutil.Process(process.pid)
+    workers = wait_for(lambda: [each for each in top.children(recursive=True) if is_reader(each)])
+    workers += top.children(recursive=True)
+    process.send_signal(signal.SIGINT)
+    assert process.wait(30) == 130
+    assert b"Traceback" not in process.stderr.read()
+    _, left = psutil.wait_procs(workers, 15)
+    assert left == []
+
+
+def is_reader(process):
+    return "kr0.corpus.serving" in process.cmdline()

@@ -43,5 +43,10 @@ def test_a_group_has_neighbours():
         assert places == list(range(places[0], places[0] + len(places)))
 
 
+def test_groups_may_be_given_another_size():
+    given = documents(*[3000] * 1000)
+    assert len(grouped(given, 10 * weight(given[0]))) == 100
+
+
 def test_no_document_gives_no_group():
     assert grouped([]) == []

@@ -12,7 +12,6 @@ from importlib import import_module
 from pathlib import Path
 
 import kr0.corpus
-import nbformat
 import pytest
 
 ROOT = Path(__file__).resolve().parents[3]
@@ -84,10 +83,9 @@ def test_examples_in_docstrings_hold(name):
 
 @pytest.mark.slow
 def test_the_notebook_runs_from_its_first_cell_to_its_last(library):
-    from nbclient import NotebookClient
-
-    notebook = nbformat.read(GUIDE / "corpora.ipynb", as_version=4)
-    NotebookClient(notebook, timeout=120, kernel_name="python3").execute(cwd=str(library))
+    client = pytest.importorskip("nbclient")
+    notebook = read_notebook()
+    client.NotebookClient(notebook, timeout=120, kernel_name="python3").execute(cwd=str(library))
     shown = [str(cell.get("outputs")) for cell in notebook.cells if cell.cell_type == "code"]
     assert "library.Book" in shown[1]
     assert "broken.xmi" in shown[2]
@@ -96,9 +94,13 @@ def test_the_notebook_runs_from_its_first_cell_to_its_last(library):
 
 
 def test_the_notebook_keeps_no_outputs():
-    notebook = nbformat.read(GUIDE / "corpora.ipynb", as_version=4)
+    notebook = read_notebook()
     assert all(cell.get("outputs", []) == [] for cell in notebook.cells)
     assert all(cell.get("execution_count") is None for cell in notebook.cells)
+
+
+def read_notebook():
+    return pytest.importorskip("nbformat").read(GUIDE / "corpora.ipynb", as_version=4)
 
 
 def on_cluster(open_, address):

@@ -33,9 +33,11 @@ def size_slowly(model):
     return len(model)
 
 
-def kill_for_seven(model):
+def kill_worker_for_seven(model):
+    """Kills the worker, and not only its process for documents."""
     if model.roots[0].number == 7:
-        os.kill(os.getpid(), signal.SIGKILL)
+        os.kill(os.getppid(), signal.SIGKILL)
+        time.sleep(5)
     return model.roots[0].number
 
 
@@ -73,6 +75,7 @@ def test_a_worker_killed_in_the_middle_costs_no_result(many, meta, start_cluster
         begin = time.monotonic()
         expect_all(kr0.corpus.open(f"{many}/*.krb", meta=meta, scheduler=client).map(size_slowly))
         assert killed and time.monotonic() - begin > 2
+        client.wait_for_workers(2)
         assert killed[0] not in worker_processes(client).values()
 
 
@@ -84,9 +87,9 @@ def test_a_worker_that_joins_late_gets_work(many, meta, start_cluster):
         (first,) = worker_processes(client).values()
         later(0.5, cluster.add_worker)
         corpus = kr0.corpus.open(f"{many}/*.krb", meta=meta, scheduler=client)
-        done = corpus.map(lambda model: time.sleep(0.001) or os.getpid())["value"].dropna()
-    assert len(set(done)) == 2
-    assert (done != first).sum() > MANY / 10
+        workers = corpus.map(lambda model: time.sleep(0.001) or os.getppid())["value"].dropna()
+    assert len(set(workers)) == 2
+    assert (workers != first).sum() > MANY / 10
 
 
 def test_a_document_that_takes_all_memory_is_a_row(tmp_path, meta, address, registry, write_note):
@@ -108,6 +111,21 @@ def test_a_document_that_takes_all_memory_is_a_row(tmp_path, meta, address, regi
     assert list(table["elements"].dropna()) == [1, 1, 1]
 
 
+def test_documents_at_their_limit_leave_workers_alone(tmp_path, meta, address, registry):
+    """Also where it is a small request that fails, of which there are thousands."""
+    model = kr0.Model(registry)
+    top = model.create("notes.Note", text="large")
+    for number in range(40_000):
+        top.create("below", text=f"{number:0400}")
+    for number in range(6):
+        kr0.save(model, tmp_path / f"{number}.krb")
+    corpus = kr0.corpus.open(f"{tmp_path}/*.krb", meta=meta, scheduler=address)
+    processes = corpus.map(lambda model: os.getpid())["value"]
+    table = corpus.using(memory_limit="20 MB").stats()
+    assert set(table["code"]) == {"outOfMemory"}
+    assert set(corpus.map(lambda model: os.getpid())["value"]) == set(processes)
+
+
 def test_memory_that_a_function_takes_counts(notes, meta, address):
     corpus = kr0.corpus.open(notes / "0.krb", meta=meta, scheduler=address, memory_limit="30 MB")
     assert list(corpus.map(lambda model: len(bytes(20_000_000)))["value"]) == [20_000_000]
@@ -115,15 +133,15 @@ def test_memory_that_a_function_takes_counts(notes, meta, address):
 
 
 @pytest.mark.slow
-def test_a_document_that_kills_its_workers_is_found(tmp_path, meta, write_note):
+def test_a_document_that_takes_its_workers_with_it_is_found(tmp_path, meta, write_note):
     for number in range(60):
         write_note(tmp_path / f"{number:02}.krb", text="a", number=number)
     corpus = kr0.corpus.open(f"{tmp_path}/*.krb", meta=meta, workers=2)
-    table = corpus.map(kill_for_seven)
+    table = corpus.map(kill_worker_for_seven)
     assert list(table["document"]) == [f"{number:02}.krb" for number in range(60)]
     (guilty,) = table.index[table["code"].notna()]
     assert (guilty, table["code"][guilty]) == (7, "workerDied")
-    assert "07.krb: the processes that worked on it died, each time" in table["error"][guilty]
+    assert "07.krb: the workers that it was given to died, each time" in table["error"][guilty]
     assert list(table["value"].dropna()) == [number for number in range(60) if number != 7]
 
 

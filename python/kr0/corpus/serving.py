@@ -1,0 +1,50 @@
+"""The process that documents are read in: one thread, one document after another.
+
+It is the child of a Dask worker (reading.py), for what befalls a document must not befall the
+worker. A limit of memory is one of the whole process, and a worker without memory for its messages
+neither goes on nor ends. And when a process dies, it is known which document it had.
+"""
+
+from __future__ import annotations
+
+import pickle
+import sys
+from contextlib import suppress
+from multiprocessing.connection import Connection
+
+from kr0.corpus import meta_models
+from kr0.corpus.errors import CorpusError
+from kr0.corpus.tasks import run_one
+
+#: Where memory runs out, the system is to end this process and no other one.
+FIRST_TO_GO = "1000"
+
+
+def main(descriptor: int) -> None:
+    """Does jobs that come through a pipe, until it is closed.
+
+    The answer is an outcome for each document, or one CorpusError that says why none can be done.
+    """
+    with suppress(OSError), open("/proc/self/oom_score_adj", "w", encoding="ascii") as score:
+        score.write(FIRST_TO_GO)
+    with suppress(EOFError, BrokenPipeError), Connection(descriptor) as pipe:
+        pipe.send("ready")
+        while True:
+            _serve(pipe)
+
+
+def _serve(pipe: Connection) -> None:
+    try:
+        job, documents = pickle.loads(pipe.recv_bytes())
+        registry = meta_models.registry_of(job.meta)
+    except EOFError:
+        raise
+    except Exception as problem:
+        pipe.send(CorpusError(f"{type(problem).__name__}: {problem}"))
+        return
+    for document in documents:
+        pipe.send(run_one(job, registry, document))
+
+
+if __name__ == "__main__":
+    main(int(sys.argv[1]))
