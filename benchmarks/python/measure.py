@@ -38,7 +38,7 @@ def median(work: Callable[[], Any], runs: int = 9) -> float:
 
 
 def walk_model(model: kr0.Model) -> None:
-    for element in model:
+    for element in model.elements("library.Item"):
         element.title
         element.pages
 
