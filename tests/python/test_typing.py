@@ -39,12 +39,15 @@ def check(*arguments: str) -> tuple[int, str]:
 
 def test_the_package_is_typed() -> None:
     files = sum(path.suffix in (".py", ".pyi") for path in (FOLDER / "kr0").rglob("*.py*"))
-    assert check("-p", "kr0") == (0, f"Success: no issues found in {files} source files\n")
+    status, said = check("-p", "kr0")
+    assert status == 0, said
+    assert said == f"Success: no issues found in {files} source files\n"
 
 
 def test_programs_that_use_it_are_checked() -> None:
     status, said = check("typing/right.py")
-    assert (status, said) == (0, "Success: no issues found in 1 source file\n")
+    assert status == 0, said
+    assert said == "Success: no issues found in 1 source file\n"
 
 
 def test_programs_that_are_checked_run(tmp_path: Path) -> None:
