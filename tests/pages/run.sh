@@ -128,7 +128,7 @@ check_typed() {
 
 check_demo() {
   "$root/scripts/demo.sh" "$1" > "$work/printed"
-  diff <(awk '$0 == "```" { inside = 0 } inside { print } $0 == "```text" && ++seen == 2 { inside = 1 }' \
+  diff <(awk '$0 == "```" { inside = 0 } before == "```text" && /^\$ kr0 / { inside = 1 } inside { print } { before = $0 }' \
     "$root/README.md") "$work/printed"
 }
 
