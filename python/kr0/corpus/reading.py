@@ -27,7 +27,7 @@ class Died(Exception):
 
 
 class Process:
-    """A process that reads documents. It ends when the pipe to it is closed, also by our end.
+    """A process that reads documents. It ends with the thread that started it, at the latest.
 
     Raises CorpusError when it cannot be started.
     """

@@ -7,7 +7,9 @@ neither goes on nor ends. And when a process dies, it is known which document it
 
 from __future__ import annotations
 
+import ctypes
 import pickle
+import signal
 import sys
 from contextlib import suppress
 from multiprocessing.connection import Connection
@@ -15,6 +17,9 @@ from multiprocessing.connection import Connection
 from kr0.corpus import meta_models
 from kr0.corpus.errors import CorpusError
 from kr0.corpus.tasks import run_one
+
+#: Of Linux's prctl().
+PR_SET_PDEATHSIG = 1
 
 #: Where memory runs out, the system is to end this process and no other one.
 FIRST_TO_GO = "1000"
@@ -25,12 +30,23 @@ def main(descriptor: int) -> None:
 
     The answer is an outcome for each document, or one CorpusError that says why none can be done.
     """
-    with suppress(OSError), open("/proc/self/oom_score_adj", "w", encoding="ascii") as score:
-        score.write(FIRST_TO_GO)
+    _end_before_others()
+    _end_with_parent()
     with suppress(EOFError, BrokenPipeError), Connection(descriptor) as pipe:
         pipe.send("ready")
         while True:
             _serve(pipe)
+
+
+def _end_before_others() -> None:
+    with suppress(OSError), open("/proc/self/oom_score_adj", "w", encoding="ascii") as score:
+        score.write(FIRST_TO_GO)
+
+
+def _end_with_parent() -> None:
+    """Has the system end this process with its worker, be it in the middle of a long document."""
+    with suppress(AttributeError, OSError):
+        ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, int(signal.SIGKILL))
 
 
 def _serve(pipe: Connection) -> None:

@@ -100,9 +100,9 @@ def test_an_interrupt_ends_the_command_and_its_workers(notes, meta):
     workers += top.children(recursive=True)
     process.send_signal(signal.SIGINT)
     assert process.wait(30) == 130
-    assert b"Traceback" not in process.stderr.read()
     _, left = psutil.wait_procs(workers, 15)
     assert left == []
+    assert b"Traceback" not in process.stderr.read()
 
 
 def is_reader(process):
