@@ -22,6 +22,7 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/compress.cmake)
 set(KR0_DEBIAN_VERSION ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 
 set(KR0_PACKAGER "The developers of kr0 <kr0@localhost>")
@@ -80,6 +81,8 @@ kr0_debian_package(${KR0_DEBIAN_LIBRARY} libs "compact storage for models, libra
  compact binary documents, archives, XMI, JSON and tables, compared, merged
  and carried over to changed meta models."
   COMPONENTS libraries)
+string(TOUPPER ${KR0_DEBIAN_LIBRARY} group)
+set(CPACK_DEBIAN_${group}_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 kr0_debian_package(libkr0-dev libdevel "compact storage for models, for building programs
  Headers, the CMake package kr0 and files for pkg-config. The tool comes along,
  for it generates C++ classes for meta models."

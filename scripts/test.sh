@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the release preset and runs its tests but the slow ones, which .ci/run adds.
+# Installs what is missing, builds the release preset and runs its tests but the slow ones, which .ci/run and
+# scripts/nightly.sh add.
 # Arguments go to ctest (-R name, for one).
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
@@ -8,4 +9,4 @@ set -euo pipefail
 install_packages $build_packages $test_packages $python_packages
 build_preset release -DKR0_BUILD_TESTS=ON -DKR0_BUILD_PYTHON=ON
 cd "$root/build/release"
-ctest -LE slow --no-tests=error --output-on-failure -j "$jobs" "$@"
+ctest -LE "slow|nightly" --no-tests=error --output-on-failure -j "$jobs" "$@"

@@ -36,7 +36,6 @@ from kr0._types import (
     Unresolved,
     Violation,
 )
-from kr0.frames import to_networkx, to_pandas
 
 Error.__module__ = "kr0"  # as tracebacks show it
 
@@ -66,6 +65,4 @@ __all__ = [
     "load",
     "loads",
     "save",
-    "to_networkx",
-    "to_pandas",
 ]

@@ -58,16 +58,7 @@ def _nullable(dtype: Any) -> str:
 def to_pandas(
     model: Model, cls: str | Class, properties: Sequence[str] | None = None
 ) -> pandas.DataFrame:
-    """The elements of a class as a frame: a row for each, a column for each property of one value.
-
-    References and children are positions among ``model.elements()``, which also tell the elements themselves: they
-    are the index of the frame. Enumerations are categories. Missing numbers are <NA>.
-
-    >>> kr0.to_pandas(model, "library.Book", ["title", "pages"])
-            title  pages
-    1  Moby Dick    635
-    2       Emma    474
-    """
+    """Model.to_pandas."""
     import pandas
 
     found = _class_of(model, cls)
@@ -76,15 +67,7 @@ def to_pandas(
 
 
 def to_networkx(model: Model) -> networkx.MultiDiGraph:
-    """The elements as a graph: nodes are positions among ``model.elements()``.
-
-    A node has the attribute `type`, the qualified name of its class; an edge has `property` and `composite`, and
-    leads from a container to a child and from an element to what it refers to.
-
-    >>> graph = kr0.to_networkx(model)
-    >>> sorted(graph.edges(data="property"))
-    [(0, 1, 'books'), (0, 2, 'books')]
-    """
+    """Model.to_networkx."""
     import networkx
 
     graph = networkx.MultiDiGraph()

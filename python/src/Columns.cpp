@@ -250,6 +250,12 @@ py::object column(const py::object& self, const py::object& type, const std::str
   }
 }
 
+// What another library makes is made in Python.
+py::object inPython(const char* function, const py::object& self, const py::args& arguments,
+                    const py::kwargs& named) {
+  return py::module_::import("kr0.frames").attr(function)(self, *arguments, **named);
+}
+
 }  // namespace
 
 void bindColumns(ModelClass& model) {
@@ -266,6 +272,32 @@ masked array.
 
 >>> model.column("library.Book", "pages")
 array([635, 474], dtype=int32)
+)");
+  model.def(
+      "to_pandas",
+      [](const py::object& self, const py::args& arguments, const py::kwargs& named) {
+        return inPython("to_pandas", self, arguments, named);
+      },
+      R"(The elements of a class as a frame: a row for each, a column for each property of one value.
+
+References and children are positions among ``model.elements()``, which also tell the elements themselves: they
+are the index of the frame. Enumerations are categories. Missing numbers are <NA>.
+
+>>> model.to_pandas("library.Book", ["title", "pages"])
+        title  pages
+1  Moby Dick    635
+2       Emma    474
+)");
+  model.def(
+      "to_networkx", [](const py::object& self) { return inPython("to_networkx", self, {}, {}); },
+      R"(The elements as a graph: nodes are positions among ``model.elements()``.
+
+A node has the attribute `type`, the qualified name of its class; an edge has `property` and `composite`, and
+leads from a container to a child and from an element to what it refers to.
+
+>>> graph = model.to_networkx()
+>>> sorted(graph.edges(data="property"))
+[(0, 1, 'books'), (0, 2, 'books')]
 )");
 }
 

@@ -296,6 +296,43 @@ PyObject* create(PyObject* object, PyObject* arguments, PyObject* keywords) {
   });
 }
 
+// Walks over a list by position. It ends where the list then ends, without an exception: that costs more than
+// all values of a short list.
+struct WalkObject {
+  PyObject_HEAD ListObject* list;
+  std::size_t position;
+};
+
+PyTypeObject* theWalkType = nullptr;
+
+WalkObject* walk(PyObject* object) noexcept { return reinterpret_cast<WalkObject*>(object); }
+
+PyObject* iterate(PyObject* object) {
+  PyObject* const made = PyType_GenericAlloc(theWalkType, 0);
+  if (made == nullptr) return nullptr;
+  Py_INCREF(object);
+  walk(made)->list = self(object);
+  return made;
+}
+
+void deallocWalk(PyObject* object) {
+  PyTypeObject* const type = Py_TYPE(object);
+  Py_DECREF(reinterpret_cast<PyObject*>(walk(object)->list));
+  type->tp_free(object);
+  Py_DECREF(type);
+}
+
+PyObject* next(PyObject* object) {
+  return guarded([&]() -> PyObject* {
+    const ListObject* const list = walk(object)->list;
+    const auto cells = cellsOf(list->element, list->slot);
+    const std::size_t position = walk(object)->position;
+    if (position >= cells.size()) return nullptr;
+    ++walk(object)->position;
+    return readValue(list->element, list->property(), *entryOf(list->element, list->slot), cells[position]);
+  });
+}
+
 template <class Function>
 PyCFunction asFunction(Function* function) {
   return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
@@ -336,7 +373,7 @@ PyType_Slot theSlots[] = {{Py_tp_doc, const_cast<char*>(kDoc)},
                           {Py_tp_repr, reinterpret_cast<void*>(repr)},
                           {Py_tp_hash, reinterpret_cast<void*>(PyObject_HashNotImplemented)},
                           {Py_tp_richcompare, reinterpret_cast<void*>(compare)},
-                          {Py_tp_iter, reinterpret_cast<void*>(PySeqIter_New)},
+                          {Py_tp_iter, reinterpret_cast<void*>(iterate)},
                           {Py_sq_length, reinterpret_cast<void*>(length)},
                           {Py_sq_item, reinterpret_cast<void*>(item)},
                           {Py_sq_contains, reinterpret_cast<void*>(contains)},
@@ -350,11 +387,20 @@ PyType_Slot theSlots[] = {{Py_tp_doc, const_cast<char*>(kDoc)},
 PyType_Spec theSpec{"kr0.Values", sizeof(ListObject), 0,
                     Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION | Py_TPFLAGS_SEQUENCE, theSlots};
 
+PyType_Slot theWalkSlots[] = {{Py_tp_dealloc, reinterpret_cast<void*>(deallocWalk)},
+                              {Py_tp_iter, reinterpret_cast<void*>(PyObject_SelfIter)},
+                              {Py_tp_iternext, reinterpret_cast<void*>(next)},
+                              {0, nullptr}};
+
+PyType_Spec theWalkSpec{"kr0._ValueIterator", sizeof(WalkObject), 0,
+                        Py_TPFLAGS_DEFAULT | Py_TPFLAGS_DISALLOW_INSTANTIATION, theWalkSlots};
+
 }  // namespace
 
 void addListType(py::module_& module) {
   theListType = reinterpret_cast<PyTypeObject*>(PyType_FromSpec(&theSpec));
-  if (theListType == nullptr) throw py::error_already_set();
+  theWalkType = reinterpret_cast<PyTypeObject*>(PyType_FromSpec(&theWalkSpec));
+  if (theListType == nullptr || theWalkType == nullptr) throw py::error_already_set();
   const auto type = py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(theListType));
   module.attr("Values") = type;
   py::module_::import("collections.abc").attr("MutableSequence").attr("register")(type);

@@ -1,5 +1,7 @@
 #include "Times.h"
 
+#include <datetime.h>
+
 #include <optional>
 
 #include "Failures.h"
@@ -20,11 +22,23 @@ bool fits(const DateTime& time, std::string_view text) {
           (*time.offsetMinutes > -kMinutesOfDay && *time.offsetMinutes < kMinutesOfDay));
 }
 
+// Python's own functions, which it imports when they are first asked for.
+const PyDateTime_CAPI& dateTimes() {
+  if (PyDateTimeAPI == nullptr) PyDateTime_IMPORT;
+  if (PyDateTimeAPI == nullptr) throw py::error_already_set();
+  return *PyDateTimeAPI;
+}
+
+// A new reference.
 py::object zoneOf(const std::optional<std::int16_t>& offset) {
   if (!offset) return py::none();
-  const py::handle zone = importedName("datetime", "timezone");
-  if (*offset == 0) return zone.attr("utc");
-  return zone(importedName("datetime", "timedelta")(py::arg("minutes") = *offset));
+  if (*offset == 0) return py::reinterpret_borrow<py::object>(dateTimes().TimeZone_UTC);
+  constexpr int kSeconds = 60;
+  const auto delta = py::reinterpret_steal<py::object>(
+      dateTimes().Delta_FromDelta(0, *offset * kSeconds, 0, 1, dateTimes().DeltaType));
+  PyObject* const zone = delta ? dateTimes().TimeZone_FromTimeZone(delta.ptr(), nullptr) : nullptr;
+  if (zone == nullptr) throw py::error_already_set();
+  return py::reinterpret_steal<py::object>(zone);
 }
 
 int part(const py::handle& time, const char* name) { return time.attr(name).cast<int>(); }
@@ -62,16 +76,15 @@ std::string textOfDateTime(const py::handle& value) {
 PyObject* makeTime(std::string_view text) {
   const std::optional<DateTime> time = DateTime::parse(text);
   if (!time || !fits(*time, text)) return ourName("DateTimeText")(toStr(text)).release().ptr();
-  return importedName("datetime", "datetime")(time->year, time->month, time->day, time->hour, time->minute,
-                                              time->second, time->nanosecond / 1000,
-                                              zoneOf(time->offsetMinutes))
-      .release()
-      .ptr();
+  const py::object zone = zoneOf(time->offsetMinutes);
+  return dateTimes().DateTime_FromDateAndTime(time->year, time->month, time->day, time->hour, time->minute,
+                                              time->second, static_cast<int>(time->nanosecond / 1000),
+                                              zone.ptr(), dateTimes().DateTimeType);
 }
 
 std::string timeText(PyObject* value) {
   if (PyUnicode_Check(value)) return std::string(textOf(value));
-  if (py::isinstance(value, importedName("datetime", "datetime"))) return textOfDateTime(value);
+  if (PyObject_TypeCheck(value, dateTimes().DateTimeType)) return textOfDateTime(value);
   raise(PyExc_TypeError, std::string("a datetime or a str is wanted, not ") + Py_TYPE(value)->tp_name);
 }
 

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Uses the library as others will: installed and found by CMake, installed and found by pkg-config, as a folder
-# inside another project, and where pugixml is missing.
+# inside another project, and where pugixml or pybind11 is missing.
 #
-#   tests/install/run.sh find_package|pkg_config|subdirectory|without_pugixml BUILD_FOLDER
+#   tests/install/run.sh find_package|pkg_config|subdirectory|without_pugixml|without_pybind11 BUILD_FOLDER
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
@@ -86,6 +86,16 @@ configure_without_pugixml() {
   if cmake --build without --target help | grep -q '^kr0_ecore:'; then fail "kr0_ecore is there"; fi
 }
 
+# Everything but the Python module is there, and a word says why that is not.
+configure_without_pybind11() {
+  local said
+  said=$(cmake -S "$root" -B without -G Ninja -DCMAKE_DISABLE_FIND_PACKAGE_pybind11=ON -DKR0_BUILD_PYTHON=ON \
+    -DKR0_BUILD_TESTS=OFF -DKR0_BUILD_EXAMPLES=OFF 2>&1) || fail "$said"
+  grep -qE "the Python module is left out: (pybind11 was not found|no Python of)" <<<"$said" || fail "nothing is said of it: $said"
+  cmake --build without --target help | grep -q '^kr0_archive:' || fail "kr0_archive is missing"
+  if cmake --build without --target help | grep -q '^kr0_python:'; then fail "kr0_python is there"; fi
+}
+
 # expect_note <what the program said>
 expect_note() { [ "$1" = "it came back" ] || fail "the program said: $1"; }
 
@@ -103,6 +113,7 @@ case $way in
     ;;
   subdirectory) expect_note "$(configure_and_run -DKR0_FOLDER="$root")" ;;
   without_pugixml) configure_without_pugixml ;;
+  without_pybind11) configure_without_pybind11 ;;
   *)
     echo "unknown way: $way" >&2
     exit 2

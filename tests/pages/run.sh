@@ -5,8 +5,9 @@
 #   tests/pages/run.sh typed BUILD_FOLDER           so does what README.md shows of generated code
 #   tests/pages/run.sh demo TOOL                    the demo prints what README.md says
 #
-# Every block "```cpp" or "```python" of a page is a program of its own, and every block "```sh" are commands of bash, which
-# ends at the first that fails. Programs in Python run where the Python package is built. Where the next block is "```text", that is what they print, on either stream; "..." stands for
+# Every block "```cpp" of a page is a program of its own, every block "```python" goes on from those before it, and every
+# block "```sh" are commands of bash, which ends at the first that fails. Blocks of Python run where the Python package is
+# built. Where the next block is "```text", that is what they print, on either stream; "..." stands for
 # anything within a line. Blocks run in one folder, one behind the other, with the example model in it and the tool in
 # the PATH. A block with a name behind its language ("```xml shelf.ecore") is a file, which lies there from the beginning.
 set -euo pipefail
@@ -48,18 +49,23 @@ compile() {
   "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror "$1" -o "${1%.cpp}" -pthread -Wl,--as-needed "${flags[@]}"
 }
 
-# run_python <program> <build folder>: by the Python that the package was built for.
+# run_python <block> <build folder>: by the Python that the package was built for, in one process for all blocks.
 run_python() {
-  local python
-  python=$(sed -n 's/^Python3_EXECUTABLE:[A-Z]*=//p' "$2/CMakeCache.txt")
-  PYTHONPATH="$2/python" PYTHONDONTWRITEBYTECODE=1 "$python" "$1"
+  local python said
+  if [ -z "${PYTHON_BLOCKS_PID:-}" ]; then
+    python=$(sed -n 's/^Python3_EXECUTABLE:[A-Z]*=//p' "$2/CMakeCache.txt")
+    coproc PYTHON_BLOCKS { PYTHONPATH="$2/python" PYTHONDONTWRITEBYTECODE=1 "$python" "$root/tests/pages/blocks.py"; }
+  fi
+  echo "$1 ${1%.*}.printed" >&"${PYTHON_BLOCKS[1]}"
+  read -r said <&"${PYTHON_BLOCKS[0]}" && [ "$said" = "done" ]
 }
 
-# compare <shown> <printed>
+# compare <shown> <printed>: blanks at the end of a line, which tables have and pages do not, count for nothing.
 compare() {
   local shown printed is_same=1
   while IFS= read -r shown <&3; do
     IFS= read -r printed <&4 || is_same=0
+    printed=${printed%"${printed##*[! ]}"}
     case $shown in
       *...*) [[ $printed == "${shown%%...*}"*"${shown#*...}" ]] || is_same=0 ;;
       *) [ "$shown" = "$printed" ] || is_same=0 ;;
@@ -94,7 +100,7 @@ check_page() {
         ;;
       *.python)
         compgen -G "$build/python/kr0/_core.*" >/dev/null || continue
-        run_python "$work/$block" "$build" > "$name.printed"
+        run_python "$block" "$build"
         ;;
       *.sh) PATH="$build/apps/kr0:$PATH" bash -euo pipefail "$block" > "$name.printed" 2>&1 || {
         cat "$name.printed" >&2
@@ -123,7 +129,7 @@ check_typed() {
 
 check_demo() {
   "$root/scripts/demo.sh" "$1" > "$work/printed"
-  diff <(awk '$0 == "```" { inside = 0 } inside { print } $0 == "```text" && ++seen == 2 { inside = 1 }' \
+  diff <(awk '$0 == "```" { inside = 0 } before == "```text" && /^\$ kr0 / { inside = 1 } inside { print } { before = $0 }' \
     "$root/README.md") "$work/printed"
 }
 

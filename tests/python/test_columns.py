@@ -86,23 +86,23 @@ def test_what_is_no_column_is_refused(model):
 def test_a_frame_has_a_row_for_each_element(model, moby, emma):
     pytest.importorskip("pandas")
     moby.weight = 0.5
-    frame = kr0.to_pandas(model, "library.Book", ["title", "pages", "genre", "weight", "isbn", "lent"])
+    frame = model.to_pandas("library.Book", ["title", "pages", "genre", "weight", "isbn", "lent"])
     assert frame.index.tolist() == [1, 2]
     assert frame["title"].tolist() == ["Moby Dick", "Emma"] and frame["pages"].sum() == 1109
     assert frame["genre"].astype(object).tolist()[0] == "novel" and frame["genre"].isna().tolist() == [False, True]
     assert frame["isbn"].tolist() == [None, None] and frame["lent"].isna().all()
     assert frame["weight"].isna().tolist() == [False, True]
-    everything = kr0.to_pandas(model, model.registry["library.Book"])
+    everything = model.to_pandas(model.registry["library.Book"])
     assert "tags" not in everything and "sequel" in everything
     with pytest.raises(TypeError, match="no class"):
-        kr0.to_pandas(model, "library.Genre")
+        model.to_pandas("library.Genre")
 
 
 def test_a_graph_has_an_edge_for_each_reference(model, moby, emma):
     pytest.importorskip("networkx")
     emma.sequel = moby
     moby.sequel = kr0.Unresolved("library.Book", "isbn", "1")
-    graph = kr0.to_networkx(model)
+    graph = model.to_networkx()
     assert graph.nodes[1]["type"] == "library.Book"
     assert sorted(graph.edges(data="property")) == [
         (0, 1, "items"), (0, 2, "items"), (0, 3, "items"), (1, 3, "authors"), (2, 1, "sequel"), (3, 1, "books"),

@@ -5,7 +5,7 @@ import copy
 import kr0
 import pytest
 
-from conftest import library_package
+from library_package import library_package
 
 
 def test_a_model_is_walked_in_document_order(model, library, moby, emma, melville):

@@ -14,7 +14,8 @@ pytest.importorskip("mypy")
 
 HERE = Path(__file__).resolve().parent
 CONFIGURATION = HERE.parents[1] / "pyproject.toml"
-FOLDER = Path(kr0.__file__).parents[1]  # the one that PYTHONPATH names
+FOLDER = Path(os.path.abspath(kr0.__file__)).parents[1]  # the files are links: not where they lead
+ENVIRONMENT = {**os.environ, "PYTHONPATH": str(FOLDER)}
 
 # What stubtest says of compiled classes that a stub cannot say: their metaclass is pybind11's, those that programs
 # cannot make have its constructor, and attributes of elements are found by a slot that is no method.
@@ -27,7 +28,7 @@ def run(module: str, *arguments: str) -> subprocess.CompletedProcess[str]:
     """Runs a checker as the package's users do: the package is found on the path."""
     return subprocess.run(
         [sys.executable, "-m", module, *arguments],
-        capture_output=True, text=True, cwd=HERE, env={**os.environ, "MYPYPATH": str(FOLDER)})
+        capture_output=True, text=True, cwd=HERE, env={**ENVIRONMENT, "MYPYPATH": str(FOLDER)})
 
 
 def check(*arguments: str) -> tuple[int, str]:
@@ -38,16 +39,19 @@ def check(*arguments: str) -> tuple[int, str]:
 
 def test_the_package_is_typed() -> None:
     files = sum(path.suffix in (".py", ".pyi") for path in (FOLDER / "kr0").rglob("*.py*"))
-    assert check("-p", "kr0") == (0, f"Success: no issues found in {files} source files\n")
+    status, said = check("-p", "kr0")
+    assert status == 0, said
+    assert said == f"Success: no issues found in {files} source files\n"
 
 
 def test_programs_that_use_it_are_checked() -> None:
     status, said = check("typing/right.py")
-    assert (status, said) == (0, "Success: no issues found in 1 source file\n")
+    assert status == 0, said
+    assert said == "Success: no issues found in 1 source file\n"
 
 
 def test_programs_that_are_checked_run(tmp_path: Path) -> None:
-    subprocess.run([sys.executable, HERE / "typing/right.py"], check=True, cwd=tmp_path)
+    subprocess.run([sys.executable, HERE / "typing/right.py"], check=True, cwd=tmp_path, env=ENVIRONMENT)
 
 
 def test_mistakes_are_found() -> None:

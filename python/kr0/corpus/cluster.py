@@ -9,6 +9,7 @@ import subprocess
 import sys
 from collections.abc import Iterator
 from contextlib import contextmanager, suppress
+from typing import TypeAlias
 
 from distributed import Client
 
@@ -17,7 +18,7 @@ from kr0.corpus.reading import search_path
 
 #: The address of a scheduler, a client that is connected to one, or None for processes of this
 #: machine.
-Scheduler = str | Client | None
+Scheduler: TypeAlias = str | Client | None
 
 #: How long a scheduler may take to answer for the first time, or again after a connection was cut.
 CONNECT_SECONDS = 5

@@ -10,7 +10,7 @@ import re
 from collections.abc import Callable
 from typing import Any, TypeAlias
 
-import cloudpickle  # type: ignore[import]
+import cloudpickle
 
 import kr0
 from kr0 import _core

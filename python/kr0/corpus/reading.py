@@ -9,7 +9,7 @@ import threading
 from collections.abc import Iterator, Sequence
 from multiprocessing import Pipe
 
-import cloudpickle  # type: ignore[import]
+import cloudpickle
 
 from kr0.corpus.documents import Document
 from kr0.corpus.errors import CorpusError

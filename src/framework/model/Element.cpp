@@ -419,8 +419,10 @@ Target referenceTarget(ModelStore* store, ElementRecord* record, const PropertyK
 
 void Element::setReference(PropertyKey property, Element other) {
   const Target target = single(referenceTarget(store_, record_, property, other.store_, other.record_));
-  releaseOld(target);
-  target.put(store_->referTo(*other.record_, target.property()));
+  if (!hasReference(*store_, record_, target.slot, other.record_)) {
+    releaseOld(target);
+    target.put(store_->referTo(*other.record_, target.property()));
+  }
   linkBack(target, other.record_);
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "framework/io/LibraryModel.h"
+#include "kr/zero/meta/MetaModelBuilder.h"
 
 namespace kr::zero {
 namespace {
@@ -119,6 +120,24 @@ TEST_F(ModelStructure, OppositesAreKeptInStep) {
   book.setReference("bestOf", other);
   EXPECT_EQ(author.getState("bestBook"), PropertyState::unset);
   EXPECT_EQ(other.getReference("bestBook"), book);
+}
+
+TEST(ModelOpposites, AReferenceThatIsThereAlreadyKeepsItsPlaceOnTheOtherSide) {
+  meta::MetaModelBuilder shop("http://example.org/shop", "shop");
+  shop.classType("Thing").property("owner", "Owner").opposite("things");
+  shop.classType("Owner").property("things", "Thing").many().opposite("owner");
+  meta::MetaRegistry registry;
+  shop.registerIn(registry);
+  Model model(registry);
+  Element owner = model.createRoot("shop.Owner");
+  Element first = model.createRoot("shop.Thing");
+  Element second = model.createRoot("shop.Thing");
+  first.setReference("owner", owner);
+  second.setReference("owner", owner);
+  first.setReference("owner", owner);
+  ASSERT_EQ(owner.size("things"), 2u);
+  EXPECT_EQ(owner.getReference("things", 0), first);
+  EXPECT_EQ(owner.getReference("things", 1), second);
 }
 
 TEST_F(ModelStructure, ReferrersAreFoundInDocumentOrder) {
