@@ -16,6 +16,7 @@ import time
 from collections.abc import Callable, Iterator
 
 import kr0.corpus
+import psutil
 from distributed import Client, as_completed
 from kr0.corpus import cluster, grouping, running
 from kr0.corpus.tasks import Job, run_one
@@ -26,11 +27,12 @@ MEGABYTE = 1e6
 
 
 class Figure:
-    """Seconds of several runs."""
+    """Seconds of several runs, and of the processors in them."""
 
-    def __init__(self, seconds: list[float]) -> None:
+    def __init__(self, seconds: list[float], processor_seconds: list[float]) -> None:
         self.seconds = sorted(seconds)
         self.median = statistics.median(seconds)
+        self.processors = statistics.median(processor_seconds)
 
     def __str__(self) -> str:
         return f"{self.median:.3f} s ({self.seconds[0]:.3f} to {self.seconds[-1]:.3f})"
@@ -38,12 +40,20 @@ class Figure:
 
 def timed(runs: int, work: Callable[[], object]) -> Figure:
     """The seconds that work takes, each time."""
-    seconds = []
+    seconds, processors = [], []
     for _ in range(runs):
-        begin = time.perf_counter()
+        begin, before = time.perf_counter(), processor_seconds()
         work()
         seconds.append(time.perf_counter() - begin)
-    return Figure(seconds)
+        processors.append(processor_seconds() - before)
+    return Figure(seconds, processors)
+
+
+def processor_seconds() -> float:
+    """What this process and those below it have used, whatever else the machine does."""
+    here = psutil.Process()
+    times = [process.cpu_times() for process in (here, *here.children(recursive=True))]
+    return float(sum(each.user + each.system for each in times))
 
 
 @contextlib.contextmanager
@@ -96,14 +106,17 @@ def report_speed(corpus: kr0.corpus.Corpus, runs: int) -> tuple[float, float]:
 
     groups = len(grouping.grouped(corpus.documents))
     print(f"{len(corpus)} documents, {size / MEGABYTE:.1f} MB, in {groups} tasks\n")
-    print("| | seconds | documents/s | MB/s |\n|---|---|---|---|")
+    print("| | seconds | of processors | documents/s | MB/s |\n|---|---|---|---|---|")
     rows = {"plain loop": loop, "1 worker": figures[1], "2 workers": figures[2]}
     for name, figure in rows.items():
         rate = len(corpus) / figure.median, size / MEGABYTE / figure.median
-        print(f"| {name} | {figure} | {rate[0]:.0f} | {rate[1]:.1f} |")
+        used = f"{figure.processors:.2f} s"
+        print(f"| {name} | {figure} | {used} | {rate[0]:.0f} | {rate[1]:.1f} |")
     overhead = (figures[1].median - loop.median) / len(corpus) * 1000
+    used = (figures[1].processors - loop.processors) / len(corpus) * 1000
     print(f"\n- 2 workers to 1: {figures[1].median / figures[2].median:.2f} times")
     print(f"- overhead of a document: {overhead:.3f} ms (1 worker less plain loop, by documents)")
+    print(f"- in time of processors: {used:.3f} ms")
     print(f"- first result after {firsts[2]} with 2 workers that are there")
     print(f"- the whole job after {cold} with 2 workers that are started for it")
     return size / figures[1].median, TASKS / tasks.median

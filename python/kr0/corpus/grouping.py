@@ -1,9 +1,9 @@
 """Documents in groups, one for each task: by bytes, so that each takes about as long.
 
-A task costs the scheduler about a millisecond, so one for each small document would be most of the
-work, while a fixed number of documents for each task would put a hundred large ones into the same.
-Groups follow from the corpus alone and not from the workers there are, for more may come while a
-job runs.
+A task costs client, scheduler and worker about five milliseconds together, in which a worker reads
+some hundred kilobytes. So one for each small document would be most of the work, while a fixed
+number of documents would put a hundred large ones into one task. Groups follow from the corpus
+alone and not from the workers there are, for more may come while a job runs.
 """
 
 from __future__ import annotations
@@ -18,8 +18,8 @@ DOCUMENT_WEIGHT = 16 * 1024
 #: So many groups keep many workers busy; a group is at least and at most so heavy whatever the
 #: corpus is.
 GROUPS = 64
-LIGHTEST = 256 * 1024
-HEAVIEST = 4 * 1024 * 1024
+LIGHTEST = 1024 * 1024
+HEAVIEST = 16 * 1024 * 1024
 
 
 def weight(document: Document) -> int:
@@ -47,10 +47,10 @@ def grouped(documents: Sequence[Document], most: int | None = None) -> list[tupl
     A document that is heavier than that is a group of its own. It comes first, for what takes
     longest must not be begun last.
 
-    >>> [len(group) for group in grouped([Document(i, "", "", i * 300_000) for i in range(3)])]
+    >>> [len(group) for group in grouped([Document(i, "", "", i * 3_000_000) for i in range(3)])]
     [1, 1, 1]
-    >>> [len(group) for group in grouped([Document(i, "", "", 1000) for i in range(20)])]
-    [15, 5]
+    >>> [len(group) for group in grouped([Document(i, "", "", 1000) for i in range(80)])]
+    [60, 20]
     """
     most = most or group_weight(documents)
     groups: list[list[Document]] = []
