@@ -99,8 +99,7 @@ def _gathered(client: Client, watch: Watch, batch: Sequence[Future]) -> list[lis
 
 
 def _refuse_failure(problem: BaseException) -> None:
-    """Ends the job for an error that is none of a document: the worker has no meta model, for
-    instance, or no kr0."""
+    """Ends the job for what is the fault of no document: a worker finds no meta model, or no kr0."""
     if not isinstance(problem, KilledWorker):
-        text = f"the workers cannot do this job: {type(problem).__name__}: {problem}"
-        raise CorpusError(text) from problem
+        kind = "" if isinstance(problem, CorpusError) else f"{type(problem).__name__}: "
+        raise CorpusError(f"the workers cannot do this job: {kind}{problem}") from problem

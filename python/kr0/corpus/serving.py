@@ -14,6 +14,7 @@ import sys
 from contextlib import suppress
 from multiprocessing.connection import Connection
 
+import kr0
 from kr0.corpus import meta_models
 from kr0.corpus.errors import CorpusError
 from kr0.corpus.tasks import run_one
@@ -32,7 +33,7 @@ def main(descriptor: int) -> None:
     """
     _end_before_others()
     _end_with_parent()
-    with suppress(EOFError, BrokenPipeError), Connection(descriptor) as pipe:
+    with suppress(EOFError, ConnectionError), Connection(descriptor) as pipe:
         pipe.send("ready")
         while True:
             _serve(pipe)
@@ -50,12 +51,14 @@ def _end_with_parent() -> None:
 
 
 def _serve(pipe: Connection) -> None:
+    request = pipe.recv_bytes()
     try:
-        job, documents = pickle.loads(pipe.recv_bytes())
+        job, documents = pickle.loads(request)
         registry = meta_models.registry_of(job.meta)
-    except EOFError:
-        raise
-    except Exception as problem:
+    except (kr0.Error, OSError) as problem:
+        pipe.send(CorpusError(f"the meta models cannot be loaded: {problem}"))
+        return
+    except Exception as problem:  # whatever a function of the caller's needs and is not here
         pipe.send(CorpusError(f"{type(problem).__name__}: {problem}"))
         return
     for document in documents:

@@ -199,6 +199,16 @@ def test_a_broken_meta_model_ends_the_job(notes, tmp_path):
         kr0.corpus.open(f"{notes}/*.krb", meta=[tmp_path / "bad.ecore"])
 
 
+def test_a_meta_model_that_workers_do_not_find_ends_the_job(notes, meta, address, tmp_path):
+    own = tmp_path / "own.ecore"
+    own.write_bytes(meta[0].read_bytes())
+    corpus = kr0.corpus.open(f"{notes}/**/*.krb", meta=[own], scheduler=address)
+    own.unlink()
+    sentence = "^the workers cannot do this job: the meta models cannot be loaded: .*own.ecore"
+    with pytest.raises(CorpusError, match=sentence):
+        corpus.stats()
+
+
 def test_meta_models_are_loaded_once_in_each_worker(notes, address, tmp_path, meta):
     own = tmp_path / "own.ecore"  # one that no other test has loaded
     own.write_bytes(meta[0].read_bytes())
