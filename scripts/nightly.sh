@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # What takes too long for every change: mutation of all code of the formats, a million documents for the second reader,
 # every kind of machine, two hours of fuzzing, ten minutes of threads under ThreadSanitizer, other compilers and what tests
-# reach, the analysers, Debian packages, growth at full size, XML with attributes of 1 GB, and ten times as many random models, chains and
-# moments. Needs a night of two cores; .ci/run comes first, by itself.
+# reach, the analysers, Debian packages and the wheel, growth at full size, XML with attributes of 1 GB, and ten times as
+# many random models, chains and moments. Needs a night of two cores; .ci/run comes first, by itself.
 #
 #   scripts/nightly.sh [STAGE...]   only these: threads, reach, compiler, fuzzing, reader, growth, machines, lint, xml, random,
 #                                   packages, mutation
