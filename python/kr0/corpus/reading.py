@@ -47,17 +47,21 @@ class Process:
         except EOFError:
             raise CorpusError("a process that reads documents cannot be started") from None
 
-    def outcomes(self, job: Job, documents: Sequence[Document]) -> Iterator[Outcome]:
-        """What becomes of each document, in their order.
+    def outcomes(
+        self, job: Job, documents: Sequence[Document], singly: bool
+    ) -> Iterator[list[Outcome]]:
+        """What becomes of each document, in their order: some at a time, or one.
 
         Raises Died, or CorpusError where none of them can be done.
         """
         try:
-            self._pipe.send_bytes(cloudpickle.dumps((job, documents)))
-            for _ in documents:
+            self._pipe.send_bytes(cloudpickle.dumps((job, documents, singly)))
+            left = len(documents)
+            while left:
                 reply = self._pipe.recv()
                 if isinstance(reply, CorpusError):
                     raise reply
+                left -= len(reply)
                 yield reply
         except (EOFError, OSError) as problem:
             raise Died from problem
@@ -72,23 +76,27 @@ class Process:
 def run_group(job: Job, documents: Sequence[Document]) -> list[Outcome]:
     """The task of a Dask worker: does a job with a group of documents.
 
-    A document with which the process dies is tried again by a new one, which then goes on with
-    the others. Raises CorpusError where no document can be done, for want of meta models, say.
+    When the process dies, a new one goes on and tells of each document by itself; when that one
+    dies, too, the next document was it, and is tried once more. So the job may be done twice with
+    some documents. Raises CorpusError where none can be done, for want of meta models, say.
     """
     done: list[Outcome] = []
+    singly = False
     while len(done) < len(documents):
         try:
-            for outcome in _process().outcomes(job, documents[len(done) :]):
-                done.append(outcome)
+            for some in _process().outcomes(job, documents[len(done) :], singly):
+                done += some
         except Died:
             _bury()
-            done.append(_second_try(job, documents[len(done)]))
+            if singly:
+                done.append(_second_try(job, documents[len(done)]))
+            singly = True
     return done
 
 
 def _second_try(job: Job, document: Document) -> Outcome:
     try:
-        (outcome,) = _process().outcomes(job, [document])
+        ((outcome,),) = _process().outcomes(job, [document], singly=True)
         return outcome
     except Died:
         text = f"the process that worked on it died, and so did another ({_bury()})"

@@ -99,7 +99,7 @@ def _gathered(client: Client, watch: Watch, batch: Sequence[Future]) -> list[lis
 
 
 def _refuse_failure(problem: BaseException) -> None:
-    """Ends the job for what is the fault of no document: a worker finds no meta model, or no kr0."""
+    """Ends the job for what is no fault of a document: a worker finds no meta model, or no kr0."""
     if not isinstance(problem, KilledWorker):
         kind = "" if isinstance(problem, CorpusError) else f"{type(problem).__name__}: "
         raise CorpusError(f"the workers cannot do this job: {kind}{problem}") from problem

@@ -11,6 +11,7 @@ import ctypes
 import pickle
 import signal
 import sys
+import time
 from contextlib import suppress
 from multiprocessing.connection import Connection
 
@@ -22,6 +23,9 @@ from kr0.corpus.tasks import run_one
 #: Of Linux's prctl().
 PR_SET_PDEATHSIG = 1
 
+#: How long outcomes wait for others. To wake the worker for each costs more than a small document.
+BATCH_SECONDS = 0.05
+
 #: Where memory runs out, the system is to end this process and no other one.
 FIRST_TO_GO = "1000"
 
@@ -29,7 +33,8 @@ FIRST_TO_GO = "1000"
 def main(descriptor: int) -> None:
     """Does jobs that come through a pipe, until it is closed.
 
-    The answer is an outcome for each document, or one CorpusError that says why none can be done.
+    The answers are lists with an outcome for each document, or one CorpusError that says why none
+    can be done.
     """
     _end_before_others()
     _end_with_parent()
@@ -53,7 +58,7 @@ def _end_with_parent() -> None:
 def _serve(pipe: Connection) -> None:
     request = pipe.recv_bytes()
     try:
-        job, documents = pickle.loads(request)
+        job, documents, singly = pickle.loads(request)
         registry = meta_models.registry_of(job.meta)
     except (kr0.Error, OSError) as problem:
         pipe.send(CorpusError(f"the meta models cannot be loaded: {problem}"))
@@ -61,8 +66,14 @@ def _serve(pipe: Connection) -> None:
     except Exception as problem:  # whatever a function of the caller's needs and is not here
         pipe.send(CorpusError(f"{type(problem).__name__}: {problem}"))
         return
+    done, sent = [], time.monotonic()
     for document in documents:
-        pipe.send(run_one(job, registry, document))
+        done.append(run_one(job, registry, document))
+        if singly or time.monotonic() > sent + BATCH_SECONDS:
+            pipe.send(done)
+            done, sent = [], time.monotonic()
+    if done:
+        pipe.send(done)
 
 
 if __name__ == "__main__":
