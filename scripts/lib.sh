@@ -9,7 +9,7 @@ build_packages="g++ cmake ninja-build libboost-dev libpugixml-dev libcli11-dev l
 test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format python3 xz-utils zstd"
 # The Python package: its module, its tests, what some of its functions use, its wheel.
 python_packages="pybind11-dev python3-dev python3-numpy python3-pytest mypy python3-flake8 python3-pandas \
-  python3-networkx python3-dask python3-distributed python3-nbclient python3-ipykernel \
+  python3-networkx python3-dask python3-distributed python3-nbclient python3-ipykernel python3-psutil \
   python3-build python3-setuptools python3-wheel python3-venv python3-pip"
 ci_packages="clang ccache lintian doxygen default-jdk-headless libeclipse-emf-common-java libeclipse-emf-ecore-java libeclipse-emf-ecore-xmi-java"
 
