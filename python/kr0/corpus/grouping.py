@@ -17,7 +17,7 @@ DOCUMENT_WEIGHT = 16 * 1024
 
 #: So many groups keep many workers busy; a group is at least and at most so heavy whatever the
 #: corpus is.
-GROUPS = 64
+GROUPS = 32
 LIGHTEST = 1024 * 1024
 HEAVIEST = 16 * 1024 * 1024
 

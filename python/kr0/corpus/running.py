@@ -25,7 +25,7 @@ from kr0.corpus.tasks import Job, Outcome
 from kr0.corpus.watch import Watch
 
 #: How long to sleep when no group is done. Short beside a group, long beside what a look costs.
-NAP_SECONDS = 0.005
+NAP_SECONDS = 0.02
 
 Group = tuple[Document, ...]
 
