@@ -34,4 +34,10 @@ inline std::string_view textOf(PyObject* text) {
   return {bytes, static_cast<std::size_t>(size)};
 }
 
+/// A function as tables of methods have it, whatever arguments its flags say that it takes.
+template <class Function>
+PyCFunction asFunction(Function* function) noexcept {
+  return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
+}
+
 }  // namespace kr::zero::python

@@ -204,8 +204,8 @@ py::object referenceColumn(ModelState& state, const Column& column) {
   return masked(asArray(std::move(found.values)), std::move(found.isMissing), found.hasMissing);
 }
 
-// Texts and the like are Python objects. What comes again right behind itself is one object.
-py::object objectColumn(const py::object& self, ModelState& state, const Column& column) {
+// Texts and the like are Python objects.
+py::object objectColumn(const py::object& self, const Column& column) {
   py::list values;
   std::vector<std::uint8_t> isMissing;
   bool hasMissing = false;
@@ -219,7 +219,6 @@ py::object objectColumn(const py::object& self, ModelState& state, const Column&
     isMissing.push_back(value == Py_None ? 1 : 0);
     hasMissing = hasMissing || value == Py_None;
   }
-  (void)state;
   const py::module_ numpy = py::module_::import("numpy");
   const py::object array = numpy.attr("empty")(values.size(), py::arg("dtype") = "object");
   array[py::slice(py::none(), py::none(), py::none())] = values;
@@ -246,7 +245,7 @@ py::object column(const py::object& self, const py::object& type, const std::str
     case PropertyKind::composition:
       return referenceColumn(state, column);
     default:
-      return objectColumn(self, state, column);
+      return objectColumn(self, column);
   }
 }
 

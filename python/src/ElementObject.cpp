@@ -259,11 +259,6 @@ PyGetSetDef theMembers[] = {
      "The two texts that name it across documents, or None. None and `del` take it away.", nullptr},
     {nullptr, nullptr, nullptr, nullptr, nullptr}};
 
-template <class Function>
-PyCFunction asFunction(Function* function) {
-  return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
-}
-
 PyMethodDef theMethods[] = {
     {"state", state, METH_O,
      "state($self, property, /)\n--\n\nWhether anything was said of a property: State.unset, State.empty "

@@ -333,11 +333,6 @@ PyObject* next(PyObject* object) {
   });
 }
 
-template <class Function>
-PyCFunction asFunction(Function* function) {
-  return reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(function));
-}
-
 PyMethodDef theMethods[] = {
     {"append", append, METH_O,
      "append($self, value, /)\n--\n\nAdds a value at the end; a child is moved here."},

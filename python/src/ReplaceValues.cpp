@@ -37,7 +37,7 @@ std::vector<ConstElement> targetsOf(const ElementObject* self, meta::Property pr
 bool isBefore(const ConstElement& a, const ConstElement& b) { return a.getIndex() < b.getIndex(); }
 
 // Those that are referred to no more get told so.
-void releaseGone(ElementObject* self, meta::Property property, std::vector<ConstElement> before) {
+void releaseGone(ElementObject* self, meta::Property property, const std::vector<ConstElement>& before) {
   std::vector<ConstElement> now = targetsOf(self, property, 0, self->element.size(property));
   std::sort(now.begin(), now.end(), isBefore);
   for (const ConstElement target : before)
