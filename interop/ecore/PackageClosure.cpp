@@ -94,6 +94,7 @@ std::set<std::string> closeOver(const Mapping::Impl& mapping, const PackagesByUr
 void shorten(std::vector<EcoreFile>& files) {
   if (files.empty()) return;
   std::vector<fs::path> places;
+  places.reserve(files.size());
   for (const EcoreFile& file : files)
     places.push_back(
         fs::absolute(fs::path(std::u8string(file.name.begin(), file.name.end()))).lexically_normal());

@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 #include "Errors.h"
@@ -51,7 +50,8 @@ Decimal shortestDecimal(Real magnitude) {
   Decimal decimal;
   for (const char c : text.substr(0, e))
     if (c != '.') decimal.digits.push_back(c);
-  decimal.exponent = std::atoi(std::string(text.substr(e + 1)).c_str());
+  const std::string_view exponent = withoutPlus(text.substr(e + 1));
+  std::from_chars(exponent.data(), exponent.data() + exponent.size(), decimal.exponent);
   return decimal;
 }
 

@@ -34,7 +34,7 @@ std::string withoutControls(std::string_view text) {
 }
 
 // One call per line keeps the lines of several threads apart.
-void writeLine(const std::string& line) { std::fputs((line + "\n").c_str(), stderr); }
+void writeLine(const std::string& line) { (void)std::fputs((line + "\n").c_str(), stderr); }
 
 class StderrSpanListener final : public SpanListener {
  public:

@@ -132,7 +132,7 @@ std::shared_ptr<const PropertyTable> RegistryLoader::buildTable(const NewType& t
   if (inherited->size() + owned.size() > kMostTableEntries - made_.tableEntryCount - known_.tableEntryCount)
     fail(describe(type), "the classes up to here inherit too many properties, more than " +
                              std::to_string(kMostTableEntries) + " in all");
-  const auto table = std::make_shared<PropertyTable>(*inherited);
+  auto table = std::make_shared<PropertyTable>(*inherited);
   std::unordered_set<const PropertyTable*> seen{inherited.get()};
   for (const Class supertype : supertypes) {
     if (!seen.insert(supertype->table_.get()).second) continue;

@@ -133,7 +133,7 @@ void synchroniseFolder(const FilePlace& target, const std::string& path) {
 }
 
 std::string nativeName(const std::filesystem::path& path) {
-  const std::string name = path.string();
+  std::string name = path.string();
   if (name.find('\0') != name.npos) throw std::invalid_argument("path holds a NUL");
   return name;
 }

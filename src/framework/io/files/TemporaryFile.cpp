@@ -25,8 +25,9 @@ std::uint64_t hashOf(const std::string& name) {
 
 std::string temporaryName(const std::string& target, std::uint64_t number) {
   char name[64];
-  std::snprintf(name, sizeof name, ".kr0-%016llx-%llx.tmp", static_cast<unsigned long long>(hashOf(target)),
-                static_cast<unsigned long long>(number));
+  (void)std::snprintf(name, sizeof name, ".kr0-%016llx-%llx.tmp",
+                      static_cast<unsigned long long>(hashOf(target)),
+                      static_cast<unsigned long long>(number));
   return name;
 }
 

@@ -40,7 +40,7 @@ std::string textOfEvent(modeling::sylvan::SylvanEventCode event) {
 std::string describe(const Primitive& value) {
   constexpr std::array<const char*, 6> kinds{"a boolean",   "null",        "a real",
                                              "the number ", "the number ", "a text"};
-  const std::string kind = kinds[value.index()];
+  std::string kind = kinds[value.index()];
   if (const auto* number = std::get_if<std::uint64_t>(&value)) return kind + std::to_string(*number);
   if (const auto* number = std::get_if<std::int64_t>(&value)) return kind + std::to_string(*number);
   return kind;

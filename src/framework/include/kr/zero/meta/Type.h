@@ -31,7 +31,7 @@ class RegistryLoader;
 class KR0_FRAMEWORK_API MetaClass {
  public:
   /// @param name lives as long as the program. @param base what it is derived from; null for none.
-  constexpr MetaClass(const char* name, const MetaClass* base) : name_(name), base_(base) {}
+  constexpr MetaClass(const char* name, const MetaClass* base) noexcept : name_(name), base_(base) {}
   /// Its name.
   const char* getName() const noexcept { return name_; }
   /// Whether this is `other` or derived from it.
