@@ -19,6 +19,9 @@ abi_packages="abigail-tools binutils xz-utils"
 lint_packages="clang-tidy cppcheck"
 fuzz_packages="clang-19 libclang-rt-19-dev llvm-19 zstd"
 
+# The version, which stands in CMakeLists.txt alone.
+project_version() { sed -nE 's/^project\(kr0 VERSION ([0-9.]+).*/\1/p' "$root/CMakeLists.txt"; }
+
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
 
 as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# Makes the Debian packages and uses what is in them, unpacked into an empty folder.
+# Makes the Debian packages from the source archive, where there is no git, and uses what is in them: unpacked into an
+# empty folder, and installed into a system that has nothing else.
 #
 #   tests/packages/run.sh PYTHON
 set -euo pipefail
-root=$(cd "$(dirname "$0")/../.." && pwd)
+here=$(cd "$(dirname "$0")" && pwd)
+. "$here/../../scripts/lib.sh"
 python=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -14,6 +16,23 @@ fail() {
   exit 1
 }
 
+# The sources as they are here, committed or not; those of an archive are themselves.
+unpack_sources() {
+  local commit archive
+  sources=$root
+  git -C "$root" rev-parse --is-inside-work-tree >/dev/null 2>&1 || return 0
+  commit=$(git -C "$root" -c user.name=kr0 -c user.email=kr0@localhost stash create)
+  archive=$("$root/scripts/source_archive.sh" "$work" "${commit:-HEAD}")
+  cp "$archive" "$work/first.tar.gz"
+  "$root/scripts/source_archive.sh" "$work" "${commit:-HEAD}" >/dev/null
+  cmp "$archive" "$work/first.tar.gz" || fail "the source archive has other bytes each time"
+  tar xzf "$archive" -C "$work"
+  sources=$work/$(basename "$archive" .tar.gz)
+  mkdir "$work/no_git"
+  printf '#!/bin/sh\necho "$0 $*" >>%s\nexit 1\n' "$work/git_calls" >"$work/no_git/git"
+  chmod +x "$work/no_git/git"
+}
+
 # Sources are compiled as in scripts/lib.sh, in a folder with another name each time, which the compiler's cache is told.
 make_packages() {
   local launcher=()
@@ -21,14 +40,15 @@ make_packages() {
     launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     export CCACHE_BASEDIR=$work CCACHE_NOHASHDIR=1
   fi
-  (cd "$root" && cmake --preset packages -B "$work/build" "${launcher[@]}" "-DPython3_EXECUTABLE=$python" \
+  (cd "$sources" && export PATH="$work/no_git:$PATH" && cmake --preset packages -B "$work/build" "${launcher[@]}" "-DPython3_EXECUTABLE=$python" \
     -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=12 -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON &&
     cmake --build "$work/build" --target package -j "$(nproc)") >"$work/said" 2>&1 || fail "$(tail -n 40 "$work/said")"
+  [ ! -e "$work/git_calls" ] || fail "the build asks for git: $(cat "$work/git_calls")"
 }
 
 check_names() {
   local version machine
-  version=$(sed -nE 's/^project\(kr0 VERSION ([0-9.]+).*/\1/p' "$root/CMakeLists.txt")-1
+  version=$(project_version)-1
   machine=$(dpkg --print-architecture)
   library=libkr0-$(cut -d. -f1,2 <<<"$version")
   diff <(printf '%s\n' "kr0_${version}_$machine.deb" "kr0-doc_${version}_all.deb" "${library}_${version}_$machine.deb" \
@@ -125,11 +145,13 @@ if ! command -v dpkg-shlibdeps >/dev/null; then
   echo "skipped: there are no dpkg-dev tools"
   exit 77
 fi
+unpack_sources
 make_packages
 check_names
 check_files
 check_places
 check_dependencies
 check_lintian
+"$here/clean_root.sh" "$work/build" || [ $? -eq 77 ]
 check_use
 echo "the packages work"

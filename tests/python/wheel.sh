@@ -4,7 +4,7 @@
 #
 #   tests/python/wheel.sh PYTHON
 set -euo pipefail
-root=$(cd "$(dirname "$0")/../.." && pwd)
+. "$(dirname "$0")/../../scripts/lib.sh"
 python=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -43,7 +43,7 @@ copy_sources() {
 # For this Python and this machine, and with all of the package in it.
 check_wheel() {
   local version tag
-  version=$(sed -nE 's/^project\(kr0 VERSION ([0-9.]+).*/\1/p' "$root/CMakeLists.txt")
+  version=$(project_version)
   tag=$("$python" -c 'import sys; print("cp%d%d" % sys.version_info[:2])')
   [ "$(ls "$work/dist")" = "kr0-$version-$tag-$tag-linux_$(uname -m).whl
 kr0-$version.tar.gz" ] || fail "made was: $(ls "$work/dist")"
