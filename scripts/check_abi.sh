@@ -34,7 +34,7 @@ describe() {
     --no-elf-needed --no-parameter-names --drop-private-types "${headers[@]}" "$1"
 }
 
-version=$(sed -nE 's/^project\(kr0 VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+version=$(project_version)
 # What may differ only where programs may break: "0.1" of 0.1.7, "2" of 2.4.1.
 era_of() { if [[ $1 == 0.* ]]; then cut -d. -f1,2 <<<"$1"; else cut -d. -f1 <<<"$1"; fi; }
 

@@ -17,6 +17,7 @@ ci_packages="clang ccache lintian doxygen default-jdk-headless libeclipse-emf-co
 coverage_packages="clang-19 llvm-19"
 abi_packages="abigail-tools binutils xz-utils"
 lint_packages="clang-tidy cppcheck"
+release_packages="mmdebstrap"
 fuzz_packages="clang-19 libclang-rt-19-dev llvm-19 zstd"
 
 # The version, which stands in CMakeLists.txt alone.

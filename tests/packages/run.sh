@@ -2,11 +2,12 @@
 # Makes the Debian packages from the source archive, where there is no git, and uses what is in them: unpacked into an
 # empty folder, and installed into a system that has nothing else.
 #
-#   tests/packages/run.sh PYTHON
+#   tests/packages/run.sh PYTHON [FOLDER]   keeps source archive, packages and inventory in FOLDER
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 . "$here/../../scripts/lib.sh"
 python=$1
+keep=${2:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 unset PYTHONPATH LD_LIBRARY_PATH
@@ -21,7 +22,7 @@ unpack_sources() {
   local commit archive
   sources=$root
   git -C "$root" rev-parse --is-inside-work-tree >/dev/null 2>&1 || return 0
-  commit=$(git -C "$root" -c user.name=kr0 -c user.email=kr0@localhost stash create)
+  commit=$(git -C "$root" -c user.name=kr0 -c user.email=kr0@localhost stash create || true)
   archive=$("$root/scripts/source_archive.sh" "$work" "${commit:-HEAD}")
   cp "$archive" "$work/first.tar.gz"
   "$root/scripts/source_archive.sh" "$work" "${commit:-HEAD}" >/dev/null
@@ -153,5 +154,9 @@ check_places
 check_dependencies
 check_lintian
 "$here/clean_root.sh" "$work/build" || [ $? -eq 77 ]
+if [ -n "$keep" ]; then
+  "$sources/scripts/sbom.py" "$work/build" -o "$keep/$(basename "$sources").spdx.json"
+  cp "$work"/build/*.deb "$sources.tar.gz" "$keep"
+fi
 check_use
 echo "the packages work"

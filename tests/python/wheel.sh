@@ -2,10 +2,11 @@
 # Makes a wheel and uses it as others will: from the source archive, installed into a new virtual environment where
 # nothing of the sources and of the build can be reached, and taken away again.
 #
-#   tests/python/wheel.sh PYTHON
+#   tests/python/wheel.sh PYTHON [FOLDER]   keeps the wheel in FOLDER
 set -euo pipefail
 . "$(dirname "$0")/../../scripts/lib.sh"
 python=$1
+keep=${2:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 unset PYTHONPATH LD_LIBRARY_PATH
@@ -55,6 +56,7 @@ kr0-$version.tar.gz" ] || fail "made was: $(ls "$work/dist")"
 # Behind this nothing is left of sources and build but the wheel.
 install_wheel() {
   "$python" -m venv --system-site-packages "$work/venv"
+  [ -z "$keep" ] || cp "$work"/dist/*.whl "$keep"
   "$work/venv/bin/pip" install --quiet --no-index "$(echo "$work"/dist/*.whl)"
   rm -rf "$work/sources" "$work/temporary" "$work/dist"
   package=$(cd / && clean "$work/venv/bin/python" -c 'import kr0; print(kr0.__path__[0])')
