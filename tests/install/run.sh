@@ -2,7 +2,7 @@
 # Uses the library as others will: installed and found by CMake, installed and found by pkg-config, as a folder
 # inside another project, and where pugixml or pybind11 is missing.
 #
-#   tests/install/run.sh find_package|pkg_config|subdirectory|without_pugixml|without_pybind11 BUILD_FOLDER
+#   tests/install/run.sh find_package|pkg_config|examples|subdirectory|without_pugixml|without_pybind11 BUILD_FOLDER
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
@@ -96,6 +96,20 @@ configure_without_pybind11() {
   if cmake --build without --target help | grep -q '^kr0_python:'; then fail "kr0_python is there"; fi
 }
 
+# Each example is a project of its own where kr0 is installed.
+build_examples() {
+  local lists example launcher=()
+  command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+  for lists in "$root"/examples/*/CMakeLists.txt; do
+    example=$(basename "$(dirname "$lists")")
+    cp -r "$root/examples/$example" "$example"
+    cmake -S "$example" -B "built/$example" -G Ninja "${launcher[@]}" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+    cmake --build "built/$example" >/dev/null || fail "$example does not build"
+  done
+  built/checklist/checklist checklist/moving.md moving.krz && built/checklist/checklist moving.krz again.md
+  cmp checklist/moving.md again.md || fail "the checklist changed"
+}
+
 # expect_note <what the program said>
 expect_note() { [ "$1" = "it came back" ] || fail "the program said: $1"; }
 
@@ -110,6 +124,10 @@ case $way in
     install_and_move
     expect_note "$(use_pkg_config)"
     check_system_prefix
+    ;;
+  examples)
+    install_and_move
+    build_examples
     ;;
   subdirectory) expect_note "$(configure_and_run -DKR0_FOLDER="$root")" ;;
   without_pugixml) configure_without_pugixml ;;

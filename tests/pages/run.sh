@@ -3,6 +3,7 @@
 #
 #   tests/pages/run.sh page PAGE BUILD_FOLDER       its programs and commands run and print what it says
 #   tests/pages/run.sh typed BUILD_FOLDER           so does what README.md shows of generated code
+#   tests/pages/run.sh example NAME BUILD_FOLDER    so do the commands in the README of examples/NAME, where it lies
 #   tests/pages/run.sh demo TOOL                    the demo prints what README.md says
 #
 # Every block "```cpp" of a page is a program of its own, every block "```python" goes on from those before it, and every
@@ -49,12 +50,18 @@ compile() {
   "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror "$1" -o "${1%.cpp}" -pthread -Wl,--as-needed "${flags[@]}"
 }
 
+# python_of <build folder>: the Python that the package was built for, or any.
+python_of() {
+  local python
+  python=$(sed -n 's/^Python3_EXECUTABLE:[A-Z]*=//p' "$1/CMakeCache.txt")
+  echo "${python:-$(command -v python3)}"
+}
+
 # run_python <block> <build folder>: by the Python that the package was built for, in one process for all blocks.
 run_python() {
-  local python said
+  local said
   if [ -z "${PYTHON_BLOCKS_PID:-}" ]; then
-    python=$(sed -n 's/^Python3_EXECUTABLE:[A-Z]*=//p' "$2/CMakeCache.txt")
-    coproc PYTHON_BLOCKS { PYTHONPATH="$2/python" PYTHONDONTWRITEBYTECODE=1 "$python" "$root/tests/pages/blocks.py"; }
+    coproc PYTHON_BLOCKS { PYTHONPATH="$2/python" PYTHONDONTWRITEBYTECODE=1 "$(python_of "$2")" "$root/tests/pages/blocks.py"; }
   fi
   echo "$1 ${1%.*}.printed" >&"${PYTHON_BLOCKS[1]}"
   read -r said <&"${PYTHON_BLOCKS[0]}" && [ "$said" = "done" ]
@@ -75,6 +82,16 @@ compare() {
   if [ "$is_same" = 1 ]; then return 0; fi
   diff "$1" "$2" >&2
   return 1
+}
+
+# What an example's README shows, in a copy of its folder, with what was built of it and the Python package at hand.
+check_example() {
+  local build=$2
+  cp -r "$root/examples/$1/." "$work"
+  mkdir "$work/bin"
+  ln -s "$(python_of "$build")" "$work/bin/python3"
+  export PATH="$work/bin:$build/examples/$1:$PATH" PYTHONPATH="$build/python" PYTHONDONTWRITEBYTECODE=1
+  check_page "examples/$1/README.md" "$build"
 }
 
 check_page() {
@@ -135,6 +152,7 @@ check_demo() {
 
 case $1 in
   page) check_page "$2" "$(cd "$3" && pwd)" ;;
+  example) check_example "$2" "$(cd "$3" && pwd)" ;;
   typed) check_typed "$(cd "$2" && pwd)" ;;
   demo) check_demo "$2" ;;
   *) exit 2 ;;
