@@ -40,7 +40,8 @@ class Kr0Conan(ConanFile):
 
     def export_sources(self):
         root = os.path.join(self.recipe_folder, "..", "..")
-        for pattern in ("CMakeLists.txt", "CMakePresets.json", "LICENSE", "README.md", "CHANGELOG.md", "cmake/*", "docs/*", "include/*", "src/*",
+        for pattern in ("CMakeLists.txt", "CMakePresets.json", "LICENSE", "README.md", "CHANGELOG.md", "cmake/*", "docs/*",
+                        "include/*", "src/*",
                         "interop/*", "archive/*", "compare/*", "evolution/*", "inspect/*", "study/*", "apps/*", "web/*"):
             copy(self, pattern, root, self.export_sources_folder)
 
