@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # What takes too long for every change: mutation of all code of the formats, a million documents for the second reader,
 # every kind of machine, two hours of fuzzing, ten minutes of threads under ThreadSanitizer, other compilers and what tests
-# reach, the analysers, Debian packages and the wheel, growth at full size, XML with attributes of 1 GB, and ten times as
-# many random models, chains and moments. Needs a night of two cores; .ci/run comes first, by itself.
+# reach, the analysers, Debian packages and the wheel, growth at full size, XML with attributes of 1 GB, several times as
+# many random models, chains and moments, and ten times as many documents by two roads. Needs a night of two cores; .ci/run comes first, by itself.
 #
 #   scripts/nightly.sh [STAGE...]   only these: threads, reach, compiler, fuzzing, reader, growth, machines, lint, xml, random,
-#                                   packages, mutation
+#                                   roads, packages, mutation
 #
 # Ends with "N passed, M failed".
 set -uo pipefail
@@ -24,12 +24,15 @@ growth() { scripts/growth.sh; }
 machines() { scripts/other_machines.sh; }
 compiler() { install_packages clang && test_preset clang; }
 lint() { scripts/lint.sh; }
-random() {
-  build_preset release -DKR0_BUILD_TESTS=ON &&
-    env KR0_MUTANTS=20000000 KR0_CHAINS=100000 KR0_SEQUENCES=10000000 KR0_MOMENTS=200 \
-      ctest --test-dir build/release -R "RandomDamage|Chains|RuleTable|TaggedReadingByNames|every_moment" --no-tests=error \
-      --output-on-failure --timeout 7200 -j "$jobs"
+# of_random <pattern> <KR0_NAME=number...>: tests that take longer the larger their numbers are.
+of_random() {
+  local pattern=$1
+  shift
+  build_preset release -DKR0_BUILD_TESTS=ON -DKR0_TEST_TIMEOUT=7200 &&
+    env "$@" ctest --test-dir build/release -R "$pattern" --no-tests=error --output-on-failure -j "$jobs"
 }
+random() { of_random "Damage.*RandomDamage|Chains|RuleTable|every_moment" KR0_MUTANTS=20000000 KR0_CHAINS=100000 KR0_SEQUENCES=10000000 KR0_MOMENTS=200; }
+roads() { of_random "TwoRoads.RandomDamage|TaggedReadingByNames" KR0_MUTANTS=10000000; }
 xml() {
   build_preset release -DKR0_BUILD_TESTS=ON &&
     env KR0_XML_CROWD=1000000 KR0_XML_LEVELS=1000000 KR0_XML_BYTES=$((1 << 30)) \
@@ -44,7 +47,7 @@ fuzzing() { scripts/fuzz.sh --all-for 7200; }
 
 # shellcheck disable=SC2086 # the lists are words
 install_packages $build_packages $test_packages
-[ $# -gt 0 ] || set -- threads reach compiler fuzzing reader growth machines lint xml random packages mutation
+[ $# -gt 0 ] || set -- threads reach compiler fuzzing reader growth machines lint xml random roads packages mutation
 for name in "$@"; do
   if ! declare -F "$name" >/dev/null; then
     echo "$0: no stage $name" >&2

@@ -17,6 +17,16 @@ Model readIntact(io::BinaryParser& parser, const Bytes& intact) {
   return parser.takeModel();
 }
 
+/// Transient properties that bytes hold are read and kept, and not written again.
+void forgetTransientValues(Model& model) {
+  std::vector<std::pair<Element, meta::Property>> held;
+  for (const Element element : model.elements())
+    for (const meta::Property property : element.getType()->getAllProperties())
+      if (property->isTransient() && element.isSet(property)) held.emplace_back(element, property);
+  for (const auto& [element, property] : held)
+    if (!element.isRemoved()) element.unset(property);
+}
+
 }  // namespace
 
 DamageCheck::DamageCheck(const meta::MetaRegistry& registry, Bytes intact)
@@ -30,7 +40,7 @@ void DamageCheck::examine(const Bytes& bytes) {
   ++census_[static_cast<std::size_t>(outcome.ending)];
   ++examined_;
   EXPECT_TRUE(isDocumentedForBytes(outcome.ending)) << outcome;
-  const Model model = parser_->getModelBuilder().takeModel();
+  Model model = parser_->getModelBuilder().takeModel();
   examineModel(model, outcome);
   if (outcome.ending == Ending::success && getCount(Ending::success) % 8 == 1) examineRoundTrip(model);
   if (examined_ % 64 == 0) examineParser();
@@ -57,7 +67,8 @@ void DamageCheck::examineModel(const Model& model, const Outcome& outcome) {
   }
 }
 
-void DamageCheck::examineRoundTrip(const Model& model) {
+void DamageCheck::examineRoundTrip(Model& model) {
+  forgetTransientValues(model);
   Bytes first;
   try {
     serializer_.serialize(model, io::SerializationOutput::toByteSequence(first));

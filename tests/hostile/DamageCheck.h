@@ -42,7 +42,7 @@ class DamageCheck {
  private:
   Outcome readMeasured(const Bytes& bytes);
   void examineModel(const Model& model, const Outcome& outcome);
-  void examineRoundTrip(const Model& model);
+  void examineRoundTrip(Model& model);
   void examineParser();
 
   Bytes intact_;
