@@ -32,7 +32,6 @@ OPTIONS = [
     "-DKR0_BUILD_PYTHON=ON",
     "-DKR0_BUILD_TOOL=ON",
     "-DKR0_BUILD_TESTS=OFF",
-    "-DKR0_BUILD_EXAMPLES=OFF",
     f"-DPython3_EXECUTABLE={sys.executable}",
     "-DKR0_PYTHON_DIR=.",
     "-DCMAKE_INSTALL_LIBDIR=kr0",

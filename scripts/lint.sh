@@ -14,7 +14,7 @@ cd "$root"
 install_packages $build_packages $lint_packages
 build="$root/build/lint"
 cmake --preset release -B "$build" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DCMAKE_CXX_COMPILER=clang++ \
-  -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DKR0_BUILD_TOOL=ON -DKR0_BUILD_TESTS=OFF -DKR0_BUILD_EXAMPLES=OFF >/dev/null
+  -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DKR0_BUILD_TOOL=ON -DKR0_BUILD_TESTS=OFF >/dev/null
 # Sources that the build compiles; those of another system are not among them.
 mapfile -t all < <(sed -nE 's/^ *"file": "(.*)",?$/\1/p' "$build/compile_commands.json" | sort -u | grep -v '/build/')
 extra=

@@ -51,6 +51,7 @@ class Listing {
 
   /// The next name, or null at the end.
   const char* next() noexcept {
+    // Of one stream, by one thread. NOLINTNEXTLINE(concurrency-mt-unsafe)
     while (const dirent* const entry = folder_ == nullptr ? nullptr : ::readdir(folder_))
       if (std::string_view(entry->d_name) != "." && std::string_view(entry->d_name) != "..")
         return entry->d_name;

@@ -68,7 +68,7 @@ class Kr0Conan(ConanFile):
         CMakeDeps(self).generate()
         PkgConfigDeps(self).generate()
         toolchain = CMakeToolchain(self)
-        for name in ("KR0_BUILD_TESTS", "KR0_BUILD_EXAMPLES", "KR0_BUILD_PYTHON"):
+        for name in ("KR0_BUILD_TESTS", "KR0_BUILD_PYTHON"):
             toolchain.cache_variables[name] = False
         for part, (switches, _, _) in PARTS.items():
             for switch in switches:

@@ -3,7 +3,8 @@
 #
 #   tests/pages/run.sh page PAGE BUILD_FOLDER       its programs and commands run and print what it says
 #   tests/pages/run.sh typed BUILD_FOLDER           so does what README.md shows of generated code
-#   tests/pages/run.sh example NAME BUILD_FOLDER    so do the commands in the README of examples/NAME, where it lies
+#   tests/pages/run.sh example NAME BUILD_FOLDER    so do the commands in the README of examples/NAME, beside its files;
+#                                                   its program, if it is one, is in the PATH
 #   tests/pages/run.sh demo TOOL                    the demo prints what README.md says
 #
 # Every block "```cpp" of a page is a program of its own, every block "```python" goes on from those before it, and every
@@ -90,7 +91,7 @@ check_example() {
   cp -r "$root/examples/$1/." "$work"
   mkdir "$work/bin"
   ln -s "$(python_of "$build")" "$work/bin/python3"
-  export PATH="$work/bin:$build/examples/$1:$PATH" PYTHONPATH="$build/python" PYTHONDONTWRITEBYTECODE=1
+  export PATH="$work/bin:$PATH" PYTHONPATH="$build/python" PYTHONDONTWRITEBYTECODE=1
   check_page "examples/$1/README.md" "$build"
 }
 

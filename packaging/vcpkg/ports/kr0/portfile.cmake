@@ -19,7 +19,6 @@ vcpkg_cmake_configure(
     ${FEATURE_OPTIONS}
     "-DPKG_CONFIG_EXECUTABLE=${PKGCONFIG}"
     -DKR0_BUILD_TESTS=OFF
-    -DKR0_BUILD_EXAMPLES=OFF
     -DKR0_BUILD_PYTHON=OFF)
 vcpkg_cmake_install()
 vcpkg_cmake_config_fixup(PACKAGE_NAME kr0 CONFIG_PATH lib/cmake/kr0)
