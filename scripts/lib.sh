@@ -17,6 +17,8 @@ ci_packages="clang ccache lintian doxygen default-jdk-headless libeclipse-emf-co
 coverage_packages="clang-19 llvm-19"
 abi_packages="abigail-tools binutils xz-utils"
 lint_packages="clang-tidy cppcheck"
+# What scripts/site.sh needs.
+site_packages="doxygen python3-sphinx python3-myst-parser python3-breathe furo"
 fuzz_packages="clang-19 libclang-rt-19-dev llvm-19 zstd"
 
 is_installed() { [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]; }
