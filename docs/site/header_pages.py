@@ -2,8 +2,8 @@
 
 header_pages.py ROOT XML OUT
 
-Two things are changed in the XML before: namespaces in which a header declares nothing itself would stand there empty, and members
-with a comment in common would be "Unnamed Group".
+What Breathe would not show well is changed in the XML before: namespaces in which a header declares nothing itself would stand
+there empty, members with a comment in common would be "Unnamed Group", and classes that are only declared are in no header.
 """
 
 import sys
@@ -60,6 +60,19 @@ def name_groups(xml: Path) -> None:
             document.write(file, encoding="utf-8", xml_declaration=True)
 
 
+def only_declared(xml: Path) -> dict[str, list[ElementTree.Element]]:
+    """References to classes of which a header has no more than the name, by header."""
+    found: dict[str, list[ElementTree.Element]] = {}
+    for file in [*xml.glob("class*.xml"), *xml.glob("struct*.xml")]:
+        compound = ElementTree.parse(file).find("compounddef")
+        assert compound is not None
+        if compound.find("location[@bodyend='-1']") is not None:
+            reference = ElementTree.Element("innerclass", refid=compound.attrib["id"], prot="public")
+            reference.text = compound.findtext("compoundname")
+            found.setdefault(compound.find("location").attrib["file"], []).append(reference)  # type: ignore[union-attr]
+    return found
+
+
 def summary(compound: ElementTree.Element) -> str:
     """The first sentence of what a header says of itself, or else of the first class in it."""
     for kind in ("briefdescription", "detaileddescription"):
@@ -82,7 +95,7 @@ def main() -> None:
     root, xml, out = (Path(name) for name in sys.argv[1:])
     check_libraries(root, xml)
     name_groups(xml)
-    declared = declared_by_namespace(xml)
+    declared, names_of_classes = declared_by_namespace(xml), only_declared(xml)
     out.mkdir(parents=True, exist_ok=True)
     summaries: dict[str, str] = {}
     for file in xml.glob("*_8h.xml"):
@@ -93,6 +106,7 @@ def main() -> None:
         for namespace in compound.findall("innernamespace"):
             if path not in declared[namespace.attrib["refid"]]:
                 compound.remove(namespace)
+        compound.extend(names_of_classes.get(path, []))
         document.write(file, encoding="utf-8", xml_declaration=True)
         if all(compound.find(kind) is None for kind in ("innernamespace", "innerclass", "sectiondef")):
             continue  # nothing that a program names

@@ -66,7 +66,7 @@ def check_verbs() -> int:
         page = text_of("reference/tool/" + "-".join(["kr0", *words]) + ".html")
         for option in re.findall(r"^\s+(?:-\w,)?(--[\w-]+)", said, re.MULTILINE):
             assert option in page, (words, option)
-        below = said.partition("Subcommands:\n")[2]
+        below = said.partition("Subcommands:\n")[2].partition("\n\n")[0]
         waiting += [[*words, name] for name in re.findall(r"^  (\w[\w-]*)", below, re.MULTILINE)]
         count += 1
     return count
