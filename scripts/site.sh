@@ -7,7 +7,8 @@
 #
 #   --external    follows links that lead out of the site, too
 #   BUILD_FOLDER  has the tool and the Python module; without it they are built, in build/release
-#   SITE_FOLDER   becomes the site, with SITE_FOLDER/index.html; build/site without it. What it is made from is beside it.
+#   SITE_FOLDER   becomes the site, where all went well; build/site without it. What it is made from is beside it, in
+#                 SITE_FOLDER.work
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
@@ -18,6 +19,10 @@ if [ "${1:-}" = --external ]; then
 fi
 build=${1:-$root/build/release}
 site=$(realpath -m "${2:-$root/build/site}")
+if [ -e "$site" ] && [ ! -e "$site/searchindex.js" ]; then
+  echo "$0: $site is there, and is no site" >&2
+  exit 1
+fi
 # shellcheck disable=SC2086 # the list is words
 install_packages $site_packages
 if [ $# -eq 0 ]; then
@@ -36,7 +41,7 @@ python=$(sed -n 's/^Python3_EXECUTABLE:[A-Z]*=//p' "$build/CMakeCache.txt")
 
 # The pages lie as in the tree, so that links between them are the same on a forge and here.
 work=$site.work
-rm -rf "$site" "$work"
+rm -rf "$work"
 mkdir -p "$work/source/reference"
 for entry in "$root"/*; do
   case ${entry##*/} in build* | dist) ;; *) ln -s "$entry" "$work/source/" ;; esac
@@ -56,6 +61,8 @@ ln -s "$root/docs/site/reference/python" "$work/source/reference/python"
 
 KR0_SITE_VERSION=$("$build/apps/kr0/kr0" --version | grep -oE '[0-9]+\.[0-9]+\.[0-9]+')
 export KR0_SITE_VERSION KR0_SITE_XML=$work/xml PYTHONPATH=$build/python PYTHONDONTWRITEBYTECODE=1
-"$python" -m sphinx -q -W --keep-going -n -j "$jobs" -c "$root/docs/site" -d "$work/doctrees" "$work/source" "$site"
-"$python" "$root/docs/site/check_links.py" "${external[@]}" "$site"
+"$python" -m sphinx -q -W --keep-going -n -j "$jobs" -c "$root/docs/site" -d "$work/doctrees" "$work/source" "$work/site"
+"$python" "$root/docs/site/check_links.py" "${external[@]}" "$work/site"
+rm -rf "$site"
+mv "$work/site" "$site"
 echo "see $site/index.html"

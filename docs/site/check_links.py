@@ -70,7 +70,7 @@ def main() -> None:
     site = options.site.resolve()
     pages = {file: Page(file) for file in sorted(site.rglob("*.html"))}
     wrong = check_inside(site, pages)
-    outside = sorted({link for page in pages.values() for link in page.links if urlsplit(link).netloc})
+    outside = sorted({link for page in pages.values() for link in page.links if urlsplit(link).scheme in ("http", "https")})
     if options.external:
         wrong += [said for link in outside if (said := check_outside(link))]
     else:

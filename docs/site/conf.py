@@ -27,6 +27,7 @@ exclude_patterns = ["README.md"]
 myst_heading_anchors = 4
 myst_enable_extensions = ["deflist"]
 highlight_language = "none"
+smartquotes = False  # "--" stays what is typed
 
 breathe_projects = {"kr0": os.environ["KR0_SITE_XML"]}
 breathe_default_project = "kr0"

@@ -96,9 +96,9 @@ class Corpus:
     def using(self, **settings: Any) -> Corpus:
         """The same corpus, with these settings in place of those that it has.
 
-        - scheduler: the address of a Dask scheduler ("tcp://10.0.0.1:8786"), or a distributed.Client;
-          None: worker processes on this machine, which each job starts and ends. Workers of a
-          cluster must see documents and meta models under the same paths.
+        - scheduler: the address of a Dask scheduler (``"tcp://10.0.0.1:8786"``), or a
+          distributed.Client; None: worker processes on this machine, which each job starts and
+          ends. Workers of a cluster must see documents and meta models under the same paths.
         - workers: how many processes on this machine; None: one for each processor.
         - memory_limit: what a document may take, "512 MB" say; None: as much as there is.
         - group_size: bytes that a worker gets at once, "64 MB" say; None: what suits a few workers.
