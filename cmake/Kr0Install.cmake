@@ -5,7 +5,7 @@
 #   development    what is needed to build programs: headers, the CMake package, pkg-config files
 #   tool, pages    the command line tool; its manual pages and completion scripts
 #   module, python the compiled part of the Python package; what is written in Python, and its command
-#   documentation  formats and guides
+#   documentation  formats, guides and the pages that they lead to
 include(CMakePackageConfigHelpers)
 
 option(KR0_INSTALL "Have the install target install this project" ${PROJECT_IS_TOP_LEVEL})
@@ -75,13 +75,15 @@ endif()
 
 # As in the source tree, so that the pages' links lead somewhere.
 set(KR0_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/kr0)
-foreach(page LICENSE README.md CHANGELOG.md)
+foreach(page LICENSE README.md CHANGELOG.md SECURITY.md)
   install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${KR0_DOC_DIR} COMPONENT documentation)
 endforeach()
-foreach(pages formats guide)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/${pages} DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation)
+foreach(pages formats guide benchmarks images)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/${pages} DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation OPTIONAL)
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/docs/architecture.md DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation)
+foreach(page architecture generated-code security)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/${page}.md DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation)
+endforeach()
 
 install(EXPORT kr0Targets NAMESPACE kr0:: DESTINATION ${KR0_PACKAGE_DIR} COMPONENT development)
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/kr0Config.cmake.in

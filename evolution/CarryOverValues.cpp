@@ -87,9 +87,10 @@ bool putRealNumber(double value, Element element, meta::Property property) {
   }
   // The negative zero is no integer: its sign would go.
   if (!(std::trunc(value) == value) || (value == 0 && std::signbit(value))) return false;
-  if (value >= -0x1p63 && value < 0x1p63)
+  constexpr double kBeyondSigned = 9223372036854775808.0, kBeyondUnsigned = 2 * kBeyondSigned;
+  if (value >= -kBeyondSigned && value < kBeyondSigned)
     return putSigned(static_cast<std::int64_t>(value), element, property);
-  if (value < 0x1p63 || value >= 0x1p64) return false;
+  if (value < kBeyondSigned || value >= kBeyondUnsigned) return false;
   return putBeyondSigned(static_cast<std::uint64_t>(value), element, property);
 }
 

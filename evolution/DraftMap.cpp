@@ -1,6 +1,7 @@
 #include "kr/zero/evolution/DraftMap.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <map>
 #include <numeric>
@@ -66,7 +67,7 @@ double similarity(std::string_view one, std::string_view other) {
   return isPart ? std::max(score, kSimilar) : score;
 }
 
-std::string percent(double share) { return std::to_string(static_cast<int>(share * 100 + 0.5)) + " %"; }
+std::string percent(double share) { return std::to_string(std::lround(share * 100)) + " %"; }
 
 /// Names of what a type is made of.
 std::vector<std::string_view> membersOf(Type type) {

@@ -18,6 +18,8 @@ coverage_packages="clang-19 llvm-19"
 abi_packages="abigail-tools binutils xz-utils"
 lint_packages="clang-tidy cppcheck"
 release_packages="mmdebstrap"
+# What scripts/site.sh needs.
+site_packages="doxygen python3-sphinx python3-myst-parser python3-breathe furo"
 fuzz_packages="clang-19 libclang-rt-19-dev llvm-19 zstd"
 
 # The version, which stands in CMakeLists.txt alone.

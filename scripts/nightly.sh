@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # What takes too long for every change: mutation of all code of the formats, a million documents for the second reader,
 # every kind of machine, two hours of fuzzing, ten minutes of threads under ThreadSanitizer, other compilers and what tests
-# reach, the analysers, Debian packages and the wheel, growth at full size, XML with attributes of 1 GB, several times as
+# reach, the analysers, Debian packages and the wheel, the site, growth at full size, XML with attributes of 1 GB, several times as
 # many random models, chains and moments, and ten times as many documents by two roads. Needs a night of two cores; .ci/run comes first, by itself.
 #
 #   scripts/nightly.sh [STAGE...]   only these: threads, reach, compiler, fuzzing, reader, growth, machines, lint, xml, random,
-#                                   roads, packages, mutation
+#                                   roads, packages, site, mutation
 #
 # Ends with "N passed, M failed".
 set -uo pipefail
@@ -41,13 +41,18 @@ xml() {
 packages() {
   # shellcheck disable=SC2086 # the list is words
   install_packages $python_packages && build_preset release -DKR0_BUILD_TESTS=ON -DKR0_BUILD_PYTHON=ON &&
-    ctest --test-dir build/release -L nightly --no-tests=error --output-on-failure
+    ctest --test-dir build/release -L nightly -LE site --no-tests=error --output-on-failure
+}
+site() {
+  # shellcheck disable=SC2086 # the lists are words
+  install_packages $python_packages $site_packages chromium && build_preset release -DKR0_BUILD_TESTS=ON -DKR0_BUILD_PYTHON=ON &&
+    ctest --test-dir build/release -L site --no-tests=error --output-on-failure
 }
 fuzzing() { scripts/fuzz.sh --all-for 7200; }
 
 # shellcheck disable=SC2086 # the lists are words
 install_packages $build_packages $test_packages
-[ $# -gt 0 ] || set -- threads reach compiler fuzzing reader growth machines lint xml random roads packages mutation
+[ $# -gt 0 ] || set -- threads reach compiler fuzzing reader growth machines lint xml random roads packages site mutation
 for name in "$@"; do
   if ! declare -F "$name" >/dev/null; then
     echo "$0: no stage $name" >&2

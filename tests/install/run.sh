@@ -28,6 +28,7 @@ install_and_move() {
 check_listing() {
   local found page
   check_shell_helpers
+  check_page_links
   found=$(ls prefix/include)
   [ "$found" = kr0 ] || fail "include/ holds: $found"
   for page in kr0.h kr/zero/Model.h kr/zero/io/BinaryParser.h kr/zero/ecore/Ecore.h kr/zero/archive/Archive.h foundation/core/except.h; do
@@ -36,6 +37,15 @@ check_listing() {
   for page in LICENSE README.md CHANGELOG.md docs/formats/direct.md docs/formats/tagged.md docs/formats/archive.md docs/guide/first-model.md; do
     cmp -s "$root/$page" "prefix/share/doc/kr0/$page" || fail "share/doc/kr0/$page is not the project's"
   done
+}
+
+# Links of the installed pages lead to what is installed.
+check_page_links() {
+  local page link
+  while IFS=: read -r page link; do
+    link=${link#](} link=${link%[#)]*}
+    [ -e "$(dirname "$page")/$link" ] || fail "$page has a link to $link, which is not installed"
+  done < <(grep -roE --include='*.md' '\]\([A-Za-z0-9_./-]+[#)]' prefix/share/doc/kr0)
 }
 
 # Manual pages of all verbs, and completion scripts where shells look for them.

@@ -2,16 +2,18 @@
 # Holds the pages of the project to what they show:
 #
 #   tests/pages/run.sh page PAGE BUILD_FOLDER       its programs and commands run and print what it says
-#   tests/pages/run.sh typed BUILD_FOLDER           so does what README.md shows of generated code
 #   tests/pages/run.sh example NAME BUILD_FOLDER    so do the commands in the README of examples/NAME, beside its files;
 #                                                   its program, if it is one, is in the PATH
-#   tests/pages/run.sh demo TOOL                    the demo prints what README.md says
+#   tests/pages/run.sh demo TOOL                    the demo prints what docs/guide/verbs.md says
 #
 # Every block "```cpp" of a page is a program of its own, every block "```python" goes on from those before it, and every
 # block "```sh" are commands of bash, which ends at the first that fails. Blocks of Python run where the Python package is
 # built. Where the next block is "```text", that is what they print, on either stream; "..." stands for
-# anything within a line. Blocks run in one folder, one behind the other, with the example model in it and the tool in
-# the PATH. A block with a name behind its language ("```xml shelf.ecore") is a file, which lies there from the beginning.
+# anything within a line. Blocks run in one folder, one behind the other, with the tool in the PATH. In the folder lie the
+# example model, what is in the folder here of the page's name, and blocks with a name behind their language
+# ("```xml shelf.ecore"). What blocks generate into a folder "generated" is compiled with the programs behind them.
+#
+# Blocks that nothing runs are in not_run.txt, each with its reason; not_run.py holds that.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 most_readme_lines=20
@@ -39,7 +41,11 @@ rooms=(archive study inspect compare evolution interop/ecore interop/json intero
 
 # compile <program> <build folder>
 compile() {
-  local build=$2 room name flags=()
+  local build=$2 room name flags=() generated=()
+  if [ -d generated ]; then
+    flags+=(-Igenerated)
+    generated=(generated/*.cpp)
+  fi
   for room in "${rooms[@]}"; do
     name=$(basename "$room")
     case $room in
@@ -48,7 +54,7 @@ compile() {
     esac
     [ -e "$build/$room/libkr0_$name.so" ] && flags+=("-L$build/$room" "-Wl,-rpath,$build/$room" "-lkr0_$name")
   done
-  "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror "$1" -o "${1%.cpp}" -pthread -Wl,--as-needed "${flags[@]}"
+  "${CXX:-g++}" -std=c++20 -O0 -Wall -Wextra -Werror "$1" "${generated[@]}" -o "${1%.cpp}" -pthread -Wl,--as-needed "${flags[@]}"
 }
 
 # python_of <build folder>: the Python that the package was built for, or any.
@@ -98,6 +104,8 @@ check_example() {
 check_page() {
   local page=$1 build=$2 block name
   cp "$root"/examples/library/library.{ecore,xmi} "$work"
+  name=$(basename "$page" .md)
+  if [ -d "$root/tests/pages/$name" ]; then cp "$root/tests/pages/$name"/* "$work"; fi
   split_page "$root/$page"
   cd "$work"
   find . -name '[0-9][0-9].cpp' -o -name '[0-9][0-9].python' -o -name '[0-9][0-9].sh' | sort > blocks
@@ -129,32 +137,15 @@ check_page() {
   done 5< blocks
 }
 
-# What README.md shows of generated code, in a program around it.
-check_typed() {
-  local build=$1
-  split_page "$root/README.md"
-  "$build/apps/kr0/kr0" generate cpp "$root/examples/library/library.ecore" -o "$work/generated"
-  {
-    printf '#include <iostream>\n#include "generated/library.kr0.h"\n#include "generated/meta_models.kr0.cpp"\n'
-    printf 'int main() {\nauto& registry = kr::zero::meta::MetaRegistry::instance();\n'
-    printf 'models::library::registerIn(registry);\nkr::zero::Model model(registry);\n'
-    cat "$work/typed.inc"
-    echo '}'
-  } > "$work/typed.cpp"
-  compile "$work/typed.cpp" "$build"
-  [ "$("$work/typed")" = "Moby Dick" ]
-}
-
 check_demo() {
   "$root/scripts/demo.sh" "$1" > "$work/printed"
   diff <(awk '$0 == "```" { inside = 0 } before == "```text" && /^\$ kr0 / { inside = 1 } inside { print } { before = $0 }' \
-    "$root/README.md") "$work/printed"
+    "$root/docs/guide/verbs.md") "$work/printed"
 }
 
 case $1 in
   page) check_page "$2" "$(cd "$3" && pwd)" ;;
   example) check_example "$2" "$(cd "$3" && pwd)" ;;
-  typed) check_typed "$(cd "$2" && pwd)" ;;
   demo) check_demo "$2" ;;
   *) exit 2 ;;
 esac

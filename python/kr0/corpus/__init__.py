@@ -1,4 +1,4 @@
-"""Many documents at once: a corpus is a set of them, and a job does the same with each.
+"""Many documents at once: a corpus is a set of them, and a job does the same with each::
 
     import kr0.corpus
 

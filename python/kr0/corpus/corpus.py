@@ -42,10 +42,10 @@ def open(
 ) -> Corpus:
     """Opens the corpus of the documents that patterns match; nothing of the documents is read yet.
 
-    patterns: one or several; ``**`` stands for folders inside each other. Paths of documents may be
-    among them.
-    meta: the .ecore files that the documents are read with; archives need none.
-    scheduler, workers, memory_limit, progress: as Corpus.using() tells.
+    - patterns: one or several; ``**`` stands for folders inside each other. Paths of documents may
+      be among them.
+    - meta: the .ecore files that the documents are read with; archives need none.
+    - scheduler, workers, memory_limit, progress: as Corpus.using() tells.
 
     Raises CorpusError where a pattern matches nothing or a meta model cannot be loaded.
     """
@@ -81,11 +81,11 @@ class Corpus:
     documents: tuple[Document, ...]
     folder: str  #: that the names of the documents begin in
     meta: tuple[str, ...] = ()  #: absolute paths of .ecore files
-    scheduler: Scheduler = None
-    workers: int | None = None
+    scheduler: Scheduler = None  #: as using() tells, and so are the next ones
+    workers: int | None = None  #: how many processes on this machine
     memory_limit: int | None = None  #: in bytes
     group_size: int | None = None  #: in bytes
-    progress: bool | None = None
+    progress: bool | None = None  #: whether a bar is shown
 
     def __len__(self) -> int:
         return len(self.documents)
@@ -96,14 +96,14 @@ class Corpus:
     def using(self, **settings: Any) -> Corpus:
         """The same corpus, with these settings in place of those that it has.
 
-        scheduler: the address of a Dask scheduler ("tcp://10.0.0.1:8786"), or a distributed.Client;
-            None: worker processes on this machine, which each job starts and ends. Workers of a
-            cluster must see documents and meta models under the same paths.
-        workers: how many processes on this machine; None: one for each processor.
-        memory_limit: what a document may take, "512 MB" say; None: as much as there is.
-        group_size: bytes that a worker gets at once, "64 MB" say; None: what suits a few workers.
-            A hundred of them and more ask a scheduler for less when groups are larger.
-        progress: whether a bar is shown on standard error; None: where that is a terminal.
+        - scheduler: the address of a Dask scheduler (``"tcp://10.0.0.1:8786"``), or a
+          distributed.Client; None: worker processes on this machine, which each job starts and
+          ends. Workers of a cluster must see documents and meta models under the same paths.
+        - workers: how many processes on this machine; None: one for each processor.
+        - memory_limit: what a document may take, "512 MB" say; None: as much as there is.
+        - group_size: bytes that a worker gets at once, "64 MB" say; None: what suits a few workers.
+          A hundred of them and more ask a scheduler for less when groups are larger.
+        - progress: whether a bar is shown on standard error; None: where that is a terminal.
 
         Raises ValueError for what is no number of workers or no size.
         """

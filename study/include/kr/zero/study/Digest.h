@@ -31,7 +31,7 @@ struct KR0_STUDY_API Digest {
 /// the same one, for not all formats tell these apart.
 ///
 /// Time grows with the size of the model; memory with the number of its elements and the depth.
-/// @throws std::bad_alloc.
+/// @throws std::bad_alloc
 KR0_STUDY_API Digest digestOf(const Model& model);
 
 }  // namespace kr::zero::study
