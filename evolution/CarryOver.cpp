@@ -48,7 +48,6 @@ class Carrier {
     for (Placed& placed : places_.placed()) fill(placed);
     CarryOverReport report = makeReport();
     if (!report.isLossless() && !options_.allowLoss) throw CarryOverRefused(std::move(report));
-    // cppcheck-suppress accessMoved ; moved above only where that throws
     return {std::move(model_), std::move(report)};
   }
 
