@@ -49,6 +49,7 @@ std::vector<Job> planIntoFolder(const std::vector<std::string>& paths, const Con
   const std::optional<Format> wanted = formatNamed(options.to);
   if (!wanted) throw WrongCall("a folder tells no format: say with --to what the documents become");
   std::vector<Job> jobs;
+  jobs.reserve(paths.size());
   for (const std::string& path : paths) jobs.push_back({placeIn(options.output, path, options), *wanted});
   refuseClashes(paths, jobs);
   return jobs;

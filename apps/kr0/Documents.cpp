@@ -44,6 +44,7 @@ class MappedPackages final : public io::ParseCustomizer {
       : ParseCustomizer(registry), uriMap_(uriMap) {}
   bool setPackageUris(const std::vector<ustring>& uris) override {
     std::vector<ustring> meant;
+    meant.reserve(uris.size());
     for (const ustring& uri : uris) meant.push_back(toUstring(uriMap_.map(toUtf8(uri))));
     return ParseCustomizer::setPackageUris(meant);
   }
@@ -157,7 +158,7 @@ bool isOneOf(const std::string& text, const std::vector<std::string>& texts) {
   return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
-const std::string kEcoreUri = "http://www.eclipse.org/emf/2002/Ecore";
+constexpr std::string_view kEcoreUri = "http://www.eclipse.org/emf/2002/Ecore";
 
 // That of these folders, which are looked at once however many documents ask.
 MetaPath& metaPathOf(const ReadOptions& options) {

@@ -24,6 +24,7 @@ std::string xmiVersion(std::string_view text) {
 
 std::vector<PackageFacts> packagesNamed(const std::vector<std::string>& uris) {
   std::vector<PackageFacts> packages;
+  packages.reserve(uris.size());
   for (const std::string& uri : uris) packages.push_back({uri});
   return packages;
 }

@@ -80,6 +80,7 @@ void printCommands(const GitSetupOptions& options, const std::vector<Setting>& w
 
 void callGit(const std::vector<std::string>& arguments) {
   std::vector<char*> words;
+  words.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
   words.push_back(nullptr);
   pid_t child = 0;

@@ -15,6 +15,8 @@ namespace {
 
 const auto kBeginning = std::chrono::steady_clock::now();
 
+// Nothing changes the environment while the tool runs.
+// NOLINTBEGIN(concurrency-mt-unsafe)
 bool isSet(const char* variable) {
   const char* value = std::getenv(variable);
   return value != nullptr && *value != '\0';
@@ -24,6 +26,7 @@ bool isTerminalWithColor() {
   const char* terminal = std::getenv("TERM");
   return ::isatty(STDOUT_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
+// NOLINTEND(concurrency-mt-unsafe)
 
 }  // namespace
 
@@ -41,7 +44,7 @@ void sayStep(std::string_view what) {
   if (!manner().isTalkative) return;
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - kBeginning;
   char seconds[32];
-  std::snprintf(seconds, sizeof seconds, "%.3f s: ", passed.count());
+  (void)std::snprintf(seconds, sizeof seconds, "%.3f s: ", passed.count());
   std::cerr << "kr0: " + std::string(seconds) + asOneLine(what) + '\n';
 }
 

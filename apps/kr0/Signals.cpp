@@ -14,8 +14,8 @@ std::atomic<int> waiting{0};  // a signal that came meanwhile
 
 void end(int number) {
   io::removeUnfinishedFiles();
-  std::signal(number, SIG_DFL);
-  std::raise(number);  // so that whoever called sees what ended it
+  (void)std::signal(number, SIG_DFL);
+  (void)std::raise(number);  // so that whoever called sees what ended it
 }
 
 extern "C" void handleEnd(int number) {
@@ -27,7 +27,7 @@ extern "C" void handleEnd(int number) {
 
 void leaveNothingHalfWritten() {
   for (const int number : {SIGINT, SIGTERM, SIGHUP})
-    if (std::signal(number, handleEnd) == SIG_IGN) std::signal(number, SIG_IGN);
+    if (std::signal(number, handleEnd) == SIG_IGN) (void)std::signal(number, SIG_IGN);
 }
 
 PatientEnd::PatientEnd() { ++patient; }

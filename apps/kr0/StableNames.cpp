@@ -23,7 +23,7 @@ std::uint64_t figureOf(std::string_view text, std::uint64_t figure = 0xCBF29CE48
 
 std::string shown(std::uint64_t figure) {
   std::array<char, 16> digits;
-  std::snprintf(digits.data(), digits.size(), "~%08x", static_cast<unsigned>(figure ^ (figure >> 32)));
+  (void)std::snprintf(digits.data(), digits.size(), "~%08x", static_cast<unsigned>(figure ^ (figure >> 32)));
   return digits.data();
 }
 

@@ -114,8 +114,8 @@ class Table {
   std::string share(std::int64_t bytes) const {
     if (total_ == 0) return "-";
     char text[32];
-    std::snprintf(text, sizeof text, "%.1f %%",
-                  100 * static_cast<double>(bytes) / static_cast<double>(total_));
+    (void)std::snprintf(text, sizeof text, "%.1f %%",
+                        100 * static_cast<double>(bytes) / static_cast<double>(total_));
     return text;
   }
   std::uint64_t total_;

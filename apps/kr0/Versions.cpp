@@ -42,6 +42,7 @@ Model readByOther(const Document& document, const Versions& versions, const Read
 Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& options) {
   ProgressBar progress;
   std::vector<Document> documents;
+  documents.reserve(paths.size());
   for (const std::string& path : paths)
     documents.push_back(readDocument(path, formatNamed(options.from), progress, options.limit));
   const std::size_t leader = leaderOf(documents, options);

@@ -67,8 +67,8 @@ int runInMemory(int count, char** arguments) {
 
 int main(int count, char** arguments) {
   // A reader that is gone and a limit on file sizes are errors of the write that meets them.
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
+  (void)std::signal(SIGPIPE, SIG_IGN);
+  (void)std::signal(SIGXFSZ, SIG_IGN);
   kr::zero::tool::leaveNothingHalfWritten();
   kr::zero::tool::holdStandardStreams();
   return kr::zero::tool::runInMemory(count, arguments);
