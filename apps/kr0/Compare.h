@@ -44,13 +44,17 @@ void setUpGit(const GitSetupOptions& options);
 struct Versions {
   MetaModels metaModels;
   std::vector<Model> models;
-  std::vector<Document> documents;  ///< without their bytes
+  std::vector<Document> documents;  ///< without their bytes, unless these were wanted
 };
+
+/// Whether documents keep their bytes when their models are made.
+enum class Bytes { drop, keep };
 
 /// Reads documents by the meta models that the options name, else by those that the first archive among them
 /// brings. An empty file is a document without elements.
 /// @throws Error, also where a document does not fit the meta models of the other.
-Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& options);
+Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& options,
+                      Bytes bytes = Bytes::drop);
 
 /// What is known beyond the models: which attributes are ids.
 compare::CompareOptions compareOptions(const MetaModels& metaModels);
