@@ -11,6 +11,7 @@
 #include "Compare.h"
 #include "Errors.h"
 #include "Files.h"
+#include "Html.h"
 #include "ReportDocument.h"
 #include "ReportPage.h"
 #include "ReportTables.h"

@@ -4,7 +4,7 @@
 #include <array>
 #include <initializer_list>
 
-#include "Visible.h"
+#include "Html.h"
 
 namespace kr::zero::tool {
 
@@ -85,34 +85,6 @@ void addDifferences(const compare::ModelDiff& diff, std::string& html) {
 }
 
 }  // namespace
-
-std::string asHtml(std::string_view text) {
-  std::string visible;
-  appendVisible(visible, text);
-  std::string html;
-  for (const char c : visible) {
-    switch (c) {
-      case '&':
-        html += "&amp;";
-        break;
-      case '<':
-        html += "&lt;";
-        break;
-      case '>':
-        html += "&gt;";
-        break;
-      case '"':
-        html += "&quot;";
-        break;
-      case '\'':
-        html += "&#39;";
-        break;
-      default:
-        html += c;
-    }
-  }
-  return html;
-}
 
 std::string reportTables(const ReportSchema& schema, const std::deque<ReportDocument>& documents,
                          const compare::ModelDiff* diff) {

@@ -4,16 +4,11 @@
 
 #include <deque>
 #include <string>
-#include <string_view>
 
 #include "ReportDocument.h"
 #include "kr/zero/compare/ModelDiff.h"
 
 namespace kr::zero::tool {
-
-/// A text as HTML shows it: no character of it is markup, and what would turn the direction of writing is
-/// shown as an escape.
-std::string asHtml(std::string_view text);
 
 /// Tables of documents, and of their differences where there are any to tell (null: none were looked for).
 std::string reportTables(const ReportSchema& schema, const std::deque<ReportDocument>& documents,
