@@ -36,7 +36,7 @@ class Diagram {
         "digraph {\n"
         "  graph [rankdir=TB, nodesep=0.5, ranksep=0.7, fontname=\"Helvetica\", fontsize=11]\n"
         "  node [shape=plain, fontname=\"Helvetica\", fontsize=10]\n"
-        "  edge [fontname=\"Helvetica\", fontsize=9]\n";
+        "  edge [fontname=\"Helvetica\", fontsize=9, labeldistance=1.7]\n";
     for (std::size_t i = 0; i < packages_.size(); ++i) {
       text_ += "  subgraph cluster_" + std::to_string(i) + " {\n    label=<" +
                asHtml(packages_[i].qualifiedName) + ">\n";
@@ -99,8 +99,11 @@ class Diagram {
     return property->isStatic() ? "<U>" + row + "</U>" : row;
   }
 
+  /// The way back from a part to its container is derived too, which its line says better.
   static std::string nameOf(meta::Property property) {
-    return (property->isDerived() ? "/" : "") + asHtml(property->name());
+    const meta::Property opposite = property->getOpposite();
+    const bool isMarked = property->isDerived() && !(opposite && opposite->isComposite());
+    return (isMarked ? "/" : "") + asHtml(property->name());
   }
 
   // --- Lines
