@@ -16,6 +16,14 @@ std::string multiplicityOf(meta::Property property) {
   return lower == upper ? upper : lower + ".." + upper;
 }
 
+/// A text within a label. Graphviz fills something in for a backslash and a letter, and knows no escape of
+/// that here: a character without width (U+2060) keeps them apart.
+std::string inLabel(std::string_view text) {
+  std::string label;
+  for (const char c : asHtml(text)) label += c == '\\' ? std::string("\\&#8288;") : std::string(1, c);
+  return label;
+}
+
 /// One of a pair of opposites is drawn for both: the container's end where there is one.
 bool standsForBoth(meta::Property property) {
   const meta::Property opposite = property->getOpposite();
@@ -33,13 +41,13 @@ class Diagram {
 
   std::string write() {
     text_ =
-        "digraph {\n"
+        "digraph classes {\n"
         "  graph [rankdir=TB, nodesep=0.5, ranksep=0.7, fontname=\"Helvetica\", fontsize=11]\n"
         "  node [shape=plain, fontname=\"Helvetica\", fontsize=10]\n"
         "  edge [fontname=\"Helvetica\", fontsize=9, labeldistance=1.7]\n";
     for (std::size_t i = 0; i < packages_.size(); ++i) {
       text_ += "  subgraph cluster_" + std::to_string(i) + " {\n    label=<" +
-               asHtml(packages_[i].qualifiedName) + ">\n";
+               inLabel(packages_[i].qualifiedName) + ">\n";
       for (const meta::Type type : packages_[i].types)
         if (isDrawn(type)) box(type);
       text_ += "  }\n";
@@ -71,11 +79,11 @@ class Diagram {
 
   std::string headOf(meta::Type type) const {
     const meta::Class asClass(type);
-    const std::string name = "<B>" + asHtml(type->name()) + "</B>";
+    const std::string name = "<B>" + inLabel(type->name()) + "</B>";
     if (!asClass) return (meta::Enum(type) ? "«enumeration»<BR/>" : "«datatype»<BR/>") + name;
     std::string head = asClass->isAbstract() ? "<I>" + name + "</I>" : name;
     for (const meta::Class supertype : asClass->getSupertypes())
-      if (!isDrawn(supertype)) head += "<BR/>is a " + asHtml(supertype->qualifiedName());
+      if (!isDrawn(supertype)) head += "<BR/>is a " + inLabel(supertype->qualifiedName());
     return head;
   }
 
@@ -83,7 +91,8 @@ class Diagram {
     constexpr const char* kEnd = "<BR ALIGN=\"LEFT\"/>";
     std::string rows;
     if (const meta::Enum enumeration(type); enumeration)
-      for (const meta::EnumLiteral& literal : enumeration->getLiterals()) rows += asHtml(literal.name) + kEnd;
+      for (const meta::EnumLiteral& literal : enumeration->getLiterals())
+        rows += inLabel(literal.name) + kEnd;
     if (const meta::StructuredType structured(type); structured)
       for (const meta::Property property : structured->getOwnedAttributes())
         if (!isLine(property)) rows += rowOf(property) + kEnd;
@@ -93,7 +102,7 @@ class Diagram {
   std::string rowOf(meta::Property property) const {
     const meta::Type type = property->getType();
     const bool isElsewhere = meta::Class(type) && !isDrawn(type);
-    std::string row = nameOf(property) + ": " + asHtml(isElsewhere ? type->qualifiedName() : type->name());
+    std::string row = nameOf(property) + ": " + inLabel(isElsewhere ? type->qualifiedName() : type->name());
     const std::string multiplicity = multiplicityOf(property);
     if (multiplicity != "1") row += " [" + multiplicity + "]";
     return property->isStatic() ? "<U>" + row + "</U>" : row;
@@ -103,7 +112,7 @@ class Diagram {
   static std::string nameOf(meta::Property property) {
     const meta::Property opposite = property->getOpposite();
     const bool isMarked = property->isDerived() && !(opposite && opposite->isComposite());
-    return (isMarked ? "/" : "") + asHtml(property->name());
+    return (isMarked ? "/" : "") + inLabel(property->name());
   }
 
   // --- Lines
