@@ -360,7 +360,7 @@ export function large(count = 100_000) {
       title: `Book ${i} about ${["whales", "ice", "rabbits", "finches"][i % 4]}`,
       isbn: `978-${i}`,
       genre: "novel",
-      keywords: Array.from({ length: 80 }, (_, k) => `word ${(i * 7 + k * 13) % 5000}`),
+      keywords: Array.from({ length: 80 }, (_, k) => `word ${(i * 80 + k) % 300_000}`),
       authors: [author],
       chapters,
     });

@@ -149,7 +149,7 @@ class DiagramView {
     this.#drawing = drawDiagram(placed);
     this.#port.replaceChildren(this.#drawing);
     this.#status.replaceChildren(`${counted(diagram.boxes.length, "box", "boxes")}, ${counted(diagram.lines.length, "line")}`);
-    this.#fit();
+    this.#fit(zooms.readable);
     this.#highlight();
   }
 
@@ -167,10 +167,10 @@ class DiagramView {
     this.#size.textContent = `${Math.round(bounded * 100)} %`;
   }
 
-  #fit(): void {
+  #fit(least = zooms.least): void {
     if (!this.#placed) return;
     const { clientWidth, clientHeight } = this.#port;
-    this.#scale(Math.max(zooms.readable, Math.min(1, clientWidth / this.#placed.width, clientHeight / this.#placed.height)));
+    this.#scale(Math.max(least, Math.min(1, clientWidth / this.#placed.width, clientHeight / this.#placed.height)));
     this.#port.scrollTo({ left: 0, top: 0, behavior: "instant" });
   }
 

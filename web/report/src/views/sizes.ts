@@ -67,7 +67,7 @@ function drawProperty(box: Box, type: string, total: number, rank: number): SVGE
 function label(text: string, x: number, y: number, width: number, needed: number, height: number, style: string): SVGElement[] {
   const letters = Math.floor(width / (style === "name" ? 8 : 7.2));
   const words = visible(text);
-  if (height < needed || letters < Math.min(4, words.length)) return [];
+  if (height < needed || letters < (style === "size" ? words.length : Math.min(4, words.length))) return [];
   return [svg("text", { x, y, class: style, "aria-hidden": "true" }, words.length > letters ? cut(words, letters - 1) + "\u2026" : words)];
 }
 
