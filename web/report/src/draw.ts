@@ -1,7 +1,7 @@
 // Draws a class diagram that has its places.
 import { svg } from "./dom";
 import { toClass } from "./route";
-import { labelHeight, lineHeight, padding, titleLines, type Placed, type PlacedBox, type PlacedLine } from "./layout";
+import { lineHeight, padding, titleLines, type Placed, type PlacedBox, type PlacedLine } from "./layout";
 
 // Shapes at the ends of lines, each with its tip at the origin and the line coming from the left.
 const shapes: Record<string, string> = {
@@ -27,7 +27,7 @@ function drawLine(line: PlacedLine): SVGElement {
     line.kind === "inheritance" && tip("triangle", line, true),
     line.kind === "composition" && tip("diamond", line, true),
     line.toEnd?.arrow && tip("arrow", line, false),
-    line.labels.map((label) => svg("text", { class: "end", x: label.x + 3, y: label.y + labelHeight - 4 }, label.text)),
+    line.labels.map((label) => svg("text", { class: "end", x: label.x, y: label.y - 4, "text-anchor": "middle" }, label.text)),
   );
 }
 

@@ -1,5 +1,5 @@
 // Places the boxes and lines of a class diagram.
-import type { ELK, ElkNode, ElkExtendedEdge } from "elkjs/lib/elk-api";
+import type { ELK, ElkExtendedEdge, ElkLabel, ElkNode, ElkPort } from "elkjs/lib/elk-api";
 import type { Box, Diagram, End, Line } from "./uml";
 
 export interface Point {
@@ -14,6 +14,7 @@ export interface PlacedBox extends Box {
   height: number;
 }
 
+// The point is the middle of its lower edge.
 export interface PlacedLabel extends Point {
   text: string;
 }
@@ -60,13 +61,24 @@ const options = {
   "elk.spacing.edgeEdge": "12",
   "elk.layered.spacing.edgeNodeBetweenLayers": "16",
   "elk.layered.spacing.edgeEdgeBetweenLayers": "12",
-  "elk.spacing.edgeLabel": "3",
   "elk.layered.nodePlacement.strategy": "BRANDES_KOEPF",
   "elk.layered.nodePlacement.bk.fixedAlignment": "BALANCED",
   "elk.separateConnectedComponents": "true",
   "elk.aspectRatio": "1.5",
   "elk.padding": "[top=16,left=16,bottom=16,right=16]",
 };
+
+const boxOptions = {
+  "elk.nodeSize.constraints": "[PORTS, PORT_LABELS, MINIMUM_SIZE]",
+  "elk.portConstraints": "FREE",
+  "elk.portLabels.placement": "[OUTSIDE, NEXT_TO_PORT_IF_POSSIBLE]",
+  "elk.spacing.portPort": "14",
+  "elk.spacing.labelPortHorizontal": "4",
+  "elk.spacing.labelPortVertical": "1",
+};
+
+// What should rather point downwards where not all lines can.
+const priorities = { inheritance: "10", composition: "5", association: "0" };
 
 let engine: Promise<ELK> | null = null;
 
@@ -75,20 +87,42 @@ function layoutEngine(): Promise<ELK> {
   return (engine ??= import("elkjs/lib/elk.bundled.js").then((module) => new module.default()));
 }
 
+// Lines end in ports that carry their words, so that each has the room that these need; lines to subtypes share one.
+interface Port {
+  id: string;
+  text: string;
+}
+
+function portOf(line: Line, atStart: boolean): Port {
+  if (line.kind === "inheritance") return atStart ? { id: `${line.from}/subtypes`, text: "" } : { id: `${line.id}/to`, text: "" };
+  const end = atStart ? line.fromEnd : line.toEnd;
+  return { id: `${line.id}/${atStart ? "from" : "to"}`, text: end ? endText(end) : "" };
+}
+
+function portsByBox(lines: Line[]): Map<string, Map<string, Port>> {
+  const boxes = new Map<string, Map<string, Port>>();
+  const add = (box: string, port: Port) => {
+    if (!boxes.has(box)) boxes.set(box, new Map());
+    boxes.get(box)!.set(port.id, port);
+  };
+  for (const line of lines) {
+    add(line.from, portOf(line, true));
+    add(line.to, portOf(line, false));
+  }
+  return boxes;
+}
+
 function toElk(diagram: Diagram, measure: Measure): ElkNode {
-  const label = (end: End | null, placement: "HEAD" | "TAIL") =>
-    end ? [{ text: endText(end), width: measure(endText(end), false) + 6, height: labelHeight, layoutOptions: { "elk.edgeLabels.placement": placement } }] : [];
+  const ports = portsByBox(diagram.lines);
+  const elkPort = ({ id, text }: Port) => ({ id, width: 0, height: 0, labels: text ? [{ text, width: measure(text, false) + 14, height: labelHeight }] : [] });
   return {
     id: "root",
     layoutOptions: options,
-    children: diagram.boxes.map((box) => ({ id: box.id, ...sizeOf(box, measure) })),
-    edges: diagram.lines.map((line) => ({
-      id: line.id,
-      sources: [line.from],
-      targets: [line.to],
-      labels: [...label(line.fromEnd, "TAIL"), ...label(line.toEnd, "HEAD")],
-      layoutOptions: { "elk.layered.priority.direction": line.kind === "inheritance" ? "10" : line.kind === "composition" ? "5" : "0" },
-    })),
+    children: diagram.boxes.map((box) => {
+      const { width, height } = sizeOf(box, measure);
+      return { id: box.id, width, height, ports: [...(ports.get(box.id)?.values() ?? [])].map(elkPort), layoutOptions: { ...boxOptions, "elk.nodeSize.minimum": `(${width},${height})` } };
+    }),
+    edges: diagram.lines.map((line) => ({ id: line.id, sources: [portOf(line, true).id], targets: [portOf(line, false).id], layoutOptions: { "elk.layered.priority.direction": priorities[line.kind] } })),
   };
 }
 
@@ -100,6 +134,8 @@ export async function layout(diagram: Diagram, measure: Measure): Promise<Placed
   const placed = await (await layoutEngine()).layout(toElk(diagram, measure));
   const nodes = new Map((placed.children ?? []).map((each) => [each.id, each]));
   const edges = new Map(((placed.edges ?? []) as ElkExtendedEdge[]).map((each) => [each.id, each]));
+  const words = new Map((placed.children ?? []).flatMap(portLabels));
+  const labelsOf = (line: Line) => [true, false].flatMap((atStart) => words.get(portOf(line, atStart).id) ?? []);
   return {
     width: Math.ceil(placed.width ?? 0),
     height: Math.ceil(placed.height ?? 0),
@@ -107,9 +143,12 @@ export async function layout(diagram: Diagram, measure: Measure): Promise<Placed
       const { x = 0, y = 0, width = 0, height = 0 } = nodes.get(box.id)!;
       return { ...box, x, y, width, height };
     }),
-    lines: diagram.lines.map((line) => {
-      const edge = edges.get(line.id)!;
-      return { ...line, points: pointsOf(edge), labels: (edge.labels ?? []).map((each) => ({ text: each.text ?? "", x: each.x ?? 0, y: each.y ?? 0 })) };
-    }),
+    lines: diagram.lines.map((line) => ({ ...line, points: pointsOf(edges.get(line.id)!), labels: labelsOf(line) })),
   };
+}
+
+// A label stands relative to its port, and that to its box.
+function portLabels(node: ElkNode): [string, PlacedLabel[]][] {
+  const place = (port: ElkPort, label: ElkLabel) => ({ text: label.text ?? "", x: (node.x ?? 0) + (port.x ?? 0) + (label.x ?? 0) + (label.width ?? 0) / 2, y: (node.y ?? 0) + (port.y ?? 0) + (label.y ?? 0) + labelHeight });
+  return (node.ports ?? []).map((port) => [port.id, (port.labels ?? []).map((label) => place(port, label))]);
 }

@@ -44,7 +44,7 @@ class Frame {
     const skip = el("a", { href: "#main", class: "skip", click: (event: Event) => this.#skip(event) }, "Skip to the content");
     const names = this.#store.documents.flatMap((each, i) => [i > 0 ? " \u2192 " : "", el("bdi", {}, each.data.name)]);
     const header = el("header", {}, el("div", { class: "names" }, names), this.#navigation(), this.#searchForm());
-    document.body.replaceChildren(skip, header, this.#main);
+    document.body.prepend(skip, header, this.#main);
     addEventListener("hashchange", () => this.show(true));
     this.show(false);
   }
@@ -106,13 +106,16 @@ class Frame {
 }
 
 async function start(): Promise<void> {
-  const static_ = document.getElementById("static");
+  const tables = document.getElementById("static");
   const status = el("p", { role: "status" }, "Reading\u2026");
-  static_?.before(status);
+  tables?.before(status);
   try {
     const data = (await takeJson("kr0-data")) as ReportData;
     if (data.report !== 1) throw new Error(`the data has layout ${data.report}, and this page knows layout 1`);
-    new Frame(new Store(data)).start();
+    const frame = new Frame(new Store(data));
+    status.remove();
+    tables?.remove();
+    frame.start();
     document.documentElement.dataset.ready = "yes";
   } catch (error) {
     status.className = "wrong";

@@ -120,6 +120,6 @@ function association(schema: Schema, index: number, chosen: Set<number>): Line |
     from: `c${property.class}`,
     to: `c${property.target}`,
     fromEnd: opposite ? end(opposite, false) : null,
-    toEnd: end(property, !opposite),
+    toEnd: end(property, !opposite && property.kind !== "containment"),
   };
 }

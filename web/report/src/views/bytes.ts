@@ -94,7 +94,7 @@ class BytesView {
         ` \u2013 ${counted(offset[last] - offset[first], "byte")} from ${countText(offset[first])} of ${countText(offset[this.#notes.count])}, `,
         this.#notes.own ? `as they stand in the document (.${this.#notes.format})` : `as kr0 would write them as .${this.#notes.format}`,
       ),
-      el("p", { class: "quiet" }, parent >= 0 && ["in ", this.#bytesLink(parent), children.length > 0 && "; "], children.length > 0 && ["with ", children.map((each, i) => [i > 0 && ", ", this.#bytesLink(each)]), this.#document.children(this.#element).length > 8 && ", \u2026"]),
+      el("p", { class: "quiet one-line" }, parent >= 0 && ["in ", this.#bytesLink(parent), children.length > 0 && "; "], children.length > 0 && ["with ", children.map((each, i) => [i > 0 && ", ", this.#bytesLink(each)]), this.#document.children(this.#element).length > 8 && ", \u2026"]),
       pages > 1 && el("p", {}, `Page ${countText(page + 1)} of ${countText(pages)} `, link(page - 1, "previous"), " ", link(page + 1, "next")),
     ];
     this.#head.replaceChildren(...parts.filter((each) => each instanceof Node));
@@ -212,7 +212,7 @@ class BytesView {
     if (kind === "b") return [el("b", {}, document.path(element).split("/").pop() ?? ""), " begins: ", elementWords(this.#store, document, element), this.#mark(element)];
     if (kind === "e") return ["end of ", this.#store.schema.className(document.class[element])];
     if (words !== undefined) return [cut(words, 300)];
-    if (kind === "l") return [name, ": how many there are"];
+    if (kind === "l") return [name, ": ", this.#itemsWords(element, propertyIndex)];
     if ((kind === "v" || kind === "r") && property && element >= 0) {
       const value = document.valueOf(element, propertyIndex);
       const item = value >= 0 ? document.itemStart[value] + ordinal : -1;
@@ -221,6 +221,11 @@ class BytesView {
       return [name, position];
     }
     return [{ h: "head", d: "damaged", u: "not read", B: "begins", E: "ends" }[kind] ?? ""];
+  }
+
+  #itemsWords(element: number, property: number): string {
+    const value = element >= 0 ? this.#document.valueOf(element, property) : -1;
+    return value < 0 ? "how many there are" : counted(this.#document.itemStart[value + 1] - this.#document.itemStart[value], "value");
   }
 
   #mark(element: number): Child {

@@ -10,7 +10,7 @@ import type { View } from "../view";
 // More than this takes the layout so long that it is asked for first.
 const manyClasses = 150;
 const manyLines = 300;
-const zooms = { least: 0.1, most: 3, step: 1.25 };
+const zooms = { least: 0.1, most: 3, step: 1.25, readable: 0.5 };
 
 export function choiceOf(store: Store, route: Route): Choice {
   const { options } = route;
@@ -54,10 +54,10 @@ class DiagramView {
       "div",
       { class: "page full" },
       el("h1", { tabindex: -1 }, "Class diagram"),
-      this.#choices,
       el(
         "div",
         { class: "tools" },
+        this.#choices,
         el("form", { role: "search", submit: (event: Event) => this.#next(event) }, this.#find),
         this.#found,
         el("span", { class: "group" }, button("\u2212", "Smaller", () => this.#scale(this.#zoom / zooms.step)), this.#size, button("+", "Larger", () => this.#scale(this.#zoom * zooms.step)), button("Fit", "Fit into the window", () => this.#fit())),
@@ -149,7 +149,7 @@ class DiagramView {
     this.#drawing = drawDiagram(placed);
     this.#port.replaceChildren(this.#drawing);
     this.#status.replaceChildren(`${counted(diagram.boxes.length, "box", "boxes")}, ${counted(diagram.lines.length, "line")}`);
-    this.#fit();
+    this.#fit(zooms.readable);
     this.#highlight();
   }
 
@@ -167,10 +167,10 @@ class DiagramView {
     this.#size.textContent = `${Math.round(bounded * 100)} %`;
   }
 
-  #fit(): void {
+  #fit(least = zooms.least): void {
     if (!this.#placed) return;
     const { clientWidth, clientHeight } = this.#port;
-    this.#scale(Math.min(1, clientWidth / this.#placed.width, clientHeight / this.#placed.height));
+    this.#scale(Math.max(least, Math.min(1, clientWidth / this.#placed.width, clientHeight / this.#placed.height)));
     this.#port.scrollTo({ left: 0, top: 0, behavior: "instant" });
   }
 

@@ -37,7 +37,7 @@ function drawTreemap(root: Area, width: number, height: number): SVGElement {
   const tree = hierarchy(root, (each) => each.parts)
     .sum((each) => each.bytes)
     .sort((a, b) => (b.value ?? 0) - (a.value ?? 0));
-  const boxes = treemap<Area>().tile(treemapSquarify).size([width, height]).paddingTop((each) => (each.depth === 1 && each.children ? 18 : 0)).paddingInner(1).paddingOuter((each) => (each.depth === 1 ? 1 : 0)).round(true)(tree);
+  const boxes = treemap<Area>().tile(treemapSquarify).size([width, height]).paddingInner(1).paddingOuter((each) => (each.depth === 1 ? 1 : 0)).paddingTop((each) => (each.depth === 1 && each.children ? 18 : 0)).round(true)(tree);
   const total = boxes.value ?? 0;
   const classes = (boxes.children ?? []).map((each) => drawClass(each, total));
   return svg("svg", { class: "treemap", width, height, viewBox: `0 0 ${width} ${height}`, role: "group", "aria-label": "Bytes by class and property; the table below says the same" }, ...classes);
@@ -65,9 +65,9 @@ function drawProperty(box: Box, type: string, total: number, rank: number): SVGE
 
 // A word where there is room for a good part of it.
 function label(text: string, x: number, y: number, width: number, needed: number, height: number, style: string): SVGElement[] {
-  const letters = Math.floor(width / 6.7);
+  const letters = Math.floor(width / (style === "name" ? 8 : 7.2));
   const words = visible(text);
-  if (height < needed || letters < Math.min(4, words.length)) return [];
+  if (height < needed || letters < (style === "size" ? words.length : Math.min(4, words.length))) return [];
   return [svg("text", { x, y, class: style, "aria-hidden": "true" }, words.length > letters ? cut(words, letters - 1) + "\u2026" : words)];
 }
 

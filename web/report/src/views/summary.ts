@@ -1,4 +1,4 @@
-import { el, type Child } from "../dom";
+import { el, textOf, type Child } from "../dom";
 import { badge, table } from "../parts";
 import { bytesText, countText, counted, shareText } from "../numbers";
 import { address, toElement } from "../route";
@@ -39,20 +39,19 @@ function differencesLine(store: Store): Child {
 function documentPart(store: Store, document: DocumentStore, lists: VirtualList[]): HTMLElement {
   const { data } = document;
   const heading = store.documents.length > 1 ? (document.index === 0 ? "Before: " : "After: ") : "";
+  const elements = data.facts.find(([name]) => name === "elements")?.[1] ?? countText(document.count);
   const facts: [string, Child][] = [
     ["format", formats[data.format] ?? data.format],
-    ["size", el("span", {}, bytesText(data.bytes), " (", countText(data.bytes), " bytes)")],
-    ["elements", el("a", { href: address("tree", [], { document: document.index || undefined }) }, countText(document.count))],
-    ["classes with elements", el("a", { href: address("diagram") }, countText(data.usage.filter((each) => each.instances > 0).length))],
-    ["different texts", countText(document.texts.length)],
-    ...data.facts.map(([name, value]): [string, Child] => [name, el("bdi", {}, value)]),
+    ["size", data.bytes < 1000 ? counted(data.bytes, "byte") : `${bytesText(data.bytes)} (${countText(data.bytes)} bytes)`],
+    ["elements", el("a", { href: address("tree", [], { document: document.index || undefined }) }, elements)],
+    ["classes", el("a", { href: address("diagram") }, `${countText(data.usage.filter((each) => each.instances > 0).length)} with elements`)],
+    ...data.facts.filter(([name]) => name !== "elements").map(([name, value]): [string, Child] => [name, textOf(value)]),
   ];
   return el(
     "section",
     { class: "card", "aria-labelledby": `document-${document.index}` },
     el("h2", { id: `document-${document.index}` }, heading, el("bdi", {}, data.name)),
-    el("dl", { class: "facts" }, facts.map(([name, value]) => el("div", {}, el("dt", {}, name), el("dd", {}, value)))),
-    sizesPart(document),
+    el("div", { class: "columns" }, el("dl", { class: "facts" }, facts.map(([name, value]) => el("div", {}, el("dt", {}, name), el("dd", {}, value)))), sizesPart(document)),
     problemsPart(document, lists),
   );
 }
@@ -67,7 +66,9 @@ function sizesPart(document: DocumentStore): Child {
     filled.style.width = `${(100 * bytes) / largest}%`;
     return el("div", { class: "bar", "aria-hidden": "true" }, filled);
   };
-  return [
+  return el(
+    "div",
+    {},
     el("h3", {}, "The same model in each format"),
     table(
       `Bytes of ${visible(document.data.name)} in each format`,
@@ -75,7 +76,7 @@ function sizesPart(document: DocumentStore): Child {
       sizes.map((each) => [formats[each.format] ?? each.format, countText(each.bytes), shareText(each.bytes, xmi), bar(each.bytes)]),
       [1, 2],
     ),
-  ];
+  );
 }
 
 function problemsPart(document: DocumentStore, lists: VirtualList[]): Child {
