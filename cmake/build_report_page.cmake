@@ -20,7 +20,7 @@ endif()
 if(NOT installed STREQUAL lock)
   file(REMOVE ${stamp})
   execute_process(
-    COMMAND ${NPM} ci --ignore-scripts --no-audit --no-fund --fetch-retries=1
+    COMMAND ${NPM} ci --ignore-scripts --no-audit --no-fund --fetch-retries=1 --fetch-timeout=60000
     WORKING_DIRECTORY ${work} RESULT_VARIABLE failed OUTPUT_FILE ${FOLDER}/npm.log ERROR_FILE ${FOLDER}/npm.log)
   if(failed)
     message("The page of kr0 report is left out: npm ci failed (${FOLDER}/npm.log). Remove ${PAGE} to try again")
