@@ -118,6 +118,8 @@ export async function open(in_, file, { address = "", ...options } = {}) {
   page.on("pageerror", (error) => page.wrong.push(String(error)));
   page.on("dialog", (dialog) => (page.wrong.push(`dialog ${dialog.message()}`), dialog.dismiss()));
   page.on("request", (request) => request.url().startsWith("file:") && request.isNavigationRequest() ? null : page.wrong.push(`request ${request.url()}`));
+  page.answered = [];
+  page.on("response", (response) => response.url().startsWith("file:") || page.answered.push(response.url()));
   await page.goto(pathToFileURL(file).href + address);
   if (options.javaScriptEnabled !== false) await page.waitForSelector("html[data-ready]");
   return page;

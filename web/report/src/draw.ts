@@ -44,7 +44,7 @@ function drawBox(box: PlacedBox): SVGElement {
   ];
   const place = { transform: `translate(${box.x} ${box.y})`, "data-box": box.id };
   if (box.class < 0) return svg("g", { class: "box enumeration", ...place }, ...content);
-  return svg("a", { class: "box", href: toClass(box.class), "aria-label": `${box.abstract ? "abstract " : ""}class ${box.title}`, ...place }, ...content);
+  return svg("a", { class: "box", href: toClass(box.class), ...place }, ...content);
 }
 
 export function drawDiagram(placed: Placed): SVGSVGElement {

@@ -73,7 +73,7 @@ class Frame {
       const words = this.#search.value;
       location.hash = words === "" ? address("tree") : address("search", [words], { document: parseRoute(location.hash).options.get("document") ?? undefined });
     };
-    return el("form", { role: "search", submit }, this.#search);
+    return el("form", { role: "search", "aria-label": "Elements", submit }, this.#search);
   }
 
   #skip(event: Event): void {

@@ -58,7 +58,7 @@ class DiagramView {
         "div",
         { class: "tools" },
         this.#choices,
-        el("form", { role: "search", submit: (event: Event) => this.#next(event) }, this.#find),
+        el("form", { role: "search", "aria-label": "Classes", submit: (event: Event) => this.#next(event) }, this.#find),
         this.#found,
         el("span", { class: "group" }, button("\u2212", "Smaller", () => this.#scale(this.#zoom / zooms.step)), this.#size, button("+", "Larger", () => this.#scale(this.#zoom * zooms.step)), button("Fit", "Fit into the window", () => this.#fit())),
       ),

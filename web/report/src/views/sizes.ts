@@ -43,15 +43,17 @@ function drawTreemap(root: Area, width: number, height: number): SVGElement {
   return svg("svg", { class: "treemap", width, height, viewBox: `0 0 ${width} ${height}`, role: "group", "aria-label": "Bytes by class and property; the table below says the same" }, ...classes);
 }
 
+// The link is the area of the class and says all in words; what is drawn upon it is for the eye.
 function drawClass(box: Box, total: number): SVGElement {
   const words = `${box.data.name}: ${bytesText(box.value ?? 0)}, ${shareText(box.value ?? 0, total)}`;
-  const content = [
-    svg("title", {}, words),
-    svg("rect", { class: "class", x: box.x0, y: box.y0, width: box.x1 - box.x0, height: box.y1 - box.y0 }),
+  const area = svg("rect", { class: "class", x: box.x0, y: box.y0, width: box.x1 - box.x0, height: box.y1 - box.y0 });
+  const inner = svg(
+    "g",
+    { class: "inner", "aria-hidden": "true", click: () => box.data.type >= 0 && (location.hash = toClass(box.data.type)) },
     ...label(box.data.name, box.x0 + 5, box.y0 + 13, box.x1 - box.x0 - 8, 18, box.y1 - box.y0, "name"),
     ...(box.children ?? []).flatMap((each, i) => drawProperty(each, box.data.name, total, i)),
-  ];
-  return box.data.type < 0 ? svg("g", { class: "rest" }, ...content) : svg("a", { href: toClass(box.data.type), "aria-label": words }, ...content);
+  );
+  return box.data.type < 0 ? svg("g", { class: "rest" }, area, inner) : svg("g", {}, svg("a", { href: toClass(box.data.type), "aria-label": words }, area), inner);
 }
 
 function drawProperty(box: Box, type: string, total: number, rank: number): SVGElement[] {
@@ -68,7 +70,7 @@ function label(text: string, x: number, y: number, width: number, needed: number
   const letters = Math.floor(width / (style === "name" ? 8 : 7.2));
   const words = visible(text);
   if (height < needed || letters < (style === "size" ? words.length : Math.min(4, words.length))) return [];
-  return [svg("text", { x, y, class: style, "aria-hidden": "true" }, words.length > letters ? cut(words, letters - 1) + "\u2026" : words)];
+  return [svg("text", { x, y, class: style }, words.length > letters ? cut(words, letters - 1) + "\u2026" : words)];
 }
 
 interface Column {
