@@ -2,6 +2,7 @@
 /// Internal: the verbs that hold versions of documents against each other.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,6 +11,11 @@
 #include "kr/zero/compare/ModelDiff.h"
 
 namespace kr::zero::tool {
+
+/// All kinds, in the order of their values and of lists of them.
+inline constexpr std::array kDifferenceKinds = {
+    compare::DifferenceKind::added,     compare::DifferenceKind::removed,  compare::DifferenceKind::moved,
+    compare::DifferenceKind::reordered, compare::DifferenceKind::identity, compare::DifferenceKind::changed};
 
 struct DiffOptions : ReadOptions {
   std::vector<std::string> paths;  ///< the two documents; with isForGit what git passes

@@ -25,7 +25,6 @@ using compare::DifferenceKind;
 using compare::ModelDiff;
 
 constexpr std::size_t kMostEdits = 100'000;
-constexpr std::size_t kKindCount = 6;
 
 void writeEdit(const Difference& difference, const ReportSchema& schema, const ReportColumns& before,
                const ReportColumns& after, JsonText& json) {
@@ -41,12 +40,12 @@ void writeEdit(const Difference& difference, const ReportSchema& schema, const R
 
 void writeDifferences(const ModelDiff& diff, const ReportSchema& schema,
                       const std::deque<ReportDocument>& documents, JsonText& json) {
-  std::array<std::size_t, kKindCount> counts{};
+  std::array<std::size_t, kDifferenceKinds.size()> counts{};
   for (const Difference& difference : diff.differences()) ++counts[static_cast<std::size_t>(difference.kind)];
   json.open('{');
   json.name("counts").open('{');
-  for (std::size_t kind = 0; kind < kKindCount; ++kind)
-    json.add(compare::nameOf(static_cast<DifferenceKind>(kind)), counts[kind]);
+  for (const DifferenceKind kind : kDifferenceKinds)
+    json.add(compare::nameOf(kind), counts[static_cast<std::size_t>(kind)]);
   json.close('}');
   json.add("total", diff.differences().size());
   json.name("edits").open('[');

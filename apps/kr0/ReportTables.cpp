@@ -1,9 +1,9 @@
 #include "ReportTables.h"
 
 #include <algorithm>
-#include <array>
 #include <initializer_list>
 
+#include "Compare.h"
 #include "Html.h"
 
 namespace kr::zero::tool {
@@ -71,13 +71,9 @@ void addProblems(const ReportDocument& document, std::string& html) {
 }
 
 void addDifferences(const compare::ModelDiff& diff, std::string& html) {
-  using compare::DifferenceKind;
-  constexpr std::array kKinds = {DifferenceKind::added,    DifferenceKind::removed,
-                                 DifferenceKind::moved,    DifferenceKind::reordered,
-                                 DifferenceKind::identity, DifferenceKind::changed};
   html += "<h2>Differences</h2>\n";
   HtmlTable table(html, "Differences by kind", {"Kind", "Number"});
-  for (const DifferenceKind kind : kKinds) {
+  for (const compare::DifferenceKind kind : kDifferenceKinds) {
     const auto count = std::count_if(diff.differences().begin(), diff.differences().end(),
                                      [kind](const auto& difference) { return difference.kind == kind; });
     table.row({compare::nameOf(kind), std::to_string(count)});
