@@ -35,10 +35,10 @@ export function differencesView(store: Store, first: Route): View {
 
 function editRow(store: Store, edit: Edit): HTMLElement {
   const property = store.schema.properties[edit.property]?.name;
-  const place = (document: number, element: number, path: string): Child => (element >= 0 ? el("a", { href: toElement(document, element) }, path) : path);
+  const place = (document: number, element: number, path: string): Child => (element >= 0 ? el("a", { href: toElement(document, element) }, path || store.documents[document].path(element)) : path);
   const before = place(0, edit.before, edit.pathBefore);
   const after = place(1, edit.after, edit.pathAfter);
-  const both = edit.pathBefore !== "" && edit.pathAfter !== "";
+  const both = (edit.before >= 0 || edit.pathBefore !== "") && (edit.after >= 0 || edit.pathAfter !== "");
   return el(
     "div",
     { role: "listitem", class: "two-lines" },
