@@ -325,6 +325,33 @@ TEST(ReportData, ProblemsNameTheirElement) {
   EXPECT_EQ(library(libraryXmi()).at("documents").at(0).at("problems"), json::array());
 }
 
+TEST(ReportData, BytesInAnotherOrderThanTheModelAreLeftOut) {
+  const std::string xmi = temporaryPath("two.xmi"), krb = temporaryPath("two.krb");
+  writeFile(xmi,
+            "<library:Library xmi:version=\"2.0\" xmlns:xmi=\"http://www.omg.org/XMI\" "
+            "xmlns:library=\"http://www.example.org/library\" name=\"L\" openOnSunday=\"true\">"
+            "<address street=\"S\"/><authors name=\"A\"/></library:Library>");
+  EXPECT_EQ(kr0({"convert", xmi, krb, "-m", libraryEcore()}).code, 0);
+  const json shown = library(krb).at("documents").at(0).at("shown");
+  const std::string kinds = shown.at("kinds");
+  ASSERT_EQ(kinds, "hhhhbvvbvebvee");
+  const auto offsetOf = [&](std::size_t note) {
+    std::size_t offset = 0;
+    for (std::size_t i = 0; i < note; ++i) offset += shown.at("bytes").at(i).get<std::size_t>();
+    return offset;
+  };
+  std::string bytes = readFile(krb);
+  const std::size_t address = offsetOf(7), author = offsetOf(10), end = offsetOf(13);
+  bytes = bytes.substr(0, address) + bytes.substr(author, end - author) +
+          bytes.substr(address, author - address) + bytes.substr(end);
+  writeFile(krb, bytes);
+  EXPECT_EQ(kr0({"diff", krb, xmi, "-m", libraryEcore()}).out, "");
+  const json document = library(krb).at("documents").at(0);
+  EXPECT_EQ(document.at("shown"), nullptr);
+  EXPECT_THAT(document.at("facts").back().at(1).get<std::string>(), HasSubstr("another order"));
+  EXPECT_EQ(document.at("problems").at(0).at("kind"), "bytes");
+}
+
 TEST(ReportData, HostileTextsComeAsTheyAre) {
   const json data = library(hostileXmi("hostile.xmi"));
   EXPECT_THAT(data.at("documents").at(0).at("texts"), testing::Contains(json(kHostile)));
