@@ -34,7 +34,7 @@ export function pageOfSample(name) {
   return { name: `sample ${name}`, file, report: made.report };
 }
 
-function pageOfTool(name, documents, metaModels) {
+export function pageOfTool(name, documents, metaModels) {
   const file = join(folder, `${name}.html`);
   const meta = metaModels.flatMap((each) => ["-m", each]);
   execFileSync(process.env.KR0_TOOL, ["report", ...documents, ...meta, "-o", file], { stdio: ["ignore", "ignore", "inherit"] });
@@ -68,7 +68,7 @@ export function models() {
       ["railway/railway-repair-1.xmi", "railway/railway.ecore"],
       ["social/initial-4.xmi", "social/social_network.ecore"],
     ]) {
-      made.push(pageOfTool(basename(document), [join(outer, document)], [join(outer, meta)]));
+      made.push({ ...pageOfTool(basename(document), [join(outer, document)], [join(outer, meta)]), real: true });
     }
   } else {
     skipped.push("models of others: KR0_TOOL and KR0_MODELS do not say where they are");
