@@ -68,7 +68,7 @@ export function models() {
       ["railway/railway-repair-1.xmi", "railway/railway.ecore"],
       ["social/initial-4.xmi", "social/social_network.ecore"],
     ]) {
-      made.push({ ...pageOfTool(basename(document), [join(outer, document)], [join(outer, meta)]), real: true });
+      made.push(pageOfTool(basename(document), [join(outer, document)], [join(outer, meta)]));
     }
   } else {
     skipped.push("models of others: KR0_TOOL and KR0_MODELS do not say where they are");
