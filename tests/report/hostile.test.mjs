@@ -18,15 +18,23 @@ async function strangers(page) {
 }
 
 const addresses = ["#/summary", "#/diagram", "#/diagram?all=1&package=1", "#/sizes", "#/tree", "#/tree?document=1", "#/differences", "#/differences?kind=changed"];
-report.classes.forEach((_, i) => addresses.push(`#/class/${i}`, `#/element/0/${i}`, `#/diagram?around=${i}`));
+report.classes.forEach((_, i) => addresses.push(`#/class/${i}`, `#/element/0/${i}`));
 addresses.push("#/bytes/0/0", "#/bytes/1/3", "#/element/0/3000", "#/bytes/0/3000");
-for (const text of hostileTexts.slice(0, -3)) addresses.push(`#/search/${encodeURIComponent(text.toWellFormed())}`);
+for (const text of hostileTexts.filter((each) => each !== "" && each.length < 100)) addresses.push(`#/search/${encodeURIComponent(text.toWellFormed())}`);
 
-test("no text becomes markup or script in any view", async () => {
+// Controls, marks of direction and halves of pairs that stand in what can be seen or is read aloud.
+async function unseen(page) {
+  const seen = await page.evaluate(() => [document.title, ...[...document.querySelectorAll("main, header")].map((each) => each.textContent), ...[...document.querySelectorAll("[title], [aria-label]")].flatMap((each) => [each.title, each.ariaLabel ?? ""])]);
+  const raw = /[\u0000-\u0008\u000b-\u001f\u007f-\u009f\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069\ud800-\udfff]/;
+  return seen.filter((each) => typeof each === "string" && raw.test(each.replace(/[\ud800-\udbff][\udc00-\udfff]/g, "")));
+}
+
+test("no text becomes markup or script, or hides what it holds, in any view", async () => {
   const page = await open(tabs, file);
   for (const address of addresses) {
     await visit(page, address);
     assert.deepEqual(await strangers(page), [], address);
+    assert.deepEqual(await unseen(page), [], address);
   }
   for (const button of await page.locator(".more").all()) await button.click();
   assert.equal(await page.evaluate(() => globalThis.broken), undefined);
@@ -54,18 +62,12 @@ test("a script that got in would be refused", async () => {
   await page.context().close();
 });
 
-test("controls and marks of direction are seen, in texts and in labels", async () => {
+test("controls and marks of direction are seen as what they are", async () => {
   const page = await open(tabs, file);
   await visit(page, "#/element/0/0");
   const text = await page.locator(".details").innerText();
-  for (const each of ["<U+202E>gnp.exe<U+202C>", "<U+2066>isolated<U+2069> <U+200E>marks<U+200F><U+061C>", "nul \u2400 bell \u2407 escape \u241b", "half <U+D83D> of a pair, <U+DE00> the other, \ud83d\ude00 both", "zero<U+200B>width <U+FEFF> <U+2028> <U+2029>"]) {
+  for (const each of ["<U+202E>gnp.exe<U+202C>", "<U+2066>isolated<U+2069> <U+200E>marks<U+200F><U+061C>", "nul <U+0000> bell <U+0007> escape <U+001B>[31m line\u21b5\nfeed tab\u21e5 delete <U+007F> next <U+0085>", "half <U+D83D> of a pair, <U+DE00> the other, \ud83d\ude00 both", "zero<U+200B>width <U+FEFF> <U+2028> <U+2029>"]) {
     assert.ok(text.includes(each), each);
-  }
-  const raw = /[\u0000-\u0008\u000b-\u001f\u007f-\u009f\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069\ud800-\udfff]/;
-  for (const address of addresses) {
-    await visit(page, address);
-    const seen = await page.evaluate(() => [document.title, ...[...document.querySelectorAll("main, header")].map((each) => each.textContent), ...[...document.querySelectorAll("*")].flatMap((each) => ["title", "aria-label"].map((name) => each.getAttribute(name) ?? ""))]);
-    for (const each of seen) assert.ok(!raw.test(each.replace(/[\ud800-\udbff][\udc00-\udfff]/g, "")), `${address}: ${JSON.stringify(raw.exec(each))}`);
   }
   await page.context().close();
 });
@@ -109,7 +111,7 @@ for (const { name, file: each, report: data } of [...models().models, { name: "h
     const page = await open(tabs, each, { javaScriptEnabled: false });
     const text = await page.locator("#static").innerText();
     for (const usage of data.documents[0].usage.slice(0, 5)) assert.ok(text.includes(data.classes[usage.class].name.replace(/\s.*/s, "")), data.classes[usage.class].name);
-    assert.ok((await page.locator("#static table").count()) > 0);
+    assert.ok(await page.locator("#static table").first().isVisible());
     assert.deepEqual(await strangers(page), []);
     assert.deepEqual(page.wrong, []);
     await page.context().close();

@@ -34,7 +34,7 @@ export function pageOfSample(name) {
   return { name: `sample ${name}`, file, report: made.report };
 }
 
-function pageOfTool(name, documents, metaModels) {
+export function pageOfTool(name, documents, metaModels) {
   const file = join(folder, `${name}.html`);
   const meta = metaModels.flatMap((each) => ["-m", each]);
   execFileSync(process.env.KR0_TOOL, ["report", ...documents, ...meta, "-o", file], { stdio: ["ignore", "ignore", "inherit"] });

@@ -18,7 +18,7 @@ const used = { all: false, package: -1, around: -1 };
 
 describe("texts", () => {
   test("what has no picture gets one", () => {
-    assert.equal(visible("a\u0000b\u001f\u007f\u0085"), "a\u2400b\u241f\u2421<U+0085>");
+    assert.equal(visible("a\u0000b\u001f\u007f\u0085\n\t"), "a<U+0000>b<U+001F><U+007F><U+0085>\u21b5\u21e5");
     assert.equal(visible("\u202e\u2066\u200e\u061c"), "<U+202E><U+2066><U+200E><U+061C>");
     assert.equal(visible("\ud800x\udc00"), "<U+D800>x<U+DC00>");
     assert.equal(visible("\u{e0041}"), "<U+E0041>");

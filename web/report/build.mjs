@@ -31,11 +31,18 @@ async function bundle(entry) {
   return result.outputFiles[0].text.trim();
 }
 
+// What the licences of the libraries ask for in copies of them.
+async function notices() {
+  const file = (library, name) => readFile(join(here, "node_modules", library, name), "utf8");
+  const { version } = JSON.parse(await file("elkjs", "package.json"));
+  return `/*! elkjs ${version}: Eclipse Public License 2.0, source at https://github.com/kieler/elkjs */\n/*! d3-hierarchy:\n${await file("d3-hierarchy", "LICENSE")}*/\n`;
+}
+
 function hashOf(text) {
   return `'sha256-${createHash("sha256").update(text, "utf8").digest("base64")}'`;
 }
 
-const script = await bundle("main.ts");
+const script = (await notices()) + (await bundle("main.ts"));
 const style = await bundle("style.css");
 if (/<\/script|<!--/i.test(script)) throw new Error("the script holds what ends or hides a script element");
 if (/<\//.test(style)) throw new Error("the style holds what ends a style element");

@@ -20,6 +20,7 @@ export function shown(text: string): Node {
       chip.title = piece.means;
       chip.textContent = piece.text;
       fragment.append(chip);
+      if (piece.means === "U+000A") fragment.append("\n"); // breaks the line where there is room for lines
     }
   }
   return fragment;

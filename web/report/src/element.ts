@@ -14,7 +14,7 @@ export function elementDetails(store: Store, document: DocumentStore, element: n
   return el(
     "article",
     { class: "details", "aria-labelledby": "element-name" },
-    el("h2", { id: "element-name", tabindex: -1 }, label === "" ? document.path(element) : textOf(label, 120), " ", mark && badge(mark)),
+    el("h2", { id: "element-name", tabindex: -1 }, label === "" ? document.path(element, 4) : textOf(label, 120), " ", mark && badge(mark)),
     el("dl", { class: "facts" }, facts(store, document, element).map(([name, value]) => el("div", {}, el("dt", {}, name), el("dd", {}, value)))),
     values(store, document, element),
     contained(store, document, element),
@@ -26,7 +26,7 @@ function facts(store: Store, document: DocumentStore, element: number): [string,
   const parent = document.parent[element];
   const found: [string, Child][] = [
     ["class", classLink(store, document.class[element])],
-    ["path", el("code", {}, document.path(element))],
+    ["path", el("code", {}, textOf(document.path(element)))],
   ];
   if (parent >= 0) found.push(["in", elementLink(store, document, parent)]);
   if (document.identity[element] >= 0) found.push(["identity", textOf(document.texts[document.identity[element]])]);

@@ -55,7 +55,7 @@ const options = {
   "elk.algorithm": "layered",
   "elk.direction": "DOWN",
   "elk.edgeRouting": "ORTHOGONAL",
-  "elk.layered.spacing.nodeNodeBetweenLayers": "46",
+  "elk.layered.spacing.nodeNodeBetweenLayers": "38",
   "elk.spacing.nodeNode": "32",
   "elk.spacing.edgeNode": "16",
   "elk.spacing.edgeEdge": "12",

@@ -218,11 +218,12 @@ export class DocumentStore {
     return this.identity[element] >= 0 ? this.texts[this.identity[element]] : "";
   }
 
-  // How the tool names the element on the command line.
-  path(element: number): string {
+  // How the tool names the element on the command line; with a limit, the last steps of that.
+  path(element: number, limit = Infinity): string {
     const steps: string[] = [];
     let each = element;
     for (; this.parent[each] >= 0; each = this.parent[each]) {
+      if (steps.length === limit) return "\u2026/" + steps.reverse().join("/");
       const name = this.#schema.properties[this.via[each]]?.name ?? "?";
       steps.push(this.at[each] >= 0 ? `${name}[${this.at[each]}]` : name);
     }

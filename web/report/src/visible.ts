@@ -14,11 +14,12 @@ function codeOf(character: string): string {
   return "U+" + character.codePointAt(0)!.toString(16).toUpperCase().padStart(4, "0");
 }
 
+// Pictures that all fonts have; the rest tell their code.
+const pictures: Record<string, string> = { "\n": "\u21b5", "\t": "\u21e5" };
+
 function pictureOf(character: string): Piece {
-  const code = character.codePointAt(0)!;
-  if (code < 0x20) return { text: String.fromCharCode(0x2400 + code), means: codeOf(character) };
-  if (code === 0x7f) return { text: "\u2421", means: codeOf(character) };
-  return { text: `<${codeOf(character)}>`, means: codeOf(character) };
+  const code = codeOf(character);
+  return { text: pictures[character] ?? `<${code}>`, means: code };
 }
 
 export function piecesOf(text: string): Piece[] {

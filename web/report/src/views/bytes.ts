@@ -167,8 +167,13 @@ class BytesView {
   }
 
   #repaint(): void {
-    for (const each of this.#panes.querySelectorAll(".current")) each.classList.remove("current");
-    for (const each of this.#panes.querySelectorAll(`[data-note="${this.#current}"]`)) each.classList.add("current");
+    for (const each of this.#panes.querySelectorAll(".current")) this.#paint(each, false);
+    for (const each of this.#panes.querySelectorAll(`[data-note="${this.#current}"]`)) this.#paint(each, true);
+  }
+
+  #paint(each: Element, current: boolean): void {
+    each.classList.toggle("current", current);
+    if (each.getAttribute("role") === "option") each.setAttribute("aria-selected", String(current));
   }
 
   #hexRow(row: number): HTMLElement {
@@ -209,7 +214,7 @@ class BytesView {
     const propertyIndex = this.#notes.property[note];
     const property = this.#store.schema.properties[propertyIndex];
     const name = property ? el("b", {}, property.name) : "";
-    if (kind === "b") return [el("b", {}, document.path(element).split("/").pop() ?? ""), " begins: ", elementWords(this.#store, document, element), this.#mark(element)];
+    if (kind === "b") return [el("b", {}, this.#step(element)), " begins: ", elementWords(this.#store, document, element), this.#mark(element)];
     if (kind === "e") return ["end of ", this.#store.schema.className(document.class[element])];
     if (words !== undefined) return [cut(words, 300)];
     if (kind === "l") return [name, ": ", this.#itemsWords(element, propertyIndex)];
@@ -226,6 +231,10 @@ class BytesView {
   #itemsWords(element: number, property: number): string {
     const value = element >= 0 ? this.#document.valueOf(element, property) : -1;
     return value < 0 ? "how many there are" : counted(this.#document.itemStart[value + 1] - this.#document.itemStart[value], "value");
+  }
+
+  #step(element: number): string {
+    return this.#document.path(element, 1).split("/").pop() ?? "";
   }
 
   #mark(element: number): Child {

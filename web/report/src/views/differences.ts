@@ -1,5 +1,5 @@
 import { el, type Child } from "../dom";
-import { badge } from "../parts";
+import { badge, elementWords } from "../parts";
 import { countText, counted } from "../numbers";
 import { address, toElement, type Route } from "../route";
 import type { Store } from "../store";
@@ -34,20 +34,26 @@ export function differencesView(store: Store, first: Route): View {
 }
 
 function editRow(store: Store, edit: Edit): HTMLElement {
-  const property = store.schema.properties[edit.property]?.name;
-  const place = (document: number, element: number, path: string): Child => (element >= 0 ? el("a", { href: toElement(document, element) }, path || store.documents[document].path(element)) : path);
-  const before = place(0, edit.before, edit.pathBefore);
-  const after = place(1, edit.after, edit.pathAfter);
-  const both = (edit.before >= 0 || edit.pathBefore !== "") && (edit.after >= 0 || edit.pathAfter !== "");
-  return el(
-    "div",
-    { role: "listitem", class: "two-lines" },
-    el("div", { class: "line" }, badge(edit.kind), " ", property !== undefined && [el("b", {}, property), " "], values(edit)),
-    el("div", { class: "line quiet" }, before, both && " \u2192 ", after),
-  );
+  return el("div", { role: "listitem", class: "two-lines" }, el("div", { class: "line" }, badge(edit.kind), " ", whatHappened(store, edit)), el("div", { class: "line quiet" }, places(store, edit)));
 }
 
-function values(edit: Edit): Child {
-  if (edit.valueBefore === "" && edit.valueAfter === "") return el("bdi", {}, cut(edit.sentence, 300));
-  return [el("bdi", { class: "old" }, cut(edit.valueBefore, 160)), " \u2192 ", el("bdi", { class: "new" }, cut(edit.valueAfter, 160))];
+function whatHappened(store: Store, edit: Edit): Child {
+  const property = store.schema.properties[edit.property]?.name;
+  if (edit.valueBefore !== "" || edit.valueAfter !== "") {
+    return [property !== undefined && [el("b", {}, property), " "], el("bdi", { class: "old" }, cut(edit.valueBefore, 160)), " \u2192 ", el("bdi", { class: "new" }, cut(edit.valueAfter, 160))];
+  }
+  const document = store.documents[edit.after >= 0 ? 1 : 0];
+  const element = edit.after >= 0 ? edit.after : edit.before;
+  if (element < 0) return el("bdi", {}, cut(edit.sentence, 300));
+  return [elementWords(store, document, element), edit.elements > 1 && `, ${counted(edit.elements, "element")}`];
+}
+
+// Where it was and where it is, each as a link into its tree.
+function places(store: Store, edit: Edit): Child {
+  const path = (document: number, element: number, told: string) => told || (element >= 0 ? store.documents[document].path(element) : "");
+  const place = (document: number, element: number, words: string): Child => (element >= 0 ? el("a", { href: toElement(document, element) }, words) : words);
+  const before = path(0, edit.before, edit.pathBefore);
+  const after = path(1, edit.after, edit.pathAfter);
+  if (before === after && edit.before >= 0 && edit.after >= 0) return [before, ": ", place(0, edit.before, "before"), ", ", place(1, edit.after, "after")];
+  return [place(0, edit.before, before), before !== "" && after !== "" && " \u2192 ", place(1, edit.after, after)];
 }

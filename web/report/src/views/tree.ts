@@ -269,7 +269,7 @@ class ElementsView {
       "a",
       { role: "option", tabindex: -1, href: this.#addressOf(element), class: "two-lines", "aria-selected": element === this.#element ? "true" : "false" },
       el("span", { class: "line" }, this.#mark(document, element), elementWords(this.#store, document, element)),
-      el("span", { class: "line quiet" }, document.path(element)),
+      el("span", { class: "line quiet" }, document.path(element, 12)),
     );
   }
 
