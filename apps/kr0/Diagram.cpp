@@ -42,9 +42,9 @@ class Diagram {
   std::string write() {
     text_ =
         "digraph classes {\n"
-        "  graph [rankdir=TB, nodesep=0.5, ranksep=0.7, fontname=\"Helvetica\", fontsize=11]\n"
+        "  graph [rankdir=TB, nodesep=0.6, ranksep=0.8, fontname=\"Helvetica\", fontsize=11]\n"
         "  node [shape=plain, fontname=\"Helvetica\", fontsize=10]\n"
-        "  edge [fontname=\"Helvetica\", fontsize=9, labeldistance=1.7]\n";
+        "  edge [fontname=\"Helvetica\", fontsize=9]\n";
     for (std::size_t i = 0; i < packages_.size(); ++i) {
       text_ += "  subgraph cluster_" + std::to_string(i) + " {\n    label=<" +
                inLabel(packages_[i].qualifiedName) + ">\n";
