@@ -4,13 +4,12 @@
 
 namespace kr::zero::tool {
 
-using inspect::Note;
-using inspect::NoteKind;
-
 /// Takes one note after the other, and holds the elements that they tell of against those of the model.
-class NoteTaker {
+class ReportNotes::Taker {
  public:
-  NoteTaker(ReportNotes& notes, const ReportColumns& columns, const ReportSchema& schema)
+  using Note = inspect::Note;
+
+  Taker(ReportNotes& notes, const ReportColumns& columns, const ReportSchema& schema)
       : notes_(notes), columns_(columns), schema_(schema) {}
 
   void take(const Note& note) {
@@ -26,8 +25,7 @@ class NoteTaker {
   bool isAtEnd() const { return next_ == columns_.elements().size(); }
 
  private:
-  // Something that is open: the number of an element, or -1.
-  using Open = int;
+  using NoteKind = inspect::NoteKind;
 
   char kindOf(const Note& note) {
     switch (note.kind) {
@@ -91,15 +89,15 @@ class NoteTaker {
   ReportNotes& notes_;
   const ReportColumns& columns_;
   const ReportSchema& schema_;
-  std::vector<Open> open_;
+  std::vector<int> open_;  // what is: the number of an element, or -1
   std::size_t next_ = 0;
 };
 
 ReportNotes::ReportNotes(std::string_view bytes, bool isTagged, const meta::MetaRegistry& registry,
                          const ReportColumns& columns, const ReportSchema& schema) {
-  NoteTaker taker(*this, columns, schema);
+  Taker taker(*this, columns, schema);
   inspect::inspect(bytes, {.registry = &registry, .tagged = isTagged},
-                   [&](const Note& note) { taker.take(note); });
+                   [&](const inspect::Note& note) { taker.take(note); });
   isInOrder_ = isInOrder_ && taker.isAtEnd();
 }
 

@@ -25,7 +25,8 @@ class ReportNotes {
   void write(JsonText& json) const;
 
  private:
-  friend class NoteTaker;
+  class Taker;
+
   std::string kinds_;
   std::vector<std::uint64_t> bytes_;
   std::vector<int> properties_;
