@@ -10,7 +10,7 @@ import type { View } from "../view";
 // More than this takes the layout so long that it is asked for first.
 const manyClasses = 150;
 const manyLines = 300;
-const zooms = { least: 0.1, most: 3, step: 1.25, readable: 0.5 };
+const zooms = { least: 0.1, most: 3, step: 1.25, readable: 0.65 };
 
 export function choiceOf(store: Store, route: Route): Choice {
   const { options } = route;
@@ -61,8 +61,8 @@ class DiagramView {
         el("form", { role: "search", "aria-label": "Classes", submit: (event: Event) => this.#next(event) }, this.#find),
         this.#found,
         el("span", { class: "group" }, button("\u2212", "Smaller", () => this.#scale(this.#zoom / zooms.step)), this.#size, button("+", "Larger", () => this.#scale(this.#zoom * zooms.step)), button("Fit", "Fit into the window", () => this.#fit())),
+        this.#status,
       ),
-      this.#status,
       this.#port,
     );
     this.#find.addEventListener("input", () => {
