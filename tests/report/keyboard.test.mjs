@@ -130,7 +130,7 @@ test("a class is found in the diagram", () =>
     await page.locator("#find-class").fill("book");
     assert.deepEqual(await page.locator(".found .title").allTextContents(), ["Book", "AudioBook"]);
     await page.locator("#find-class").press("Enter");
-    assert.equal(await words(page.locator(".tools [role=status]")), "1 of 2");
+    assert.equal(await words(page.locator(".tools span[role=status]")), "1 of 2");
   }));
 
 test("unused classes come with all, and neighbours alone with a class", () =>

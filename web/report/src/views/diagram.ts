@@ -1,5 +1,5 @@
 import { drawDiagram } from "../draw";
-import { el, type Child } from "../dom";
+import { el, growing, type Child } from "../dom";
 import { layout, type Placed } from "../layout";
 import { countText, counted } from "../numbers";
 import { address, indexIn, type Route } from "../route";
@@ -10,7 +10,7 @@ import type { View } from "../view";
 // More than this takes the layout so long that it is asked for first.
 const manyClasses = 150;
 const manyLines = 300;
-const zooms = { least: 0.1, most: 3, step: 1.25, readable: 0.5 };
+const zooms = { least: 0.1, most: 3, step: 1.25, readable: 0.65 };
 
 export function choiceOf(store: Store, route: Route): Choice {
   const { options } = route;
@@ -46,6 +46,7 @@ class DiagramView {
   #zoom = 1;
   #asked = 0;
   #match = -1;
+  #listed: number[] = [];
 
   constructor(store: Store, route: Route) {
     this.#store = store;
@@ -61,8 +62,8 @@ class DiagramView {
         el("form", { role: "search", "aria-label": "Classes", submit: (event: Event) => this.#next(event) }, this.#find),
         this.#found,
         el("span", { class: "group" }, button("\u2212", "Smaller", () => this.#scale(this.#zoom / zooms.step)), this.#size, button("+", "Larger", () => this.#scale(this.#zoom * zooms.step)), button("Fit", "Fit into the window", () => this.#fit())),
+        this.#status,
       ),
-      this.#status,
       this.#port,
     );
     this.#find.addEventListener("input", () => {
@@ -86,6 +87,7 @@ class DiagramView {
     const diagram = diagramOf(schema, chosen);
     this.#port.replaceChildren();
     this.#drawing = this.#placed = null;
+    this.#listed = [];
     ++this.#asked;
     if (diagram.boxes.length === 0) this.#status.replaceChildren("There is no class to show.");
     else if (chosen.size > manyClasses || diagram.lines.length > manyLines) this.#ask(diagram, chosen);
@@ -136,6 +138,18 @@ class DiagramView {
       ". ",
       button,
     );
+    this.#listed = [...chosen].sort((a, b) => this.#store.schema.className(a).localeCompare(this.#store.schema.className(b)));
+    this.#list();
+  }
+
+  // Instead of the diagram: its classes, each leading to its neighbours.
+  #list(): void {
+    const { schema } = this.#store;
+    const wanted = this.#find.value.trim().toLowerCase();
+    const found = this.#listed.filter((each) => schema.className(each).toLowerCase().includes(wanted));
+    this.#found.textContent = wanted === "" ? "" : `${found.length} found`;
+    const item = (each: number) => el("li", {}, el("a", { href: address("diagram", [], { around: each }) }, el("bdi", {}, schema.className(each))));
+    this.#port.replaceChildren(growing(found, 1000, item, el("ul", { class: "class-list" })));
   }
 
   async #show(diagram: Diagram): Promise<void> {
@@ -145,6 +159,7 @@ class DiagramView {
     if (asked !== this.#asked) return;
     const placed = await layout(diagram, measurer());
     if (asked !== this.#asked) return;
+    this.#listed = [];
     this.#placed = placed;
     this.#drawing = drawDiagram(placed);
     this.#port.replaceChildren(this.#drawing);
@@ -220,6 +235,7 @@ class DiagramView {
 
   #highlight(): void {
     const matches = this.#matches();
+    if (this.#listed.length > 0) return this.#list();
     this.#drawing?.querySelectorAll(".found").forEach((each) => each.classList.remove("found"));
     matches.forEach((each) => each.classList.add("found"));
     this.#found.textContent = this.#find.value.trim() === "" ? "" : this.#match >= 0 ? `${this.#match + 1} of ${matches.length}` : `${matches.length} found`;
