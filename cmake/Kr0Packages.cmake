@@ -93,7 +93,7 @@ kr0_debian_package(kr0 utils "compact storage for models, command line tool
  merges, queries and migrates them, and saves what is left of damaged ones."
   COMPONENTS pages tool
   DEPENDS "${KR0_SAME_LIBRARY}"
-  SUGGESTS kr0-doc)
+  SUGGESTS kr0-doc graphviz)
 kr0_debian_package(kr0-doc doc "compact storage for models, formats and guides
  Pages on the formats of documents, byte by byte, and on how to do what."
   COMPONENTS documentation

@@ -23,7 +23,7 @@ rm -rf "$profiles"
 mkdir -p "$profiles"
 export LLVM_PROFILE_FILE="$profiles/%4m.profraw"
 tests=0
-ctest --test-dir "$build" -LE "slow|nightly" --no-tests=error --output-on-failure -j "$jobs" >"$build/tests.log" 2>&1 || tests=1
+ctest --test-dir "$build" -LE "slow|nightly|page" --no-tests=error --output-on-failure -j "$jobs" >"$build/tests.log" 2>&1 || tests=1
 grep -vE '^ *(Start +)?[0-9]+(/[0-9]+ Test +#[0-9]+)?: .*( Passed .*)?$' "$build/tests.log" | tail -n 60 || true
 
 llvm-profdata-19 merge -sparse -o "$build/all.profdata" "$profiles"/*.profraw

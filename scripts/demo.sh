@@ -10,7 +10,7 @@ tool=${1:-$root/build/release/apps/kr0/kr0}
 if [ $# -eq 0 ]; then
   # shellcheck disable=SC2086 # the lists are words
   install_packages $build_packages >&2
-  build_preset release -DKR0_BUILD_TESTS=OFF >&2
+  build_preset release -DKR0_BUILD_TESTS=OFF -DKR0_BUILD_REPORT=OFF >&2
 fi
 tool=$(realpath "$tool")
 

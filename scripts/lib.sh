@@ -6,12 +6,15 @@ jobs=$(nproc 2>/dev/null || echo 2)
 
 build_packages="g++ cmake ninja-build libboost-dev libpugixml-dev libcli11-dev libutfcpp-dev nlohmann-json3-dev \
   libzstd-dev libxxhash-dev zlib1g-dev libssl-dev libsqlite3-dev pkg-config"
-test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format python3 xz-utils zstd"
+test_packages="libgtest-dev libgmock-dev librapidcheck-dev clang-format python3 xz-utils zstd graphviz"
 # The Python package: its module, its tests, what some of its functions use, its wheel.
 python_packages="pybind11-dev python3-dev python3-numpy python3-pytest mypy python3-flake8 python3-pandas \
   python3-networkx python3-dask python3-distributed python3-nbclient python3-ipykernel python3-psutil \
   python3-build python3-setuptools python3-wheel python3-venv python3-pip"
 ci_packages="clang ccache lintian doxygen default-jdk-headless libeclipse-emf-common-java libeclipse-emf-ecore-java libeclipse-emf-ecore-xmi-java"
+
+# Programs that build and try the page of kr0 report, each as program:package.
+page_programs="node:nodejs npm:npm chromium:chromium"
 
 # What scripts/coverage.sh needs beside those.
 coverage_packages="clang-19 llvm-19"
@@ -46,6 +49,14 @@ install_packages() {
   fi
   echo "$0: cannot install packages here; please run: apt-get install ${missing[*]}" >&2
   return 1
+}
+
+# install_programs <program:package>...: installs the packages of programs that are not there, whoever brought the others.
+# (Debian's npm does not go with a Node.js that has its own.)
+install_programs() {
+  local each missing=()
+  for each in "$@"; do command -v "${each%:*}" >/dev/null || missing+=("${each#*:}"); done
+  [ ${#missing[@]} -eq 0 ] || install_packages "${missing[@]}"
 }
 
 # build_preset <preset> [cmake options...]: configures and builds into build/<preset>. Options in

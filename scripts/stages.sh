@@ -35,7 +35,7 @@ stage() {
 
 # test_preset <preset>: builds it and runs its tests, but for the slow ones, which compile generated code and look at
 # pages: they are the same whatever built the rest.
-test_preset() { build_preset "$1" && ctest --test-dir "build/$1" -LE "slow|nightly" --no-tests=error --output-on-failure -j "$jobs"; }
+test_preset() { build_preset "$1" && ctest --test-dir "build/$1" -LE "slow|nightly|page" --no-tests=error --output-on-failure -j "$jobs"; }
 
 # What failed once more, where it is found: lines that name what failed, and the end of its stage's log.
 repeat_failures() {

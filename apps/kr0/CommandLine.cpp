@@ -107,6 +107,7 @@ void describe(CLI::App& app) {
   addSchemaCommands(app);
   addCompareCommands(app);
   addInspectCommands(app);
+  addReportCommands(app);
   addStudyCommands(app);
   addAssembleCommands(app);
   addCompletion(app);

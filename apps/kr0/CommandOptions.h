@@ -25,6 +25,7 @@ void addStudyCommands(CLI::App& app);
 void addAssembleCommands(CLI::App& app);
 void addInspectCommands(CLI::App& app);
 void addCompareCommands(CLI::App& app);
+void addReportCommands(CLI::App& app);
 ///@}
 
 /// A verb. What it does is set as its callback, which keeps its options.

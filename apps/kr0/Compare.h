@@ -2,6 +2,7 @@
 /// Internal: the verbs that hold versions of documents against each other.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,6 +11,11 @@
 #include "kr/zero/compare/ModelDiff.h"
 
 namespace kr::zero::tool {
+
+/// All kinds, in the order of their values and of lists of them.
+inline constexpr std::array kDifferenceKinds = {
+    compare::DifferenceKind::added,     compare::DifferenceKind::removed,  compare::DifferenceKind::moved,
+    compare::DifferenceKind::reordered, compare::DifferenceKind::identity, compare::DifferenceKind::changed};
 
 struct DiffOptions : ReadOptions {
   std::vector<std::string> paths;  ///< the two documents; with isForGit what git passes
@@ -44,13 +50,17 @@ void setUpGit(const GitSetupOptions& options);
 struct Versions {
   MetaModels metaModels;
   std::vector<Model> models;
-  std::vector<Document> documents;  ///< without their bytes
+  std::vector<Document> documents;  ///< without their bytes, unless these were wanted
 };
+
+/// Whether documents keep their bytes when their models are made.
+enum class Bytes { drop, keep };
 
 /// Reads documents by the meta models that the options name, else by those that the first archive among them
 /// brings. An empty file is a document without elements.
 /// @throws Error, also where a document does not fit the meta models of the other.
-Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& options);
+Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& options,
+                      Bytes bytes = Bytes::drop);
 
 /// What is known beyond the models: which attributes are ids.
 compare::CompareOptions compareOptions(const MetaModels& metaModels);

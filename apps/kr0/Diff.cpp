@@ -17,9 +17,6 @@ using compare::Difference;
 using compare::DifferenceKind;
 using compare::ModelDiff;
 
-constexpr std::array kKinds = {DifferenceKind::added,     DifferenceKind::removed,  DifferenceKind::moved,
-                               DifferenceKind::reordered, DifferenceKind::identity, DifferenceKind::changed};
-
 // Lines on their way to standard output, in colors where these are wanted.
 class Lines {
  public:
@@ -68,7 +65,7 @@ void printLines(const ModelDiff& diff) {
 
 // How many there are of each kind, in all and by class.
 void printStat(const ModelDiff& diff) {
-  using Counts = std::array<std::size_t, kKinds.size()>;
+  using Counts = std::array<std::size_t, kDifferenceKinds.size()>;
   std::map<std::string, Counts> counts;
   Counts all{};
   for (const Difference& difference : diff.differences()) {
@@ -78,7 +75,7 @@ void printStat(const ModelDiff& diff) {
   }
   const auto listed = [](const Counts& of) {
     std::string text;
-    for (const DifferenceKind kind : kKinds) {
+    for (const DifferenceKind kind : kDifferenceKinds) {
       const std::size_t count = of[static_cast<std::size_t>(kind)];
       if (count != 0)
         text += (text.empty() ? "" : ", ") + std::to_string(count) + ' ' + std::string(compare::nameOf(kind));

@@ -90,7 +90,7 @@ class TaggedFacts final : public TreeVisitor {
 void addStrictly(const ViewedDocument& viewed, const InputOptions& input, Facts& facts,
                  ProgressBar& progress) {
   const Document document = viewed.load();
-  if (document.format == Format::xmi) facts.version = xmiVersion(document.text());
+  if (document.format == Format::xmi) facts.version = versionOf(document);
   if (document.format == Format::krb) {
     BinaryHeader header = readBinaryHeader(document);
     facts.version = std::move(header.version);
@@ -187,6 +187,20 @@ Facts gatherFacts(const InputOptions& input) {
   else if (!addAsItLies(viewed, input, facts))
     addStrictly(viewed, input, facts, progress);
   return facts;
+}
+
+std::string versionOf(const Document& document) {
+  switch (document.format) {
+    case Format::xmi:
+      return xmiVersion(document.text());
+    case Format::krb:
+      return readBinaryHeader(document).version;
+    case Format::krz:
+      return std::to_string(
+          archive::ArchiveReader(document.asArchive(), {.bytes = document.limit}).getManifest().version);
+    default:
+      return "1";  // there is no other
+  }
 }
 
 std::string_view nameOf(archive::Packing packing) {

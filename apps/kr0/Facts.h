@@ -57,6 +57,9 @@ struct Facts {
 /// @throws Error where nothing can be told.
 Facts gatherFacts(const InputOptions& input);
 
+/// The version that a document says of its format, as far as that is told without a meta model; else empty.
+std::string versionOf(const Document& document);
+
 /// What a way of packing is called: "gzip", "zstd", "none".
 std::string_view nameOf(archive::Packing packing);
 

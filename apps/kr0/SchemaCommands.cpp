@@ -5,6 +5,7 @@
 
 #include "CommandOptions.h"
 #include "Commands.h"
+#include "Draw.h"
 
 namespace kr::zero::tool {
 
@@ -78,6 +79,25 @@ void addSchemaPin(CLI::App& schema) {
   verb->callback([kept] { pinSchema(*kept); });
 }
 
+void addSchemaDraw(CLI::App& schema) {
+  const auto kept = std::make_shared<DrawOptions>();
+  DrawOptions& options = *kept;
+  CLI::App* verb = addVerb(schema, "draw", "Draw a class diagram",
+                           "kr0 schema draw library.ecore -o library.svg\n"
+                           "Pictures are drawn by dot, a program of Graphviz, which must be installed.");
+  addSchemas(*verb, options.metaModels);
+  addFinding(*verb, options, "META");
+  verb->add_option("-o,--output", options.output,
+                   "The picture to write: .svg, .pdf, .png, or .dot for Graphviz")
+      ->required()
+      ->type_name("FILE");
+  verb->add_option("--package", options.packages,
+                   "A package to draw, by name or URI (all); more than once for more")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  verb->callback([kept] { drawSchema(*kept); });
+}
+
 void addSchema(CLI::App& app) {
   const auto kept = std::make_shared<SchemaOptions>();
   SchemaOptions& options = *kept;
@@ -87,6 +107,7 @@ void addSchema(CLI::App& app) {
   addSchemaLock(*verb);
   addSchemaCheck(*verb);
   addSchemaPin(*verb);
+  addSchemaDraw(*verb);
   CLI::App* show = addVerb(*verb, "show", "Print types and properties with their numbers",
                            "kr0 schema show library.ecore --json");
   show->add_option("META", options.metaModels, "The .ecore files")->required()->type_name("META.ecore");

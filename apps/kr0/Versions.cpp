@@ -39,7 +39,7 @@ Model readByOther(const Document& document, const Versions& versions, const Read
 
 }  // namespace
 
-Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& options) {
+Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& options, Bytes bytes) {
   ProgressBar progress;
   std::vector<Document> documents;
   documents.reserve(paths.size());
@@ -55,7 +55,7 @@ Versions loadVersions(const std::vector<std::string>& paths, const ReadOptions& 
       versions.models.emplace_back(versions.metaModels.registry());
     else
       versions.models.push_back(readByOther(documents[i], versions, options, progress));
-    documents[i].bytes = {};  // the model holds everything now
+    if (bytes == Bytes::drop) documents[i].bytes = {};  // the model holds everything now
   }
   versions.documents = std::move(documents);
   return versions;

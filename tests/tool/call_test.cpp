@@ -35,7 +35,7 @@ TEST(Call, WrongCallsEndWithTwoAndOneSentence) {
   expectWrongCall({"convert", libraryXmi(), "a.krb", "-m", libraryEcore(), "--tagged"}, "--tagged");
   expectWrongCall({"info", libraryXmi(), "--limit", "much"}, "--limit");
   expectWrongCall({"info", libraryXmi(), "--limit", "-5"}, "--limit");
-  expectWrongCall({"schema"}, "schema diff, lock, check, pin or show");
+  expectWrongCall({"schema"}, "schema diff, lock, check, pin, draw or show");
   expectWrongCall({"schema", "polish"}, "polish");
   expectWrongCall({"schema", "show"}, "META");
   expectWrongCall({"info", libraryXmi(), "--jsn"}, "--jsn");

@@ -86,7 +86,7 @@ std::string offered(const std::string& words, const std::string& folder = ".") {
 
 TEST(Completion, BashOffersVerbsOptionsValuesAndFiles) {
   EXPECT_EQ(offered("kr0 conv"), "convert\n");
-  EXPECT_EQ(offered("kr0 schema ''"), "diff lock check pin show\n");
+  EXPECT_EQ(offered("kr0 schema ''"), "diff lock check pin draw show\n");
   EXPECT_EQ(offered("kr0 schema diff --re"), "--rename\n");
   EXPECT_EQ(offered("kr0 convert a.xmi --to kr"), "krb krt krz\n");
   EXPECT_EQ(offered("kr0 info --jo"), "--jobs\n");
