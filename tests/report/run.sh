@@ -5,7 +5,7 @@
 #   tests/report/run.sh [FOLDER]      FOLDER: where it is built, build/report-page unless given
 #
 # KR0_TOOL=path takes pages from the tool too, KR0_MODELS=path real models with it; KR0_CHROMIUM names the browser.
-# Without node, npm or a browser it is skipped (exit code 77).
+# Without node, npm, a network or a browser it is skipped (exit code 77).
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 room=$(realpath -m "${1:-build/report-page}")
@@ -26,7 +26,11 @@ for each in "$room"/* "$room"/.npmrc; do
 done
 cp -R "$room.new/." "$room" && rm -rf "$room.new"
 if ! cmp -s "$room/package-lock.json" "$room/installed.json"; then
-  (cd "$room" && npm ci --no-audit --no-fund)
+  if ! (cd "$room" && npm ci --no-audit --no-fund) >"$room/npm.log" 2>&1; then
+    cat "$room/npm.log"
+    grep -qE 'ENOTFOUND|EAI_AGAIN|ETIMEDOUT|ECONNREFUSED|ECONNRESET|ENETUNREACH' "$room/npm.log" && missing "the registry of npm"
+    exit 1
+  fi
   cp "$room/package-lock.json" "$room/installed.json"
 fi
 
