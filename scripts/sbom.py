@@ -236,7 +236,8 @@ def describe(build: Path) -> Document:
         number = output_of(compiler[1], "-dumpversion").strip()
         said = output_of(compiler[1], "--version").splitlines()[0]
         document.relate(document.add(Path(compiler[1]).name, number, comment=said), "BUILD_TOOL_OF", whole)
-    if re.search(r"^KR0_REPORT_PAGE:\w+=ON$", cache, re.M):
+    page = build / "report/report.html.gz"
+    if page.exists() and page.stat().st_size > 0:
         add_page(document, Document.identity(f"target-kr0-{version()}"))
     return document
 

@@ -56,6 +56,12 @@ class Sbom(unittest.TestCase):
         self.assertIn("libutfcpp-dev", self.related("target-kr0_framework", "STATIC_LINK"))
         self.assertTrue({"libcli11-dev", "nlohmann-json3-dev"} <= self.related("target-kr0", "STATIC_LINK"))
 
+    def test_tells_what_the_page_of_reports_is_made_of(self) -> None:
+        page = BUILD / "report/report.html.gz"
+        if not page.exists() or page.stat().st_size == 0:
+            self.skipTest("the tool was built without the page")
+        self.assertEqual(self.related("target-kr0", "CONTAINS"), {"npm-elkjs", "npm-d3-hierarchy"})
+
     def test_the_formats_need_nothing_but_boost_and_a_text_converter(self) -> None:
         for part in ("target-kr0_framework", "target-kr0_binary_io"):
             self.assertEqual(self.related(part, "DYNAMIC_LINK") - {"libc6", "libgcc-s1", "libstdc++6"}, set())
