@@ -14,7 +14,8 @@ const book = elements.class.findIndex((each) => report.classes[each].name.endsWi
 
 mkdirSync(folder, { recursive: true });
 const tabs = await browser();
-const page = await open(tabs, file, { colorScheme: "light" });
+// Without motion, or what fades would be in the pictures.
+const page = await open(tabs, file, { colorScheme: "light", reducedMotion: "reduce" });
 for (const [name, address, prepare] of [
   ["report-diagram", "#/diagram", null],
   ["report-sizes", "#/sizes", null],
