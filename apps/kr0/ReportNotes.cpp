@@ -33,11 +33,11 @@ class ReportNotes::Taker {
         return 'h';
       case NoteKind::begin: {
         const bool isElement = isElementAt(note);
-        if (!isElement) open_.push_back(-1);
+        if (!isElement) open_.push_back({false, innermost()});
         return isElement ? 'b' : 'B';
       }
       case NoteKind::end:
-        return !open_.empty() && open_.back() >= 0 ? 'e' : 'E';
+        return !open_.empty() && open_.back().isElement ? 'e' : 'E';
       case NoteKind::value:
         return 'v';
       case NoteKind::list:
@@ -54,11 +54,8 @@ class ReportNotes::Taker {
   // What is around elements (a list, an entry) has no type.
   static bool isElementAt(const Note& note) { return !note.path.empty() && !note.type.empty(); }
 
-  int innermost() const {
-    for (std::size_t i = open_.size(); i-- > 0;)
-      if (open_[i] >= 0) return open_[i];
-    return -1;
-  }
+  // The element that what comes next is in, or -1.
+  int innermost() const { return open_.empty() ? -1 : open_.back().element; }
 
   void enter(const Note& note) {
     const int parent = innermost();
@@ -68,7 +65,7 @@ class ReportNotes::Taker {
                         columns_.parentOf(number) == parent &&
                         (parent < 0 || columns_.viaOf(number)->name() == note.property);
     notes_.isInOrder_ = notes_.isInOrder_ && isSame;
-    open_.push_back(isThere ? static_cast<int>(number) : -1);
+    open_.push_back({isThere, isThere ? static_cast<int>(number) : parent});
   }
 
   // Of what begins and ends the property that holds it.
@@ -89,7 +86,11 @@ class ReportNotes::Taker {
   ReportNotes& notes_;
   const ReportColumns& columns_;
   const ReportSchema& schema_;
-  std::vector<int> open_;  // what is: the number of an element, or -1
+  struct Open {
+    bool isElement;
+    int element;  // its number, or that of the nearest one around it; -1: none
+  };
+  std::vector<Open> open_;  // what has begun and not ended
   std::size_t next_ = 0;
 };
 

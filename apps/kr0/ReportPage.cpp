@@ -73,8 +73,7 @@ void requirePage() {
   if (packedPage().empty())
     throw WrongCall(
         "this kr0 was built without the page of reports, which takes Node.js and npm where it is built; "
-        "--json "
-        "writes the data alone");
+        "--json writes the data alone");
 }
 
 std::string fillPage(const PageContent& content) {
