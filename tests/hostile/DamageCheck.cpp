@@ -23,7 +23,7 @@ void forgetTransientValues(Model& model) {
   for (const Element element : model.elements())
     for (const meta::Property property : element.getType()->getAllProperties())
       if (property->isTransient() && element.isSet(property)) held.emplace_back(element, property);
-  for (const auto& [element, property] : held)
+  for (auto& [element, property] : held)
     if (!element.isRemoved()) element.unset(property);
 }
 
