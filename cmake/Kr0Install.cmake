@@ -81,6 +81,8 @@ endforeach()
 foreach(pages formats guide benchmarks images)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/${pages} DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation)
 endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${KR0_DOC_DIR} COMPONENT documentation
+  USE_SOURCE_PERMISSIONS)
 foreach(page architecture generated-code security)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/${page}.md DESTINATION ${KR0_DOC_DIR}/docs COMPONENT documentation)
 endforeach()
