@@ -31,7 +31,8 @@ of_random() {
   build_preset release -DKR0_BUILD_TESTS=ON -DKR0_TEST_TIMEOUT=7200 &&
     env "$@" ctest --test-dir build/release -R "$pattern" --no-tests=error --output-on-failure -j "$jobs"
 }
-random() { of_random "Damage.*RandomDamage|Chains|RuleTable|every_moment" KR0_MUTANTS=20000000 KR0_CHAINS=100000 KR0_SEQUENCES=10000000 KR0_MOMENTS=200; }
+random() { of_random "RandomRoundTrip|TwoRoads.RandomModels|Damage.*RandomDamage|Chains|RuleTable|every_moment" \
+  KR0_PAIRS=200000 KR0_MUTANTS=20000000 KR0_CHAINS=100000 KR0_SEQUENCES=10000000 KR0_MOMENTS=200; }
 roads() { of_random "TwoRoads.RandomDamage|TaggedReadingByNames" KR0_MUTANTS=10000000; }
 xml() {
   build_preset release -DKR0_BUILD_TESTS=ON &&

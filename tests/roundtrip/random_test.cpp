@@ -120,7 +120,7 @@ class RoundTrip {
 }  // namespace
 
 TEST(RandomRoundTrip, ModelsComeBackEqualAndGiveTheSameBytesAgain) {
-  const std::uint64_t pairs = numberFromEnvironment("KR0_PAIRS", underAddressSanitizer() ? 2000 : 20000);
+  const std::uint64_t pairs = numberFromEnvironment("KR0_PAIRS", underAddressSanitizer() ? 2000 : 5000);
   const std::uint64_t seed = seedFor("random models");
   RoundTrip roundTrip;
   for (std::uint64_t pair = 0; pair < pairs; ++pair) {

@@ -332,7 +332,7 @@ TEST(TwoRoads, OnlyOurOwnProcessorsOfferLargerUnits) {
 }
 
 TEST(TwoRoads, RandomModelsAreWrittenAndReadAlike) {
-  const std::uint64_t pairs = numberFromEnvironment("KR0_PAIRS", underAddressSanitizer() ? 2000 : 20000);
+  const std::uint64_t pairs = numberFromEnvironment("KR0_PAIRS", underAddressSanitizer() ? 2000 : 5000);
   const std::uint64_t seed = seedFor("models by two roads");
   RoundTrips<Direct> direct;
   RoundTrips<Tagged> tagged;
