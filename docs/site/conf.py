@@ -20,7 +20,7 @@ extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc"]
 
 # The source folder has links into the tree: pages are these, and nothing else that lies there.
 include_patterns = ["index.md", "*.md", "docs/*.md", "docs/guide/*.md", "docs/formats/*.md", "docs/benchmarks/*.md",
-                    "fuzz/README.md", "reference/**"]
+                    "examples/README.md", "examples/*/README.md", "fuzz/README.md", "reference/**"]
 exclude_patterns = ["README.md"]
 
 # As forges name the anchors of headings.
@@ -39,13 +39,17 @@ autodoc_typehints = "signature"
 nitpick_ignore_regex = [("cpp:.*", ".*"), ("py:.*", ".*")]
 
 LINK = re.compile(r"\]\(([\w./-]+\.md)\)")
+FOLDER = re.compile(r"\]\((\w+)\)")
 
 
 def add_contents(app: Sphinx, docname: str, source: list[str]) -> None:
     """The pages that the README.md of a folder lists stand below it, in the order of the list."""
-    if docname not in ("docs/guide/README", "docs/formats/README", "docs/benchmarks/README"):
+    if docname == "examples/README":
+        listed = dict.fromkeys(f"{folder}/README" for folder in FOLDER.findall(source[0]))
+    elif docname in ("docs/guide/README", "docs/formats/README", "docs/benchmarks/README"):
+        listed = dict.fromkeys(page for page in LINK.findall(source[0]) if "/" not in page)
+    else:
         return
-    listed = dict.fromkeys(page for page in LINK.findall(source[0]) if "/" not in page)
     source[0] += "\n```{toctree}\n:hidden:\n\n" + "\n".join(listed) + "\n```\n"
 
 
