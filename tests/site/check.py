@@ -35,7 +35,7 @@ def text_of(page: str) -> str:
 
 
 def check_pages() -> int:
-    """Each page of the guide and of the formats is in the list of its folder, and is a page of the site in that order."""
+    """Each page of the guide and of the formats is in the list of its folder, and on the site in that order; so is each example."""
     pages = [ROOT / "docs" / name for name in ("architecture.md", "security.md", "generated-code.md")]
     for folder in ("guide", "formats"):
         listed = re.findall(r"\]\(([\w-]+\.md)\)", (ROOT / "docs" / folder / "README.md").read_text(encoding="utf-8"))
@@ -46,6 +46,9 @@ def check_pages() -> int:
         order = [name for name in dict.fromkeys(found) if name != "README"]
         assert order == [name.removesuffix(".md") for name in listed], (folder, order)
         pages += [ROOT / "docs" / folder / name for name in listed]
+    examples = set(re.findall(r"\]\((\w+)\)", (ROOT / "examples/README.md").read_text(encoding="utf-8")))
+    assert examples == {page.name for page in (ROOT / "examples").iterdir() if page.is_dir()}, examples
+    pages += [ROOT / "examples" / name / "README.md" for name in sorted(examples)]
     for page in pages:
         title = page.read_text(encoding="utf-8").splitlines()[0].removeprefix("# ")
         on_site = text_of(str(page.relative_to(ROOT).with_suffix(".html")))
