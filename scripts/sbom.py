@@ -76,6 +76,14 @@ def headers_by_target(build: Path) -> dict[str, set[Path]]:
     return headers
 
 
+def compiler_of(build: Path) -> Path:
+    """The compiler itself, and not what leads to it."""
+    named = re.search(r"^CMAKE_CXX_COMPILER:\w+=(.+)$", (build / "CMakeCache.txt").read_text(), re.M)
+    if not named:
+        sys.exit(f"sbom.py: {build} has no compiler for C++")
+    return Path(os.path.realpath(named[1]))
+
+
 def linked_libraries(artefact: Path) -> set[Path]:
     """The libraries of the system that the loader gives to an artefact, by what is written into the artefact alone."""
     needed = set(re.findall(r"\(NEEDED\).*\[(.+)\]", output_of("readelf", "-d", artefact)))
@@ -210,13 +218,17 @@ def describe(build: Path) -> Document:
     made = artefacts(build)
     headers = headers_by_target(build)
     linked = {name: linked_libraries(path) for name, path in made.items()}
-    packages = Packages({file for name in made for file in headers[name] | linked[name]})
+    compiler = compiler_of(build)
+    packages = Packages({file for name in made for file in headers[name] | linked[name]} | {compiler})
+    # Whatever is compiled here takes headers of the kernel, and of the compiler itself.
+    everywhere = {"linux", packages.known[packages.owners[compiler]]["source"]}
 
     document = Document()
     whole = document.add("kr0", version(), "Apache-2.0", f"pkg:generic/kr0@{version()}",
                          primaryPackagePurpose="LIBRARY")
     document.relate("SPDXRef-DOCUMENT", "DESCRIBES", whole)
     identities = add_system_packages(document, packages)
+    document.relate(identities[packages.owners[compiler]], "BUILD_TOOL_OF", whole)
     for name, path in made.items():
         # The tool has the name of the whole.
         part = document.add(f"target-{name}", version(), "Apache-2.0", packageFileName=path.name, checksums=digests(path))
@@ -224,18 +236,12 @@ def describe(build: Path) -> Document:
         loaded = packages.of(linked[name])
         for owner in loaded:
             document.relate(part, "DYNAMIC_LINK", identities[owner])
-        sources = {packages.known[owner]["source"] for owner in loaded}
+        sources = {packages.known[owner]["source"] for owner in loaded} | everywhere
         for owner in packages.of(headers[name]) - loaded:
-            if packages.known[owner]["source"] in sources | {"linux"}:
+            if packages.known[owner]["source"] in sources:
                 document.relate(identities[owner], "BUILD_DEPENDENCY_OF", part, "headers of what is there when it runs")
             else:
                 document.relate(part, "STATIC_LINK", identities[owner], "compiled in from headers")
-    cache = (build / "CMakeCache.txt").read_text()
-    compiler = re.search(r"^CMAKE_CXX_COMPILER:\w+=(.+)$", cache, re.M)
-    if compiler:
-        number = output_of(compiler[1], "-dumpversion").strip()
-        said = output_of(compiler[1], "--version").splitlines()[0]
-        document.relate(document.add(Path(compiler[1]).name, number, comment=said), "BUILD_TOOL_OF", whole)
     page = build / "report/report.html.gz"
     if page.exists() and page.stat().st_size > 0:
         add_page(document, Document.identity(f"target-kr0-{version()}"))
