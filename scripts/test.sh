@@ -9,6 +9,6 @@ set -euo pipefail
 install_packages $build_packages $test_packages
 # shellcheck disable=SC2086
 install_packages $python_packages || echo "== the Python package is built and tested as far as what it needs is there"
-build_preset release -DKR0_BUILD_TESTS=ON -DKR0_BUILD_PYTHON=ON
+build_preset release -DKR0_BUILD_TESTS=ON -DKR0_BUILD_PYTHON=ON -DKR0_BUILD_REPORT=ON
 cd "$root/build/release"
 ctest -LE "slow|nightly|page" --no-tests=error --output-on-failure -j "$jobs" "$@"
