@@ -1,6 +1,5 @@
 // kr0 git-setup: has git compare and merge documents by this tool.
 #include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "Child.h"
 #include "Compare.h"
 #include "Errors.h"
 #include "Files.h"
@@ -87,10 +87,8 @@ void callGit(const std::vector<std::string>& arguments) {
   const int failure = ::posix_spawnp(&child, "git", nullptr, nullptr, words.data(), environ);
   if (failure != 0)
     throw Error(ErrorCode::unreadable, "git cannot be run: " + std::generic_category().message(failure));
-  int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  if (status != 0) throw Error(ErrorCode::unwritable, "git does not take the setting " + arguments.at(3));
+  if (waitForEnd(child) != 0)
+    throw Error(ErrorCode::unwritable, "git does not take the setting " + arguments.at(3));
 }
 
 void addAttributes(const fs::path& file, const std::vector<std::string>& patterns) {

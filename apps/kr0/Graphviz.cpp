@@ -1,6 +1,5 @@
 // Runs Graphviz.
 #include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,6 +7,7 @@
 #include <memory>
 #include <system_error>
 
+#include "Child.h"
 #include "Draw.h"
 #include "Errors.h"
 #include "Visible.h"
@@ -65,13 +65,6 @@ class Streams {
   posix_spawn_file_actions_t actions_;
 };
 
-int waitForEnd(pid_t child) {
-  int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  return status;
-}
-
 }  // namespace
 
 std::string renderByGraphviz(std::string_view diagram, const std::string& format) {
@@ -85,12 +78,10 @@ std::string renderByGraphviz(std::string_view diagram, const std::string& format
   if (failure == ENOENT)
     throw WrongCall(
         "drawing takes dot, a program of Graphviz, which is not installed; a name that ends in .dot gives "
-        "what it "
-        "would draw");
+        "what it would draw");
   if (failure != 0)
     throw Error(ErrorCode::unreadable, "dot cannot be run: " + std::generic_category().message(failure));
-  const int status = waitForEnd(child);
-  if (status != 0) {
+  if (waitForEnd(child) != 0) {
     const std::string said = errors.read();
     throw Error(ErrorCode::unwritable,
                 "dot cannot draw this" +

@@ -1,5 +1,5 @@
 /// @file
-/// Internal: JSON that is written in one go, for data that is too large to be put together in memory first.
+/// Internal: JSON that is written in one go, without a tree of it in memory.
 #pragma once
 
 #include <concepts>

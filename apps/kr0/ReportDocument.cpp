@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "Facts.h"
+#include "Figures.h"
 #include "kr/zero/ElementPath.h"
 #include "kr/zero/io/DocumentBytes.h"
 #include "kr/zero/study/Statistics.h"
@@ -14,21 +15,11 @@ namespace {
 
 constexpr std::size_t kMostTold = 10'000;
 
-std::string inWords(std::uint64_t count, const std::string& one, const std::string& many) {
-  return std::to_string(count) + ' ' + (count == 1 ? one : many);
-}
-
-std::string bytesInWords(std::uint64_t bytes) { return inWords(bytes, "byte", "bytes"); }
+std::string countedBytes(std::uint64_t bytes) { return counted(bytes, "byte", "bytes"); }
 
 std::string wordsOf(const study::ReferenceStatistics& references) {
   return std::to_string(references.resolved) + " in the document, " + std::to_string(references.outside) +
          " into others, " + std::to_string(references.unresolved) + " to what is not there";
-}
-
-std::uint64_t bytesIn(meta::Property property, const io::TypeBytes& type) {
-  for (const io::PropertyBytes& each : type.properties)
-    if (each.property == property) return each.bytes;
-  return 0;
 }
 
 ClassUsage usageOf(const study::TypeStatistics& counted, const io::TypeBytes& measured,
@@ -37,7 +28,7 @@ ClassUsage usageOf(const study::TypeStatistics& counted, const io::TypeBytes& me
       schema.numberOf(meta::Type(counted.type)), counted.instances, measured.total(), measured.own, {}};
   for (const study::PropertyStatistics& property : counted.properties)
     usage.properties.push_back({schema.numberOf(property.property), property.set, property.values,
-                                bytesIn(property.property, measured)});
+                                bytesOf(property.property, measured)});
   return usage;
 }
 
@@ -69,26 +60,26 @@ void ReportDocument::addFacts(const Document& document) {
     facts_.emplace_back("version", version);
   if (document.packing != archive::Packing::none)
     facts_.emplace_back("packed", std::string(nameOf(document.packing)) + ", unpacked " +
-                                      bytesInWords(document.text().size()));
+                                      countedBytes(document.text().size()));
   if (format_ != Format::krz) return;
   const archive::ArchiveReader reader(document.asArchive(), {.bytes = document.limit});
   const archive::Manifest& manifest = reader.getManifest();
   isOwn_ = true;
   shownFormat_ = manifest.tagged ? Format::krt : Format::krb;
   facts_.emplace_back("document inside",
-                      std::string(nameOf(shownFormat_)) + ", " + bytesInWords(manifest.bytes));
+                      std::string(nameOf(shownFormat_)) + ", " + countedBytes(manifest.bytes));
   facts_.emplace_back("meta model inside",
-                      inWords(manifest.files.size(), "file, ", "files, ") + bytesInWords(manifest.metaBytes));
+                      counted(manifest.files.size(), "file, ", "files, ") + countedBytes(manifest.metaBytes));
 }
 
 void ReportDocument::addFigures(const Model& model) {
   const study::Statistics figures = study::gatherStatistics(model, 0);
-  facts_.emplace_back("elements", inWords(figures.elements, "element, ", "elements, ") +
-                                      inWords(figures.roots, "root, ", "roots, ") +
-                                      inWords(figures.depths.size(), "level", "levels"));
+  facts_.emplace_back("elements", counted(figures.elements, "element, ", "elements, ") +
+                                      counted(figures.roots, "root, ", "roots, ") +
+                                      counted(figures.depths.size(), "level", "levels"));
   facts_.emplace_back("references", wordsOf(figures.references));
-  facts_.emplace_back("texts", inWords(figures.texts.count, "text of ", "texts of ") +
-                                   bytesInWords(figures.texts.bytes) + ", " +
+  facts_.emplace_back("texts", counted(figures.texts.count, "text of ", "texts of ") +
+                                   countedBytes(figures.texts.bytes) + ", " +
                                    std::to_string(figures.texts.different) + " different");
   const io::DocumentBytes bytes =
       shownFormat_ == Format::krt ? io::measureTagged(model) : io::measureDirect(model);
@@ -101,7 +92,7 @@ void ReportDocument::addFigures(const Model& model) {
       usage_.push_back(usageOf(type, *measured, schema_));
   facts_.emplace_back("bytes of classes", std::string(isOwn_ ? "those of " : "those that it would have as ") +
                                               std::string(nameOf(shownFormat_)) + ", " +
-                                              bytesInWords(bytes.total()));
+                                              countedBytes(bytes.total()));
 }
 
 void ReportDocument::addProblems(const Document& document, const Model& model, const MetaModels& metaModels) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Errors.h"
+#include "Figures.h"
 #include "Files.h"
 #include "Study.h"
 #include "Visible.h"
@@ -39,12 +40,6 @@ struct TypeRow {
   std::uint64_t own = 0;
   std::vector<PropertyRow> properties = {};
 };
-
-std::uint64_t bytesOf(meta::Property property, const io::TypeBytes& type) {
-  for (const io::PropertyBytes& each : type.properties)
-    if (each.property == property) return each.bytes;
-  return 0;
-}
 
 TypeRow rowOf(const study::TypeStatistics& counted, const io::TypeBytes& measured) {
   TypeRow row{counted.type->qualifiedName(), counted.instances, measured.total(), measured.own};
@@ -121,10 +116,6 @@ class Table {
   std::uint64_t total_;
   TextOut& out_;
 };
-
-std::string counted(std::uint64_t count, const std::string& one, const std::string& many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
-}
 
 void printDepths(const std::vector<std::uint64_t>& depths, TextOut& out) {
   constexpr std::size_t kShown = 12;

@@ -43,9 +43,9 @@ make_system() {
   mmdebstrap --quiet --variant=apt --skip=cleanup/apt "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$system"
   mount -t proc proc "$system/proc"
   cp /etc/resolv.conf "$system/etc"
-  mkdir "$system/packages" "$system/root/work"
+  mkdir "$system/packages" "$system/root/shelf"
   cp "$packages"/*.deb "$system/packages"
-  cp "$root"/examples/library/library.{ecore,xmi} "$system/root/work"
+  cp "$root"/examples/library/library.{ecore,xmi} "$system/root/shelf"
 }
 
 # Names of files and folders that the packages left; what they brought is called after them.
@@ -60,21 +60,21 @@ if ! make_system >"$work/said" 2>&1; then
 fi
 
 step "install the tool" inside 'apt-get install -y --no-install-recommends /packages/kr0_*.deb /packages/libkr0-0*.deb'
-step "convert a model" inside 'cd /root/work && kr0 convert library.xmi library.krb -m library.ecore &&
+step "convert a model" inside 'cd /root/shelf && kr0 convert library.xmi library.krb -m library.ecore &&
   kr0 convert library.krb back.xmi -m library.ecore && cmp library.xmi back.xmi'
 # The tool has no page where it was built without Node.js, and says so.
-step "write the page" inside 'cd /root/work && if kr0 report library.krb -m library.ecore -o report.html 2>said; then
+step "write the page" inside 'cd /root/shelf && if kr0 report library.krb -m library.ecore -o report.html 2>said; then
     grep -q "<title>library.krb" report.html; else grep -q "built without the page" said; fi'
 inside 'test -s /usr/share/man/man1/kr0-convert.1.gz && test -s /usr/share/bash-completion/completions/kr0' ||
   fail "manual pages or completion are not where they belong"
 
 step "install the compiler and what programs are built with" inside 'apt-get install -y --no-install-recommends g++ pkg-config /packages/libkr0-dev_*.deb'
-readme_program >"$system/root/work/shelf.cpp"
-step "compile the program of README" inside 'cd /root/work && g++ -std=c++20 shelf.cpp -o shelf $(pkg-config --cflags --libs kr0-binary-io)'
-[ "$(inside 'cd /root/work && ./shelf')" = "Moby Dick, 635 pages" ] || fail "the program of README says something else"
+readme_program >"$system/root/shelf/shelf.cpp"
+step "compile the program of README" inside 'cd /root/shelf && g++ -std=c++20 shelf.cpp -o shelf $(pkg-config --cflags --libs kr0-binary-io)'
+[ "$(inside 'cd /root/shelf && ./shelf')" = "Moby Dick, 635 pages" ] || fail "the program of README says something else"
 
 step "install the Python package" inside 'apt-get install -y --no-install-recommends /packages/python3-kr0_*.deb /packages/kr0-doc_*.deb'
-[ "$(inside 'cd /root/work && python3 -c "import kr0; print(len(kr0.load(\"library.xmi\", kr0.Registry.from_ecore(\"library.ecore\"))))"')" = 37 ] ||
+[ "$(inside 'cd /root/shelf && python3 -c "import kr0; print(len(kr0.load(\"library.xmi\", kr0.Registry.from_ecore(\"library.ecore\"))))"')" = 37 ] ||
   fail "the Python package reads something else"
 inside 'test -s /usr/share/doc/kr0/docs/formats/direct.md' || fail "the pages on the formats are not where they belong"
 
