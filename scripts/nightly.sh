@@ -4,8 +4,8 @@
 # reach, the analysers, Debian packages and the wheel, the site, growth at full size, XML with attributes of 1 GB, several times as
 # many random models, chains and moments, and ten times as many documents by two roads. Needs a night of two cores; .ci/run comes first, by itself.
 #
-#   scripts/nightly.sh [STAGE...]   only these: threads, reach, compiler, fuzzing, reader, growth, machines, lint, xml, random,
-#                                   roads, packages, site, mutation
+#   scripts/nightly.sh [STAGE...]   only these: threads, reach, stacks, compiler, fuzzing, reader, growth, machines, lint, xml,
+#                                   random, roads, packages, site, mutation
 #
 # Ends with "N passed, M failed".
 set -uo pipefail
@@ -22,6 +22,9 @@ mutation() { scripts/mutate.sh; }
 reader() { scripts/oracle.sh 1000000; }
 growth() { scripts/growth.sh; }
 machines() { scripts/other_machines.sh; }
+# Looking for uses of variables of functions that have returned takes several times as long where many exceptions were
+# thrown, so tests do it here alone; fuzzers, of another compiler, do it always.
+stacks() { ASAN_OPTIONS=detect_stack_use_after_return=1 test_preset asan; }
 compiler() { install_packages clang && test_preset clang; }
 lint() { scripts/lint.sh; }
 # of_random <pattern> <KR0_NAME=number...>: tests that take longer the larger their numbers are.
@@ -53,7 +56,7 @@ fuzzing() { scripts/fuzz.sh --all-for 7200; }
 
 # shellcheck disable=SC2086 # the lists are words
 install_packages $build_packages $test_packages
-[ $# -gt 0 ] || set -- threads reach compiler fuzzing reader growth machines lint xml random roads packages site mutation
+[ $# -gt 0 ] || set -- threads reach stacks compiler fuzzing reader growth machines lint xml random roads packages site mutation
 for name in "$@"; do
   if ! declare -F "$name" >/dev/null; then
     echo "$0: no stage $name" >&2
