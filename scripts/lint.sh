@@ -52,7 +52,8 @@ failed=$(find "$findings" -type f | wc -l)
 # By file as well: "whole program" checks of cppcheck do not know of libraries.
 includes=()
 for folder in include src src/framework src/framework/include */include interop/*/include; do includes+=(-I "$folder"); done
-if ! printf '%s\n' "${files[@]}" | xargs cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
+# Files have the names that the list of what it need not say has.
+if ! printf '%s\n' "${files[@]#"$root"/}" | xargs cppcheck --quiet --std=c++20 --language=c++ --enable=warning,performance,portability \
   --inline-suppr --suppressions-list=scripts/cppcheck.txt --error-exitcode=1 -j "$jobs" \
   --template='{file}:{line}: {severity}: {message} [{id}]' "${includes[@]}" 2>&1; then
   failed=$((failed + 1))

@@ -20,7 +20,7 @@ class DirectMeter final : public BinaryEventProcessor {
 
   CategoryMasks startObject(const ustring& property, const ustring& typeName, const ustring& id1,
                             const ustring& id2) override {
-    const CategoryMasks masks = BinaryEventProcessor::startObject(property, typeName, id1, id2);
+    CategoryMasks masks = BinaryEventProcessor::startObject(property, typeName, id1, id2);
     noteOwn();
     return masks;
   }

@@ -127,8 +127,7 @@ std::shared_ptr<const PropertyTable> RegistryLoader::buildTable(const NewType& t
       type.classType == nullptr ? std::vector<Class>() : type.classType->supertypes_;
   if (supertypes.size() == 1 && owned.empty()) return supertypes.front()->table_;
 
-  const auto inherited =
-      supertypes.empty() ? std::make_shared<const PropertyTable>() : supertypes.front()->table_;
+  auto inherited = supertypes.empty() ? std::make_shared<const PropertyTable>() : supertypes.front()->table_;
   if (inherited->size() + owned.size() > kMostTableEntries - made_.tableEntryCount - known_.tableEntryCount)
     fail(describe(type), "the classes up to here inherit too many properties, more than " +
                              std::to_string(kMostTableEntries) + " in all");
