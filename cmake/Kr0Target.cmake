@@ -27,8 +27,9 @@ function(kr0_target_defaults target)
   endif()
   if(KR0_COVERAGE)
     # Tests are not counted; what they instantiate of the project's headers is.
+    # Counts of threads that run side by side would be lost without atomic steps, and differences of counts be wrong.
     set(counted "${PROJECT_SOURCE_DIR}/cmake/coverage.list")
-    target_compile_options(${target} PRIVATE -fprofile-instr-generate -fcoverage-mapping -fprofile-list=${counted})
+    target_compile_options(${target} PRIVATE -fprofile-instr-generate -fprofile-update=atomic -fcoverage-mapping -fprofile-list=${counted})
     target_link_options(${target} PRIVATE -fprofile-instr-generate)
   endif()
 endfunction()

@@ -17,6 +17,7 @@ import hashlib
 import json
 import os
 import re
+import shutil
 import subprocess
 import sys
 from collections import defaultdict
@@ -81,7 +82,8 @@ def compiler_of(build: Path) -> Path:
     named = re.search(r"^CMAKE_CXX_COMPILER:\w+=(.+)$", (build / "CMakeCache.txt").read_text(), re.M)
     if not named:
         sys.exit(f"sbom.py: {build} has no compiler for C++")
-    return Path(os.path.realpath(named[1]))
+    # A preset that gives a name without a folder leaves it so.
+    return Path(os.path.realpath(shutil.which(named[1]) or named[1]))
 
 
 def linked_libraries(artefact: Path) -> set[Path]:
