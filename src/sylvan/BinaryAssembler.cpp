@@ -146,7 +146,7 @@ void BinaryAssembler::assemble() {
 // Going on with events costs as much as some of them, the more the deeper the document is. So as many are
 // sent before units are tried again, or a document could choose that it always costs so much.
 void BinaryAssembler::assembleUnits() {
-  if (units_ == nullptr || !littleEndian_ || bytes_->isShared())
+  if (units_ == nullptr || !littleEndian_)
     itemsBeforeUnits_ = ~std::size_t{0};
   else if (itemsBeforeUnits_ == 0)
     itemsBeforeUnits_ = units_->send(*bytes_);

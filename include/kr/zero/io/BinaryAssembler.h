@@ -132,7 +132,8 @@ class KR0_IO_API BinaryAssembler : public ParsingInput::Visitor {
 
   bool isStreamEmpty() const;
   unsigned char getNextByte() const;
-  /// Gives it units to send in place of events. Needs the target that they go to.
+  /// Gives it units to send in place of events. Needs the target that they go to, and reads no stream that
+  /// others see: units are sent without giving it back to them in between.
   friend class BinaryKRSylvanParser;
 
   void assembleDocument();
