@@ -118,11 +118,14 @@ own_folders() {
 
 # find_header <including file> <its layer> <name>: the file that the name means; nothing for a header
 # that is not of this tree.
+# Answers in $found: a process for each of thousands of includes would take ten times as long.
 find_header() {
   local folder
-  for folder in "$(dirname "$1")" $(own_folders "$2") $include_folders; do
+  found=
+  for folder in "${1%/*}" ${own[$2]} $include_folders; do
     [ -e "$folder/$3" ] || continue
-    realpath --relative-to=. "$folder/$3"
+    found=$folder/$3
+    if [[ $found == *../* ]]; then found=$(realpath --relative-to=. "$found"); fi
     return 0
   done
 }
@@ -135,16 +138,18 @@ list_includes() {
 
 # "<layer> <layer> <file> <name>" for every include of one layer's header by another layer.
 list_arrows() {
-  local file name from target to inner_from inner_to
+  local file name from found to inner_from inner_to
+  local -A layer own
   while read -r file name; do
-    from=$(layer_of "$file")
-    target=$(find_header "$file" "$from" "$name")
-    [ -n "$target" ] || continue
-    to=$(layer_of "$target")
+    from=${layer[$file]:=$(layer_of "$file")}
+    : "${own[$from]:=$(own_folders "$from")}"
+    find_header "$file" "$from" "$name"
+    [ -n "$found" ] || continue
+    to=${layer[$found]:=$(layer_of "$found")}
     if [ "${from%-internal}" != "${to%-internal}" ]; then
       echo "${from%-internal} $to $file $name"
     elif [ "${from%-internal}" = framework ]; then
-      inner_from=$(inner_layer_of "$file") inner_to=$(inner_layer_of "$target")
+      inner_from=$(inner_layer_of "$file") inner_to=$(inner_layer_of "$found")
       if [ "$inner_from" != "$inner_to" ]; then echo "framework/$inner_from framework/$inner_to $file $name"; fi
     fi
   done < <(list_includes)
