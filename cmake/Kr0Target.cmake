@@ -35,7 +35,8 @@ function(kr0_target_defaults target)
 endfunction()
 
 # kr0_debug_lines_only(<target>): what debuggers show of variables takes a quarter of the compilation. Where sources are
-# compiled several at a time, which is not for who works on them, a target that nobody links to goes without.
+# compiled several at a time, which is not for who works on them, a target that nobody links to goes without. Builds that
+# have nothing for debuggers stay so.
 function(kr0_debug_lines_only target)
   if(CMAKE_UNITY_BUILD AND CMAKE_CXX_FLAGS_RELWITHDEBINFO MATCHES "-g( |$)")
     target_compile_options(${target} PRIVATE $<$<CONFIG:RelWithDebInfo>:-g1>)

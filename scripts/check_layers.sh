@@ -116,12 +116,13 @@ own_folders() {
   esac
 }
 
-# find_header <including file> <its layer> <name>: the file that the name means; nothing for a header
-# that is not of this tree.
-# Answers in $found: a process for each of thousands of includes would take ten times as long.
+# find_header <including file> <its layer> <name>: sets $found to the file that the name means, or to nothing for a
+# header that is not of this tree. To print it would take a process for each of two thousand includes. Keeps what it
+# asks for of layers in the table $own.
 find_header() {
   local folder
   found=
+  : "${own[$2]:=$(own_folders "$2")}"
   for folder in "${1%/*}" ${own[$2]} $include_folders; do
     [ -e "$folder/$3" ] || continue
     found=$folder/$3
@@ -142,7 +143,6 @@ list_arrows() {
   local -A layer own
   while read -r file name; do
     from=${layer[$file]:=$(layer_of "$file")}
-    : "${own[$from]:=$(own_folders "$from")}"
     find_header "$file" "$from" "$name"
     [ -n "$found" ] || continue
     to=${layer[$found]:=$(layer_of "$found")}

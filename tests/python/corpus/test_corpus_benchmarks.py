@@ -42,6 +42,7 @@ def test_about_one_in_a_hundred_is_damaged(made):
     assert set(kinds) == {"cut", "flipped", "empty"}
 
 
+@pytest.mark.slow
 def test_damaged_documents_are_rows_with_errors(made, address):
     folder, documents = made
     corpus = kr0.corpus.open(f"{folder}/*/*.krb", meta=[generate.META], scheduler=address)

@@ -47,6 +47,7 @@ def expect_printed(shown, printed):
         assert fnmatchcase(line.rstrip(), literally.rstrip().replace("...", "*")), (line, pattern)
 
 
+@pytest.mark.slow
 def test_the_programs_of_the_page_print_what_it_says(library, address, monkeypatch):
     monkeypatch.setattr(kr0.corpus, "open", on_cluster(kr0.corpus.open, address))
     names, ran = {"__name__": "__main__"}, 0
@@ -61,6 +62,7 @@ def test_the_programs_of_the_page_print_what_it_says(library, address, monkeypat
     assert ran == 4
 
 
+@pytest.mark.slow
 def test_the_commands_of_the_page_work(library, address):
     from kr0.corpus.__main__ import main
 
